@@ -1,0 +1,45 @@
+#pragma once
+// An interface identifier: the interface's name, or a name made from it for a further address
+// ("eth0#2"). A plain value without allocation. The empty identifier means "no interface".
+
+#include <array>
+#include <compare>
+#include <cstring>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+namespace Dovel {
+
+class IntfId {
+ public:
+  /// Longest name, in bytes: IFNAMSIZ - 1, and room for a '#' and a number.
+  static constexpr std::size_t sizeMax = 31;
+
+  constexpr IntfId() = default;
+  /// Mav::RangeException when longer than sizeMax or holding a NUL byte.
+  explicit IntfId(std::string_view name);
+
+  std::string_view name() const { return {name_.data(), std::strlen(name_.data())}; }
+  std::string stringValue() const { return std::string(name()); }
+  bool empty() const { return name_[0] == '\0'; }
+
+  /// Byte order of the names.
+  friend bool operator==(IntfId const&, IntfId const&) = default;
+  friend std::strong_ordering operator<=>(IntfId const& a, IntfId const& b) {
+    return std::memcmp(a.name_.data(), b.name_.data(), a.name_.size()) <=> 0;
+  }
+
+  /// The interface's name, bare.
+  friend std::ostream& operator<<(std::ostream& out, IntfId const& id);
+
+  template <class H>
+  friend H AbslHashValue(H h, IntfId const& id) {
+    return H::combine(std::move(h), id.name());
+  }
+
+ private:
+  std::array<char, sizeMax + 1> name_{};  // zero-padded
+};
+
+}  // namespace Dovel

@@ -1,0 +1,155 @@
+#pragma once
+// Entities: named, counted objects with attributes, which can be mounted in a Directory and be
+// read and written by attribute name.
+//
+// A class lists its attributes once, in a table built from its own accessors:
+//
+//   Mav::AttributeTable const& Config::attributeTable() const {
+//     static Mav::AttributeTable const table{
+//         Mav::plainAttribute<&Config::routing, &Config::routingIs>("routing")};
+//     return table;
+//   }
+//
+// Numbers are given in the order of the table, from firstAttributeId on. One thread.
+
+#include <any>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/mav/notifiee.h"
+#include "platform/mav/object.h"
+
+namespace Mav {
+
+using Name = std::string;
+
+/// `name` and `isNondestructing`, which every entity has.
+inline constexpr AttributeId nameAttributeId = 256;
+inline constexpr AttributeId isNondestructingAttributeId = 257;
+inline constexpr AttributeId firstAttributeId = 258;
+
+class Entity;
+
+/// One attribute, with its accessors erased to std::any. The value types are those of the
+/// accessors, without const and reference; any other type raises a RangeException that names
+/// attribute, expected and given type.
+struct AttributeInfo {
+  std::string_view name;
+  /// Null for collections.
+  std::any (*get)(Entity const&) = nullptr;
+  /// Null for read-only attributes.
+  void (*set)(Entity&, std::any const&) = nullptr;
+  /// Collections: creates the member with this key; null otherwise.
+  void (*memberIs)(Entity&, std::any const& key) = nullptr;
+  /// Collections: removes the member with this key; null otherwise.
+  void (*memberDel)(Entity&, std::any const& key) = nullptr;
+};
+
+class AttributeTable {
+ public:
+  AttributeTable(std::initializer_list<AttributeInfo> attributes) : attributes_(attributes) {}
+
+  /// The name of attribute `id`, or "unknown".
+  std::string_view attributeString(AttributeId id) const;
+  /// RangeException "ENTITYTYPE has no attribute 'NAME'" when there is none.
+  AttributeInfo const& info(std::string_view entityType, std::string_view name) const;
+  AttributeId id(std::string_view name) const;
+
+ private:
+  std::vector<AttributeInfo> attributes_;
+};
+
+class Entity : public Object {
+ public:
+  explicit Entity(Name name) : name_(std::move(name)) {}
+
+  Name const& name() const { return name_; }
+
+  bool isNondestructing() const { return isNondestructing_; }
+  void isNondestructingIs(bool value);
+
+  /// The full type name, such as "Routing::Config": for messages.
+  virtual std::string_view typeName() const = 0;
+  virtual AttributeTable const& attributeTable() const = 0;
+  std::string_view attributeString(AttributeId id) const;
+
+  /// The generic attribute interface, by name.
+  std::any attribute(std::string_view attributeName) const;
+  void attributeIs(std::string_view attributeName, std::any const& value);
+  void memberIs(std::string_view collectionName, std::any const& key);
+  void memberDel(std::string_view collectionName, std::any const& key);
+
+ protected:
+  /// Tells the notifiees (onIsNondestructing) after the flag changed.
+  virtual void notifyIsNondestructing() {}
+
+ private:
+  Name const name_;
+  bool isNondestructing_ = false;
+};
+
+namespace Detail {
+[[noreturn]] void throwAttributeType(Entity const& entity, std::string_view expected,
+                                     std::any const& given);
+template <class T>
+struct Accessor;
+template <class E, class R>
+struct Accessor<R (E::*)() const> {
+  using Class = E;
+  using Value = std::remove_cvref_t<R>;
+};
+template <class E, class R, class A>
+struct Accessor<R (E::*)(A)> {
+  using Class = E;
+  using Value = std::remove_cvref_t<A>;
+};
+template <class V>
+V const& cast(Entity const& entity, std::any const& value) {
+  if (auto const* v = std::any_cast<V>(&value)) return *v;
+  throwAttributeType(entity, typeid(V).name(), value);
+}
+}  // namespace Detail
+
+/// An attribute with a getter and a setter (or a getter alone).
+template <auto Get, auto Set = nullptr>
+AttributeInfo plainAttribute(std::string_view name) {
+  using Getter = Detail::Accessor<decltype(Get)>;
+  AttributeInfo info{name};
+  info.get = [](Entity const& e) -> std::any {
+    return typename Getter::Value((static_cast<typename Getter::Class const&>(e).*Get)());
+  };
+  if constexpr (!std::is_same_v<decltype(Set), std::nullptr_t>) {
+    using Setter = Detail::Accessor<decltype(Set)>;
+    info.set = [](Entity& e, std::any const& value) {
+      (static_cast<typename Setter::Class&>(e).*Set)(
+          Detail::cast<typename Setter::Value>(e, value));
+    };
+  }
+  return info;
+}
+
+/// A keyed collection whose members are created from the key alone (Is, Del), or a collection that
+/// the generic interface only names.
+template <auto Is = nullptr, auto Del = nullptr>
+AttributeInfo collectionAttribute(std::string_view name) {
+  AttributeInfo info{name};
+  if constexpr (!std::is_same_v<decltype(Is), std::nullptr_t>) {
+    using Creator = Detail::Accessor<decltype(Is)>;
+    info.memberIs = [](Entity& e, std::any const& key) {
+      (static_cast<typename Creator::Class&>(e).*Is)(
+          Detail::cast<typename Creator::Value>(e, key));
+    };
+  }
+  if constexpr (!std::is_same_v<decltype(Del), std::nullptr_t>) {
+    using Deleter = Detail::Accessor<decltype(Del)>;
+    info.memberDel = [](Entity& e, std::any const& key) {
+      (static_cast<typename Deleter::Class&>(e).*Del)(
+          Detail::cast<typename Deleter::Value>(e, key));
+    };
+  }
+  return info;
+}
+
+}  // namespace Mav

@@ -1,0 +1,132 @@
+#pragma once
+// Change notification. An entity E names its notifiee interface E::NotifieeConst, which derives
+// from Notifiee<E const, NotifieeConst> and has one virtual handler per attribute (with the key, for one member
+// of a collection; without, for the collection as a whole); each does nothing unless overridden.
+//
+//   class Config::NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
+//    public:
+//     using Notifiee::Notifiee;
+//     virtual void onRouting() {}
+//   };
+//
+// The entity holds a mutable NotifieeList<NotifieeConst> and says after a change:
+//   notifiees_.notify(attributeId, [](NotifieeConst& n) { n.onRouting(); });
+//
+// Rules. Notification is synchronous, in registration order. The list of one notification is the
+// list at its start, less whoever has been unregistered or destroyed since: a handler may
+// unregister or destroy any notifiee, itself included, and may register new ones (they hear the
+// next change). A handler that throws has its exception handed to its own onException with the
+// attribute's number; the others still run. A notifiee is called only while
+// hasNotificationActive(). It holds its entity by a counted reference. One thread.
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <string_view>
+#include <vector>
+
+#include "platform/mav/object.h"
+
+namespace Mav {
+
+using AttributeId = std::uint32_t;
+
+/// Writes an exception that nobody else takes as a level-0 trace line, "in handler of attribute N".
+void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exception);
+
+class NotifieeBase {
+ public:
+  NotifieeBase() = default;
+  NotifieeBase(NotifieeBase const&) = delete;
+  NotifieeBase& operator=(NotifieeBase const&) = delete;
+  virtual ~NotifieeBase() = default;
+
+  bool hasNotificationActive() const { return active_; }
+  void hasNotificationActiveIs(bool active) { active_ = active; }
+
+  /// What a handler of this notifiee threw. The default traces it.
+  virtual void onException(AttributeId attribute, std::exception_ptr exception) {
+    traceNotifieeException(attribute, exception);
+  }
+
+ private:
+  bool active_ = true;
+};
+
+/// The ordered list of an entity's notifiees. Entities keep it `mutable`: listening to a const
+/// entity does not change its state.
+template <class N>
+class NotifieeList {
+ public:
+  NotifieeList() = default;
+  NotifieeList(NotifieeList const&) = delete;
+  NotifieeList& operator=(NotifieeList const&) = delete;
+
+  void add(N* notifiee) { notifiees_.push_back(notifiee); }
+
+  void remove(N* notifiee) {
+    for (auto& slot : notifiees_) {
+      if (slot != notifiee) continue;
+      slot = nullptr;  // a notification under way skips it
+      if (depth_ == 0) compact();
+      return;
+    }
+  }
+
+  bool empty() const { return notifiees_.empty(); }
+
+  template <class Call>
+  void notify(AttributeId attribute, Call const& call) {
+    if (notifiees_.empty()) return;
+    ++depth_;
+    std::size_t const end = notifiees_.size();
+    for (std::size_t i = 0; i < end; ++i) {
+      N* const notifiee = notifiees_[i];
+      if (!notifiee || !notifiee->hasNotificationActive()) continue;
+      try {
+        call(*notifiee);
+      } catch (...) {
+        // The handler may have destroyed its notifiee before it threw.
+        if (notifiees_[i]) {
+          notifiees_[i]->onException(attribute, std::current_exception());
+        } else {
+          traceNotifieeException(attribute, std::current_exception());
+        }
+      }
+    }
+    if (--depth_ == 0) compact();
+  }
+
+ private:
+  void compact() { std::erase(notifiees_, nullptr); }
+
+  std::vector<N*> notifiees_;
+  int depth_ = 0;
+};
+
+/// Base of the notifiee interface of entity E (usually const). Registered from construction, or
+/// from notifierIs(), until destruction. E has addNotifiee(N*) const and removeNotifiee(N*) const
+/// for its interface N, which Notifiee calls with the most derived interface's pointer.
+template <class E, class N>
+class Notifiee : public NotifieeBase {
+ public:
+  explicit Notifiee(Ptr<E> notifier = nullptr) { notifierIs(std::move(notifier)); }
+  ~Notifiee() override { notifierIs(nullptr); }
+
+  Ptr<E> const& notifier() const { return notifier_; }
+
+  /// Leaves the old entity, listens to the new one; null listens to nothing.
+  void notifierIs(Ptr<E> notifier) {
+    if (notifier_ == notifier) return;
+    if (notifier_) notifier_->removeNotifiee(self());
+    notifier_ = std::move(notifier);
+    if (notifier_) notifier_->addNotifiee(self());
+  }
+
+ private:
+  N* self() { return static_cast<N*>(this); }
+
+  Ptr<E> notifier_;
+};
+
+}  // namespace Mav

@@ -1,0 +1,67 @@
+#pragma once
+// Named trace handles with levels 0 to 9, and the one place where lines leave the program.
+//
+// A handle starts with level 0 on. The environment variable MAV_TRACE switches on more, by handle
+// name: "Snmp/0-2,IpSnmpAgent/8" (a name alone means all levels; "*" names every handle). Several
+// handles may have one name. Nothing is formatted while a level is off:
+//
+//   MAV_TRACE(traceHandle(), 2, "handle_ipForwarding - unknown mode from request: " << mode);
+//
+// A trace line carries handle/level, file:line and function. Lines go to the sink, which is stderr
+// until traceSinkIs() sets another (inside snmpd: snmpd's own log).
+//
+// log() is for the operator: a plain sentence that says what is wrong and what to do, always
+// written, same sink.
+
+#include <cstdint>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace Mav {
+
+enum class Severity { error, warning, notice, info, debug };
+
+/// Receives whole lines without a newline. Must not throw and must not trace.
+using TraceSink = std::function<void(Severity, std::string_view)>;
+
+/// An empty sink restores stderr.
+void traceSinkIs(TraceSink sink);
+
+void log(Severity severity, std::string_view text);
+
+class TraceHandle {
+ public:
+  static constexpr int levelMax = 9;
+
+  /// `allLevels` starts the handle with every level on; otherwise level 0 and what MAV_TRACE says.
+  explicit TraceHandle(std::string_view name, bool allLevels = false);
+
+  std::string const& name() const { return name_; }
+  bool enabled(int level) const { return ((levels_ >> level) & 1U) != 0; }
+  void enabledIs(int level, bool on);
+
+  /// Writes one line, unconditionally. MAV_TRACE is the way to call it.
+  void line(int level, char const* file, int lineNumber, std::string_view function,
+            std::string_view text) const;
+
+ private:
+  std::string name_;
+  std::uint32_t levels_;
+};
+
+}  // namespace Mav
+
+/// As MAV_TRACE, under a function name of its own (a template that speaks for its instance).
+#define MAV_TRACE_AS(handle, level, function, stream)                           \
+  do {                                                                          \
+    auto const& mavTraceHandle = (handle);                                      \
+    if (mavTraceHandle.enabled(level)) {                                        \
+      std::ostringstream mavTraceText;                                          \
+      mavTraceText << stream; /* NOLINT(bugprone-macro-parentheses) */          \
+      mavTraceHandle.line(level, __FILE__, __LINE__, function, mavTraceText.str()); \
+    }                                                                           \
+  } while (false)
+
+#define MAV_TRACE(handle, level, stream) MAV_TRACE_AS(handle, level, __func__, stream)

@@ -1,0 +1,103 @@
+#pragma once
+// The publisher's side of the shared tables: the one writer of a run directory.
+//
+// Creates the run directory and the environment where missing, takes the publisher lock, and keeps
+// what an earlier publisher left (its state is served on, and the new one writes only differences).
+// Changes gather in one LMDB transaction; commit() makes them visible at once, with a new
+// generation, their entries in the change log and a ring of the doorbell. put and erase of what is
+// there already (or gone already) change nothing, log nothing, and say false. A batch of more than
+// batchMax changes commits by itself.
+//
+// When an operation throws, the transaction is aborted and the tables are as after the last commit.
+// One per process, made after any fork; one thread.
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/pondo/codec.h"
+#include "platform/pondo/errors.h"
+#include "platform/pondo/tables.h"
+
+namespace Pondo {
+
+class Writer {
+ public:
+  static constexpr std::size_t batchMax = 10'000;
+
+  struct Options {
+    std::string publisher = "kelbased";  // name told in publisher.lock
+    std::string group;                   // group of the files; empty: leave as created
+    std::size_t mapSize = std::size_t{16} << 30U;
+    std::size_t logMax = 200'000;        // change log entries kept
+  };
+
+  struct SyncCounts {
+    std::size_t added = 0, changed = 0, removed = 0, unchanged = 0;
+  };
+
+  /// EnvironmentException, PublisherRunningException (names the other's pid).
+  Writer(std::filesystem::path runDir, Options options);
+  ~Writer();
+  Writer(Writer const&) = delete;
+  Writer& operator=(Writer const&) = delete;
+
+  template <class Table>
+  bool put(typename Table::Key const& key, typename Table::Record const& record) {
+    return putBytes(Table::id, encodeKey<Table>(key), encodeRecord<Table>(record));
+  }
+
+  template <class Table>
+  bool erase(typename Table::Key const& key) {
+    return eraseBytes(Table::id, encodeKey<Table>(key));
+  }
+
+  /// Makes the table equal to `wanted`, writing the difference: removals first, then the rest.
+  template <class Table>
+  SyncCounts sync(std::map<typename Table::Key, typename Table::Record> const& wanted);
+
+  /// No effect when nothing changed.
+  void commit();
+  /// Forgets what was not committed.
+  void abort();
+
+  std::uint64_t generation() const;
+
+  /// To be called about once a second, and when noticeFd() is readable: shows a sign of life,
+  /// frees the slots of dead readers, replaces the environment when a stopped reader pins too much
+  /// of it, and makes the run directory anew when it was deleted or replaced. True when the tables
+  /// are new and empty: everything has to be published again. PublisherRunningException when
+  /// another publisher has taken the path over.
+  [[nodiscard]] bool service();
+
+  /// Readable when something happened to the run directory's files (inotify).
+  int noticeFd() const;
+
+ private:
+  using Bytes = std::string;
+  bool putBytes(TableId table, std::string_view key, std::string_view value);
+  bool eraseBytes(TableId table, std::string_view key);
+  SyncCounts syncBytes(TableId table, std::vector<std::pair<Bytes, Bytes>> const& wanted);
+
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+template <class Table>
+Writer::SyncCounts Writer::sync(
+    std::map<typename Table::Key, typename Table::Record> const& wanted) {
+  std::vector<std::pair<Bytes, Bytes>> rows;
+  rows.reserve(wanted.size());
+  for (auto const& [key, record] : wanted) {
+    rows.emplace_back(encodeKey<Table>(key), encodeRecord<Table>(record));
+  }
+  return syncBytes(Table::id, rows);
+}
+
+}  // namespace Pondo
