@@ -5,13 +5,14 @@
 #include <array>
 #include <compare>
 #include <cstring>
-#include <iosfwd>
 #include <string>
 #include <string_view>
 
+#include "platform/mav/text_value.h"
+
 namespace Dovel {
 
-class IntfId {
+class IntfId : public Mav::TextValue<IntfId> {
  public:
   /// Longest name, in bytes: IFNAMSIZ - 1, and room for a '#' and a number.
   static constexpr std::size_t sizeMax = 31;
@@ -19,19 +20,19 @@ class IntfId {
   constexpr IntfId() = default;
   /// Mav::RangeException when longer than sizeMax or holding a NUL byte.
   explicit IntfId(std::string_view name);
+  IntfId(char const*& from, char const* to) : IntfId(parsed(from, to)) {}
 
   std::string_view name() const { return {name_.data(), std::strlen(name_.data())}; }
   std::string stringValue() const { return std::string(name()); }
   bool empty() const { return name_[0] == '\0'; }
 
   /// Byte order of the names.
-  friend bool operator==(IntfId const&, IntfId const&) = default;
+  friend bool operator==(IntfId const& a, IntfId const& b) {
+    return std::memcmp(a.name_.data(), b.name_.data(), a.name_.size()) == 0;
+  }
   friend std::strong_ordering operator<=>(IntfId const& a, IntfId const& b) {
     return std::memcmp(a.name_.data(), b.name_.data(), a.name_.size()) <=> 0;
   }
-
-  /// The interface's name, bare.
-  friend std::ostream& operator<<(std::ostream& out, IntfId const& id);
 
   template <class H>
   friend H AbslHashValue(H h, IntfId const& id) {

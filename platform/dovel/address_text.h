@@ -1,0 +1,23 @@
+#pragma once
+// Parsing shared by the address types of this folder.
+
+#include <string_view>
+
+namespace Dovel {
+
+/// Writes the address in `text`, in network order, to `binary`: 4 octets for AF_INET, 16 for
+/// AF_INET6. RangeException "invalid IPv4 address 'TEXT'" (or IPv6) when it is none.
+void parseAddress(int family, std::string_view text, void* binary);
+
+/// "ADDRESS/LENGTH" taken apart. RangeException "invalid prefix length in 'TEXT'" when the slash is
+/// missing or the length is not a decimal number from 0 to `lengthMax`.
+struct AddressAndLength {
+  std::string_view address;
+  unsigned length;
+};
+AddressAndLength splitLength(std::string_view text, unsigned lengthMax);
+
+/// `length`; RangeException "prefix length N is not in 0..MAX" when it is above `lengthMax`.
+unsigned checkedLength(unsigned length, unsigned lengthMax);
+
+}  // namespace Dovel

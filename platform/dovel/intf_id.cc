@@ -1,0 +1,21 @@
+#include "platform/dovel/intf_id.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace Dovel {
+
+IntfId::IntfId(std::string_view name) {
+  if (name.size() > sizeMax) {
+    throw Mav::RangeException(
+        fmt::format("interface name '{}' is longer than {} bytes", Mav::escaped(name), sizeMax));
+  }
+  if (name.find('\0') != std::string_view::npos) {
+    throw Mav::RangeException(
+        fmt::format("interface name '{}' holds a NUL byte", Mav::escaped(name)));
+  }
+  std::copy(name.begin(), name.end(), name_.begin());
+}
+
+}  // namespace Dovel

@@ -1,0 +1,70 @@
+#pragma once
+// An IPv4 address. Ordered as a number, first octet most significant: the order of the SNMP
+// instances that it indexes. Printed and parsed as a dotted quad.
+
+#include <array>
+#include <bit>
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/mav/text_value.h"
+
+namespace Dovel {
+
+class IpAddr : public Mav::TextValue<IpAddr> {
+ public:
+  using Octets = std::array<std::uint8_t, 4>;
+
+  /// 0.0.0.0
+  constexpr IpAddr() = default;
+  /// From a number in host order: 0x0a000001 is 10.0.0.1.
+  explicit constexpr IpAddr(std::uint32_t value) : value_(value) {}
+  /// From octets, first octet first.
+  explicit constexpr IpAddr(Octets const& o)
+      : value_(std::uint32_t{o[0]} << 24 | std::uint32_t{o[1]} << 16 | std::uint32_t{o[2]} << 8 |
+               o[3]) {}
+  /// From a dotted quad, four decimal numbers without leading zeros; RangeException otherwise.
+  explicit IpAddr(std::string_view text);
+  IpAddr(char const*& from, char const* to) : IpAddr(parsed(from, to)) {}
+
+  /// From a number as it lies in a packet, a netlink attribute or struct in_addr.
+  static constexpr IpAddr fromNetworkOrder(std::uint32_t value) { return IpAddr(swapped(value)); }
+
+  /// In host order.
+  constexpr std::uint32_t value() const { return value_; }
+  constexpr std::uint32_t networkOrder() const { return swapped(value_); }
+  constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
+  constexpr bool isUnspecified() const { return value_ == 0; }
+  std::string stringValue() const;
+
+  friend constexpr bool operator==(IpAddr const& a, IpAddr const& b) {
+    return a.value_ == b.value_;
+  }
+  friend constexpr std::strong_ordering operator<=>(IpAddr const& a, IpAddr const& b) {
+    return a.value_ <=> b.value_;
+  }
+
+  template <class H>
+  friend H AbslHashValue(H h, IpAddr const& addr) {
+    return H::combine(std::move(h), addr.value_);
+  }
+
+ private:
+  static constexpr std::uint32_t swapped(std::uint32_t value) {
+    return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
+  }
+  constexpr std::uint8_t octet(unsigned shift) const {
+    return static_cast<std::uint8_t>(value_ >> shift);
+  }
+
+  std::uint32_t value_ = 0;
+};
+
+/// The mask of a prefix length from 0 to 32, in host order.
+constexpr std::uint32_t maskOfLength(unsigned length) {
+  return length == 0 ? 0 : ~std::uint32_t{0} << (32 - length);
+}
+
+}  // namespace Dovel

@@ -1,0 +1,36 @@
+#pragma once
+// Base of values that are one word to an operator: an address, a prefix, an interface's name.
+//
+// The derived class has `explicit D(std::string_view text)`, which raises a RangeException that
+// names the text and the reason, and `std::string stringValue() const`, its inverse. This base adds
+// printing (bare by operator<<, quoted as a strep) and parsing.
+
+#include <ostream>
+
+#include "platform/mav/strep.h"
+
+namespace Mav {
+
+template <class D>
+class TextValue {
+ public:
+  friend std::ostream& operator<<(std::ostream& out, D const& value) {
+    return out << value.stringValue();
+  }
+  friend std::string valueToStrep(D const& value) { return quoted(value.stringValue()); }
+  friend void parseStrep(StrepReader& in, D& value) { value = D(in.quoted()); }
+  friend bool operator!(D const& value) { return value == D(); }
+
+ protected:
+  constexpr TextValue() = default;
+  /// The constructor from a pair of iterators: `from` is moved behind the value.
+  static D parsed(char const*& from, char const* to) {
+    StrepReader in(from, to);
+    D value;
+    parseStrep(in, value);
+    from = in.at();
+    return value;
+  }
+};
+
+}  // namespace Mav
