@@ -21,6 +21,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # A module with unique symbols is never unmapped by dlclose, and its statics not built again.
   add_compile_options(-fno-gnu-unique -Wduplicated-cond -Wlogical-op)
 endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_compile_options(-D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  add_link_options(-Wl,-z,relro,-z,now -Wl,-z,defs)
+endif()
 if(OVO_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
