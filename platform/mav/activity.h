@@ -7,7 +7,8 @@
 //
 // One turn (deliver) handles the descriptors that are ready, then the clock reactors that are due,
 // each once, and returns: work that asks for more time yields to the foreign loop. Never blocks.
-// An exception from a callback is logged and does not end the turn. One thread.
+// An exception from a callback is logged and does not end the turn; a watch whose callback threw
+// rests for Clock::retryDelay seconds, so that a lasting fault does not spin the loop. One thread.
 
 #include <cstdint>
 #include <functional>
@@ -19,11 +20,13 @@ namespace Mav {
 
 class Activity {
  public:
-  /// Called with the epoll(7) events that are ready. May drop its own Watch or any other.
+  /// Called with the epoll(7) events that are ready. May drop its own Watch or any other, and make
+  /// new ones: no event that was fetched before reaches a callback made or dropped since.
   using Ready = std::function<void(std::uint32_t events)>;
 
-  /// Dropping it ends the watch; the descriptor stays the caller's and must outlive it. Must not
-  /// outlive the Activity.
+  /// Dropping it ends the watch; the descriptor stays the caller's. Drop the watch, then close the
+  /// descriptor; the other way round is harmless too, even when the number is in use again by then,
+  /// but for a descriptor that was duplicated. Must not outlive the Activity.
   class Watch {
    public:
     Watch() = default;
@@ -34,9 +37,9 @@ class Activity {
 
    private:
     friend class Activity;
-    Watch(Activity* activity, int fd) : activity_(activity), fd_(fd) {}
+    Watch(Activity* activity, std::uint64_t token) : activity_(activity), token_(token) {}
     Activity* activity_ = nullptr;
-    int fd_ = -1;
+    std::uint64_t token_ = 0;
   };
 
   /// Throws Exception when the kernel refuses the descriptors.
@@ -45,7 +48,8 @@ class Activity {
   Activity(Activity const&) = delete;
   Activity& operator=(Activity const&) = delete;
 
-  /// `events` as of epoll(7), level triggered. One watch a descriptor.
+  /// `events` as of epoll(7), level triggered. One watch a descriptor: Exception when there is one
+  /// already or when the kernel refuses the descriptor.
   [[nodiscard]] Watch watch(int fd, std::uint32_t events, Ready ready);
 
   /// The clock whose reactors this loop runs.
@@ -54,10 +58,12 @@ class Activity {
   /// The epoll descriptor, for a foreign loop.
   int fd() const;
 
-  /// One turn, without waiting.
+  /// One turn, without waiting. From inside a callback: no effect.
   void deliver();
 
-  /// Turns until stop(), waiting in between. Under simulated time it waits for descriptors alone.
+  /// Turns until stop(), waiting in between. Under simulated time it waits for descriptors alone
+  /// when no reactor is due. A stop() that came before it ends it at once. Exception when called
+  /// from inside a callback.
   void run();
   void stop();
 

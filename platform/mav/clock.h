@@ -8,7 +8,10 @@
 // A reactor whose onTime() threw is handed the exception (onException) and is not called again for
 // retryDelay seconds while its timeMin is due, so that a lasting fault does not spin the loop.
 
+#include <cstddef>
 #include <functional>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/mav/entity.h"
@@ -26,12 +29,19 @@ class Clock : public Entity {
     explicit NotifieeConst(Ptr<Clock const> clock = nullptr) : Notifiee(std::move(clock)) {}
 
     double timeMin() const { return timeMin_; }
+    /// RangeException when `time` is not a number.
     void timeMinIs(double time);
+
+    void hasNotificationActiveIs(bool active) override;
+    /// Takes its timeMin along to the other clock.
+    void notifierIs(Ptr<Clock const> clock);
 
     virtual void onTime() {}
 
    private:
     friend class Clock;
+    double timeDue() const;
+    void tellClock() const;
     double timeMin_ = never;
     double notBefore_ = 0.0;  // after an exception
   };
@@ -46,8 +56,8 @@ class Clock : public Entity {
   /// One turn: calls every reactor that is due now, each once.
   void deliver() const;
 
-  /// Called whenever timeNext() may have become earlier (the activity re-arms its timer).
-  void onEarlierIs(std::function<void()> hook) const { onEarlier_ = std::move(hook); }
+  /// Called whenever timeNext() may have changed (the activity re-arms its timer). Must not throw.
+  void onTimeNextIs(std::function<void()> hook) const { onTimeNext_ = std::move(hook); }
 
   std::string_view typeName() const override { return "Mav::Clock"; }
   AttributeTable const& attributeTable() const override;
@@ -55,13 +65,16 @@ class Clock : public Entity {
   void removeNotifiee(NotifieeConst* notifiee) const;
 
  private:
+  void callReactor(std::size_t i) const;
+  void tellTimeNext() const;
+
   mutable std::vector<NotifieeConst*> reactors_;  // null: left during deliver()
   mutable int depth_ = 0;
-  mutable std::function<void()> onEarlier_;
+  mutable std::function<void()> onTimeNext_;
 };
 
 /// A clock reactor with its action as a function: one-shot, set again from inside as wished.
-/// It is disarmed before the action runs.
+/// It is disarmed before the action runs. The action may destroy its Timer.
 class Timer : private Clock::NotifieeConst {
  public:
   Timer(Ptr<Clock const> clock, std::function<void()> action);
@@ -71,7 +84,7 @@ class Timer : private Clock::NotifieeConst {
 
  private:
   void onTime() override;
-  std::function<void()> action_;
+  std::shared_ptr<std::function<void()> const> const action_;  // outlives the Timer in onTime()
 };
 
 }  // namespace Mav

@@ -25,7 +25,8 @@ class Directory {
     return objectCast<T>(entity(path));
   }
 
-  /// NameInUseException when another entity is mounted there; the same again is a no-op.
+  /// NameInUseException when another entity is mounted there; the same again is a no-op. A null
+  /// entity is a RangeException.
   void mount(std::string_view path, Ptr<Entity> entity);
   /// No effect when nothing is mounted there.
   void unmount(std::string_view path);

@@ -16,6 +16,9 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "platform/mav/notifiee.h"
@@ -34,7 +37,7 @@ class Entity;
 
 /// One attribute, with its accessors erased to std::any. The value types are those of the
 /// accessors, without const and reference; any other type raises a RangeException that names
-/// attribute, expected and given type.
+/// entity, expected and given type.
 struct AttributeInfo {
   std::string_view name;
   /// Null for collections.
@@ -55,6 +58,7 @@ class AttributeTable {
   std::string_view attributeString(AttributeId id) const;
   /// RangeException "ENTITYTYPE has no attribute 'NAME'" when there is none.
   AttributeInfo const& info(std::string_view entityType, std::string_view name) const;
+  /// 0 when there is none.
   AttributeId id(std::string_view name) const;
 
  private:
@@ -75,7 +79,9 @@ class Entity : public Object {
   virtual AttributeTable const& attributeTable() const = 0;
   std::string_view attributeString(AttributeId id) const;
 
-  /// The generic attribute interface, by name.
+  /// The generic attribute interface, by name. RangeException when the entity has no attribute of
+  /// that name, when the attribute does not allow the operation (read-only, a collection, not a
+  /// collection), and when value or key is of another type than the accessor's.
   std::any attribute(std::string_view attributeName) const;
   void attributeIs(std::string_view attributeName, std::any const& value);
   void memberIs(std::string_view collectionName, std::any const& key);
@@ -123,8 +129,8 @@ AttributeInfo plainAttribute(std::string_view name) {
   if constexpr (!std::is_same_v<decltype(Set), std::nullptr_t>) {
     using Setter = Detail::Accessor<decltype(Set)>;
     info.set = [](Entity& e, std::any const& value) {
-      (static_cast<typename Setter::Class&>(e).*Set)(
-          Detail::cast<typename Setter::Value>(e, value));
+      (static_cast<typename Setter::Class&>(e).*
+       Set)(Detail::cast<typename Setter::Value>(e, value));
     };
   }
   return info;
@@ -138,15 +144,14 @@ AttributeInfo collectionAttribute(std::string_view name) {
   if constexpr (!std::is_same_v<decltype(Is), std::nullptr_t>) {
     using Creator = Detail::Accessor<decltype(Is)>;
     info.memberIs = [](Entity& e, std::any const& key) {
-      (static_cast<typename Creator::Class&>(e).*Is)(
-          Detail::cast<typename Creator::Value>(e, key));
+      (static_cast<typename Creator::Class&>(e).*Is)(Detail::cast<typename Creator::Value>(e, key));
     };
   }
   if constexpr (!std::is_same_v<decltype(Del), std::nullptr_t>) {
     using Deleter = Detail::Accessor<decltype(Del)>;
     info.memberDel = [](Entity& e, std::any const& key) {
-      (static_cast<typename Deleter::Class&>(e).*Del)(
-          Detail::cast<typename Deleter::Value>(e, key));
+      (static_cast<typename Deleter::Class&>(e).*
+       Del)(Detail::cast<typename Deleter::Value>(e, key));
     };
   }
   return info;

@@ -1,7 +1,8 @@
 #pragma once
 // Change notification. An entity E names its notifiee interface E::NotifieeConst, which derives
-// from Notifiee<E const, NotifieeConst> and has one virtual handler per attribute (with the key, for one member
-// of a collection; without, for the collection as a whole); each does nothing unless overridden.
+// from Notifiee<E const, NotifieeConst> and has one virtual handler per attribute (with the key,
+// for one member of a collection; without, for the collection as a whole); each does nothing unless
+// overridden.
 //
 //   class Config::NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
 //    public:
@@ -17,12 +18,14 @@
 // unregister or destroy any notifiee, itself included, and may register new ones (they hear the
 // next change). A handler that throws has its exception handed to its own onException with the
 // attribute's number; the others still run. A notifiee is called only while
-// hasNotificationActive(). It holds its entity by a counted reference. One thread.
+// hasNotificationActive(). It holds its entity by a counted reference; whoever changes an entity
+// holds one too, so that the entity outlives its notification. One thread.
 
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <string_view>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/mav/object.h"
@@ -31,8 +34,12 @@ namespace Mav {
 
 using AttributeId = std::uint32_t;
 
-/// Writes an exception that nobody else takes as a level-0 trace line, "in handler of attribute N".
+/// Writes an exception that nobody else takes as a level-0 trace line: "exception in handler of
+/// attribute N: WHAT".
 void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exception);
+
+/// What an exception says of itself; a fixed text when it is no std::exception.
+std::string exceptionText(std::exception_ptr const& exception);
 
 class NotifieeBase {
  public:
@@ -42,12 +49,16 @@ class NotifieeBase {
   virtual ~NotifieeBase() = default;
 
   bool hasNotificationActive() const { return active_; }
-  void hasNotificationActiveIs(bool active) { active_ = active; }
+  virtual void hasNotificationActiveIs(bool active) { active_ = active; }
 
   /// What a handler of this notifiee threw. The default traces it.
   virtual void onException(AttributeId attribute, std::exception_ptr exception) {
     traceNotifieeException(attribute, exception);
   }
+
+  /// Hands the exception being caught to `notifiee`, or traces it when that is null (it is gone) or
+  /// throws in its turn.
+  static void deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept;
 
  private:
   bool active_ = true;
@@ -86,12 +97,8 @@ class NotifieeList {
       try {
         call(*notifiee);
       } catch (...) {
-        // The handler may have destroyed its notifiee before it threw.
-        if (notifiees_[i]) {
-          notifiees_[i]->onException(attribute, std::current_exception());
-        } else {
-          traceNotifieeException(attribute, std::current_exception());
-        }
+        // Null when the handler destroyed its notifiee before it threw.
+        NotifieeBase::deliverException(notifiees_[i], attribute);
       }
     }
     if (--depth_ == 0) compact();
@@ -124,7 +131,8 @@ class Notifiee : public NotifieeBase {
   }
 
  private:
-  N* self() { return static_cast<N*>(this); }
+  // Called while N is under construction or destruction: the list only keeps the pointer then.
+  __attribute__((no_sanitize("vptr"))) N* self() { return static_cast<N*>(this); }
 
   Ptr<E> notifier_;
 };

@@ -2,13 +2,16 @@
 // Named trace handles with levels 0 to 9, and the one place where lines leave the program.
 //
 // A handle starts with level 0 on. The environment variable MAV_TRACE switches on more, by handle
-// name: "Snmp/0-2,IpSnmpAgent/8" (a name alone means all levels; "*" names every handle). Several
-// handles may have one name. Nothing is formatted while a level is off:
+// name: "Snmp/0-2,IpSnmpAgent/8" (trace_config.h has the syntax). It is read when the first handle
+// is made; items that cannot be read are told then, in a line each. Several handles may have one
+// name. Nothing is formatted while a level is off:
 //
 //   MAV_TRACE(traceHandle(), 2, "handle_ipForwarding - unknown mode from request: " << mode);
 //
-// A trace line carries handle/level, file:line and function. Lines go to the sink, which is stderr
-// until traceSinkIs() sets another (inside snmpd: snmpd's own log).
+// writes "Snmp/2 ip_base.cc:123 handle_ipForwarding: text". Lines go to the sink, which is stderr
+// until traceSinkIs() sets another (inside snmpd: snmpd's own log). Control characters in a text
+// are written as \xNN, so that one call is one line whatever the text came from. Level 0 goes to
+// the sink as a warning, level 1 as info, the others as debug.
 //
 // log() is for the operator: a plain sentence that says what is wrong and what to do, always
 // written, same sink.
@@ -40,6 +43,7 @@ class TraceHandle {
 
   std::string const& name() const { return name_; }
   bool enabled(int level) const { return ((levels_ >> level) & 1U) != 0; }
+  /// RangeException when the level is not within 0 to levelMax.
   void enabledIs(int level, bool on);
 
   /// Writes one line, unconditionally. MAV_TRACE is the way to call it.
@@ -54,14 +58,14 @@ class TraceHandle {
 }  // namespace Mav
 
 /// As MAV_TRACE, under a function name of its own (a template that speaks for its instance).
-#define MAV_TRACE_AS(handle, level, function, stream)                           \
-  do {                                                                          \
-    auto const& mavTraceHandle = (handle);                                      \
-    if (mavTraceHandle.enabled(level)) {                                        \
-      std::ostringstream mavTraceText;                                          \
-      mavTraceText << stream; /* NOLINT(bugprone-macro-parentheses) */          \
+#define MAV_TRACE_AS(handle, level, function, stream)                               \
+  do {                                                                              \
+    auto const& mavTraceHandle = (handle);                                          \
+    if (mavTraceHandle.enabled(level)) {                                            \
+      std::ostringstream mavTraceText;                                              \
+      mavTraceText << stream; /* NOLINT(bugprone-macro-parentheses) */              \
       mavTraceHandle.line(level, __FILE__, __LINE__, function, mavTraceText.str()); \
-    }                                                                           \
+    }                                                                               \
   } while (false)
 
 #define MAV_TRACE(handle, level, stream) MAV_TRACE_AS(handle, level, __func__, stream)

@@ -1,0 +1,245 @@
+#include "platform/mav/activity.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include "platform/mav/trace_handle.h"
+
+namespace Mav {
+
+namespace {
+
+constexpr std::uint64_t ownToken = 0;  // the timerfd and the eventfd
+constexpr int eventsMax = 64;          // of one turn; the others come in the next
+
+[[noreturn]] void throwErrno(std::string_view what) {
+  throw Exception(fmt::format("activity: {}: {}", what, std::strerror(errno)));
+}
+
+class OwnedFd {
+ public:
+  OwnedFd(int fd, char const* call) : fd_(fd) {
+    if (fd_ < 0) throwErrno(call);
+  }
+  ~OwnedFd() { close(fd_); }
+  OwnedFd(OwnedFd const&) = delete;
+  OwnedFd& operator=(OwnedFd const&) = delete;
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+/// An absolute timerfd time. Rounded up, so that now() has reached it when it fires; never 0, which
+/// would disarm.
+timespec timerTime(double time) {
+  constexpr double secondsMax = 1e10;  // about 300 years: within what the kernel takes
+  double const seconds = std::floor(std::min(time, secondsMax));
+  auto const nanoseconds = std::ceil((std::min(time, secondsMax) - seconds) * 1e9);
+  timespec result{static_cast<time_t>(seconds), static_cast<long>(nanoseconds)};
+  if (result.tv_nsec >= 1'000'000'000) result = {result.tv_sec + 1, 0};
+  if (result.tv_sec == 0 && result.tv_nsec == 0) result.tv_nsec = 1;
+  return result;
+}
+
+}  // namespace
+
+struct Activity::Impl {
+  struct Watched {
+    int fd;
+    std::uint32_t events;
+    std::shared_ptr<Ready const> ready;  // outlives its watch while it runs
+  };
+
+  Impl();
+  ~Impl() { clock->onTimeNextIs(nullptr); }
+
+  void addToEpoll(int descriptor, std::uint32_t events, std::uint64_t token) const;
+  void drop(std::uint64_t token);
+  void turn(int timeout);
+  void call(std::uint64_t token, std::uint32_t events);
+  void rest(std::uint64_t token);
+  void resumeRested();
+  void arm();
+  void ring(bool on) const;
+  void timerIs(double time) const;
+
+  OwnedFd const epoll{epoll_create1(EPOLL_CLOEXEC), "epoll_create1"};
+  OwnedFd const timer{timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK),
+                      "timerfd_create"};
+  OwnedFd const bell{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
+  Ptr<Clock const> const clock = makeObject<Clock>();
+
+  std::unordered_map<std::uint64_t, Watched> watched;
+  std::unordered_map<int, std::uint64_t> tokens;  // the watch that epoll has for a descriptor
+  std::uint64_t lastToken = ownToken;
+  double armed = never;  // what bell and timer stand at
+  bool inTurn = false;
+  bool stopped = false;
+
+  std::vector<std::uint64_t> rested;
+  Timer resume{clock, [this] { resumeRested(); }};
+};
+
+Activity::Impl::Impl() {
+  addToEpoll(timer.get(), EPOLLIN, ownToken);
+  addToEpoll(bell.get(), EPOLLIN, ownToken);
+  clock->onTimeNextIs([this] {
+    if (!inTurn) arm();
+  });
+}
+
+void Activity::Impl::addToEpoll(int descriptor, std::uint32_t events, std::uint64_t token) const {
+  epoll_event event{};
+  event.events = events;
+  event.data.u64 = token;
+  if (epoll_ctl(epoll.get(), EPOLL_CTL_ADD, descriptor, &event) == 0) return;
+  throwErrno(fmt::format("cannot watch descriptor {}", descriptor));
+}
+
+void Activity::Impl::drop(std::uint64_t token) {
+  auto const found = watched.find(token);
+  if (found == watched.end()) return;
+  int const descriptor = found->second.fd;
+  // A descriptor that was closed has left the epoll set by itself; its number may be in use again,
+  // by a newer watch or by nobody that we know.
+  if (auto const current = tokens.find(descriptor);
+      current != tokens.end() && current->second == token) {
+    epoll_ctl(epoll.get(), EPOLL_CTL_DEL, descriptor, nullptr);
+    tokens.erase(current);
+  }
+  auto const ready = std::move(found->second.ready);  // destroyed after the watch is gone
+  watched.erase(found);
+}
+
+void Activity::Impl::turn(int timeout) {
+  std::array<epoll_event, eventsMax> events;
+  int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
+  if (count < 0 && errno != EINTR) throwErrno("epoll_wait");
+  inTurn = true;
+  std::unique_ptr<bool, void (*)(bool*)> const endOfTurn(&inTurn,
+                                                         [](bool* turn) { *turn = false; });
+  for (int i = 0; i < count; ++i) {
+    auto const& event = events[static_cast<std::size_t>(i)];
+    if (event.data.u64 != ownToken) call(event.data.u64, event.events);
+  }
+  clock->deliver();
+  arm();
+}
+
+void Activity::Impl::call(std::uint64_t token, std::uint32_t events) {
+  auto const found = watched.find(token);
+  if (found == watched.end()) return;  // dropped since the event was fetched
+  auto const target = found->second;   // the callback may drop its watch
+  try {
+    (*target.ready)(events);
+  } catch (...) {
+    log(Severity::error, fmt::format("activity: handler of descriptor {} failed: {}", target.fd,
+                                     exceptionText(std::current_exception())));
+    rest(token);
+  }
+}
+
+void Activity::Impl::rest(std::uint64_t token) {
+  auto const found = watched.find(token);
+  if (found == watched.end()) return;
+  epoll_ctl(epoll.get(), EPOLL_CTL_DEL, found->second.fd, nullptr);
+  rested.push_back(token);
+  if (resume.timeMin() == never) resume.timeMinIs(now() + Clock::retryDelay);
+}
+
+void Activity::Impl::resumeRested() {
+  for (auto const token : std::exchange(rested, {})) {
+    auto const found = watched.find(token);
+    if (found == watched.end() || tokens[found->second.fd] != token) continue;
+    try {
+      addToEpoll(found->second.fd, found->second.events, token);
+    } catch (Exception const& e) {  // closed meanwhile
+      log(Severity::error, e.what());
+    }
+  }
+}
+
+/// Makes the epoll descriptor readable at the clock's next time, and not before.
+void Activity::Impl::arm() {
+  double next = clock->timeNext();
+  if (next <= asap) next = asap;
+  if (next != asap && timeIsSimulated()) next = never;
+  if (next == armed) return;
+  if ((next == asap) != (armed == asap)) ring(next == asap);
+  if (next != asap) timerIs(next);
+  armed = next;
+}
+
+void Activity::Impl::ring(bool on) const {
+  std::uint64_t value = 1;
+  auto const done =
+      on ? write(bell.get(), &value, sizeof value) : read(bell.get(), &value, sizeof value);
+  if (done != sizeof value) throwErrno("eventfd");
+}
+
+void Activity::Impl::timerIs(double time) const {
+  itimerspec setting{};
+  if (time != never) setting.it_value = timerTime(time);
+  if (timerfd_settime(timer.get(), TFD_TIMER_ABSTIME, &setting, nullptr) != 0) {
+    throwErrno("timerfd_settime");
+  }
+}
+
+Activity::Activity() : impl_(std::make_unique<Impl>()) {}
+Activity::~Activity() = default;
+
+Activity::Watch::Watch(Watch&& other) noexcept
+    : activity_(std::exchange(other.activity_, nullptr)), token_(other.token_) {}
+
+Activity::Watch& Activity::Watch::operator=(Watch&& other) noexcept {
+  Watch moved(std::move(other));
+  std::swap(activity_, moved.activity_);
+  std::swap(token_, moved.token_);
+  return *this;
+}
+
+Activity::Watch::~Watch() {
+  if (activity_) activity_->impl_->drop(token_);
+}
+
+Activity::Watch Activity::watch(int fd, std::uint32_t events, Ready ready) {
+  auto const token = ++impl_->lastToken;
+  impl_->addToEpoll(fd, events, token);
+  impl_->tokens[fd] = token;
+  impl_->watched[token] = {fd, events, std::make_shared<Ready const>(std::move(ready))};
+  return {this, token};
+}
+
+Ptr<Clock const> Activity::clock() const { return impl_->clock; }
+
+int Activity::fd() const { return impl_->epoll.get(); }
+
+void Activity::deliver() {
+  if (!impl_->inTurn) impl_->turn(0);
+}
+
+void Activity::run() {
+  if (impl_->inTurn) throw Exception("activity: run() called from inside a callback");
+  while (!std::exchange(impl_->stopped, false)) {
+    bool const isDue = timeIsSimulated() && impl_->clock->timeNext() <= now();
+    impl_->turn(isDue ? 0 : -1);
+  }
+}
+
+void Activity::stop() { impl_->stopped = true; }
+
+}  // namespace Mav

@@ -1,0 +1,94 @@
+#include "platform/mav/clock.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Mav {
+
+void Clock::NotifieeConst::timeMinIs(double time) {
+  if (std::isnan(time)) throw RangeException("timeMin of a clock reactor is not a number");
+  if (time == timeMin_) return;
+  timeMin_ = time;
+  tellClock();
+}
+
+void Clock::NotifieeConst::hasNotificationActiveIs(bool active) {
+  Notifiee::hasNotificationActiveIs(active);
+  tellClock();
+}
+
+void Clock::NotifieeConst::notifierIs(Ptr<Clock const> clock) {
+  Notifiee::notifierIs(std::move(clock));
+  tellClock();
+}
+
+double Clock::NotifieeConst::timeDue() const {
+  return hasNotificationActive() ? std::max(timeMin_, notBefore_) : never;
+}
+
+void Clock::NotifieeConst::tellClock() const {
+  if (notifier()) notifier()->tellTimeNext();
+}
+
+void Clock::tellTimeNext() const {
+  if (onTimeNext_) onTimeNext_();
+}
+
+double Clock::timeNext() const {
+  double next = never;
+  for (auto const* reactor : reactors_) {
+    if (reactor) next = std::min(next, reactor->timeDue());
+  }
+  return next;
+}
+
+void Clock::deliver() const {
+  double const time = now();
+  ++depth_;
+  std::size_t const end = reactors_.size();
+  for (std::size_t i = 0; i < end; ++i) {
+    if (reactors_[i] && reactors_[i]->timeDue() <= time) callReactor(i);
+  }
+  if (--depth_ == 0) std::erase(reactors_, nullptr);
+}
+
+void Clock::callReactor(std::size_t i) const {
+  reactors_[i]->notBefore_ = 0.0;
+  try {
+    reactors_[i]->onTime();
+  } catch (...) {
+    if (reactors_[i]) {
+      reactors_[i]->notBefore_ = now() + retryDelay;
+      tellTimeNext();
+    }
+    NotifieeBase::deliverException(reactors_[i], timeAttributeId);
+  }
+}
+
+AttributeTable const& Clock::attributeTable() const {
+  static AttributeTable const table{plainAttribute<&Clock::now>("time")};
+  return table;
+}
+
+// Tells nobody: the reactor may still be under construction, and then is not armed.
+void Clock::addNotifiee(NotifieeConst* notifiee) const { reactors_.push_back(notifiee); }
+
+void Clock::removeNotifiee(NotifieeConst* notifiee) const {
+  auto const found = std::find(reactors_.begin(), reactors_.end(), notifiee);
+  if (found == reactors_.end()) return;
+  *found = nullptr;  // a turn under way skips it
+  if (depth_ == 0) reactors_.erase(found);
+  tellTimeNext();
+}
+
+Timer::Timer(Ptr<Clock const> clock, std::function<void()> action)
+    : NotifieeConst(std::move(clock)),
+      action_(std::make_shared<std::function<void()> const>(std::move(action))) {}
+
+void Timer::onTime() {
+  timeMinIs(never);
+  auto const action = action_;
+  (*action)();
+}
+
+}  // namespace Mav

@@ -1,0 +1,34 @@
+#include "platform/mav/directory.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace Mav {
+
+Directory& Directory::root() {
+  static Directory directory;
+  return directory;
+}
+
+Ptr<Entity> Directory::entity(std::string_view path) const {
+  auto const found = entities_.find(path);
+  return found == entities_.end() ? nullptr : found->second;
+}
+
+void Directory::mount(std::string_view path, Ptr<Entity> entity) {
+  auto const mounted = validPtr(std::move(entity));
+  auto const [place, isNew] = entities_.try_emplace(std::string(path), mounted);
+  if (isNew || place->second == mounted) return;
+  throw NameInUseException(
+      fmt::format("another {} is mounted at '{}'", place->second->typeName(), path));
+}
+
+void Directory::unmount(std::string_view path) {
+  auto const found = entities_.find(path);
+  if (found != entities_.end()) entities_.extract(found);  // destroyed when it has left the tree
+}
+
+void Directory::unmountAll() { std::exchange(entities_, {}); }
+
+}  // namespace Mav

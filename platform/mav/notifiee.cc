@@ -1,0 +1,32 @@
+#include "platform/mav/notifiee.h"
+
+#include "platform/mav/trace_handle.h"
+
+namespace Mav {
+
+std::string exceptionText(std::exception_ptr const& exception) {
+  try {
+    std::rethrow_exception(exception);
+  } catch (std::exception const& e) {
+    return e.what();
+  } catch (...) {
+    return "not a std::exception";
+  }
+}
+
+void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exception) {
+  static TraceHandle const handle("Mav");
+  MAV_TRACE(handle, 0,
+            "exception in handler of attribute " << attribute << ": " << exceptionText(exception));
+}
+
+void NotifieeBase::deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept {
+  if (!notifiee) return traceNotifieeException(attribute, std::current_exception());
+  try {
+    notifiee->onException(attribute, std::current_exception());
+  } catch (...) {
+    traceNotifieeException(attribute, std::current_exception());
+  }
+}
+
+}  // namespace Mav

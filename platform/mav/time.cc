@@ -1,0 +1,33 @@
+#include "platform/mav/time.h"
+
+#include <ctime>
+
+#include "platform/mav/exception.h"
+
+namespace Mav {
+
+namespace {
+SimulatedTime* simulated = nullptr;
+}
+
+SimulatedTime::SimulatedTime(double start) : now_(start) {
+  if (simulated) throw Exception("a simulated time lives already");
+  simulated = this;
+}
+
+SimulatedTime::~SimulatedTime() { simulated = nullptr; }
+
+bool timeIsSimulated() { return simulated != nullptr; }
+
+double now() {
+  if (simulated) {
+    double const reading = simulated->now_;
+    simulated->now_ += simulated->step_;
+    return reading;
+  }
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+}  // namespace Mav
