@@ -32,8 +32,7 @@ AddressAndLength splitLength(std::string_view text, unsigned lengthMax) {
   throw Mav::RangeException(fmt::format("invalid prefix length in '{}'", Mav::escaped(text)));
 }
 
-unsigned checkedLength(unsigned length, unsigned lengthMax) {
-  if (length <= lengthMax) return length;
+void throwLength(unsigned length, unsigned lengthMax) {
   throw Mav::RangeException(fmt::format("prefix length {} is not in 0..{}", length, lengthMax));
 }
 

@@ -17,7 +17,12 @@ struct AddressAndLength {
 };
 AddressAndLength splitLength(std::string_view text, unsigned lengthMax);
 
+[[noreturn]] void throwLength(unsigned length, unsigned lengthMax);
+
 /// `length`; RangeException "prefix length N is not in 0..MAX" when it is above `lengthMax`.
-unsigned checkedLength(unsigned length, unsigned lengthMax);
+constexpr unsigned checkedLength(unsigned length, unsigned lengthMax) {
+  if (length > lengthMax) throwLength(length, lengthMax);
+  return length;
+}
 
 }  // namespace Dovel

@@ -20,7 +20,7 @@ class IntfId : public Mav::TextValue<IntfId> {
   constexpr IntfId() = default;
   /// Mav::RangeException when longer than sizeMax or holding a NUL byte.
   explicit IntfId(std::string_view name);
-  IntfId(char const*& from, char const* to) : IntfId(parsed(from, to)) {}
+  IntfId(char const*& from, char const* to) : IntfId(Mav::parsedStrep<IntfId>(from, to)) {}
 
   std::string_view name() const { return {name_.data(), std::strlen(name_.data())}; }
   std::string stringValue() const { return std::string(name()); }

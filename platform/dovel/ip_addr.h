@@ -9,12 +9,14 @@
 #include <string>
 #include <string_view>
 
+#include "platform/dovel/address_text.h"
 #include "platform/mav/text_value.h"
 
 namespace Dovel {
 
 class IpAddr : public Mav::TextValue<IpAddr> {
  public:
+  static constexpr unsigned bits = 32;
   using Octets = std::array<std::uint8_t, 4>;
 
   /// 0.0.0.0
@@ -27,15 +29,22 @@ class IpAddr : public Mav::TextValue<IpAddr> {
                o[3]) {}
   /// From a dotted quad, four decimal numbers without leading zeros; RangeException otherwise.
   explicit IpAddr(std::string_view text);
-  IpAddr(char const*& from, char const* to) : IpAddr(parsed(from, to)) {}
+  IpAddr(char const*& from, char const* to) : IpAddr(Mav::parsedStrep<IpAddr>(from, to)) {}
 
   /// From a number as it lies in a packet, a netlink attribute or struct in_addr.
   static constexpr IpAddr fromNetworkOrder(std::uint32_t value) { return IpAddr(swapped(value)); }
+
+  /// The mask of a prefix length; RangeException above 32.
+  static constexpr IpAddr netmask(unsigned length) {
+    return IpAddr(checkedLength(length, bits) == 0 ? 0 : ~std::uint32_t{0} << (bits - length));
+  }
 
   /// In host order.
   constexpr std::uint32_t value() const { return value_; }
   constexpr std::uint32_t networkOrder() const { return swapped(value_); }
   constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
+  /// This address with all but the first `length` bits cleared; RangeException above 32.
+  constexpr IpAddr masked(unsigned length) const { return IpAddr(value_ & netmask(length).value_); }
   constexpr bool isUnspecified() const { return value_ == 0; }
   std::string stringValue() const;
 
@@ -61,10 +70,5 @@ class IpAddr : public Mav::TextValue<IpAddr> {
 
   std::uint32_t value_ = 0;
 };
-
-/// The mask of a prefix length from 0 to 32, in host order.
-constexpr std::uint32_t maskOfLength(unsigned length) {
-  return length == 0 ? 0 : ~std::uint32_t{0} << (32 - length);
-}
 
 }  // namespace Dovel

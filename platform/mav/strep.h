@@ -112,4 +112,15 @@ T strepToValue(std::string_view text) {
   return value;
 }
 
+/// What a value's constructor from a pair of iterators yields: parses from the front of the text
+/// and moves `from` behind it. After an error `from` stands where it stood.
+template <class T>
+T parsedStrep(char const*& from, char const* to) {
+  StrepReader in(from, to);
+  T value{};
+  parseStrep(in, value);
+  from = in.at();
+  return value;
+}
+
 }  // namespace Mav

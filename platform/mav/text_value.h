@@ -2,8 +2,9 @@
 // Base of values that are one word to an operator: an address, a prefix, an interface's name.
 //
 // The derived class has `explicit D(std::string_view text)`, which raises a RangeException that
-// names the text and the reason, and `std::string stringValue() const`, its inverse. This base adds
-// printing (bare by operator<<, quoted as a strep) and parsing.
+// names the text and the reason, its inverse `std::string stringValue() const`, and a constructor
+// from a pair of iterators by parsedStrep<D>. This base adds printing (bare by operator<<, quoted as
+// a strep) and parsing.
 
 #include <ostream>
 
@@ -20,17 +21,6 @@ class TextValue {
   friend std::string valueToStrep(D const& value) { return quoted(value.stringValue()); }
   friend void parseStrep(StrepReader& in, D& value) { value = D(in.quoted()); }
   friend bool operator!(D const& value) { return value == D(); }
-
- protected:
-  constexpr TextValue() = default;
-  /// The constructor from a pair of iterators: `from` is moved behind the value.
-  static D parsed(char const*& from, char const* to) {
-    StrepReader in(from, to);
-    D value;
-    parseStrep(in, value);
-    from = in.at();
-    return value;
-  }
 };
 
 }  // namespace Mav

@@ -1,0 +1,55 @@
+#pragma once
+// What addresses with a prefix length have in common: an address, a length in bits, the text
+// "ADDRESS/LENGTH", and the order by address, then length. For IPv4 that is also the order by
+// (address, mask), since masks grow with their lengths.
+
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/dovel/address_text.h"
+#include "platform/mav/text_value.h"
+
+namespace Dovel {
+
+template <class D, class Addr>
+class AddrWithLength : public Mav::TextValue<D> {
+ public:
+  constexpr AddrWithLength() = default;
+  /// RangeException when `length` is more than the address has bits.
+  constexpr AddrWithLength(Addr const& address, unsigned length)
+      : address_(address), length_(static_cast<std::uint8_t>(checkedLength(length, Addr::bits))) {}
+  /// From "ADDRESS/LENGTH"; RangeException otherwise.
+  explicit AddrWithLength(std::string_view text) : AddrWithLength(splitLength(text, Addr::bits)) {}
+
+  constexpr Addr const& address() const { return address_; }
+  /// In bits.
+  constexpr unsigned length() const { return length_; }
+  /// The address with its host bits cleared.
+  constexpr Addr subnet() const { return address_.masked(length_); }
+
+  std::string stringValue() const { return address_.stringValue() + "/" + std::to_string(length_); }
+
+  friend constexpr bool operator==(D const& a, D const& b) {
+    return a.address() == b.address() && a.length() == b.length();
+  }
+  friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {
+    if (auto const order = a.address() <=> b.address(); order != 0) return order;
+    return a.length() <=> b.length();
+  }
+
+  template <class H>
+  friend H AbslHashValue(H h, D const& value) {
+    return H::combine(std::move(h), value.address(), value.length());
+  }
+
+ private:
+  explicit AddrWithLength(AddressAndLength const& parts)
+      : AddrWithLength(Addr(parts.address), parts.length) {}
+
+  Addr address_;
+  std::uint8_t length_ = 0;
+};
+
+}  // namespace Dovel

@@ -1,0 +1,50 @@
+#pragma once
+// An Ethernet (MAC) address of 6 octets, in transmission order. Printed as "02:00:5e:10:00:01";
+// parsed in either case.
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/mav/text_value.h"
+
+namespace Dovel {
+
+class EthAddr : public Mav::TextValue<EthAddr> {
+ public:
+  using Octets = std::array<std::uint8_t, 6>;
+
+  /// 00:00:00:00:00:00
+  constexpr EthAddr() = default;
+  explicit constexpr EthAddr(Octets const& octets) : octets_(octets) {}
+  /// From six groups of two hexadecimal digits, with colons; RangeException otherwise.
+  explicit EthAddr(std::string_view text);
+  EthAddr(char const*& from, char const* to) : EthAddr(Mav::parsedStrep<EthAddr>(from, to)) {}
+
+  /// From a link address of any kind of interface; RangeException when it has not 6 octets.
+  static EthAddr fromBytes(std::span<std::uint8_t const> bytes);
+
+  constexpr Octets const& octets() const { return octets_; }
+  std::string stringValue() const;
+
+  friend constexpr bool operator==(EthAddr const& a, EthAddr const& b) {
+    return a.octets_ == b.octets_;
+  }
+  friend std::strong_ordering operator<=>(EthAddr const& a, EthAddr const& b) {
+    return std::memcmp(a.octets_.data(), b.octets_.data(), a.octets_.size()) <=> 0;
+  }
+
+  template <class H>
+  friend H AbslHashValue(H h, EthAddr const& addr) {
+    return H::combine(std::move(h), addr.octets_);
+  }
+
+ private:
+  Octets octets_{};
+};
+
+}  // namespace Dovel

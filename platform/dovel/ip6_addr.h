@@ -1,0 +1,61 @@
+#pragma once
+// An IPv6 address. Ordered octet by octet: the order of the SNMP instances that it indexes. Printed
+// in the compressed form of inet_ntop(3); every form of RFC 4291 section 2.2 is parsed.
+
+#include <array>
+#include <bit>
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/mav/text_value.h"
+
+namespace Dovel {
+
+class Ip6Addr : public Mav::TextValue<Ip6Addr> {
+ public:
+  static constexpr unsigned bits = 128;
+  using Octets = std::array<std::uint8_t, 16>;
+
+  /// ::
+  constexpr Ip6Addr() = default;
+  /// From octets, first octet first: struct in6_addr's own layout.
+  explicit constexpr Ip6Addr(Octets const& octets) : octets_(octets) {}
+  /// RangeException when `text` is no IPv6 address. Zones ("%eth0") are not part of an address.
+  explicit Ip6Addr(std::string_view text);
+  Ip6Addr(char const*& from, char const* to) : Ip6Addr(Mav::parsedStrep<Ip6Addr>(from, to)) {}
+
+  constexpr Octets const& octets() const { return octets_; }
+  /// This address with all but the first `length` bits cleared; RangeException above 128.
+  Ip6Addr masked(unsigned length) const;
+  constexpr bool isUnspecified() const { return *this == Ip6Addr(); }
+  /// fe80::/10 (RFC 4291 section 2.5.6).
+  constexpr bool isLinkLocal() const { return octets_[0] == 0xfe && (octets_[1] & 0xc0) == 0x80; }
+  std::string stringValue() const;
+
+  friend constexpr bool operator==(Ip6Addr const& a, Ip6Addr const& b) {
+    return a.high() == b.high() && a.low() == b.low();
+  }
+  friend constexpr std::strong_ordering operator<=>(Ip6Addr const& a, Ip6Addr const& b) {
+    if (auto const order = a.high() <=> b.high(); order != 0) return order;
+    return a.low() <=> b.low();
+  }
+
+  template <class H>
+  friend H AbslHashValue(H h, Ip6Addr const& addr) {
+    return H::combine(std::move(h), addr.high(), addr.low());
+  }
+
+ private:
+  constexpr std::uint64_t half(std::size_t index) const {
+    std::uint64_t const value = std::bit_cast<std::array<std::uint64_t, 2>>(octets_)[index];
+    return std::endian::native == std::endian::little ? __builtin_bswap64(value) : value;
+  }
+  constexpr std::uint64_t high() const { return half(0); }
+  constexpr std::uint64_t low() const { return half(1); }
+
+  Octets octets_{};
+};
+
+}  // namespace Dovel

@@ -1,0 +1,26 @@
+#pragma once
+// An IPv4 prefix: the destination of a route. Its host bits are zero, so that equal prefixes are
+// equal values; IpAddrWithMask::prefix() makes one from an address within it.
+
+#include "platform/dovel/addr_with_length.h"
+#include "platform/dovel/ip_addr.h"
+
+namespace Dovel {
+
+class Prefix : public AddrWithLength<Prefix, IpAddr> {
+ public:
+  /// 0.0.0.0/0
+  constexpr Prefix() = default;
+  /// RangeException "prefix 10.0.0.1/8 has host bits set", or when `length` is above 32.
+  Prefix(IpAddr const& address, unsigned length);
+  /// As above, from "ADDRESS/LENGTH".
+  explicit Prefix(std::string_view text);
+  Prefix(char const*& from, char const* to) : Prefix(Mav::parsedStrep<Prefix>(from, to)) {}
+
+  constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
+
+ private:
+  void checkHostBits() const;
+};
+
+}  // namespace Dovel

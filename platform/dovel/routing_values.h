@@ -1,0 +1,52 @@
+#pragma once
+// The values of a route, as the forwarding table gives them.
+
+#include <cstdint>
+
+#include "platform/mav/enumeration.h"
+#include "platform/mav/number_value.h"
+
+namespace Routing {
+
+/// The kernel's priority of a route; smaller wins.
+class RouteMetric : public Mav::NumberValue<RouteMetric, std::uint32_t> {
+ public:
+  using NumberValue::NumberValue;
+};
+
+/// The administrative distance of a route's protocol; smaller wins.
+class RoutePreference : public Mav::NumberValue<RoutePreference, std::uint8_t> {
+ public:
+  using NumberValue::NumberValue;
+};
+
+namespace Fib {
+
+/// Where a route comes from. The first four carry no traffic and are not served to managers. The
+/// numbers are part of the shared tables: they never change their meaning.
+// clang-format off
+MAV_ENUM(RouteType,
+         (routeTypeUnknown, 0),
+         (routeTypeBlackhole, 1),
+         (routeTypeUnreachable, 2),
+         (routeTypeProhibit, 3),
+         (routeTypeStatic, 4),
+         (routeTypeOther, 5),
+         (routeTypeRip, 6),
+         (routeTypeConnected, 7),
+         (routeTypeIsIs, 8),
+         (routeTypeEigrp, 9),
+         (routeTypeBabel, 10),
+         (routeTypeOspf, 11),
+         (routeTypeOspfInterArea, 12),
+         (routeTypeOspfExternal1, 13),
+         (routeTypeOspfExternal2, 14),
+         (routeTypeOspfNssaExternal1, 15),
+         (routeTypeOspfNssaExternal2, 16),
+         (routeTypeBgp, 17),
+         (routeTypeInternalBgp, 18),
+         (routeTypeDhcp, 19))
+// clang-format on
+
+}  // namespace Fib
+}  // namespace Routing

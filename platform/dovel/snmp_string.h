@@ -1,0 +1,59 @@
+#pragma once
+// An octet string as SNMP carries it. Up to 16 octets (an IPv6 address) are held without
+// allocation.
+//
+// Ordered by length, then octet by octet: the order of instances where a string of variable length
+// is an index, since its length comes first there (RFC 2578 section 7.7).
+
+#include <compare>
+#include <cstdint>
+#include <cstring>
+#include <iosfwd>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include <absl/container/inlined_vector.h>
+
+#include "platform/mav/strep.h"
+
+namespace Snmp {
+
+class String {
+ public:
+  String() = default;
+  explicit String(std::string_view bytes) : octets_(bytes.begin(), bytes.end()) {}
+  explicit String(std::span<std::uint8_t const> octets) : octets_(octets.begin(), octets.end()) {}
+  String(char const*& from, char const* to) : String(Mav::parsedStrep<String>(from, to)) {}
+
+  std::size_t size() const { return octets_.size(); }
+  bool empty() const { return octets_.empty(); }
+  std::uint8_t const* data() const { return octets_.data(); }
+  std::uint8_t const* begin() const { return octets_.data(); }
+  std::uint8_t const* end() const { return octets_.data() + octets_.size(); }
+  std::uint8_t operator[](std::size_t index) const { return octets_[index]; }
+  std::string bytes() const { return {octets_.begin(), octets_.end()}; }
+
+  friend bool operator==(String const& a, String const& b) { return (a <=> b) == 0; }
+  friend std::strong_ordering operator<=>(String const& a, String const& b) {
+    if (auto const order = a.size() <=> b.size(); order != 0) return order;
+    return a.empty() ? std::strong_ordering::equal
+                     : std::memcmp(a.data(), b.data(), a.size()) <=> 0;
+  }
+  friend bool operator!(String const& string) { return string.empty(); }
+
+  /// The octets, with escapes (mav/strep.h) for what is not printable.
+  friend std::ostream& operator<<(std::ostream& out, String const& string);
+  friend std::string valueToStrep(String const& string) { return Mav::quoted(string.bytes()); }
+  friend void parseStrep(Mav::StrepReader& in, String& string) { string = String(in.quoted()); }
+
+  template <class H>
+  friend H AbslHashValue(H h, String const& string) {
+    return H::combine(std::move(h), string.octets_);
+  }
+
+ private:
+  absl::InlinedVector<std::uint8_t, 16> octets_;
+};
+
+}  // namespace Snmp
