@@ -86,7 +86,7 @@ void parseStrep(StrepReader& in, T& value) {
   value = in.number<T>();
 }
 
-inline std::string valueToStrep(std::string const& bytes) { return quoted(bytes); }
+inline std::string valueToStrep(std::string const& bytes) { return Mav::quoted(bytes); }
 inline void parseStrep(StrepReader& in, std::string& bytes) { bytes = in.quoted(); }
 
 template <class T>
