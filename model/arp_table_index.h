@@ -1,0 +1,32 @@
+#pragma once
+// An IPv4 neighbour on an interface: the key of ipNetToMediaTable, ordered as its instances.
+
+#include <cstdint>
+#include <tuple>
+
+#include "platform/dovel/ip_addr.h"
+#include "platform/mav/value.h"
+
+namespace IpSnmp {
+
+class ArpTableIndex : public Mav::Value<ArpTableIndex> {
+ public:
+  ArpTableIndex() = default;
+  ArpTableIndex(std::uint32_t ifIndex, Dovel::IpAddr ipAddr) : ifIndex_(ifIndex), ipAddr_(ipAddr) {}
+  ArpTableIndex(char const*& from, char const* to)
+      : ArpTableIndex(Mav::parsedStrep<ArpTableIndex>(from, to)) {}
+
+  std::uint32_t ifIndex() const { return ifIndex_; }
+  Dovel::IpAddr const& ipAddr() const { return ipAddr_; }
+
+  static constexpr auto attributes() {
+    return std::tuple{Mav::Attribute("ifIndex", &ArpTableIndex::ifIndex_),
+                      Mav::Attribute("ipAddr", &ArpTableIndex::ipAddr_)};
+  }
+
+ private:
+  std::uint32_t ifIndex_ = 0;
+  Dovel::IpAddr ipAddr_;
+};
+
+}  // namespace IpSnmp

@@ -1,0 +1,40 @@
+#pragma once
+// The enumerations of the cached tables. Their numbers go on the wire as they are (but for
+// AddressSource, which is internal).
+
+#include "platform/mav/enumeration.h"
+
+namespace IpSnmp {
+
+/// Who told of an address. What is in operation sorts before what is only configured.
+MAV_ENUM(AddressSource, (addressSourceStatus, 0), (addressSourceConfig, 1))
+
+/// IpAddressStatusTC of RFC 4293, as far as it is told.
+MAV_ENUM(AddressStatus, (addressStatusPreferred, 1), (addressStatusInaccessible, 4))
+
+/// ipAddressType of RFC 4293.
+MAV_ENUM(AddressType, (addressTypeUnicast, 1), (addressTypeAnycast, 2), (addressTypeBroadcast, 3))
+
+/// IANAipRouteProtocol, as ipCidrRouteProto (RFC 4292) has it.
+// clang-format off
+MAV_ENUM(IpRouteProtocol,
+         (ipRouteProtocolOther, 1),
+         (ipRouteProtocolLocal, 2),
+         (ipRouteProtocolNetmgmt, 3),
+         (ipRouteProtocolIcmp, 4),
+         (ipRouteProtocolEgp, 5),
+         (ipRouteProtocolGgp, 6),
+         (ipRouteProtocolHello, 7),
+         (ipRouteProtocolRip, 8),
+         (ipRouteProtocolIsIs, 9),
+         (ipRouteProtocolEsIs, 10),
+         (ipRouteProtocolCiscoIgrp, 11),
+         (ipRouteProtocolBbnSpfIgp, 12),
+         (ipRouteProtocolOspf, 13),
+         (ipRouteProtocolBgp, 14),
+         (ipRouteProtocolIdpr, 15),
+         (ipRouteProtocolCiscoEigrp, 16),
+         (ipRouteProtocolDvmrp, 17))
+// clang-format on
+
+}  // namespace IpSnmp

@@ -1,0 +1,138 @@
+#pragma once
+// Values: immutable, regular types that are nothing but their attributes.
+//
+//   class ArpTableIndex : public Mav::Value<ArpTableIndex> {
+//    public:
+//     ArpTableIndex() = default;
+//     ArpTableIndex(std::uint32_t ifIndex, Dovel::IpAddr ipAddr);
+//     ArpTableIndex(char const*& from, char const* to)
+//         : ArpTableIndex(Mav::parsedStrep<ArpTableIndex>(from, to)) {}
+//     ...accessors...
+//     static constexpr auto attributes() {
+//       return std::tuple{Mav::Attribute("ifIndex", &ArpTableIndex::ifIndex_),
+//                         Mav::Attribute("ipAddr", &ArpTableIndex::ipAddr_)};
+//     }
+//
+// From that one list come ==, <=> and the rest (the first attribute that differs decides),
+// operator! (equal to the default), the hash, and the strep and operator<<, which both write
+//
+//   Value('IpSnmp::ArpTableIndex', ** {'ifIndex': 3, 'ipAddr': '10.0.0.1'})
+//
+// and the parser of that form: attributes in any order, absent ones keep their default, the last
+// one of a name wins. Parse errors are RangeExceptions, and yield no value:
+//   "premature end of value type ArpTableIndex", "ArpTableIndex has no such attribute: NAME",
+//   "expected TOKEN at column N", and those of the attributes' own types.
+//
+// PlainValue is the same without an order.
+
+#include <compare>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "platform/mav/strep.h"
+
+namespace Mav {
+
+template <class D, class M>
+struct Attribute {
+  constexpr Attribute(std::string_view attributeName, M D::*attributeMember)
+      : name(attributeName), member(attributeMember) {}
+
+  std::string_view name;
+  M D::*member;
+};
+
+namespace Detail {
+
+template <class D, class Call>
+constexpr decltype(auto) withAttributes(Call const& call) {
+  constexpr auto list = D::attributes();
+  return std::apply(call, list);
+}
+
+void readValueHead(StrepReader& in, std::string_view typeName);
+/// Reads up to the value of the next attribute; false at the closing brace.
+bool readAttributeName(StrepReader& in, std::string_view shortTypeName, bool first,
+                       std::string& name);
+void readValueTail(StrepReader& in);
+[[noreturn]] void throwNoSuchAttribute(std::string_view shortTypeName, std::string_view name);
+
+template <class D>
+void parseAttribute(StrepReader& in, D& value, std::string_view name) {
+  bool const known = withAttributes<D>([&](auto const&... attribute) {
+    return ((attribute.name == name && (parseStrep(in, value.*attribute.member), true)) || ...);
+  });
+  if (!known) throwNoSuchAttribute(shortTypeName<D>(), name);
+}
+
+inline void appendAttribute(std::string& text, std::string_view name, std::string const& strep) {
+  if (!text.ends_with('{')) text += ", ";
+  ((text += quoted(name)) += ": ") += strep;
+}
+
+template <class T>
+T const& hashed(T const& attribute) {
+  return attribute;
+}
+template <class T>
+T const* hashed(Ptr<T> const& object) {
+  return object.get();
+}
+
+}  // namespace Detail
+
+template <class D>
+class PlainValue {
+ public:
+  friend constexpr bool operator==(D const& a, D const& b) {
+    return Detail::withAttributes<D>([&](auto const&... attribute) {
+      return ((a.*attribute.member == b.*attribute.member) && ...);
+    });
+  }
+  friend bool operator!(D const& value) { return value == D(); }
+
+  friend std::string valueToStrep(D const& value) {
+    std::string text = "Value(" + quoted(typeName<D>()) + ", ** {";
+    Detail::withAttributes<D>([&](auto const&... attribute) {
+      (Detail::appendAttribute(text, attribute.name, valueToStrep(value.*attribute.member)), ...);
+    });
+    return text += "})";
+  }
+  friend std::ostream& operator<<(std::ostream& out, D const& value) {
+    return out << valueToStrep(value);
+  }
+
+  friend void parseStrep(StrepReader& in, D& value) {
+    value = D();
+    Detail::readValueHead(in, typeName<D>());
+    std::string name;
+    for (bool first = true; Detail::readAttributeName(in, shortTypeName<D>(), first, name);
+         first = false) {
+      Detail::parseAttribute(in, value, name);
+    }
+    Detail::readValueTail(in);
+  }
+
+  template <class H>
+  friend H AbslHashValue(H h, D const& value) {
+    return Detail::withAttributes<D>([&](auto const&... attribute) {
+      return H::combine(std::move(h), Detail::hashed(value.*attribute.member)...);
+    });
+  }
+};
+
+template <class D>
+class Value : public PlainValue<D> {
+ public:
+  friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {
+    return Detail::withAttributes<D>([&](auto const&... attribute) {
+      std::strong_ordering order = std::strong_ordering::equal;
+      (((order = a.*attribute.member <=> b.*attribute.member) != 0) || ...);
+      return order;
+    });
+  }
+};
+
+}  // namespace Mav
