@@ -1,0 +1,29 @@
+#pragma once
+// The command line of kelbased.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace Kelbase {
+
+struct DaemonOptions {
+  std::filesystem::path runDir;
+  std::string group;  // empty: files keep the group they are created with
+  bool verbose = false;
+};
+
+/// Either options to run with, or the exit status of a command line that ends here (--help,
+/// --version, usage errors: 2), its text already written.
+struct ParsedOptions {
+  std::optional<DaemonOptions> options;
+  int exitStatus = 0;
+};
+
+ParsedOptions parseDaemonOptions(int argc, char const* const* argv, std::string const& version);
+
+/// "Debian-snmp", which Debian's snmpd runs as, when there is such a group and this process may
+/// give files to it (as root, or as a member); empty otherwise.
+std::string defaultGroup();
+
+}  // namespace Kelbase

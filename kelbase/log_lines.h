@@ -1,0 +1,22 @@
+#pragma once
+// The daemon's log: whole lines on stderr, each under "kelbased: ", or, when stderr is the
+// journal's stream, under the priority prefix of sd-daemon(3) ("<4>").
+
+#include <string>
+#include <string_view>
+
+#include "platform/mav/trace_handle.h"
+
+namespace Kelbase {
+
+/// True when stderr leads to the journal: $JOURNAL_STREAM names its device and inode
+/// (systemd.exec(5)).
+bool stderrIsJournal();
+
+/// The line as it is written, newline included.
+std::string logLine(Mav::Severity severity, std::string_view text, bool journal);
+
+/// Sends Mav::log and trace lines there for the rest of the process's life.
+void logToStderr();
+
+}  // namespace Kelbase

@@ -1,0 +1,144 @@
+#include "kelbase/netlink_feed.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+
+#include "kelbase/trace.h"
+
+namespace Kelbase {
+
+NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> sources,
+                         Options options, std::function<void()> onSettled)
+    : activity_(activity),
+      sources_(sources.begin(), sources.end()),
+      options_(options),
+      onSettled_(std::move(onSettled)),
+      dumper_(
+          activity, sources_,
+          {[this](TableSource& source, NetlinkMessage const& message) { give(source, message); },
+           [this] { onDumpsIdle(); }}),
+      replay_(activity.clock(), [this] { replay(); }) {
+  std::size_t const granted = events_.receiveBufferIs(options_.eventBuffer);
+  MAV_TRACE(traceHandle(), 1, "notification buffer: " << granted << " bytes");
+  for (auto const* source : sources_) {
+    for (unsigned const group : source->groups()) events_.subscribe(group);
+  }
+  watch_ = activity_.watch(events_.fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+  dumper_.wantAll(Mav::now());
+}
+
+void NetlinkFeed::onReadable() {
+  for (std::size_t i = 0; i < sliceMax && receiveOne(); ++i) {
+  }
+  if (settled()) onSettled_();
+}
+
+/// False when there is nothing more to read now.
+bool NetlinkFeed::receiveOne() {
+  auto const received = events_.receive();
+  switch (received.outcome) {
+    case NetlinkSocket::Outcome::empty:
+      onReadEmpty();
+      return false;
+    case NetlinkSocket::Outcome::foreign:
+      ++counters_.foreign;
+      MAV_TRACE(traceHandle(), 0,
+                "a netlink message from another process than the kernel: ignored");
+      return true;
+    case NetlinkSocket::Outcome::truncated:
+      onLoss("a notification was larger than the buffer");
+      return true;
+    case NetlinkSocket::Outcome::overrun:
+      onLoss("more notifications than the socket holds");
+      return true;
+    case NetlinkSocket::Outcome::datagram:
+      break;
+  }
+  if (dumper_.busy() || !held_.empty()) {
+    hold(received.datagram);
+  } else {
+    apply(received.datagram);
+  }
+  return true;
+}
+
+void NetlinkFeed::onLoss(char const* what) {
+  ++counters_.overruns;
+  MAV_TRACE(traceHandle(), 1, what << ": reading everything again");
+  bool const calm = Mav::now() - lastLoss_ > overrunCalm;
+  if (!lost_) overrunDelay_ = calm ? 0.0 : std::clamp(2 * overrunDelay_, 0.01, overrunDelayMax);
+  lost_ = true;
+  lastLoss_ = Mav::now();
+}
+
+void NetlinkFeed::onReadEmpty() {
+  if (!lost_) return;
+  lost_ = false;
+  dropHeld();
+  dumper_.wantAll(Mav::now() + overrunDelay_);
+}
+
+void NetlinkFeed::hold(Bytes datagram) {
+  if (heldBytes_ + datagram.size() > options_.backlogMax) {
+    // As good as lost in the socket's buffer.
+    dropHeld();
+    onLoss("more notifications during a dump than memory is meant for");
+    return;
+  }
+  heldBytes_ += datagram.size();
+  held_.emplace_back(datagram.begin(), datagram.end());
+}
+
+void NetlinkFeed::dropHeld() {
+  held_.clear();
+  heldBytes_ = 0;
+  replayLeft_ = 0;
+}
+
+void NetlinkFeed::onDumpsIdle() {
+  replayLeft_ = held_.size();
+  if (!held_.empty()) replay_.timeMinIs(Mav::asap);
+  if (settled()) onSettled_();
+}
+
+void NetlinkFeed::replay() {
+  for (std::size_t i = 0; i < sliceMax && !held_.empty() && !dumper_.busy(); ++i) {
+    auto const datagram = std::move(held_.front());
+    held_.pop_front();
+    heldBytes_ -= datagram.size();
+    if (replayLeft_ > 0) --replayLeft_;
+    apply(datagram);
+  }
+  if (!held_.empty() && !dumper_.busy()) replay_.timeMinIs(Mav::asap);
+  if (settled()) onSettled_();
+}
+
+void NetlinkFeed::apply(Bytes datagram) {
+  try {
+    forEachMessage(datagram, [this](NetlinkMessage const& message) {
+      if (message.type() == NLMSG_OVERRUN) onLoss("the kernel says that notifications were lost");
+      for (auto* source : sources_) {
+        if (!source->takes(message.type())) continue;
+        ++counters_.events;
+        give(*source, message);
+      }
+    });
+  } catch (BadMessage const& error) {
+    ++counters_.rejected;
+    MAV_TRACE(traceHandle(), 0, "rejected: " << error.what());
+  }
+}
+
+void NetlinkFeed::give(TableSource& source, NetlinkMessage const& message) {
+  if (!source.takes(message.type())) return;
+  try {
+    source.receive(message);
+  } catch (Mav::Exception const& error) {
+    ++counters_.rejected;
+    MAV_TRACE(traceHandle(), 0, "rejected: " << error.what());
+  }
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,99 @@
+#include "kelbase/publisher.h"
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+
+#include "kelbase/forwarding_source.h"
+#include "kelbase/link_source.h"
+#include "kelbase/trace.h"
+
+namespace Kelbase {
+
+/// One source a kind of table, in the order in which readers are to hear of them.
+Publisher::Sources Publisher::makeSources() {
+  Sources sources;
+  sources.push_back(std::make_unique<LinkSource>());
+  sources.push_back(std::make_unique<ForwardingSource>());
+  return sources;
+}
+
+std::vector<TableSource*> Publisher::pointers(Sources const& sources) {
+  std::vector<TableSource*> result;
+  for (auto const& source : sources) result.push_back(source.get());
+  return result;
+}
+
+Publisher::Publisher(Mav::Activity& activity, Options options, Hooks hooks)
+    : runDir_(options.runDir),
+      hooks_(std::move(hooks)),
+      sources_(makeSources()),
+      writer_(runDir_, options.writer),
+      feed_(activity, pointers(sources_), options.feed, [this] { commit_.timeMinIs(Mav::asap); }),
+      commit_(activity.clock(), [this] { publish(); }),
+      service_(activity.clock(), [this] { service(); }) {
+  notice_ = activity.watch(writer_.noticeFd(), EPOLLIN, [this](std::uint32_t) { service(); });
+  service_.timeMinIs(Mav::now() + serviceInterval);
+}
+
+std::string Publisher::summary() const {
+  std::string result;
+  for (auto const& source : sources_) {
+    if (!result.empty()) result += ", ";
+    result += source->summary();
+  }
+  return result;
+}
+
+void Publisher::publish() {
+  if (!feed_.settled()) return;  // it calls again
+  try {
+    write();
+  } catch (Pondo::EnvironmentException const& error) {
+    everything_ = true;
+    onFailure(error.what());
+  }
+}
+
+void Publisher::write() {
+  if (everything_) {
+    writeAll();
+  } else {
+    for (auto const& source : sources_) source->writeChanges(writer_);
+  }
+  writer_.commit();
+  everything_ = false;
+  published_ = true;
+  if (failing_)
+    Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));
+  failing_ = false;
+  hooks_.published();
+}
+
+void Publisher::writeAll() {
+  for (auto const& source : sources_) {
+    auto const counts = source->writeAll(writer_);
+    MAV_TRACE(traceHandle(), 1,
+              source->name() << ": " << counts.added << " added, " << counts.changed << " changed, "
+                             << counts.removed << " removed, " << counts.unchanged << " unchanged");
+  }
+}
+
+void Publisher::service() {
+  service_.timeMinIs(Mav::now() + serviceInterval);
+  try {
+    if (writer_.service()) everything_ = true;
+  } catch (Pondo::PublisherRunningException const& error) {
+    return hooks_.lost(error.what());
+  } catch (Pondo::EnvironmentException const& error) {
+    everything_ = true;
+    return onFailure(error.what());
+  }
+  if (everything_) commit_.timeMinIs(Mav::asap);
+}
+
+void Publisher::onFailure(char const* what) {
+  if (!failing_) Mav::log(Mav::Severity::error, fmt::format("{}; trying again every second", what));
+  failing_ = true;
+}
+
+}  // namespace Kelbase

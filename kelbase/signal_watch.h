@@ -1,0 +1,28 @@
+#pragma once
+// SIGTERM and SIGINT as events of the activity (signalfd(2)). To be made before any other thread:
+// it blocks them in the calling one. SIGPIPE is ignored from then on: a reader of our output that
+// goes away must not end the service.
+
+#include <functional>
+
+#include "platform/mav/activity.h"
+
+namespace Kelbase {
+
+class SignalWatch {
+ public:
+  /// Calls onSignal(number) from a turn of the activity. Mav::Exception when the kernel refuses.
+  SignalWatch(Mav::Activity& activity, std::function<void(int)> onSignal);
+  ~SignalWatch();
+  SignalWatch(SignalWatch const&) = delete;
+  SignalWatch& operator=(SignalWatch const&) = delete;
+
+ private:
+  void onReadable();
+
+  std::function<void(int)> const onSignal_;
+  int fd_;
+  Mav::Activity::Watch watch_;
+};
+
+}  // namespace Kelbase

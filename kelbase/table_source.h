@@ -1,0 +1,60 @@
+#pragma once
+// One kind of kernel object and the shared table that shows it: the part that differs from table to
+// table. To publish a new kind, derive a source and add it to Publisher's list (publisher.cc); the
+// sockets, dumps, overruns and commits are NetlinkFeed's and Publisher's.
+//
+// A source keeps what the kernel said last (keyed by what the kernel identifies the object with),
+// and which table keys changed since the last write. It is fed by NetlinkFeed:
+//
+//   dumpBegin, receive*, dumpEnd       the answer to requests(), whole
+//   receive*                           notifications of groups(), in order
+//
+// never mixed: notifications that come during any source's dump are held back until it has ended,
+// so what they say is newer. Replayed ones may repeat what a dump told already.
+//
+// No method blocks. All on the publisher's thread.
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kelbase/netlink_message.h"
+#include "kelbase/netlink_request.h"
+#include "platform/pondo/writer.h"
+
+namespace Kelbase {
+
+class TableSource {
+ public:
+  TableSource() = default;
+  TableSource(TableSource const&) = delete;
+  TableSource& operator=(TableSource const&) = delete;
+  virtual ~TableSource() = default;
+
+  /// "links": for log lines.
+  virtual std::string_view name() const = 0;
+  /// The multicast groups that tell of changes (RTNLGRP_...).
+  virtual std::span<unsigned const> groups() const = 0;
+  /// What to ask for all objects; the answers together are one dump.
+  virtual std::span<NetlinkRequest const> requests() const = 0;
+  /// Whether receive() wants messages of this type (RTM_NEW..., RTM_DEL...).
+  virtual bool takes(std::uint16_t messageType) const = 0;
+
+  /// A dump starts (again): from here on receive() marks what it hears of.
+  virtual void dumpBegin() = 0;
+  /// The dump has ended. `whole`: what it did not mention does not exist and is forgotten;
+  /// otherwise it was interrupted and may have left out objects that exist.
+  virtual void dumpEnd(bool whole) = 0;
+  /// BadMessage when a message is not as declared; nothing has changed then.
+  virtual void receive(NetlinkMessage const& message) = 0;
+
+  /// Writes what changed since the last write: removals first, then the rest. The caller commits.
+  virtual void writeChanges(Pondo::Writer& writer) = 0;
+  /// Makes the table equal to what the kernel said, whatever it holds. The caller commits.
+  virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
+  /// For the operator: "3 links".
+  virtual std::string summary() const = 0;
+};
+
+}  // namespace Kelbase
