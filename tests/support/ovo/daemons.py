@@ -1,0 +1,250 @@
+"""The programs under test: started, watched and ended by their process ids."""
+
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import time
+
+from ovo.snmp import Client
+
+BUILD = pathlib.Path(os.environ.get("OVO_BUILD", "build")).resolve()
+SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
+
+OIDS = {
+    "ipForwarding.0": "1.3.6.1.2.1.4.1.0",
+    "ipv6IpForwarding.0": "1.3.6.1.2.1.4.25.0",
+    "sysDescr.0": "1.3.6.1.2.1.1.1.0",
+    "sysUpTime.0": "1.3.6.1.2.1.1.3.0",
+    "sysName.0": "1.3.6.1.2.1.1.5.0",
+}
+FORWARDING, NOT_FORWARDING = 1, 2
+
+# The reasons and exceptions as the net-snmp tools print them.
+_REFUSALS = {
+    "(genError)": "genErr",
+    "notWritable": "notWritable",
+    "No Such Object": "noSuchObject",
+    "No Such Instance": "noSuchInstance",
+    "Timeout": None,
+}
+
+
+def eventually(holds, within=1.0):
+    """Whether `holds` comes to be true in time; looked at every 5 ms, and once more at the end."""
+    deadline = time.monotonic() + within
+    while time.monotonic() < deadline:
+        if holds():
+            return True
+        time.sleep(0.005)
+    return bool(holds())
+
+
+def stays(holds, during):
+    """Whether `holds` is true all the while."""
+    return not eventually(lambda: not holds(), during)
+
+
+class Daemon:
+    """One process with its log."""
+
+    def __init__(self, command, log, env=None):
+        self.log = log
+        with open(log, "ab") as output:
+            self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output,
+                                            stderr=output, env={**os.environ, **(env or {})})
+        self.pid = self.process.pid
+
+    def alive(self):
+        return self.process.poll() is None
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def stop(self, number=signal.SIGTERM, within=5):
+        """Ends it; its exit code (negative: the signal)."""
+        if self.alive():
+            self.signal(number)
+            # A stopped process takes SIGTERM only once it is continued.
+            self.signal(signal.SIGCONT)
+        try:
+            return self.process.wait(within)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+            raise
+
+    def kill(self):
+        return self.stop(signal.SIGKILL)
+
+    def text(self):
+        return pathlib.Path(self.log).read_text(errors="replace")
+
+    def lines(self, pattern):
+        return [line for line in self.text().splitlines() if re.search(pattern, line)]
+
+    def status(self, field):
+        """A number of /proc/PID/status: VmRSS in kB, voluntary_ctxt_switches."""
+        text = pathlib.Path(f"/proc/{self.pid}/status").read_text()
+        return int(re.search(rf"^{field}:\s+(\d+)", text, re.M).group(1))
+
+
+class Agent:
+    """An snmpd of its own with the plug-in, asked by the net-snmp tools or, quickly, by a client.
+
+    The stock modules that would answer for our objects are out: each answer is the plug-in's.
+    """
+
+    def __init__(self, router, plugin=True, foreground=True, options=(), user=None):
+        self._router = router
+        self.dir = router.fresh_dir("snmpd", readable=True)
+        self.port = router.space.free_port()
+        self.config(plugin)
+        command = ["/usr/sbin/snmpd", "-r", "-C", "-c", self.dir / "snmpd.conf", "-p",
+                   self.dir / "pid", "-I", "-smux,ip,ip_scalars", *options]
+        command += ["-f", "-Lo"] if foreground else ["-Lf", self.dir / "forked.log"]
+        command.append(f"udp:127.0.0.1:{self.port}")
+        self.daemon = router.start(self.dir / "snmpd.log", *as_user(user),
+                                   "env", *self._environment(), *command)
+        if not foreground:
+            self.daemon = self._forked()
+        self.sanitized = SANITIZED
+        self._client = None
+        self._read = self._seen = 0
+
+    def _environment(self):
+        values = {"KELBASE_RUNDIR": self._router.rundir, "MIBS": "", "SNMPCONFPATH": self.dir,
+                  "SNMP_PERSISTENT_DIR": self.dir / "persistent"}
+        if SANITIZED:
+            libraries = [subprocess.run(["gcc", f"-print-file-name=lib{name}.so"], text=True,
+                                        capture_output=True).stdout.strip()
+                         for name in ("asan", "ubsan")]
+            # Leaks of the daemon's own would be reported too.
+            values |= {"LD_PRELOAD": ":".join(libraries), "ASAN_OPTIONS": "detect_leaks=0",
+                       "UBSAN_OPTIONS": "print_stacktrace=1"}
+        return [f"{name}={value}" for name, value in values.items()]
+
+    def _forked(self):
+        """The daemon that went to the background, by its pid file."""
+        assert self.daemon.process.wait(20) == 0, self.daemon.text()
+        pid_file = self.dir / "pid"
+        assert eventually(lambda: pid_file.exists() and pid_file.read_text().strip(), 10)
+        return Forked(int(pid_file.read_text()), self.dir / "forked.log")
+
+    def config(self, plugin=True):
+        """Writes its configuration; `reload` has it read."""
+        (self.dir / "snmpd.conf").write_text(
+            "rwcommunity public\ndontLogTCPWrappersConnects yes\n"
+            + (f"dlmod OvoSnmp {BUILD}/lib/libOvoSnmp.so\n" if plugin else ""))
+        (self.dir / "snmpd.conf").chmod(0o644)
+
+    def reload(self):
+        self.daemon.signal(signal.SIGHUP)
+
+    def reload_and_wait(self):
+        """Until the daemon says that it has read its configuration again."""
+        done = self._restarts() + 1
+        self.reload()
+        assert eventually(lambda: self._restarts() >= done, 5), self.daemon.text()[-2000:]
+
+    def _restarts(self):
+        with open(self.daemon.log, "rb") as log:
+            log.seek(self._read)
+            new = log.read()
+        whole = new[:new.rfind(b"\n") + 1]
+        self._read += len(whole)
+        self._seen += whole.count(b"restarted")
+        return self._seen
+
+    def get(self, name):
+        """By snmpget: a number, or the refusal's name; None when nothing came."""
+        return self._answer("snmpget", OIDS[name])
+
+    def set(self, name, value):
+        return self._answer("snmpset", OIDS[name], "i", value)
+
+    def set_all(self, *bindings):
+        """One SET of several (name, type letter, value)."""
+        return self._answer("snmpset", *(
+            part for name, kind, value in bindings for part in (OIDS[name], kind, value)))
+
+    def walk(self, root):
+        """Object identifiers and numbers below `root`, by snmpwalk."""
+        done = self._tool("snmpwalk", "-Cc", root, form="-Oqn")
+        rows = (line.lstrip(".").split(" ", 1) for line in done.stdout.splitlines())
+        return [(oid, int(value)) for oid, value in rows]
+
+    def _tool(self, tool, *arguments, form="-OQvn"):
+        return subprocess.run(
+            self._router.space.command("env", "MIBS=", tool, "-v2c", "-c", "public", "-t", "2",
+                                       "-r", "0", form, *self._at(arguments)),
+            capture_output=True, text=True, timeout=30)
+
+    def _at(self, arguments):
+        """Options, the agent's address, the rest."""
+        options = [one for one in arguments if str(one).startswith("-")]
+        return [*options, f"127.0.0.1:{self.port}", *(a for a in arguments if a not in options)]
+
+    def _answer(self, tool, *arguments):
+        done = self._tool(tool, *arguments)
+        for text, name in _REFUSALS.items():
+            if text in done.stdout + done.stderr:
+                return name
+        assert done.returncode == 0, done.stderr
+        text = done.stdout.strip()
+        return int(text) if text.isdigit() else text
+
+    def new_client(self):
+        return self._router.space.inside(lambda: Client(self.port))
+
+    def ask(self, name, timeout=1.0):
+        """The same by the small client: a fraction of a millisecond."""
+        if self._client is None:
+            self._client = self.new_client()
+        return self._client.ask(OIDS[name], timeout=timeout)
+
+    def answers(self, name="ipForwarding.0", within=10):
+        """Waits until the object has a value."""
+        return eventually(lambda: isinstance(self.ask(name, 0.2), int), within)
+
+    def up(self, within=20):
+        """Waits until the daemon answers at all; under ASan its start takes seconds."""
+        assert eventually(lambda: self.ask("sysUpTime.0", 0.2) is not None, within), \
+            self.daemon.text()
+        return self
+
+    def close(self):
+        if self._client:
+            self._client.close()
+        if self.daemon.alive():
+            self.daemon.stop()
+
+
+class Forked(Daemon):
+    """A daemon that is not our child any more."""
+
+    def __init__(self, pid, log):
+        self.pid, self.log = pid, log
+
+    def alive(self):
+        try:
+            state = pathlib.Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()[0]
+        except (FileNotFoundError, ProcessLookupError):
+            return False
+        return state != "Z"
+
+    def signal(self, number):
+        os.kill(self.pid, number)
+
+    def stop(self, number=signal.SIGTERM, within=5):
+        self.signal(number)
+        if not eventually(lambda: not self.alive(), within):
+            os.kill(self.pid, signal.SIGKILL)
+            raise TimeoutError(f"process {self.pid} did not end")
+
+
+def as_user(user):
+    """The start of a command that is to run as an ordinary user."""
+    return [] if user is None else ["setpriv", f"--reuid={user}", "--regid=nogroup",
+                                    "--clear-groups", "--pdeathsig", "KILL", "--"]

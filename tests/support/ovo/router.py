@@ -1,0 +1,131 @@
+"""A router for one test: a network namespace, a run directory, a publisher, agents."""
+
+import json
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
+from ovo.namespaces import Namespace
+
+
+class Router:
+    def __init__(self):
+        base = "/dev/shm" if pathlib.Path("/dev/shm").is_dir() else None
+        self.dir = pathlib.Path(tempfile.mkdtemp(prefix="ovo-", dir=base))
+        self.dir.chmod(0o755)
+        self.space = Namespace()
+        self.space.open_up(BUILD.parent)
+        (self.dir / "run").mkdir()
+        (self.dir / "run").chmod(0o777)
+        self.rundir = self.dir / "run" / "kelbase"
+        self._started = []
+        self._count = 0
+
+    def close(self):
+        """Ends everything; a daemon that the sanitizers ended fails the test here."""
+        reports = []
+        for one in reversed(self._started):
+            one.close() if isinstance(one, Agent) else one.alive() and one.stop()
+        self.space.close()
+        for log in self.dir.rglob("*.log"):
+            text = log.read_text(errors="replace")
+            if "AddressSanitizer" in text or "runtime error:" in text:
+                reports.append(f"{log.name}:\n{text}")
+        shutil.rmtree(self.dir)
+        assert not reports, "\n".join(reports)
+
+    def fresh_dir(self, name, readable=False):
+        self._count += 1
+        path = self.dir / f"{name}{self._count}"
+        path.mkdir()
+        path.chmod(0o777 if readable else 0o700)
+        return path
+
+    def start(self, log, *command):
+        daemon = Daemon(self.space.command(*command), log)
+        self._started.append(daemon)
+        return daemon
+
+    # The kernel.
+    def forward4(self, on):
+        self._sysctl("net/ipv4/ip_forward", on)
+
+    def forward6(self, on):
+        self._sysctl("net/ipv6/conf/all/forwarding", on)
+
+    def _sysctl(self, name, on):
+        self.space.run("sh", "-c", f"echo {int(on)} > /proc/sys/{name}")
+
+    def ip(self, *arguments):
+        return self.space.run("ip", *arguments)
+
+    def link_add(self, name):
+        self.ip("link", "add", name, "type", "dummy")
+
+    def link_up(self, name):
+        self.ip("link", "set", name, "up")
+
+    def link_down(self, name):
+        self.ip("link", "set", name, "down")
+
+    def link_del(self, name):
+        self.ip("link", "del", name)
+
+    def kernel_links(self):
+        """Name, index and whether up and running, of every link."""
+        return sorted((link["ifname"], link["ifindex"], {"UP", "LOWER_UP"} <= set(link["flags"]))
+                      for link in json.loads(self.ip("-json", "link")))
+
+    # The publisher.
+    def publish(self, *options, user=None, wait=True):
+        """Starts kelbased; waits until the tables are there."""
+        self._count += 1
+        daemon = self.start(self.dir / f"kelbased{self._count}.log", *as_user(user),
+                            BUILD / "bin/kelbased", "--rundir", self.rundir, *options)
+        if wait:
+            self.wait_published(daemon)
+        return daemon
+
+    def wait_published(self, daemon, within=20):
+        def published():
+            publisher = self.status().get("publisher") or {}
+            return not daemon.alive() or (publisher.get("alive") and self.published_links())
+
+        assert eventually(published, within) and daemon.alive(), daemon.text()
+
+    def ctl(self, *arguments, text=None, check=True):
+        return self.space.run(BUILD / "bin/kelbasectl", "--rundir", self.rundir, *arguments,
+                              text=text, check=check)
+
+    def ctl_fails(self, *arguments):
+        done = subprocess.run(
+            self.space.command(BUILD / "bin/kelbasectl", "--rundir", self.rundir, *arguments),
+            capture_output=True, text=True, timeout=30)
+        assert done.returncode != 0, done.stdout
+        return done.returncode, done.stderr
+
+    def load(self, *files):
+        """`files`: Python values, written as the JSON that ip prints."""
+        names = []
+        for value in files:
+            names.append(self.fresh_dir("load") / "state.json")
+            names[-1].write_text(json.dumps(value))
+        return self.ctl("load", *names)
+
+    def status(self):
+        text = self.ctl("--json", "status", check=False)
+        return json.loads(text) if text.strip() else {}
+
+    def published_links(self):
+        """As kernel_links, from the tables."""
+        text = self.ctl("--json", "show", "links", check=False)
+        return sorted((link["name"], link["ifIndex"], link["operUp"])
+                      for link in json.loads(text or "[]"))
+
+    # The agent.
+    def agent(self, up=True, **options):
+        agent = Agent(self, **options)
+        self._started.append(agent)
+        return agent.up() if up else agent

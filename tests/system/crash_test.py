@@ -1,0 +1,86 @@
+"""A publisher that is killed at any moment harms nobody who reads."""
+
+import random
+import threading
+import time
+
+from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually
+
+KILLS = 200
+
+
+class Churn(threading.Thread):
+    """Keeps the publisher writing: the IPv6 flag and a link flip until it is told to end."""
+
+    def __init__(self, router):
+        super().__init__()
+        self._router, self._end = router, threading.Event()
+
+    def run(self):
+        while not self._end.is_set():
+            self._router.space.run("sh", "-c", """
+                for n in 1 2 3 4 5 6 7 8 9 10; do
+                  echo 1 > /proc/sys/net/ipv6/conf/all/forwarding; ip link set eth1 up
+                  echo 0 > /proc/sys/net/ipv6/conf/all/forwarding; ip link set eth1 down
+                done""")
+
+    def end(self):
+        self._end.set()
+        self.join()
+
+
+class Reader(threading.Thread):
+    """Asks without pause; remembers what was wrong."""
+
+    def __init__(self, agent):
+        super().__init__()
+        self._agent, self._end = agent, threading.Event()
+        self.wrong, self.asked = [], 0
+
+    def run(self):
+        while not self._end.is_set():
+            four, six = self._agent.ask("ipForwarding.0"), self._agent.ask("ipv6IpForwarding.0")
+            self.asked += 1
+            if four != FORWARDING or six not in (FORWARDING, NOT_FORWARDING):
+                self.wrong.append((four, six))
+
+    def end(self):
+        self._end.set()
+        self.join()
+
+
+def test_two_hundred_kills_while_a_reader_compares(router):
+    chance = random.Random(1)
+    router.link_add("eth1")
+    router.forward4(True)
+    daemon = router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    churn, reader = Churn(router), Reader(agent)
+    churn.start()
+    reader.start()
+    try:
+        for _ in range(KILLS):
+            time.sleep(chance.uniform(0, 0.05))
+            daemon.kill()
+            daemon = router.publish(wait=False)
+    finally:
+        churn.end()
+        reader.end()
+    assert reader.wrong == []
+    assert reader.asked > 10 * KILLS
+    router.forward6(True)
+    assert eventually(lambda: agent.ask("ipv6IpForwarding.0") == FORWARDING), daemon.text()
+    assert eventually(lambda: router.published_links() == router.kernel_links(), 2)
+
+
+def test_each_successor_publishes_at_once(router):
+    daemon = router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    for turn in range(20):
+        daemon.kill()
+        router.forward4(turn % 2 == 0)
+        daemon = router.publish(wait=False)
+        expected = FORWARDING if turn % 2 == 0 else NOT_FORWARDING
+        assert eventually(lambda: agent.ask("ipForwarding.0") == expected), (turn, daemon.text())

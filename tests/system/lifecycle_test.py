@@ -1,0 +1,79 @@
+"""Publisher and agent come, go and come back in any order."""
+
+import re
+import shutil
+
+from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually, stays
+
+UNKNOWN = ("noSuchObject", "genErr")
+
+
+def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router):
+    router.forward4(True)
+    agent = router.agent()
+    assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, 1)
+    assert agent.get("ipForwarding.0") in UNKNOWN
+    assert isinstance(agent.get("sysDescr.0"), str)
+    assert len(agent.daemon.lines(str(router.rundir))) == 1, agent.daemon.text()
+    router.publish()
+    assert agent.answers(within=1), agent.daemon.text()
+    assert agent.get("ipForwarding.0") == FORWARDING
+
+
+def test_a_dead_publisher_leaves_its_last_state_and_its_age(router):
+    router.forward4(True)
+    daemon = router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    daemon.kill()
+    router.forward4(False)
+    assert eventually(lambda: agent.daemon.lines(r"last known state"), 7), agent.daemon.text()
+    assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, 1)
+    status = router.status()
+    assert status["publisher"]["alive"] is False
+    text = router.ctl("status", check=False)
+    assert re.search(r"\d+(\.\d+)? ?s", text), text
+    router.publish()
+    assert eventually(lambda: agent.ask("ipForwarding.0") == NOT_FORWARDING)
+
+
+def test_state_left_by_a_dead_publisher_is_served_to_a_new_agent(router):
+    router.forward6(True)
+    router.publish().kill()
+    agent = router.agent()
+    assert agent.answers("ipv6IpForwarding.0")
+    assert agent.get("ipv6IpForwarding.0") == FORWARDING
+    assert eventually(lambda: agent.daemon.lines(r"last known state"), 7), agent.daemon.text()
+
+
+def test_a_restarted_publisher_causes_no_flap(router):
+    router.forward4(True)
+    daemon = router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    daemon.stop()
+    router.publish(wait=False)
+    assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, 1)
+
+
+def test_a_run_directory_made_anew_is_noticed_within_a_second(router):
+    daemon = router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    for on in (True, False):
+        daemon.kill()
+        shutil.rmtree(router.rundir)
+        router.forward4(on)
+        daemon = router.publish()
+        expected = FORWARDING if on else NOT_FORWARDING
+        assert eventually(lambda: agent.ask("ipForwarding.0") == expected), agent.daemon.text()
+
+
+def test_a_living_publisher_makes_a_deleted_run_directory_anew(router):
+    router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    shutil.rmtree(router.rundir)
+    router.forward4(True)
+    assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING, 2), agent.daemon.text()
+    assert router.status()["publisher"]["alive"] is True

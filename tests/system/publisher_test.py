@@ -1,0 +1,60 @@
+"""kelbased as a daemon: one at a time, clean ends, what it publishes of links."""
+
+import signal
+
+from ovo.daemons import eventually
+
+
+def links_agree(router):
+    return eventually(lambda: router.published_links() == router.kernel_links(), 2)
+
+
+def test_a_second_one_is_refused(router):
+    first = router.publish()
+    second = router.publish(wait=False)
+    assert second.process.wait(10) == 1
+    assert str(first.pid) in second.text()
+    assert first.alive()
+
+
+def test_it_ends_within_a_second(router):
+    for number in (signal.SIGTERM, signal.SIGINT):
+        daemon = router.publish()
+        assert daemon.stop(number, within=1) == 0
+        assert router.rundir.is_dir()
+
+
+def test_links_that_change_before_and_after_the_start(router):
+    router.link_add("eth1")
+    router.link_up("eth1")
+    router.publish()
+    assert links_agree(router)
+    router.link_add("eth2")
+    router.link_down("eth1")
+    assert links_agree(router)
+    router.ip("link", "set", "eth1", "name", "wan0")
+    router.link_up("eth2")
+    assert links_agree(router)
+    router.link_del("wan0")
+    router.link_add("eth1")
+    assert links_agree(router)
+
+
+def test_what_changed_while_it_was_away_is_found_at_its_start(router):
+    router.link_add("eth1")
+    daemon = router.publish()
+    daemon.kill()
+    router.link_del("eth1")
+    router.link_add("eth2")
+    router.publish()
+    assert links_agree(router)
+
+
+def test_a_burst_of_changes_is_not_lost(router):
+    router.publish()
+    router.space.run("ip", "-batch", "-", text="".join(
+        f"link add d{n} type dummy\nlink set d{n} up\nlink set d{n} name e{n}\n"
+        for n in range(200)))
+    router.space.run("ip", "-batch", "-", text="".join(
+        f"link del e{n}\n" for n in range(0, 200, 2)))
+    assert links_agree(router)
