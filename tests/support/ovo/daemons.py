@@ -59,15 +59,15 @@ class Daemon:
     def alive(self):
         return self.process.poll() is None
 
-    def signal(self, number):
+    def send(self, number):
         self.process.send_signal(number)
 
     def stop(self, number=signal.SIGTERM, within=5):
         """Ends it; its exit code (negative: the signal)."""
         if self.alive():
-            self.signal(number)
+            self.send(number)
             # A stopped process takes SIGTERM only once it is continued.
-            self.signal(signal.SIGCONT)
+            self.send(signal.SIGCONT)
         try:
             return self.process.wait(within)
         except subprocess.TimeoutExpired:
@@ -140,7 +140,7 @@ class Agent:
         (self.dir / "snmpd.conf").chmod(0o644)
 
     def reload(self):
-        self.daemon.signal(signal.SIGHUP)
+        self.daemon.send(signal.SIGHUP)
 
     def reload_and_wait(self):
         """Until the daemon says that it has read its configuration again."""
@@ -234,11 +234,11 @@ class Forked(Daemon):
             return False
         return state != "Z"
 
-    def signal(self, number):
+    def send(self, number):
         os.kill(self.pid, number)
 
     def stop(self, number=signal.SIGTERM, within=5):
-        self.signal(number)
+        self.send(number)
         if not eventually(lambda: not self.alive(), within):
             os.kill(self.pid, signal.SIGKILL)
             raise TimeoutError(f"process {self.pid} did not end")
