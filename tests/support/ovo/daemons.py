@@ -173,7 +173,7 @@ class Agent:
         """Object identifiers and numbers below `root`, by snmpwalk."""
         done = self._tool("snmpwalk", "-Cc", root, form="-Oqn")
         rows = (line.lstrip(".").split(" ", 1) for line in done.stdout.splitlines())
-        return [(oid, int(value)) for oid, value in rows]
+        return [(oid, int(value)) for oid, value in rows if value.isdigit()]
 
     def _tool(self, tool, *arguments, form="-OQvn"):
         return subprocess.run(

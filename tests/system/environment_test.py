@@ -1,0 +1,122 @@
+"""What can be wrong with the run directory: told once, nothing made up, mended by itself."""
+
+import contextlib
+import os
+import re
+
+import pytest
+
+from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually, stays
+
+UNKNOWN = ("noSuchObject", "genErr")
+# A look every five seconds finds what no notification tells.
+LOOK = 6.5
+
+
+@contextlib.contextmanager
+def read_only(router):
+    """The agent sees the run directory on a read-only mount."""
+    router.space.run("mount", "--bind", router.rundir, router.rundir)
+    router.space.run("mount", "-o", "remount,bind,ro", router.rundir)
+    yield
+    router.space.run("mount", "-o", "remount,bind,rw", router.rundir)
+
+
+@contextlib.contextmanager
+def unreadable(router):
+    router.rundir.chmod(0)
+    yield
+    router.rundir.chmod(0o750)
+
+
+@contextlib.contextmanager
+def replaced_data(router, make):
+    """data.mdb is another file for a while: `make` gets the used start of the real one."""
+    data = router.rundir / "tables" / "data.mdb"
+    aside = data.with_name("aside")
+    with open(data, "rb") as file:
+        used = file.read(1 << 20)
+    owner = data.stat()
+    data.rename(aside)
+    data.write_bytes(make(used))
+    data.chmod(0o640)
+    os.chown(data, owner.st_uid, owner.st_gid)
+    yield
+    aside.rename(data)
+
+
+def foreign(router):
+    return replaced_data(router, lambda used: b"this is no table\n" * 1000)
+
+
+def truncated(router):
+    return replaced_data(router, lambda used: used[:2 * 4096])
+
+
+def other_schema(router):
+    here, other = b"OVOT" + (1).to_bytes(4, "little"), b"OVOT" + (99).to_bytes(4, "little")
+
+    def make(used):
+        assert here in used
+        return used.replace(here, other)
+
+    return replaced_data(router, make)
+
+
+FAULTS = [read_only, unreadable, foreign, truncated, other_schema]
+WORDS = {
+    read_only: "read-only",
+    unreadable: "ermission",
+    foreign: "data.mdb",
+    truncated: "data.mdb",
+    other_schema: "schema",
+}
+
+
+def told(agent, router):
+    """The agent's lines about the run directory, but for the two that tell of normal life."""
+    return [line for line in agent.daemon.lines(re.escape(str(router.rundir)))
+            if not re.search(r"last known state|in sync", line)]
+
+
+@pytest.mark.parametrize("fault", FAULTS, ids=lambda fault: fault.__name__)
+def test_a_fault_at_the_start_is_told_once_and_mended(router, fault):
+    router.forward4(True)
+    router.publish().stop()
+    with fault(router):
+        agent = router.agent(options=("-u", "Debian-snmp", "-g", "Debian-snmp"))
+        assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, LOOK)
+        assert isinstance(agent.get("sysDescr.0"), str)
+        lines = told(agent, router)
+        assert len(lines) == 1 and WORDS[fault] in lines[0], agent.daemon.text()
+    assert agent.answers(within=LOOK), agent.daemon.text()
+    assert agent.get("ipForwarding.0") == FORWARDING
+
+
+@pytest.mark.parametrize("fault", FAULTS, ids=lambda fault: fault.__name__)
+def test_a_fault_later_on_leaves_the_last_state(router, fault):
+    router.forward4(True)
+    router.publish().stop()
+    agent = router.agent(options=("-u", "Debian-snmp", "-g", "Debian-snmp"))
+    assert agent.answers()
+    with fault(router):
+        assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, LOOK)
+        assert agent.get("ipv6IpForwarding.0") == NOT_FORWARDING
+        assert len(told(agent, router)) <= 1, agent.daemon.text()
+    router.forward4(False)
+    router.publish()
+    assert eventually(lambda: agent.ask("ipForwarding.0") == NOT_FORWARDING, LOOK), \
+        agent.daemon.text()
+
+
+@pytest.mark.parametrize("fault", [foreign, truncated, other_schema],
+                         ids=lambda fault: fault.__name__)
+def test_a_publisher_replaces_what_it_cannot_use(router, fault):
+    router.publish().stop()
+    with contextlib.suppress(FileNotFoundError), fault(router):
+        router.forward4(True)
+        daemon = router.publish()
+        assert daemon.lines("data.mdb|schema|tables"), daemon.text()
+        agent = router.agent()
+        assert agent.answers(), agent.daemon.text()
+        assert agent.get("ipForwarding.0") == FORWARDING
