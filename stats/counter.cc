@@ -1,0 +1,32 @@
+#include "stats/counter.h"
+
+#include <algorithm>
+#include <array>
+
+namespace Ip {
+
+namespace {
+
+struct NamedCounter {
+  std::string_view name;
+  Counter const* counter;
+};
+
+constexpr auto countersByName = [] {
+#define IP_NAME_COUNTER(Prefix, field, statName) NamedCounter{statName, &field##Counter},
+  std::array counters{IP_SW_FWD_COUNTERS(IP_NAME_COUNTER)};
+#undef IP_NAME_COUNTER
+  std::ranges::sort(counters, {}, &NamedCounter::name);
+  return counters;
+}();
+
+}  // namespace
+
+Counter const* counter(char const* name, std::size_t length) {
+  std::string_view const wanted(name, length);
+  auto const* const found =
+      std::ranges::lower_bound(countersByName, wanted, {}, &NamedCounter::name);
+  return found != countersByName.end() && found->name == wanted ? found->counter : nullptr;
+}
+
+}  // namespace Ip

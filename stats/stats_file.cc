@@ -1,0 +1,93 @@
+#include "stats/stats_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ip {
+
+namespace {
+
+struct PathChoice {
+  char const* variable;
+  char const* otherwise;
+  std::optional<std::string> chosen{};
+};
+
+std::array<PathChoice, 3>& pathChoices() {
+  static std::array<PathChoice, 3> choices{{{"PROC_NET_SNMP", "/proc/net/snmp"},
+                                            {"PROC_NET_NETSTAT", "/proc/net/netstat"},
+                                            {"PROC_NET_SNMP6", "/proc/net/snmp6"}}};
+  return choices;
+}
+
+class OpenFile {
+ public:
+  // O_NONBLOCK: a FIFO without a writer would block the daemon in open(2), and some files of proc
+  // that are regular by name (kmsg) would block it in read(2).
+  explicit OpenFile(char const* path)
+      : fd_(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {}
+  ~OpenFile() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  OpenFile(OpenFile const&) = delete;
+  OpenFile& operator=(OpenFile const&) = delete;
+
+  bool isRegular() const {
+    struct stat status {};
+    return fd_ >= 0 && ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode);
+  }
+
+  /// As read(2), restarted after a signal.
+  ssize_t read(char* to, std::size_t size) const {
+    ssize_t count = 0;
+    do {
+      count = ::read(fd_, to, size);
+    } while (count < 0 && errno == EINTR);
+    return count;
+  }
+
+ private:
+  int const fd_;
+};
+
+}  // namespace
+
+std::string const& statsPath(StatsFile file) {
+  PathChoice& choice = pathChoices().at(static_cast<std::size_t>(file));
+  if (!choice.chosen) {
+    char const* const set = std::getenv(choice.variable);
+    choice.chosen = set ? set : choice.otherwise;
+  }
+  return *choice.chosen;
+}
+
+void forgetStatsPaths() {
+  for (PathChoice& choice : pathChoices()) choice.chosen.reset();
+}
+
+bool readStatsFile(std::string const& path, std::string& text) {
+  constexpr std::size_t usualSize = 16U << 10U;
+  text.clear();
+  OpenFile const file(path.c_str());
+  if (!file.isRegular()) return false;
+
+  std::size_t used = 0;
+  while (used < statsFileSizeMax) {
+    if (used == text.size()) text.resize(std::clamp(2 * used, usualSize, statsFileSizeMax));
+    ssize_t const count = file.read(text.data() + used, text.size() - used);
+    if (count < 0) return false;
+    if (count == 0) break;
+    used += static_cast<std::size_t>(count);
+  }
+  text.resize(used);
+  return true;
+}
+
+}  // namespace Ip

@@ -1,0 +1,122 @@
+#include "stats/sw_fwd_stats.h"
+
+#include <string>
+
+#include "platform/mav/time.h"
+#include "stats/stats_file.h"
+#include "stats/stats_scan.h"
+
+namespace Ip {
+
+namespace {
+
+bool readText(StatsFile file, std::string& text) {
+  std::string const& path = statsPath(file);
+  if (readStatsFile(path, text)) return true;
+  MAV_TRACE_AS(statsTrace(), 0, "doRead", "Failed to open " << path);
+  return false;
+}
+
+bool readIpv4(SwFwdStatsData& data) {
+  std::string text;
+  if (!readText(StatsFile::snmp, text)) return false;
+  std::size_t const headerLength = scanSnmp(text, data);
+  if (headerLength != snmpHeaderLength) {
+    MAV_TRACE_AS(statsTrace(), 0, "doRead", "Header is " << headerLength);
+    return false;
+  }
+  if (!readText(StatsFile::netstat, text)) return false;
+  scanNetstat(text, data);
+  return true;
+}
+
+bool readIpv6(SwFwdStatsData& data) {
+  std::string text;
+  if (!readText(StatsFile::snmp6, text)) return false;
+  scanSnmp6(text, data);
+  return true;
+}
+
+bool readFiles(IpVersion version, SwFwdStatsData& data) {
+  switch (version) {
+    case ipVersion4:
+      return readIpv4(data);
+    case ipVersion6:
+      return readIpv6(data);
+    case ipVersionUnknown:
+      break;
+  }
+  return false;
+}
+
+}  // namespace
+
+void SwFwdStats::dataIs(SwFwdStatsData const& data) {
+  if (data_ == data) return;
+  data_ = data;
+  notifiees_.notify(dataAttributeId, [](NotifieeConst& n) { n.onData(); });
+}
+
+void SwFwdStats::lastUpdateIs(double time) {
+  if (lastUpdate_ == time) return;
+  lastUpdate_ = time;
+  notifiees_.notify(lastUpdateAttributeId, [](NotifieeConst& n) { n.onLastUpdate(); });
+}
+
+std::uint64_t SwFwdStats::inForwDatagrams() const {
+  SwFwdStatsData const& data = fresh();
+  return data.forwDatagrams() + data.inNoRoutes();
+}
+
+std::uint64_t SwFwdStats::fragReqds() const {
+  SwFwdStatsData const& data = fresh();
+  return data.fragOKs() + data.fragFails();
+}
+
+std::uint64_t SwFwdStats::outTransmits() const {
+  SwFwdStatsData const& data = fresh();
+  return data.forwDatagrams() + data.outRequests() + data.fragCreates() - data.outNoRoutes() -
+         data.fragFails() - data.fragOKs() - data.outDiscards();
+}
+
+void SwFwdStats::doFreshen() const {
+  if (Mav::now() - lastUpdate_ > freshness) doRead();
+}
+
+void SwFwdStats::doRead() const {
+  if (committing_) return;
+  SwFwdStatsData data = data_;
+  // A cache: reading is const to who asks for a counter.
+  if (readFiles(ipVersion_, data)) const_cast<SwFwdStats*>(this)->commit(data);
+}
+
+void SwFwdStats::commit(SwFwdStatsData const& data) {
+  // lastUpdate follows the data: until then a notifiee's question would start another read, whose
+  // data would differ under traffic, and so on without end.
+  struct Committing {
+    explicit Committing(bool& flag) : flag_(flag) { flag_ = true; }
+    ~Committing() { flag_ = false; }
+    bool& flag_;
+  } const committing(committing_);
+  dataIs(data);
+  lastUpdateIs(Mav::now());
+}
+
+void SwFwdStats::notifyIsNondestructing() {
+  notifiees_.notify(Mav::isNondestructingAttributeId,
+                    [](NotifieeConst& n) { n.onIsNondestructing(); });
+}
+
+Mav::AttributeTable const& SwFwdStats::attributeTable() const {
+  static Mav::AttributeTable const table{
+      Mav::plainAttribute<&SwFwdStats::ipVersion>("ipVersion"),
+      Mav::plainAttribute<&SwFwdStats::data, &SwFwdStats::dataIs>("data"),
+      Mav::plainAttribute<&SwFwdStats::lastUpdate, &SwFwdStats::lastUpdateIs>("lastUpdate")};
+  return table;
+}
+
+Mav::Ptr<SwFwdStats> swFwdStatsFactory(IpVersion version) {
+  return Mav::makeObject<SwFwdStats>(version);
+}
+
+}  // namespace Ip
