@@ -18,7 +18,7 @@ class TextValue {
   friend std::ostream& operator<<(std::ostream& out, D const& value) {
     return out << value.stringValue();
   }
-  friend std::string valueToStrep(D const& value) { return quoted(value.stringValue()); }
+  friend std::string valueToStrep(D const& value) { return Mav::quoted(value.stringValue()); }
   friend void parseStrep(StrepReader& in, D& value) { value = D(in.quoted()); }
   friend bool operator!(D const& value) { return value == D(); }
 };

@@ -5,7 +5,7 @@ namespace Mav::Detail {
 void readValueHead(StrepReader& in, std::string_view typeName) {
   in.expect("Value");
   in.expect("(");
-  in.expect(quoted(typeName));
+  in.expect(Mav::quoted(typeName));
   in.expect(",");
   in.expect("**");
   in.expect("{");

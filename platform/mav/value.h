@@ -69,7 +69,7 @@ void parseAttribute(StrepReader& in, D& value, std::string_view name) {
 
 inline void appendAttribute(std::string& text, std::string_view name, std::string const& strep) {
   if (!text.ends_with('{')) text += ", ";
-  ((text += quoted(name)) += ": ") += strep;
+  ((text += Mav::quoted(name)) += ": ") += strep;
 }
 
 template <class T>
@@ -94,7 +94,7 @@ class PlainValue {
   friend bool operator!(D const& value) { return value == D(); }
 
   friend std::string valueToStrep(D const& value) {
-    std::string text = "Value(" + quoted(typeName<D>()) + ", ** {";
+    std::string text = "Value(" + Mav::quoted(typeName<D>()) + ", ** {";
     Detail::withAttributes<D>([&](auto const&... attribute) {
       (Detail::appendAttribute(text, attribute.name, valueToStrep(value.*attribute.member)), ...);
     });
@@ -129,7 +129,7 @@ class Value : public PlainValue<D> {
   friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {
     return Detail::withAttributes<D>([&](auto const&... attribute) {
       std::strong_ordering order = std::strong_ordering::equal;
-      (((order = a.*attribute.member <=> b.*attribute.member) != 0) || ...);
+      static_cast<void>((((order = a.*attribute.member <=> b.*attribute.member) != 0) || ...));
       return order;
     });
   }
