@@ -1,7 +1,8 @@
 #pragma once
 // Keys and records to bytes and back. The layouts themselves are in format.h. Key bytes sort as
 // the keys do. Decoding checks everything (version, length, enumerations, ranges, zero padding)
-// and yields nothing for what is not well-formed.
+// and yields nothing for what is not well-formed;
+// encoding throws Mav::RangeException for what readers would refuse.
 
 #include <optional>
 #include <string>
@@ -20,15 +21,22 @@ std::string encodeRecord(typename Table::Record const& record);
 template <class Table>
 std::optional<typename Table::Record> decodeRecord(std::string_view bytes);
 
-template <> std::string encodeKey<ForwardingTable>(Family const& key);
-template <> std::optional<Family> decodeKey<ForwardingTable>(std::string_view bytes);
-template <> std::string encodeRecord<ForwardingTable>(ForwardingTable::Record const& record);
-template <> std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(
-    std::string_view bytes);
+template <>
+std::string encodeKey<ForwardingTable>(Family const& key);
+template <>
+std::optional<Family> decodeKey<ForwardingTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<ForwardingTable>(ForwardingTable::Record const& record);
+template <>
+std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(std::string_view bytes);
 
-template <> std::string encodeKey<LinkTable>(Dovel::IntfId const& key);
-template <> std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes);
-template <> std::string encodeRecord<LinkTable>(LinkTable::Record const& record);
-template <> std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes);
+template <>
+std::string encodeKey<LinkTable>(Dovel::IntfId const& key);
+template <>
+std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<LinkTable>(LinkTable::Record const& record);
+template <>
+std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes);
 
 }  // namespace Pondo

@@ -1,15 +1,35 @@
 #pragma once
-// What goes wrong with shared tables. Texts say what, where and what to do; one line each.
+// What goes wrong with shared tables. Texts are "PATH: what; what to do", one line each.
+
+#include <string>
 
 #include "platform/mav/exception.h"
 
 namespace Pondo {
 
-/// The run directory, its files or the library refuse: absent, no permission, foreign file, wrong
-/// schema, no space. A reader waits and tries again; a writer reports and ends or retries.
+/// The run directory, its files or the library refuse. A reader waits and tries again; a writer
+/// reports and ends or retries.
 class EnvironmentException : public Mav::Exception {
  public:
-  using Exception::Exception;
+  enum class Reason {
+    absent,         // no run directory, no tables, no file
+    denied,         // no permission
+    readOnlyMount,  // readers cannot be registered there
+    foreign,        // not a file of this program, or not a regular file
+    truncated,      // shorter than what it says it holds
+    schema,         // written by another version
+    busy,           // passes by itself: no free reader slot, resized, lost slot
+    noSpace,        // file system or map full
+    other,
+  };
+
+  explicit EnvironmentException(std::string const& text, Reason reason = Reason::other)
+      : Exception(text), reason_(reason) {}
+
+  Reason reason() const { return reason_; }
+
+ private:
+  Reason reason_;
 };
 
 /// Another publisher holds the run directory.

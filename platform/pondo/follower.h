@@ -60,8 +60,7 @@ class Follower {
   enum class State { waiting, comparing, following };
 
   /// Listeners are told in the order of `listeners`. Starts at the next turn of the activity.
-  Follower(Mav::Activity& activity, std::filesystem::path runDir,
-           std::vector<Listener*> listeners);
+  Follower(Mav::Activity& activity, std::filesystem::path runDir, std::vector<Listener*> listeners);
   ~Follower();
   Follower(Follower const&) = delete;
   Follower& operator=(Follower const&) = delete;

@@ -3,7 +3,8 @@
 // transaction: what it shows is one generation, whole. It pins memory of the shared file, so it is
 // short-lived: never kept across a turn of the loop, at most sliceMax records each.
 //
-// One per process and environment, made after any fork; one thread.
+// One per process and environment, made after any fork; one thread. A process that holds a Writer
+// of the same run directory cannot open a Reader of it (format.h, caveats): that is refused.
 
 #include <cstddef>
 #include <cstdint>
@@ -23,6 +24,14 @@ namespace Pondo {
 inline constexpr std::size_t sliceMax = 1'000;
 
 class Reader;
+
+/// Where the change log stands: entries first to next - 1 are there. Another instance is another
+/// history: its sequence numbers have nothing to do with the earlier ones.
+struct LogState {
+  std::uint64_t instance = 0;
+  std::uint64_t first = 0;
+  std::uint64_t next = 0;
+};
 
 class Snapshot {
  public:
@@ -68,6 +77,13 @@ class Snapshot {
   std::optional<std::string> scanBytes(
       TableId table, std::string_view from, std::size_t limit,
       std::function<void(std::string_view, std::string_view)> const& visit) const;
+
+  LogState log() const;
+  /// Calls visit(table, key) for up to `limit` entries of the change log, from sequence `from` on,
+  /// which must not be less than log().first. Returns the sequence to go on from. Malformed
+  /// entries are skipped and counted.
+  std::uint64_t scanLog(std::uint64_t from, std::size_t limit,
+                        std::function<void(TableId, std::string_view)> const& visit) const;
 
  private:
   friend class Reader;

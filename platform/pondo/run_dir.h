@@ -18,11 +18,11 @@ namespace Pondo {
 std::filesystem::path defaultRunDir();
 
 struct PublisherInfo {
-  std::string name;        // "kelbased", "kelbasectl load routes.json"
+  std::string name;  // "kelbased", "kelbasectl load routes.json"
   std::int64_t pid = 0;
-  double startedAt = 0;    // seconds since the epoch
-  double seenAt = 0;       // last sign of life, seconds since the epoch
-  bool alive = false;      // holds the lock at this moment
+  double startedAt = 0;  // seconds since the epoch
+  double seenAt = 0;     // last sign of life, seconds since the epoch
+  bool alive = false;    // holds the lock at this moment
 };
 
 /// Reads publisher.lock without disturbing the lock. Nothing when there never was a publisher;

@@ -9,7 +9,10 @@
 // batchMax changes commits by itself.
 //
 // When an operation throws, the transaction is aborted and the tables are as after the last commit.
-// One per process, made after any fork; one thread.
+// Once an environment is lost (run directory deleted, file truncated, library in panic) put, erase
+// and commit throw until service() has made it anew.
+// Made after any fork; one thread. A process that holds a Writer cannot open a Reader of the same
+// run directory (format.h, caveats): that is refused.
 
 #include <cstddef>
 #include <cstdint>
@@ -19,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/pondo/codec.h"
@@ -35,7 +39,10 @@ class Writer {
     std::string publisher = "kelbased";  // name told in publisher.lock
     std::string group;                   // group of the files; empty: leave as created
     std::size_t mapSize = std::size_t{16} << 30U;
-    std::size_t logMax = 200'000;        // change log entries kept
+    std::size_t logMax = 200'000;  // change log entries kept, at least
+    // A reader that has stopped inside a snapshot may pin this many bytes beyond twice the live
+    // ones; after that the tables move to a new environment without it.
+    std::size_t pinnedMax = std::size_t{64} << 20U;
   };
 
   struct SyncCounts {
@@ -79,12 +86,13 @@ class Writer {
   /// Readable when something happened to the run directory's files (inotify).
   int noticeFd() const;
 
- private:
+  /// As put, erase and sync, encoded. Keys in ascending order are appended, which is far faster.
   using Bytes = std::string;
   bool putBytes(TableId table, std::string_view key, std::string_view value);
   bool eraseBytes(TableId table, std::string_view key);
   SyncCounts syncBytes(TableId table, std::vector<std::pair<Bytes, Bytes>> const& wanted);
 
+ private:
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

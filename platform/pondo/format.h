@@ -1,0 +1,121 @@
+#pragma once
+// The format of the shared tables: everything that publisher and readers must agree on.
+//
+// Schema version. `schemaVersion` changes with every change of this header that a reader could
+// see: a field, a width, an order, a value's meaning, a table more or less. There is no migration:
+// a publisher that finds another version makes the tables anew from the kernel, and a reader that
+// finds another version waits until both are of one version. Only three things never change: the
+// table "meta", its key "environment", and the first eight bytes of its record.
+//
+// One LMDB environment, one named table per kind of record, no duplicates (no MDB_DUPSORT):
+//
+//   table        key                                     record
+//   meta         "environment"                           MetaRecord
+//   log          sequence, u64 big endian                u8 table id, then the key that changed
+//   forwarding   u8 family (4, 6)                        ForwardingRecord
+//   link         interface name, 1 to 31 bytes, no NUL   LinkRecord
+//
+// Keys compare as bytes (memcmp, then length), and every key encoding sorts as the keys do.
+// A key has at most 511 bytes (LMDB's limit).
+//
+// Caveats.
+// - Records are in the machine's own byte order, as LMDB's pages are: an environment is never
+//   moved between machines. Values in the map are not aligned: copy them out (memcpy).
+// - LMDB's lock file knows readers by process id. Publisher and readers in different PID
+//   namespaces work as long as no two of them have the same id; a container that reads the tables
+//   should share the host's PID namespace.
+// - POSIX locks belong to a process: closing any descriptor of lock.mdb drops them all. Nobody may
+//   open lock.mdb beside LMDB, nor the same environment twice in one process (Reader and Writer
+//   refuse). Nor may an environment be used across fork().
+// - A reader without a slot in the lock table is not protected from page reuse. That happens
+//   silently on a read-only mount; Reader refuses to read then.
+// - data.mdb is made sparse to the size of the map, so that no page below the last used one ever
+//   lies beyond the end of the file: a shorter file has been truncated.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <type_traits>
+
+#include "platform/pondo/tables.h"
+
+namespace Pondo::Format {
+
+inline constexpr std::uint32_t schemaVersion = 1;
+
+inline constexpr char const* tablesDirectory = "tables";
+inline constexpr char const* dataFile = "data.mdb";
+inline constexpr char const* lockFile = "lock.mdb";
+/// Eight bytes, the last generation; rewritten after every commit. Only the write matters.
+inline constexpr char const* doorbellFile = "doorbell";
+inline constexpr char const* publisherLockFile = "publisher.lock";
+
+inline constexpr char const* metaTable = "meta";
+inline constexpr std::string_view metaKey = "environment";
+inline constexpr char const* logTable = "log";
+
+inline constexpr std::array<TableId, 2> tableIds{TableId::forwarding, TableId::link};
+/// Greater than every TableId, those to come included.
+inline constexpr std::size_t tableIdEnd = 16;
+
+constexpr bool isTable(std::uint8_t id) {
+  for (auto const known : tableIds) {
+    if (static_cast<std::uint8_t>(known) == id) return true;
+  }
+  return false;
+}
+
+/// LMDB's name of a table (NUL-terminated).
+constexpr std::string_view tableName(TableId id) {
+  switch (id) {
+    case TableId::forwarding:
+      return ForwardingTable::name;
+    case TableId::link:
+      return LinkTable::name;
+  }
+  return {};
+}
+
+/// "OVOT" in memory order on a little-endian machine; a machine of the other order refuses it.
+inline constexpr std::uint32_t metaMagic = 0x544F564FU;
+
+struct MetaRecord {
+  std::uint32_t magic = metaMagic;
+  std::uint32_t schema = schemaVersion;
+  std::uint64_t instance = 0;    // random, drawn when the tables are made anew
+  std::uint64_t generation = 0;  // counts commits that changed something
+  std::uint64_t logFirst = 0;    // sequence of the oldest entry of the change log
+  std::uint64_t logNext = 0;     // sequence that the next entry will have
+};
+static_assert(std::is_trivially_copyable_v<MetaRecord> && sizeof(MetaRecord) == 40);
+static_assert(offsetof(MetaRecord, schema) == 4 && offsetof(MetaRecord, instance) == 8 &&
+              offsetof(MetaRecord, generation) == 16 && offsetof(MetaRecord, logFirst) == 24 &&
+              offsetof(MetaRecord, logNext) == 32);
+
+inline constexpr std::uint8_t forwardingVersion = 1;
+struct ForwardingRecord {
+  std::uint8_t version = forwardingVersion;
+  std::uint8_t routing = 0;  // 0 or 1
+  std::uint16_t zero = 0;
+};
+static_assert(std::is_trivially_copyable_v<ForwardingRecord> && sizeof(ForwardingRecord) == 4);
+static_assert(offsetof(ForwardingRecord, routing) == 1 && offsetof(ForwardingRecord, zero) == 2);
+
+inline constexpr std::uint8_t linkVersion = 1;
+inline constexpr std::uint8_t linkAdminUp = 0x01;  // IFF_UP
+inline constexpr std::uint8_t linkOperUp = 0x02;   // IFF_UP and IFF_RUNNING
+struct LinkRecord {
+  std::uint8_t version = linkVersion;
+  std::uint8_t flags = 0;  // linkAdminUp, linkOperUp; the rest 0
+  std::uint16_t zero = 0;
+  std::int32_t ifIndex = 0;  // 1 or more
+};
+static_assert(std::is_trivially_copyable_v<LinkRecord> && sizeof(LinkRecord) == 8);
+static_assert(offsetof(LinkRecord, flags) == 1 && offsetof(LinkRecord, zero) == 2 &&
+              offsetof(LinkRecord, ifIndex) == 4);
+
+inline constexpr std::size_t sequenceSize = 8;
+inline constexpr std::size_t keyMax = 511;
+
+}  // namespace Pondo::Format
