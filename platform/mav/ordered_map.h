@@ -1,0 +1,194 @@
+#pragma once
+// An ordered collection with iterators that survive every change of it.
+//
+// A b-tree and a count of modifications. Mapped is a Ptr to an entry, or a plain value. Inserting,
+// finding and erasing descend the tree once; memory is what the keys and values need and about a
+// quarter more.
+//
+// Iterators hold their key and a copy of their value (of a Ptr: a counted reference), so a row that
+// was erased under an iterator can still be read through it. Stepping goes to the next greater key
+// that the map holds at that moment: one increment while the map has not changed, a descent from
+// the root after it has. Rows that stay are neither repeated nor skipped, whatever comes and goes
+// in between. No allocation per step; copyable. An iterator must not be stepped after its map.
+// One thread.
+
+#include <absl/container/btree_map.h>
+#include <absl/types/compare.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "platform/mav/object.h"
+
+namespace Mav {
+
+namespace Detail {
+/// The type through which a const collection shows a value: the entry of a Ptr becomes const.
+template <class Mapped>
+struct ConstMapped {
+  using Type = Mapped;
+};
+template <class Entry>
+struct ConstMapped<Ptr<Entry>> {
+  using Type = Ptr<Entry const>;
+};
+
+/// One three-way comparison a step of a descent, which the b-tree also ends early on equality.
+struct KeyOrder {
+  template <class Key>
+  absl::weak_ordering operator()(Key const& a, Key const& b) const {
+    auto const order = a <=> b;
+    if (order < 0) return absl::weak_ordering::less;
+    return order > 0 ? absl::weak_ordering::greater : absl::weak_ordering::equivalent;
+  }
+};
+}  // namespace Detail
+
+template <class KeyType, class MappedType>
+class OrderedMap {
+  using Tree = absl::btree_map<KeyType, MappedType, Detail::KeyOrder>;
+
+ public:
+  using Key = KeyType;
+  using Mapped = MappedType;
+  using MappedConst = typename Detail::ConstMapped<Mapped>::Type;
+
+  template <class Value>
+  class BasicIterator;
+  using Iterator = BasicIterator<Mapped>;
+  using IteratorConst = BasicIterator<MappedConst>;
+
+  OrderedMap() = default;
+  OrderedMap(OrderedMap const&) = delete;
+  OrderedMap& operator=(OrderedMap const&) = delete;
+
+  std::size_t size() const { return tree_.size(); }
+  bool empty() const { return tree_.empty(); }
+  bool contains(Key const& key) const { return tree_.contains(key); }
+
+  /// The value of `key`, valid until the next modification; null when there is none.
+  Mapped const* find(Key const& key) const {
+    auto const found = tree_.find(key);
+    return found == tree_.end() ? nullptr : &found->second;
+  }
+
+  /// The value of `key`, or an empty one (a null Ptr).
+  Mapped get(Key const& key) const {
+    auto const* found = find(key);
+    return found ? *found : Mapped{};
+  }
+
+  /// The value of `key`, which `create()` makes when there is none, and whether it did. The
+  /// reference is valid until the next modification. `create` may modify the map.
+  template <class Create>
+  std::pair<Mapped const&, bool> insertOrGet(Key const& key, Create const& create) {
+    auto place = tree_.lower_bound(key);
+    if (place != tree_.end() && place->first == key) return {place->second, false};
+    auto const before = modifications_;
+    Mapped value = create();
+    if (modifications_ != before) place = tree_.lower_bound(key);
+    auto const sizeBefore = tree_.size();
+    place = tree_.try_emplace(place, key, std::move(value));
+    bool const inserted = tree_.size() != sizeBefore;
+    if (inserted) ++modifications_;
+    return {place->second, inserted};
+  }
+
+  /// Inserts or overwrites; true when it inserted. Overwriting moves no row: iterators that stand
+  /// on it keep the value that they have.
+  bool put(Key const& key, Mapped value) {
+    auto const [place, inserted] = tree_.try_emplace(key, std::move(value));
+    if (inserted) {
+      ++modifications_;
+    } else {
+      std::swap(place->second, value);  // the old one is destroyed after the map is whole
+    }
+    return inserted;
+  }
+
+  /// False when there was none.
+  bool erase(Key const& key) {
+    auto const found = tree_.find(key);
+    if (found == tree_.end()) return false;
+    Mapped const erased = std::move(found->second);  // destroyed after the map is whole
+    tree_.erase(found);
+    ++modifications_;
+    return true;
+  }
+
+  void clear() {
+    Tree erased;
+    erased.swap(tree_);
+    ++modifications_;
+  }
+
+  /// On the first row.
+  Iterator first() { return {this, tree_.begin()}; }
+  IteratorConst first() const { return {this, tree_.begin()}; }
+  /// On the row of `key`; at the end when there is none.
+  Iterator at(Key const& key) { return {this, tree_.find(key)}; }
+  IteratorConst at(Key const& key) const { return {this, tree_.find(key)}; }
+  /// On the first row whose key is not less than `key`.
+  Iterator atOrAfter(Key const& key) { return {this, tree_.lower_bound(key)}; }
+  IteratorConst atOrAfter(Key const& key) const { return {this, tree_.lower_bound(key)}; }
+
+ private:
+  Tree tree_;
+  std::uint64_t modifications_ = 0;  // of the set of keys
+};
+
+/// On a row, or at the end, where it is false and has neither key nor value and stays.
+template <class KeyType, class MappedType>
+template <class Value>
+class OrderedMap<KeyType, MappedType>::BasicIterator {
+ public:
+  /// At the end of nothing.
+  BasicIterator() = default;
+
+  explicit operator bool() const { return isOnRow_; }
+  Key const& key() const { return key_; }
+  Value const& value() const { return value_; }
+  /// The entry, of a map of Ptr.
+  auto* operator->() const { return value_.get(); }
+
+  BasicIterator& operator++() {
+    if (!isOnRow_) return *this;
+    if (modifications_ == map_->modifications_) {
+      ++position_;
+    } else {
+      position_ = map_->tree_.upper_bound(key_);
+    }
+    settle();
+    return *this;
+  }
+
+ private:
+  friend class OrderedMap;
+  using Position = typename Tree::const_iterator;
+
+  BasicIterator(OrderedMap const* map, Position position) : map_(map), position_(position) {
+    settle();
+  }
+
+  void settle() {
+    modifications_ = map_->modifications_;
+    isOnRow_ = position_ != map_->tree_.end();
+    if (isOnRow_) {
+      key_ = position_->first;
+      value_ = position_->second;
+    } else {
+      value_ = Value{};
+    }
+  }
+
+  OrderedMap const* map_ = nullptr;
+  Position position_;
+  std::uint64_t modifications_ = 0;
+  Key key_{};
+  Value value_{};
+  bool isOnRow_ = false;
+};
+
+}  // namespace Mav

@@ -1,0 +1,69 @@
+#include "platform/blipmark/blipmark.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+std::uint64_t time = 0;
+
+class BlipmarkTest : public testing::Test {
+ protected:
+  BlipmarkTest() {
+    Blipmark::clockIs([] { return time; });
+    Blipmark::enabledIs(true);
+  }
+  ~BlipmarkTest() override {
+    Blipmark::reset();
+    Blipmark::enabledIs(false);
+    Blipmark::clockIs(nullptr);
+  }
+
+  void spend(char const* name, std::uint64_t nanoseconds) {
+    Blipmark::Timer const blip(name);
+    time += nanoseconds;
+  }
+};
+
+TEST_F(BlipmarkTest, countsTotalsAndMaximaByName) {
+  spend("f()", 1'000);
+  spend("g()", 10'000);
+  spend("f()", 3'000);
+
+  std::ostringstream out;
+  Blipmark::report(out);
+  EXPECT_EQ(out.str(),
+            "     count       total us      mean us   maximum us  name\n"
+            "         1         10.000       10.000       10.000  g()\n"
+            "         2          4.000        2.000        3.000  f()\n");
+}
+
+TEST_F(BlipmarkTest, countsNestedAndThrowingCalls) {
+  try {
+    Blipmark::Timer const outer("f()");
+    spend("f()", 5);
+    throw std::runtime_error("end");
+  } catch (std::runtime_error const&) {
+  }
+  auto const all = Blipmark::statistics();
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].statistics.count, 2U);
+  EXPECT_EQ(all[0].statistics.total, 10U);
+}
+
+TEST_F(BlipmarkTest, switchedOrResetDuringACall) {
+  {
+    Blipmark::Timer const counted("on at its start");
+    Blipmark::enabledIs(false);
+    Blipmark::Timer const uncounted("off at its start");
+    Blipmark::reset();
+    Blipmark::enabledIs(true);
+  }
+  auto const all = Blipmark::statistics();
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].name, "on at its start");
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+#include "platform/mav/activity.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/select.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/mav/trace_handle.h"
+
+namespace {
+
+using Mav::Activity;
+using Mav::asap;
+using Mav::never;
+using testing::ElementsAre;
+
+class Pipe {
+ public:
+  Pipe() { EXPECT_EQ(pipe(ends_.data()), 0); }
+  ~Pipe() {
+    closeReader();
+    close(ends_[1]);
+  }
+  int reader() const { return ends_[0]; }
+  void closeReader() {
+    if (ends_[0] >= 0) close(std::exchange(ends_[0], -1));
+  }
+  void fill() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+  void drain() const {
+    char c = 0;
+    EXPECT_EQ(read(ends_[0], &c, 1), 1);
+  }
+
+ private:
+  std::array<int, 2> ends_{-1, -1};
+};
+
+class ActivityTest : public testing::Test {
+ protected:
+  /// Whether a foreign loop would be told to call deliver().
+  bool hasWork() const {
+    pollfd entry{activity.fd(), POLLIN, 0};
+    return poll(&entry, 1, 0) == 1;
+  }
+  Activity::Watch note(Pipe const& pipe, std::string name) {
+    return activity.watch(pipe.reader(), EPOLLIN,
+                          [this, &pipe, name](std::uint32_t) {
+                            pipe.drain();
+                            calls.push_back(name);
+                          });
+  }
+
+  Activity activity;
+  std::vector<std::string> calls;
+  Pipe one;
+  Pipe two;
+};
+
+TEST_F(ActivityTest, descriptorIsReadableExactlyWhenThereIsSomethingToDo) {
+  auto const watch = note(one, "one");
+  EXPECT_FALSE(hasWork());
+  one.fill();
+  EXPECT_TRUE(hasWork());
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("one"));
+  EXPECT_FALSE(hasWork());
+
+  Mav::Timer timer(activity.clock(), [&] { calls.push_back("timer"); });
+  timer.timeMinIs(asap);
+  EXPECT_TRUE(hasWork());
+  timer.timeMinIs(never);
+  EXPECT_FALSE(hasWork());
+  timer.timeMinIs(asap);
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("one", "timer"));
+  EXPECT_FALSE(hasWork());
+  timer.timeMinIs(Mav::now() + 3600);
+  EXPECT_FALSE(hasWork());
+  timer.timeMinIs(1.0);  // long past
+  pollfd entry{activity.fd(), POLLIN, 0};
+  EXPECT_EQ(poll(&entry, 1, 10'000), 1);
+}
+
+TEST_F(ActivityTest, worksInsideASelectLoop) {
+  auto const watch = note(one, "one");
+  Mav::Timer later(activity.clock(), [&] { calls.push_back("later"); });
+  Mav::Timer first(activity.clock(), [&] {
+    calls.push_back("first");
+    one.fill();
+    later.timeMinIs(Mav::now() + 0.002);
+  });
+  first.timeMinIs(asap);
+  int turns = 0;
+  for (; calls.size() < 3 && turns < 100; ++turns) {
+    fd_set readers;
+    FD_ZERO(&readers);
+    FD_SET(activity.fd(), &readers);
+    timeval timeout{10, 0};
+    ASSERT_EQ(select(activity.fd() + 1, &readers, nullptr, nullptr, &timeout), 1);
+    activity.deliver();
+  }
+  EXPECT_THAT(calls, ElementsAre("first", "one", "later"));
+  EXPECT_LE(turns, 5) << "no turn without work";
+}
+
+TEST_F(ActivityTest, reactorThatKeepsAskingYieldsToDescriptorsEachTurn) {
+  auto const watch = note(one, "one");
+  Mav::Timer greedy(activity.clock(), [] {});
+  Mav::Timer* const again = &greedy;
+  Mav::Timer pass(activity.clock(), [&, again] {
+    calls.push_back("pass");
+    again->timeMinIs(asap);
+    if (calls.size() == 1) one.fill();
+  });
+  pass.timeMinIs(asap);
+  activity.deliver();
+  EXPECT_TRUE(hasWork());
+  pass.timeMinIs(asap);
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("pass", "one", "pass"));
+}
+
+TEST_F(ActivityTest, eventsThatWereFetchedDoNotReachDroppedOrNewerWatches) {
+  Activity::Watch first;
+  Activity::Watch second;
+  Activity::Watch newer;
+  auto const dropTheOther = [&](char const* name, Activity::Watch& self, Activity::Watch& other,
+                                Pipe const& otherPipe) {
+    calls.emplace_back(name);
+    other = {};
+    self = {};
+    newer = note(otherPipe, "newer");
+  };
+  first = activity.watch(one.reader(), EPOLLIN,
+                         [&](auto) { dropTheOther("first", first, second, two); });
+  second = activity.watch(two.reader(), EPOLLIN,
+                          [&](auto) { dropTheOther("first", second, first, one); });
+  one.fill();
+  two.fill();
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("first")) << "the other was fetched in the same turn";
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("first", "newer"));
+}
+
+TEST_F(ActivityTest, droppingAWatchWhoseDescriptorIsInUseAgainLeavesTheNewOne) {
+  auto old = note(one, "old");
+  int const number = one.reader();
+  one.closeReader();
+  ASSERT_EQ(dup2(two.reader(), number), number);
+  auto const watch = activity.watch(number, EPOLLIN, [&](auto) {
+    two.drain();
+    calls.push_back("new");
+  });
+  old = {};
+  two.fill();
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("new"));
+  close(number);
+}
+
+TEST_F(ActivityTest, refusesWhatCannotBeWatched) {
+  auto const watch = note(one, "one");
+  EXPECT_THROW((void)note(one, "twice"), Mav::Exception);
+  EXPECT_THROW((void)activity.watch(-1, EPOLLIN, [](auto) {}), Mav::Exception);
+  one.fill();
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("one"));
+}
+
+TEST_F(ActivityTest, handlerThatThrowsIsLoggedAndRestsWhileTheOthersRun) {
+  Mav::SimulatedTime time;
+  std::vector<std::string> lines;
+  Mav::traceSinkIs([&](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
+  auto const bad =
+      activity.watch(one.reader(), EPOLLIN, [](auto) { throw std::runtime_error("trouble"); });
+  auto const good = note(two, "good");
+  one.fill();
+  two.fill();
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("good"));
+  activity.deliver();
+  EXPECT_EQ(lines.size(), 1U);
+  EXPECT_FALSE(hasWork()) << "a lasting fault does not spin the loop";
+  time.advance(Mav::Clock::retryDelay);
+  activity.deliver();
+  EXPECT_TRUE(hasWork());
+  activity.deliver();
+  Mav::traceSinkIs({});
+  auto const text = "activity: handler of descriptor " + std::to_string(one.reader()) +
+                    " failed: trouble";
+  EXPECT_THAT(lines, ElementsAre(text, text));
+}
+
+TEST_F(ActivityTest, runsAloneUntilStopped) {
+  activity.stop();
+  activity.run();  // a stop that came first counts
+  auto const watch = activity.watch(one.reader(), EPOLLIN, [&](auto) {
+    activity.deliver();  // no effect from inside
+    EXPECT_THROW(activity.run(), Mav::Exception);
+    activity.stop();
+  });
+  Mav::Timer timer(activity.clock(), [&] { one.fill(); });
+  timer.timeMinIs(Mav::now() + 0.001);
+  activity.run();
+  EXPECT_FALSE(timer.timeMin() < never);
+}
+
+TEST_F(ActivityTest, underSimulatedTimeRunsWhatIsDueAndNothingElse) {
+  Mav::SimulatedTime time;
+  Mav::Timer later(activity.clock(), [&] {
+    calls.push_back("later");
+    activity.stop();
+  });
+  later.timeMinIs(Mav::now() + 3600.0);
+  activity.deliver();
+  EXPECT_FALSE(hasWork());
+  Mav::Timer soon(activity.clock(), [&] {
+    calls.push_back("soon");
+    time.advance(3600.0);
+  });
+  soon.timeMinIs(asap);
+  activity.run();
+  EXPECT_THAT(calls, ElementsAre("soon", "later"));
+}
+
+TEST_F(ActivityTest, clockOutlivesItsActivity) {
+  Mav::Ptr<Mav::Clock const> clock;
+  {
+    Activity shortLived;
+    clock = shortLived.clock();
+  }
+  Mav::Timer timer(clock, [&] { calls.push_back("late"); });
+  timer.timeMinIs(asap);
+  clock->deliver();
+  EXPECT_THAT(calls, ElementsAre("late"));
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+#include "platform/mav/announced_map.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/mav/hash_map.h"
+#include "tests/platform/mav/counter_entity.h"
+
+namespace {
+
+using Mav::Ptr;
+using Test::CounterEntity;
+using testing::ElementsAre;
+
+/// Notes "+key" or "-key" by what the collection holds when it is told.
+class Listener : public CounterEntity::NotifieeConst {
+ public:
+  using NotifieeConst::NotifieeConst;
+  void onPart(int const& key) override {
+    heard.push_back((notifier()->part(key) ? "+" : "-") + std::to_string(key));
+    if (action) action(key);
+  }
+  std::vector<std::string> heard;
+  std::function<void(int)> action;
+};
+
+class AnnouncedMapTest : public testing::Test {
+ protected:
+  Ptr<CounterEntity> entity = Mav::makeObject<CounterEntity>();
+  Listener listener{entity};
+};
+
+TEST_F(AnnouncedMapTest, changesAreAnnouncedAfterTheyAreMade) {
+  auto const part = entity->partIs(2, 10);
+  EXPECT_EQ(entity->partIs(2, 10), part);
+  entity->partIs(1, 11);
+  entity->partDel(7);
+  entity->partDel(2);
+  EXPECT_THAT(listener.heard, ElementsAre("+2", "+1", "-2"));
+}
+
+TEST_F(AnnouncedMapTest, otherConstructorParametersAreRefusedAndNothingChanges) {
+  auto const part = entity->partIs(2, 10);
+  try {
+    entity->partIs(2, 65);
+    FAIL() << "must be refused";
+  } catch (Mav::NameInUseException const& e) {
+    EXPECT_STREQ(e.what(),
+                 "Reinstantiating the pointer interface where constructor parameter attribute "
+                 "_weight has a different value of 65 than the current value of 10 not allowed");
+  }
+  EXPECT_EQ(entity->part(2), part);
+  EXPECT_THAT(listener.heard, ElementsAre("+2"));
+}
+
+TEST_F(AnnouncedMapTest, delAllAnnouncesEachAndBearsChangesFromInside) {
+  for (int key : {1, 2, 3, 4}) entity->partIs(key, 1);
+  listener.heard.clear();
+  listener.action = [&](int key) {
+    if (key == 2) entity->partDel(3);
+    if (key == 4) entity->partIs(0, 1);
+  };
+  entity->partDelAll();
+  EXPECT_THAT(listener.heard, ElementsAre("-1", "-2", "-3", "-4", "+0"));
+}
+
+TEST_F(AnnouncedMapTest, aHandlerThatUndoesAChangeLeavesTheCallerItsMember) {
+  listener.action = [&](int key) {
+    if (entity->part(key)) entity->partDel(key);
+  };
+  EXPECT_EQ(entity->partIs(5, 9)->weight(), 9);
+  EXPECT_THAT(listener.heard, ElementsAre("+5", "-5"));
+  EXPECT_EQ(entity->part(5), nullptr);
+}
+
+TEST_F(AnnouncedMapTest, putAnnouncesWhatDiffers) {
+  struct Heard : Mav::NotifieeBase {
+    void onPart(int const& key) { keys.push_back(key); }
+    void onPart() { keys.push_back(-1); }
+    std::vector<int> keys;
+  } heard;
+  Mav::NotifieeList<Heard> list;
+  list.add(&heard);
+  Mav::AnnouncedMap<Mav::HashMap<int, bool>, Heard, 258, &Heard::onPart, &Heard::onPart> map(list);
+  map.put(3, true);
+  map.put(3, true);
+  map.put(3, false);
+  map.announceWhole();
+  map.delAll();
+  EXPECT_THAT(heard.keys, ElementsAre(3, 3, -1, 3));
+}
+
+}  // namespace

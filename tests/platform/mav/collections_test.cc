@@ -1,0 +1,160 @@
+// Iterators that survive every change, held against a std::map.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "platform/mav/hash_map.h"
+#include "platform/mav/ordered_map.h"
+
+namespace {
+
+using Mav::Ptr;
+using testing::ElementsAre;
+
+class Row : public Mav::Counted<Row> {
+ public:
+  explicit Row(int number) : number(number) { ++alive; }
+  ~Row() { --alive; }
+  int const number;
+  static inline int alive = 0;
+};
+
+template <class Map>
+Ptr<Row> insert(Map& map, int key) {
+  return map.insertOrGet(key, [key] { return Mav::makeObject<Row>(key); }).first;
+}
+
+template <class Map>
+std::vector<int> keys(Map const& map) {
+  std::vector<int> result;
+  for (auto it = map.first(); it; ++it) result.push_back(it.key());
+  return result;
+}
+
+/// Random edits between the steps of many walks. `follows(a, b)`: b may come after a in a walk.
+template <class Map, class Follows>
+void walkUnderRandomEdits(Follows const& follows) {
+  std::mt19937 random(20240611);
+  Map map;
+  std::map<int, Ptr<Row>> model;
+  auto const edit = [&](std::set<int>& stayed) {
+    int const key = static_cast<int>(random() % 300);
+    if (random() % 2 == 0) {
+      model[key] = insert(map, key);
+    } else {
+      EXPECT_EQ(map.erase(key), model.erase(key) == 1);
+      stayed.erase(key);
+    }
+  };
+  for (int walk = 0; walk < 300; ++walk) {
+    std::set<int> stayed;  // rows that are there from the start of the walk to its end
+    for (auto const& [key, row] : model) stayed.insert(key);
+    std::vector<int> seen;
+    for (auto it = std::as_const(map).first(); it; ++it) {
+      ASSERT_EQ(it->number, it.key());
+      if (!seen.empty()) {
+        ASSERT_TRUE(follows(seen.back(), it.key())) << seen.back() << " then " << it.key();
+      }
+      seen.push_back(it.key());
+      for (auto n = random() % 4; n > 0; --n) edit(stayed);
+      ASSERT_EQ(it->number, it.key()) << "a row that was erased can still be read";
+    }
+    for (int const key : stayed) ASSERT_EQ(std::count(seen.begin(), seen.end(), key), 1) << key;
+    ASSERT_EQ(map.size(), model.size());
+    for (auto const& [key, row] : model) ASSERT_EQ(map.get(key), row);
+  }
+}
+
+TEST(OrderedMap, walkUnderRandomEditsIsStrictlyIncreasingAndSkipsNothingThatStays) {
+  walkUnderRandomEdits<Mav::OrderedMap<int, Ptr<Row>>>([](int a, int b) { return a < b; });
+  EXPECT_EQ(Row::alive, 0);
+}
+
+TEST(HashMap, walkUnderRandomEditsSkipsNothingThatStays) {
+  walkUnderRandomEdits<Mav::HashMap<int, Ptr<Row>>>([](int, int) { return true; });
+  EXPECT_EQ(Row::alive, 0);
+}
+
+TEST(OrderedMap, positions) {
+  Mav::OrderedMap<int, Ptr<Row>> map;
+  EXPECT_FALSE(map.first());
+  for (int const key : {30, 10, 20}) insert(map, key);
+  EXPECT_THAT(keys(map), ElementsAre(10, 20, 30));
+  EXPECT_EQ(map.at(20).key(), 20);
+  EXPECT_FALSE(map.at(25));
+  EXPECT_EQ(map.atOrAfter(20).key(), 20);
+  EXPECT_EQ(map.atOrAfter(21).key(), 30);
+  EXPECT_FALSE(map.atOrAfter(31));
+  EXPECT_EQ(map.get(11), nullptr);
+}
+
+TEST(OrderedMap, iteratorOverAnErasedRowContinuesWithTheNextGreater) {
+  Mav::OrderedMap<int, Ptr<Row>> map;
+  for (int const key : {10, 20, 30}) insert(map, key);
+  auto it = map.at(20);
+  auto copy = it;
+  map.erase(20);
+  insert(map, 15);
+  insert(map, 25);
+  EXPECT_TRUE(it);
+  EXPECT_EQ(it->number, 20);
+  ++it;
+  EXPECT_EQ(it.key(), 25);
+  map.clear();
+  ++copy;
+  EXPECT_FALSE(copy);
+  EXPECT_EQ(copy.value(), nullptr);
+  insert(map, 40);
+  ++copy;
+  EXPECT_FALSE(copy) << "the end stays the end";
+  EXPECT_EQ(it->number, 25);
+}
+
+static_assert(std::is_same_v<Mav::OrderedMap<int, Ptr<Row>>::MappedConst, Ptr<Row const>>);
+
+TEST(OrderedMap, entriesThatChangeTheMapWhileTheyComeAndGo) {
+  struct Neighbourly : Mav::Counted<Neighbourly> {
+    using Map = Mav::OrderedMap<int, Ptr<Neighbourly>>;
+    Neighbourly(Map& map, int buddy) : map(map), buddy(buddy) {
+      if (buddy != 0) map.put(buddy, Mav::makeObject<Neighbourly>(map, 0));
+    }
+    ~Neighbourly() { map.erase(buddy); }
+    Map& map;
+    int const buddy;
+  };
+  Neighbourly::Map map;
+  map.insertOrGet(5, [&] { return Mav::makeObject<Neighbourly>(map, 4); });
+  EXPECT_THAT(keys(map), ElementsAre(4, 5));
+  map.put(5, Mav::makeObject<Neighbourly>(map, 6));
+  EXPECT_THAT(keys(map), ElementsAre(5, 6));
+  EXPECT_TRUE(map.erase(5));
+  EXPECT_THAT(keys(map), ElementsAre());
+  map.insertOrGet(5, [&] { return Mav::makeObject<Neighbourly>(map, 4); });
+  map.clear();
+  EXPECT_TRUE(map.empty());
+}
+
+TEST(HashMap, walksInOrderOfInsertion) {
+  Mav::HashMap<std::string, int> map;
+  EXPECT_TRUE(map.put("z", 1));
+  EXPECT_TRUE(map.put("a", 2));
+  EXPECT_FALSE(map.put("z", 3)) << "overwritten in its place";
+  EXPECT_EQ(map.insertOrGet("m", [] { return 4; }).second, true);
+  EXPECT_EQ(map.insertOrGet("m", [] { return 5; }).first, 4);
+  std::vector<int> values;
+  for (auto it = map.at("z"); it; ++it) values.push_back(it.value());
+  EXPECT_THAT(values, ElementsAre(3, 2, 4));
+  EXPECT_FALSE(map.at("q"));
+  EXPECT_EQ(map.get("q"), 0);
+}
+
+}  // namespace

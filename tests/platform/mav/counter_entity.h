@@ -1,0 +1,84 @@
+#pragma once
+// An entity for tests: one number, and one announced collection of parts with a fixed weight.
+
+#include <cstdint>
+#include <string_view>
+
+#include "platform/mav/announced_map.h"
+#include "platform/mav/constructor_parameter.h"
+#include "platform/mav/entity.h"
+
+namespace Test {
+
+class Part : public Mav::Counted<Part> {
+ public:
+  explicit Part(std::uint8_t weight) : weight_(weight) {}
+  std::uint8_t weight() const { return weight_; }
+
+ private:
+  std::uint8_t const weight_;
+};
+
+class CounterEntity : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId valueAttributeId = Mav::firstAttributeId;
+  static constexpr Mav::AttributeId partAttributeId = Mav::firstAttributeId + 1;
+
+  class NotifieeConst : public Mav::Notifiee<CounterEntity const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    virtual void onValue() {}
+    virtual void onPart(int const&) {}
+    virtual void onPart() {}
+    virtual void onIsNondestructing() {}
+  };
+
+  CounterEntity() : Entity("counter") {}
+
+  int value() const { return value_; }
+  void valueIs(int value) {
+    value_ = value;
+    notifiees_.notify(valueAttributeId, [](NotifieeConst& n) { n.onValue(); });
+  }
+
+  using PartMap = Mav::OrderedMap<int, Mav::Ptr<Part>>;
+  Mav::Ptr<Part> part(int key) const { return part_.map().get(key); }
+  PartMap::IteratorConst partIterator() const { return part_.map().first(); }
+  Mav::Ptr<Part> partIs(int key, std::uint8_t weight) {
+    return part_.is(
+        key, [&] { return Mav::makeObject<Part>(weight); },
+        [&](Part const& m) { Mav::checkConstructorParameter("_weight", weight, m.weight()); });
+  }
+  void lightPartIs(int key) { partIs(key, 1); }
+  void partDel(int key) { part_.del(key); }
+  void partDelAll() { part_.delAll(); }
+
+  std::string_view typeName() const override { return "Test::CounterEntity"; }
+  Mav::AttributeTable const& attributeTable() const override {
+    static Mav::AttributeTable const table{
+        Mav::plainAttribute<&CounterEntity::value, &CounterEntity::valueIs>("value"),
+        Mav::collectionAttribute<&CounterEntity::lightPartIs, &CounterEntity::partDel>(
+            "part"),
+        Mav::plainAttribute<&CounterEntity::doubled>("doubled")};
+    return table;
+  }
+  int doubled() const { return 2 * value_; }
+
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ protected:
+  void notifyIsNondestructing() override {
+    notifiees_.notify(Mav::isNondestructingAttributeId,
+                      [](NotifieeConst& n) { n.onIsNondestructing(); });
+  }
+
+ private:
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+  int value_ = 0;
+  Mav::AnnouncedMap<PartMap, NotifieeConst, partAttributeId, &NotifieeConst::onPart,
+                    &NotifieeConst::onPart>
+      part_{notifiees_};
+};
+
+}  // namespace Test

@@ -1,0 +1,96 @@
+#include "platform/mav/entity.h"
+
+#include <gtest/gtest.h>
+
+#include <any>
+#include <string>
+
+#include "platform/mav/directory.h"
+#include "tests/platform/mav/counter_entity.h"
+
+namespace {
+
+using Mav::Ptr;
+using Test::CounterEntity;
+
+class OtherEntity : public Mav::Entity {
+ public:
+  using Entity::Entity;
+  std::string_view typeName() const override { return "Test::OtherEntity"; }
+  Mav::AttributeTable const& attributeTable() const override {
+    static Mav::AttributeTable const table{};
+    return table;
+  }
+};
+
+/// The text of the RangeException that `action` ends with.
+template <class Action>
+std::string rangeText(Action const& action) {
+  try {
+    action();
+  } catch (Mav::RangeException const& e) {
+    return e.what();
+  }
+  return "no exception";
+}
+
+TEST(Entity, attributesByName) {
+  auto const entity = Mav::makeObject<CounterEntity>();
+  entity->attributeIs("value", 5);
+  EXPECT_EQ(std::any_cast<int>(entity->attribute("doubled")), 10);
+  entity->memberIs("part", 3);
+  EXPECT_NE(entity->part(3), nullptr);
+  entity->memberDel("part", 3);
+  EXPECT_EQ(entity->part(3), nullptr);
+  EXPECT_EQ(std::any_cast<std::string>(entity->attribute("name")), "counter");
+  entity->attributeIs("isNondestructing", true);
+  EXPECT_TRUE(entity->isNondestructing());
+}
+
+TEST(Entity, whatTheGenericInterfaceRefuses) {
+  auto const entity = Mav::makeObject<CounterEntity>();
+  EXPECT_EQ(rangeText([&] { entity->attribute("colour"); }),
+            "Test::CounterEntity has no attribute 'colour'");
+  EXPECT_EQ(rangeText([&] { entity->attributeIs("doubled", 4); }),
+            "Test::CounterEntity attribute 'doubled' cannot be set by name");
+  EXPECT_EQ(rangeText([&] { entity->attribute("part"); }),
+            "Test::CounterEntity attribute 'part' is a collection, which has no one value");
+  EXPECT_EQ(rangeText([&] { entity->memberIs("value", 4); }),
+            "Test::CounterEntity attribute 'value' has no members to be made by key");
+  EXPECT_EQ(rangeText([&] { entity->memberDel("value", 4); }),
+            "Test::CounterEntity attribute 'value' has no members to be removed by key");
+  EXPECT_EQ(rangeText([&] { entity->attributeIs("value", 4.0); }),
+            "Test::CounterEntity 'counter' takes a value of type int here, not double");
+  EXPECT_EQ(rangeText([&] { entity->memberIs("part", {}); }),
+            "Test::CounterEntity 'counter' takes a value of type int here, not nothing");
+  EXPECT_EQ(entity->value(), 0);
+}
+
+TEST(Entity, attributesAreNumberedInTheOrderOfTheTable) {
+  auto const entity = Mav::makeObject<CounterEntity>();
+  EXPECT_EQ(entity->attributeString(257), "isNondestructing");
+  EXPECT_EQ(entity->attributeString(258), "value");
+  EXPECT_EQ(entity->attributeString(259), "part");
+  EXPECT_EQ(entity->attributeString(261), "unknown");
+  EXPECT_EQ(entity->attributeString(0), "unknown");
+  EXPECT_EQ(entity->attributeTable().id("part"), CounterEntity::partAttributeId);
+}
+
+TEST(Directory, mountsByPathWithATypeTest) {
+  Mav::Directory directory;
+  auto const entity = Mav::makeObject<CounterEntity>();
+  directory.mount("Kelbase/counter", entity);
+  directory.mount("Kelbase/counter", entity);
+  EXPECT_EQ(directory.entityAs<CounterEntity>("Kelbase/counter"), entity);
+  EXPECT_EQ(directory.entityAs<OtherEntity>("Kelbase/counter"), nullptr);
+  EXPECT_EQ(directory.entity("Kelbase"), nullptr);
+  EXPECT_THROW(directory.mount("Kelbase/counter", Mav::makeObject<OtherEntity>("other")),
+               Mav::NameInUseException);
+  EXPECT_EQ(rangeText([&] { directory.mount("null", nullptr); }), "null ValidPtr");
+  directory.unmount("Kelbase/counter");
+  directory.unmount("Kelbase/counter");
+  EXPECT_EQ(directory.entity("Kelbase/counter"), nullptr);
+  EXPECT_EQ(entity->use_count(), 1U);
+}
+
+}  // namespace

@@ -1,0 +1,132 @@
+#include "platform/mav/notifiee.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/mav/trace_handle.h"
+#include "tests/platform/mav/counter_entity.h"
+
+namespace {
+
+using Mav::Ptr;
+using Test::CounterEntity;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// Writes its name into a common story, then does what the case wants.
+class Listener : public CounterEntity::NotifieeConst {
+ public:
+  Listener(Ptr<CounterEntity const> entity, std::vector<std::string>& story, std::string name)
+      : NotifieeConst(std::move(entity)), story_(story), name_(std::move(name)) {}
+
+  std::function<void()> action;
+
+  void onValue() override {
+    story_.push_back(name_);
+    if (action) action();
+  }
+  void onIsNondestructing() override { story_.push_back(name_ + " nondestructing"); }
+  void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
+    story_.push_back(name_ + " threw " + Mav::exceptionText(exception) + " in " +
+                     std::string(notifier()->attributeString(attribute)));
+    if (throwsAgain) throw std::runtime_error("again");
+  }
+  bool throwsAgain = false;
+
+ private:
+  std::vector<std::string>& story_;
+  std::string const name_;
+};
+
+class NotifieeTest : public testing::Test {
+ protected:
+  std::unique_ptr<Listener> listen(std::string name) {
+    return std::make_unique<Listener>(entity, story, std::move(name));
+  }
+  /// The story of one change.
+  std::vector<std::string> change() {
+    story.clear();
+    entity->valueIs(entity->value() + 1);
+    return story;
+  }
+
+  std::vector<std::string> story;
+  Ptr<CounterEntity> entity = Mav::makeObject<CounterEntity>();
+  std::unique_ptr<Listener> a = listen("a");
+  std::unique_ptr<Listener> b = listen("b");
+  std::unique_ptr<Listener> c = listen("c");
+};
+
+TEST_F(NotifieeTest, throwingOneIsHandedItsExceptionAndTheOthersRun) {
+  a->action = [] { throw std::runtime_error("trouble"); };
+  b->action = [] { throw 5; };
+  EXPECT_THAT(change(), ElementsAre("a", "a threw trouble in value", "b",
+                                    "b threw not a std::exception in value", "c"));
+}
+
+TEST_F(NotifieeTest, exceptionsThatNobodyTakesAreTraced) {
+  std::vector<std::string> lines;
+  Mav::traceSinkIs([&](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
+  a->throwsAgain = true;
+  a->action = [] { throw std::runtime_error("first"); };
+  b->action = [&] {
+    b.reset();
+    throw std::runtime_error("orphan");
+  };
+  EXPECT_THAT(change(), ElementsAre("a", "a threw first in value", "b", "c"));
+  Mav::traceSinkIs({});
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("exception in handler of attribute 258: again"),
+                                 HasSubstr("exception in handler of attribute 258: orphan")));
+}
+
+TEST_F(NotifieeTest, handlersMayDestroyThemselvesAndOthers) {
+  a->action = [&] { b.reset(); };
+  c->action = [&] {
+    auto const self = std::move(c);
+    a.reset();
+  };
+  EXPECT_THAT(change(), ElementsAre("a", "c"));
+  EXPECT_THAT(change(), ElementsAre());
+}
+
+TEST_F(NotifieeTest, oneAddedInsideHearsTheNextChange) {
+  std::unique_ptr<Listener> d;
+  b->action = [&] {
+    if (!d) d = listen("d");
+  };
+  EXPECT_THAT(change(), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(change(), ElementsAre("a", "b", "c", "d"));
+}
+
+TEST_F(NotifieeTest, nestedChangeWithRemovalInside) {
+  a->action = [&] {
+    a->action = nullptr;
+    entity->valueIs(100);
+  };
+  b->action = [&] { c.reset(); };
+  EXPECT_THAT(change(), ElementsAre("a", "a", "b", "b"));
+}
+
+TEST_F(NotifieeTest, inactiveAndMovedOnesHearNothing) {
+  a->hasNotificationActiveIs(false);
+  b->notifierIs(Mav::makeObject<CounterEntity>());
+  EXPECT_THAT(change(), ElementsAre("c"));
+  a->hasNotificationActiveIs(true);
+  b->notifierIs(entity);
+  EXPECT_THAT(change(), ElementsAre("a", "c", "b"));
+}
+
+TEST_F(NotifieeTest, isNondestructingIsToldWhenItChanges) {
+  entity->isNondestructingIs(false);
+  EXPECT_THAT(story, ElementsAre());
+  entity->isNondestructingIs(true);
+  EXPECT_THAT(story, ElementsAre("a nondestructing", "b nondestructing", "c nondestructing"));
+}
+
+}  // namespace
