@@ -1,13 +1,13 @@
 #include "platform/blipmark/blipmark.h"
 
-#include <fmt/format.h>
-#include <sys/sdt.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <map>
 #include <ostream>
+
+#include <fmt/format.h>
+#include <sys/sdt.h>
 
 namespace Blipmark {
 

@@ -18,7 +18,8 @@
 //     Mav::Ptr<Route> routeIs(Prefix const& key, Metric metric) {
 //       return route_.is(
 //           key, [&] { return Mav::makeObject<Route>(key, metric); },
-//           [&](Route const& r) { Mav::checkConstructorParameter("_metric", metric, r.metric()); });
+//           [&](Route const& r) { Mav::checkConstructorParameter("_metric", metric, r.metric());
+//           });
 //     }
 //     void routeDel(Prefix const& key) { route_.del(key); }
 //     void routeDelAll() { route_.delAll(); }
@@ -77,7 +78,8 @@ class AnnouncedMap {
     return is(std::move(key), create, [](auto const&) {});
   }
 
-  /// Inserts, or replaces a value that differs; announces either. The same value again does nothing.
+  /// Inserts, or replaces a value that differs; announces either. The same value again does
+  /// nothing.
   void put(Key key, Mapped value) {
     if (auto const* existing = map_.find(key); existing && *existing == value) return;
     map_.put(key, std::move(value));

@@ -5,11 +5,11 @@
 // For collections that have no order of their own, and few rows: a row costs about twice as much
 // as in an OrderedMap. Keys need absl's hash and equality. One thread.
 
-#include <absl/container/flat_hash_map.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+
+#include <absl/container/flat_hash_map.h>
 
 #include "platform/mav/ordered_map.h"
 

@@ -10,6 +10,9 @@
 //     virtual void onRouting() {}
 //   };
 //
+// A notifiee that overrides one of two handlers of a name brings in the other by using
+// NotifieeConst::onX.
+//
 // The entity holds a mutable NotifieeList<NotifieeConst> and says after a change:
 //   notifiees_.notify(attributeId, [](NotifieeConst& n) { n.onRouting(); });
 //

@@ -12,13 +12,13 @@
 // in between. No allocation per step; copyable. An iterator must not be stepped after its map.
 // One thread.
 
-#include <absl/container/btree_map.h>
-#include <absl/types/compare.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
+
+#include <absl/container/btree_map.h>
+#include <absl/types/compare.h>
 
 #include "platform/mav/object.h"
 
@@ -112,7 +112,7 @@ class OrderedMap {
   bool erase(Key const& key) {
     auto const found = tree_.find(key);
     if (found == tree_.end()) return false;
-    Mapped const erased = std::move(found->second);  // destroyed after the map is whole
+    [[maybe_unused]] Mapped const erased = std::move(found->second);  // destroyed after the map is whole
     tree_.erase(found);
     ++modifications_;
     return true;

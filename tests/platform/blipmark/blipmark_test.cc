@@ -1,9 +1,9 @@
 #include "platform/blipmark/blipmark.h"
 
-#include <gtest/gtest.h>
-
 #include <sstream>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "platform/mav/announced_map.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "platform/mav/hash_map.h"
 #include "tests/platform/mav/counter_entity.h"
@@ -20,6 +20,7 @@ using testing::ElementsAre;
 class Listener : public CounterEntity::NotifieeConst {
  public:
   using NotifieeConst::NotifieeConst;
+  using NotifieeConst::onPart;
   void onPart(int const& key) override {
     heard.push_back((notifier()->part(key) ? "+" : "-") + std::to_string(key));
     if (action) action(key);

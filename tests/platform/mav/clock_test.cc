@@ -1,14 +1,14 @@
 #include "platform/mav/clock.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -35,11 +35,11 @@ class Reactor : public Mav::Clock::NotifieeConst {
 
 class ClockTest : public testing::Test {
  protected:
-  /// Calls of `reactor` in one turn.
-  int turn(Reactor const& reactor) {
-    int const before = reactor.calls;
+  /// Calls of a reactor in one turn.
+  int turn(Reactor const& of) {
+    int const before = of.calls;
     clock->deliver();
-    return reactor.calls - before;
+    return of.calls - before;
   }
 
   Mav::SimulatedTime time{1000.0};

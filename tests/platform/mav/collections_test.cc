@@ -1,9 +1,5 @@
 // Iterators that survive every change, held against a std::map.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <map>
 #include <random>
 #include <set>
@@ -11,6 +7,9 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "platform/mav/hash_map.h"
 #include "platform/mav/ordered_map.h"
@@ -22,7 +21,7 @@ using testing::ElementsAre;
 
 class Row : public Mav::Counted<Row> {
  public:
-  explicit Row(int number) : number(number) { ++alive; }
+  explicit Row(int key) : number(key) { ++alive; }
   ~Row() { --alive; }
   int const number;
   static inline int alive = 0;
@@ -55,7 +54,10 @@ void walkUnderRandomEdits(Follows const& follows) {
       stayed.erase(key);
     }
   };
+  std::set<int> none;
+  std::size_t steps = 0;
   for (int walk = 0; walk < 300; ++walk) {
+    for (int n = 0; n < 100; ++n) edit(none);
     std::set<int> stayed;  // rows that are there from the start of the walk to its end
     for (auto const& [key, row] : model) stayed.insert(key);
     std::vector<int> seen;
@@ -68,10 +70,13 @@ void walkUnderRandomEdits(Follows const& follows) {
       for (auto n = random() % 4; n > 0; --n) edit(stayed);
       ASSERT_EQ(it->number, it.key()) << "a row that was erased can still be read";
     }
-    for (int const key : stayed) ASSERT_EQ(std::count(seen.begin(), seen.end(), key), 1) << key;
+    std::multiset<int> const visits(seen.begin(), seen.end());
+    for (int const key : stayed) ASSERT_EQ(visits.count(key), 1U) << key;
+    steps += seen.size();
     ASSERT_EQ(map.size(), model.size());
     for (auto const& [key, row] : model) ASSERT_EQ(map.get(key), row);
   }
+  EXPECT_GT(steps, 20'000U);
 }
 
 TEST(OrderedMap, walkUnderRandomEditsIsStrictlyIncreasingAndSkipsNothingThatStays) {
@@ -124,12 +129,12 @@ static_assert(std::is_same_v<Mav::OrderedMap<int, Ptr<Row>>::MappedConst, Ptr<Ro
 TEST(OrderedMap, entriesThatChangeTheMapWhileTheyComeAndGo) {
   struct Neighbourly : Mav::Counted<Neighbourly> {
     using Map = Mav::OrderedMap<int, Ptr<Neighbourly>>;
-    Neighbourly(Map& map, int buddy) : map(map), buddy(buddy) {
-      if (buddy != 0) map.put(buddy, Mav::makeObject<Neighbourly>(map, 0));
+    Neighbourly(Map& home, int buddy) : home_(home), buddy_(buddy) {
+      if (buddy != 0) home.put(buddy, Mav::makeObject<Neighbourly>(home, 0));
     }
-    ~Neighbourly() { map.erase(buddy); }
-    Map& map;
-    int const buddy;
+    ~Neighbourly() { home_.erase(buddy_); }
+    Map& home_;
+    int const buddy_;
   };
   Neighbourly::Map map;
   map.insertOrGet(5, [&] { return Mav::makeObject<Neighbourly>(map, 4); });

@@ -57,8 +57,7 @@ class CounterEntity : public Mav::Entity {
   Mav::AttributeTable const& attributeTable() const override {
     static Mav::AttributeTable const table{
         Mav::plainAttribute<&CounterEntity::value, &CounterEntity::valueIs>("value"),
-        Mav::collectionAttribute<&CounterEntity::lightPartIs, &CounterEntity::partDel>(
-            "part"),
+        Mav::collectionAttribute<&CounterEntity::lightPartIs, &CounterEntity::partDel>("part"),
         Mav::plainAttribute<&CounterEntity::doubled>("doubled")};
     return table;
   }

@@ -1,9 +1,9 @@
 #include "platform/mav/entity.h"
 
-#include <gtest/gtest.h>
-
 #include <any>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "platform/mav/directory.h"
 #include "tests/platform/mav/counter_entity.h"

@@ -1,13 +1,13 @@
 #include "platform/mav/notifiee.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "platform/mav/trace_handle.h"
 #include "tests/platform/mav/counter_entity.h"
