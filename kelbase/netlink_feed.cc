@@ -56,6 +56,7 @@ bool NetlinkFeed::receiveOne() {
     case NetlinkSocket::Outcome::datagram:
       break;
   }
+  if (lost_) return true;  // older than the dump to come: the faster read empty, the better
   if (dumper_.busy() || !held_.empty()) {
     hold(received.datagram);
   } else {
@@ -70,20 +71,19 @@ void NetlinkFeed::onLoss(char const* what) {
   bool const calm = Mav::now() - lastLoss_ > overrunCalm;
   if (!lost_) overrunDelay_ = calm ? 0.0 : std::clamp(2 * overrunDelay_, 0.01, overrunDelayMax);
   lost_ = true;
+  dropHeld();
   lastLoss_ = Mav::now();
 }
 
 void NetlinkFeed::onReadEmpty() {
   if (!lost_) return;
   lost_ = false;
-  dropHeld();
   dumper_.wantAll(Mav::now() + overrunDelay_);
 }
 
 void NetlinkFeed::hold(Bytes datagram) {
   if (heldBytes_ + datagram.size() > options_.backlogMax) {
     // As good as lost in the socket's buffer.
-    dropHeld();
     onLoss("more notifications during a dump than memory is meant for");
     return;
   }

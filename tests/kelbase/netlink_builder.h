@@ -1,0 +1,77 @@
+#pragma once
+// Netlink messages made by hand: link(RTM_NEWLINK, 2, IFF_UP).text(IFLA_IFNAME, "eth0").
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include <linux/netconf.h>
+#include <linux/rtnetlink.h>
+
+#include "kelbase/netlink_message.h"
+
+namespace Kelbase {
+
+class NetlinkBuilder {
+ public:
+  template <class Header>
+  NetlinkBuilder(int type, Header const& header) : bytes_(sizeof(nlmsghdr)) {
+    append(&header, sizeof header);
+    this->header().nlmsg_type = static_cast<std::uint16_t>(type);
+  }
+
+  NetlinkBuilder& raw(int type, void const* value, std::size_t size) {
+    nlattr attribute{static_cast<std::uint16_t>(sizeof(nlattr) + size),
+                     static_cast<std::uint16_t>(type)};
+    append(&attribute, sizeof attribute);
+    append(value, size);
+    return *this;
+  }
+  NetlinkBuilder& text(int type, std::string_view value) {
+    return raw(type, std::string(value).c_str(), value.size() + 1);
+  }
+  template <class T>
+  NetlinkBuilder& value(int type, T const& value) {
+    return raw(type, &value, sizeof value);
+  }
+  NetlinkBuilder& flags(int flags) {
+    header().nlmsg_flags = static_cast<std::uint16_t>(flags);
+    return *this;
+  }
+  NetlinkBuilder& cutTo(std::size_t payload) {
+    bytes_.resize(sizeof(nlmsghdr) + payload);
+    header().nlmsg_len = static_cast<std::uint32_t>(bytes_.size());
+    return *this;
+  }
+
+  Bytes datagram() const { return bytes_; }
+  NetlinkMessage message() const {
+    return NetlinkMessage(*reinterpret_cast<nlmsghdr const*>(bytes_.data()));
+  }
+
+ private:
+  nlmsghdr& header() { return *reinterpret_cast<nlmsghdr*>(bytes_.data()); }
+  void append(void const* data, std::size_t size) {
+    std::size_t const at = bytes_.size();
+    bytes_.resize(at + MNL_ALIGN(size));
+    std::memcpy(bytes_.data() + at, data, size);
+    header().nlmsg_len = static_cast<std::uint32_t>(bytes_.size());
+  }
+
+  std::vector<std::byte> bytes_;
+};
+
+inline NetlinkBuilder linkMessage(int type, int index, unsigned flags = 0, int family = AF_UNSPEC) {
+  ifinfomsg info{};
+  info.ifi_family = static_cast<unsigned char>(family);
+  info.ifi_index = index;
+  info.ifi_flags = flags;
+  return NetlinkBuilder(type, info);
+}
+
+inline NetlinkBuilder netconfMessage(int type, int family) {
+  return NetlinkBuilder(type, netconfmsg{static_cast<__u8>(family)});
+}
+
+}  // namespace Kelbase

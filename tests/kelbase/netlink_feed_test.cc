@@ -1,0 +1,164 @@
+#include "kelbase/netlink_feed.h"
+
+#include <gtest/gtest.h>
+#include <linux/if.h>
+
+#include "kelbase/forwarding_source.h"
+#include "kelbase/link_source.h"
+#include "tests/kelbase/namespace_fixture.h"
+#include "tests/kelbase/netlink_builder.h"
+
+namespace Kelbase {
+namespace {
+
+class NetlinkFeedTest : public NamespaceTest {
+ protected:
+  void start(NetlinkFeed::Options options = {}) {
+    feed_.emplace(activity_, sources_, options, [this] { ++settled_; });
+  }
+
+  bool linksAreTheKernels() const {
+    auto const kernel = kernelLinks();
+    if (links_.size() != kernel.size()) return false;
+    for (auto const& [name, record] : kernel) {
+      auto const* known = links_.find(Dovel::IntfId(name));
+      if (!known || *known != record) return false;
+    }
+    return true;
+  }
+  bool followed() {
+    return turnUntil([this] { return feed_->settled() && linksAreTheKernels(); });
+  }
+  bool forwards(std::string const& summary) {
+    return turnUntil([&] { return forwarding_.summary() == summary; });
+  }
+
+  LinkSource links_;
+  ForwardingSource forwarding_;
+  std::vector<TableSource*> sources_{&links_, &forwarding_};
+  std::optional<NetlinkFeed> feed_;
+  int settled_ = 0;
+};
+
+std::string pairs(int from, int to) {
+  std::string lines;
+  for (int i = from; i < to; ++i) {
+    auto const n = std::to_string(i);
+    lines += "link add name a" + n + " type veth peer name b" + n + "\n";
+  }
+  return lines;
+}
+
+TEST_F(NetlinkFeedTest, LinksBeforeAndAfterTheStart) {
+  ip("link add name a type veth peer name b");
+  ip("link set dev a up");
+  start();
+  EXPECT_TRUE(followed());
+  EXPECT_FALSE(links_.find(Dovel::IntfId("a"))->operUp);
+  ip("link set dev b up");
+  EXPECT_TRUE(followed());
+  EXPECT_TRUE(links_.find(Dovel::IntfId("a"))->operUp);
+  ip("link set dev a down");
+  EXPECT_TRUE(followed());
+  ipBatch(
+      "link set dev a name x\nlink set dev b down\nlink set dev b name a\nlink set dev x name b\n");
+  EXPECT_TRUE(followed());
+  ip("link add name br type bridge");
+  ipBatch(
+      "link set dev a master br\nlink set dev a nomaster\nlink set dev br up\nlink set dev lo "
+      "up\n");
+  EXPECT_TRUE(followed());
+  ip("link del dev a");
+  ip("link add name a type bridge");
+  EXPECT_TRUE(followed());
+  EXPECT_EQ(feed_->counters().overruns, 0U);
+  EXPECT_EQ(feed_->counters().rejected, 0U);
+}
+
+TEST_F(NetlinkFeedTest, ForwardingInBothDirections) {
+  sysctl("ipv4/ip_forward", 1);
+  start();
+  EXPECT_TRUE(forwards("IPv4 forwarding on, IPv6 forwarding off"));
+  sysctl("ipv6/conf/all/forwarding", 1);
+  EXPECT_TRUE(forwards("IPv4 forwarding on, IPv6 forwarding on"));
+  sysctl("ipv4/conf/all/forwarding", 0);
+  EXPECT_TRUE(forwards("IPv4 forwarding off, IPv6 forwarding on"));
+  sysctl("ipv6/conf/all/forwarding", 0);
+  sysctl("ipv6/conf/lo/forwarding", 1);
+  EXPECT_TRUE(forwards("IPv4 forwarding off, IPv6 forwarding off"));
+}
+
+TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
+  ipBatch(pairs(0, 60));
+  start();  // the kernel has prepared the first part of its answer
+  ip("link del dev a7");
+  ipBatch(pairs(60, 61));
+  EXPECT_TRUE(followed());
+  EXPECT_GE(feed_->dumpCounters().interrupted, 1U);
+  EXPECT_EQ(feed_->counters().overruns, 0U);
+}
+
+TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
+  ipBatch(pairs(0, 20));
+  start({.eventBuffer = 1});  // the kernel's minimum: two or three notifications
+  ASSERT_TRUE(followed());
+  for (int round = 0; round < 3; ++round) {
+    std::string lines;
+    for (int i = 0; i < 1000; ++i) {
+      auto const n = std::to_string(10 + i % 5);
+      lines += "link set dev a" + n + (i % 2 == 0 ? " up\n" : " down\n");
+    }
+    auto const n = std::to_string(round);
+    lines += "link del dev a" + n + "\nlink set dev b19 name c" + n + "\nlink set dev c" + n +
+             " name b19\n";
+    ipBatch(lines);
+    EXPECT_TRUE(followed());
+    EXPECT_GT(feed_->counters().overruns, static_cast<std::uint64_t>(round));
+  }
+}
+
+/// Changes while a dump of more than one turn is under way.
+class NetlinkFeedDuringDump : public NetlinkFeedTest {
+ protected:
+  void change(NetlinkFeed::Options options) {
+    ipBatch(pairs(0, 300));
+    start(options);
+    ipBatch("link set dev a1 up\nlink set dev b1 up\nlink del dev a5\nlink set dev a7 name c7\n");
+    activity_.deliver();
+    ASSERT_FALSE(feed_->settled());
+  }
+};
+
+TEST_F(NetlinkFeedDuringDump, NotificationsAreHeldBackAndReplayed) {
+  change({});
+  EXPECT_EQ(feed_->counters().events, 0U);
+  EXPECT_TRUE(followed());
+  EXPECT_GT(feed_->counters().events, 0U);
+  EXPECT_EQ(feed_->counters().overruns, 0U);
+}
+
+TEST_F(NetlinkFeedDuringDump, MoreOfThemThanMemoryIsMeantForAreReadAgain) {
+  change({.backlogMax = 4000});
+  EXPECT_TRUE(followed());
+  EXPECT_GE(feed_->counters().overruns, 1U);
+}
+
+TEST_F(NetlinkFeedTest, MessagesFromOtherProcessesAreIgnored) {
+  start();
+  ASSERT_TRUE(followed());
+  int const fd = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
+  auto forged = linkMessage(RTM_NEWLINK, 77, IFF_UP);
+  forged.text(IFLA_IFNAME, "forged");
+  sockaddr_nl to{};
+  to.nl_family = AF_NETLINK;
+  to.nl_pid = feed_->portId();
+  auto const bytes = forged.datagram();
+  ASSERT_EQ(sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to),
+            static_cast<ssize_t>(bytes.size()));
+  close(fd);
+  EXPECT_TRUE(turnUntil([this] { return feed_->counters().foreign == 1; }));
+  EXPECT_TRUE(linksAreTheKernels());
+}
+
+}  // namespace
+}  // namespace Kelbase
