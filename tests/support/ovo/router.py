@@ -90,8 +90,7 @@ class Router:
 
     def wait_published(self, daemon, within=20):
         def published():
-            publisher = self.status().get("publisher") or {}
-            return not daemon.alive() or (publisher.get("alive") and self.published_links())
+            return not daemon.alive() or daemon.lines("publishing in")
 
         assert eventually(published, within) and daemon.alive(), daemon.text()
 
