@@ -1,0 +1,58 @@
+#pragma once
+// What files of `ip -json` output say, checked, before any of it is written.
+//
+// Files add up: the same link may stand in several of them as long as they agree. An `ip -json
+// link` tells all links; an `ip -json netconf` tells the forwarding of the IP versions in it and
+// nothing of the other one. RUNNING is not among the flags that `ip` prints: it prints NO-CARRIER
+// for a link that is UP without RUNNING (iproute2, print_link_flags).
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "kelbase/ctl_ip_json.h"
+#include "platform/pondo/tables.h"
+
+namespace Kelbase::Ctl {
+
+class LoadBatch {
+ public:
+  using Links = std::map<Dovel::IntfId, Pondo::LinkTable::Record>;
+  using Forwarding = std::map<Pondo::Family, Pondo::ForwardingTable::Record>;
+
+  /// Adds a file. `file` is the name for messages; `onBlock` as LineSource's. LoadException: not
+  /// readable, of no known kind, malformed, or at odds with itself or with an earlier file.
+  void read(std::istream& in, std::string_view file,
+            std::function<void(std::uint64_t)> const& onBlock = {});
+
+  /// To be called after the last file: what only all files together can tell. LoadException.
+  void check() const;
+
+  bool tellsLinks() const { return !links_.empty(); }
+  Links const& links() const { return links_; }
+  /// The IP versions that the files speak of.
+  Forwarding const& forwarding() const { return forwarding_; }
+
+ private:
+  class FileVisitor;
+  struct Kind;
+  static Kind const kinds[];
+  static std::string kindList();
+
+  // False when the object says nothing of any table.
+  bool takeAddress(Fields const& fields);
+  bool takeLink(Fields const& fields);
+  bool takeNetconf(Fields const& fields);
+
+  Links links_;
+  std::map<Dovel::IntfId, std::string> linkPlaces_;  // where it was told first
+  std::map<std::int32_t, Dovel::IntfId> linksByIndex_;
+  Forwarding forwarding_;
+  std::map<Pondo::Family, std::string> forwardingPlaces_;  // of "all"
+  std::map<Pondo::Family, std::string> familyPlaces_;      // of any interface
+};
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,334 @@
+// kelbasectl's commands against real tables, each in a run directory of its own.
+
+#include "kelbase/ctl_command.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/pondo/run_dir.h"
+#include "platform/pondo/writer.h"
+#include "tests/kelbase/ctl_samples.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+using nlohmann::json;
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
+
+/// A publisher in a process of its own (LMDB allows one environment a process), which publishes
+/// what `publish` writes and then holds the run directory until it is dropped.
+class OtherPublisher {
+ public:
+  OtherPublisher(std::filesystem::path const& runDir,
+                 std::function<void(Pondo::Writer&)> const& publish) {
+    int ready[2];
+    int go[2];
+    if (::pipe(ready) != 0 || ::pipe(go) != 0) std::abort();
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      ::close(go[1]);
+      _exit(publishUntilDropped(runDir, publish, ready[1], go[0]));
+    }
+    ::close(ready[1]);
+    ::close(go[0]);
+    go_ = go[1];
+    char byte = 0;
+    published_ = ::read(ready[0], &byte, 1) == 1;
+    ::close(ready[0]);
+  }
+  ~OtherPublisher() {
+    ::close(go_);
+    ::waitpid(pid_, nullptr, 0);
+  }
+  OtherPublisher(OtherPublisher const&) = delete;
+  OtherPublisher& operator=(OtherPublisher const&) = delete;
+
+  pid_t pid() const { return pid_; }
+  bool published() const { return published_; }
+
+ private:
+  static int publishUntilDropped(std::filesystem::path const& runDir,
+                                 std::function<void(Pondo::Writer&)> const& publish, int ready,
+                                 int go) {
+    try {
+      Pondo::Writer writer(runDir, Pondo::Writer::Options{});
+      publish(writer);
+      writer.commit();
+      char byte = 1;
+      if (::write(ready, &byte, 1) != 1) return 1;
+      return ::read(go, &byte, 1) == 0 ? 0 : 1;
+    } catch (std::exception const& e) {
+      std::fputs(e.what(), stderr);
+      return 1;
+    }
+  }
+
+  pid_t pid_ = -1;
+  int go_ = -1;
+  bool published_ = false;
+};
+
+class CtlCommandTest : public ::testing::Test {
+ protected:
+  CtlCommandTest() {
+    std::string pattern = std::filesystem::temp_directory_path() / "kelbasectl.XXXXXX";
+    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+    top_ = pattern;
+  }
+  ~CtlCommandTest() override { std::filesystem::remove_all(top_); }
+
+  std::filesystem::path runDir() const { return top_ / "run"; }
+
+  std::string file(std::string const& name, std::string const& text) const {
+    std::ofstream(top_ / name) << text;
+    return top_ / name;
+  }
+
+  int ctl(std::vector<std::string> arguments, std::string const& input = "") {
+    arguments.insert(arguments.begin(), {"--rundir", runDir()});
+    std::istringstream in(input);
+    out_.str("");
+    err_.str("");
+    return run({.in = in,
+                .out = out_,
+                .err = err_,
+                .epoch = [this] { return epoch_; },
+                .version = "1.2.3"},
+               std::move(arguments));
+  }
+
+  std::string out() const { return out_.str(); }
+  std::string err() const { return err_.str(); }
+  json outJson() const { return json::parse(out_.str()); }
+
+  /// Publishes v0 and the forwarding of both versions, and ends.
+  void publishOnce() const {
+    OtherPublisher const publisher(runDir(), &publishSome);
+    ASSERT_TRUE(publisher.published());
+  }
+  static void publishSome(Pondo::Writer& writer) {
+    writer.put<Pondo::LinkTable>(Dovel::IntfId("v0"), {.ifIndex = 3, .adminUp = true});
+    writer.put<Pondo::ForwardingTable>(Pondo::Family::ipv4, {.routing = false});
+    writer.put<Pondo::ForwardingTable>(Pondo::Family::ipv6, {.routing = true});
+  }
+  std::string shown() {
+    ctl({"show", "links"});
+    std::string const links = out();
+    ctl({"show", "forwarding"});
+    return links + out();
+  }
+
+  std::filesystem::path top_;
+  std::ostringstream out_;
+  std::ostringstream err_;
+  double epoch_ = static_cast<double>(std::time(nullptr));
+};
+
+constexpr char const* someShown =
+    "INTERFACE  IFINDEX  ADMIN  OPER\n"
+    "v0               3  up     down\n"
+    "FAMILY  ROUTING\n"
+    "ipv4    off\n"
+    "ipv6    on\n";
+
+TEST_F(CtlCommandTest, LoadsIntoANewDirectoryAndShows) {
+  ASSERT_EQ(ctl({"load", file("links.json", Samples::links), "-"}, Samples::netconf4), exitOk)
+      << err();
+  EXPECT_EQ(out(),
+            "links: 3 added, 0 changed, 0 removed, 0 unchanged\n"
+            "forwarding: 1 added, 0 changed, 0 removed, 0 unchanged\n");
+  EXPECT_EQ(shown(),
+            "INTERFACE  IFINDEX  ADMIN  OPER\n"
+            "lo               1  up     up\n"
+            "v0               3  up     down\n"
+            "v1               2  down   down\n"
+            "FAMILY  ROUTING\n"
+            "ipv4    on\n");
+}
+
+TEST_F(CtlCommandTest, LoadReplacesWhatTheFilesSpeakOfAndLeavesTheRest) {
+  publishOnce();
+  ASSERT_EQ(ctl({"load", file("netconf.json", Samples::netconf4)}), exitOk) << err();
+  EXPECT_EQ(out(), "forwarding: 0 added, 1 changed, 0 removed, 0 unchanged\n");
+  EXPECT_THAT(shown(), AllOf(HasSubstr("v0 "), EndsWith("ipv4    on\nipv6    on\n")));
+
+  ASSERT_EQ(ctl({"--json", "load", file("links.json", Samples::links),
+                 file("netconf.json", Samples::netconf4)}),
+            exitOk);
+  EXPECT_EQ(outJson(), json::parse(R"({"tables":[
+      {"name":"links","added":2,"changed":0,"removed":0,"unchanged":1},
+      {"name":"forwarding","added":0,"changed":0,"removed":0,"unchanged":1}]})"));
+
+  ASSERT_EQ(ctl({"load", file("up.json", Samples::addressesUp)}), exitOk);
+  EXPECT_EQ(out(), "links: 0 added, 0 changed, 1 removed, 2 unchanged\n");
+}
+
+TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {
+  publishOnce();
+  auto const good = file("good.json", Samples::links);
+  auto const bad = file("bad.json", "[{\"ifname\":\"a\",\"flags\":[],\n\"ifindex\":-1}]");
+  EXPECT_EQ(ctl({"load", good, bad}), exitError);
+  EXPECT_EQ(err(), "kelbasectl: " + bad +
+                       ":2: ifindex: expected a whole number from 1 to 2147483647, got -1\n");
+  EXPECT_EQ(ctl({"load", good, top_ / "none.json"}), exitError);
+  EXPECT_EQ(err(), "kelbasectl: " + (top_ / "none.json").string() +
+                       ": cannot be read: No such file or directory\n");
+  EXPECT_EQ(ctl({"load", good, top_}), exitError);
+  EXPECT_THAT(err(), EndsWith(": cannot be read: Is a directory\n"));
+  EXPECT_EQ(ctl({"load", good, "-"}, "[]"), exitError);
+  EXPECT_THAT(err(), StartsWith("kelbasectl: standard input: holds nothing to load; known are "));
+  auto const partial =
+      file("partial.json", R"([{"family":"inet","interface":"lo","forwarding":true}])");
+  EXPECT_EQ(ctl({"load", good, partial}), exitError);
+  EXPECT_EQ(out(), "");
+  EXPECT_EQ(shown(), someShown);
+}
+
+TEST_F(CtlCommandTest, ABadLoadMakesNoRunDirectory) {
+  EXPECT_EQ(ctl({"load", "-"}, "[{}"), exitError);
+  EXPECT_FALSE(std::filesystem::exists(runDir()));
+}
+
+TEST_F(CtlCommandTest, LoadIsRefusedWhileAPublisherRuns) {
+  OtherPublisher const publisher(runDir(), &publishSome);
+  ASSERT_TRUE(publisher.published());
+  EXPECT_EQ(ctl({"load", file("links.json", Samples::links)}), exitError);
+  EXPECT_EQ(err(), "kelbasectl: " + runDir().string() + ": kelbased (pid " +
+                       std::to_string(publisher.pid()) +
+                       ") publishes here and would overwrite what is loaded; stop it, or load into "
+                       "another directory with --rundir\n");
+  EXPECT_EQ(shown(), someShown);
+}
+
+TEST_F(CtlCommandTest, ShowPrintsJson) {
+  publishOnce();
+  ASSERT_EQ(ctl({"show", "links", "--json"}), exitOk);
+  EXPECT_EQ(outJson(), json::parse(R"([{"name":"v0","ifIndex":3,"adminUp":true,"operUp":false}])"));
+  ASSERT_EQ(ctl({"--json", "show", "forwarding"}), exitOk);
+  EXPECT_EQ(outJson(), json::parse(R"([{"family":"ipv4","routing":false},
+                                       {"family":"ipv6","routing":true}])"));
+}
+
+TEST_F(CtlCommandTest, ShowGoesOnOverManySlices) {
+  std::string text = "[";
+  constexpr int links = 2'500;
+  for (int i = 1; i <= links; ++i) {
+    text += (i > 1 ? "," : "") + std::string(R"({"ifname":"e)") + std::to_string(i) +
+            R"(","flags":[],"ifindex":)" + std::to_string(i) + "}";
+  }
+  ASSERT_EQ(ctl({"load", "-"}, text + "]"), exitOk) << err();
+  ASSERT_EQ(ctl({"--json", "show", "links"}), exitOk);
+  EXPECT_EQ(outJson().size(), links);
+}
+
+TEST_F(CtlCommandTest, StatusOfALivePublisher) {
+  OtherPublisher const publisher(runDir(), &publishSome);
+  ASSERT_TRUE(publisher.published());
+  EXPECT_EQ(ctl({"status"}), exitOk) << err();
+  std::string const pid = std::to_string(publisher.pid());
+  EXPECT_THAT(out(), AllOf(StartsWith("run directory  " + runDir().string() + "\n"),
+                           HasSubstr("publisher      kelbased, pid " + pid + ", alive\n"),
+                           HasSubstr("\nstarted        "), HasSubstr("\nlast seen alive"),
+                           HasSubstr("\nschema         "), HasSubstr("\ngeneration     "),
+                           EndsWith("TABLE       RECORDS  MALFORMED\n"
+                                    "forwarding        2          0\n"
+                                    "links             1          0\n")));
+
+  epoch_ += 60;  // without a sign of life
+  EXPECT_EQ(ctl({"status"}), exitOk);
+  EXPECT_THAT(out(), HasSubstr(", alive, but silent for "));
+}
+
+TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
+  publishOnce();
+  epoch_ += 3'600;
+  EXPECT_EQ(ctl({"status"}), exitUnkept);
+  EXPECT_THAT(out(), HasSubstr(", not running\n"));
+  EXPECT_EQ(err(), "");
+  EXPECT_EQ(ctl({"status", "--json"}), exitUnkept);
+  json const told = outJson();
+  EXPECT_EQ(told["publisher"]["name"], "kelbased");
+  EXPECT_EQ(told["publisher"]["alive"], false);
+  EXPECT_NEAR(told["publisher"]["ageSeconds"].get<double>(), 3'600, 60);
+  EXPECT_GE(told["generation"].get<std::uint64_t>(), 1U);
+  EXPECT_EQ(told["tables"], json::parse(R"([{"name":"forwarding","records":2,"malformed":0},
+                                            {"name":"links","records":1,"malformed":0}])"));
+  EXPECT_EQ(told["error"], nullptr);
+}
+
+TEST_F(CtlCommandTest, LoadLeavesItsNameAsThePublisher) {
+  ASSERT_EQ(ctl({"load", "-"}, Samples::links), exitOk);
+  EXPECT_EQ(ctl({"--json", "status"}), exitUnkept);
+  EXPECT_EQ(outJson()["publisher"]["name"], "kelbasectl load -");
+}
+
+TEST_F(CtlCommandTest, StatusAndShowWithoutARunDirectory) {
+  EXPECT_EQ(ctl({"status"}), exitError);
+  EXPECT_EQ(out(), "run directory  " + runDir().string() + " (absent)\n");
+  EXPECT_THAT(err(), MatchesRegex("kelbasectl: .*run.*\n"));
+  EXPECT_EQ(ctl({"--json", "status"}), exitError);
+  EXPECT_EQ(outJson()["runDirPresent"], false);
+  EXPECT_EQ(outJson()["publisher"], nullptr);
+  EXPECT_NE(outJson()["error"], nullptr);
+  EXPECT_EQ(ctl({"show", "links"}), exitError);
+  EXPECT_EQ(out(), "");
+  EXPECT_THAT(err(), StartsWith("kelbasectl: "));
+}
+
+TEST_F(CtlCommandTest, StatusOfADirectoryWithoutTables) {
+  std::filesystem::create_directory(runDir());
+  EXPECT_EQ(ctl({"status"}), exitError);
+  EXPECT_EQ(out(), "run directory  " + runDir().string() +
+                       "\n"
+                       "publisher      none has been here\n");
+  EXPECT_THAT(err(), StartsWith("kelbasectl: "));
+}
+
+TEST_F(CtlCommandTest, UsageErrorsExitWithTwo) {
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string error;
+  };
+  for (auto const& [arguments, error] : std::vector<Case>{
+           {{}, "kelbasectl: A subcommand is required\nTry 'kelbasectl --help'.\n"},
+           {{"load"}, "kelbasectl: FILE is required\nTry 'kelbasectl --help'.\n"},
+           {{"show"}, "kelbasectl: TABLE is required\nTry 'kelbasectl --help'.\n"},
+           {{"show", "routs"},
+            "kelbasectl: TABLE: routs not in {forwarding,links}\nTry 'kelbasectl --help'.\n"},
+           {{"status", "--wrong"},
+            "kelbasectl: The following argument was not expected: --wrong\n"
+            "Try 'kelbasectl --help'.\n"},
+       }) {
+    EXPECT_EQ(ctl(arguments), exitUsage);
+    EXPECT_EQ(err(), error);
+    EXPECT_EQ(out(), "");
+  }
+}
+
+TEST_F(CtlCommandTest, HelpHasExamplesAndVersionIsToldForScripts) {
+  for (std::vector<std::string> const& arguments : std::vector<std::vector<std::string>>{
+           {"--help"}, {"status", "--help"}, {"show", "--help"}, {"load", "--help"}}) {
+    EXPECT_EQ(ctl(arguments), exitOk);
+    EXPECT_THAT(out(), HasSubstr("Examples:\n  ")) << arguments.front();
+  }
+  EXPECT_EQ(ctl({"--version"}), exitOk);
+  EXPECT_EQ(out(), "kelbasectl 1.2.3\n");
+}
+
+}  // namespace
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,145 @@
+#include <array>
+#include <csignal>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "kelbase/ctl_command.h"
+#include "kelbase/ctl_fd_output.h"
+#include "kelbase/ctl_progress.h"
+#include "kelbase/ctl_row_output.h"
+#include "kelbase/ctl_status.h"
+#include "platform/mav/time.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+constexpr std::array<Column, 3> columns{{
+    {"NAME", "name"},
+    {"SIZE", "size"},
+    {"STATE", "up", "up", "down"},
+}};
+
+Row row(std::string name, std::int64_t size, bool up) { return {std::move(name), size, up}; }
+
+TEST(RowOutputTest, TextIsAlignedOverAllRowsOfASliceAndGrowsWithLaterOnes) {
+  std::ostringstream out;
+  auto const output = textOutput(out, columns);
+  output->write(std::vector<Row>{row("a", 7, true), row("long-name", 12345, false)});
+  output->write(std::vector<Row>{row("b", 1234567, true)});
+  output->end();
+  EXPECT_EQ(out.str(),
+            "NAME        SIZE  STATE\n"
+            "a              7  up\n"
+            "long-name  12345  down\n"
+            "b          1234567  up\n");
+}
+
+TEST(RowOutputTest, JsonIsOneArrayOverAllSlices) {
+  std::ostringstream out;
+  auto const output = jsonOutput(out, columns);
+  output->write(std::vector<Row>{row("a\"\xff", 7, true)});
+  output->write(std::vector<Row>{});
+  output->write(std::vector<Row>{row("b", 8, false)});
+  output->end();
+  EXPECT_EQ(out.str(),
+            "[\n"
+            "{\"name\":\"a\\\"\xef\xbf\xbd\",\"size\":7,\"up\":true},\n"
+            "{\"name\":\"b\",\"size\":8,\"up\":false}\n"
+            "]\n");
+}
+
+TEST(RowOutputTest, AnEmptyTableIsAHeadingOrAnEmptyArray) {
+  std::ostringstream text;
+  textOutput(text, columns)->end();
+  EXPECT_EQ(text.str(), "NAME  SIZE  STATE\n");
+  std::ostringstream json;
+  jsonOutput(json, columns)->end();
+  EXPECT_EQ(json.str(), "[]\n");
+}
+
+class ProgressTest : public ::testing::Test {
+ protected:
+  Mav::SimulatedTime time_;
+  std::ostringstream err_;
+};
+
+TEST_F(ProgressTest, ShowsNothingForQuickWorkNorWithoutATerminal) {
+  {
+    Progress progress(err_, true, "f", 100);
+    time_.advance(0.4);
+    progress.at(50);
+  }
+  {
+    Progress progress(err_, false, "f", 100);
+    time_.advance(60);
+    progress.at(50);
+  }
+  EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(ProgressTest, DrawsAtMostTenTimesASecondAndWipesItsLine) {
+  {
+    Progress progress(err_, true, "f", 100);
+    time_.advance(0.6);
+    progress.at(50);
+    time_.advance(0.05);
+    progress.at(60);
+    time_.advance(0.06);
+    progress.at(200);  // the file has grown
+  }
+  EXPECT_EQ(err_.str(),
+            "\r\033[Kf [###############---------------]  50 %"
+            "\r\033[Kf [##############################] 100 %"
+            "\r\033[K");
+}
+
+TEST_F(ProgressTest, TellsTheAmountWhereTheTotalIsUnknown) {
+  Progress progress(err_, true, "f", 0);
+  time_.advance(1);
+  progress.at(2'500'000);
+  EXPECT_EQ(err_.str(), "\r\033[Kf: 2.5 MB");
+}
+
+TEST(SpanTextTest, HasTwoUnitsAtMost) {
+  EXPECT_EQ(spanText(0.44), "0.4 s");
+  EXPECT_EQ(spanText(59.9), "59 s");
+  EXPECT_EQ(spanText(200), "3 min 20 s");
+  EXPECT_EQ(spanText(3'600), "1 h 0 min");
+  EXPECT_EQ(spanText(2 * 86'400 + 4 * 3'600 + 59), "2 d 4 h");
+}
+
+/// Runs `kelbasectl --help` with its output going to `fd`.
+int helpInto(int fd, std::ostream& err) {
+  std::istringstream in;
+  FdOutput out(fd);
+  return run({.in = in, .out = out, .err = err, .epoch = [] { return 0.0; }, .version = "1"},
+             {"--help"});
+}
+
+TEST(FdOutputTest, ABrokenPipeEndsQuietly) {
+  ASSERT_NE(::signal(SIGPIPE, SIG_IGN), SIG_ERR);
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ::close(ends[0]);
+  std::ostringstream err;
+  EXPECT_EQ(helpInto(ends[1], err), exitOk);
+  EXPECT_EQ(err.str(), "");
+  ::close(ends[1]);
+}
+
+TEST(FdOutputTest, AFullDeviceIsAnError) {
+  int const full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+  ASSERT_GE(full, 0);
+  std::ostringstream err;
+  EXPECT_EQ(helpInto(full, err), exitError);
+  EXPECT_EQ(err.str(), "kelbasectl: cannot write the output: No space left on device\n");
+  ::close(full);
+}
+
+}  // namespace
+}  // namespace Kelbase::Ctl
