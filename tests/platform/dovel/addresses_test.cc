@@ -1,0 +1,221 @@
+// IPv4, IPv6 and Ethernet addresses, alone and with a prefix length.
+
+#include <random>
+#include <string_view>
+#include <vector>
+
+#include <absl/hash/hash_testing.h>
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include "platform/dovel/eth_addr.h"
+#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/dovel/ip_addr_with_mask.h"
+#include "platform/dovel/prefix.h"
+#include "tests/platform/mav/strep_checks.h"
+
+namespace Dovel {
+namespace {
+
+static_assert(std::is_trivially_copyable_v<IpAddr> && sizeof(IpAddr) == 4);
+static_assert(std::is_trivially_copyable_v<Ip6Addr> && sizeof(Ip6Addr) == 16);
+static_assert(std::is_trivially_copyable_v<Prefix> && sizeof(Prefix) == 8);
+static_assert(std::is_trivially_copyable_v<EthAddr> && sizeof(EthAddr) == 6);
+static_assert(IpAddr(IpAddr::Octets{10, 1, 2, 3}) == IpAddr(0x0a010203));
+
+template <class T>
+std::vector<T> parsed(std::initializer_list<std::string_view> texts) {
+  std::vector<T> values;
+  for (std::string_view const text : texts) values.push_back(T(text));
+  return values;
+}
+
+template <class T>
+std::string textError(std::string_view text) {
+  return rangeError([&] { return T(text); });
+}
+
+TEST(IpAddr, keepsItsOctetsInEveryForm) {
+  IpAddr const addr("10.1.2.3");
+  EXPECT_EQ(addr.value(), 0x0a010203U);
+  EXPECT_EQ(addr.networkOrder(), htonl(0x0a010203U));
+  EXPECT_EQ(IpAddr::fromNetworkOrder(addr.networkOrder()), addr);
+  EXPECT_EQ(addr.octets(), (IpAddr::Octets{10, 1, 2, 3}));
+  EXPECT_EQ(shown(addr), "10.1.2.3");
+  EXPECT_EQ(valueToStrep(addr), "'10.1.2.3'");
+  EXPECT_EQ(shown(IpAddr()), "0.0.0.0");
+  EXPECT_TRUE(!IpAddr() && IpAddr().isUnspecified() && !addr.isUnspecified());
+}
+
+TEST(IpAddr, ordersAsANumberFromTheFirstOctet) {
+  expectRising(parsed<IpAddr>({"0.0.0.0", "1.0.0.0", "2.0.0.0", "10.0.0.255", "10.0.1.0",
+                               "127.255.255.255", "128.0.0.0", "255.255.255.255"}));
+}
+
+TEST(IpAddr, masks) {
+  struct Row {
+    unsigned length;
+    std::string_view mask, masked;
+  };
+  for (Row const& row : {Row{0, "0.0.0.0", "0.0.0.0"},
+                         {1, "128.0.0.0", "128.0.0.0"},
+                         {8, "255.0.0.0", "203.0.0.0"},
+                         {23, "255.255.254.0", "203.0.112.0"},
+                         {32, "255.255.255.255", "203.0.113.7"}}) {
+    EXPECT_EQ(IpAddr::netmask(row.length), IpAddr(row.mask));
+    EXPECT_EQ(IpAddr("203.0.113.7").masked(row.length), IpAddr(row.masked));
+  }
+  EXPECT_EQ(rangeError([] { return IpAddr::netmask(33); }), "prefix length 33 is not in 0..32");
+}
+
+TEST(IpAddr, rejectsWhatIsNoDottedQuad) {
+  for (std::string_view const text :
+       {"", "10", "10.1.2", "10.1.2.3.4", "10.1.2.256", "10.1.2.-3", " 10.1.2.3", "10.1.2.3 ",
+        "0x0a.1.2.3", "010.1.2.3", "a.b.c.d", "::1"}) {
+    EXPECT_EQ(textError<IpAddr>(text), "invalid IPv4 address '" + std::string(text) + "'");
+  }
+  EXPECT_EQ(textError<IpAddr>({"10.1.2.3\0", 9}), "invalid IPv4 address '10.1.2.3\\x00'");
+}
+
+TEST(Ip6Addr, printsCompressedAndParsesEveryForm) {
+  struct Row {
+    std::string_view text, shown;
+  };
+  for (Row const& row : {Row{"::", "::"},
+                         {"::1", "::1"},
+                         {"2001:DB8:0:0:0:0:0:1", "2001:db8::1"},
+                         {"fe80::1:0:0:0", "fe80::1:0:0:0"},
+                         {"::ffff:10.1.2.3", "::ffff:10.1.2.3"}}) {
+    EXPECT_EQ(shown(Ip6Addr(row.text)), row.shown);
+    expectStrepRoundTrip(Ip6Addr(row.text));
+  }
+  for (std::string_view const text :
+       {"", ":", ":::", "1::2::3", "12345::", "g::", "fe80::1%eth0", "::/0", "10.1.2.3"}) {
+    EXPECT_EQ(textError<Ip6Addr>(text), "invalid IPv6 address '" + std::string(text) + "'");
+  }
+}
+
+TEST(Ip6Addr, ordersOctetByOctet) {
+  expectRising(parsed<Ip6Addr>({"::", "::1", "::100", "::1:0:0:0:0",
+                                "0:0:0:8000::", "1::", "1:0:0:1::", "1:0:0:1::7fff",
+                                "1:0:0:1::8000", "7fff::", "8000::", "fe80::1", "ff02::1"}));
+}
+
+TEST(Ip6Addr, knowsItsScope) {
+  for (std::string_view const text : {"fe80::", "fe80::1", "febf:ffff::1"}) {
+    EXPECT_TRUE(Ip6Addr(text).isLinkLocal()) << text;
+  }
+  for (std::string_view const text : {"::", "fe7f::1", "fec0::1", "ff02::1", "2001:db8::fe80"}) {
+    EXPECT_FALSE(Ip6Addr(text).isLinkLocal()) << text;
+  }
+  EXPECT_TRUE(Ip6Addr("::").isUnspecified());
+  EXPECT_FALSE(Ip6Addr("::1").isUnspecified());
+  EXPECT_FALSE(Ip6Addr("1::").isUnspecified());
+}
+
+TEST(Ip6AddrWithMask, subnetClearsTheHostBits) {
+  struct Row {
+    std::string_view address, subnet;
+  };
+  for (Row const& row : {Row{"2001:db8:ffff::1/0", "::"},
+                         {"2001:db8:ffff::1/1", "::"},
+                         {"ffff::1/1", "8000::"},
+                         {"2001:db8:ffff::1/33", "2001:db8:8000::"},
+                         {"2001:db8::ff:1/64", "2001:db8::"},
+                         {"2001:db8::7/127", "2001:db8::6"},
+                         {"2001:db8::7/128", "2001:db8::7"}}) {
+    EXPECT_EQ(Ip6AddrWithMask(row.address).subnet(), Ip6Addr(row.subnet)) << row.address;
+    EXPECT_EQ(shown(Ip6AddrWithMask(row.address)), row.address);
+  }
+  EXPECT_EQ(rangeError([] { return Ip6AddrWithMask(Ip6Addr(), 129); }),
+            "prefix length 129 is not in 0..128");
+  EXPECT_EQ(textError<Ip6AddrWithMask>("::/129"), "invalid prefix length in '::/129'");
+}
+
+TEST(IpAddrWithMask, keepsHostBitsThatItsPrefixClears) {
+  IpAddrWithMask const addr("10.1.2.3/8");
+  EXPECT_EQ(addr.address(), IpAddr("10.1.2.3"));
+  EXPECT_EQ(addr.length(), 8U);
+  EXPECT_EQ(addr.mask(), IpAddr("255.0.0.0"));
+  EXPECT_EQ(addr.subnet(), IpAddr("10.0.0.0"));
+  EXPECT_EQ(addr.prefix(), Prefix("10.0.0.0/8"));
+  EXPECT_EQ(IpAddrWithMask("10.1.2.3/0").prefix(), Prefix());
+  EXPECT_EQ(shown(addr), "10.1.2.3/8");
+  EXPECT_EQ(valueToStrep(addr), "'10.1.2.3/8'");
+  expectRising(parsed<IpAddrWithMask>({"9.0.0.1/32", "10.0.0.1/8", "10.0.0.1/9", "10.0.0.2/0"}));
+}
+
+TEST(Prefix, ordersByAddressThenMask) {
+  expectRising(parsed<Prefix>({"0.0.0.0/0", "0.0.0.0/1", "10.0.0.0/8", "10.0.0.0/9", "10.0.0.0/32",
+                               "10.0.0.1/32", "10.128.0.0/9", "224.0.0.0/4"}));
+}
+
+TEST(Prefix, rejectsHostBitsAndBadLengths) {
+  struct Row {
+    std::string_view text, error;
+  };
+  for (Row const& row : {
+           Row{"10.0.0.1/8", "prefix 10.0.0.1/8 has host bits set"},
+           {"0.0.0.1/0", "prefix 0.0.0.1/0 has host bits set"},
+           {"10.0.0.0/33", "invalid prefix length in '10.0.0.0/33'"},
+           {"10.0.0.0/4294967304", "invalid prefix length in '10.0.0.0/4294967304'"},
+           {"10.0.0.0/-8", "invalid prefix length in '10.0.0.0/-8'"},
+           {"10.0.0.0/8 ", "invalid prefix length in '10.0.0.0/8 '"},
+           {"10.0.0.0/", "invalid prefix length in '10.0.0.0/'"},
+           {"10.0.0.0", "invalid prefix length in '10.0.0.0'"},
+           {"/8", "invalid IPv4 address ''"},
+           {"10.0.0/8", "invalid IPv4 address '10.0.0'"},
+       }) {
+    EXPECT_EQ(textError<Prefix>(row.text), row.error);
+  }
+  EXPECT_EQ(rangeError([] { return Prefix(IpAddr(0x0a000001U), 31); }),
+            "prefix 10.0.0.1/31 has host bits set");
+  EXPECT_EQ(rangeError([] { return Prefix(IpAddr(), 33); }), "prefix length 33 is not in 0..32");
+}
+
+TEST(EthAddr, printsAndParsesSixGroups) {
+  EthAddr const addr("02:00:5E:10:00:fF");
+  EXPECT_EQ(addr.octets(), (EthAddr::Octets{0x02, 0x00, 0x5e, 0x10, 0x00, 0xff}));
+  EXPECT_EQ(shown(addr), "02:00:5e:10:00:ff");
+  EXPECT_EQ(EthAddr::fromBytes(addr.octets()), addr);
+  EXPECT_EQ(rangeError([] { return EthAddr::fromBytes({}); }),
+            "a link address of 0 octets is no Ethernet address");
+  for (std::string_view const text :
+       {"", "02:00:5e:10:00", "02:00:5e:10:00:01:02", "02-00-5e-10-00-01", "2:00:5e:10:00:001",
+        "02:00:5e:10:00:0g", "+2:00:5e:10:00:01", "02:00:5e:10:00:1 "}) {
+    EXPECT_EQ(textError<EthAddr>(text), "invalid Ethernet address '" + std::string(text) + "'");
+  }
+  expectRising(parsed<EthAddr>({"00:00:00:00:00:00", "00:00:00:00:00:ff", "00:00:00:00:01:00",
+                                "7f:00:00:00:00:00", "80:00:00:00:00:00"}));
+}
+
+TEST(Addresses, roundTripRandomValues) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 2000; ++i) {
+    IpAddr const addr(static_cast<std::uint32_t>(random()));
+    Ip6Addr::Octets octets{};
+    for (auto& octet : octets) octet = static_cast<std::uint8_t>(random() % 2 ? random() : 0);
+    unsigned const length = static_cast<unsigned>(random() % 129);
+
+    expectStrepRoundTrip(addr);
+    expectStrepRoundTrip(IpAddrWithMask(addr, length % 33));
+    expectStrepRoundTrip(IpAddrWithMask(addr, length % 33).prefix());
+    expectStrepRoundTrip(Ip6Addr(octets));
+    expectStrepRoundTrip(Ip6AddrWithMask(Ip6Addr(octets), length));
+    expectStrepRoundTrip(EthAddr::fromBytes(std::span(octets).first<6>()));
+  }
+}
+
+TEST(Addresses, hashAgreesWithEquality) {
+  EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
+      parsed<IpAddr>({"0.0.0.0", "0.0.0.1", "1.0.0.0"})));
+  EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
+      parsed<Ip6Addr>({"::", "::1", "1::", "0:0:0:1::"})));
+  EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
+      parsed<Prefix>({"0.0.0.0/0", "0.0.0.0/1", "10.0.0.0/8"})));
+  EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
+      parsed<EthAddr>({"00:00:00:00:00:00", "00:00:00:00:00:01"})));
+}
+
+}  // namespace
+}  // namespace Dovel

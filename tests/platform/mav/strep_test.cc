@@ -1,0 +1,83 @@
+#include "platform/mav/strep.h"
+
+#include <cstdint>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "platform/mav/string8.h"
+#include "tests/platform/mav/strep_checks.h"
+
+namespace {
+
+using Mav::String8;
+
+TEST(Strep, escapesWhatIsNotPrintable) {
+  struct Row {
+    String8 bytes;
+    std::string strep;
+  };
+  for (Row const& row : {Row{"", "''"},
+                         {"eth0", "'eth0'"},
+                         {"it's", "'it\\'s'"},
+                         {"a\\b", "'a\\\\b'"},
+                         {{'\0', '\n', '\x7f'}, "'\\x00\\x0a\\x7f'"},
+                         {"\xc3\xa4", "'\\xc3\\xa4'"}}) {
+    EXPECT_EQ(Mav::valueToStrep(row.bytes), row.strep);
+    expectStrepRoundTrip(row.bytes);
+  }
+}
+
+TEST(Strep, roundTripsRandomOctets) {
+  std::mt19937 random(1);
+  for (int i = 0; i < 2000; ++i) {
+    String8 bytes(random() % 20, '\0');
+    for (char& c : bytes) c = static_cast<char>(random());
+    expectStrepRoundTrip(bytes);
+  }
+}
+
+TEST(Strep, numbersAreDecimalAndKeepTheirRange) {
+  expectStrepRoundTrip(std::numeric_limits<std::int32_t>::min());
+  expectStrepRoundTrip(std::numeric_limits<std::uint64_t>::max());
+  expectStrepRoundTrip(std::uint8_t{255});
+  EXPECT_EQ(strepError<std::uint8_t>("256"), "expected a number of at most 8 bits at column 0");
+  EXPECT_EQ(strepError<std::uint32_t>(" -1"), "expected an unsigned decimal number at column 1");
+  EXPECT_EQ(strepError<std::int32_t>("x"), "expected a decimal number at column 0");
+  EXPECT_EQ(strepError<std::int32_t>("0x10"), "junk at column 1 deserializing int");
+}
+
+TEST(Strep, malformedQuotesSayWhere) {
+  struct Row {
+    std::string_view text;
+    std::string_view error;
+  };
+  for (Row const& row : {
+           Row{"", "expected a quoted string at column 0"},
+           {"  eth0", "expected a quoted string at column 2"},
+           {"\"eth0\"", "expected a quoted string at column 0"},
+           {"'eth0", "expected a closing quote at column 5"},
+           {"'a\\", "expected an escape (\\\\, \\' or \\xHH) at column 2"},
+           {"'a\\n'", "expected an escape (\\\\, \\' or \\xHH) at column 2"},
+           {"'\\x4'", "expected an escape (\\\\, \\' or \\xHH) at column 1"},
+           {"'\\x4", "expected an escape (\\\\, \\' or \\xHH) at column 1"},
+       }) {
+    EXPECT_EQ(strepError<String8>(row.text), row.error) << row.text;
+  }
+}
+
+TEST(Strep, aFailedParseDoesNotMoveTheIterator) {
+  std::string const text = "'eth0";
+  char const* from = text.data();
+  EXPECT_THROW(Mav::parsedStrep<String8>(from, text.data() + text.size()), Mav::RangeException);
+  EXPECT_EQ(from, text.data());
+}
+
+TEST(Strep, typeNamesAreTheFullOnes) {
+  EXPECT_EQ(Mav::typeName<Mav::StrepReader>(), "Mav::StrepReader");
+  EXPECT_EQ(Mav::shortTypeName<Mav::StrepReader>(), "StrepReader");
+  EXPECT_EQ(Mav::typeName<unsigned>(), "unsigned int");
+}
+
+}  // namespace
