@@ -1,0 +1,28 @@
+#pragma once
+// Keeps Interface::AllIntfStatusDir as the link table says. A record whose ifIndex changed is an
+// interface that goes and another that comes; a change of anything else is made in place.
+
+#include "platform/pondo/tables.h"
+#include "platform/state/all_intf_status_dir.h"
+#include "platform/state/table_mirror.h"
+
+namespace State {
+
+class LinkMirror : public TableMirror<Pondo::LinkTable> {
+ public:
+  explicit LinkMirror(Mav::Ptr<Interface::AllIntfStatusDir> dir) : dir_(std::move(dir)) {}
+
+  void begin() override;
+  void read(Pondo::Snapshot const& snapshot, std::string_view key) override;
+  std::span<Dovel::IntfId const> leaving() const override { return leaving_; }
+  void apply(Phase phase) override;
+
+ private:
+  void applyLeaving();
+  void applyComing();
+
+  Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
+  std::vector<Dovel::IntfId> leaving_;
+};
+
+}  // namespace State

@@ -1,0 +1,19 @@
+#pragma once
+
+namespace State {
+
+/// Stands around changes of what is mounted, for those who hold plain pointers to mounted
+/// entities (the handlers' registrations do).
+class MountObserver {
+ public:
+  virtual ~MountObserver() = default;
+
+  /// Entities are about to be unmounted or mounted: let go of every pointer to one.
+  virtual void mountsWillChange() noexcept = 0;
+  virtual void mountsHaveChanged() = 0;
+
+  /// Every table is known: there is state to serve. Called after every full comparison.
+  virtual void stateIsKnown() = 0;
+};
+
+}  // namespace State

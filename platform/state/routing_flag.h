@@ -1,0 +1,46 @@
+#pragma once
+// The one attribute that Routing::Config and Routing6::Config have: whether the host forwards
+// packets of that IP version between its interfaces. Config is the class itself (CRTP), so that
+// the two stay distinct types with notifiee interfaces of their own.
+//
+// Written by State::ForwardingMirror, read by handlers and notifiees, all on the agent's thread.
+
+#include "platform/mav/entity.h"
+
+namespace State {
+
+template <class Config>
+class RoutingFlag : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId routingAttributeId = Mav::firstAttributeId;
+
+  class NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
+   public:
+    using Mav::Notifiee<Config const, NotifieeConst>::Notifiee;
+    virtual void onRouting() {}
+  };
+
+  using Mav::Entity::Entity;
+
+  bool routing() const { return routing_; }
+  void routingIs(bool routing) {
+    if (routing_ == routing) return;
+    routing_ = routing;
+    notifiees_.notify(routingAttributeId, [](NotifieeConst& n) { n.onRouting(); });
+  }
+
+  Mav::AttributeTable const& attributeTable() const override {
+    static Mav::AttributeTable const table{
+        Mav::plainAttribute<&RoutingFlag::routing, &RoutingFlag::routingIs>("routing")};
+    return table;
+  }
+
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ private:
+  bool routing_ = false;
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+};
+
+}  // namespace State
