@@ -1,0 +1,31 @@
+#include "platform/snmp/callback.h"
+
+#include <string>
+
+#include "platform/mav/trace_handle.h"
+
+namespace Snmp {
+
+namespace {
+
+std::string inFlight() {
+  try {
+    throw;
+  } catch (std::exception const& e) {
+    return e.what();
+  } catch (...) {
+    return "an exception of unknown type";
+  }
+}
+
+}  // namespace
+
+void logFault(std::string_view who) noexcept {
+  try {
+    Mav::log(Mav::Severity::error, std::string(who) + ": " + inFlight());
+  } catch (...) {
+    snmp_log(LOG_ERR, "OvoSnmp: a fault that could not be told (out of memory?)\n");
+  }
+}
+
+}  // namespace Snmp

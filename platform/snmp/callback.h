@@ -1,0 +1,37 @@
+#pragma once
+// The wall between net-snmp's C frames and our exceptions: one that crossed would end snmpd.
+
+#include <exception>
+#include <string_view>
+
+#include "platform/snmp/net_snmp.h"
+
+namespace Snmp {
+
+/// Logs the exception in flight as a fault of this module, "WHO: TEXT". For catch (...) alone.
+void logFault(std::string_view who) noexcept;
+
+/// Runs the body of a net-snmp handler callback. An exception is logged under the callback's name,
+/// and the requests fail with genErr.
+template <class Body>
+int guarded(std::string_view who, netsnmp_request_info* requests, Body const& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    logFault(who);
+    netsnmp_request_set_error_all(requests, SNMP_ERR_GENERR);
+    return SNMP_ERR_GENERR;
+  }
+}
+
+/// Runs the body of a callback that has nobody to report to: alarms, descriptors, module entries.
+template <class Body>
+void guarded(std::string_view who, Body const& body) noexcept {
+  try {
+    body();
+  } catch (...) {
+    logFault(who);
+  }
+}
+
+}  // namespace Snmp

@@ -1,0 +1,31 @@
+#include "platform/snmp/framework.h"
+
+#include <exception>
+#include <string>
+
+#include "platform/mav/trace_handle.h"
+#include "platform/snmp/handler_registration.h"
+#include "platform/snmp/registrations.h"
+
+namespace Snmp {
+
+Framework::~Framework() { unregisterAll(); }
+
+void Framework::registerAll() {
+  if (registered_) return;
+  registered_ = true;
+  for (auto* const unit : handlerRegistrations()) {
+    try {
+      unit->registerHandlers();
+    } catch (std::exception const& e) {
+      Mav::log(Mav::Severity::error, std::string("a handler unit failed to register: ") + e.what());
+    }
+  }
+}
+
+void Framework::unregisterAll() noexcept {
+  registered_ = false;
+  Snmp::unregisterAll();
+}
+
+}  // namespace Snmp

@@ -1,0 +1,31 @@
+#include "platform/snmp/snmp_log_sink.h"
+
+#include "platform/snmp/net_snmp.h"
+
+namespace Snmp {
+
+namespace {
+
+int priority(Mav::Severity severity) {
+  switch (severity) {
+    case Mav::Severity::error:
+      return LOG_ERR;
+    case Mav::Severity::warning:
+      return LOG_WARNING;
+    case Mav::Severity::notice:
+      return LOG_NOTICE;
+    case Mav::Severity::info:
+      return LOG_INFO;
+    case Mav::Severity::debug:
+      return LOG_DEBUG;
+  }
+  return LOG_ERR;
+}
+
+}  // namespace
+
+void snmpLogSink(Mav::Severity severity, std::string_view line) {
+  snmp_log(priority(severity), "OvoSnmp: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
+}  // namespace Snmp
