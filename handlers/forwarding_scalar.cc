@@ -1,0 +1,51 @@
+#include "handlers/forwarding_scalar.h"
+
+#include <array>
+
+#include "handlers/ip_base.h"
+#include "platform/snmp/set_value.h"
+
+namespace {
+
+#define SCALAR_TRACE(stream) \
+  MAV_TRACE_AS(IpBase::traceHandle(), 2, scalar.handler, scalar.handler << " - " << stream)
+
+int generalError(netsnmp_request_info* requests) {
+  netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+  return SNMP_ERR_GENERR;
+}
+
+int get(ForwardingScalar const& scalar, bool const* routing, netsnmp_request_info* requests) {
+  if (!routing) {
+    SCALAR_TRACE("entity /<sysname>/" << scalar.path << " is not of type " << scalar.entityType);
+    return generalError(requests);
+  }
+  SCALAR_TRACE("reading " << scalar.path << "->routing()");
+  std::array<unsigned char, 1024> buffer;
+  auto const length = scalar.convert(*routing, buffer.data(), buffer.size());
+  SCALAR_TRACE("IpRoutingToAsnInteger returned " << length << "bytes for " << scalar.path
+                                                 << "->routing()");
+  if (length < 0) {
+    SCALAR_TRACE("IpRoutingToAsnInteger failed for: routing");
+    return generalError(requests);
+  }
+  if (!Snmp::setVarTypedValue(requests->requestvb, ASN_INTEGER, buffer.data(), length)) {
+    return generalError(requests);
+  }
+  return SNMP_ERR_NOERROR;
+}
+
+}  // namespace
+
+int answerForwarding(ForwardingScalar const& scalar, bool const* routing, int mode,
+                     netsnmp_request_info* requests) {
+  if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
+    SCALAR_TRACE("SET is not configured for " << scalar.object);
+    // The error travels in the request; the callback itself has done its work.
+    netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
+    return SNMP_ERR_NOERROR;
+  }
+  if (mode == MODE_GET) return get(scalar, routing, requests);
+  SCALAR_TRACE("unknown mode from request: " << mode);
+  return generalError(requests);
+}

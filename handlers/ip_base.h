@@ -1,0 +1,26 @@
+#pragma once
+// The handler unit of IP-MIB: registers its objects with net-snmp and answers their requests from
+// the entities that it finds by path. All on snmpd's thread.
+
+#include "platform/mav/trace_handle.h"
+#include "platform/snmp/net_snmp.h"
+
+/// Registers the scalars ipForwarding and ipv6IpForwarding.
+void init_IpBase();
+
+/// net-snmp handler callbacks. They read the entity in `registration->my_reg_void`, which they do
+/// not own, and refuse every SET with notWritable.
+int handle_ipForwarding(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
+                        netsnmp_agent_request_info* request,
+                        netsnmp_request_info* requests) noexcept;
+int handle_ipv6IpForwarding(netsnmp_mib_handler* handler,
+                            netsnmp_handler_registration* registration,
+                            netsnmp_agent_request_info* request,
+                            netsnmp_request_info* requests) noexcept;
+
+namespace IpBase {
+
+/// The unit's trace handle, "Snmp".
+Mav::TraceHandle& traceHandle();
+
+}  // namespace IpBase

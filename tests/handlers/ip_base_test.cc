@@ -1,0 +1,267 @@
+#include "handlers/ip_base.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "handlers/forwarding_scalar.h"
+#include "platform/mav/directory.h"
+#include "platform/snmp/framework.h"
+#include "platform/snmp/registrations.h"
+#include "platform/state/routing6_config.h"
+#include "platform/state/routing_config.h"
+#include "tests/handlers/agent_request.h"
+
+namespace {
+
+using Testing::AgentRequest;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Testing::Oid;
+using Testing::Reply;
+
+Oid const ipForwarding{1, 3, 6, 1, 2, 1, 4, 1, 0};
+Oid const ipv6IpForwarding{1, 3, 6, 1, 2, 1, 4, 25, 0};
+
+/// What the unit traces at `level` and below, while it lives.
+class Traces {
+ public:
+  explicit Traces(int level) : level_(level) {
+    IpBase::traceHandle().enabledIs(level_, true);
+    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
+  }
+  ~Traces() {
+    IpBase::traceHandle().enabledIs(level_, false);
+    Mav::traceSinkIs({});
+  }
+  std::vector<std::string> lines;
+
+ private:
+  int const level_;
+};
+
+/// One of the two scalars, with its texts spelled out.
+struct Scalar {
+  std::string name;
+  Netsnmp_Node_Handler* handler;
+  ForwardingScalar const& data;
+  Oid instance;
+  std::string set, reading, converted, failed, noEntity, otherMode;
+};
+
+Scalar const scalars[] = {
+    {"ipForwarding", handle_ipForwarding, ipForwardingScalar, ipForwarding,
+     "handle_ipForwarding - SET is not configured for ipForwarding",
+     "handle_ipForwarding - reading Kelbase/routing/config->routing()",
+     "handle_ipForwarding - IpRoutingToAsnInteger returned 4bytes for "
+     "Kelbase/routing/config->routing()",
+     "handle_ipForwarding - IpRoutingToAsnInteger failed for: routing",
+     "handle_ipForwarding - entity /<sysname>/Kelbase/routing/config is not of type "
+     "Routing::Config",
+     "handle_ipForwarding - unknown mode from request: "},
+    {"ipv6IpForwarding", handle_ipv6IpForwarding, ipv6IpForwardingScalar, ipv6IpForwarding,
+     "handle_ipv6IpForwarding - SET is not configured for ipv6IpForwarding",
+     "handle_ipv6IpForwarding - reading Kelbase/routing6/config->routing()",
+     "handle_ipv6IpForwarding - IpRoutingToAsnInteger returned 4bytes for "
+     "Kelbase/routing6/config->routing()",
+     "handle_ipv6IpForwarding - IpRoutingToAsnInteger failed for: routing",
+     "handle_ipv6IpForwarding - entity /<sysname>/Kelbase/routing6/config is not of type "
+     "Routing6::Config",
+     "handle_ipv6IpForwarding - unknown mode from request: "},
+};
+
+class ForwardingScalarTest : public testing::TestWithParam<Scalar> {
+ protected:
+  Reply ask(int mode, void* entity) {
+    return AgentRequest(mode, GetParam().instance).callback(GetParam().handler, entity);
+  }
+  /// The scalar's own entity, as net-snmp carries it.
+  void* entity(bool routing) {
+    config_->routingIs(routing);
+    config6_->routingIs(routing);
+    return GetParam().name == "ipForwarding" ? static_cast<void*>(config_.get())
+                                             : static_cast<void*>(config6_.get());
+  }
+
+  Mav::Ptr<Routing::Config> config_ = Mav::makeObject<Routing::Config>();
+  Mav::Ptr<Routing6::Config> config6_ = Mav::makeObject<Routing6::Config>();
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, ForwardingScalarTest, testing::ValuesIn(scalars),
+                         [](auto const& test) { return test.param.name; });
+
+TEST_P(ForwardingScalarTest, GetReadsTheEntityAtEachRequest) {
+  for (bool const routing : {true, false, true}) {
+    auto const reply = ask(MODE_GET, entity(routing));
+    EXPECT_EQ(reply.returned, SNMP_ERR_NOERROR);
+    EXPECT_EQ(reply.error, SNMP_ERR_NOERROR);
+    EXPECT_EQ(reply.type, ASN_INTEGER);
+    EXPECT_EQ(reply.value, routing ? 1 : 2);
+  }
+  Traces const traces(2);
+  ask(MODE_GET, entity(true));
+  EXPECT_THAT(traces.lines,
+              ElementsAre(EndsWith(GetParam().reading), EndsWith(GetParam().converted)));
+}
+
+TEST_P(ForwardingScalarTest, EveryPhaseOfASetIsNotWritable) {
+  Traces traces(2);
+  for (int mode = 0; mode <= 5; ++mode) {
+    for (auto* const source : {entity(true), static_cast<void*>(nullptr)}) {
+      traces.lines.clear();
+      auto const reply = ask(mode, source);
+      EXPECT_EQ(reply.returned, SNMP_ERR_NOERROR) << mode;
+      EXPECT_EQ(reply.error, SNMP_ERR_NOTWRITABLE) << mode;
+      EXPECT_THAT(traces.lines, ElementsAre(EndsWith(GetParam().set)));
+    }
+  }
+}
+
+TEST_P(ForwardingScalarTest, GetWithoutAnEntityFailsWithoutAValue) {
+  Traces const traces(2);
+  auto const reply = ask(MODE_GET, nullptr);
+  EXPECT_EQ(reply.returned, SNMP_ERR_GENERR);
+  EXPECT_EQ(reply.error, SNMP_ERR_GENERR);
+  EXPECT_EQ(reply.type, ASN_NULL);
+  EXPECT_THAT(traces.lines, ElementsAre(EndsWith(GetParam().noEntity)));
+}
+
+TEST_P(ForwardingScalarTest, OtherModesFail) {
+  Traces traces(2);
+  for (int const mode : std::vector<int>{-1, 6, 159, MODE_GETNEXT, MODE_GETBULK}) {
+    traces.lines.clear();
+    auto const reply = ask(mode, entity(true));
+    EXPECT_EQ(reply.returned, SNMP_ERR_GENERR) << mode;
+    EXPECT_EQ(reply.error, SNMP_ERR_GENERR) << mode;
+    EXPECT_THAT(traces.lines, ElementsAre(EndsWith(GetParam().otherMode + std::to_string(mode))));
+  }
+}
+
+TEST_P(ForwardingScalarTest, AFailedConversionFailsTheRequest) {
+  auto scalar = GetParam().data;
+  scalar.convert = [](bool, unsigned char*, std::int32_t) { return -1; };
+  Traces const traces(2);
+  netsnmp_agent_request_info info{};
+  netsnmp_variable_list variable{};
+  netsnmp_request_info request{};
+  variable.type = ASN_NULL;
+  request.requestvb = &variable;
+  request.agent_req_info = &info;
+  bool const routing = true;
+  EXPECT_EQ(answerForwarding(scalar, &routing, MODE_GET, &request), SNMP_ERR_GENERR);
+  EXPECT_EQ(request.status, SNMP_ERR_GENERR);
+  EXPECT_EQ(variable.type, ASN_NULL);
+  EXPECT_THAT(traces.lines.at(1), HasSubstr("IpRoutingToAsnInteger returned -1bytes for "));
+  EXPECT_THAT(traces.lines.at(2), EndsWith(GetParam().failed));
+}
+
+TEST(IpRoutingToAsnInteger, NeedsFourBytes) {
+  unsigned char buffer[5] = {9, 9, 9, 9, 9};
+  EXPECT_LT(IpRoutingToAsnInteger(true, buffer, 3), 0);
+  EXPECT_THAT(buffer, ElementsAre(9, 9, 9, 9, 9));
+  EXPECT_EQ(IpRoutingToAsnInteger(false, buffer, 4), 4);
+  int word = 0;
+  std::memcpy(&word, buffer, sizeof word);
+  EXPECT_EQ(word, 2);
+  EXPECT_EQ(buffer[4], 9);
+}
+
+/// The unit as the framework registers it, asked through the agent library.
+class IpBaseTest : public testing::Test {
+ protected:
+  IpBaseTest() { Testing::startAgentLibrary(); }
+  ~IpBaseTest() override {
+    framework_.unregisterAll();
+    Mav::Directory::root().unmountAll();
+  }
+
+  template <class Config>
+  void know(bool routing) {
+    auto const config = Mav::makeObject<Config>();
+    config->routingIs(routing);
+    Mav::Directory::root().mount(Config::path, config);
+  }
+  static std::optional<Reply> get(Oid const& instance) {
+    return AgentRequest(MODE_GET, instance).registered();
+  }
+
+  Snmp::Framework framework_;
+};
+
+TEST_F(IpBaseTest, BothScalarsAreServedOnceRegisteredAndGoneAfterwards) {
+  know<Routing::Config>(true);
+  know<Routing6::Config>(false);
+  EXPECT_EQ(get(ipForwarding), std::nullopt);
+  for (int round = 0; round < 50; ++round) {
+    framework_.registerAll();
+    EXPECT_EQ(Snmp::registrationCount(), 2U);
+    EXPECT_EQ(get(ipForwarding)->value, 1);
+    EXPECT_EQ(get(ipv6IpForwarding)->value, 2);
+    framework_.unregisterAll();
+    EXPECT_EQ(Snmp::registrationCount(), 0U);
+    EXPECT_EQ(get(ipForwarding), std::nullopt);
+    EXPECT_EQ(get(ipv6IpForwarding), std::nullopt);
+  }
+}
+
+TEST_F(IpBaseTest, GetNextOfTheObjectIsItsOneInstance) {
+  know<Routing::Config>(true);
+  framework_.registerAll();
+  auto const next = AgentRequest(MODE_GETNEXT, {1, 3, 6, 1, 2, 1, 4, 1}).registered();
+  EXPECT_EQ(next->name, ipForwarding);
+  EXPECT_EQ(next->value, 1);
+}
+
+TEST_F(IpBaseTest, RegistrationsAreReadWriteAndComeBeforeOtherModules) {
+  framework_.registerAll();
+  for (auto const& object : {ipForwarding, ipv6IpForwarding}) {
+    auto const* const subtree = netsnmp_subtree_find(object.data(), object.size(), nullptr, "");
+    EXPECT_EQ(subtree->reginfo->priority, 64);
+    EXPECT_EQ(subtree->reginfo->modes, HANDLER_CAN_RWRITE);
+    EXPECT_EQ(subtree->reginfo->rootoid_len, 8U);
+  }
+}
+
+TEST_F(IpBaseTest, AnAbsentEntityFailsItsOwnScalarAlone) {
+  know<Routing::Config>(true);
+  framework_.registerAll();
+  EXPECT_EQ(get(ipForwarding)->value, 1);
+  EXPECT_EQ(get(ipv6IpForwarding)->returned, SNMP_ERR_GENERR);
+  EXPECT_EQ(get(ipv6IpForwarding)->type, ASN_NULL);
+}
+
+TEST_F(IpBaseTest, AnEntityOfAnotherClassIsNoEntity) {
+  Mav::Directory::root().mount(Routing6::Config::path, Mav::makeObject<Routing::Config>());
+  framework_.registerAll();
+  EXPECT_EQ(get(ipv6IpForwarding)->returned, SNMP_ERR_GENERR);
+}
+
+TEST_F(IpBaseTest, RegistrationsDoNotOwnTheirEntities) {
+  auto const config = Mav::makeObject<Routing::Config>();
+  Mav::Directory::root().mount(Routing::Config::path, config);
+  auto const before = config->use_count();
+  framework_.registerAll();
+  EXPECT_EQ(config->use_count(), before);
+}
+
+TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
+  {
+    Traces const traces(2);
+    framework_.registerAll();
+    EXPECT_THAT(traces.lines, IsEmpty());
+  }
+  framework_.unregisterAll();
+  Traces const traces(1);
+  framework_.registerAll();
+  EXPECT_THAT(traces.lines, ElementsAre(HasSubstr("init_IpBase initializing oid "),
+                                        HasSubstr("init_IpBase initializing oid ")));
+  EXPECT_THAT(traces.lines.at(0), EndsWith(".4.1"));
+  EXPECT_THAT(traces.lines.at(1), EndsWith(".4.25"));
+}
+
+}  // namespace
