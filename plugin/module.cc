@@ -1,0 +1,65 @@
+#include "plugin/module.h"
+
+#include <memory>
+#include <new>
+
+#include "platform/pondo/run_dir.h"
+#include "platform/snmp/callback.h"
+#include "platform/snmp/snmp_log_sink.h"
+#include "plugin/plugin.h"
+
+namespace OvoSnmp {
+
+namespace {
+
+constexpr unsigned retrySeconds = 5;
+
+// Plain pointers, freed by deinit_OvoSnmp: a daemon that exits without calling it runs the static
+// destructors after net-snmp has shut down, when there is nothing left to unregister from.
+Plugin* plugin = nullptr;
+unsigned startAlarm = 0;  // 0: none armed
+bool startFailed = false;
+
+void armStart(unsigned seconds);
+
+void start() {
+  startAlarm = 0;  // a single alarm ends by itself
+  try {
+    plugin = new Plugin(Pondo::defaultRunDir());
+    startFailed = false;
+  } catch (...) {
+    if (!startFailed) Snmp::logFault("cannot start, trying again every 5 s");
+    startFailed = true;
+    armStart(retrySeconds);
+  }
+}
+
+void onStartAlarm(unsigned /*alarm*/, void* /*data*/) noexcept {
+  Snmp::guarded("start", [] { start(); });
+}
+
+void armStart(unsigned seconds) {
+  startAlarm = snmp_alarm_register(seconds, 0, onStartAlarm, nullptr);
+  if (startAlarm == 0) throw Mav::Exception("snmpd gives no alarm: nothing will be served");
+}
+
+}  // namespace
+
+}  // namespace OvoSnmp
+
+void init_OvoSnmp() noexcept {
+  Snmp::guarded("init_OvoSnmp", [] {
+    Mav::traceSinkIs(Snmp::snmpLogSink);
+    OvoSnmp::armStart(0);
+  });
+}
+
+void deinit_OvoSnmp() noexcept {
+  Snmp::guarded("deinit_OvoSnmp", [] {
+    if (OvoSnmp::startAlarm != 0) snmp_alarm_unregister(OvoSnmp::startAlarm);
+    OvoSnmp::startAlarm = 0;
+    delete std::exchange(OvoSnmp::plugin, nullptr);
+    Mav::Directory::root().unmountAll();
+    Mav::traceSinkIs({});
+  });
+}

@@ -1,0 +1,17 @@
+#pragma once
+// The module's entry points, which `dlmod OvoSnmp PATH` calls by name.
+
+#if defined(__GNUC__)
+#define OVO_EXPORT __attribute__((visibility("default")))
+#endif
+
+extern "C" {
+
+/// Called while snmpd.conf is read: before the daemon forks and drops its privileges, and again at
+/// every SIGHUP. Only arms an alarm, which starts the work in the final process.
+OVO_EXPORT void init_OvoSnmp() noexcept;
+
+/// Called before the module is unmapped. Leaves nothing behind: no registration, no descriptor, no
+/// alarm, no memory.
+OVO_EXPORT void deinit_OvoSnmp() noexcept;
+}

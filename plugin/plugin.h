@@ -1,0 +1,41 @@
+#pragma once
+// The module at work inside snmpd: everything that exists only in the final process, after the
+// daemon has forked and dropped its privileges. Follows the shared tables on snmpd's one thread
+// and has the handler units register once there is state to serve.
+
+#include <filesystem>
+
+#include "platform/mav/activity.h"
+#include "platform/mav/directory.h"
+#include "platform/pondo/follower.h"
+#include "platform/snmp/framework.h"
+#include "platform/state/mirrors.h"
+#include "plugin/select_loop_watch.h"
+
+namespace OvoSnmp {
+
+class Plugin : private State::MountObserver {
+ public:
+  /// Mav::Exception when the kernel or the daemon refuses a descriptor.
+  explicit Plugin(std::filesystem::path runDir);
+  /// Undoes every registration, then lets go of everything.
+  ~Plugin() override;
+  Plugin(Plugin const&) = delete;
+  Plugin& operator=(Plugin const&) = delete;
+
+ private:
+  void mountsWillChange() noexcept override;
+  void mountsHaveChanged() override;
+  void stateIsKnown() override;
+
+  // Destroyed from the last to the first: the follower before its listener, the registrations
+  // before the entities that they point to.
+  Mav::Activity activity_;
+  State::Mirrors mirrors_;
+  Snmp::Framework framework_;
+  bool stateKnown_ = false;
+  Pondo::Follower follower_;
+  SelectLoopWatch loopWatch_;
+};
+
+}  // namespace OvoSnmp
