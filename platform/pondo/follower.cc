@@ -215,7 +215,7 @@ bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log)
     comparison.reset();
     inSyncAt = log.next;
   }
-  return true;
+  return position != log.next;
 }
 
 bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) {

@@ -1,0 +1,290 @@
+// What a reader says to every kind of unusable run directory, and what the next publisher does.
+
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <lmdb.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/pondo/format.h"
+#include "platform/pondo/reader.h"
+#include "platform/pondo/run_dir.h"
+#include "tests/platform/pondo/peer_process.h"
+
+namespace Pondo::Test {
+namespace {
+
+namespace fs = std::filesystem;
+using Reason = EnvironmentException::Reason;
+
+/// What opening a reader says: "" when it opens.
+struct Said {
+  std::string text;
+  Reason reason = Reason::other;
+};
+
+Said readerSays(fs::path const& runDir) {
+  try {
+    Reader const reader(runDir);
+    static_cast<void>(reader.snapshot());
+    return {};
+  } catch (EnvironmentException const& e) {
+    return {e.what(), e.reason()};
+  }
+}
+
+/// Runs LMDB by itself on the tables.
+template <class Action>
+void withRawTables(fs::path const& tables, Action const& action) {
+  MDB_env* env = nullptr;
+  MDB_txn* txn = nullptr;
+  MDB_dbi meta = 0;
+  ASSERT_EQ(mdb_env_create(&env), 0);
+  mdb_env_set_maxdbs(env, 8);
+  ASSERT_EQ(mdb_env_open(env, tables.c_str(), 0, 0600), 0);
+  ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
+  ASSERT_EQ(mdb_dbi_open(txn, "meta", MDB_CREATE, &meta), 0);
+  action(txn, meta);
+  ASSERT_EQ(mdb_txn_commit(txn), 0);
+  mdb_env_close(env);
+}
+
+void writeSchema(fs::path const& tables, std::uint32_t schema) {
+  withRawTables(tables, [&](MDB_txn* txn, MDB_dbi meta) {
+    Format::MetaRecord record;
+    record.schema = schema;
+    MDB_val key{Format::metaKey.size(), const_cast<char*>(Format::metaKey.data())};
+    MDB_val value{sizeof record, &record};
+    EXPECT_EQ(mdb_put(txn, meta, &key, &value, 0), 0);
+  });
+}
+
+struct FilesTest : RunDirTest {
+  void SetUp() override {
+    ASSERT_EQ(publish(), "ok");
+    publisher.tell("link a 1");
+    publisher.tell("commit");
+    publisher.tell("close");
+  }
+
+  void expectRefused(Reason reason, std::string const& text) {
+    auto const said = readerSays(runDir);
+    EXPECT_EQ(said.text, text);
+    EXPECT_EQ(said.reason, reason);
+  }
+
+  /// The next publisher brings the tables back and tells why they are new.
+  void expectMadeAnew(std::string const& why) {
+    EXPECT_EQ(publish(), "ok");
+    EXPECT_THAT(publisher.tell("log"), testing::HasSubstr(why));
+    publisher.tell("link b 2");
+    EXPECT_EQ(publisher.tell("commit"), "1");
+    Reader const reader(runDir);
+    auto const snapshot = reader.snapshot();
+    EXPECT_EQ(snapshot.count(TableId::link), 1U);
+  }
+
+  std::string data() const { return (tables() / "data.mdb").string(); }
+};
+
+TEST_F(FilesTest, absent) {
+  fs::remove(tables() / "data.mdb");
+  expectRefused(Reason::absent, data() +
+                                    ": cannot read: No such file or directory; start kelbased, or "
+                                    "set KELBASE_RUNDIR to its run directory");
+  fs::remove_all(runDir);
+  expectRefused(Reason::absent, runDir.string() +
+                                    ": cannot open: No such file or directory; start kelbased, or "
+                                    "set KELBASE_RUNDIR to its run directory");
+  EXPECT_EQ(publisherInfo(runDir), std::nullopt);
+}
+
+TEST_F(FilesTest, truncated) {
+  fs::resize_file(data(), 9000);
+  EXPECT_EQ(readerSays(runDir).reason, Reason::truncated);
+  EXPECT_THAT(
+      readerSays(runDir).text,
+      testing::MatchesRegex(data() + ": truncated to 9000 bytes, [0-9]+ are in use; restart "
+                                     "the publisher, which makes it anew"));
+  for (int const size : {8191, 4096, 100, 0}) {
+    fs::resize_file(data(), static_cast<std::uintmax_t>(size));
+    EXPECT_EQ(readerSays(runDir).reason, Reason::truncated) << size;
+  }
+  expectMadeAnew("are made anew, because of " + data() + ": truncated to 0 bytes");
+}
+
+TEST_F(FilesTest, truncatedUnderAReader) {
+  Reader const reader(runDir);
+  fs::resize_file(data(), 0);
+  try {
+    static_cast<void>(reader.snapshot());
+    FAIL();
+  } catch (EnvironmentException const& e) {
+    EXPECT_EQ(e.what(),
+              data() + ": has been truncated; restart the publisher, which makes it anew");
+  }
+}
+
+TEST_F(FilesTest, foreignFileIsKeptAside) {
+  fs::remove(data());
+  std::ofstream(data()) << std::string(20'000, 'x');
+  auto const text = data() + ": not a table file; remove it and restart the publisher";
+  expectRefused(Reason::foreign, text);
+  expectMadeAnew("because of " + text);
+  bool kept = false;
+  for (auto const& entry : fs::directory_iterator(runDir)) {
+    auto const file = entry.path() / "data.mdb";
+    if (entry.is_directory() && fs::file_size(file) == 20'000) kept = true;
+  }
+  EXPECT_TRUE(kept);
+}
+
+TEST_F(FilesTest, foreignTables) {
+  fs::remove_all(tables());
+  fs::create_directory(tables());
+  withRawTables(tables(), [](MDB_txn*, MDB_dbi) {});
+  auto const text = data() + ": holds other data; remove it and restart the publisher";
+  expectRefused(Reason::foreign, text);
+  expectMadeAnew("because of " + text);
+}
+
+TEST_F(FilesTest, otherSchemaVersion) {
+  writeSchema(tables(), Format::schemaVersion + 1);
+  auto const text = data() +
+                    ": has schema version 2, this program needs 1; install publisher and readers "
+                    "of one version and restart them";
+  expectRefused(Reason::schema, text);
+  expectMadeAnew("because of " + text);
+}
+
+TEST_F(FilesTest, linksAreNotFollowed) {
+  auto const elsewhere = directory.path() / "elsewhere";
+  fs::rename(data(), elsewhere);
+  fs::create_symlink(elsewhere, data());
+  expectRefused(Reason::foreign,
+                data() + ": not a regular file; remove it and restart the publisher");
+  fs::remove(data());
+  ASSERT_EQ(::mkfifo(data().c_str(), 0600), 0);
+  EXPECT_EQ(readerSays(runDir).reason, Reason::foreign);
+  fs::remove_all(tables());
+  fs::create_directory(directory.path() / "other");
+  std::ofstream(directory.path() / "other/data.mdb") << "precious";
+  fs::create_directory_symlink(directory.path() / "other", tables());
+  auto const text = tables().string() + ": not a directory; remove it and restart the publisher";
+  expectRefused(Reason::foreign, text);
+  expectMadeAnew("because of " + text);
+  EXPECT_EQ(fs::file_size(directory.path() / "other/data.mdb"), 8U);
+  publisher.tell("close");
+  fs::remove(runDir / "publisher.lock");
+  fs::create_symlink(elsewhere, runDir / "publisher.lock");
+  EXPECT_THAT(publish(), testing::HasSubstr("error: "));
+}
+
+TEST_F(FilesTest, staleStagingIsRemoved) {
+  fs::create_directory(runDir / "tables.new.abcdef");
+  std::ofstream(runDir / "tables.new.abcdef/data.mdb") << "half";
+  ASSERT_EQ(publish(), "ok");
+  EXPECT_FALSE(fs::exists(runDir / "tables.new.abcdef"));
+}
+
+TEST_F(FilesTest, malformedRecordsAreSkippedAndCounted) {
+  withRawTables(tables(), [](MDB_txn* txn, MDB_dbi) {
+    MDB_dbi links = 0;
+    ASSERT_EQ(mdb_dbi_open(txn, "link", 0, &links), 0);
+    char name[] = "bad";
+    MDB_val key{3, name};
+    MDB_val value{3, name};
+    EXPECT_EQ(mdb_put(txn, links, &key, &value, 0), 0);
+  });
+  Reader const reader(runDir);
+  auto const snapshot = reader.snapshot();
+  int visited = 0;
+  snapshot.scan<LinkTable>("", 10, [&](auto const&, auto const&) { ++visited; });
+  EXPECT_EQ(visited, 1);
+  EXPECT_EQ(snapshot.get<LinkTable>(Dovel::IntfId("bad")), std::nullopt);
+  EXPECT_EQ(reader.rejected(), 2U);
+}
+
+TEST_F(FilesTest, oneEnvironmentAProcessAndOneSnapshotAReader) {
+  Reader const reader(runDir);
+  auto const first = reader.snapshot();
+  EXPECT_THROW(static_cast<void>(reader.snapshot()), EnvironmentException);
+  EXPECT_EQ(
+      readerSays(runDir).text,
+      tables().string() + ": is open in this process already; close that reader or writer first");
+}
+
+TEST_F(FilesTest, scanGoesOnWhereItStopped) {
+  ASSERT_EQ(publish(), "ok");
+  publisher.tell("links 0 25 1");
+  publisher.tell("commit");
+  Reader const reader(runDir);
+  auto const snapshot = reader.snapshot();
+  std::vector<std::string> keys;
+  std::string from;
+  for (;;) {
+    auto const next = snapshot.scanBytes(TableId::link, from, 10,
+                                         [&](auto key, auto) { keys.emplace_back(key); });
+    if (!next) break;
+    from = *next;
+  }
+  EXPECT_EQ(keys.size(), 26U);
+  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+}
+
+// In a child, so that identity and mounts of this process stay as they are. 0: as expected.
+template <class Action>
+int inChild(Action const& action) {
+  pid_t const pid = ::fork();
+  if (pid == 0) ::_exit(action());
+  int status = -1;
+  ::waitpid(pid, &status, 0);
+  return status;
+}
+
+TEST_F(FilesTest, unreadable) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to become another user";
+  fs::permissions(directory.path(), fs::perms{0755});
+  auto const says = [this](Reason reason, std::string_view text) {
+    return inChild([&] {
+      if (::setgid(65534) != 0 || ::setuid(65534) != 0) return 2;
+      auto const said = readerSays(runDir);
+      return said.reason == reason && said.text.find(text) != std::string::npos ? 0 : 1;
+    });
+  };
+  EXPECT_EQ(says(Reason::denied, tables().string() +
+                                     ": cannot open: Permission denied; let this user's group own "
+                                     "the files (kelbased --group)"),
+            0);
+  fs::permissions(runDir, fs::perms{0755});
+  fs::permissions(tables(), fs::perms{0755});
+  EXPECT_EQ(says(Reason::denied, data() + ": cannot open: Permission denied"), 0);
+}
+
+TEST_F(FilesTest, readOnlyMount) {
+  int const status = inChild([this] {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0) {
+      return 77;
+    }
+    if (::mount(runDir.c_str(), runDir.c_str(), "", MS_BIND, nullptr) != 0 ||
+        ::mount("", runDir.c_str(), "", MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0) {
+      return 2;
+    }
+    auto const said = readerSays(runDir);
+    return said.reason == Reason::readOnlyMount &&
+                   said.text == tables().string() +
+                                    ": is on a read-only mount, so readers cannot be registered "
+                                    "and reading is not safe; remount it read-write"
+               ? 0
+               : 1;
+  });
+  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "needs a mount namespace";
+  EXPECT_EQ(status, 0);
+}
+
+}  // namespace
+}  // namespace Pondo::Test

@@ -1,0 +1,345 @@
+#include "platform/pondo/follower.h"
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/mav/time.h"
+#include "tests/platform/pondo/peer_process.h"
+
+namespace Pondo::Test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A mirror of the links: what a listener is for.
+class Mirror : public Listener {
+ public:
+  std::span<TableId const> tables() const override { return heard_; }
+  void onChanges(Snapshot const& snapshot, std::span<Change const> changes) override {
+    ++slices;
+    largestSlice = std::max(largestSlice, changes.size());
+    if (failures > 0) {
+      --failures;
+      throw std::runtime_error("not today");
+    }
+    for (auto const& change : changes) {
+      auto const key = decodeKey<LinkTable>(change.key);
+      auto const record = snapshot.get<LinkTable>(*key);
+      announced.push_back(key->stringValue());
+      if (record) {
+        links[change.key] = record->ifIndex;
+      } else {
+        links.erase(change.key);
+      }
+    }
+  }
+  std::optional<std::string> filedKey(TableId, std::string_view from) const override {
+    auto const found = links.lower_bound(std::string(from));
+    if (found == links.end()) return std::nullopt;
+    return found->first;
+  }
+  void onInSync() override { ++inSync; }
+
+  std::map<std::string, int> links;
+  std::vector<std::string> announced;
+  std::size_t largestSlice = 0;
+  int slices = 0;
+  int failures = 0;
+  int inSync = 0;
+
+ private:
+  std::array<TableId, 1> heard_{TableId::link};
+};
+
+struct FollowerTest : RunDirTest {
+  void follow() { follower.emplace(activity, runDir, std::vector<Listener*>{&mirror}); }
+  void turn() { activity.deliver(); }
+  void turns(int count) {
+    while (count-- > 0) turn();
+  }
+  void commit(std::string const& command) {
+    publisher.tell(command);
+    publisher.tell("commit");
+  }
+  /// Both ends under way.
+  void followPublisher(std::string const& options = {}) {
+    ASSERT_EQ(publish(options), "ok");
+    follow();
+    turns(2);
+    ASSERT_EQ(follower->state(), Follower::State::following);
+    lines.take();
+    mirror.announced.clear();
+  }
+  bool isWoken() const {
+    pollfd waiting{activity.fd(), POLLIN, 0};
+    return ::poll(&waiting, 1, 0) == 1;
+  }
+
+  Mav::SimulatedTime time;
+  Mav::Activity activity;
+  LoggedLines lines;
+  Mirror mirror;
+  std::optional<Follower> follower;
+};
+
+TEST_F(FollowerTest, comparesThenFollowsTheDoorbell) {
+  ASSERT_EQ(publish(), "ok");
+  commit("link b 2");
+  mirror.links = {{"a", 1}, {"b", 1}};
+  follow();
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("a", "b"));
+  EXPECT_EQ(mirror.inSync, 1);
+  EXPECT_THAT(lines.take(), ElementsAre(runDir.string() + ": in sync with the publisher's tables"));
+  mirror.announced.clear();
+  EXPECT_FALSE(isWoken());
+  commit("link c 3");
+  EXPECT_TRUE(isWoken());
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("c"));
+  publisher.tell("unlink c");
+  publisher.tell("link a 1");
+  publisher.tell("link b 1");
+  commit("link b 3");
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("c", "c", "a", "b"));
+  EXPECT_EQ(mirror.links, (std::map<std::string, int>{{"a", 1}, {"b", 3}}));
+  EXPECT_EQ(mirror.inSync, 1);
+}
+
+TEST_F(FollowerTest, worksInSlicesOneATurn) {
+  ASSERT_EQ(publish(), "ok");
+  commit("links 0 2500 1");
+  for (int i = 0; i < 1500; ++i) mirror.links["filed" + std::to_string(i)] = 1;
+  follow();
+  turn();
+  EXPECT_EQ(follower->state(), Follower::State::comparing);
+  EXPECT_EQ(mirror.announced.size(), sliceMax);
+  turns(4);
+  EXPECT_EQ(mirror.announced.size(), 4000U);
+  EXPECT_TRUE(std::is_sorted(mirror.announced.begin(), mirror.announced.end()));
+  EXPECT_EQ(mirror.links.size(), 2500U);
+  EXPECT_EQ(mirror.inSync, 1);
+  commit("links 0 2500 2");
+  turn();
+  EXPECT_TRUE(isWoken());
+  turns(2);
+  EXPECT_EQ(mirror.largestSlice, sliceMax);
+  EXPECT_EQ(mirror.links.rbegin()->second, 2);
+}
+
+TEST_F(FollowerTest, changesDuringAComparisonAreNotLost) {
+  ASSERT_EQ(publish("logMax 1000"), "ok");
+  commit("links 0 5000 1");
+  follow();
+  for (int i = 0; i < 30 && follower->state() != Follower::State::following; ++i) {
+    turn();
+    if (i < 5) commit("links 0 500 " + std::to_string(i + 2));
+  }
+  EXPECT_EQ(mirror.inSync, 1);
+  EXPECT_EQ(mirror.links.size(), 5000U);
+  EXPECT_EQ(mirror.links.at("if0000499"), 6);
+  EXPECT_EQ(mirror.links.at("if0000500"), 1);
+}
+
+TEST_F(FollowerTest, fallingBehindTheLogEndsExact) {
+  followPublisher("logMax 10");
+  commit("links 0 5 1");
+  turn();
+  publisher.tell("unlink if0000000");
+  publisher.tell("unlink if0000004");
+  commit("links 10 40 7");
+  turns(2);
+  EXPECT_EQ(mirror.inSync, 2);
+  EXPECT_EQ(mirror.links.size(), 43U);
+  EXPECT_FALSE(mirror.links.contains("if0000000"));
+  EXPECT_FALSE(mirror.links.contains("if0000004"));
+}
+
+TEST_F(FollowerTest, idleWakesForNothingButALookEveryFiveSeconds) {
+  followPublisher();
+  publisher.tell("service");
+  std::ofstream(runDir / "net-snmp.new") << "x";
+  fs::rename(runDir / "net-snmp.new", runDir / "net-snmp");
+  publisher.tell("link a 1");
+  EXPECT_FALSE(isWoken());
+  EXPECT_LE(activity.clock()->timeNext(), Mav::now() + Follower::lookInterval);
+  for (int looks = 0; looks < 3; ++looks) {
+    auto const before = activity.clock()->timeNext();
+    time.advance(before - Mav::now());
+    turn();
+    EXPECT_EQ(activity.clock()->timeNext(), before + Follower::lookInterval);
+  }
+  EXPECT_THAT(lines.take(), IsEmpty());
+}
+
+TEST_F(FollowerTest, ringsThatGotLostAreMadeUpForByTheLook) {
+  followPublisher();
+  fs::remove(tables() / "doorbell");
+  turn();
+  commit("link a 1");
+  turn();
+  EXPECT_THAT(mirror.announced, IsEmpty());
+  time.advance(Follower::lookInterval);
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("a"));
+}
+
+TEST_F(FollowerTest, publisherThatComesLaterIsSeenAtOnce) {
+  fs::remove_all(runDir);
+  follow();
+  turn();
+  EXPECT_EQ(follower->state(), Follower::State::waiting);
+  EXPECT_THAT(lines.take(), ElementsAre(runDir.string() +
+                                        ": cannot open: No such file or directory; start "
+                                        "kelbased, or set KELBASE_RUNDIR to its run directory"));
+  for (int i = 0; i < 10; ++i) {
+    time.advance(Follower::lookInterval);
+    turn();
+  }
+  std::ofstream(directory.path() / "unrelated") << "x";
+  turn();
+  EXPECT_FALSE(isWoken());
+  ASSERT_EQ(publish(), "ok");
+  commit("link a 1");
+  turns(3);
+  EXPECT_EQ(mirror.inSync, 1);
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
+}
+
+TEST_F(FollowerTest, diedPublisherIsToldWithTheAgeOfTheState) {
+  followPublisher();
+  commit("link a 1");
+  turn();
+  publisher.kill();
+  time.advance(Follower::lookInterval);
+  turns(2);
+  EXPECT_THAT(lines.take(),
+              ElementsAre(testing::MatchesRegex(
+                  runDir.string() + ": publisher peer \\(pid [0-9]+\\) has gone; serving the last "
+                                    "known state, [0-9]+ s old")));
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_EQ(follower->state(), Follower::State::following);
+  Peer successor;
+  ASSERT_EQ(successor.tell("publish " + runDir.string()), "ok");
+  turn();
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
+  successor.tell("link b 1");
+  successor.tell("commit");
+  turn();
+  EXPECT_EQ(mirror.links.size(), 2U);
+}
+
+TEST_F(FollowerTest, deletedAndRecreatedRunDirectory) {
+  followPublisher();
+  commit("link a 1");
+  turn();
+  fs::remove_all(runDir);
+  turns(2);
+  EXPECT_EQ(follower->state(), Follower::State::waiting);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("No such file or directory")));
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_EQ(publisher.tell("service"), "1");
+  commit("link b 1");
+  turns(3);
+  EXPECT_EQ(mirror.links, (std::map<std::string, int>{{"b", 1}}));
+  EXPECT_EQ(mirror.inSync, 2);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
+}
+
+TEST_F(FollowerTest, movedTablesAreFollowedWithoutAComparison) {
+  followPublisher("pinnedMax 0");
+  commit("links 0 1000 1");
+  turn();
+  mirror.announced.clear();
+  Peer stopped;
+  stopped.tell("hold " + runDir.string());
+  for (int i = 2; i < 10; ++i) commit("links 0 1000 " + std::to_string(i));
+  turns(10);
+  publisher.tell("service");
+  publisher.tell("advance 11");
+  publisher.tell("service");
+  ASSERT_THAT(publisher.tell("log"), HasSubstr("moved to a new environment"));
+  mirror.announced.clear();
+  commit("link if0000007 77");
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("if0000007"));
+  EXPECT_EQ(mirror.inSync, 1);
+  EXPECT_THAT(lines.take(), IsEmpty());
+}
+
+TEST_F(FollowerTest, truncatedTablesAreToldOnceAndMended) {
+  followPublisher();
+  commit("link a 1");
+  turn();
+  fs::resize_file(tables() / "data.mdb", 4096);
+  for (int i = 0; i < 3; ++i) {
+    time.advance(Follower::lookInterval);
+    turn();
+  }
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("truncated")));
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_EQ(publisher.tell("service"), "1");
+  turns(2);
+  EXPECT_THAT(mirror.links, IsEmpty());
+  EXPECT_EQ(follower->state(), Follower::State::following);
+}
+
+TEST_F(FollowerTest, permissionsThatAreMendedAreSeenAtOnce) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to become another user";
+  ASSERT_EQ(publish(), "ok");
+  fs::permissions(directory.path(), fs::perms{0755});
+  // The group first and last: the other user may not change it.
+  auto const asNobody = [](auto const& action) {
+    ASSERT_EQ(::setegid(65534), 0);
+    ASSERT_EQ(::seteuid(65534), 0);
+    action();
+    ASSERT_EQ(::seteuid(0), 0);
+    ASSERT_EQ(::setegid(0), 0);
+  };
+  asNobody([this] {
+    follow();
+    turns(2);
+  });
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("Permission denied")));
+  EXPECT_FALSE(isWoken());
+  for (auto const* const name : {".", "tables", "tables/data.mdb", "tables/lock.mdb"}) {
+    fs::permissions(runDir / name, fs::perms{0777});
+    EXPECT_TRUE(isWoken()) << name;
+    asNobody([this] { turns(2); });
+  }
+  EXPECT_EQ(follower->state(), Follower::State::following);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
+}
+
+TEST_F(FollowerTest, listenerThatThrowsGetsTheSliceAgainAfterAPause) {
+  followPublisher();
+  mirror.failures = 2;
+  mirror.slices = 0;
+  commit("link a 1");
+  turns(3);
+  EXPECT_EQ(mirror.slices, 1);
+  time.advance(1.0);
+  turn();
+  EXPECT_EQ(mirror.slices, 2);
+  time.advance(1.0);
+  turn();
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_THAT(lines.take(),
+              ElementsAre(runDir.string() + ": a change could not be taken over: not today; it is "
+                                            "tried again"));
+  EXPECT_FALSE(isWoken());
+}
+
+}  // namespace
+}  // namespace Pondo::Test
