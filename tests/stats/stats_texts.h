@@ -2,11 +2,11 @@
 // Statistics files as the kernel writes them (net/ipv4/proc.c, net/ipv6/proc.c), with values of the
 // test's choice.
 
-#include <cstdint>
+#include <algorithm>
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace Ip {
 

@@ -1,0 +1,62 @@
+#pragma once
+// The type of a second set of software-forwarding counters, by IP version: those of packets with
+// addresses that must not be routed. The kernel does not count these apart, so that nothing makes
+// one; the type stands for what publishes such counters.
+
+#include "platform/mav/announced_map.h"
+#include "platform/mav/hash_map.h"
+#include "stats/sw_fwd_stats.h"
+
+namespace Ip {
+
+class FwdStatsBogon : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId bogonAttributeId = Mav::firstAttributeId;
+
+  class NotifieeConst : public Mav::Notifiee<FwdStatsBogon const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// A member came or went.
+    virtual void onBogon(IpVersion const& /*version*/) {}
+    /// The collection changed as a whole.
+    virtual void onBogon() {}
+    virtual void onIsNondestructing() {}
+  };
+
+  using BogonMap = Mav::HashMap<IpVersion, Mav::Ptr<SwFwdStats>>;
+
+  explicit FwdStatsBogon(Mav::Name name = "bogon") : Entity(std::move(name)) {}
+
+  /// Null when there is none.
+  Mav::Ptr<SwFwdStats const> bogon(IpVersion version) const { return bogon_.map().get(version); }
+  BogonMap::IteratorConst bogonIterator() const { return bogon_.map().first(); }
+
+  Mav::Ptr<SwFwdStats> bogonIs(IpVersion version) {
+    return bogon_.is(version, [version] { return swFwdStatsFactory(version); });
+  }
+  void bogonDel(IpVersion version) { bogon_.del(version); }
+  void bogonDelAll() { bogon_.delAll(); }
+
+  std::string_view typeName() const override { return "Ip::FwdStatsBogon"; }
+  Mav::AttributeTable const& attributeTable() const override {
+    static Mav::AttributeTable const table{
+        Mav::collectionAttribute<&FwdStatsBogon::bogonIs, &FwdStatsBogon::bogonDel>("bogon")};
+    return table;
+  }
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ protected:
+  void notifyIsNondestructing() override {
+    notifiees_.notify(Mav::isNondestructingAttributeId,
+                      [](NotifieeConst& n) { n.onIsNondestructing(); });
+  }
+
+ private:
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+  Mav::AnnouncedMap<BogonMap, NotifieeConst, bogonAttributeId, &NotifieeConst::onBogon,
+                    &NotifieeConst::onBogon>
+      bogon_{notifiees_};
+};
+
+}  // namespace Ip
