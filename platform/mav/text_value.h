@@ -3,8 +3,8 @@
 //
 // The derived class has `explicit D(std::string_view text)`, which raises a RangeException that
 // names the text and the reason, its inverse `std::string stringValue() const`, and a constructor
-// from a pair of iterators by parsedStrep<D>. This base adds printing (bare by operator<<, quoted as
-// a strep) and parsing.
+// from a pair of iterators by parsedStrep<D>. This base adds printing (bare by operator<<, quoted
+// as a strep) and parsing.
 
 #include <ostream>
 

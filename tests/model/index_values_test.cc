@@ -35,7 +35,7 @@ void append(Oid& oid, IpAddr const& addr) {
   for (auto const octet : addr.octets()) oid.push_back(octet);
 }
 void append(Oid& oid, Ip::IpVersion version, Snmp::String const& bytes) {
-  oid.push_back(version);
+  oid.push_back(static_cast<std::uint32_t>(version));
   oid.push_back(static_cast<std::uint32_t>(bytes.size()));
   oid.insert(oid.end(), bytes.begin(), bytes.end());
 }
