@@ -113,6 +113,8 @@ Pondo::Writer::SyncCounts LinkSource::writeAll(Pondo::Writer& writer) {
   return counts;
 }
 
-std::string LinkSource::summary() const { return fmt::format("{} links", size()); }
+std::string LinkSource::summary() const {
+  return fmt::format("{} link{}", size(), size() == 1 ? "" : "s");
+}
 
 }  // namespace Kelbase

@@ -47,6 +47,11 @@ bool NetlinkDumper::known() const {
   return std::all_of(jobs_.begin(), jobs_.end(), [](Job const& job) { return job.known; });
 }
 
+bool NetlinkDumper::pending() const {
+  return std::any_of(jobs_.begin(), jobs_.end(),
+                     [](Job const& job) { return job.due.has_value(); });
+}
+
 void NetlinkDumper::startNext() {
   if (busy()) return;
   double next = Mav::never;

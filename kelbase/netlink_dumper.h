@@ -54,6 +54,8 @@ class NetlinkDumper {
 
   /// While true, notifications are to be held back.
   bool busy() const { return current_ != nullptr; }
+  /// A dump is wanted, now or later.
+  bool pending() const;
   /// Every source has been dumped at least once.
   bool known() const;
   Counters const& counters() const { return counters_; }

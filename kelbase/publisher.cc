@@ -1,5 +1,7 @@
 #include "kelbase/publisher.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 #include <sys/epoll.h>
 
@@ -29,9 +31,10 @@ Publisher::Publisher(Mav::Activity& activity, Options options, Hooks hooks)
       sources_(makeSources()),
       writer_(runDir_, options.writer),
       feed_(activity, pointers(sources_), options.feed, [this] { commit_.timeMinIs(Mav::asap); }),
+      activity_(activity),
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {
-  notice_ = activity.watch(writer_.noticeFd(), EPOLLIN, [this](std::uint32_t) { service(); });
+  watchNotices();
   service_.timeMinIs(Mav::now() + serviceInterval);
 }
 
@@ -48,8 +51,9 @@ void Publisher::publish() {
   if (!feed_.settled()) return;  // it calls again
   try {
     write();
-  } catch (Pondo::EnvironmentException const& error) {
-    everything_ = true;
+  } catch (Mav::Exception const& error) {
+    everything_ = true;  // what was not committed is forgotten
+    writer_.abort();
     onFailure(error.what());
   }
 }
@@ -78,6 +82,15 @@ void Publisher::writeAll() {
   }
 }
 
+void Publisher::watchNotices() {
+  notice_ = activity_.watch(writer_.noticeFd(), EPOLLIN, [this](std::uint32_t) { onNotice(); });
+}
+
+void Publisher::onNotice() {
+  notice_ = {};  // stays readable until service()
+  service_.timeMinIs(std::min(service_.timeMin(), Mav::now() + noticeDelay));
+}
+
 void Publisher::service() {
   service_.timeMinIs(Mav::now() + serviceInterval);
   try {
@@ -88,6 +101,7 @@ void Publisher::service() {
     everything_ = true;
     return onFailure(error.what());
   }
+  if (!notice_) watchNotices();
   if (everything_) commit_.timeMinIs(Mav::asap);
 }
 

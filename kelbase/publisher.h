@@ -27,6 +27,9 @@ namespace Kelbase {
 class Publisher {
  public:
   static constexpr double serviceInterval = 1.0;  // seconds
+  /// From the first sign of a change in the run directory to looking at it: whoever deletes it is
+  /// let finish.
+  static constexpr double noticeDelay = 0.1;  // seconds
 
   struct Options {
     std::filesystem::path runDir;
@@ -35,7 +38,7 @@ class Publisher {
   };
 
   struct Hooks {
-    /// Everything the kernel said so far is in the tables; called after each commit.
+    /// What the kernel said so far is in the tables. Called after each write, changes or not.
     std::function<void()> published;
     /// It cannot go on: another publisher has taken the run directory over.
     std::function<void(std::string const& why)> lost;
@@ -59,6 +62,8 @@ class Publisher {
   void publish();
   void write();
   void writeAll();
+  void watchNotices();
+  void onNotice();
   void service();
   void onFailure(char const* what);
 
@@ -67,6 +72,7 @@ class Publisher {
   Sources const sources_;
   Pondo::Writer writer_;
   NetlinkFeed feed_;
+  Mav::Activity& activity_;
   Mav::Timer commit_;
   Mav::Timer service_;
   Mav::Activity::Watch notice_;

@@ -1,0 +1,174 @@
+// kelbased as a process, seen from outside: its exit status, its log, its service manager.
+
+#include <csignal>
+#include <fstream>
+#include <optional>
+#include <sstream>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "kelbase/daemon_options.h"
+#include "kelbase/log_lines.h"
+#include "tests/kelbase/scratch_dir.h"
+
+namespace Kelbase {
+namespace {
+
+using testing::HasSubstr;
+
+/// A service manager's end of sd_notify(3).
+class NotifySocket {
+ public:
+  explicit NotifySocket(std::string const& path)
+      : fd_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  }
+  ~NotifySocket() { close(fd_); }
+  NotifySocket(NotifySocket const&) = delete;
+  NotifySocket& operator=(NotifySocket const&) = delete;
+
+  /// Waits for a message that contains `text`, at most 20 s.
+  bool heard(std::string const& text) {
+    for (pollfd entry{fd_, POLLIN, 0}; poll(&entry, 1, 20'000) == 1;) {
+      char buffer[1024];
+      auto const size = recv(fd_, buffer, sizeof buffer, 0);
+      if (size < 0) return false;
+      if (std::string_view(buffer, static_cast<std::size_t>(size)).find(text) != std::string::npos)
+        return true;
+    }
+    return false;
+  }
+
+ private:
+  int fd_;
+};
+
+class DaemonTest : public testing::Test {
+ protected:
+  struct Process {
+    pid_t pid = 0;
+    std::string log;  // path
+  };
+
+  ~DaemonTest() override {
+    for (auto const pid : running_) {
+      kill(pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+    }
+  }
+
+  Process start(char const* log, std::vector<std::string> options = {}) {
+    Process process{0, scratch_ / log};
+    options.insert(options.begin(), {KELBASED_PATH, "--rundir", runDir_});
+    std::vector<char*> arguments;
+    for (auto& option : options) arguments.push_back(option.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, process.log.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    auto environment = environment_;
+    std::vector<char*> variables;
+    for (auto& variable : environment) variables.push_back(variable.data());
+    variables.push_back(nullptr);
+    EXPECT_EQ(posix_spawn(&process.pid, KELBASED_PATH, &actions, nullptr, arguments.data(),
+                          variables.data()),
+              0);
+    posix_spawn_file_actions_destroy(&actions);
+    running_.push_back(process.pid);
+    return process;
+  }
+
+  /// The exit status; nothing when it does not end by itself in time.
+  std::optional<int> ended(Process const& process, int milliseconds) {
+    int const fd = static_cast<int>(syscall(SYS_pidfd_open, process.pid, 0));
+    pollfd entry{fd, POLLIN, 0};
+    int const count = poll(&entry, 1, milliseconds);
+    close(fd);
+    if (count != 1) return std::nullopt;
+    int status = 0;
+    waitpid(process.pid, &status, 0);
+    std::erase(running_, process.pid);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+  static std::string text(std::string const& path) {
+    std::ostringstream result;
+    result << std::ifstream(path).rdbuf();
+    return result.str();
+  }
+
+  ScratchDir scratch_;
+  std::string runDir_ = scratch_ / "run";
+  NotifySocket manager_{scratch_ / "notify"};
+  std::vector<std::string> environment_{"NOTIFY_SOCKET=" + (scratch_ / "notify").string()};
+  std::vector<pid_t> running_;
+};
+
+TEST_F(DaemonTest, TellsItsServiceManagerAndEndsCleanly) {
+  environment_.push_back("WATCHDOG_USEC=200000");
+  for (int const signal : {SIGTERM, SIGINT}) {
+    auto const kelbased = start("log");
+    EXPECT_TRUE(manager_.heard("READY=1"));
+    EXPECT_TRUE(manager_.heard("STATUS="));
+    EXPECT_TRUE(manager_.heard("WATCHDOG=1"));
+    EXPECT_TRUE(manager_.heard("WATCHDOG=1"));
+    kill(kelbased.pid, signal);
+    EXPECT_EQ(ended(kelbased, 1000), 0);
+    EXPECT_TRUE(manager_.heard("STOPPING=1"));
+    EXPECT_THAT(text(kelbased.log), HasSubstr("kelbased: publishing in "));
+    EXPECT_TRUE(std::filesystem::exists(scratch_ / "run/tables/data.mdb"));
+  }
+}
+
+TEST_F(DaemonTest, ASecondOneIsRefusedAndASuccessorOfAKilledOneIsNot) {
+  auto const first = start("first");
+  ASSERT_TRUE(manager_.heard("READY=1"));
+  auto const second = start("second");
+  EXPECT_EQ(ended(second, 20'000), 1);
+  EXPECT_THAT(text(second.log), HasSubstr("(pid " + std::to_string(first.pid) + ")"));
+  kill(first.pid, SIGKILL);
+  EXPECT_EQ(ended(first, 20'000), 128 + SIGKILL);
+  start("third");
+  EXPECT_TRUE(manager_.heard("READY=1"));
+}
+
+TEST_F(DaemonTest, WhatCannotWorkIsSaidInOneLine) {
+  struct Row {
+    std::string runDir;
+    std::vector<std::string> options;
+    int status;
+    std::string error;
+  };
+  for (auto const& row : {
+           Row{runDir_, {"--group", "no-such-group"}, 1, "kelbased: group no-such-group: "},
+           Row{"/proc/no-such-place", {}, 1, "kelbased: /proc/no-such-place: "},
+           Row{runDir_, {"--no-such-option"}, 2, "--no-such-option"},
+       }) {
+    runDir_ = row.runDir;
+    auto const kelbased = start("log", row.options);
+    EXPECT_EQ(ended(kelbased, 20'000), row.status);
+    EXPECT_THAT(text(kelbased.log), HasSubstr(row.error));
+  }
+}
+
+TEST(LogLines, CarryTheJournalsPriorities) {
+  EXPECT_EQ(logLine(Mav::Severity::error, "x", true), "<3>x\n");
+  EXPECT_EQ(logLine(Mav::Severity::debug, "x", true), "<7>x\n");
+  EXPECT_EQ(logLine(Mav::Severity::error, "x", false), "kelbased: x\n");
+}
+
+}  // namespace
+}  // namespace Kelbase
