@@ -54,7 +54,7 @@ nlattr const* Attributes::find(std::uint16_t type) const {
   for (std::size_t i = 0; i < rules_.size(); ++i) {
     if (rules_[i].type == type) return found_[i];
   }
-  assert(!"an attribute that no rule declares");
+  assert(false && "an attribute that no rule declares");
   return nullptr;
 }
 
