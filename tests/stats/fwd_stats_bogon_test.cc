@@ -8,6 +8,7 @@ namespace {
 class Listener : public FwdStatsBogon::NotifieeConst {
  public:
   using NotifieeConst::NotifieeConst;
+  using NotifieeConst::onBogon;
   void onBogon(IpVersion const& version) override { heard.push_back(version); }
   std::vector<IpVersion> heard;
 };
