@@ -75,7 +75,7 @@ def check_own(root, user, folder, name, is_test):
 def check_line(root, path, kind, name):
     text = path.as_posix()
     is_test = text.startswith(("tests/", "bench/"))
-    user = text.split("/", 1)[1] if is_test else text
+    user = text.split("/", 1)[1].removeprefix("fuzz/") if is_test else text
     folder = folder_of(user)
     if folder is None:
         return None if user.startswith("support/") else "this file is in no folder of the design"
