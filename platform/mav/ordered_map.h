@@ -61,6 +61,8 @@ class OrderedMap {
   using IteratorConst = BasicIterator<MappedConst>;
 
   OrderedMap() = default;
+  /// Entries that go may look into the map, which is empty and whole by then.
+  ~OrderedMap() { clear(); }
   OrderedMap(OrderedMap const&) = delete;
   OrderedMap& operator=(OrderedMap const&) = delete;
 

@@ -146,6 +146,13 @@ TEST(OrderedMap, entriesThatChangeTheMapWhileTheyComeAndGo) {
   map.insertOrGet(5, [&] { return Mav::makeObject<Neighbourly>(map, 4); });
   map.clear();
   EXPECT_TRUE(map.empty());
+
+  // Far enough that the place found for a row moves while its entry is made.
+  for (int key = 200; key > 0; key -= 2) {
+    map.insertOrGet(key, [&] { return Mav::makeObject<Neighbourly>(map, key - 1); });
+    ASSERT_TRUE(map.contains(key) && map.contains(key - 1));
+  }
+  EXPECT_EQ(map.size(), 200U);
 }
 
 TEST(HashMap, walksInOrderOfInsertion) {
