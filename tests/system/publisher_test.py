@@ -53,7 +53,7 @@ def test_what_changed_while_it_was_away_is_found_at_its_start(router):
 def test_a_burst_of_changes_is_not_lost(router):
     router.publish()
     router.space.run("ip", "-batch", "-", text="".join(
-        f"link add d{n} type dummy\nlink set d{n} up\nlink set d{n} name e{n}\n"
+        f"link add name d{n} type bridge\nlink set d{n} up\nlink set d{n} name e{n}\n"
         for n in range(200)))
     router.space.run("ip", "-batch", "-", text="".join(
         f"link del e{n}\n" for n in range(0, 200, 2)))

@@ -110,6 +110,14 @@ def test_a_port_that_is_taken_is_told(router):
     assert first.end(signal.SIGINT) == 0
 
 
+def test_a_run_directory_that_has_a_publisher_is_told(router):
+    daemon = router.publish()
+    run = Run(router, "--once", "--rundir", router.rundir)
+    assert run.end() == 1
+    assert "kelbased ended by itself" in run.text and str(daemon.pid) in run.text
+    assert router.rundir.exists() and daemon.alive()
+
+
 def test_a_run_directory_of_the_users(router):
     run = Run(router, "--rundir", router.rundir)
     run.read_until("Ctrl-C ends both")

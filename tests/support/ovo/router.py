@@ -62,7 +62,9 @@ class Router:
         return self.space.run("ip", *arguments)
 
     def link_add(self, name):
-        self.ip("link", "add", name, "type", "dummy")
+        """A pair: NAME, and its far end, which is up, so that NAME runs once it is up."""
+        self.ip("link", "add", "name", name, "type", "veth", "peer", "name", f"{name}-far")
+        self.ip("link", "set", f"{name}-far", "up")
 
     def link_up(self, name):
         self.ip("link", "set", name, "up")
@@ -75,7 +77,10 @@ class Router:
 
     def kernel_links(self):
         """Name, index and whether up and running, of every link."""
-        return sorted((link["ifname"], link["ifindex"], {"UP", "LOWER_UP"} <= set(link["flags"]))
+        def runs(flags):
+            return "UP" in flags and "NO-CARRIER" not in flags
+
+        return sorted((link["ifname"], link["ifindex"], runs(link["flags"]))
                       for link in json.loads(self.ip("-json", "link")))
 
     # The publisher.
