@@ -3,7 +3,7 @@
 
 A folder may include only what its arrow names; foreign libraries stay behind the folder that wraps
 them; includes of our own are spelled from the root, in quotes, and name a file that is there.
-A test may include what its folder reaches, directly or not.
+A test may include what its folder reaches, directly or not, and the headers of those tests.
 """
 
 import pathlib
@@ -64,10 +64,11 @@ def reach(folder):
 def check_own(root, user, folder, name, is_test):
     if not (root / name).is_file():
         return f'"{name}" is no file of this tree (includes are spelled from the root)'
-    target = folder_of(name)
+    if is_test and name.startswith(("tests/support/", "bench/support/")):
+        return None
+    target = folder_of(name.removeprefix("tests/") if is_test else name)
     if target is None:
-        allowed = is_test and name.startswith(("tests/support/", f"tests/{folder}/", "bench/"))
-        return None if allowed else f'"{name}" is not for {user}'
+        return f'"{name}" is not for {user}'
     allowed = reach(folder) if is_test else ARROWS[folder] | {folder}
     return None if target in allowed else f"{folder} may not include {target}"
 

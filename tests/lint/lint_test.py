@@ -17,7 +17,9 @@ GOOD = {
     "agent/route_sm.h": '#pragma once\n#include "platform/dovel/prefix.h"\n',
     "platform/pondo/reader.cc": "#include <lmdb.h>\n",
     "handlers/ip_base.cc": "#include <net-snmp/net-snmp-config.h>\n",
-    "tests/handlers/ip_base_test.cc": '#include "platform/mav/time.h"\n',
+    "tests/platform/mav/checks.h": "#pragma once\n",
+    "tests/handlers/ip_base_test.cc": '#include "platform/mav/time.h"\n'
+                                      '#include "tests/platform/mav/checks.h"\n',
 }
 
 
@@ -47,6 +49,7 @@ def test_a_good_tree_has_no_problem(tree):
     ("platform/mav/x.cc", '#include "time.h"\n', "spelled from the root"),
     ("platform/mav/x.cc", "#include <platform/mav/time.h>\n", "write it in quotes"),
     ("tests/stats/x.cc", '#include "agent/route_sm.h"\n', "stats may not include agent"),
+    ("platform/mav/x.cc", '#include "tests/platform/mav/checks.h"\n', "is not for"),
     ("platform/mav/x.h", "int x;\n", "no #pragma once"),
     ("tests/odd/x.cc", "#include <vector>\n", "in no folder"),
 ])

@@ -93,16 +93,18 @@ class Daemon:
 class Agent:
     """An snmpd of its own with the plug-in, asked by the net-snmp tools or, quickly, by a client.
 
-    The stock modules that would answer for our objects are out: each answer is the plug-in's.
+    The stock modules that would answer for our objects are out, unless `without` leaves them in:
+    each answer is the plug-in's.
     """
 
-    def __init__(self, router, plugin=True, foreground=True, options=(), user=None):
+    def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
+                 without="-smux,ip,ip_scalars"):
         self._router = router
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
         self.config(plugin)
         command = ["/usr/sbin/snmpd", "-r", "-C", "-c", self.dir / "snmpd.conf", "-p",
-                   self.dir / "pid", "-I", "-smux,ip,ip_scalars", *options]
+                   self.dir / "pid", "-I", without, *options]
         command += ["-f", "-Lo"] if foreground else ["-Lf", self.dir / "forked.log"]
         command.append(f"udp:127.0.0.1:{self.port}")
         self.daemon = router.start(self.dir / "snmpd.log", *as_user(user),
