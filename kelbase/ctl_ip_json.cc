@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <ranges>
 #include <utility>
 
 #include <fmt/format.h>
@@ -166,9 +165,9 @@ class ElementBuilder {
 }  // namespace
 
 Node const* Node::member(std::string_view memberName) const {
-  auto const reversed = std::views::reverse(children);
-  auto const found = std::ranges::find(reversed, memberName, &Node::name);
-  return found == reversed.end() ? nullptr : &*found;
+  auto const found = std::find_if(children.rbegin(), children.rend(),
+                                  [&](Node const& child) { return child.name == memberName; });
+  return found == children.rend() ? nullptr : &*found;
 }
 
 std::string Fields::place(std::string_view name) const {
