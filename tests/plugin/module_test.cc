@@ -1,0 +1,131 @@
+// The built module, loaded into the agent library of this process as dlmod does it.
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "platform/pondo/writer.h"
+#include "tests/handlers/agent_request.h"
+
+namespace {
+
+using Testing::AgentRequest;
+using Testing::Oid;
+
+Oid const ipForwarding{1, 3, 6, 1, 2, 1, 4, 1, 0};
+Oid const ipv6IpForwarding{1, 3, 6, 1, 2, 1, 4, 25, 0};
+
+class Module {
+ public:
+  Module() : handle_(::dlopen(OVO_MODULE, RTLD_NOW | RTLD_LOCAL)) {
+    if (!handle_) throw std::runtime_error(::dlerror());
+    call("init_OvoSnmp");
+  }
+  ~Module() {
+    call("deinit_OvoSnmp");
+    ::dlclose(handle_);
+  }
+  Module(Module const&) = delete;
+  Module& operator=(Module const&) = delete;
+
+  static bool mapped() {
+    void* const handle = ::dlopen(OVO_MODULE, RTLD_NOW | RTLD_NOLOAD);
+    if (handle) ::dlclose(handle);
+    return handle != nullptr;
+  }
+
+ private:
+  void call(char const* entry) { reinterpret_cast<void (*)()>(::dlsym(handle_, entry))(); }
+
+  void* const handle_;
+};
+
+class ModuleTest : public testing::Test {
+ protected:
+  ModuleTest() {
+    Testing::startAgentLibrary();
+    std::string pattern = std::filesystem::temp_directory_path() / "module.XXXXXX";
+    if (!::mkdtemp(pattern.data())) std::abort();
+    top_ = pattern;
+    ::setenv("KELBASE_RUNDIR", runDir().c_str(), 1);
+  }
+  ~ModuleTest() override {
+    ::unsetenv("KELBASE_RUNDIR");
+    std::filesystem::remove_all(top_);
+  }
+
+  std::filesystem::path runDir() const { return top_ / "run"; }
+
+  // Only while no module is at work: a process has one environment open at a time.
+  void publish(Pondo::Family family, bool routing) const {
+    Pondo::Writer writer(runDir(), {});
+    writer.put<Pondo::ForwardingTable>(family, {.routing = routing});
+    writer.commit();
+  }
+
+  static std::optional<long> value(Oid const& instance) {
+    auto const reply = AgentRequest(MODE_GET, instance).registered();
+    return reply ? reply->value : std::nullopt;
+  }
+  static bool isRegistered(Oid const& instance) {
+    return AgentRequest(MODE_GET, instance).registered().has_value();
+  }
+
+  /// The daemon's loop, until `condition` holds; false when it does not within ten seconds.
+  static bool turnUntil(std::function<bool()> const& condition) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      agent_check_and_process(0);
+    }
+    return true;
+  }
+
+ private:
+  std::filesystem::path top_;
+};
+
+TEST_F(ModuleTest, ServesWhatIsPublishedAndLeavesNothingBehindReloadAfterReload) {
+  for (int round = 0; round < 5; ++round) {
+    bool const routing = round % 2 == 0;
+    publish(Pondo::Family::ipv4, routing);
+    publish(Pondo::Family::ipv6, !routing);
+    {
+      Module const module;
+      EXPECT_FALSE(isRegistered(ipForwarding));  // snmpd has still to fork and drop privileges
+      ASSERT_TRUE(turnUntil([] { return isRegistered(ipForwarding); }));
+      EXPECT_EQ(value(ipForwarding), routing ? 1 : 2);
+      EXPECT_EQ(value(ipv6IpForwarding), routing ? 2 : 1);
+    }
+    EXPECT_FALSE(isRegistered(ipForwarding));
+    EXPECT_FALSE(isRegistered(ipv6IpForwarding));
+    EXPECT_FALSE(Module::mapped());
+    EXPECT_EQ(external_readfdlen, 0);
+  }
+}
+
+TEST_F(ModuleTest, UnloadedBeforeItStartedItNeverStarts) {
+  publish(Pondo::Family::ipv4, true);
+  { Module const module; }
+  EXPECT_FALSE(Module::mapped());
+  agent_check_and_process(0);
+  EXPECT_FALSE(isRegistered(ipForwarding));
+}
+
+TEST_F(ModuleTest, NothingIsServedBeforeThereIsAPublisherAndItIsNoticedWhenItComes) {
+  Module const module;
+  for (int turn = 0; turn < 20; ++turn) agent_check_and_process(0);
+  EXPECT_FALSE(isRegistered(ipForwarding));
+  publish(Pondo::Family::ipv4, true);
+  ASSERT_TRUE(turnUntil([] { return value(ipForwarding).has_value(); }));
+  EXPECT_EQ(value(ipForwarding), 1);
+  EXPECT_EQ(AgentRequest(MODE_GET, ipv6IpForwarding).registered()->returned, SNMP_ERR_GENERR);
+}
+
+}  // namespace
