@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "stats/ip_version.h"
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace IpSnmp {
 namespace {

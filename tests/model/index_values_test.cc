@@ -11,7 +11,7 @@
 #include "model/inet_address.h"
 #include "model/ip_address_prefix_key.h"
 #include "model/ip_cidr_route_table_index.h"
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace IpSnmp {
 namespace {

@@ -3,7 +3,7 @@
 #include <absl/hash/hash_testing.h>
 #include <gtest/gtest.h>
 
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace IpSnmp {
 namespace {

@@ -12,7 +12,7 @@
 #include "platform/dovel/ip6_addr_with_mask.h"
 #include "platform/dovel/ip_addr_with_mask.h"
 #include "platform/dovel/prefix.h"
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace Dovel {
 namespace {

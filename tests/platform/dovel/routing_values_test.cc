@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace Routing {
 namespace {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/mav/string8.h"
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "platform/mav/enumeration.h"
 #include "platform/mav/number_value.h"
-#include "tests/platform/mav/strep_checks.h"
+#include "tests/support/strep_checks.h"
 
 namespace Zoo {
 
