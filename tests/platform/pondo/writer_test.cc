@@ -149,7 +149,7 @@ TEST_F(WriterTest, changeLogKeepsItsLastEntries) {
 TEST_F(WriterTest, filesHaveTheirModesWhateverTheUmask) {
   writer.reset();
   std::filesystem::remove_all(runDir);
-  auto const old = ::umask(0777);
+  auto const old = ::umask(0077);
   writer.emplace(runDir, options);
   ::umask(old);
   auto const modeOf = [&](char const* name) {
