@@ -25,7 +25,8 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
   output->end();
   if (reader.rejected() > 0) {
     context.err << "kelbasectl: " << view.name << ": " << reader.rejected()
-                << " records not well-formed, left out\n";
+                << (reader.rejected() == 1 ? " record" : " records")
+                << " not well-formed, left out\n";
   }
   return exitOk;
 }

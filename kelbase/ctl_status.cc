@@ -82,7 +82,7 @@ void printPublisher(Context const& context, Status const& status) {
   context.out << fmt::format("publisher      {}, pid {}, {}\n", publisher.name, publisher.pid,
                              coloured(context, liveness == "alive", liveness));
   line("started", publisher.startedAt);
-  line("last seen alive", publisher.seenAt);
+  line("last seen", publisher.seenAt);
 }
 
 void printText(Context const& context, Status const& status) {

@@ -12,6 +12,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <lmdb.h>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -243,7 +244,7 @@ TEST_F(CtlCommandTest, StatusOfALivePublisher) {
   std::string const pid = std::to_string(publisher.pid());
   EXPECT_THAT(out(), AllOf(StartsWith("run directory  " + runDir().string() + "\n"),
                            HasSubstr("publisher      kelbased, pid " + pid + ", alive\n"),
-                           HasSubstr("\nstarted        "), HasSubstr("\nlast seen alive"),
+                           HasSubstr("\nstarted        "), HasSubstr("\nlast seen      "),
                            HasSubstr("\nschema         "), HasSubstr("\ngeneration     "),
                            EndsWith("TABLE       RECORDS  MALFORMED\n"
                                     "forwarding        2          0\n"
@@ -269,6 +270,38 @@ TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
   EXPECT_EQ(told["tables"], json::parse(R"([{"name":"forwarding","records":2,"malformed":0},
                                             {"name":"links","records":1,"malformed":0}])"));
   EXPECT_EQ(told["error"], nullptr);
+}
+
+/// Puts bytes into the table of links that are neither a key nor a record; true when done. In a
+/// process of its own, as a publisher is.
+bool putForeignBytes(std::filesystem::path const& runDir) {
+  pid_t const child = ::fork();
+  if (child == 0) {
+    MDB_env* env = nullptr;
+    MDB_txn* txn = nullptr;
+    MDB_dbi dbi = 0;
+    std::string bytes = "?";
+    MDB_val key{bytes.size(), bytes.data()};
+    MDB_val value = key;
+    bool const done = mdb_env_create(&env) == 0 && mdb_env_set_maxdbs(env, 16) == 0 &&
+                      mdb_env_open(env, (runDir / "tables").c_str(), 0, 0640) == 0 &&
+                      mdb_txn_begin(env, nullptr, 0, &txn) == 0 &&
+                      mdb_dbi_open(txn, Pondo::LinkTable::name.data(), 0, &dbi) == 0 &&
+                      mdb_put(txn, dbi, &key, &value, 0) == 0 && mdb_txn_commit(txn) == 0;
+    _exit(done ? 0 : 1);
+  }
+  int status = 1;
+  return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+TEST_F(CtlCommandTest, RecordsThatAreNotWellFormedAreCountedAndLeftOut) {
+  publishOnce();
+  ASSERT_TRUE(putForeignBytes(runDir()));
+  EXPECT_EQ(ctl({"status"}), exitUnkept);
+  EXPECT_THAT(out(), EndsWith("links             2          1\n"));
+  EXPECT_EQ(shown(), someShown);
+  EXPECT_EQ(ctl({"show", "links"}), exitOk);
+  EXPECT_EQ(err(), "kelbasectl: links: 1 record not well-formed, left out\n");
 }
 
 TEST_F(CtlCommandTest, LoadLeavesItsNameAsThePublisher) {
