@@ -25,7 +25,7 @@ std::vector<TableSource*> Publisher::pointers(Sources const& sources) {
   return result;
 }
 
-Publisher::Publisher(Mav::Activity& activity, Options options, Hooks hooks)
+Publisher::Publisher(Mav::Activity& activity, Options const& options, Hooks hooks)
     : runDir_(options.runDir),
       hooks_(std::move(hooks)),
       sources_(makeSources()),

@@ -46,7 +46,7 @@ class Publisher {
 
   /// Takes the run directory. Pondo::EnvironmentException, PublisherRunningException when it is
   /// not to be had; Mav::Exception when the kernel refuses the sockets.
-  Publisher(Mav::Activity& activity, Options options, Hooks hooks);
+  Publisher(Mav::Activity& activity, Options const& options, Hooks hooks);
 
   /// The tables have been equal to the kernel once.
   bool published() const { return published_; }

@@ -114,7 +114,8 @@ class OrderedMap {
   bool erase(Key const& key) {
     auto const found = tree_.find(key);
     if (found == tree_.end()) return false;
-    [[maybe_unused]] Mapped const erased = std::move(found->second);  // destroyed after the map is whole
+    [[maybe_unused]] Mapped const erased =
+        std::move(found->second);  // destroyed after the map is whole
     tree_.erase(found);
     ++modifications_;
     return true;
