@@ -1,7 +1,6 @@
 #include "plugin/module.h"
 
-#include <memory>
-#include <new>
+#include <utility>
 
 #include "platform/pondo/run_dir.h"
 #include "platform/snmp/callback.h"

@@ -1,9 +1,7 @@
 #pragma once
 // The module's entry points, which `dlmod OvoSnmp PATH` calls by name.
 
-#if defined(__GNUC__)
 #define OVO_EXPORT __attribute__((visibility("default")))
-#endif
 
 extern "C" {
 
