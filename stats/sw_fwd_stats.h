@@ -6,7 +6,7 @@
 // for and the snapshot is older than half a second. All counters of a snapshot come from one read.
 // A read that fails is traced, changes nothing, and is tried again by the next question. Read by
 // handlers, on the agent's thread; a read takes as long as the kernel needs to add its counters up
-// (tens of microseconds).
+// (about 0.2 ms).
 //
 // A notifiee of a new snapshot sees that snapshot: what it asks for is not read again.
 

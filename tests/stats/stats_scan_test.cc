@@ -97,6 +97,15 @@ TEST(ScanSnmp, takesWhatIsMissingOrMalformedAsZeroToTheEndOfTheLine) {
   EXPECT_EQ(snmp(snmpHeader + "Ip: 1 64 12").inReceives(), 12U);  // cut
 }
 
+TEST(ScanSnmp, skipsLeadingWordsOfAtMost100Characters) {
+  auto const firstNumber = [](std::size_t tagLength) {
+    return snmp(snmpHeader + std::string(tagLength, 't') + " 1 64 7 8").inReceives();
+  };
+  EXPECT_EQ(firstNumber(99), 7U);
+  EXPECT_EQ(firstNumber(100), 64U);  // the space behind the tag counts as the next word
+  EXPECT_EQ(firstNumber(200), 1U);
+}
+
 TEST(ScanNetstat, readsSixCountersOfTheSecondIpExtLine) {
   SwFwdStatsData const data = netstat(netstatText("11 12 13 14 15 16 17 18"));
   SwFwdStatsData expected = fives();
@@ -127,6 +136,15 @@ TEST(ScanNetstat, passesLinesOfAnyLengthOver) {
     EXPECT_EQ(data.inTruncatedPkts(), 12U) << length;
     EXPECT_EQ(data.inMcastPkts(), 0U) << length;  // the next line begins with a word
   }
+}
+
+TEST(ScanNetstat, skipsAtMost4096CharactersBehindTheFirstWord) {
+  auto const inNoRoutes = [](std::size_t length) {
+    return netstat("TcpExt:" + std::string(length, ' ') + "IpExt: A\nIpExt: 11\n").inNoRoutes();
+  };
+  EXPECT_EQ(inNoRoutes(4095), 5U);
+  EXPECT_EQ(inNoRoutes(4096), 11U);  // what follows is taken for another line
+  EXPECT_EQ(inNoRoutes(4097), 5U);
 }
 
 TEST(ScanSnmp6, setsTheCountersThatItKnows) {
