@@ -36,18 +36,6 @@ TEST(SwFwdStatsData, parsesWhatItPrints) {
   EXPECT_TRUE(!Mav::strepToValue<SwFwdStatsData>("Value('Ip::SwFwdStatsData', ** {})"));
 }
 
-TEST(SwFwdStatsData, differsByAnyField){
-#define EXPECT_DIFFERENT(r, d, field)  \
-  {                                    \
-    SwFwdStatsData data;               \
-    data.BOOST_PP_CAT(field, Is)(1);   \
-    EXPECT_NE(data, SwFwdStatsData()); \
-    EXPECT_EQ(data.field(), 1U);       \
-  }
-    BOOST_PP_SEQ_FOR_EACH(EXPECT_DIFFERENT, _, BOOST_PP_VARIADIC_TO_SEQ(IP_SW_FWD_FIELDS))
-#undef EXPECT_DIFFERENT
-}
-
 TEST(SwFwdStatsData, refusesWhatIsNotItsForm) {
   struct {
     char const* text;
