@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include <sys/types.h>
 #include <unistd.h>
 
 namespace Pondo {
