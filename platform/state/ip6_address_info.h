@@ -1,0 +1,28 @@
+#pragma once
+// What is known of one IPv6 address of an interface. The empty value stands for "no such address".
+
+#include <tuple>
+
+#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/mav/value.h"
+
+namespace Ip6 {
+
+class AddressInfo : public Mav::Value<AddressInfo> {
+ public:
+  constexpr AddressInfo() = default;
+  explicit constexpr AddressInfo(Dovel::Ip6AddrWithMask const& addr) : addr_(addr) {}
+  AddressInfo(char const*& from, char const* to)
+      : AddressInfo(Mav::parsedStrep<AddressInfo>(from, to)) {}
+
+  constexpr Dovel::Ip6AddrWithMask const& addr() const { return addr_; }
+
+  static constexpr auto attributes() {
+    return std::tuple{Mav::Attribute("addr", &AddressInfo::addr_)};
+  }
+
+ private:
+  Dovel::Ip6AddrWithMask addr_;
+};
+
+}  // namespace Ip6
