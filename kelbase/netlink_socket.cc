@@ -10,11 +10,7 @@ namespace Kelbase {
 namespace {
 
 /// The kernel fills dump datagrams up to the size of the reads it has seen, 32 KiB at most.
-<<<<<<< Updated upstream
 constexpr std::size_t bufferSize = std::size_t{32} * 1024;
-=======
-constexpr std::size_t bufferSize = 32'768;
->>>>>>> Stashed changes
 
 [[noreturn]] void throwErrno(std::string_view what, std::string_view remedy) {
   throw Mav::Exception(fmt::format("{}: {}; {}", what, std::strerror(errno), remedy));
