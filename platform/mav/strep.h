@@ -1,9 +1,10 @@
 #pragma once
 // Streps: the string representation of values, which prints and parses.
 //
-//   valueToStrep(v)          numbers in decimal; enumerators, addresses, names and octet strings in
-//                            single quotes; a composite as Value('Type', ** {'attribute': ...}); a
-//                            reference to an object as None, or as Ptr(KEY), which does not parse.
+//   valueToStrep(v)          numbers in decimal; True and False; enumerators, addresses, names and
+//                            octet strings in single quotes; a composite as
+//                            Value('Type', ** {'attribute': ...}); a reference to an object as
+//                            None, or as Ptr(KEY), which does not parse.
 //   strepToValue<T>(text)    the value, from the whole of `text`.
 //
 // Inside quotes a backslash escapes: \\ and \' stand for themselves, \xHH for any octet. Printing
@@ -84,6 +85,18 @@ std::string valueToStrep(T value) {
 template <Number T>
 void parseStrep(StrepReader& in, T& value) {
   value = in.number<T>();
+}
+
+/// True or False, bare.
+template <std::same_as<bool> T>
+std::string valueToStrep(T value) {
+  return value ? "True" : "False";
+}
+template <std::same_as<bool> T>
+void parseStrep(StrepReader& in, T& value) {
+  in.skipSpace();
+  value = in.isAt('T');
+  in.expect(value ? "True" : "False");
 }
 
 inline std::string valueToStrep(std::string const& bytes) { return Mav::quoted(bytes); }

@@ -1,0 +1,32 @@
+#pragma once
+// One row of ipNetToMediaTable. Nothing of the neighbour is copied: the row refers to the ARP
+// status of its interface and looks the neighbour up there when it is read. A neighbour that has
+// gone reads as an empty value until the row goes too. One thread.
+
+#include "model/arp_table_index.h"
+#include "platform/mav/object.h"
+#include "platform/state/arp_intf_status.h"
+
+namespace IpSnmp {
+
+class ArpTableEntry : public Mav::Counted<ArpTableEntry> {
+ public:
+  ArpTableEntry(ArpTableIndex key, Mav::Ptr<Arp::ArpIntfStatus const> arpIntfStatus)
+      : key_(key), arpIntfStatus_(std::move(arpIntfStatus)) {}
+
+  ArpTableIndex const& key() const { return key_; }
+  Mav::Ptr<Arp::ArpIntfStatus const> const& arpIntfStatus() const { return arpIntfStatus_; }
+
+  /// RangeException "null ValidPtr" without an ARP status.
+  Arp::ArpEntryStatus arpEntry() const {
+    return Mav::validPtr(arpIntfStatus_)->arpEntry(key_.ipAddr());
+  }
+  /// Of arpEntry(): six zero octets when the neighbour has gone.
+  Dovel::EthAddr physAddress() const { return arpEntry().ethAddr(); }
+
+ private:
+  ArpTableIndex const key_;
+  Mav::Ptr<Arp::ArpIntfStatus const> const arpIntfStatus_;
+};
+
+}  // namespace IpSnmp

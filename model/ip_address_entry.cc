@@ -1,0 +1,45 @@
+#include "model/ip_address_entry.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace IpSnmp {
+
+void IpAddressEntry::intfIs(IntfData data) {
+  auto const key = data.key();
+  intf_.put(key, std::move(data));
+}
+
+IpAddressEntry::IntfIteratorConst IpAddressEntry::master() const {
+  auto first = intf_.first();
+  if (!first) throw Mav::RangeException("null ValidPtr");
+  return first;
+}
+
+std::uint32_t IpAddressEntry::ifIndex() const {
+  auto const prefix = prefixEntry();
+  return prefix ? prefix->key().ifIndex() : 0;
+}
+
+AddressStatus IpAddressEntry::addressStatus() const {
+  return master().key().source() == addressSourceConfig ? addressStatusInaccessible
+                                                        : addressStatusPreferred;
+}
+
+Mav::Ptr<IpAddressPrefixEntry const> IpAddressEntry::prefixEntry() const {
+  return master().value().prefixEntry();
+}
+
+Dovel::IpAddr IpAddressEntry::ipAdEntAddr() const {
+  Dovel::IpAddr::Octets octets{};
+  auto const& bytes = key_.bytes();
+  if (bytes.size() < octets.size()) {
+    throw Mav::RangeException(
+        fmt::format("an address of {} octets has no IPv4 address", bytes.size()));
+  }
+  std::copy_n(bytes.begin(), octets.size(), octets.begin());
+  return Dovel::IpAddr(octets);
+}
+
+}  // namespace IpSnmp

@@ -1,0 +1,53 @@
+#pragma once
+// What the handlers of IP-FORWARD-MIB's objects serve, mounted at "snmp/ip/ipforwardmib". The route
+// state machine is its only writer. As IpMib in all else (ip_mib.h).
+
+#include "model/collection.h"
+#include "model/ip_cidr_route_table_entry.h"
+
+namespace IpSnmp {
+
+class IpForwardMib : public Mav::Entity {
+ public:
+  static constexpr std::string_view path = "snmp/ip/ipforwardmib";
+
+  class NotifieeConst : public Mav::Notifiee<IpForwardMib const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// One row came or went.
+    virtual void onIpCidrRouteTable(IpCidrRouteTableIndex const& /*key*/) {}
+    /// The collection changed as a whole.
+    virtual void onIpCidrRouteTable() {}
+    virtual void onIsNondestructing() {}
+  };
+
+  /// ipForwardMibFactory makes the one that is served.
+  explicit IpForwardMib(Mav::Name name) : Entity(std::move(name)) {}
+
+  Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTableIs(IpCidrRouteTableIndex const& key,
+                                                     std::uint32_t ifIndex,
+                                                     Routing::RouteMetric const& metric,
+                                                     Routing::RoutePreference const& preference,
+                                                     Routing::Fib::RouteType protocol);
+  /// The number of rows: ipCidrRouteNumber.
+  std::size_t ipCidrRouteTables() const { return ipCidrRouteTableMap().size(); }
+
+  std::string_view typeName() const override { return "IpSnmp::IpForwardMib"; }
+  Mav::AttributeTable const& attributeTable() const override;
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ protected:
+  void notifyIsNondestructing() override;
+
+ private:
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+
+  // clang-format off
+  IP_SNMP_COLLECTION(ipCidrRouteTable, IpCidrRouteTable, 0, OrderedByKey<IpCidrRouteTableIndex, IpCidrRouteTableEntry>);
+  // clang-format on
+};
+
+Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name);
+
+}  // namespace IpSnmp

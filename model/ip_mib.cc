@@ -1,0 +1,65 @@
+#include "model/ip_mib.h"
+
+#include "platform/mav/constructor_parameter.h"
+
+namespace IpSnmp {
+
+Mav::Ptr<IpAddressEntry> IpMib::ipAddressTableIs(InetAddress const& key) {
+  return ipAddressTable_.is(key, [&] { return Mav::makeObject<IpAddressEntry>(key); });
+}
+
+void IpMib::ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& entry) {
+  if (!entry) {
+    // The last character has always been there: whoever matches the text expects it.
+    throw Mav::RangeException(
+        "null _ipAddressPrefixTable parameter to mutator for "
+        "IpSnmp::IpMib::ipAddressPrefixTable not allowed\"");
+  }
+  ipAddressPrefixTable_.put(entry->key(), entry);
+}
+
+Mav::Ptr<IpAddrEntry> IpMib::ipAddrTableIs(Mav::Ptr<IpAddressEntry const> const& masterEntry) {
+  return ipAddrTable_.is(
+      Mav::validPtr(masterEntry)->ipAdEntAddr(),
+      [&] { return Mav::makeObject<IpAddrEntry>(masterEntry); },
+      [&](IpAddrEntry const& existing) {
+        Mav::checkConstructorParameter("_masterEntry", masterEntry, existing.masterEntry());
+      });
+}
+
+Mav::Ptr<ArpTableEntry> IpMib::arpTableIs(ArpTableIndex const& key,
+                                          Mav::Ptr<Arp::ArpIntfStatus const> const& arpIntfStatus) {
+  return arpTable_.is(
+      key, [&] { return Mav::makeObject<ArpTableEntry>(key, arpIntfStatus); },
+      [&](ArpTableEntry const& existing) {
+        Mav::checkConstructorParameter("_arpIntfStatus", arpIntfStatus, existing.arpIntfStatus());
+      });
+}
+
+Mav::Ptr<Ip::SwFwdStats> IpMib::ipSwFwdStatsIs(Ip::IpVersion version) {
+  return ipSwFwdStats_.is(version, [&] { return Ip::swFwdStatsFactory(version); });
+}
+
+Mav::AttributeTable const& IpMib::attributeTable() const {
+  static Mav::AttributeTable const table{
+      Mav::collectionAttribute<&IpMib::ipAddressTableIs, &IpMib::ipAddressTableDel>(
+          "ipAddressTable"),
+      Mav::collectionAttribute<nullptr, &IpMib::ipAddressPrefixTableDel>("ipAddressPrefixTable"),
+      Mav::collectionAttribute<nullptr, &IpMib::ipAddrTableDel>("ipAddrTable"),
+      Mav::collectionAttribute<nullptr, &IpMib::arpTableDel>("arpTable"),
+      Mav::collectionAttribute<&IpMib::ipSwFwdStatsIs, &IpMib::ipSwFwdStatsDel>("ipSwFwdStats")};
+  return table;
+}
+
+void IpMib::notifyIsNondestructing() {
+  notifiees_.notify(Mav::isNondestructingAttributeId,
+                    [](NotifieeConst& n) { n.onIsNondestructing(); });
+}
+
+Mav::Ptr<IpMib> ipMibFactory(Mav::Name name) {
+  auto ipMib = Mav::makeObject<IpMib>(std::move(name));
+  for (auto version : {Ip::ipVersion4, Ip::ipVersion6}) ipMib->memberIs("ipSwFwdStats", version);
+  return ipMib;
+}
+
+}  // namespace IpSnmp

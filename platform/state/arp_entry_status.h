@@ -1,0 +1,37 @@
+#pragma once
+// One IPv4 neighbour of an interface: its address, its link address, and whether it is fixed by
+// configuration (permanent). A default value stands for no neighbour.
+
+#include <tuple>
+
+#include "platform/dovel/eth_addr.h"
+#include "platform/dovel/ip_addr.h"
+#include "platform/mav/value.h"
+
+namespace Arp {
+
+class ArpEntryStatus : public Mav::Value<ArpEntryStatus> {
+ public:
+  ArpEntryStatus() = default;
+  ArpEntryStatus(Dovel::IpAddr addr, Dovel::EthAddr ethAddr, bool isStatic)
+      : addr_(addr), ethAddr_(ethAddr), isStatic_(isStatic) {}
+  ArpEntryStatus(char const*& from, char const* to)
+      : ArpEntryStatus(Mav::parsedStrep<ArpEntryStatus>(from, to)) {}
+
+  Dovel::IpAddr const& addr() const { return addr_; }
+  Dovel::EthAddr const& ethAddr() const { return ethAddr_; }
+  bool isStatic() const { return isStatic_; }
+
+  static constexpr auto attributes() {
+    return std::tuple{Mav::Attribute("addr", &ArpEntryStatus::addr_),
+                      Mav::Attribute("ethAddr", &ArpEntryStatus::ethAddr_),
+                      Mav::Attribute("isStatic", &ArpEntryStatus::isStatic_)};
+  }
+
+ private:
+  Dovel::IpAddr addr_;
+  Dovel::EthAddr ethAddr_;
+  bool isStatic_ = false;
+};
+
+}  // namespace Arp
