@@ -111,7 +111,7 @@ std::vector<Written> write(std::filesystem::path const& runDir,
   if (!batch.forwarding().empty()) {
     written.push_back({"forwarding", writeForwarding(writer, batch.forwarding(), present)});
   }
-  writer.commit();
+  writer.commitComplete();
   return written;
 }
 

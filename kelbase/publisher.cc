@@ -61,10 +61,11 @@ void Publisher::publish() {
 void Publisher::write() {
   if (everything_) {
     writeAll();
+    writer_.commitComplete();
   } else {
     for (auto const& source : sources_) source->writeChanges(writer_);
+    writer_.commit();
   }
-  writer_.commit();
   everything_ = false;
   published_ = true;
   if (failing_)

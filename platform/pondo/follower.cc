@@ -176,6 +176,12 @@ void Follower::Impl::lookAtPublisher() {
 bool Follower::Impl::turnSlice() {
   auto const snapshot = reader->snapshot();
   auto const log = snapshot.log();
+  if (!log.complete) {
+    say("incomplete", Mav::Severity::notice,
+        runDir.string() + ": new tables; waiting until the publisher has filled them");
+    state = State::waiting;
+    return false;  // its commits ring
+  }
   bool const behind = log.instance != instance || position < log.first || position > log.next;
   if (behind) startComparison(log);
   if (!behind && !comparison && state == State::waiting) inSyncAt = log.next;

@@ -139,7 +139,7 @@ std::uint64_t Snapshot::generation() const {
 LogState Snapshot::log() const {
   auto const& impl = *reader_.impl_;
   auto const meta = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
-  return {meta.instance, meta.logFirst, meta.logNext};
+  return {meta.instance, meta.logFirst, meta.logNext, meta.complete != 0};
 }
 
 void Snapshot::countRejected() const { ++reader_.impl_->rejected; }

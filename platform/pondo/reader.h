@@ -31,6 +31,8 @@ struct LogState {
   std::uint64_t instance = 0;
   std::uint64_t first = 0;
   std::uint64_t next = 0;
+  /// False while a publisher fills new tables for the first time: what is absent says nothing.
+  bool complete = false;
 };
 
 class Snapshot {

@@ -36,6 +36,9 @@ class WriteTransaction {
     if (code != MDB_NOTFOUND) fail(code, "read");
   }
 
+  /// Says that the tables hold everything there is.
+  void completeIs() { meta_.complete = 1; }
+
   /// Makes the changes visible, with the next generation; keeps `logMax` entries of the change log
   /// or a little more.
   Format::MetaRecord commit(std::size_t logMax);

@@ -41,6 +41,7 @@ struct Writer::Impl {
   Outcome put(TableId table, std::string_view key, std::string_view value);
   Outcome erase(TableId table, std::string_view key);
   void commit();
+  void commitComplete();
   void abort();
   bool service();
 
@@ -192,6 +193,17 @@ void Writer::Impl::commit() {
   ring();
 }
 
+void Writer::Impl::commitComplete() {
+  if (env && meta.complete != 0) return commit();
+  meta = attempt([this](WriteTransaction& t) {
+    t.completeIs();
+    return t.commit(options.logMax);
+  });
+  txn.reset();
+  batch.clear();
+  ring();
+}
+
 void Writer::Impl::abort() {
   txn.reset();
   batch.clear();
@@ -301,6 +313,7 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
 }
 
 void Writer::commit() { impl_->commit(); }
+void Writer::commitComplete() { impl_->commitComplete(); }
 void Writer::abort() { impl_->abort(); }
 std::uint64_t Writer::generation() const { return impl_->meta.generation; }
 bool Writer::service() { return impl_->service(); }

@@ -71,6 +71,10 @@ class Writer {
 
   /// No effect when nothing changed.
   void commit();
+  /// As commit(), and says that the tables hold everything there is: readers of new tables wait for
+  /// it, so that they never take what is not there yet for what is gone. Once said, it holds until
+  /// the tables are made anew.
+  void commitComplete();
   /// Forgets what was not committed.
   void abort();
 

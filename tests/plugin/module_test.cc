@@ -66,7 +66,7 @@ class ModuleTest : public testing::Test {
   void publish(Pondo::Family family, bool routing) const {
     Pondo::Writer writer(runDir(), {});
     writer.put<Pondo::ForwardingTable>(family, {.routing = routing});
-    writer.commit();
+    writer.commitComplete();
   }
 
   static std::optional<long> value(Oid const& instance) {

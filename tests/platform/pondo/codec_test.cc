@@ -28,12 +28,13 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<LinkTable>({.ifIndex = 5, .adminUp = true, .operUp = true}),
             "\x01\x03\0\0\x05\0\0\0"s);
 
-  Format::MetaRecord const meta{.instance = 2, .generation = 3, .logFirst = 4, .logNext = 5};
+  Format::MetaRecord const meta{
+      .instance = 2, .generation = 3, .logFirst = 4, .logNext = 5, .complete = 1};
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
-  EXPECT_EQ(
-      bytes,
-      "OVOT\x01\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(bytes,
+            "OVOT\x01\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "\x01\0\0\0\0\0\0\0"s);
 }
 
 TEST(CodecTest, linkKeysSortAsTheNamesDo) {

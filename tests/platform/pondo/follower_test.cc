@@ -61,6 +61,9 @@ class Mirror : public Listener {
 };
 
 struct FollowerTest : RunDirTest {
+  std::string publish(std::string const& options = {}) {
+    return RunDirTest::publish("complete " + options);
+  }
   void follow() { follower.emplace(activity, runDir, std::vector<Listener*>{&mirror}); }
   void turn() { activity.deliver(); }
   void turns(int count) {
@@ -113,6 +116,22 @@ TEST_F(FollowerTest, comparesThenFollowsTheDoorbell) {
   turn();
   EXPECT_THAT(mirror.announced, ElementsAre("c", "c", "a", "b"));
   EXPECT_EQ(mirror.links, (std::map<std::string, int>{{"a", 1}, {"b", 3}}));
+  EXPECT_EQ(mirror.inSync, 1);
+}
+
+TEST_F(FollowerTest, takesNothingFromNewTablesBeforeTheyAreFilled) {
+  ASSERT_EQ(RunDirTest::publish(), "ok");
+  commit("link b 2");
+  mirror.links = {{"a", 1}};
+  follow();
+  turns(2);
+  EXPECT_THAT(mirror.announced, IsEmpty());
+  EXPECT_EQ(mirror.inSync, 0);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("waiting until the publisher has filled them")));
+  publisher.tell("link a 1");
+  publisher.tell("complete");
+  turn();
+  EXPECT_THAT(mirror.announced, ElementsAre("a", "b"));
   EXPECT_EQ(mirror.inSync, 1);
 }
 
@@ -250,7 +269,11 @@ TEST_F(FollowerTest, deletedAndRecreatedRunDirectory) {
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("No such file or directory")));
   EXPECT_EQ(mirror.links.size(), 1U);
   EXPECT_EQ(publisher.tell("service"), "1");
+  turns(2);
+  EXPECT_EQ(mirror.links.size(), 1U);  // new tables, still empty
+  lines.take();
   commit("link b 1");
+  publisher.tell("complete");
   turns(3);
   EXPECT_EQ(mirror.links, (std::map<std::string, int>{{"b", 1}}));
   EXPECT_EQ(mirror.inSync, 2);
@@ -290,6 +313,7 @@ TEST_F(FollowerTest, truncatedTablesAreToldOnceAndMended) {
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("truncated")));
   EXPECT_EQ(mirror.links.size(), 1U);
   EXPECT_EQ(publisher.tell("service"), "1");
+  publisher.tell("complete");
   turns(2);
   EXPECT_THAT(mirror.links, IsEmpty());
   EXPECT_EQ(follower->state(), Follower::State::following);

@@ -43,14 +43,17 @@ void publish(Words& words) {
   auto const runDir = next<std::string>(words);
   Pondo::Writer::Options options;
   options.publisher = "peer";
+  bool complete = false;
   for (std::string field; words >> field;) {
     if (field == "logMax") words >> options.logMax;
     if (field == "mapSize") words >> options.mapSize;
     if (field == "pinnedMax") words >> options.pinnedMax;
     if (field == "group") words >> options.group;
+    if (field == "complete") complete = true;
   }
   writer.reset();
   writer = std::make_unique<Pondo::Writer>(runDir, options);
+  if (complete) writer->commitComplete();
 }
 
 // All records of a transaction carry its number.
@@ -110,6 +113,7 @@ std::string answer(std::string const& line) {
     return writer->put<Pondo::ForwardingTable>(family, {.routing = routing}) ? "1" : "0";
   }
   if (verb == "commit") return writer->commit(), std::to_string(writer->generation());
+  if (verb == "complete") return writer->commitComplete(), "ok";
   if (verb == "service") return writer->service() ? "1" : "0";
   if (verb == "advance") return simulated.advance(next<double>(words)), "ok";
   if (verb == "churn") return forkChurn(words);
