@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """Clang's checks: `clang.py format|headers|tidy [--root ROOT] [--build DIR]`.
 
-format: every source is as clang-format 14 writes it. headers: every header compiles alone.
-tidy: the checks of .clang-tidy, over what DIR/compile_commands.json builds (tests apart).
+format: every source is as clang-format 14 writes it. headers: every header
+compiles alone. tidy: the checks of .clang-tidy, over what DIR/compile_commands.json builds. (Tests
+apart in both.)
 """
 
 import argparse
@@ -15,6 +16,7 @@ import sys
 
 import includes
 
+NOT_SHIPPED = ("tests", "bench")
 HEADER_FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Werror", "-x", "c++", "-"]
 
 
@@ -39,13 +41,14 @@ def check_headers(root, _):
         code, output = run(["clang++", f"-I{root}", *HEADER_FLAGS], f'#include "{header}"\n')
         return f"{header} does not compile alone:\n{output}" if code else None
 
-    return side_by_side(alone, [p for p in includes.sources(root) if p.suffix == ".h"])
+    return side_by_side(alone, [path for path in includes.sources(root)
+                                if path.suffix == ".h" and path.parts[0] not in NOT_SHIPPED])
 
 
 def check_tidy(root, build):
     database = json.loads((build / "compile_commands.json").read_text())
     wanted = {str(root / path) for path in includes.sources(root)
-              if path.suffix == ".cc" and path.parts[0] not in ("tests", "bench")}
+              if path.suffix == ".cc" and path.parts[0] not in NOT_SHIPPED}
     files = sorted(wanted & {entry["file"] for entry in database})
     if not files:
         return [f"{build}/compile_commands.json builds nothing of {root}"]
