@@ -1,0 +1,45 @@
+#include "agent/root.h"
+
+#include "platform/mav/constructor_parameter.h"
+
+namespace IpSnmp {
+
+Mav::Ptr<IpAddressTableSm> Root::ipAddressTableSmIs(
+    Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+    Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir, Mav::Ptr<IpMib> const& ipMib,
+    Mav::Ptr<Ip::Config const> const& ipConfig, Mav::Ptr<Ip::Status const> const& ipStatus,
+    Mav::Ptr<Ip6::Config const> const& ip6Config, Mav::Ptr<Ip6::Status const> const& ip6Status) {
+  if (auto const& sm = ipAddressTableSm_) {
+    Mav::checkConstructorParameter("_activityConfig", activityConfig, sm->activityConfig());
+    Mav::checkConstructorParameter("_intfStatusDir", intfStatusDir, sm->intfStatusDir());
+    Mav::checkConstructorParameter("_ipMib", ipMib, sm->ipMib());
+    Mav::checkConstructorParameter("_config", ipConfig, sm->config());
+    Mav::checkConstructorParameter("_status", ipStatus, sm->status());
+    Mav::checkConstructorParameter("_config6", ip6Config, sm->config6());
+    Mav::checkConstructorParameter("_status6", ip6Status, sm->status6());
+  } else {
+    ipAddressTableSm_ = Mav::makeObject<IpAddressTableSm>(activityConfig, intfStatusDir, ipMib,
+                                                          ipConfig, ipStatus, ip6Config, ip6Status);
+  }
+  return ipAddressTableSm_;
+}
+
+Mav::AttributeTable const& Root::attributeTable() const {
+  static Mav::AttributeTable const table{
+      Mav::plainAttribute<&Root::ipConfig, &Root::ipConfigIs>("ipConfig"),
+      Mav::plainAttribute<&Root::ipStatus, &Root::ipStatusIs>("ipStatus"),
+      Mav::plainAttribute<&Root::ip6Config, &Root::ip6ConfigIs>("ip6Config"),
+      Mav::plainAttribute<&Root::ip6Status, &Root::ip6StatusIs>("ip6Status"),
+      Mav::plainAttribute<&Root::intfStatusDir, &Root::intfStatusDirIs>("intfStatusDir"),
+      Mav::plainAttribute<&Root::arpStatus, &Root::arpStatusIs>("arpStatus"),
+      Mav::plainAttribute<&Root::ipMib, &Root::ipMibIs>("ipMib"),
+      Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
+      Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib")};
+  return table;
+}
+
+Mav::Ptr<Root> RootIs(Mav::Name name) { return Mav::makeObject<Root>(std::move(name)); }
+
+Mav::Ptr<Root> rootFactory(Mav::Name name) { return Mav::validPtr(RootIs(std::move(name))); }
+
+}  // namespace IpSnmp

@@ -1,0 +1,72 @@
+#pragma once
+// Where the state machines meet their inputs. Whoever wires the agent sets the inputs and the two
+// cache entities, by their setters or by attribute name, in any order, and then has the state
+// machines created; each fills its tables at once. The inputs of a state machine are given to its
+// setter: the attributes are for others to find.
+//
+// Deleting a state machine, or the Root, disconnects its reactors; the caches stay with whoever
+// holds them. All on the agent's thread, not from inside a notification of what is wired.
+
+#include "agent/ip_address_table_sm.h"
+#include "model/ip_forward_mib.h"
+#include "platform/state/arp_neighbor_dir.h"
+
+namespace IpSnmp {
+
+class Root : public Mav::Entity {
+ public:
+  explicit Root(Mav::Name name) : Entity(std::move(name)) {}
+
+  Mav::Ptr<Ip::Config const> const& ipConfig() const { return ipConfig_; }
+  void ipConfigIs(Mav::Ptr<Ip::Config const> const& value) { ipConfig_ = value; }
+  Mav::Ptr<Ip::Status const> const& ipStatus() const { return ipStatus_; }
+  void ipStatusIs(Mav::Ptr<Ip::Status const> const& value) { ipStatus_ = value; }
+  Mav::Ptr<Ip6::Config const> const& ip6Config() const { return ip6Config_; }
+  void ip6ConfigIs(Mav::Ptr<Ip6::Config const> const& value) { ip6Config_ = value; }
+  Mav::Ptr<Ip6::Status const> const& ip6Status() const { return ip6Status_; }
+  void ip6StatusIs(Mav::Ptr<Ip6::Status const> const& value) { ip6Status_ = value; }
+  Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir() const {
+    return intfStatusDir_;
+  }
+  void intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const> const& value) {
+    intfStatusDir_ = value;
+  }
+  Mav::Ptr<Arp::NeighborDir const> const& arpStatus() const { return arpStatus_; }
+  void arpStatusIs(Mav::Ptr<Arp::NeighborDir const> const& value) { arpStatus_ = value; }
+  Mav::Ptr<IpMib> const& ipMib() const { return ipMib_; }
+  void ipMibIs(Mav::Ptr<IpMib> const& value) { ipMib_ = value; }
+  Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return ipForwardMib_; }
+  void ipForwardMibIs(Mav::Ptr<IpForwardMib> const& value) { ipForwardMib_ = value; }
+
+  Mav::Ptr<IpAddressTableSm> const& ipAddressTableSm() const { return ipAddressTableSm_; }
+  /// Creates the state machine. One that exists is kept when it was created with the same
+  /// arguments; Mav::NameInUseException otherwise.
+  Mav::Ptr<IpAddressTableSm> ipAddressTableSmIs(
+      Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+      Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
+      Mav::Ptr<IpMib> const& ipMib, Mav::Ptr<Ip::Config const> const& ipConfig,
+      Mav::Ptr<Ip::Status const> const& ipStatus, Mav::Ptr<Ip6::Config const> const& ip6Config,
+      Mav::Ptr<Ip6::Status const> const& ip6Status);
+  /// No effect when there is none.
+  void ipAddressTableSmDel() { ipAddressTableSm_.reset(); }
+
+  std::string_view typeName() const override { return "IpSnmp::Root"; }
+  Mav::AttributeTable const& attributeTable() const override;
+
+ private:
+  Mav::Ptr<Ip::Config const> ipConfig_;
+  Mav::Ptr<Ip::Status const> ipStatus_;
+  Mav::Ptr<Ip6::Config const> ip6Config_;
+  Mav::Ptr<Ip6::Status const> ip6Status_;
+  Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir_;
+  Mav::Ptr<Arp::NeighborDir const> arpStatus_;
+  Mav::Ptr<IpMib> ipMib_;
+  Mav::Ptr<IpAddressTableSm> ipAddressTableSm_;
+  Mav::Ptr<IpForwardMib> ipForwardMib_;
+};
+
+/// A new Root, which has every attribute null. RootIs is the object model's form of the same.
+Mav::Ptr<Root> RootIs(Mav::Name name);
+Mav::Ptr<Root> rootFactory(Mav::Name name);
+
+}  // namespace IpSnmp
