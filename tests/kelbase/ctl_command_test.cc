@@ -12,7 +12,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <lmdb.h>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -272,31 +271,24 @@ TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
   EXPECT_EQ(told["error"], nullptr);
 }
 
-/// Puts bytes into the table of links that are neither a key nor a record; true when done. In a
-/// process of its own, as a publisher is.
-bool putForeignBytes(std::filesystem::path const& runDir) {
-  pid_t const child = ::fork();
-  if (child == 0) {
-    MDB_env* env = nullptr;
-    MDB_txn* txn = nullptr;
-    MDB_dbi dbi = 0;
-    std::string bytes = "?";
-    MDB_val key{bytes.size(), bytes.data()};
-    MDB_val value = key;
-    bool const done = mdb_env_create(&env) == 0 && mdb_env_set_maxdbs(env, 16) == 0 &&
-                      mdb_env_open(env, (runDir / "tables").c_str(), 0, 0640) == 0 &&
-                      mdb_txn_begin(env, nullptr, 0, &txn) == 0 &&
-                      mdb_dbi_open(txn, Pondo::LinkTable::name.data(), 0, &dbi) == 0 &&
-                      mdb_put(txn, dbi, &key, &value, 0) == 0 && mdb_txn_commit(txn) == 0;
-    _exit(done ? 0 : 1);
-  }
-  int status = 1;
-  return ::waitpid(child, &status, 0) == child && status == 0;
+/// Zeroes the first `bytes` in the shared file.
+void damage(std::filesystem::path const& runDir, std::string const& bytes) {
+  std::fstream file(runDir / "tables" / "data.mdb",
+                    std::ios::in | std::ios::out | std::ios::binary);
+  std::string content(256 * 1024, '\0');  // of a large sparse file
+  file.read(content.data(), static_cast<std::streamsize>(content.size()));
+  auto const at = content.find(bytes);
+  ASSERT_NE(at, content.npos);
+  file.seekp(static_cast<std::streamoff>(at));
+  file << std::string(bytes.size(), '\0');
 }
 
 TEST_F(CtlCommandTest, RecordsThatAreNotWellFormedAreCountedAndLeftOut) {
-  publishOnce();
-  ASSERT_TRUE(putForeignBytes(runDir()));
+  OtherPublisher(runDir(), [](Pondo::Writer& writer) {
+    publishSome(writer);
+    writer.put<Pondo::LinkTable>(Dovel::IntfId("v1"), {.ifIndex = 0x5a5b5b5a});
+  });
+  damage(runDir(), "\x5a\x5b\x5b\x5a");  // the same in either byte order
   EXPECT_EQ(ctl({"status"}), exitUnkept);
   EXPECT_THAT(out(), EndsWith("links             2          1\n"));
   EXPECT_EQ(shown(), someShown);
