@@ -36,6 +36,10 @@ class Router:
         shutil.rmtree(self.dir)
         assert not reports, "\n".join(reports)
 
+    def ends_with_it(self, one):
+        """What has alive() and stop() is ended with the router."""
+        self._started.append(one)
+
     def fresh_dir(self, name, readable=False):
         self._count += 1
         path = self.dir / f"{name}{self._count}"
