@@ -61,14 +61,13 @@ class AnnouncedMap {
   /// was constructed otherwise, and is returned; one that is new is announced.
   template <class Create, class Check>
   Mapped is(Key key, Create const& create, Check const& check) {
-    if (auto const* existing = map_.find(key)) {
-      Mapped const member = *existing;
-      check(*member);
-      return member;
-    }
     auto const [value, created] = map_.insertOrGet(key, create);
     Mapped member = value;
-    if (created) announce(key);
+    if (created) {
+      announce(key);
+    } else {
+      check(*member);
+    }
     return member;
   }
 
