@@ -1,0 +1,127 @@
+#pragma once
+// A device made of plain entities, the state machine on top, and what its tables show as text.
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "agent/ip6_intf_reactor.h"
+#include "agent/ip_address_reactors.h"
+#include "agent/ip_intf_reactor.h"
+#include "agent/trace.h"
+#include "platform/state/intf_details_provider.h"
+#include "tests/support/strep_checks.h"
+
+using Texts = std::vector<std::string>;
+
+/// The state machine's lines up to `levelMax`, without the head that names file and line.
+class AgentLines {
+ public:
+  explicit AgentLines(int levelMax) : levelMax_(levelMax) {
+    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) {
+      lines_.emplace_back(line.substr(line.find(' ', line.find(' ') + 1) + 1));
+    });
+    enable(true);
+  }
+  ~AgentLines() {
+    enable(false);
+    Mav::traceSinkIs({});
+  }
+  /// What was written since the last call.
+  Texts take() { return std::exchange(lines_, {}); }
+
+ private:
+  void enable(bool on) {
+    for (int level = 1; level <= levelMax_; ++level) {
+      IpSnmp::agentTraceHandle().enabledIs(level, on);
+    }
+  }
+  int const levelMax_;
+  Texts lines_;
+};
+
+class AddressFixture : public testing::Test, public Intf::IntfDetailsProvider {
+ public:
+  AddressFixture() { Intf::intfDetailsProviderIs(this); }
+  ~AddressFixture() override { Intf::intfDetailsProviderIs(nullptr); }
+  std::int32_t ifIndex(Interface::IntfStatus const& status) const override {
+    return status.ifIndex();
+  }
+
+ protected:
+  static Dovel::IntfId id(std::string_view name) { return Dovel::IntfId(name); }
+  static Dovel::IpAddrWithMask v4(std::string_view text) { return Dovel::IpAddrWithMask(text); }
+  static Dovel::Ip6AddrWithMask v6(std::string_view text) { return Dovel::Ip6AddrWithMask(text); }
+
+  Mav::Ptr<IpSnmp::IpAddressTableSm> newSm() {
+    return Mav::makeObject<IpSnmp::IpAddressTableSm>(activityConfig_, dir_, ipMib_, config_,
+                                                     status_, config6_, status6_);
+  }
+
+  void link(std::string_view name, std::int32_t ifIndex) {
+    dir_->intfStatusIs(id(name), ifIndex, true);
+  }
+
+  /// "IFINDEX PREFIX/LENGTH".
+  Texts prefixes() const {
+    Texts texts;
+    for (auto row = ipMib_->ipAddressPrefixTableIterator(); row; ++row) {
+      texts.push_back(std::to_string(row.key().ifIndex()) + " " +
+                      addressText(row.key().version(), row.key().bytes()) + "/" +
+                      std::to_string(row.key().length()));
+    }
+    return texts;
+  }
+
+  /// "ADDRESS IFINDEX INTERFACE...", the master first, an interface of the configuration in
+  /// brackets.
+  Texts addresses() const {
+    Texts texts;
+    for (auto row = ipMib_->ipAddressTableIterator(); row; ++row) {
+      std::string text = addressText(row.key().version(), row.key().bytes()) + " " +
+                         std::to_string(row->ifIndex());
+      for (auto intf = row->intfIterator(); intf; ++intf) {
+        auto const name = intf.key().intfId().stringValue();
+        bool const configured = intf.key().source() == IpSnmp::addressSourceConfig;
+        text += configured ? " (" + name + ")" : " " + name;
+      }
+      texts.push_back(text);
+    }
+    return texts;
+  }
+
+  /// "ADDRESS IFINDEX MASK" of ipAddrTable.
+  Texts oldTable() const {
+    Texts texts;
+    for (auto row = ipMib_->ipAddrTableIterator(); row; ++row) {
+      texts.push_back(row.key().stringValue() + " " + std::to_string(row->ipAdEntIfIndex()) + " " +
+                      row->ipAdEntNetMask().stringValue());
+    }
+    return texts;
+  }
+
+  static std::string addressText(Ip::IpVersion version, Snmp::String const& bytes) {
+    if (version == Ip::ipVersion4) return octets<Dovel::IpAddr>(bytes).stringValue();
+    return octets<Dovel::Ip6Addr>(bytes).stringValue();
+  }
+
+  Mav::Activity activity_;
+  Mav::Ptr<Mav::ActivityConfig> activityConfig_ = Mav::makeObject<Mav::ActivityConfig>(activity_);
+  Mav::Ptr<Interface::AllIntfStatusDir> dir_ = Mav::makeObject<Interface::AllIntfStatusDir>();
+  Mav::Ptr<IpSnmp::IpMib> ipMib_ = Mav::makeObject<IpSnmp::IpMib>("ipmib");
+  Mav::Ptr<Ip::Config> config_ = Mav::makeObject<Ip::Config>();
+  Mav::Ptr<Ip::Status> status_ = Mav::makeObject<Ip::Status>();
+  Mav::Ptr<Ip6::Config> config6_ = Mav::makeObject<Ip6::Config>();
+  Mav::Ptr<Ip6::Status> status6_ = Mav::makeObject<Ip6::Status>();
+
+ private:
+  template <class Addr>
+  static Addr octets(Snmp::String const& bytes) {
+    typename Addr::Octets octets{};
+    EXPECT_EQ(bytes.size(), octets.size());
+    std::copy_n(bytes.begin(), std::min(bytes.size(), octets.size()), octets.begin());
+    return Addr(octets);
+  }
+};

@@ -1,0 +1,192 @@
+#include "agent/ip_address_table_sm.h"
+
+#include "tests/agent/address_fixture.h"
+
+namespace {
+
+using IpSnmp::addressSourceConfig;
+using IpSnmp::addressSourceStatus;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class IpAddressTableSmTest : public AddressFixture {
+ protected:
+  Mav::Ptr<IpSnmp::IpAddressTableSm> sm_ = newSm();
+};
+
+TEST_F(IpAddressTableSmTest, statusWinsOverConfigurationOfTheSameAddress) {
+  sm_->doAddAddr(id("eth1"), addressSourceConfig, 3, v4("10.0.0.1/24"));
+  auto const configured = ipMib_->ipAddressPrefixTableIterator().value();
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  EXPECT_THAT(addresses(), ElementsAre("10.0.0.1 3 eth1 (eth1)"));
+  EXPECT_THAT(oldTable(), ElementsAre("10.0.0.1 3 255.255.255.0"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
+  EXPECT_NE(ipMib_->ipAddressPrefixTableIterator().value(), configured);
+
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/24"));
+  EXPECT_THAT(addresses(), ElementsAre("10.0.0.1 3 (eth1)"));
+  EXPECT_EQ(ipMib_->ipAddressPrefixTableIterator().value(), configured);
+}
+
+TEST_F(IpAddressTableSmTest, theMasterIsTheSmallestKeyAndTheNextOneIsPromoted) {
+  sm_->doAddAddr6(id("eth2"), addressSourceStatus, 5, v6("2001:db8::1/64"));
+  sm_->doAddAddr6(id("eth3"), addressSourceStatus, 7, v6("2001:db8::1/48"));
+  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
+  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 9, v6("2001:db8::1/80"));
+  EXPECT_THAT(prefixes(), ElementsAre("9 2001:db8::/80"));
+  sm_->doAddAddr6(id("eth0"), addressSourceConfig, 2, v6("2001:db8::1/96"));
+  EXPECT_THAT(prefixes(), ElementsAre("9 2001:db8::/80"));
+  EXPECT_THAT(addresses(), ElementsAre("2001:db8::1 9 eth1 eth2 eth3 (eth0)"));
+
+  sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/80"));
+  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
+  sm_->doDelAddr6(id("eth3"), addressSourceStatus, v6("2001:db8::1/48"));
+  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
+  sm_->doDelAddr6(id("eth2"), addressSourceStatus, v6("2001:db8::1/64"));
+  EXPECT_THAT(prefixes(), ElementsAre("2 2001:db8::/96"));
+  sm_->doDelAddr6(id("eth0"), addressSourceConfig, v6("2001:db8::1/96"));
+  EXPECT_THAT(prefixes(), IsEmpty());
+  EXPECT_THAT(addresses(), IsEmpty());
+}
+
+TEST_F(IpAddressTableSmTest, aPrefixRowOfAnotherAddressIsLeft) {
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doAddAddr(id("eth1#2"), addressSourceStatus, 3, v4("10.0.0.2/24"));
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/24"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
+
+  // The other way round the row goes with the address that brought it last.
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/24"));
+  EXPECT_THAT(prefixes(), IsEmpty());
+  EXPECT_THAT(addresses(), ElementsAre("10.0.0.2 3 eth1#2"));
+}
+
+TEST_F(IpAddressTableSmTest, oneAddressTwiceOnOneIfIndexHasOnePrefixRow) {
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  auto const master = ipMib_->ipAddressPrefixTableIterator().value();
+  sm_->doAddAddr(id("eth1#2"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doDelAddr(id("eth1#2"), addressSourceStatus, v4("10.0.0.1/24"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
+  EXPECT_EQ(ipMib_->ipAddressPrefixTableIterator().value(), master);
+}
+
+TEST_F(IpAddressTableSmTest, anotherLengthIsToldAndTakenButLeavesTheMastersRow) {
+  AgentLines lines(1);
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doAddAddr(id("eth2"), addressSourceStatus, 5, v4("10.0.0.1/24"));
+  EXPECT_THAT(lines.take(), IsEmpty());
+
+  sm_->doAddAddr(id("eth2"), addressSourceStatus, 5, v4("10.0.0.1/16"));
+  EXPECT_THAT(lines.take(),
+              ElementsAre("addToIpAddressTable: eth2 already has address 10.0.0.1 with prefix "
+                          "length 24; ignoring it"));
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/8"));
+  EXPECT_THAT(lines.take(),
+              ElementsAre("addToIpAddressTable: eth1 already has address 10.0.0.1 with prefix "
+                          "length 24; ignoring it"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
+  EXPECT_THAT(oldTable(), ElementsAre("10.0.0.1 3 255.0.0.0"));
+
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/8"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24", "5 10.0.0.0/16"));
+}
+
+TEST_F(IpAddressTableSmTest, ipv6AddedAgainLeavesItsPrefixRowBehind) {
+  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6("2001:db8::1/64"));
+  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6("2001:db8::1/64"));
+  sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/64"));
+  EXPECT_THAT(addresses(), IsEmpty());
+  EXPECT_THAT(prefixes(), ElementsAre("3 2001:db8::/64"));
+
+  sm_->doAddAddr6(id("eth2"), addressSourceStatus, 5, v6("2001:db8:1::1/64"));
+  sm_->doAddAddr6(id("eth2"), addressSourceStatus, 6, v6("2001:db8:1::1/64"));
+  EXPECT_THAT(addresses(), ElementsAre("2001:db8:1::1 6 eth2"));
+  sm_->doDelAddr6(id("eth2"), addressSourceStatus, v6("2001:db8:1::1/64"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 2001:db8::/64", "5 2001:db8:1::/64"));
+}
+
+TEST_F(IpAddressTableSmTest, whatCannotBeServedIsIgnored) {
+  AgentLines lines(1);
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("0.0.0.0/8"));
+  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6("::/64"));
+  for (int ifIndex : {0, -1}) {
+    sm_->doAddAddr(id("eth1"), addressSourceStatus, ifIndex, v4("10.0.0.1/24"));
+    sm_->doAddAddr6(id("eth1"), addressSourceStatus, ifIndex, v6("2001:db8::1/64"));
+  }
+  EXPECT_THAT(addresses(), IsEmpty());
+  EXPECT_THAT(oldTable(), IsEmpty());
+  EXPECT_THAT(prefixes(), IsEmpty());
+
+  // An ifIndex that gets unknown does not touch what is filed.
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 0x7fffffff, v4("10.0.0.1/24"));
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, -1, v4("10.0.0.1/16"));
+  EXPECT_THAT(prefixes(), ElementsAre("2147483647 10.0.0.0/24"));
+  EXPECT_THAT(lines.take(), IsEmpty());
+}
+
+TEST_F(IpAddressTableSmTest, deletingLooksAtAddressSourceAndInterfaceAlone) {
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.2/24"));
+  sm_->doDelAddr(id("eth2"), addressSourceStatus, v4("10.0.0.1/24"));
+  sm_->doDelAddr(id("eth1"), addressSourceConfig, v4("10.0.0.1/24"));
+  EXPECT_THAT(addresses(), ElementsAre("10.0.0.1 3 eth1"));
+
+  // A key that is not there still puts the master's row back.
+  ipMib_->ipAddressPrefixTableDelAll();
+  sm_->doDelAddr(id("eth2"), addressSourceStatus, v4("10.0.0.1/24"));
+  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
+
+  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/8"));
+  EXPECT_THAT(addresses(), IsEmpty());
+  EXPECT_THAT(oldTable(), IsEmpty());
+  EXPECT_THAT(prefixes(), IsEmpty());
+}
+
+TEST_F(IpAddressTableSmTest, prefixesOfEveryKindOfLength) {
+  for (auto const* text : {"10.1.2.3/0", "10.1.2.4/7", "10.1.2.5/31", "10.1.2.6/32"}) {
+    sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4(text));
+  }
+  for (auto const* text : {"2001:db8::1/0", "2001:db8::3/127", "2001:db8::4/128"}) {
+    sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6(text));
+  }
+  EXPECT_THAT(prefixes(),
+              ElementsAre("3 0.0.0.0/0", "3 10.0.0.0/7", "3 10.1.2.4/31", "3 10.1.2.6/32", "3 ::/0",
+                          "3 2001:db8::2/127", "3 2001:db8::4/128"));
+  EXPECT_EQ(oldTable().size(), 4U);  // IPv4 alone
+}
+
+TEST_F(IpAddressTableSmTest, theOperationsTraceTheirSignatures) {
+  AgentLines lines(8);
+  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+  sm_->doDelAddr(id("eth1"), addressSourceConfig, v4("10.0.0.1/24"));
+  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6("2001:db8::1/64"));
+  sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/64"));
+  sm_->handleIntfStatus(id("eth1"));
+  EXPECT_THAT(
+      lines.take(),
+      ElementsAre("doAddAddr: void IpSnmp::IpAddressTableSm::doAddAddr(Dovel::IntfId, "
+                  "IpSnmp::AddressSource, S32, const Dovel::IpAddrWithMask&) for eth1 from "
+                  "addressSourceStatus, 10.0.0.1/24",
+                  "doDelAddr: void IpSnmp::IpAddressTableSm::doDelAddr(Dovel::IntfId, "
+                  "IpSnmp::AddressSource, const Dovel::IpAddrWithMask&) for eth1 from "
+                  "addressSourceConfig, 10.0.0.1/24",
+                  "doAddAddr6: void IpSnmp::IpAddressTableSm::doAddAddr6(Dovel::IntfId, "
+                  "IpSnmp::AddressSource, S32, const Dovel::Ip6AddrWithMask&) for eth1, "
+                  "2001:db8::1/64",
+                  "doDelAddr6: void IpSnmp::IpAddressTableSm::doDelAddr6(Dovel::IntfId, "
+                  "IpSnmp::AddressSource, const Dovel::Ip6AddrWithMask&) for eth1, 2001:db8::1/64",
+                  "handleIntfStatus: void IpSnmp::IpAddressTableSm::handleIntfStatus("
+                  "Dovel::IntfId) for eth1"));
+}
+
+TEST_F(IpAddressTableSmTest, withoutTheCacheNothingCanBeFiled) {
+  sm_->ipMibDel();
+  EXPECT_EQ(rangeError([this] {
+              sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
+              return 0;
+            }),
+            "null ValidPtr");
+}
+
+}  // namespace

@@ -1,0 +1,51 @@
+#include "agent/root.h"
+
+#include "tests/agent/address_fixture.h"
+
+namespace {
+
+class RootTest : public AddressFixture {
+ protected:
+  Mav::Ptr<IpSnmp::IpAddressTableSm> create(Mav::Ptr<Ip::Config const> const& config) {
+    return root_->ipAddressTableSmIs(activityConfig_, dir_, ipMib_, config, status_, config6_,
+                                     status6_);
+  }
+  Mav::Ptr<IpSnmp::Root> root_ = IpSnmp::rootFactory("root");
+};
+
+TEST_F(RootTest, inputsAreSetByNameInAnyOrder) {
+  Texts names;
+  for (auto id = Mav::firstAttributeId; root_->attributeString(id) != "unknown"; ++id) {
+    names.emplace_back(root_->attributeString(id));
+  }
+  EXPECT_THAT(
+      names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status", "intfStatusDir",
+                                  "arpStatus", "ipMib", "ipAddressTableSm", "ipForwardMib"));
+  EXPECT_EQ(root_->ipMib(), nullptr);
+  root_->attributeIs("ipMib", ipMib_);
+  root_->attributeIs("ip6Config", Mav::Ptr<Ip6::Config const>(config6_));
+  EXPECT_EQ(root_->ipMib(), ipMib_);
+  EXPECT_EQ(root_->ip6Config(), config6_);
+  EXPECT_THROW(root_->attributeIs("ip6Config", ipMib_), Mav::RangeException);
+}
+
+TEST_F(RootTest, theStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
+  link("eth1", 3);
+  config_->ipIntfConfigIs(id("eth1"))->addrWithMaskIs(v4("10.0.0.1/24"));
+  auto const sm = create(config_);
+  EXPECT_THAT(addresses(), testing::ElementsAre("10.0.0.1 3 (eth1)"));
+  EXPECT_EQ(create(config_), sm);
+  try {
+    create(Mav::makeObject<Ip::Config>());
+    FAIL();
+  } catch (Mav::NameInUseException const& e) {
+    EXPECT_THAT(e.what(), testing::StartsWith("Reinstantiating the pointer interface where "
+                                              "constructor parameter attribute _config has"));
+  }
+  EXPECT_EQ(root_->ipAddressTableSm(), sm);
+  root_->ipAddressTableSmDel();
+  EXPECT_EQ(sm->use_count(), 1U);
+  EXPECT_EQ(root_->ipAddressTableSm(), nullptr);
+}
+
+}  // namespace
