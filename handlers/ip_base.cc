@@ -5,6 +5,10 @@
 #include <string_view>
 
 #include "handlers/forwarding_scalar.h"
+#include "handlers/ip_addr_table.h"
+#include "handlers/ip_address_prefix_table.h"
+#include "handlers/ip_address_table.h"
+#include "handlers/trace.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
@@ -56,10 +60,7 @@ void registerForwarding(ForwardingScalar const& scalar, Netsnmp_Node_Handler* ha
 
 namespace IpBase {
 
-Mav::TraceHandle& traceHandle() {
-  static Mav::TraceHandle handle("Snmp", false);
-  return handle;
-}
+Mav::TraceHandle& traceHandle() { return snmpTraceHandle(); }
 
 }  // namespace IpBase
 
@@ -70,6 +71,9 @@ void init_IpBase() {
   registerForwarding<Routing::Config>(ipForwardingScalar, handle_ipForwarding, ipForwardingOid);
   registerForwarding<Routing6::Config>(ipv6IpForwardingScalar, handle_ipv6IpForwarding,
                                        ipv6IpForwardingOid);
+  initialize_table_ipAddrTable();
+  initialize_table_ipAddressPrefixTable();
+  initialize_table_ipAddressTable();
 }
 
 int handle_ipForwarding(netsnmp_mib_handler* /*handler*/,

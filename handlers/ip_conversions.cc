@@ -1,7 +1,56 @@
 #include "handlers/ip_conversions.h"
 
+#include <array>
+
+#include "handlers/trace.h"
+#include "model/protocol_map.h"
 #include "platform/snmp/convert.h"
+#include "platform/snmp/decode.h"
+
+namespace {
+
+std::int32_t asnInteger(int value, unsigned char* buffer, std::int32_t size) {
+  return Snmp::SnmpConvert<int, Snmp::S32ToAsnIntegerF>(value, buffer, size);
+}
+
+}  // namespace
 
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size) {
-  return Snmp::SnmpConvert<int, Snmp::S32ToAsnIntegerF>(routing ? 1 : 2, buffer, size);
+  return asnInteger(routing ? 1 : 2, buffer, size);
 }
+
+std::int32_t ArpEntryStaticToAsnInteger(Arp::ArpEntryStatus const& entry, unsigned char* buffer,
+                                        std::int32_t size) {
+  return asnInteger(entry.isStatic() ? 4 : 3, buffer, size);
+}
+
+std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigned char* buffer,
+                                     std::int32_t size) {
+  return asnInteger(static_cast<std::int32_t>(metric.value()), buffer, size);
+}
+
+std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
+                                   std::int32_t size) {
+  std::int32_t protocol =
+      IpSnmp::protocolMap().protocol(routeType).value_or(IpSnmp::ipRouteProtocolOther);
+  if (protocol == 0) protocol = IpSnmp::ipRouteProtocolOther;
+  MAV_TRACE(snmpTraceHandle(), 6, "protoMap converted " << routeType << " to " << protocol);
+  return asnInteger(protocol, buffer, size);
+}
+
+std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpSnmp::IpAddressPrefixEntry const> const& entry,
+                                          unsigned char* buffer, std::int32_t size) {
+  auto const& key = Mav::validPtr(entry)->key();
+  std::array<std::uint32_t, 128> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
+  std::size_t count = 10;
+  auto const needed = (count + 4 + key.bytes().size()) * sizeof words[0];
+  if (size < 0 || needed > static_cast<std::size_t>(size) || needed > sizeof words) return 0;
+  words[count++] = key.ifIndex();
+  words[count++] = static_cast<std::uint32_t>(key.version());
+  words[count++] = static_cast<std::uint32_t>(key.bytes().size());
+  for (auto const octet : key.bytes()) words[count++] = octet;
+  words[count++] = key.length();
+  return Snmp::writeBytes(words.data(), count * sizeof words[0], buffer, size);
+}
+
+std::int32_t AsnIntegerToIpVersion(void* value) { return Snmp::AsnIntegerToS32(value); }

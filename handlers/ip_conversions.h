@@ -1,7 +1,34 @@
 #pragma once
-// The conversions of IP-MIB's own values, in the shape of platform/snmp/convert.h.
+// The conversions of IP-MIB's and IP-FORWARD-MIB's own values, in the shape of
+// platform/snmp/convert.h.
 
 #include <cstdint>
 
+#include "model/ip_address_prefix_entry.h"
+#include "platform/dovel/routing_values.h"
+#include "platform/state/arp_entry_status.h"
+
 /// IpForwarding (RFC 4293): forwarding(1) or notForwarding(2).
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size);
+
+/// ipNetToMediaType (RFC 4293): static(4) or dynamic(3).
+std::int32_t ArpEntryStaticToAsnInteger(Arp::ArpEntryStatus const& entry, unsigned char* buffer,
+                                        std::int32_t size);
+
+/// The metric's 32 bits as an INTEGER.
+std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigned char* buffer,
+                                     std::int32_t size);
+
+/// ipCidrRouteProto (RFC 4292), by the protocol map: other(1) for route types that it does not
+/// have.
+std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
+                                   std::int32_t size);
+
+/// The RowPointer of ipAddressPrefix (RFC 4293): ipAddressPrefixOrigin in the prefix's row.
+/// Unlike the others, it writes nothing and returns 0 when the buffer is too small.
+/// RangeException "null ValidPtr" without an entry.
+std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpSnmp::IpAddressPrefixEntry const> const& entry,
+                                          unsigned char* buffer, std::int32_t size);
+
+/// The number of an InetVersion, from an INTEGER of net-snmp.
+std::int32_t AsnIntegerToIpVersion(void* value);

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 
@@ -35,11 +36,34 @@ struct ConstMapped<Ptr<Entry>> {
   using Type = Ptr<Entry const>;
 };
 
+/// A place in the order of keys, which need not be a key: order(key) is how the key stands to it.
+template <class Order>
+struct Place {
+  Order const& order;
+};
+
 /// One three-way comparison a step of a descent, which the b-tree also ends early on equality.
 struct KeyOrder {
+  using is_transparent = void;  // a Place descends too
+
   template <class Key>
   absl::weak_ordering operator()(Key const& a, Key const& b) const {
-    auto const order = a <=> b;
+    return from(a <=> b);
+  }
+  template <class Key, class Order>
+  absl::weak_ordering operator()(Key const& key, Place<Order> const& place) const {
+    return from(place.order(key));
+  }
+  template <class Key, class Order>
+  absl::weak_ordering operator()(Place<Order> const& place, Key const& key) const {
+    auto const order = place.order(key);
+    if (order < 0) return absl::weak_ordering::greater;
+    return order > 0 ? absl::weak_ordering::less : absl::weak_ordering::equivalent;
+  }
+
+ private:
+  template <class Ordering>
+  static absl::weak_ordering from(Ordering order) {
     if (order < 0) return absl::weak_ordering::less;
     return order > 0 ? absl::weak_ordering::greater : absl::weak_ordering::equivalent;
   }
@@ -137,7 +161,27 @@ class OrderedMap {
   Iterator atOrAfter(Key const& key) { return {this, tree_.lower_bound(key)}; }
   IteratorConst atOrAfter(Key const& key) const { return {this, tree_.lower_bound(key)}; }
 
+  /// Descents to a place that need not be a key: `order(key)` is how a key stands to it, in the
+  /// order of the map. Null when there is no such key; valid until the next modification.
+  template <class Order>
+  Key const* firstAfter(Order const& order) const {
+    return keyAt(tree_.upper_bound(Detail::Place<Order>{order}));
+  }
+  template <class Order>
+  Key const* firstAtOrAfter(Order const& order) const {
+    return keyAt(tree_.lower_bound(Detail::Place<Order>{order}));
+  }
+  template <class Order>
+  Key const* lastAtOrBefore(Order const& order) const {
+    auto const after = tree_.upper_bound(Detail::Place<Order>{order});
+    return after == tree_.begin() ? nullptr : keyAt(std::prev(after));
+  }
+
  private:
+  Key const* keyAt(typename Tree::const_iterator position) const {
+    return position == tree_.end() ? nullptr : &position->first;
+  }
+
   Tree tree_;
   std::uint64_t modifications_ = 0;  // of the set of keys
 };

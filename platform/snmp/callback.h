@@ -24,6 +24,17 @@ int guarded(std::string_view who, netsnmp_request_info* requests, Body const& bo
   }
 }
 
+/// Runs the body of a callback whose result an exception turns into `fallback`.
+template <class Result, class Body>
+Result guardedOr(std::string_view who, Result fallback, Body const& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    logFault(who);
+    return fallback;
+  }
+}
+
 /// Runs the body of a callback that has nobody to report to: alarms, descriptors, module entries.
 template <class Body>
 void guarded(std::string_view who, Body const& body) noexcept {

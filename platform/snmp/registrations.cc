@@ -1,6 +1,7 @@
 #include "platform/snmp/registrations.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/mav/trace_handle.h"
@@ -9,14 +10,25 @@ namespace Snmp {
 
 namespace {
 
-std::vector<netsnmp_handler_registration*>& remembered() {
-  static std::vector<netsnmp_handler_registration*> registrations;
+struct Registration {
+  netsnmp_handler_registration* registration;
+  std::unique_ptr<IteratorTable> table;  // null of a scalar
+};
+
+std::vector<Registration>& remembered() {
+  static std::vector<Registration> registrations;
   return registrations;
 }
 
-int remember(netsnmp_handler_registration* registration, int status, std::string const& name) {
+/// `registerIt` is net-snmp's function, and says its status.
+template <class Register>
+int registerAndRemember(netsnmp_handler_registration* registration,
+                        std::unique_ptr<IteratorTable> table, Register const& registerIt) {
+  remembered().reserve(remembered().size() + 1);  // nothing may fail once net-snmp has it
+  std::string const name = registration->handlerName;
+  int const status = registerIt();
   if (status == MIB_REGISTERED_OK) {
-    remembered().push_back(registration);
+    remembered().push_back({registration, std::move(table)});
   } else {
     Mav::log(Mav::Severity::error, "net-snmp refuses to register " + name + " (status " +
                                        std::to_string(status) + "): it is not served");
@@ -24,18 +36,43 @@ int remember(netsnmp_handler_registration* registration, int status, std::string
   return status;
 }
 
+// `before` null: before all others.
+void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* handler,
+            char const* before) {
+  if (handler && netsnmp_inject_handler_before(registration, handler, before) == SNMPERR_SUCCESS) {
+    return;
+  }
+  Mav::log(Mav::Severity::error,
+           std::string("net-snmp takes no further handler of ") + registration->handlerName);
+}
+
 }  // namespace
 
 int registerScalar(netsnmp_handler_registration* registration) {
-  remembered().reserve(remembered().size() + 1);  // nothing may fail once net-snmp has it
-  std::string const name = registration->handlerName;
-  return remember(registration, netsnmp_register_scalar(registration), name);
+  return registerAndRemember(registration, nullptr,
+                             [&] { return netsnmp_register_scalar(registration); });
+}
+
+int registerTable(netsnmp_handler_registration* registration,
+                  std::unique_ptr<IteratorTable> table) {
+  auto& iterator = table->iterator();
+  auto* const rows = &table->rows();
+  int const status = registerAndRemember(registration, std::move(table), [&] {
+    return netsnmp_register_table_iterator(registration, &iterator);
+  });
+  if (status != MIB_REGISTERED_OK) return status;
+  if ((iterator.flags & NETSNMP_ITERATOR_FLAG_SORTED) != 0) {
+    inject(registration, createAbsentRowHandler(rows), TABLE_ITERATOR_NAME);
+  }
+  inject(registration, netsnmp_get_serialize_handler(), nullptr);
+  return status;
 }
 
 void unregisterAll() noexcept {
   auto& registrations = remembered();
   while (!registrations.empty()) {
-    netsnmp_unregister_handler(registrations.back());
+    // What it points to goes after it.
+    netsnmp_unregister_handler(registrations.back().registration);
     registrations.pop_back();
   }
 }

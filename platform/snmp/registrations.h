@@ -3,7 +3,9 @@
 // unmaps the module, and a registration left behind would then lead into unmapped code.
 
 #include <cstddef>
+#include <memory>
 
+#include "platform/snmp/iterator_table.h"
 #include "platform/snmp/net_snmp.h"
 
 namespace Snmp {
@@ -11,6 +13,11 @@ namespace Snmp {
 /// As netsnmp_register_scalar, and remembers it. net-snmp owns `registration` from here on, and
 /// frees it when it refuses. Returns net-snmp's status; a refusal is logged.
 int registerScalar(netsnmp_handler_registration* registration);
+
+/// As netsnmp_register_table_iterator, and remembers it together with `table`. A request that comes
+/// down goes through the serialize handler, the table helper, the absent-row handler (of a sorted
+/// table), the iterator, and then to the handler of `registration`.
+int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<IteratorTable> table);
 
 /// Undoes everything remembered, the latest first.
 void unregisterAll() noexcept;

@@ -6,10 +6,11 @@
 
 namespace Snmp {
 
-/// The border to net-snmp: sets a reply's value from the bytes that a conversion wrote, in the
-/// sizes that net-snmp wants on this machine. 32-bit words of the integer types are taken as they
-/// are (net-snmp sign-extends INTEGER into its long itself).
-/// Returns false when net-snmp refuses, for want of memory.
+/// The border to net-snmp, and the one place that knows its word size: sets a variable's value from
+/// the bytes that a conversion wrote. The 32-bit words of object identifiers and Counter64 are
+/// widened to what net-snmp wants on this machine; those of the other types are taken as they are
+/// (it widens them itself, INTEGER with its sign).
+/// Returns false when the bytes do not make a value of that type, or for want of memory.
 [[nodiscard]] bool setVarTypedValue(netsnmp_variable_list* variable, unsigned char type,
                                     unsigned char const* bytes, std::int32_t length);
 

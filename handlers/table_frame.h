@@ -1,0 +1,333 @@
+#pragma once
+// A table of the plug-in, served through net-snmp's table iterator over one collection of a cache
+// entity. A table is a class that says what differs:
+//
+//   struct IpAddrTable {
+//     using Entity = IpSnmp::IpMib;                 // found by path, at Entity::path
+//     using Rows = Entity::IpAddrTableMap;          // its iterator is a row
+//     using Row = Rows::IteratorConst;
+//     static constexpr std::string_view name = "ipAddrTable";
+//     static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 20};
+//     static constexpr int modes = HANDLER_CAN_RONLY;
+//     static Rows const& rows(Entity const& entity) { return entity.ipAddrTableMap(); }
+//     static constexpr std::tuple indexes{...};     // table_index.h, in order
+//     static constexpr std::array columns{...};     // table_column.h, in order
+//   };
+//
+// Its eight functions are made from this (table_functions.h). Loop and data contexts are rows on
+// the heap, owned by net-snmp. Nothing persists between requests. The entity outlives the
+// registration, which holds a plain pointer to it.
+//
+// A collection that is ordered by key is declared sorted to net-snmp, whose iterator then stops at
+// the first row that fits, and leaves a hint in the loop context of get-first: the table's part of
+// the request, or null (after a column has run out). The absent-row handler stands before it.
+//
+// Everything here may throw: table_functions.h stands between it and net-snmp.
+
+#include <compare>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "handlers/table_index.h"
+#include "handlers/table_requests.h"
+#include "handlers/trace.h"
+#include "platform/mav/object.h"
+#include "platform/snmp/set_value.h"
+#include "platform/snmp/snmp_util.h"
+
+template <class Table>
+class TableFrame {
+ public:
+  using Entity = typename Table::Entity;
+  using Rows = typename Table::Rows;
+  using Row = typename Table::Row;
+  using Key = typename Rows::Key;
+
+  /// Registers the table, with callbacks that lead back to the functions below.
+  static void initialize(netsnmp_iterator_info const& callbacks, Netsnmp_Node_Handler* handler);
+  static netsnmp_variable_list* first(void** loopContext, netsnmp_variable_list* putIndexData,
+                                      netsnmp_iterator_info const* info);
+  static netsnmp_variable_list* next(void* loopContext, void const* dataContext,
+                                     netsnmp_variable_list* putIndexData);
+  static netsnmp_variable_list* iterationHelper(Row const& row,
+                                                netsnmp_variable_list* putIndexData);
+  static void* makeDataContext(void const* loopContext);
+  static void free(char const* function, void* context);
+  static int handle(int mode, netsnmp_request_info* requests);
+
+ private:
+  using Hint = netsnmp_table_request_info;
+  /// Where an instance stands among the keys.
+  struct Place {
+    Snmp::Instance instance;
+    std::strong_ordering operator()(Key const& key) const { return compare(key, instance); }
+  };
+
+  static constexpr std::size_t indexCount = std::tuple_size_v<decltype(Table::indexes)>;
+  static constexpr auto indexSequence = std::make_index_sequence<indexCount>();
+  /// Rows in the order of their instances, found by a descent.
+  static constexpr bool isSorted = requires(Rows const& rows, Snmp::Instance instance) {
+    rows.firstAfter(Place{instance});
+  };
+
+  static std::string function(char const* suffix) { return std::string(Table::name) + suffix; }
+  static TableDescription const& description();
+  template <class Call>
+  static void forEachIndex(Call const& call) {
+    std::apply([&](auto const&... index) { (call(index), ...); }, Table::indexes);
+  }
+
+  static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
+  static std::optional<Key> hintedKey(Hint const* hint);
+  template <std::size_t... i>
+  static std::optional<Key> keyOf(netsnmp_variable_list const* variable,
+                                  std::index_sequence<i...> /*sequence*/);
+  template <class Index>
+  static auto component(Index const& index, netsnmp_variable_list const& variable)
+      -> std::optional<typename Index::Syntax::Value>;
+
+  template <class Index>
+  static bool setIndex(Index const& index, unsigned char type, Key const& key,
+                       netsnmp_variable_list* variable);
+
+  // For the absent-row handler.
+  static std::strong_ordering compare(Key const& key, Snmp::Instance instance);
+  static bool contains(void const* entity, Snmp::Instance instance);
+  static bool setHint(void const* entity, Snmp::Instance instance, bool inclusive,
+                      netsnmp_variable_list* indexes);
+};
+
+#define FRAME_TRACE(level, suffix, stream) \
+  MAV_TRACE_AS(snmpTraceHandle(), level, function(suffix), Table::name << suffix << stream)
+
+template <class Table>
+TableDescription const& TableFrame<Table>::description() {
+  static TableDescription const table{
+      Table::name,
+      Entity::path,
+      Table::objectId,
+      Table::modes,
+      Table::columns,
+      [](std::ostream& out, void const* row) { out << static_cast<Row const*>(row)->key(); }};
+  return table;
+}
+
+template <class Table>
+void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
+                                   Netsnmp_Node_Handler* handler) {
+  auto const& table = description();
+  auto const initializer = "initialize_table_" + std::string(Table::name);
+  if (snmpTraceHandle().enabled(1)) {
+    MAV_TRACE_AS(snmpTraceHandle(), 1, initializer,
+                 initializer << " initializing oid " << printedOid(table));
+  }
+  auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
+  auto registered = std::make_unique<Snmp::IteratorTable>(columnNumbers(table));
+  forEachIndex([&](auto const& index) {
+    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+    if (!registered->addIndex(Syntax::declaredType)) {
+      MAV_TRACE_AS(snmpTraceHandle(), 0, initializer,
+                   "Failed to set up " << index.name << " in netsnmp table_info");
+    }
+  });
+  registered->callbacksAre(callbacks);
+  registered->iterator().myvoid = entity.get();
+  if constexpr (isSorted) {
+    registered->iterator().flags |= NETSNMP_ITERATOR_FLAG_SORTED;
+    registered->rows() = {entity.get(), contains, setHint};
+  }
+  registerTable(table, handler, std::move(registered));
+  MAV_TRACE_AS(snmpTraceHandle(), 8, initializer, "Initialized table " << Table::name << ' ');
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::first(void** loopContext,
+                                                netsnmp_variable_list* putIndexData,
+                                                netsnmp_iterator_info const* info) {
+  // What stands in the loop context is net-snmp's: it must not be taken for a row of ours.
+  auto const* const hint = isSorted ? static_cast<Hint const*>(*loopContext) : nullptr;
+  *loopContext = nullptr;
+  if (!info->myvoid) return iterationHelper(Row(), putIndexData);
+  auto const& rows = Table::rows(*static_cast<Entity const*>(info->myvoid));
+  bool hintMatched = false;
+  auto* const row = new Row(start(rows, hint, hintMatched));
+  *loopContext = row;
+  FRAME_TRACE(2, "_get_first_data_point",
+              " - allocated new loop context " << *loopContext << ", hintMatched=" << hintMatched);
+  return iterationHelper(*row, putIndexData);
+}
+
+template <class Table>
+auto TableFrame<Table>::start(Rows const& rows, Hint const* hint, bool& hintMatched) -> Row {
+  if (auto const key = hintedKey(hint)) {
+    if (auto row = rows.at(*key)) {
+      hintMatched = true;
+      return row;
+    }
+    FRAME_TRACE(2, "_get_first_data_point", " - key '" << *key << "' not found in table");
+  }
+  return rows.first();
+}
+
+template <class Table>
+auto TableFrame<Table>::hintedKey(Hint const* hint) -> std::optional<Key> {
+  unsigned const count = hint ? hint->number_indexes : 0;
+  FRAME_TRACE(2, "_get_first_data_point",
+              " - *hint = " << static_cast<void const*>(hint) << ", number_indexes = " << count);
+  if (!hint || count != indexCount) {
+    FRAME_TRACE(2, "_get_first_data_point",
+                " - needed " << indexCount << " components, found only " << count);
+    return std::nullopt;
+  }
+  return keyOf(hint->indexes, indexSequence);
+}
+
+template <class Table>
+template <std::size_t... i>
+auto TableFrame<Table>::keyOf(netsnmp_variable_list const* variable,
+                              std::index_sequence<i...> /*sequence*/) -> std::optional<Key> {
+  using Indexes = decltype(Table::indexes);
+  std::tuple<std::optional<typename std::tuple_element_t<i, Indexes>::Syntax::Value>...> values;
+  auto const decode = [&](auto const& index, auto& value) {
+    if (variable) value = component(index, *variable);
+    if (value) variable = variable->next_variable;
+    return value.has_value();
+  };
+  bool const complete = (decode(std::get<i>(Table::indexes), std::get<i>(values)) && ...);
+  if (!complete) return std::nullopt;
+  try {
+    return Key(*std::get<i>(values)...);
+  } catch (std::exception const& e) {
+    MAV_TRACE_AS(snmpTraceHandle(), 0, function("_get_first_data_point"),
+                 "Bad hint for " << Table::name << ": " << Mav::typeName<Key>()
+                                 << " ctor threw exception: " << e.what());
+    return std::nullopt;
+  }
+}
+
+template <class Table>
+template <class Index>
+auto TableFrame<Table>::component(Index const& index, netsnmp_variable_list const& variable)
+    -> std::optional<typename Index::Syntax::Value> {
+  using Syntax = typename Index::Syntax;
+  auto const trace = [](int level, auto const& text) {
+    MAV_TRACE_AS(snmpTraceHandle(), level, function("_get_first_data_point"), text);
+  };
+  if (variable.type != Syntax::declaredType) {
+    trace(0, "hint for " + std::string(index.name) + " has incorrect type! Expecting " +
+                 std::to_string(Syntax::declaredType) + " but got " +
+                 std::to_string(variable.type));
+    return std::nullopt;
+  }
+  try {
+    auto const value = Syntax::decode(variable);
+    MAV_TRACE_AS(snmpTraceHandle(), 2, function("_get_first_data_point"),
+                 "hint component " << index.name << " is '" << value << "'");
+    return value;
+  } catch (Mav::RangeException const& e) {
+    trace(0, "hint for index " + std::string(index.name) + " of " + std::string(Table::name) +
+                 " is out of range! " + e.what());
+    return std::nullopt;
+  }
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::next(void* loopContext, void const* dataContext,
+                                               netsnmp_variable_list* putIndexData) {
+  FRAME_TRACE(2, "_get_next_data_point",
+              " - advancing loop context " << loopContext << " ; data context " << dataContext);
+  if (!loopContext) return iterationHelper(Row(), putIndexData);
+  auto& row = *static_cast<Row*>(loopContext);
+  ++row;
+  auto* const result = iterationHelper(row, putIndexData);
+  if (!result) FRAME_TRACE(2, "_get_next_data_point", " - at end of loop context " << loopContext);
+  return result;
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::iterationHelper(Row const& row,
+                                                          netsnmp_variable_list* putIndexData) {
+  if (!row) {
+    FRAME_TRACE(2, "IterationHelper", " - iterator is at end");
+    return nullptr;
+  }
+  auto* variable = putIndexData;
+  bool complete = true;
+  forEachIndex([&](auto const& index) {
+    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+    FRAME_TRACE(
+        2, "IterationHelper",
+        " - iterator has another value: " << index.attribute << '=' << index.get(row.key()));
+    complete = complete && setIndex(index, Syntax::valueType, row.key(), variable);
+    if (variable) variable = variable->next_variable;
+  });
+  return complete ? putIndexData : nullptr;
+}
+
+template <class Table>
+template <class Index>
+bool TableFrame<Table>::setIndex(Index const& index, unsigned char type, Key const& key,
+                                 netsnmp_variable_list* variable) {
+  std::array<unsigned char, columnBufferSize> buffer;
+  auto const length = Index::Syntax::convert(index.get(key), buffer.data(), buffer.size());
+  return variable && Snmp::setVarTypedValue(variable, type, buffer.data(), length);
+}
+
+template <class Table>
+void* TableFrame<Table>::makeDataContext(void const* loopContext) {
+  if (!loopContext) return nullptr;
+  auto* const row = new Row(*static_cast<Row const*>(loopContext));
+  FRAME_TRACE(2, "_make_data_context",
+              " - allocated data context " << static_cast<void const*>(row) << " for loop context "
+                                           << loopContext);
+  return row;
+}
+
+template <class Table>
+void TableFrame<Table>::free(char const* function, void* context) {
+  MAV_TRACE_AS(snmpTraceHandle(), 2, function, function << ' ' << context);
+  delete static_cast<Row*>(context);
+}
+
+template <class Table>
+int TableFrame<Table>::handle(int mode, netsnmp_request_info* requests) {
+  static std::string const handler = function("_handler");
+  return answerTable(description(), handler, mode, requests);
+}
+
+template <class Table>
+std::strong_ordering TableFrame<Table>::compare(Key const& key, Snmp::Instance instance) {
+  Snmp::InstanceOrder order(instance);
+  forEachIndex([&](auto const& index) {
+    std::remove_cvref_t<decltype(index)>::Syntax::compare(order, index.get(key));
+  });
+  return order.result();
+}
+
+template <class Table>
+bool TableFrame<Table>::contains(void const* entity, Snmp::Instance instance) {
+  Place const place{instance};
+  auto const* const key = Table::rows(*static_cast<Entity const*>(entity)).firstAtOrAfter(place);
+  return key && place(*key) == 0;
+}
+
+template <class Table>
+bool TableFrame<Table>::setHint(void const* entity, Snmp::Instance instance, bool inclusive,
+                                netsnmp_variable_list* indexes) {
+  Place const place{instance};
+  auto const& rows = Table::rows(*static_cast<Entity const*>(entity));
+  auto const* key = inclusive ? rows.firstAtOrAfter(place) : rows.firstAfter(place);
+  if (!key) key = rows.lastAtOrBefore(place);
+  if (!key) return false;
+  bool complete = true;
+  forEachIndex([&](auto const& index) {
+    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+    complete = complete && setIndex(index, Syntax::declaredType, *key, indexes);
+    if (indexes) indexes = indexes->next_variable;
+  });
+  return complete;
+}
+
+#undef FRAME_TRACE

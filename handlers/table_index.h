@@ -1,0 +1,127 @@
+#pragma once
+// The index components of a table, as data. A component is declared with its name, the attribute
+// of the key that it is, and how to get it from a key:
+//
+//   static constexpr std::tuple indexes{
+//       integerIndex<Ip::IpVersion>("ipAddressAddrType", "addrVersion",
+//                                   [](auto const& key) { return key.version(); }),
+//       octetStringIndex("ipAddressAddr", "addrBytes",
+//                        [](auto const& key) { return key.bytes(); })};
+//
+// A Syntax is what sets the kinds apart: the ASN types, the sub-identifiers of a value, and its way
+// from and to a variable of net-snmp.
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+#include "platform/mav/exception.h"
+#include "platform/mav/type_name.h"
+#include "platform/snmp/convert.h"
+#include "platform/snmp/decode.h"
+#include "platform/snmp/instance_order.h"
+#include "stats/ip_version.h"
+
+/// INTEGER, of an unsigned number or of Ip::IpVersion.
+template <class T>
+struct IntegerSyntax {
+  using Value = T;
+  static constexpr unsigned char declaredType = ASN_INTEGER;
+  static constexpr unsigned char valueType = ASN_INTEGER;
+
+  static Value decode(netsnmp_variable_list const& variable) {
+    auto const number = Snmp::decodeInteger(variable);
+    if (number < 0) throw Mav::RangeException(std::to_string(number) + " is negative");
+    if constexpr (std::is_same_v<T, Ip::IpVersion>) {
+      return Ip::IpVersionInstance(static_cast<std::uint32_t>(number));
+    } else {
+      return static_cast<T>(number);
+    }
+  }
+  static void compare(Snmp::InstanceOrder& order, Value value) {
+    order.add(static_cast<std::uint32_t>(value));
+  }
+  static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
+    return Snmp::S32ToAsnIntegerF()(static_cast<int>(value), buffer, size);
+  }
+};
+
+/// Unsigned32.
+struct UnsignedSyntax {
+  using Value = std::uint32_t;
+  static constexpr unsigned char declaredType = ASN_UNSIGNED;
+  static constexpr unsigned char valueType = ASN_UNSIGNED;
+
+  static Value decode(netsnmp_variable_list const& variable) {
+    return Snmp::decodeUnsigned(variable);
+  }
+  static void compare(Snmp::InstanceOrder& order, Value value) { order.add(value); }
+  static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
+    return Snmp::U32ToAsnUnsignedF()(value, buffer, size);
+  }
+};
+
+/// IpAddress. net-snmp gives it four sub-identifiers and no length, whether the value is set as an
+/// IpAddress or as a string of implied length.
+template <unsigned char ValueType>
+struct IpAddressSyntax {
+  using Value = Dovel::IpAddr;
+  static constexpr unsigned char declaredType = ASN_IPADDRESS;
+  static constexpr unsigned char valueType = ValueType;
+
+  static Value decode(netsnmp_variable_list const& variable) {
+    return Snmp::decodeIpAddress(variable);
+  }
+  static void compare(Snmp::InstanceOrder& order, Value value) { order.addIpAddress(value); }
+  static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
+    return Snmp::DovelIpAddrToAsnOctetStringF()(value, buffer, size);
+  }
+};
+
+/// OCTET STRING of variable length: its length comes first in the instance.
+struct OctetStringSyntax {
+  using Value = Snmp::String;
+  static constexpr unsigned char declaredType = ASN_OCTET_STR;
+  static constexpr unsigned char valueType = ASN_OCTET_STR;
+
+  static Value decode(netsnmp_variable_list const& variable) {
+    return Snmp::decodeOctetString(variable);
+  }
+  static void compare(Snmp::InstanceOrder& order, Value const& value) {
+    order.addOctetString(value);
+  }
+  static std::int32_t convert(Value const& value, unsigned char* buffer, std::int32_t size) {
+    return Snmp::writeBytes(value.data(), value.size(), buffer, size);
+  }
+};
+
+template <class SyntaxType, class Get>
+struct TableIndex {
+  using Syntax = SyntaxType;
+
+  char const* name;       // in the MIB
+  char const* attribute;  // of the key
+  Get get;                // of the value, from a key
+};
+
+template <class T = std::uint32_t, class Get>
+constexpr TableIndex<IntegerSyntax<T>, Get> integerIndex(char const* name, char const* attribute,
+                                                         Get get) {
+  return {name, attribute, get};
+}
+template <class Get>
+constexpr TableIndex<UnsignedSyntax, Get> unsignedIndex(char const* name, char const* attribute,
+                                                        Get get) {
+  return {name, attribute, get};
+}
+template <unsigned char ValueType = ASN_PRIV_IMPLIED_OCTET_STR, class Get>
+constexpr TableIndex<IpAddressSyntax<ValueType>, Get> ipAddressIndex(char const* name,
+                                                                     char const* attribute,
+                                                                     Get get) {
+  return {name, attribute, get};
+}
+template <class Get>
+constexpr TableIndex<OctetStringSyntax, Get> octetStringIndex(char const* name,
+                                                              char const* attribute, Get get) {
+  return {name, attribute, get};
+}

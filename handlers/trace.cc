@@ -1,0 +1,6 @@
+#include "handlers/trace.h"
+
+Mav::TraceHandle& snmpTraceHandle() {
+  static Mav::TraceHandle handle("Snmp", false);
+  return handle;
+}

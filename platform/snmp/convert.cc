@@ -1,0 +1,73 @@
+#include "platform/snmp/convert.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+
+#include "platform/mav/time.h"
+#include "platform/snmp/net_snmp.h"
+
+namespace Snmp {
+
+namespace {
+
+// The longest OBJECT IDENTIFIER (RFC 2578 section 3.5).
+constexpr std::size_t subIdentifiersMax = 128;
+
+std::uint32_t ticks(double hundredths) {
+  // Also of what is not a number.
+  if (!(hundredths > 0.0)) return 0;
+  constexpr double modulus = 4294967296.0;
+  if (std::isinf(hundredths)) return 0xffffffff;
+  return static_cast<std::uint32_t>(std::fmod(std::floor(hundredths), modulus));
+}
+
+std::int32_t writeTicks(std::uint32_t value, unsigned char* buffer, std::int32_t size) {
+  return writeBytes(&value, sizeof value, buffer, size);
+}
+
+// Decimal digits alone: std::from_chars takes neither sign (of unsigned types) nor white space.
+std::optional<std::uint32_t> subIdentifier(char const*& from, char const* to) {
+  std::uint32_t value = 0;
+  auto const [end, error] = std::from_chars(from, to, value);
+  if (error != std::errc()) return std::nullopt;
+  from = end;
+  return value;
+}
+
+}  // namespace
+
+std::int32_t StringToAsnOidF::operator()(Mav::String8 const& value, unsigned char* buffer,
+                                         std::int32_t size) const {
+  std::array<std::uint32_t, subIdentifiersMax> words;
+  std::size_t count = 0;
+  char const* from = value.data();
+  char const* const to = from + value.size();
+  if (from != to && *from == '.') ++from;
+  while (true) {
+    auto const word = subIdentifier(from, to);
+    if (!word || count == words.size()) return conversionFailed;
+    words[count++] = *word;
+    if (from == to) break;
+    if (*from++ != '.') return conversionFailed;
+  }
+  return writeBytes(words.data(), count * sizeof words[0], buffer, size);
+}
+
+std::int32_t NowSecondsToUptimeTimeTicksF::operator()(double time, unsigned char* buffer,
+                                                      std::int32_t size) const {
+  return writeTicks(uptimeTicks(time, Mav::now(), netsnmp_get_agent_runtime()), buffer, size);
+}
+
+std::int32_t SecondsToTimeTicksF::operator()(double seconds, unsigned char* buffer,
+                                             std::int32_t size) const {
+  return writeTicks(ticks(seconds * 100.0), buffer, size);
+}
+
+std::uint32_t uptimeTicks(double time, double now, std::uint64_t uptime) {
+  // net-snmp keeps its start on a clock of its own, so that only distances compare.
+  return ticks(static_cast<double>(uptime) - (now - time) * 100.0);
+}
+
+}  // namespace Snmp

@@ -1,0 +1,76 @@
+#include "platform/snmp/decode.h"
+
+#include <cstring>
+#include <limits>
+#include <string>
+#include <string_view>
+
+#include "platform/mav/exception.h"
+
+namespace Snmp {
+
+namespace {
+
+template <class Long>
+Long word(void const* value) {
+  Long number = 0;
+  std::memcpy(&number, value, sizeof number);
+  return number;
+}
+
+template <class Narrow, class Long>
+Narrow narrowed(Long number) {
+  using Limits = std::numeric_limits<Narrow>;
+  if (number < Long{Limits::min()} || number > Long{Limits::max()}) {
+    throw Mav::RangeException(std::to_string(number) + " is not within " +
+                              std::to_string(Limits::min()) + " to " +
+                              std::to_string(Limits::max()));
+  }
+  return static_cast<Narrow>(number);
+}
+
+void checkLength(netsnmp_variable_list const& variable, std::size_t length, std::string_view what) {
+  if (variable.val.string && variable.val_len == length) return;
+  throw Mav::RangeException(std::string(what) + " of " + std::to_string(variable.val_len) +
+                            " octets");
+}
+
+}  // namespace
+
+std::int32_t AsnIntegerToS32(void const* value) {
+  return narrowed<std::int32_t>(word<long>(value));
+}
+
+std::uint32_t AsnUnsignedToU32(void const* value) {
+  return narrowed<std::uint32_t>(word<unsigned long>(value));
+}
+
+Dovel::IpAddr AsnIpAddressToDovelIpAddr(void const* value) {
+  return Dovel::IpAddr::fromNetworkOrder(word<std::uint32_t>(value));
+}
+
+Snmp::String AsnOctetStringToSnmpString(void const* value, std::size_t length) {
+  return Snmp::String(std::string_view(static_cast<char const*>(value), length));
+}
+
+std::int32_t decodeInteger(netsnmp_variable_list const& variable) {
+  checkLength(variable, sizeof(long), "an INTEGER");
+  return AsnIntegerToS32(variable.val.string);
+}
+
+std::uint32_t decodeUnsigned(netsnmp_variable_list const& variable) {
+  checkLength(variable, sizeof(long), "an Unsigned32");
+  return AsnUnsignedToU32(variable.val.string);
+}
+
+Dovel::IpAddr decodeIpAddress(netsnmp_variable_list const& variable) {
+  checkLength(variable, 4, "an IpAddress");
+  return AsnIpAddressToDovelIpAddr(variable.val.string);
+}
+
+Snmp::String decodeOctetString(netsnmp_variable_list const& variable) {
+  if (variable.val_len == 0) return {};
+  return AsnOctetStringToSnmpString(variable.val.string, variable.val_len);
+}
+
+}  // namespace Snmp

@@ -1,0 +1,29 @@
+#pragma once
+// Decoders of the values that net-snmp parses out of instances and requests, the reverse of
+// convert.h. Each takes the `val` of a variable of that type, in this machine's layout; a
+// RangeException says that the value does not fit.
+
+#include <cstdint>
+
+#include "platform/dovel/ip_addr.h"
+#include "platform/dovel/snmp_string.h"
+#include "platform/snmp/net_snmp.h"
+
+namespace Snmp {
+
+/// INTEGER, which net-snmp holds as a long.
+std::int32_t AsnIntegerToS32(void const* value);
+/// Unsigned32, which net-snmp holds as an unsigned long.
+std::uint32_t AsnUnsignedToU32(void const* value);
+/// IpAddress: 4 octets.
+Dovel::IpAddr AsnIpAddressToDovelIpAddr(void const* value);
+/// OCTET STRING.
+Snmp::String AsnOctetStringToSnmpString(void const* value, std::size_t length);
+
+/// The same of a whole variable, with its length checked as well.
+std::int32_t decodeInteger(netsnmp_variable_list const& variable);
+std::uint32_t decodeUnsigned(netsnmp_variable_list const& variable);
+Dovel::IpAddr decodeIpAddress(netsnmp_variable_list const& variable);
+Snmp::String decodeOctetString(netsnmp_variable_list const& variable);
+
+}  // namespace Snmp

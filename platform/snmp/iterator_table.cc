@@ -1,0 +1,32 @@
+#include "platform/snmp/iterator_table.h"
+
+#include <cassert>
+
+namespace Snmp {
+
+IteratorTable::IteratorTable(std::span<unsigned const> columns)
+    : columnNumbers_(columns.begin(), columns.end()) {
+  assert(!columns.empty() && columns.size() <= 127);  // list_count is a char
+  columns_.list_count = static_cast<char>(columns.size());
+  columns_.details.list = columnNumbers_.data();
+  table_.valid_columns = &columns_;
+  table_.min_column = columnNumbers_.front();
+  table_.max_column = columnNumbers_.back();
+  iterator_.table_reginfo = &table_;
+}
+
+IteratorTable::~IteratorTable() { snmp_free_varbind(table_.indexes); }
+
+bool IteratorTable::addIndex(unsigned char type) {
+  return snmp_varlist_add_variable(&table_.indexes, nullptr, 0, type, nullptr, 0) != nullptr;
+}
+
+void IteratorTable::callbacksAre(netsnmp_iterator_info const& callbacks) {
+  iterator_.get_first_data_point = callbacks.get_first_data_point;
+  iterator_.get_next_data_point = callbacks.get_next_data_point;
+  iterator_.make_data_context = callbacks.make_data_context;
+  iterator_.free_data_context = callbacks.free_data_context;
+  iterator_.free_loop_context_at_end = callbacks.free_loop_context_at_end;
+}
+
+}  // namespace Snmp
