@@ -15,7 +15,10 @@ IteratorTable::IteratorTable(std::span<unsigned const> columns)
   iterator_.table_reginfo = &table_;
 }
 
-IteratorTable::~IteratorTable() { snmp_free_varbind(table_.indexes); }
+IteratorTable::~IteratorTable() {
+  snmp_free_varbind(table_.indexes);
+  snmp_free_varbind(iterator_.indexes);  // a copy that net-snmp makes when it registers
+}
 
 bool IteratorTable::addIndex(unsigned char type) {
   return snmp_varlist_add_variable(&table_.indexes, nullptr, 0, type, nullptr, 0) != nullptr;
