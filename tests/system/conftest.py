@@ -13,8 +13,7 @@ from ovo.router import Router  # noqa: E402
 SKIPPED = 77
 
 
-@pytest.fixture
-def router():
+def _router():
     if os.geteuid() != 0:
         pytest.skip("needs root: a network namespace of its own")
     router = Router()
@@ -22,6 +21,11 @@ def router():
         yield router
     finally:
         router.close()
+
+
+router = pytest.fixture(_router, name="router")
+# One for all tests of a file, which leave it as it is.
+still_router = pytest.fixture(_router, name="still_router", scope="module")
 
 
 def pytest_sessionfinish(session, exitstatus):

@@ -8,6 +8,7 @@ import subprocess
 import time
 
 from ovo.snmp import Client
+from ovo.tables import TABLES
 
 BUILD = pathlib.Path(os.environ.get("OVO_BUILD", "build")).resolve()
 SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
@@ -20,6 +21,10 @@ OIDS = {
     "sysName.0": "1.3.6.1.2.1.1.5.0",
 }
 FORWARDING, NOT_FORWARDING = 1, 2
+
+# What of the daemon's own would answer for our objects, or is slow to start.
+STOCK_OUT = ("-smux,ip,at,ip_scalars,ipAddressTable,ipAddressPrefixTable,ipCidrRouteTable,"
+             "inetCidrRouteTable")
 
 # The reasons and exceptions as the net-snmp tools print them.
 _REFUSALS = {
@@ -89,6 +94,10 @@ class Daemon:
         text = pathlib.Path(f"/proc/{self.pid}/status").read_text()
         return int(re.search(rf"^{field}:\s+(\d+)", text, re.M).group(1))
 
+    def cpu(self):
+        """Nanoseconds that it ran."""
+        return int(pathlib.Path(f"/proc/{self.pid}/schedstat").read_text().split()[0])
+
 
 class Agent:
     """An snmpd of its own with the plug-in, asked by the net-snmp tools or, quickly, by a client.
@@ -98,8 +107,8 @@ class Agent:
     """
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
-                 without="-smux,ip,ip_scalars"):
-        self._router = router
+                 without=STOCK_OUT, env=None):
+        self._router, self._env = router, env or {}
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
         self.config(plugin)
@@ -125,7 +134,7 @@ class Agent:
             # Leaks of the daemon's own would be reported too.
             values |= {"LD_PRELOAD": ":".join(libraries), "ASAN_OPTIONS": "detect_leaks=0",
                        "UBSAN_OPTIONS": "print_stacktrace=1"}
-        return [f"{name}={value}" for name, value in values.items()]
+        return [f"{name}={value}" for name, value in (values | self._env).items()]
 
     def _forked(self):
         """The daemon that went to the background, by its pid file."""
@@ -200,11 +209,20 @@ class Agent:
     def new_client(self):
         return self._router.space.inside(lambda: Client(self.port))
 
-    def ask(self, name, timeout=1.0):
-        """The same by the small client: a fraction of a millisecond."""
+    @property
+    def client(self):
+        """The small client, made once."""
         if self._client is None:
             self._client = self.new_client()
-        return self._client.ask(OIDS[name], timeout=timeout)
+        return self._client
+
+    def ask(self, name, timeout=1.0):
+        """The same by the small client: a fraction of a millisecond."""
+        return self.client.ask(OIDS[name], timeout=timeout)
+
+    def tables(self):
+        """Each address table as a walk gives it."""
+        return {table: list(self.client.walk(table.oid, repetitions=50)) for table in TABLES}
 
     def answers(self, name="ipForwarding.0", within=10):
         """Waits until the object has a value."""

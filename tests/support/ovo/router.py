@@ -6,8 +6,10 @@ import shutil
 import subprocess
 import tempfile
 
+from ovo.addresses import expected
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
+from ovo.tables import ADDRESS
 
 
 class Router:
@@ -54,21 +56,31 @@ class Router:
 
     # The kernel.
     def forward4(self, on):
-        self._sysctl("net/ipv4/ip_forward", on)
+        self.sysctl("net/ipv4/ip_forward", on)
 
     def forward6(self, on):
-        self._sysctl("net/ipv6/conf/all/forwarding", on)
+        self.sysctl("net/ipv6/conf/all/forwarding", on)
 
-    def _sysctl(self, name, on):
-        self.space.run("sh", "-c", f"echo {int(on)} > /proc/sys/{name}")
+    def sysctl(self, name, value):
+        self.space.run("sh", "-c", f"echo {int(value)} > /proc/sys/{name}")
 
     def ip(self, *arguments):
         return self.space.run("ip", *arguments)
+
+    def batch(self, *lines, timeout=60):
+        """Lines as `ip` takes them, by one process."""
+        self.space.run("ip", "-batch", "-", text="\n".join(lines) + "\n", timeout=timeout)
 
     def link_add(self, name):
         """A pair: NAME, and its far end, which is up, so that NAME runs once it is up."""
         self.ip("link", "add", "name", name, "type", "veth", "peer", "name", f"{name}-far")
         self.ip("link", "set", f"{name}-far", "up")
+
+    def links_up(self, *names):
+        """Pairs, both ends up."""
+        self.batch(*(line for name in names for line in (
+            f"link add name {name} type veth peer name {name}-far",
+            f"link set {name}-far up", f"link set {name} up")))
 
     def link_up(self, name):
         self.ip("link", "set", name, "up")
@@ -86,6 +98,10 @@ class Router:
 
         return sorted((link["ifname"], link["ifindex"], runs(link["flags"]))
                       for link in json.loads(self.ip("-json", "link")))
+
+    def kernel_addresses(self):
+        """Every link with its addresses, as `ip` tells."""
+        return json.loads(self.ip("-json", "-d", "address"))
 
     # The publisher.
     def publish(self, *options, user=None, wait=True):
@@ -137,3 +153,20 @@ class Router:
         agent = Agent(self, **options)
         self._started.append(agent)
         return agent.up() if up else agent
+
+    def disagreements(self, agent):
+        """Where the agent's address tables are not what the kernel's addresses make them."""
+        links = self.kernel_addresses()
+        served = agent.tables()
+        return [line for table, tree in expected(links, served[ADDRESS]).items()
+                for line in tree.differences(served[table])]
+
+    def agrees(self, agent, within=1.0):
+        """Waits until the address tables are the kernel's; fails with what is different."""
+        found = []
+
+        def none():
+            found[:] = self.disagreements(agent)
+            return not found
+
+        assert eventually(none, within), "\n".join(found[:40])

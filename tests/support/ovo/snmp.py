@@ -1,61 +1,41 @@
-"""A small SNMPv2c client, for tests that ask thousands of times.
+"""A small SNMPv2c client, for tests that ask thousands of times and in odd ways.
 
-Speaks just enough BER (X.690) and SNMPv2c (RFC 1901, RFC 3416) for GET and GETNEXT of one object;
-the functional scenarios use the net-snmp tools instead.
+One socket, one request at a time, no retries. The scenarios of a few requests use the net-snmp tools
+instead.
 """
 
 import os
 import socket
+from typing import NamedTuple
 
-GET, GETNEXT = 0xA0, 0xA1
-ERRORS = {5: "genErr", 2: "noSuchName"}
-EXCEPTIONS = {0x80: "noSuchObject", 0x81: "noSuchInstance", 0x82: "endOfMibView"}
+from ovo import ber
 
-
-def _tlv(tag, body):
-    size = len(body)
-    return bytes([tag, size] if size < 128 else [tag, 0x82, size >> 8, size & 0xFF]) + body
-
-
-def _integer(value):
-    return _tlv(2, value.to_bytes(value.bit_length() // 8 + 1, "big"))
+GET, GETNEXT, SET, GETBULK = 0xA0, 0xA1, 0xA3, 0xA5
+ERRORS = {0: "noError", 1: "tooBig", 2: "noSuchName", 3: "badValue", 4: "readOnly", 5: "genErr",
+          6: "noAccess", 7: "wrongType", 8: "wrongLength", 9: "wrongEncoding", 10: "wrongValue",
+          11: "noCreation", 12: "inconsistentValue", 13: "resourceUnavailable",
+          14: "commitFailed", 15: "undoFailed", 16: "authorizationError", 17: "notWritable"}
 
 
-def _oid(text):
-    arcs = [int(arc) for arc in text.split(".")]
-    body = bytearray([arcs[0] * 40 + arcs[1]])
-    for arc in arcs[2:]:
-        septets = [arc & 0x7F]
-        while arc := arc >> 7:
-            septets.append(arc & 0x7F | 0x80)
-        body += bytes(reversed(septets))
-    return _tlv(6, bytes(body))
+class Silence(Exception):
+    """No answer in time."""
 
 
-def _take(data):
-    """The first element's tag and body, and what follows it."""
-    size, start = data[1], 2
-    if size & 0x80:
-        start += size & 0x7F
-        size = int.from_bytes(data[2:start], "big")
-    return data[0], data[start:start + size], data[start + size:]
+class Answer(NamedTuple):
+    error: str
+    index: int
+    bindings: list
 
 
-def _reply(data):
-    _, message, _ = _take(data)
-    _, _, rest = _take(message)      # version
-    _, _, rest = _take(rest)         # community
-    _, pdu, _ = _take(rest)
-    _, request, rest = _take(pdu)
-    _, status, rest = _take(rest)
-    _, _, rest = _take(rest)         # error index
-    _, binding, _ = _take(_take(rest)[1])
-    tag, value, _ = _take(_take(binding)[2])
-    number = int.from_bytes(status, "big")
-    if number:
-        return int.from_bytes(request, "big"), ERRORS.get(number, f"error {number}")
-    value = int.from_bytes(value, "big", signed=True) if tag == 2 else value
-    return int.from_bytes(request, "big"), EXCEPTIONS.get(tag, value)
+def _answer(data):
+    """The request's number and what was answered."""
+    _, message, _ = ber.take(data)
+    _version, _community, (_, pdu) = ber.elements(message)
+    (_, request), (_, status), (_, index), (_, bindings) = ber.elements(pdu)
+    status, index = int.from_bytes(status, "big"), int.from_bytes(index, "big")
+    return int.from_bytes(request, "big"), Answer(
+        ERRORS.get(status, f"error {status}"), index,
+        [ber.decode_binding(one) for _, one in ber.elements(bindings)])
 
 
 class Client:
@@ -64,24 +44,64 @@ class Client:
     def __init__(self, port, community="public"):
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self._socket.connect(("127.0.0.1", port))
-        self._community = community.encode()
+        self._community = ber.tlv(ber.OCTETS, community.encode())
         self._request = int.from_bytes(os.urandom(2), "big")
 
     def close(self):
         self._socket.close()
 
-    def ask(self, oid, kind=GET, timeout=1.0):
-        """An integer, octets, an exception's or an error's name, or None when nothing came."""
+    def get(self, *oids):
+        return self.exchange(GET, [ber.encode_binding(ber.oid(one)) for one in oids])
+
+    def getnext(self, *oids):
+        return self.exchange(GETNEXT, [ber.encode_binding(ber.oid(one)) for one in oids])
+
+    def getbulk(self, *oids, repetitions=10, once=0):
+        """The first `once` of the names are asked as by GETNEXT (RFC 3416's non-repeaters)."""
+        return self.exchange(GETBULK, [ber.encode_binding(ber.oid(one)) for one in oids],
+                             once, repetitions)
+
+    def set(self, *bindings):
+        """Each an object identifier, a kind and a value."""
+        return self.exchange(SET, [ber.encode_binding(ber.oid(one), kind, value)
+                                   for one, kind, value in bindings])
+
+    def walk(self, root, repetitions=0):
+        """Every binding below `root`, by GETNEXT, or by GETBULK of so many repetitions."""
+        root = last = ber.oid(root)
+        while True:
+            answer = (self.getbulk(last, repetitions=repetitions) if repetitions
+                      else self.getnext(last))
+            assert answer.error == "noError", answer
+            for binding in answer.bindings:
+                if binding.oid[:len(root)] != root or binding.kind == "endOfMibView":
+                    return
+                yield binding
+            last = answer.bindings[-1].oid
+
+    def exchange(self, kind, bindings, first=0, second=0, timeout=5.0):
+        """One request and its answer; `first` and `second` as the PDU has them."""
         self._request += 1
-        pdu = _integer(self._request) + _integer(0) + _integer(0)
-        pdu += _tlv(0x30, _tlv(0x30, _oid(oid) + _tlv(5, b"")))
-        message = _integer(1) + _tlv(4, self._community) + _tlv(kind, pdu)
+        pdu = ber.integer(self._request) + ber.integer(first) + ber.integer(second)
+        pdu += ber.tlv(ber.SEQUENCE, b"".join(bindings))
+        message = ber.integer(1) + self._community + ber.tlv(kind, pdu)
         self._socket.settimeout(timeout)
         try:
-            self._socket.send(_tlv(0x30, message))
+            self._socket.send(ber.tlv(ber.SEQUENCE, message))
             while True:
-                request, answer = _reply(self._socket.recv(65536))
+                request, answer = _answer(self._socket.recv(65536))
                 if request == self._request:
                     return answer
-        except (TimeoutError, ConnectionRefusedError):
+        except (TimeoutError, ConnectionRefusedError) as silence:
+            raise Silence(f"no answer in {timeout} s") from silence
+
+    def ask(self, oid, kind=GET, timeout=1.0):
+        """An integer, octets, an exception's or an error's name, or None when nothing came."""
+        try:
+            answer = self.exchange(kind, [ber.encode_binding(ber.oid(oid))], timeout=timeout)
+        except Silence:
             return None
+        if answer.error != "noError":
+            return answer.error
+        binding = answer.bindings[0]
+        return binding.kind if binding.value is None else binding.value

@@ -1,0 +1,106 @@
+"""Addresses that come and go by the thousand, and walkers that watch meanwhile."""
+
+import random
+import subprocess
+import threading
+import time
+
+from ovo.ber import dotted
+
+
+def changing_lines(link, seed):
+    """One round: some 400 addresses come in any order, and go in another.
+
+    /32 and /128 are cheap for the kernel; the others share prefixes with their neighbours.
+    """
+    texts = [f"10.50.{n // 200}.{n % 200 + 1}/32" for n in range(300)]
+    texts += [f"10.51.{n % 4}.{n + 1}/24" for n in range(40)]
+    texts += [f"2001:db8:50:{n % 4}::{n + 1:x}/64" for n in range(40)]
+    texts += [f"2001:db8:51::{n + 1:x}/128" for n in range(20)]
+    chance = random.Random(seed)
+    lines = []
+    for verb in ("add", "del"):
+        chance.shuffle(texts)
+        lines += [f"addr {verb} {text} dev {link}" + (" nodad" if verb == "add" and ":" in text
+                                                     else "") for text in texts]
+    return lines
+
+
+class Churn(threading.Thread):
+    """Feeds `ip -batch` at a steady rate (lines a second) for a while; stops in mid-round."""
+
+    TICK = 0.01
+
+    def __init__(self, router, lines, rate, seconds):
+        super().__init__()
+        self._lines = [line.encode() + b"\n" for line in lines]
+        self._length, self._chunk = seconds, round(rate * self.TICK)
+        self._process = subprocess.Popen(
+            router.space.command("ip", "-force", "-batch", "-"), stdin=subprocess.PIPE,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.changes, self.seconds = 0, 0.0
+
+    def run(self):
+        start = tick = time.monotonic()
+        while tick < start + self._length:
+            at = self.changes % len(self._lines)
+            chunk = (self._lines * 2)[at:at + self._chunk]
+            self._process.stdin.write(b"".join(chunk))
+            self._process.stdin.flush()
+            self.changes += len(chunk)
+            # Where the kernel is slower than the rate, the pipe holds this up.
+            tick = max(tick + self.TICK, time.monotonic() - self.TICK)
+            time.sleep(max(0.0, tick - time.monotonic()))
+        self._process.stdin.close()
+        self._process.wait()
+        self.seconds = time.monotonic() - start
+
+    def rate(self):
+        return self.changes / self.seconds
+
+    def half_way(self):
+        """Sleeps until the first half is over."""
+        time.sleep(self._length / 2)
+
+
+class Walker(threading.Thread):
+    """Walks a table again and again; remembers what was not as it should be.
+
+    Strictly increasing (so nothing twice), and in every column all rows that stay.
+    """
+
+    def __init__(self, agent, table, staying, repetitions):
+        super().__init__()
+        self._client, self._table, self._repetitions = agent.new_client(), table, repetitions
+        self._staying, self._end = set(staying), threading.Event()
+        self.walks, self.rows, self.wrong = 0, 0, []
+
+    def run(self):
+        try:
+            while not self._end.is_set():
+                self._walk()
+        except Exception as why:
+            self.wrong.append(f"{self._table.name}: {type(why).__name__}: {why}")
+        finally:
+            self._client.close()
+
+    def _walk(self):
+        last, seen = self._table.oid, set()
+        head = len(self._table.oid) + 2
+        for binding in self._client.walk(self._table.oid, repetitions=self._repetitions):
+            if binding.oid <= last:
+                self.wrong.append(f"{dotted(binding.oid)} after {dotted(last)}")
+                return
+            last = binding.oid
+            if last[head:] in self._staying:
+                seen.add(last)
+            self.rows += 1
+        for column in self._table.columns:
+            column = (*self._table.oid, 1, column.number)
+            self.wrong += [f"skipped {dotted((*column, *index))}" for index in self._staying
+                           if (*column, *index) not in seen]
+        self.walks += 1
+
+    def end(self):
+        self._end.set()
+        self.join()

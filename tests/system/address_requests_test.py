@@ -1,0 +1,288 @@
+"""Every request about the address tables, the odd ones too, has its one right answer.
+
+The tables do not change here: one ordered tree of what they hold answers for each request.
+"""
+
+import random
+
+import pytest
+
+from ovo.addresses import expected
+from ovo.ber import Binding, dotted
+from ovo.daemons import eventually
+from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
+
+MANY = 2**31
+MOST = 2**32 - 1
+LONGEST = 128  # sub-identifiers of an object identifier (RFC 2578, 7.1.3)
+EVERY_TABLE = pytest.mark.parametrize("table", TABLES, ids=[table.name for table in TABLES])
+
+
+class Asked:
+    """An agent over tables at rest, and the tree of each table."""
+
+    def __init__(self, agent, trees):
+        self.agent, self.client, self.trees = agent, agent.client, trees
+
+    def check_get(self, tree, oid):
+        answer = self.client.get(oid)
+        assert answer.error == "noError" and answer.bindings == [tree.get(oid)], (
+            f"GET {dotted(oid)}: {answer}")
+
+    def check_next(self, tree, oid):
+        answer = self.client.getnext(oid)
+        assert answer.error == "noError" and tree.answers_next(oid, answer.bindings[0]), (
+            f"GETNEXT {dotted(oid)}: {answer}, expected {tree.next(oid)}")
+
+    def check(self, tree, oid):
+        self.check_get(tree, oid)
+        self.check_next(tree, oid)
+
+
+@pytest.fixture(scope="module")
+def asked(still_router):
+    router = still_router
+    router.links_up("eth1", "eth2")
+    router.batch("link add name eth3 index 70000 type veth peer name eth3-far",
+                 "link set eth3-far up", "link set eth3 up",
+                 *(f"addr add {text} dev {link}" for link, text in [
+                     ("eth1", "0.0.0.1/32"), ("eth1", "1.0.0.0/8"), ("eth1", "10.0.0.1/24"),
+                     ("eth1", "10.0.0.255/24"), ("eth2", "10.0.1.0/31"), ("eth2", "10.0.0.128/25"),
+                     ("eth2", "127.255.255.255/1"), ("eth2", "128.0.0.0/1"),
+                     ("eth3", "203.255.255.255/0"), ("eth3", "10.0.0.2/24")]),
+                 *(f"addr add {text} dev {link} nodad" for link, text in [
+                     ("eth1", "2001:db8::1/64"), ("eth1", "2001:db8::ffff/64"),
+                     ("eth1", "2001:db8::/128"), ("eth2", "2001:db8:8000::/33"),
+                     ("eth3", "::2/0"), ("eth3", "cfff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/127")]))
+    router.publish()
+    agent = router.agent(env={"MAV_TRACE": "Snmp/2"})
+    assert agent.answers()
+    router.agrees(agent, within=5)
+    trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
+    return Asked(agent, trees)
+
+
+@EVERY_TABLE
+def test_every_object_by_get_and_by_getnext(asked, table):
+    tree = asked.trees[table]
+    assert len(tree.indexes) >= 10
+    asked.check_next(tree, table.oid)
+    for binding in tree.bindings:
+        asked.check(tree, binding.oid)
+
+
+@EVERY_TABLE
+@pytest.mark.parametrize("repetitions", [1, 10, 100])
+def test_getbulk(asked, table, repetitions):
+    tree = asked.trees[table]
+    walked = list(asked.client.walk(table.oid, repetitions=repetitions))
+    assert walked == tree.bindings
+    for binding in tree.bindings[::7]:
+        answer = asked.client.getbulk(binding.oid, repetitions=repetitions)
+        inside = [one for one in answer.bindings if one.oid[:len(table.oid)] == table.oid]
+        assert inside == tree.following(binding.oid, len(inside))
+        assert 1 <= len(answer.bindings) <= repetitions
+
+
+@EVERY_TABLE
+def test_getbulk_of_all_columns_side_by_side(asked, table):
+    tree = asked.trees[table]
+    heads = [table.column(column.name) for column in table.columns]
+    answer = asked.client.getbulk(table.oid, *heads, repetitions=5, once=1)
+    assert answer.error == "noError"
+    first, *rest = answer.bindings
+    assert first == tree.bindings[0]
+    rounds = [rest[at:at + len(heads)] for at in range(0, len(rest), len(heads))]
+    assert rounds
+    expected_now = heads
+    for one in rounds:
+        assert one == [tree.next(oid) for oid in expected_now][:len(one)]
+        expected_now = [binding.oid for binding in one]
+
+
+@EVERY_TABLE
+def test_columns_that_are_not_there(asked, table):
+    tree = asked.trees[table]
+    numbers = [column.number for column in table.columns]
+    index = tree.indexes[0]
+    for number in {0, min(numbers) - 1, max(numbers) + 1, MANY, MOST}:
+        asked.check(tree, (*table.oid, 1, number, *index))
+        asked.check_next(tree, (*table.oid, 1, number))
+    for entry in (0, 2, MANY, MOST):
+        asked.check(tree, (*table.oid, entry, numbers[0], *index))
+    for short in (table.oid, (*table.oid, 1)):
+        asked.check(tree, short)
+
+
+def instances(tree):
+    """The first, a middle and the last row, in the first and the last column."""
+    heads = [(*tree.table.oid, 1, tree.table.columns[at].number) for at in (0, -1)]
+    indexes = tree.indexes
+    return [(head, index) for head in heads
+            for index in {indexes[0], indexes[len(indexes) // 2], indexes[-1],
+                          max(indexes, key=len), min(indexes, key=len)}]
+
+
+@EVERY_TABLE
+def test_an_odd_number_in_any_place(asked, table):
+    tree = asked.trees[table]
+    for head, index in instances(tree):
+        for place, right in enumerate(index):
+            for odd in {0, 1, right - 1, right + 1, 255, 256, MANY - 1, MANY, MANY + right,
+                        MOST} - {-1}:
+                asked.check(tree, (*head, *index[:place], odd, *index[place + 1:]))
+
+
+@EVERY_TABLE
+def test_an_index_cut_anywhere(asked, table):
+    tree = asked.trees[table]
+    for head, index in instances(tree):
+        for size in range(len(index)):
+            asked.check(tree, (*head, *index[:size]))
+            if size:
+                for last in (index[size - 1] + 1, MANY, MOST):
+                    asked.check(tree, (*head, *index[:size - 1], last))
+
+
+@EVERY_TABLE
+def test_an_index_that_goes_on(asked, table):
+    tree = asked.trees[table]
+    for head, index in instances(tree):
+        whole = (*head, *index)
+        for more in ((0,), (1,), (MOST,), (0,) * (LONGEST - len(whole)),
+                     (MOST,) * (LONGEST - len(whole))):
+            asked.check(tree, whole + more)
+        for filler in (0, 1, MOST):
+            asked.check(tree, (*head, *(filler,) * (LONGEST - len(head))))
+
+
+def _octets_at(table):
+    """Where the length of the InetAddress stands in the index."""
+    return table.index.index("octets")
+
+
+@pytest.mark.parametrize("table", [PREFIX, ADDRESS], ids=["prefix", "address"])
+def test_an_address_of_a_wrong_length(asked, table):
+    tree = asked.trees[table]
+    at = _octets_at(table)
+    for head, index in instances(tree):
+        octets = index[at + 1:]
+        for length in (0, 1, 3, 5, 8, 15, 17, 20, 100, 255, MANY, MOST):
+            asked.check(tree, (*head, *index[:at], length, *octets))
+            fitting = (octets * 30)[:min(length, LONGEST - len(head) - at - 2)]
+            asked.check(tree, (*head, *index[:at], length, *fitting))
+        for version in (0, 1, 2, 3, 4, 16, MANY, MOST):
+            asked.check(tree, (*head, *index[:at - 1], version, *index[at:]))
+
+
+@EVERY_TABLE
+def test_between_the_rows(asked, table):
+    """Indexes that nobody has, of the right shape, by the thousand."""
+    tree = asked.trees[table]
+    chance = random.Random(7)
+    for _ in range(1500):
+        head, index = chance.choice(instances(tree))
+        index = list(index)
+        for _ in range(chance.choice((1, 1, 2, 3))):
+            place = chance.randrange(len(index))
+            index[place] = chance.choice((chance.randrange(256), index[place] ^ 1, 0, MOST))
+        asked.check_next(tree, (*head, *index))
+        asked.check_get(tree, (*head, *index))
+
+
+def a_mixture(asked, chance, size):
+    """Instances of all tables in any order: some there, some not."""
+    oids = []
+    for _ in range(size):
+        tree = asked.trees[chance.choice(TABLES)]
+        oid = chance.choice(tree.bindings).oid
+        if chance.random() < 0.4:
+            oid = (*oid[:-1], chance.choice((oid[-1] + 1, oid[-1] ^ 1, MOST)))
+        if chance.random() < 0.1:
+            oid = oid[:chance.randrange(len(tree.table.oid), len(oid))]
+        oids.append((tree, oid))
+    return oids
+
+
+@pytest.mark.parametrize("size", [2, 7, 40])
+def test_of_many_each_is_answered_as_if_alone(asked, size):
+    chance = random.Random(size)
+    for _ in range(200 // size + 20):
+        mixture = a_mixture(asked, chance, size)
+        oids = [oid for _, oid in mixture]
+        answer = asked.client.get(*oids)
+        assert answer.error == "noError" and len(answer.bindings) == size
+        for (tree, oid), binding in zip(mixture, answer.bindings):
+            assert binding == tree.get(oid)
+        answer = asked.client.getnext(*oids)
+        assert answer.error == "noError" and len(answer.bindings) == size
+        for (tree, oid), binding in zip(mixture, answer.bindings):
+            assert tree.answers_next(oid, binding), (dotted(oid), str(binding))
+
+
+VALUES = [("INTEGER", 1), ("INTEGER", -2**31), ("OCTET STRING", b"x"), ("OCTET STRING", b""),
+          ("OBJECT IDENTIFIER", (1, 3, 6)), ("IpAddress", bytes(4)), ("Gauge32", MOST),
+          ("TimeTicks", 0), ("Counter64", 2**64 - 1)]
+
+
+@EVERY_TABLE
+def test_no_column_can_be_set(asked, table):
+    tree = asked.trees[table]
+    before = list(asked.client.walk(table.oid, repetitions=50))
+    absent = (*tree.indexes[0][:-1], 77)
+    for column in table.columns:
+        for index in (tree.indexes[0], tree.indexes[-1], absent):
+            oid = (*table.oid, 1, column.number, *index)
+            for kind, value in VALUES:
+                answer = asked.client.set((oid, kind, value))
+                assert (answer.error, answer.index) == ("notWritable", 1), (column, kind, answer)
+    assert list(asked.client.walk(table.oid, repetitions=50)) == before
+
+
+def test_a_set_says_why(asked):
+    for column in ADDRESS.columns:
+        writable = column.name in ADDRESS.writable
+        text = (f"ipAddressTable_handler: SET is not configured for column {column.name}"
+                if writable else f"ipAddressTable invalid column {column.number}")
+        seen = len(asked.agent.daemon.lines(f"{text}$"))
+        oid = (*ADDRESS.oid, 1, column.number, *asked.trees[ADDRESS].indexes[0])
+        assert asked.client.set((oid, "INTEGER", 1)).error == "notWritable"
+        assert eventually(lambda: len(asked.agent.daemon.lines(f"{text}$")) > seen), text
+
+
+def test_a_set_among_others_undoes_them(asked):
+    name = (1, 3, 6, 1, 2, 1, 1, 5, 0)
+    before = asked.client.get(name)
+    answer = asked.client.set(
+        (name, "OCTET STRING", b"other"),
+        ((*ADDRESS.column("ipAddressRowStatus"), *asked.trees[ADDRESS].indexes[0]), "INTEGER", 6))
+    assert (answer.error, answer.index) == ("notWritable", 2)
+    assert asked.client.get(name) == before
+
+
+def test_the_end_of_one_table_leads_on(asked):
+    for table in TABLES:
+        tree = asked.trees[table]
+        last = tree.bindings[-1].oid
+        beyond = asked.client.getnext(last).bindings[0]
+        assert beyond == asked.client.getnext((*table.oid, MOST)).bindings[0]
+        assert tree.answers_next(last, beyond)
+
+
+def test_an_empty_table_is_passed_over(router):
+    router.load([{"ifindex": 1, "ifname": "lo", "flags": ["LOOPBACK"], "addr_info": []}],
+                [{"family": "inet", "interface": "all", "forwarding": True}])
+    agent = router.agent()
+    assert agent.answers()
+    for table in TABLES:
+        assert list(agent.client.walk(table.oid)) == []
+        oid = (*table.oid, 1, table.columns[0].number, *(1,) * 4)
+        assert agent.client.get(oid).bindings == [Binding(oid, "noSuchInstance")]
+
+
+def test_a_table_of_one_row(router):
+    router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    router.agrees(agent)
+    assert len(agent.tables()[ADDR]) == len(ADDR.columns)
