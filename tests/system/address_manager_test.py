@@ -51,7 +51,8 @@ def manager(router):
                  "addr add 192.0.2.1/32 dev eth1",
                  "addr add 2001:db8::1/64 dev eth1 nodad",
                  "addr add 2001:db8::2/64 dev eth2 nodad",
-                 "addr add 2001:db8:1::1/128 dev eth1 nodad", "addr add 2001:db8::9/0 dev eth2 nodad")
+                 "addr add 2001:db8:1::1/128 dev eth1 nodad",
+                 "addr add 2001:db8::9/0 dev eth2 nodad")
     router.publish()
     agent = router.agent()
     assert agent.answers()

@@ -71,7 +71,8 @@ SCENARIOS = {
     "peers": [
         PAIR,
         ("addr add 10.6.0.1 peer 10.6.0.2/32 dev eth1",),
-        ("addr add 10.6.0.1 peer 10.6.0.3/32 dev eth1", "addr add 10.6.1.1 peer 10.6.2.1/24 dev eth1",
+        ("addr add 10.6.0.1 peer 10.6.0.3/32 dev eth1",
+         "addr add 10.6.1.1 peer 10.6.2.1/24 dev eth1",
          "addr add 2001:db8:6::1 peer 2001:db8:7::1/64 dev eth1 nodad"),
         ("addr del 10.6.0.1 peer 10.6.0.2/32 dev eth1",),
         ("addr del 10.6.0.1 peer 10.6.0.3/32 dev eth1",),

@@ -1,6 +1,6 @@
 """A small SNMPv2c client, for tests that ask thousands of times and in odd ways.
 
-One socket, one request at a time, no retries. The scenarios of a few requests use the net-snmp tools
+One socket, one request at a time, no retries. Scenarios of a few requests use the net-snmp tools
 instead.
 """
 
