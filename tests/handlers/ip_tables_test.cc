@@ -72,10 +72,10 @@ Oid withLength(std::span<std::uint8_t const> octets) {
 std::string mask(unsigned length) {
   std::string const masks[] = {"00000000", "80000000", "ff000000", "ffffff00", "ffffffff"};
   unsigned const lengths[] = {0, 1, 8, 24, 32};
-  return masks[std::find(lengths, lengths + 5, length) - lengths];
+  return masks[static_cast<std::size_t>(std::find(lengths, lengths + 5, length) - lengths)];
 }
 
-std::vector<std::uint8_t> v6(std::initializer_list<std::pair<int, int>> octets) {
+std::vector<std::uint8_t> v6(std::initializer_list<std::pair<std::size_t, int>> octets) {
   std::vector<std::uint8_t> address(16);
   for (auto const& [place, octet] : octets) address[place] = static_cast<std::uint8_t>(octet);
   return address;
@@ -125,10 +125,10 @@ class IpTablesTest : public testing::Test {
     auto const number = [](auto value) { return std::to_string(value); };
     auto prefix = joined({a.ifIndex, version}, withLength(a.prefix));
     prefix.push_back(a.length);
-    for (oid const column : {5, 6, 7}) {
+    for (oid const column : std::initializer_list<oid>{5, 6, 7}) {
       cell(ipAddressPrefixTable, column, prefix, ASN_INTEGER, column == 7 ? "2" : "1");
     }
-    for (oid const column : {8, 9}) {
+    for (oid const column : std::initializer_list<oid>{8, 9}) {
       cell(ipAddressPrefixTable, column, prefix, ASN_UNSIGNED, "4294967295");
     }
     auto const instance = joined({version}, withLength(a.octets));
@@ -139,8 +139,10 @@ class IpTablesTest : public testing::Test {
     cell(ipAddressTable, 5, instance, ASN_OBJECT_ID, pointer);
     cell(ipAddressTable, 6, instance, ASN_INTEGER, "1");
     cell(ipAddressTable, 7, instance, ASN_INTEGER, configured ? "4" : "1");
-    for (oid const column : {8, 9}) cell(ipAddressTable, column, instance, ASN_TIMETICKS, "0");
-    for (oid const column : {10, 11}) cell(ipAddressTable, column, instance, ASN_INTEGER, "1");
+    for (oid const column : std::initializer_list<oid>{8, 9})
+      cell(ipAddressTable, column, instance, ASN_TIMETICKS, "0");
+    for (oid const column : std::initializer_list<oid>{10, 11})
+      cell(ipAddressTable, column, instance, ASN_INTEGER, "1");
     if (version != 1) return;
     Oid const addr(a.octets.begin(), a.octets.end());
     cell(ipAddrTable, 1, addr, ASN_IPADDRESS, hex(a.octets));
@@ -342,7 +344,7 @@ TEST_F(IpTablesTest, NoRequestScans) {
          8,
          1});
   }
-  auto const steps = [this](auto const& request) {
+  auto const steps = [](auto const& request) {
     Testing::Traces const traces(2);
     request();
     return traces.count("_get_next_data_point - advancing");
