@@ -5,6 +5,7 @@
 #include <linux/if_addr.h>
 
 #include "kelbase/link_source.h"
+#include "platform/dovel/ip_addr_with_mask.h"
 #include "tests/kelbase/netlink_builder.h"
 
 namespace Kelbase {

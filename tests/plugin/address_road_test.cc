@@ -141,11 +141,13 @@ void AddressRoadTest::linkRenamed(IntfId const& from, IntfId const& to) {
   linkGone(from);
   links_[to].record = link.record;
   tables_.put<Pondo::LinkTable>(to, link.record);
-  for (auto [key, record] : link.addresses4) {
+  for (auto const& [was, record] : link.addresses4) {
+    auto key = was;
     key.link = to;
     put<Pondo::Address4Table>(links_[to].addresses4, key, record);
   }
-  for (auto [key, record] : link.addresses6) {
+  for (auto const& [was, record] : link.addresses6) {
+    auto key = was;
     key.link = to;
     put<Pondo::Address6Table>(links_[to].addresses6, key, record);
   }
@@ -249,10 +251,10 @@ void AddressRoadTest::expectCachesAsEntities() const {
   std::size_t count = 0, count4 = 0;
   for (auto it = mib_->ipAddressTableIterator(); it; ++it, ++count) {
     auto const found = expected.find(it.key());
-    ASSERT_NE(found, expected.end()) << it.key().stringValue() << " is served and is nowhere";
+    ASSERT_NE(found, expected.end()) << "served and nowhere";
     auto const& [master, prefix] = *found->second.begin();
-    EXPECT_EQ(it->prefixEntry()->key(), prefix) << it.key().stringValue();
-    EXPECT_EQ(it->intfMap().size(), found->second.size()) << it.key().stringValue();
+    EXPECT_EQ(it->prefixEntry()->key(), prefix);
+    EXPECT_EQ(it->intfMap().size(), found->second.size());
     bool const inOperation = master.source() == IpSnmp::addressSourceStatus;
     EXPECT_EQ(it->addressStatus() == IpSnmp::addressStatusInaccessible, !inOperation);
     if (it.key().version() == Ip::ipVersion4) {
