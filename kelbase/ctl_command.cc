@@ -40,7 +40,7 @@ constexpr char const* showExamples =
     "  kelbasectl show forwarding --json";
 
 constexpr char const* loadExamples =
-    "Reads the outputs of 'ip -json link', 'ip -json address' (its links) and 'ip -json netconf'\n"
+    "Reads the outputs of 'ip -json link', 'ip -json address' and 'ip -json netconf'\n"
     "(also with -4 or -6), in any number of files. Replaces exactly the tables that they speak "
     "of,\n"
     "and writes nothing unless every file is good. Refused while a publisher runs.\n"

@@ -227,6 +227,20 @@ std::vector<std::string_view> Fields::names(std::string_view name) const {
   return texts;
 }
 
+std::vector<Fields> Fields::objects(std::string_view name) const {
+  constexpr std::string_view expected = "an array of objects";
+  Node const& node = required(name);
+  if (node.type != Node::Type::array) failExpected(name, expected);
+  std::vector<Fields> result;
+  for (Node const& child : node.children) {
+    if (child.type != Node::Type::object) {
+      fail(name, fmt::format("expected {}, got {} in it", expected, described(child)));
+    }
+    result.emplace_back(child, file_);
+  }
+  return result;
+}
+
 void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor) {
   while (source.skipSpace()) {
     ElementBuilder builder(source, file, visitor);

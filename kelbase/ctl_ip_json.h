@@ -40,11 +40,16 @@ class Fields {
  public:
   Fields(Node const& object, std::string_view file) : object_(object), file_(file) {}
 
+  bool empty() const { return object_.children.empty(); }
   bool has(std::string_view name) const { return object_.member(name) != nullptr; }
   std::string const& text(std::string_view name, std::string_view expected) const;
   std::int64_t wholeNumber(std::string_view name, std::int64_t min, std::int64_t max) const;
   bool boolean(std::string_view name) const;
   std::vector<std::string_view> names(std::string_view name) const;
+  /// An array of objects.
+  std::vector<Fields> objects(std::string_view name) const;
+  /// True only where the member is there and true.
+  bool flag(std::string_view name) const { return has(name) && boolean(name); }
 
   /// "FILE:LINE", of the field or else of the object.
   std::string place(std::string_view name) const;

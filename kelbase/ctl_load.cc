@@ -97,6 +97,11 @@ std::string publisherName(std::vector<std::string> const& files) {
   return name;
 }
 
+SyncCounts sum(SyncCounts const& a, SyncCounts const& b) {
+  return {a.added + b.added, a.changed + b.changed, a.removed + b.removed,
+          a.unchanged + b.unchanged};
+}
+
 std::vector<Written> write(std::filesystem::path const& runDir,
                            std::vector<std::string> const& files, LoadBatch const& batch) {
   // Before the writer: LMDB allows one environment of a directory in a process.
@@ -107,6 +112,11 @@ std::vector<Written> write(std::filesystem::path const& runDir,
   std::vector<Written> written;
   if (batch.tellsLinks()) {
     written.push_back({"links", writer.sync<Pondo::LinkTable>(batch.links())});
+  }
+  if (batch.tellsAddresses()) {
+    auto const counts4 = writer.sync<Pondo::Address4Table>(batch.addresses4());
+    auto const counts6 = writer.sync<Pondo::Address6Table>(batch.addresses6());
+    written.push_back({"addresses", sum(counts4, counts6)});
   }
   if (!batch.forwarding().empty()) {
     written.push_back({"forwarding", writeForwarding(writer, batch.forwarding(), present)});

@@ -49,6 +49,42 @@ std::optional<Family> family(Fields const& fields) {
   return std::nullopt;
 }
 
+template <class Addr>
+Addr address(Fields const& fields, std::string_view name) {
+  constexpr std::string_view expected =
+      Addr::bits == Dovel::IpAddr::bits ? "an IPv4 address" : "an IPv6 address";
+  std::string const& text = fields.text(name, expected);
+  Addr addr;
+  try {
+    addr = Addr(text);
+  } catch (Mav::RangeException const&) {
+    fields.failExpected(name, expected);
+  }
+  if (name == "local" && addr.isUnspecified())
+    fields.failExpected(name, "an address that an interface can have");
+  return addr;
+}
+
+template <class Addr>
+std::uint8_t prefixLength(Fields const& fields) {
+  return static_cast<std::uint8_t>(fields.wholeNumber("prefixlen", 0, Addr::bits));
+}
+
+Dovel::IntfId label(Fields const& fields) {
+  static std::string const expected = fmt::format("a label of at most {} bytes", IFNAMSIZ - 1);
+  if (!fields.has("label")) return {};
+  std::string const& text = fields.text("label", expected);
+  if (text.size() >= IFNAMSIZ || text.find('\0') != text.npos) {
+    fields.failExpected("label", expected);
+  }
+  return Dovel::IntfId(text);
+}
+
+[[noreturn]] void failToldOtherwise(Fields const& fields, std::string const& local,
+                                    Dovel::IntfId const& link) {
+  fields.fail("local", fmt::format("{} of \"{}\" was told otherwise before", local, link.name()));
+}
+
 }  // namespace
 
 struct LoadBatch::Kind {
@@ -130,7 +166,38 @@ bool LoadBatch::takeAddress(Fields const& fields) {
                 "missing: 'ip -4 address' and 'ip -6 address' leave links out; "
                 "load the output of 'ip -json address'");
   }
-  return takeLink(fields);
+  takeLink(fields);
+  tellsAddresses_ = true;
+  Dovel::IntfId const link = interfaceName(fields);
+  for (Fields const& address : fields.objects("addr_info")) {
+    if (address.empty()) continue;
+    auto const ipVersion = family(address);
+    if (ipVersion == Family::ipv4) takeAddress4(link, address);
+    if (ipVersion == Family::ipv6) takeAddress6(link, address);
+  }
+  return true;
+}
+
+void LoadBatch::takeAddress4(Dovel::IntfId const& link, Fields const& fields) {
+  auto const local = address<Dovel::IpAddr>(fields, "local");
+  Addresses4::key_type const key{
+      link, local, prefixLength<Dovel::IpAddr>(fields),
+      fields.has("address") ? address<Dovel::IpAddr>(fields, "address") : local};
+  Addresses4::mapped_type const record{label(fields), fields.flag("secondary")};
+  auto const [told, added] = addresses4_.emplace(key, record);
+  if (!added && !(told->second == record)) failToldOtherwise(fields, local.stringValue(), link);
+}
+
+void LoadBatch::takeAddress6(Dovel::IntfId const& link, Fields const& fields) {
+  auto const local = address<Dovel::Ip6Addr>(fields, "local");
+  Addresses6::mapped_type const record{
+      .length = prefixLength<Dovel::Ip6Addr>(fields),
+      .peer = fields.has("address") ? address<Dovel::Ip6Addr>(fields, "address") : local,
+      .tentative = fields.flag("tentative"),
+      .dadFailed = fields.flag("dadfailed"),
+      .deprecated = fields.flag("deprecated")};
+  auto const [told, added] = addresses6_.emplace(Addresses6::key_type{link, local}, record);
+  if (!added && !(told->second == record)) failToldOtherwise(fields, local.stringValue(), link);
 }
 
 bool LoadBatch::takeLink(Fields const& fields) {

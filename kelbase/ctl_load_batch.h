@@ -2,9 +2,10 @@
 // What files of `ip -json` output say, checked, before any of it is written.
 //
 // Files add up: the same link may stand in several of them as long as they agree. An `ip -json
-// link` tells all links; an `ip -json netconf` tells the forwarding of the IP versions in it and
-// nothing of the other one. RUNNING is not among the flags that `ip` prints: it prints NO-CARRIER
-// for a link that is UP without RUNNING (iproute2, print_link_flags).
+// link` tells all links, an `ip -json address` all addresses besides; an `ip -json netconf` tells
+// the forwarding of the IP versions in it and nothing of the other one. RUNNING is not among the
+// flags that `ip` prints: it prints NO-CARRIER for a link that is UP without RUNNING (iproute2,
+// print_link_flags).
 
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,8 @@ namespace Kelbase::Ctl {
 class LoadBatch {
  public:
   using Links = std::map<Dovel::IntfId, Pondo::LinkTable::Record>;
+  using Addresses4 = std::map<Pondo::Address4Table::Key, Pondo::Address4Table::Record>;
+  using Addresses6 = std::map<Pondo::Address6Table::Key, Pondo::Address6Table::Record>;
   using Forwarding = std::map<Pondo::Family, Pondo::ForwardingTable::Record>;
 
   /// Adds a file. `file` is the name for messages; `onBlock` as LineSource's. LoadException: not
@@ -33,6 +36,9 @@ class LoadBatch {
 
   bool tellsLinks() const { return !links_.empty(); }
   Links const& links() const { return links_; }
+  bool tellsAddresses() const { return tellsAddresses_; }
+  Addresses4 const& addresses4() const { return addresses4_; }
+  Addresses6 const& addresses6() const { return addresses6_; }
   /// The IP versions that the files speak of.
   Forwarding const& forwarding() const { return forwarding_; }
 
@@ -44,12 +50,17 @@ class LoadBatch {
 
   // False when the object says nothing of any table.
   bool takeAddress(Fields const& fields);
+  void takeAddress4(Dovel::IntfId const& link, Fields const& fields);
+  void takeAddress6(Dovel::IntfId const& link, Fields const& fields);
   bool takeLink(Fields const& fields);
   bool takeNetconf(Fields const& fields);
 
   Links links_;
   std::map<Dovel::IntfId, std::string> linkPlaces_;  // where it was told first
   std::map<std::int32_t, Dovel::IntfId> linksByIndex_;
+  bool tellsAddresses_ = false;
+  Addresses4 addresses4_;
+  Addresses6 addresses6_;
   Forwarding forwarding_;
   std::map<Pondo::Family, std::string> forwardingPlaces_;  // of "all"
   std::map<Pondo::Family, std::string> familyPlaces_;      // of any interface

@@ -88,7 +88,7 @@ std::map<Pondo::Family, Pondo::ForwardingTable::Record> ForwardingSource::record
   return result;
 }
 
-void ForwardingSource::writeChanges(Pondo::Writer& writer) {
+void ForwardingSource::writeRest(Pondo::Writer& writer) {
   if (changed_) writeAll(writer);
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <map>
+#include <utility>
 
 #include <fmt/format.h>
 #include <linux/if.h>
@@ -62,8 +63,11 @@ void LinkSource::linkIs(Dovel::IntfId const& name, Pondo::LinkTable::Record cons
               "link " << name << " index " << record.ifIndex << " adminUp " << record.adminUp
                       << " operUp " << record.operUp);
   }
-  owner->second = record.ifIndex;
+  auto const earlierOwner = std::exchange(owner->second, record.ifIndex);
   link = {name, record, dump_};
+  if (sameOwner) return;
+  if (!isNew) tellName(earlierOwner, name);
+  tellName(record.ifIndex, name);
 }
 
 void LinkSource::linkDel(std::int32_t index) {
@@ -72,6 +76,7 @@ void LinkSource::linkDel(std::int32_t index) {
   MAV_TRACE(traceHandle(), 2, "link " << found->second.name << " index " << index << " is gone");
   nameDel(found->second.name, index);
   links_.erase(found);
+  tellGone(index);
 }
 
 void LinkSource::nameDel(Dovel::IntfId const& name, std::int32_t index) {
@@ -79,6 +84,7 @@ void LinkSource::nameDel(Dovel::IntfId const& name, std::int32_t index) {
   if (owner == indexByName_.end() || owner->second != index) return;  // another link took it over
   indexByName_.erase(owner);
   changed_.insert(name);
+  tellName(index, name);
 }
 
 void LinkSource::dumpEnd(bool whole) {
@@ -90,15 +96,30 @@ void LinkSource::dumpEnd(bool whole) {
   for (auto const index : gone) linkDel(index);
 }
 
+std::optional<Dovel::IntfId> LinkSource::linkName(std::int32_t index) const {
+  auto const link = links_.find(index);
+  if (link == links_.end() || linkIndex(link->second.name) != index) return std::nullopt;
+  return link->second.name;
+}
+
+std::optional<std::int32_t> LinkSource::linkIndex(Dovel::IntfId const& name) const {
+  auto const owner = indexByName_.find(name);
+  if (owner == indexByName_.end()) return std::nullopt;
+  return owner->second;
+}
+
 Pondo::LinkTable::Record const* LinkSource::find(Dovel::IntfId const& name) const {
   auto const index = indexByName_.find(name);
   return index == indexByName_.end() ? nullptr : &links_.at(index->second).record;
 }
 
-void LinkSource::writeChanges(Pondo::Writer& writer) {
+void LinkSource::writeRemovals(Pondo::Writer& writer) {
   for (auto const& name : changed_) {
     if (!find(name)) writer.erase<Pondo::LinkTable>(name);
   }
+}
+
+void LinkSource::writeRest(Pondo::Writer& writer) {
   for (auto const& name : changed_) {
     if (auto const* record = find(name)) writer.put<Pondo::LinkTable>(name, *record);
   }

@@ -9,11 +9,12 @@
 #include <absl/container/btree_set.h>
 #include <absl/container/flat_hash_map.h>
 
+#include "kelbase/link_names.h"
 #include "kelbase/table_source.h"
 
 namespace Kelbase {
 
-class LinkSource : public TableSource {
+class LinkSource : public TableSource, public LinkNames {
  public:
   LinkSource();
 
@@ -24,9 +25,13 @@ class LinkSource : public TableSource {
   void dumpBegin() override { ++dump_; }
   void dumpEnd(bool whole) override;
   void receive(NetlinkMessage const& message) override;
-  void writeChanges(Pondo::Writer& writer) override;
+  void writeRemovals(Pondo::Writer& writer) override;
+  void writeRest(Pondo::Writer& writer) override;
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
   std::string summary() const override;
+
+  std::optional<Dovel::IntfId> linkName(std::int32_t index) const override;
+  std::optional<std::int32_t> linkIndex(Dovel::IntfId const& name) const override;
 
   /// What the table is to hold.
   Pondo::LinkTable::Record const* find(Dovel::IntfId const& name) const;

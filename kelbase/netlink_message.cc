@@ -20,7 +20,8 @@ constexpr std::array typeNames{
     TypeName{NLMSG_OVERRUN, "NLMSG_OVERRUN"},   TypeName{RTM_NEWLINK, "RTM_NEWLINK"},
     TypeName{RTM_DELLINK, "RTM_DELLINK"},       TypeName{RTM_GETLINK, "RTM_GETLINK"},
     TypeName{RTM_NEWNETCONF, "RTM_NEWNETCONF"}, TypeName{RTM_DELNETCONF, "RTM_DELNETCONF"},
-    TypeName{RTM_GETNETCONF, "RTM_GETNETCONF"},
+    TypeName{RTM_GETNETCONF, "RTM_GETNETCONF"}, TypeName{RTM_NEWADDR, "RTM_NEWADDR"},
+    TypeName{RTM_DELADDR, "RTM_DELADDR"},       TypeName{RTM_GETADDR, "RTM_GETADDR"},
 };
 
 constexpr std::array extendedErrorRules{

@@ -5,17 +5,22 @@
 #include <fmt/format.h>
 #include <sys/epoll.h>
 
+#include "kelbase/address_source.h"
 #include "kelbase/forwarding_source.h"
 #include "kelbase/link_source.h"
 #include "kelbase/trace.h"
 
 namespace Kelbase {
 
-/// One source a kind of table, in the order in which readers are to hear of them.
+/// One source a kind of table, in the order in which readers are to hear of what comes.
 Publisher::Sources Publisher::makeSources() {
   Sources sources;
-  sources.push_back(std::make_unique<LinkSource>());
+  auto links = std::make_unique<LinkSource>();
+  LinkNames& names = *links;
+  sources.push_back(std::move(links));
   sources.push_back(std::make_unique<ForwardingSource>());
+  sources.push_back(std::make_unique<Address4Source>(names));
+  sources.push_back(std::make_unique<Address6Source>(names));
   return sources;
 }
 
@@ -63,7 +68,7 @@ void Publisher::write() {
     writeAll();
     writer_.commitComplete();
   } else {
-    for (auto const& source : sources_) source->writeChanges(writer_);
+    writeChanges();
     writer_.commit();
   }
   everything_ = false;
@@ -72,6 +77,14 @@ void Publisher::write() {
     Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));
   failing_ = false;
   hooks_.published();
+}
+
+// What hangs on a link goes before it, and comes after it.
+void Publisher::writeChanges() {
+  for (auto source = sources_.rbegin(); source != sources_.rend(); ++source) {
+    (*source)->writeRemovals(writer_);
+  }
+  for (auto const& source : sources_) source->writeRest(writer_);
 }
 
 void Publisher::writeAll() {

@@ -51,7 +51,8 @@ class Publisher {
   /// The tables have been equal to the kernel once.
   bool published() const { return published_; }
   NetlinkFeed const& feed() const { return feed_; }
-  /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off".
+  /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
+  /// address".
   std::string summary() const;
 
  private:
@@ -61,6 +62,7 @@ class Publisher {
   static std::vector<TableSource*> pointers(Sources const& sources);
   void publish();
   void write();
+  void writeChanges();
   void writeAll();
   void watchNotices();
   void onNotice();

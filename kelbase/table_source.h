@@ -49,8 +49,11 @@ class TableSource {
   /// BadMessage when a message is not as declared; nothing has changed then.
   virtual void receive(NetlinkMessage const& message) = 0;
 
-  /// Writes what changed since the last write: removals first, then the rest. The caller commits.
-  virtual void writeChanges(Pondo::Writer& writer) = 0;
+  /// Writes what changed since the last write, in two steps. Publisher takes the first step of all
+  /// sources before the second of any, so that readers hear of what goes before what comes. The
+  /// caller commits.
+  virtual void writeRemovals(Pondo::Writer& writer) = 0;
+  virtual void writeRest(Pondo::Writer& writer) = 0;
   /// Makes the table equal to what the kernel said, whatever it holds. The caller commits.
   virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
   /// For the operator: "3 links".

@@ -1,29 +1,13 @@
 #include "platform/pondo/codec.h"
 
-#include <cstring>
-
 #include <fmt/format.h>
 
 #include "platform/mav/exception.h"
 #include "platform/pondo/format.h"
+#include "platform/pondo/layout_bytes.h"
 
 namespace Pondo {
 namespace {
-
-template <class Layout>
-std::string toBytes(Layout const& layout) {
-  std::string bytes(sizeof layout, '\0');
-  std::memcpy(bytes.data(), &layout, sizeof layout);
-  return bytes;
-}
-
-template <class Layout>
-std::optional<Layout> fromBytes(std::string_view bytes) {
-  Layout layout;
-  if (bytes.size() != sizeof layout) return std::nullopt;
-  std::memcpy(&layout, bytes.data(), sizeof layout);
-  return layout;
-}
 
 bool isFamily(std::uint8_t number) {
   return number == static_cast<std::uint8_t>(Family::ipv4) ||

@@ -39,4 +39,25 @@ std::string encodeRecord<LinkTable>(LinkTable::Record const& record);
 template <>
 std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes);
 
+template <>
+std::string encodeKey<Address4Table>(Address4Table::Key const& key);
+template <>
+std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Address4Table>(Address4Table::Record const& record);
+template <>
+std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_view bytes);
+
+template <>
+std::string encodeKey<Address6Table>(Address6Table::Key const& key);
+template <>
+std::optional<Address6Table::Key> decodeKey<Address6Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Address6Table>(Address6Table::Record const& record);
+template <>
+std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes);
+
+/// What the keys of all addresses of a link begin with, in both tables, and no other key does.
+std::string addressKeysOf(Dovel::IntfId const& link);
+
 }  // namespace Pondo

@@ -14,6 +14,11 @@
 //   log          sequence, u64 big endian                u8 table id, then the key that changed
 //   forwarding   u8 family (4, 6)                        ForwardingRecord
 //   link         interface name, 1 to 31 bytes, no NUL   LinkRecord
+//   address4     name of 1 to 15 bytes, NUL, address (4),     Address4Record
+//                u8 prefix length, peer (4)
+//   address6     name of 1 to 15 bytes, NUL, address (16)      Address6Record
+//
+// Addresses are in network order, in keys and records.
 //
 // Keys compare as bytes (memcmp, then length), and every key encoding sorts as the keys do.
 // A key has at most 511 bytes (LMDB's limit).
@@ -42,7 +47,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 1;
+inline constexpr std::uint32_t schemaVersion = 2;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -55,7 +60,8 @@ inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
 
-inline constexpr std::array<TableId, 2> tableIds{TableId::forwarding, TableId::link};
+inline constexpr std::array<TableId, 4> tableIds{TableId::forwarding, TableId::link,
+                                                 TableId::address4, TableId::address6};
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
@@ -73,6 +79,10 @@ constexpr std::string_view tableName(TableId id) {
       return ForwardingTable::name;
     case TableId::link:
       return LinkTable::name;
+    case TableId::address4:
+      return Address4Table::name;
+    case TableId::address6:
+      return Address6Table::name;
   }
   return {};
 }
@@ -115,6 +125,34 @@ struct LinkRecord {
 static_assert(std::is_trivially_copyable_v<LinkRecord> && sizeof(LinkRecord) == 8);
 static_assert(offsetof(LinkRecord, flags) == 1 && offsetof(LinkRecord, zero) == 2 &&
               offsetof(LinkRecord, ifIndex) == 4);
+
+inline constexpr std::uint8_t address4Version = 1;
+inline constexpr std::uint8_t address4Secondary = 0x01;  // IFA_F_SECONDARY
+inline constexpr std::size_t labelSize = 16;
+struct Address4Record {
+  std::uint8_t version = address4Version;
+  std::uint8_t flags = 0;  // address4Secondary; the rest 0
+  std::uint16_t zero = 0;
+  std::array<char, labelSize> label{};  // padded with NUL, at least one
+};
+static_assert(std::is_trivially_copyable_v<Address4Record> && sizeof(Address4Record) == 20);
+static_assert(offsetof(Address4Record, flags) == 1 && offsetof(Address4Record, zero) == 2 &&
+              offsetof(Address4Record, label) == 4);
+
+inline constexpr std::uint8_t address6Version = 1;
+inline constexpr std::uint8_t address6Tentative = 0x01;   // IFA_F_TENTATIVE
+inline constexpr std::uint8_t address6DadFailed = 0x02;   // IFA_F_DADFAILED
+inline constexpr std::uint8_t address6Deprecated = 0x04;  // IFA_F_DEPRECATED
+struct Address6Record {
+  std::uint8_t version = address6Version;
+  std::uint8_t flags = 0;   // address6Tentative, address6DadFailed, address6Deprecated; the rest 0
+  std::uint8_t length = 0;  // of the prefix, 0 to 128
+  std::uint8_t zero = 0;
+  std::array<std::uint8_t, 16> peer{};
+};
+static_assert(std::is_trivially_copyable_v<Address6Record> && sizeof(Address6Record) == 20);
+static_assert(offsetof(Address6Record, flags) == 1 && offsetof(Address6Record, length) == 2 &&
+              offsetof(Address6Record, zero) == 3 && offsetof(Address6Record, peer) == 4);
 
 inline constexpr std::size_t sequenceSize = 8;
 inline constexpr std::size_t keyMax = 511;

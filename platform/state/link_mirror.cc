@@ -4,7 +4,7 @@ namespace State {
 
 void LinkMirror::begin() {
   TableMirror::begin();
-  leaving_.clear();
+  changes_.clear();
 }
 
 void LinkMirror::read(Pondo::Snapshot const& snapshot, std::string_view key) {
@@ -12,8 +12,7 @@ void LinkMirror::read(Pondo::Snapshot const& snapshot, std::string_view key) {
   TableMirror::read(snapshot, key);
   if (deltas().size() == known) return;
   auto const& delta = deltas().back();
-  bool const stays = delta.before && delta.after && delta.before->ifIndex == delta.after->ifIndex;
-  if (delta.before && !stays) leaving_.push_back(delta.key);
+  changes_.push_back({delta.key, delta.before, delta.after});
 }
 
 void LinkMirror::apply(Phase phase) {
@@ -22,7 +21,9 @@ void LinkMirror::apply(Phase phase) {
 }
 
 void LinkMirror::applyLeaving() {
-  for (auto const& intfId : leaving_) dir_->intfStatusDel(intfId);
+  for (auto const& change : changes_) {
+    if (change.leaves()) dir_->intfStatusDel(change.intfId);
+  }
 }
 
 void LinkMirror::applyComing() {

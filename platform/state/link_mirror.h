@@ -14,15 +14,18 @@ class LinkMirror : public TableMirror<Pondo::LinkTable> {
 
   void begin() override;
   void read(Pondo::Snapshot const& snapshot, std::string_view key) override;
-  std::span<Dovel::IntfId const> leaving() const override { return leaving_; }
+  std::span<InterfaceChange const> interfaceChanges() const override { return changes_; }
   void apply(Phase phase) override;
+
+  /// The link as this slice leaves it; nothing when there is none of that name.
+  std::optional<Record> link(Dovel::IntfId const& intfId) const { return now(intfId); }
 
  private:
   void applyLeaving();
   void applyComing();
 
   Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
-  std::vector<Dovel::IntfId> leaving_;
+  std::vector<InterfaceChange> changes_;
 };
 
 }  // namespace State

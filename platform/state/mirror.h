@@ -22,6 +22,15 @@
 
 namespace State {
 
+/// The records of a link that differ; absent: nothing.
+struct InterfaceChange {
+  Dovel::IntfId intfId;
+  std::optional<Pondo::LinkTable::Record> before, after;
+
+  /// One interface goes; another may come under its name, with another index.
+  bool leaves() const { return before && (!after || after->ifIndex != before->ifIndex); }
+};
+
 enum class Phase { withdraw, interfacesGo, interfacesCome, announce };
 
 class Mirror {
@@ -36,16 +45,16 @@ class Mirror {
   /// Works out what changed under `key`.
   virtual void read(Pondo::Snapshot const& snapshot, std::string_view key) = 0;
 
-  /// The interfaces that leave in this slice, as far as read() has told.
-  virtual std::span<Dovel::IntfId const> leaving() const { return {}; }
+  /// The interfaces that come, change or go in this slice, as far as read() has told.
+  virtual std::span<InterfaceChange const> interfaceChanges() const { return {}; }
 
-  /// Interface `intfId` leaves in this slice, though changes of what hangs on it may come only in
-  /// a later one. Called after every read(). A mirror of things that hang on interfaces works out,
-  /// for all that it has filed for it, the withdrawal (once, should read() have told it already)
-  /// and the announcement again of what the table still holds: the interface may come back at
-  /// once, with another index.
-  virtual void interfaceLeaves(Pondo::Snapshot const& /*snapshot*/,
-                               Dovel::IntfId const& /*intfId*/) {}
+  /// An interface changes in this slice, though changes of what hangs on it may come only in a
+  /// later one. Called after every read(). A mirror of things that hang on interfaces works out,
+  /// for all that it has filed for one that leaves, the withdrawal (once, should read() have told
+  /// it already) and the announcement again of what the table still holds: the interface may come
+  /// back at once, with another index.
+  virtual void interfaceChanged(Pondo::Snapshot const& /*snapshot*/,
+                                InterfaceChange const& /*change*/) {}
 
   /// Whether applying will mount or unmount an entity.
   virtual bool changesMounts() const { return false; }

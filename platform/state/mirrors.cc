@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/state/address4_mirror.h"
+#include "platform/state/address6_mirror.h"
 #include "platform/state/forwarding_mirror.h"
 #include "platform/state/link_mirror.h"
 
@@ -10,18 +12,23 @@ namespace State {
 namespace {
 
 std::vector<std::unique_ptr<Mirror>> allMirrors(Mav::Directory& directory,
-                                                Mav::Ptr<Interface::AllIntfStatusDir> const& dir) {
+                                                DeviceState const& state) {
   std::vector<std::unique_ptr<Mirror>> mirrors;
   mirrors.push_back(std::make_unique<ForwardingMirror>(directory));
-  mirrors.push_back(std::make_unique<LinkMirror>(dir));
+  auto links = std::make_unique<LinkMirror>(state.intfStatusDir);
+  LinkMirror const& link = *links;
+  mirrors.push_back(std::move(links));
+  mirrors.push_back(
+      std::make_unique<Address4Mirror>(link, state.intfStatusDir, state.ipConfig, state.ipStatus));
+  mirrors.push_back(std::make_unique<Address6Mirror>(link, state.ip6Config, state.ip6Status));
   return mirrors;
 }
 
 }  // namespace
 
-Mirrors::Mirrors(MountObserver& observer, Mav::Ptr<Interface::AllIntfStatusDir> dir,
+Mirrors::Mirrors(MountObserver& observer, DeviceState state,
                  std::vector<std::unique_ptr<Mirror>> mirrors)
-    : observer_(observer), dir_(std::move(dir)), mirrors_(std::move(mirrors)) {
+    : observer_(observer), state_(std::move(state)), mirrors_(std::move(mirrors)) {
   for (auto const& mirror : mirrors_) tables_.push_back(mirror->table());
   Intf::intfDetailsProviderIs(this);
 }
@@ -31,11 +38,10 @@ Mirrors::~Mirrors() {
 }
 
 Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer)
-    : Mirrors(directory, observer, Mav::makeObject<Interface::AllIntfStatusDir>()) {}
+    : Mirrors(directory, observer, DeviceState{}) {}
 
-Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer,
-                 Mav::Ptr<Interface::AllIntfStatusDir> dir)
-    : Mirrors(observer, dir, allMirrors(directory, dir)) {}
+Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer, DeviceState const& state)
+    : Mirrors(observer, state, allMirrors(directory, state)) {}
 
 void Mirrors::onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) {
   read(snapshot, changes);
@@ -48,8 +54,8 @@ void Mirrors::read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change cons
     if (auto* const mirror = this->mirror(change.table)) mirror->read(snapshot, change.key);
   }
   for (auto const& source : mirrors_) {
-    for (auto const& intfId : source->leaving()) {
-      for (auto const& mirror : mirrors_) mirror->interfaceLeaves(snapshot, intfId);
+    for (auto const& change : source->interfaceChanges()) {
+      for (auto const& mirror : mirrors_) mirror->interfaceChanged(snapshot, change);
     }
   }
 }

@@ -175,7 +175,32 @@ TEST_F(CtlCommandTest, LoadReplacesWhatTheFilesSpeakOfAndLeavesTheRest) {
       {"name":"forwarding","added":0,"changed":0,"removed":0,"unchanged":1}]})"));
 
   ASSERT_EQ(ctl({"load", file("up.json", Samples::addressesUp)}), exitOk);
-  EXPECT_EQ(out(), "links: 0 added, 0 changed, 1 removed, 2 unchanged\n");
+  EXPECT_EQ(out(),
+            "links: 0 added, 0 changed, 1 removed, 2 unchanged\n"
+            "addresses: 1 added, 0 changed, 0 removed, 0 unchanged\n");
+}
+
+TEST_F(CtlCommandTest, AddressesOfBothVersionsAreShownAsOneTable) {
+  ASSERT_EQ(ctl({"load", file("a.json", Samples::addresses)}), exitOk) << err();
+  EXPECT_EQ(out(),
+            "links: 1 added, 0 changed, 0 removed, 0 unchanged\n"
+            "addresses: 4 added, 0 changed, 0 removed, 0 unchanged\n");
+  ASSERT_EQ(ctl({"--json", "show", "addresses"}), exitOk) << err();
+  EXPECT_EQ(outJson(), json::parse(R"([
+      {"interface":"v0","family":"ipv4","address":"10.0.0.1","prefixLength":24,"peer":"",
+       "label":"v0","flags":""},
+      {"interface":"v0","family":"ipv4","address":"10.0.0.2","prefixLength":32,
+       "peer":"10.9.0.1","label":"v0:1","flags":"secondary"},
+      {"interface":"v0","family":"ipv6","address":"2001:db8::1","prefixLength":64,"peer":"",
+       "label":"","flags":"tentative,dadfailed"},
+      {"interface":"v0","family":"ipv6","address":"2001:db8::2","prefixLength":128,
+       "peer":"2001:db8::3","label":"","flags":"deprecated"}])"));
+  ASSERT_EQ(ctl({"load", file("a.json", Samples::addressesUp)}), exitOk) << err();
+  ASSERT_EQ(ctl({"show", "addresses"}), exitOk);
+  EXPECT_THAT(out(), AllOf(HasSubstr("lo "), Not(HasSubstr("10.0.0"))));
+  EXPECT_EQ(ctl({"--json", "status"}), exitUnkept);
+  EXPECT_EQ(outJson()["tables"][0],
+            json::parse(R"({"name":"addresses","records":1,"malformed":0})"));
 }
 
 TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {
@@ -246,6 +271,7 @@ TEST_F(CtlCommandTest, StatusOfALivePublisher) {
                            HasSubstr("\nstarted        "), HasSubstr("\nlast seen      "),
                            HasSubstr("\nschema         "), HasSubstr("\ngeneration     "),
                            EndsWith("TABLE       RECORDS  MALFORMED\n"
+                                    "addresses         0          0\n"
                                     "forwarding        2          0\n"
                                     "links             1          0\n")));
 
@@ -266,7 +292,8 @@ TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
   EXPECT_EQ(told["publisher"]["alive"], false);
   EXPECT_NEAR(told["publisher"]["ageSeconds"].get<double>(), 3'600, 60);
   EXPECT_GE(told["generation"].get<std::uint64_t>(), 1U);
-  EXPECT_EQ(told["tables"], json::parse(R"([{"name":"forwarding","records":2,"malformed":0},
+  EXPECT_EQ(told["tables"], json::parse(R"([{"name":"addresses","records":0,"malformed":0},
+                                            {"name":"forwarding","records":2,"malformed":0},
                                             {"name":"links","records":1,"malformed":0}])"));
   EXPECT_EQ(told["error"], nullptr);
 }
@@ -334,7 +361,8 @@ TEST_F(CtlCommandTest, UsageErrorsExitWithTwo) {
            {{"load"}, "kelbasectl: FILE is required\nTry 'kelbasectl --help'.\n"},
            {{"show"}, "kelbasectl: TABLE is required\nTry 'kelbasectl --help'.\n"},
            {{"show", "routs"},
-            "kelbasectl: TABLE: routs not in {forwarding,links}\nTry 'kelbasectl --help'.\n"},
+            "kelbasectl: TABLE: routs not in {addresses,forwarding,links}\nTry 'kelbasectl "
+            "--help'.\n"},
            {{"status", "--wrong"},
             "kelbasectl: The following argument was not expected: --wrong\n"
             "Try 'kelbasectl --help'.\n"},

@@ -39,6 +39,7 @@ TEST_F(LoadBatchTest, AddressesTellTheirLinksAndFilteredEntriesAreSkipped) {
   read(Samples::addressesUp);
   EXPECT_EQ(batch_.links(), (LoadBatch::Links{{Dovel::IntfId("lo"), link(1, true, true)},
                                               {Dovel::IntfId("v0"), link(3, true, false)}}));
+  EXPECT_EQ(batch_.addresses4().size(), 1U);
 }
 
 TEST_F(LoadBatchTest, NetconfTellsTheVersionsInItAlone) {
@@ -97,6 +98,28 @@ TEST_P(BadFileTest, IsRefusedNamingFileLineAndField) {
     EXPECT_EQ(e.what(), expected);
   }
 }
+
+std::string withAddress(std::string const& fields) {
+  return R"([{"ifindex":3,"ifname":"a","flags":[],"link_type":"ether","addr_info":[
+{"family":"inet",)" +
+         fields + "}]}]";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Addresses, BadFileTest,
+    ::testing::Values(
+        BadFile{withAddress(R"("local":"10.0.0","prefixlen":8)"),
+                R"(f.json:2: local: expected an IPv4 address, got "10.0.0")"},
+        BadFile{
+            withAddress(R"("local":"0.0.0.0","prefixlen":8)"),
+            R"(f.json:2: local: expected an address that an interface can have, got "0.0.0.0")"},
+        BadFile{withAddress(R"("local":"10.0.0.1","prefixlen":33)"),
+                "f.json:2: prefixlen: expected a whole number from 0 to 32, got 33"},
+        BadFile{withAddress(R"("local":"10.0.0.1","prefixlen":8,"label":"a-label-of-sixtn")"),
+                R"(f.json:2: label: expected a label of at most 15 bytes, got "a-label-of-sixtn")"},
+        BadFile{withAddress(R"("local":"10.0.0.1","prefixlen":8},
+{"family":"inet","local":"10.0.0.1","prefixlen":8,"secondary":true)"),
+                R"(f.json:3: local: 10.0.0.1 of "a" was told otherwise before)"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Form, BadFileTest,

@@ -35,6 +35,12 @@ inline constexpr char const* addressesUp = R"([ {
     } ]
 )";
 
+// A veth with an address, another one with a peer, one that another host has too, and one that is
+// no longer preferred.
+inline constexpr char const* addresses =
+    R"([{"ifindex":3,"link":"v1","ifname":"v0","flags":["BROADCAST","MULTICAST","UP","LOWER_UP"],"mtu":1500,"link_type":"ether","addr_info":[{"family":"inet","local":"10.0.0.1","prefixlen":24,"scope":"global","label":"v0","valid_life_time":4294967295,"preferred_life_time":4294967295},{"family":"inet","local":"10.0.0.2","address":"10.9.0.1","prefixlen":32,"scope":"global","secondary":true,"label":"v0:1","valid_life_time":4294967295,"preferred_life_time":4294967295},{"family":"inet6","local":"2001:db8::1","prefixlen":64,"scope":"global","tentative":true,"dadfailed":true,"valid_life_time":4294967295,"preferred_life_time":4294967295},{"family":"inet6","local":"2001:db8::2","address":"2001:db8::3","prefixlen":128,"scope":"global","deprecated":true,"valid_life_time":4294967295,"preferred_life_time":0},{}]}]
+)";
+
 // `ip -4 -json address`: no link_type, and v1 is left out.
 inline constexpr char const* addresses4 =
     R"([{"ifindex":1,"ifname":"lo","flags":["LOOPBACK","UP","LOWER_UP"],"mtu":65536,"qdisc":"noqueue","operstate":"UNKNOWN","group":"default","txqlen":1000,"addr_info":[{"family":"inet","local":"127.0.0.1","prefixlen":8,"scope":"host","label":"lo","valid_life_time":4294967295,"preferred_life_time":4294967295}]}]

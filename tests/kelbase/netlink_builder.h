@@ -70,6 +70,16 @@ inline NetlinkBuilder linkMessage(int type, int index, unsigned flags = 0, int f
   return NetlinkBuilder(type, info);
 }
 
+inline NetlinkBuilder addressMessage(int type, int family, unsigned index, unsigned length,
+                                     unsigned flags = 0) {
+  ifaddrmsg info{};
+  info.ifa_family = static_cast<unsigned char>(family);
+  info.ifa_prefixlen = static_cast<unsigned char>(length);
+  info.ifa_flags = static_cast<unsigned char>(flags);
+  info.ifa_index = index;
+  return NetlinkBuilder(type, info);
+}
+
 inline NetlinkBuilder netconfMessage(int type, int family) {
   return NetlinkBuilder(type, netconfmsg{static_cast<__u8>(family)});
 }

@@ -66,9 +66,9 @@ class DependantMirror : public State::Mirror {
   void read(Pondo::Snapshot const&, std::string_view key) override {
     (table_.contains(std::string(key)) ? coming_ : going_).emplace(key);
   }
-  void interfaceLeaves(Pondo::Snapshot const&, Dovel::IntfId const& intfId) override {
+  void interfaceChanged(Pondo::Snapshot const&, State::InterfaceChange const& change) override {
     for (auto const& key : filed_) {
-      if (!key.starts_with(intfId.stringValue() + ' ')) continue;
+      if (!change.leaves() || !key.starts_with(change.intfId.stringValue() + ' ')) continue;
       going_.insert(key);
       if (table_.contains(key)) coming_.insert(key);
     }
@@ -285,7 +285,7 @@ class PhaseTest : public MirrorsTest {
   Mav::Ptr<Interface::AllIntfStatusDir> const intfStatusDir_ =
       Mav::makeObject<Interface::AllIntfStatusDir>();
   std::map<std::string, bool> table_;
-  State::Mirrors both_{witness_, intfStatusDir_, mirrors()};
+  State::Mirrors both_{witness_, {.intfStatusDir = intfStatusDir_}, mirrors()};
 
  private:
   std::vector<std::unique_ptr<State::Mirror>> mirrors() {

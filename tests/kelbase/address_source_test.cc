@@ -1,0 +1,145 @@
+#include "kelbase/address_source.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/if_addr.h>
+
+#include "kelbase/link_source.h"
+#include "platform/dovel/ip_addr_with_mask.h"
+#include "tests/kelbase/netlink_builder.h"
+
+namespace Kelbase {
+namespace {
+
+using Dovel::IntfId;
+
+class AddressSourceTest : public testing::Test {
+ protected:
+  void link(int index, std::string_view name) {
+    links_.receive(linkMessage(RTM_NEWLINK, index).text(IFLA_IFNAME, name).message());
+  }
+  void linkGone(int index) { links_.receive(linkMessage(RTM_DELLINK, index).message()); }
+
+  static NetlinkBuilder message4(int type, unsigned index, char const* addr, unsigned flags = 0) {
+    Dovel::IpAddrWithMask const parsed{std::string_view(addr)};
+    return addressMessage(type, AF_INET, index, parsed.length(), flags)
+        .value(IFA_ADDRESS, parsed.address().octets())
+        .value(IFA_LOCAL, parsed.address().octets());
+  }
+  void address(unsigned index, char const* addr) {
+    source4_.receive(message4(RTM_NEWADDR, index, addr).message());
+  }
+  void gone(unsigned index, char const* addr) {
+    source4_.receive(message4(RTM_DELADDR, index, addr).message());
+  }
+  void peer(unsigned index, char const* local, char const* peer) {
+    source4_.receive(addressMessage(RTM_NEWADDR, AF_INET, index, 32)
+                         .value(IFA_ADDRESS, Dovel::IpAddr(peer).octets())
+                         .value(IFA_LOCAL, Dovel::IpAddr(local).octets())
+                         .message());
+  }
+  static Address4Source::Key key(char const* link, char const* addr, char const* peer = nullptr) {
+    Dovel::IpAddrWithMask const parsed{std::string_view(addr)};
+    return {IntfId(link), parsed.address(), static_cast<std::uint8_t>(parsed.length()),
+            peer ? Dovel::IpAddr(peer) : parsed.address()};
+  }
+  bool has(char const* link, char const* addr, char const* peer = nullptr) const {
+    return source4_.find(key(link, addr, peer)) != nullptr;
+  }
+
+  LinkSource links_;
+  Address4Source source4_{links_};
+  Address6Source source6_{links_};
+};
+
+TEST_F(AddressSourceTest, WhatTheKernelTellsApartIsApart) {
+  link(2, "a");
+  link(3, "b");
+  address(2, "10.0.0.1/24");
+  address(2, "10.0.0.1/16");
+  address(3, "10.0.0.1/24");
+  peer(2, "10.0.0.1", "10.1.0.1");
+  peer(2, "10.0.0.1", "10.1.0.2");
+  EXPECT_EQ(source4_.size(), 5U);
+  gone(2, "10.0.0.1/24");
+  EXPECT_FALSE(has("a", "10.0.0.1/24"));
+  EXPECT_TRUE(has("a", "10.0.0.1/16"));
+  EXPECT_TRUE(has("b", "10.0.0.1/24"));
+  EXPECT_TRUE(has("a", "10.0.0.1/32", "10.1.0.2"));
+}
+
+TEST_F(AddressSourceTest, AddressesGoByTheNameOfTheirLinkAndGoWithIt) {
+  address(2, "10.0.0.1/24");
+  EXPECT_FALSE(has("a", "10.0.0.1/24"));
+  link(2, "a");
+  EXPECT_TRUE(has("a", "10.0.0.1/24"));
+  link(2, "c");
+  EXPECT_FALSE(has("a", "10.0.0.1/24"));
+  EXPECT_TRUE(has("c", "10.0.0.1/24"));
+  link(3, "c");  // the rename of link 2 was lost
+  EXPECT_FALSE(has("c", "10.0.0.1/24"));
+  link(2, "d");
+  EXPECT_TRUE(has("d", "10.0.0.1/24"));
+  linkGone(2);
+  EXPECT_EQ(source4_.size(), 0U);
+  link(2, "e");
+  EXPECT_FALSE(has("e", "10.0.0.1/24"));
+}
+
+TEST_F(AddressSourceTest, AWholeDumpForgetsWhatItDidNotMention) {
+  link(2, "a");
+  address(2, "10.0.0.1/24");
+  address(2, "10.0.0.2/24");
+  source4_.dumpBegin();
+  address(2, "10.0.0.2/24");
+  source4_.dumpEnd(false);
+  EXPECT_TRUE(has("a", "10.0.0.1/24"));
+  source4_.dumpBegin();
+  address(2, "10.0.0.2/24");
+  source4_.dumpEnd(true);
+  EXPECT_FALSE(has("a", "10.0.0.1/24"));
+  EXPECT_TRUE(has("a", "10.0.0.2/24"));
+}
+
+TEST_F(AddressSourceTest, LabelAndFlagsAreKept) {
+  link(2, "a");
+  source4_.receive(
+      message4(RTM_NEWADDR, 2, "10.0.0.1/24", IFA_F_SECONDARY).text(IFA_LABEL, "a:1").message());
+  EXPECT_EQ(*source4_.find(key("a", "10.0.0.1/24")),
+            (Pondo::Address4Table::Record{IntfId("a:1"), true}));
+  Dovel::Ip6Addr const addr("2001:db8::1");
+  Dovel::Ip6Addr const other("2001:db8::2");
+  auto message = addressMessage(RTM_NEWADDR, AF_INET6, 2, 128, IFA_F_TENTATIVE);
+  message.value(IFA_ADDRESS, other.octets()).value(IFA_LOCAL, addr.octets());
+  source6_.receive(message.message());
+  EXPECT_TRUE(source6_.find({IntfId("a"), addr})->tentative);
+  // The long flags count where they are told.
+  message.value(IFA_FLAGS, std::uint32_t{IFA_F_DEPRECATED | IFA_F_NOPREFIXROUTE});
+  source6_.receive(message.message());
+  EXPECT_EQ(*source6_.find({IntfId("a"), addr}),
+            (Pondo::Address6Table::Record{128, other, false, false, true}));
+  source4_.receive(message.message());  // the other version's
+  EXPECT_EQ(source4_.size(), 1U);
+}
+
+TEST_F(AddressSourceTest, ABadMessageChangesNothing) {
+  link(2, "a");
+  auto const rejects = [this](NetlinkBuilder const& message, char const* why) {
+    EXPECT_THAT([&] { source4_.receive(message.message()); },
+                testing::ThrowsMessage<BadMessage>(why));
+  };
+  rejects(addressMessage(RTM_NEWADDR, AF_INET, 0, 8),
+          "RTM_NEWADDR: interface index 0, expected 1 or more");
+  rejects(addressMessage(RTM_NEWADDR, AF_INET, 2, 8),
+          "RTM_NEWADDR: 0.0.0.0 is no interface's address");
+  rejects(addressMessage(RTM_NEWADDR, AF_INET, 2, 8).value(IFA_LOCAL, std::uint16_t{1}),
+          "RTM_NEWADDR: IFA_LOCAL: 2 bytes, expected 4");
+  rejects(addressMessage(RTM_NEWADDR, AF_INET, 2, 33).value(IFA_LOCAL, std::uint32_t{1}),
+          "RTM_NEWADDR: prefix length 33, expected 0 to 32");
+  EXPECT_THROW(source6_.receive(addressMessage(RTM_NEWADDR, AF_INET6, 2, 64).message()),
+               BadMessage);
+  EXPECT_EQ(source4_.size() + source6_.size(), 0U);
+}
+
+}  // namespace
+}  // namespace Kelbase
