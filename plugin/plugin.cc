@@ -4,6 +4,7 @@ namespace OvoSnmp {
 
 Plugin::Plugin(std::filesystem::path runDir)
     : mirrors_(Mav::Directory::root(), *this),
+      caches_(Mav::Directory::root(), activity_, mirrors_),
       follower_(activity_, std::move(runDir), {&mirrors_}),
       loopWatch_(activity_) {}
 

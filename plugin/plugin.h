@@ -1,7 +1,7 @@
 #pragma once
 // The module at work inside snmpd: everything that exists only in the final process, after the
-// daemon has forked and dropped its privileges. Follows the shared tables on snmpd's one thread
-// and has the handler units register once there is state to serve.
+// daemon has forked and dropped its privileges. Follows the shared tables on snmpd's one thread,
+// keeps the caches, and has the handler units register once there is state to serve.
 
 #include <filesystem>
 
@@ -10,6 +10,7 @@
 #include "platform/pondo/follower.h"
 #include "platform/snmp/framework.h"
 #include "platform/state/mirrors.h"
+#include "plugin/caches.h"
 #include "plugin/select_loop_watch.h"
 
 namespace OvoSnmp {
@@ -32,6 +33,7 @@ class Plugin : private State::MountObserver {
   // before the entities that they point to.
   Mav::Activity activity_;
   State::Mirrors mirrors_;
+  Caches caches_;
   Snmp::Framework framework_;
   bool stateKnown_ = false;
   Pondo::Follower follower_;

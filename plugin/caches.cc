@@ -1,0 +1,30 @@
+#include "plugin/caches.h"
+
+namespace OvoSnmp {
+
+Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors)
+    : directory_(directory),
+      ipMib_(IpSnmp::ipMibFactory("ipmib")),
+      ipForwardMib_(IpSnmp::ipForwardMibFactory("ipforwardmib")),
+      root_(IpSnmp::rootFactory("root")) {
+  root_->ipConfigIs(mirrors.ipConfig());
+  root_->ipStatusIs(mirrors.ipStatus());
+  root_->ip6ConfigIs(mirrors.ip6Config());
+  root_->ip6StatusIs(mirrors.ip6Status());
+  root_->intfStatusDirIs(mirrors.intfStatusDir());
+  root_->ipMibIs(ipMib_);
+  root_->ipForwardMibIs(ipForwardMib_);
+  root_->ipAddressTableSmIs(Mav::makeObject<Mav::ActivityConfig>(activity), root_->intfStatusDir(),
+                            ipMib_, root_->ipConfig(), root_->ipStatus(), root_->ip6Config(),
+                            root_->ip6Status());
+  directory_.mount(IpSnmp::IpMib::path, ipMib_);
+  directory_.mount(IpSnmp::IpForwardMib::path, ipForwardMib_);
+}
+
+Caches::~Caches() {
+  root_.reset();
+  directory_.unmount(IpSnmp::IpForwardMib::path);
+  directory_.unmount(IpSnmp::IpMib::path);
+}
+
+}  // namespace OvoSnmp

@@ -1,0 +1,33 @@
+#pragma once
+// What the handlers serve, and the state machines that keep it: the two cache entities, mounted
+// where the handlers look for them, and IpSnmp::Root over the mirrored state of the device. Made
+// while that state is still empty, so that the state machines see every address come.
+
+#include "agent/root.h"
+#include "model/ip_forward_mib.h"
+#include "model/ip_mib.h"
+#include "platform/mav/activity.h"
+#include "platform/mav/directory.h"
+#include "platform/state/mirrors.h"
+
+namespace OvoSnmp {
+
+class Caches {
+ public:
+  /// Mounts the entities in `directory`, which must outlive this. NameInUseException when something
+  /// is mounted in their place.
+  Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors);
+  /// Stops the state machines, then takes the entities out of the directory: by then no handler may
+  /// be registered that points to them.
+  ~Caches();
+  Caches(Caches const&) = delete;
+  Caches& operator=(Caches const&) = delete;
+
+ private:
+  Mav::Directory& directory_;
+  Mav::Ptr<IpSnmp::IpMib> const ipMib_;
+  Mav::Ptr<IpSnmp::IpForwardMib> const ipForwardMib_;
+  Mav::Ptr<IpSnmp::Root> root_;
+};
+
+}  // namespace OvoSnmp
