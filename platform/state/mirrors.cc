@@ -34,7 +34,7 @@ Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer)
     : Mirrors(directory, observer, Mav::makeObject<Interface::AllIntfStatusDir>()) {}
 
 Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer,
-                 Mav::Ptr<Interface::AllIntfStatusDir> dir)
+                 Mav::Ptr<Interface::AllIntfStatusDir> const& dir)
     : Mirrors(observer, dir, allMirrors(directory, dir)) {}
 
 void Mirrors::onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) {

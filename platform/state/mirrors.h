@@ -36,7 +36,7 @@ class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
 
  private:
   Mirrors(Mav::Directory& directory, MountObserver& observer,
-          Mav::Ptr<Interface::AllIntfStatusDir> dir);
+          Mav::Ptr<Interface::AllIntfStatusDir> const& dir);
   std::int32_t ifIndex(Interface::IntfStatus const& status) const override;
   Mirror* mirror(Pondo::TableId table) const;
   void read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes);
