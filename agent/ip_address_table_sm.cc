@@ -194,7 +194,7 @@ Mav::Ptr<IpAddressEntry> IpAddressTableSm::addToIpAddressTable(IntfDataKey const
                                                                AddrWithMask const& address) {
   if (address.address().isUnspecified() || ifIndex < 1) return nullptr;
   auto const ipMib = Mav::validPtr(ipMib_);
-  auto const entry = Mav::validPtr(ipMib->ipAddressTableIs(inetAddress(address.address())));
+  auto entry = Mav::validPtr(ipMib->ipAddressTableIs(inetAddress(address.address())));
   auto const prefix = newPrefixEntry(ifIndex, address);
   tellOtherLength(entry->intf(key), address);
   filePrefix(*ipMib, *entry, key, prefix);

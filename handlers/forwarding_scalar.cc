@@ -7,8 +7,9 @@
 
 namespace {
 
-#define SCALAR_TRACE(stream) \
-  MAV_TRACE_AS(IpBase::traceHandle(), 2, scalar.handler, scalar.handler << " - " << stream)
+#define SCALAR_TRACE(stream)                             \
+  MAV_TRACE_AS(IpBase::traceHandle(), 2, scalar.handler, \
+               scalar.handler << " - " << stream) /* NOLINT(bugprone-macro-parentheses) */
 
 int generalError(netsnmp_request_info* requests) {
   netsnmp_request_set_error(requests, SNMP_ERR_GENERR);

@@ -25,7 +25,6 @@ std::string described(Node const& node) {
     case Node::Type::null:
       return "null";
     case Node::Type::boolean:
-      return node.text;
     case Node::Type::number:
       return node.text;
     case Node::Type::string:

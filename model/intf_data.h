@@ -13,8 +13,8 @@ namespace IpSnmp {
 class IntfData : public Mav::PlainValue<IntfData> {
  public:
   IntfData() = default;
-  IntfData(IntfDataKey key, Mav::Ptr<IpAddressPrefixEntry const> prefixEntry)
-      : key_(std::move(key)), prefixEntry_(std::move(prefixEntry)) {}
+  IntfData(IntfDataKey const& key, Mav::Ptr<IpAddressPrefixEntry const> prefixEntry)
+      : key_(key), prefixEntry_(std::move(prefixEntry)) {}
   /// Only a null reference can come from a text.
   IntfData(char const*& from, char const* to) : IntfData(Mav::parsedStrep<IntfData>(from, to)) {}
 

@@ -99,7 +99,7 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
   data_ = {status.st_dev, status.st_ino};
   size_ = status.st_size;
   openInProcess().push_back(data_);
-  guard.release();
+  static_cast<void>(guard.release());
 }
 
 Environment::~Environment() {

@@ -41,9 +41,9 @@ FileIdentity identityOf(int fd) {
 
 }  // namespace
 
-PublisherLock::PublisherLock(std::filesystem::path runDir, std::string const& publisher,
+PublisherLock::PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
                              std::optional<gid_t> group)
-    : file_(std::move(runDir) / Format::publisherLockFile) {
+    : file_(runDir / Format::publisherLockFile) {
   do {
     // Again when the file was deleted between open and lock: that lock would exclude nobody.
     fd_ = openLockFile(file_);

@@ -16,7 +16,7 @@ namespace Pondo {
 class PublisherLock {
  public:
   /// PublisherRunningException when another holds it.
-  PublisherLock(std::filesystem::path runDir, std::string const& publisher,
+  PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
                 std::optional<gid_t> group);
 
   /// A sign of life.
