@@ -76,7 +76,7 @@ TEST_F(LoadBatchTest, AFileLongerThanABufferKeepsItsLines) {
 }
 
 struct BadFile {
-  char const* text;
+  std::string text;
   char const* error;
 };
 
