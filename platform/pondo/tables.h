@@ -12,6 +12,8 @@
 #include "platform/dovel/intf_id.h"
 #include "platform/dovel/ip6_addr.h"
 #include "platform/dovel/ip_addr.h"
+#include "platform/dovel/prefix.h"
+#include "platform/pondo/fib_values.h"
 
 namespace Pondo {
 
@@ -20,7 +22,9 @@ enum class TableId : std::uint8_t {
   link = 2,
   address4 = 3,
   address6 = 4,
-  // 5 neighbour, 6 route, 7 fec: reserved for the tables to come
+  // 5 neighbour: reserved for a table to come
+  route = 6,
+  fec = 7,
 };
 
 enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
@@ -88,6 +92,23 @@ struct Address6Table {
     bool deprecated = false;  // RFC 4862 section 5.5.4
     bool operator==(Record const&) const = default;
   };
+};
+
+/// The IPv4 unicast routes of the main table, one a prefix: of several metrics the lowest.
+struct RouteTable {
+  static constexpr TableId id = TableId::route;
+  static constexpr std::string_view name = "route";
+  using Key = Dovel::Prefix;
+  using Record = Fib::Route;
+};
+
+/// The sets of next hops that routes share. A route's fec is written no later than the route, in
+/// the same commit or an earlier one, and removed no earlier.
+struct FecTable {
+  static constexpr TableId id = TableId::fec;
+  static constexpr std::string_view name = "fec";
+  using Key = Fib::FecId;
+  using Record = Fib::Fec;
 };
 
 }  // namespace Pondo

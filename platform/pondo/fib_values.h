@@ -1,0 +1,68 @@
+#pragma once
+// What the forwarding table holds: routes, and the sets of next hops (forwarding equivalence
+// classes, fecs) that routes share. Plain values, on either side of the shared tables.
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/dovel/intf_id.h"
+#include "platform/dovel/ip_addr.h"
+#include "platform/dovel/routing_values.h"
+#include "platform/mav/number_value.h"
+
+namespace Pondo::Fib {
+
+/// Names a fec. 0 names none.
+class FecId : public Mav::NumberValue<FecId, std::uint64_t> {
+ public:
+  using NumberValue::NumberValue;
+};
+
+/// The place of a via in its fec, 0 to 127.
+class ViaIndex {
+ public:
+  static constexpr std::size_t min = 0;
+  static constexpr std::size_t max = 127;
+
+  constexpr ViaIndex() = default;
+  /// Mav::RangeException "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed".
+  explicit ViaIndex(std::size_t value);
+
+  constexpr std::size_t value() const { return value_; }
+  /// Mav::RangeException as above, beyond the last.
+  ViaIndex& operator++();
+  auto operator<=>(ViaIndex const&) const = default;
+
+ private:
+  std::uint8_t value_ = 0;
+};
+
+/// A fec has no more; a kernel set that does is cut.
+inline constexpr std::size_t viasMax = ViaIndex::max + 1;
+
+/// One way to forward: to a neighbour (nextHop), out of an interface, or both.
+struct Via {
+  Dovel::IpAddr nextHop;     // 0.0.0.0: none, the destination is on the link
+  Dovel::IntfId intfId;      // empty: none
+  std::int32_t ifIndex = 0;  // of intfId when published, 0 when that is empty. Not served: it makes
+                             // the record differ when the name comes back on another interface
+  bool operator==(Via const&) const = default;
+};
+
+/// In the order of the kernel's set.
+struct Fec {
+  std::vector<Via> vias;  // 1 to viasMax
+  bool operator==(Fec const&) const = default;
+};
+
+struct Route {
+  FecId fecId;  // none for the types that carry no traffic
+  Routing::RouteMetric metric;
+  Routing::RoutePreference preference;
+  Routing::Fib::RouteType routeType = Routing::Fib::routeTypeUnknown;
+  bool operator==(Route const&) const = default;
+};
+
+}  // namespace Pondo::Fib
