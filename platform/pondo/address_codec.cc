@@ -99,12 +99,10 @@ std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_vie
       (layout->flags & ~unsigned{Format::address4Secondary}) != 0 || layout->zero != 0) {
     return std::nullopt;
   }
-  auto const& label = layout->label;
-  auto const end = std::find(label.begin(), label.end(), '\0');
-  bool const padded = std::all_of(end, label.end(), [](char c) { return c == '\0'; });
-  if (end == label.end() || !padded) return std::nullopt;
+  auto const label = paddedName(layout->label);
+  if (!label) return std::nullopt;
   return Address4Table::Record{
-      .label = Dovel::IntfId(std::string_view(label.data())),
+      .label = Dovel::IntfId(*label),
       .secondary = (layout->flags & Format::address4Secondary) != 0,
   };
 }

@@ -4,10 +4,12 @@
 // and yields nothing for what is not well-formed;
 // encoding throws Mav::RangeException for what readers would refuse.
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/pondo/format.h"
 #include "platform/pondo/tables.h"
 
 namespace Pondo {
@@ -56,6 +58,28 @@ template <>
 std::string encodeRecord<Address6Table>(Address6Table::Record const& record);
 template <>
 std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes);
+
+template <>
+std::string encodeKey<RouteTable>(Dovel::Prefix const& key);
+template <>
+std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<RouteTable>(Fib::Route const& record);
+template <>
+std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes);
+
+template <>
+std::string encodeKey<FecTable>(Fib::FecId const& key);
+template <>
+std::optional<Fib::FecId> decodeKey<FecTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<FecTable>(Fib::Fec const& record);
+template <>
+std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes);
+
+/// As encodeKey and encodeRecord, without an allocation: there are a million routes.
+std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix);
+std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route);
 
 /// What the keys of all addresses of a link begin with, in both tables, and no other key does.
 std::string addressKeysOf(Dovel::IntfId const& link);

@@ -17,6 +17,8 @@
 //   address4     name of 1 to 15 bytes, NUL, address (4),     Address4Record
 //                u8 prefix length, peer (4)
 //   address6     name of 1 to 15 bytes, NUL, address (16)      Address6Record
+//   route        address (4), u8 prefix length           RouteRecord
+//   fec          id, u64 big endian                      FecRecord, then its vias: FecVia each
 //
 // Addresses are in network order, in keys and records.
 //
@@ -47,7 +49,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 2;
+inline constexpr std::uint32_t schemaVersion = 3;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -60,8 +62,9 @@ inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
 
-inline constexpr std::array<TableId, 4> tableIds{TableId::forwarding, TableId::link,
-                                                 TableId::address4, TableId::address6};
+inline constexpr std::array<TableId, 6> tableIds{TableId::forwarding, TableId::link,
+                                                 TableId::address4,   TableId::address6,
+                                                 TableId::route,      TableId::fec};
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
@@ -83,6 +86,10 @@ constexpr std::string_view tableName(TableId id) {
       return Address4Table::name;
     case TableId::address6:
       return Address6Table::name;
+    case TableId::route:
+      return RouteTable::name;
+    case TableId::fec:
+      return FecTable::name;
   }
   return {};
 }
@@ -153,6 +160,40 @@ struct Address6Record {
 static_assert(std::is_trivially_copyable_v<Address6Record> && sizeof(Address6Record) == 20);
 static_assert(offsetof(Address6Record, flags) == 1 && offsetof(Address6Record, length) == 2 &&
               offsetof(Address6Record, zero) == 3 && offsetof(Address6Record, peer) == 4);
+
+inline constexpr std::size_t routeKeySize = 5;
+inline constexpr std::uint8_t routeVersion = 1;
+struct RouteRecord {
+  std::uint8_t version = routeVersion;
+  std::uint8_t preference = 0;
+  std::uint16_t routeType = 0;  // of Routing::Fib::RouteType
+  std::uint32_t metric = 0;
+  std::uint64_t fecId = 0;  // 0: none
+};
+static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 16);
+static_assert(offsetof(RouteRecord, preference) == 1 && offsetof(RouteRecord, routeType) == 2 &&
+              offsetof(RouteRecord, metric) == 4 && offsetof(RouteRecord, fecId) == 8);
+
+inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
+inline constexpr std::uint8_t fecVersion = 1;
+struct FecRecord {
+  std::uint8_t version = fecVersion;
+  std::uint8_t zero = 0;
+  std::uint16_t viaCount = 0;  // 1 to Fib::viasMax
+  std::uint32_t zeros = 0;
+};
+static_assert(std::is_trivially_copyable_v<FecRecord> && sizeof(FecRecord) == 8);
+static_assert(offsetof(FecRecord, zero) == 1 && offsetof(FecRecord, viaCount) == 2 &&
+              offsetof(FecRecord, zeros) == 4);
+
+/// Has a next hop, a name or both.
+struct FecVia {
+  std::array<std::uint8_t, 4> nextHop{};
+  std::int32_t ifIndex = 0;                // 1 or more with a name, 0 without
+  std::array<char, labelSize> intfName{};  // padded with NUL, at least one
+};
+static_assert(std::is_trivially_copyable_v<FecVia> && sizeof(FecVia) == 24);
+static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8);
 
 inline constexpr std::size_t sequenceSize = 8;
 inline constexpr std::size_t keyMax = 511;

@@ -1,6 +1,8 @@
 #pragma once
 // A layout of format.h as bytes, and back. Bytes in the map are not aligned: they are copied.
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -22,6 +24,22 @@ std::optional<Layout> fromBytes(std::string_view bytes) {
   if (bytes.size() != sizeof layout) return std::nullopt;
   std::memcpy(&layout, bytes.data(), sizeof layout);
   return layout;
+}
+
+/// Valid as long as `bytes`.
+template <std::size_t N>
+std::string_view asView(std::array<char, N> const& bytes) {
+  return {bytes.data(), N};
+}
+
+/// A name that a layout has in a field padded with NUL, or nothing when the padding is not that or
+/// not there. A view of the field.
+template <std::size_t N>
+std::optional<std::string_view> paddedName(std::array<char, N> const& field) {
+  std::string_view const bytes(field.data(), N);
+  auto const end = bytes.find('\0');
+  if (end == bytes.npos || bytes.find_first_not_of('\0', end) != bytes.npos) return std::nullopt;
+  return bytes.substr(0, end);
 }
 
 }  // namespace Pondo

@@ -282,6 +282,11 @@ bool Writer::eraseBytes(TableId table, std::string_view key) {
   return impl_->erase(table, key) != Outcome::unchanged;
 }
 
+void Writer::scanBytes(TableId table,
+                       absl::FunctionRef<void(std::string_view, std::string_view)> visit) {
+  impl_->attempt([&](WriteTransaction& txn) { txn.each(table, visit); });
+}
+
 Writer::SyncCounts Writer::syncBytes(TableId table,
                                      std::vector<std::pair<Bytes, Bytes>> const& wanted) {
   assert(std::is_sorted(wanted.begin(), wanted.end()));

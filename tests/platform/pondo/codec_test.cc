@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 
-static_assert(Format::schemaVersion == 2);
+static_assert(Format::schemaVersion == 3);
 
 TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   if (std::endian::native != std::endian::little) GTEST_SKIP() << "pinned for little endian";
@@ -40,12 +40,26 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<Address6Table>({.length = 64, .peer = addr6, .dadFailed = true}),
             "\x01\x02\x40\0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10"s);
 
+  EXPECT_EQ(encodeKey<RouteTable>(Dovel::Prefix("10.1.2.0/23")), "\x0a\x01\x02\0\x17"s);
+  EXPECT_EQ(encodeRecord<RouteTable>({.fecId = Fib::FecId(0x0102030405060708),
+                                      .metric = Routing::RouteMetric(0x11121314),
+                                      .preference = Routing::RoutePreference(200),
+                                      .routeType = Routing::Fib::routeTypeBgp}),
+            "\x01\xc8\x11\0\x14\x13\x12\x11\x08\x07\x06\x05\x04\x03\x02\x01"s);
+  EXPECT_EQ(encodeKey<FecTable>(Fib::FecId(0x0102030405060708)),
+            "\x01\x02\x03\x04\x05\x06\x07\x08"s);
+  EXPECT_EQ(encodeRecord<FecTable>(
+                {{{Dovel::IpAddr(0x0a000001), eth0, 5}, {Dovel::IpAddr(0x0a000002), {}, 0}}}),
+            "\x01\0\x02\0\0\0\0\0"
+            "\x0a\0\0\x01\x05\0\0\0eth0\0\0\0\0\0\0\0\0\0\0\0\0"
+            "\x0a\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"s);
+
   Format::MetaRecord const meta{
       .instance = 2, .generation = 3, .logFirst = 4, .logNext = 5, .complete = 1};
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
   EXPECT_EQ(bytes,
-            "OVOT\x02\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "OVOT\x03\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
             "\x01\0\0\0\0\0\0\0"s);
 }
 

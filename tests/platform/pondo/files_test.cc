@@ -155,7 +155,7 @@ TEST_F(FilesTest, foreignTables) {
 TEST_F(FilesTest, otherSchemaVersion) {
   writeSchema(tables(), Format::schemaVersion + 1);
   auto const text = data() +
-                    ": has schema version 3, this program needs 2; install publisher and readers "
+                    ": has schema version 4, this program needs 3; install publisher and readers "
                     "of one version and restart them";
   expectRefused(Reason::schema, text);
   expectMadeAnew("because of " + text);

@@ -120,6 +120,27 @@ TEST_F(WriterTest, syncWritesTheDifferenceRemovalsFirst) {
   EXPECT_THAT(changesAfterwards(), ElementsAre("a", "b", "c", "a", "aa", "c"));
 }
 
+TEST_F(WriterTest, scanShowsWhatIsCommittedAndWhatIsNotYet) {
+  Dovel::Prefix const low("10.0.0.0/8");
+  Dovel::Prefix const high("10.0.0.0/24");
+  Fib::Route route{.fecId = Fib::FecId(1), .metric = {}, .preference = {}};
+  writer->put<RouteTable>(high, route);
+  writer->commit();
+  reopen();
+  writer->putBytes(TableId::route, "malformed", "x");
+  route.fecId = Fib::FecId(2);
+  EXPECT_TRUE(writer->put<RouteTable>(low, route));
+  EXPECT_FALSE(writer->put<RouteTable>(low, route));
+  std::vector<std::pair<std::string, Fib::FecId>> found;
+  writer->scan<RouteTable>([&](Dovel::Prefix const& prefix, Fib::Route const& record) {
+    found.emplace_back(prefix.stringValue(), record.fecId);
+  });
+  EXPECT_THAT(found, ElementsAre(std::pair("10.0.0.0/8", Fib::FecId(2)),
+                                 std::pair("10.0.0.0/24", Fib::FecId(1))));
+  writer->commit();
+  EXPECT_EQ(writer->generation(), 2U);
+}
+
 TEST_F(WriterTest, successorKeepsTheTablesAndTheirHistory) {
   put("a", 1);
   writer->commit();
