@@ -9,18 +9,15 @@
 #include "handlers/ip_address_prefix_table.h"
 #include "handlers/ip_address_table.h"
 #include "handlers/trace.h"
+#include "handlers/unit_registration.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
-#include "platform/snmp/registrations.h"
 #include "platform/snmp/snmp_util.h"
 #include "platform/state/routing6_config.h"
 #include "platform/state/routing_config.h"
 
 namespace {
-
-// Below net-snmp's default of 127: these objects come before those of any other module.
-constexpr int registrationPriority = 64;
 
 constexpr std::array<oid, 8> ipForwardingOid{1, 3, 6, 1, 2, 1, 4, 1};
 constexpr std::array<oid, 8> ipv6IpForwardingOid{1, 3, 6, 1, 2, 1, 4, 25};
@@ -33,27 +30,13 @@ class IpBase_HandlerRegistration : public Snmp::HandlerRegistration {
 IpBase_HandlerRegistration registration;
 Snmp::AutoRegistree const registree(&registration);
 
-void traceOid(std::span<oid const> objectId) {
-  if (!IpBase::traceHandle().enabled(1)) return;
-  std::array<char, 200> text{};
-  snprint_objid(text.data(), text.size(), objectId.data(), objectId.size());
-  MAV_TRACE_AS(IpBase::traceHandle(), 1, "init_IpBase",
-               "init_IpBase initializing oid " << text.data());
-}
-
 // Read-write, although every SET is refused: so the refusal is the handler's notWritable, as
 // befits an object that the MIB calls writable.
 template <class Config>
 void registerForwarding(ForwardingScalar const& scalar, Netsnmp_Node_Handler* handler,
                         std::span<oid const> objectId) {
-  auto* const scalarRegistration = netsnmp_create_handler_registration(
-      scalar.object, handler, objectId.data(), objectId.size(), HANDLER_CAN_RWRITE);
-  if (!scalarRegistration) throw Mav::Exception(std::string("no memory for ") + scalar.object);
-  scalarRegistration->priority = registrationPriority;
-  // The mount keeps the entity alive; whoever unmounts it has the registrations undone first.
   auto const config = Mav::objectCast<Config>(SnmpUtil::getEntityRelative(Config::path));
-  scalarRegistration->my_reg_void = config.get();
-  Snmp::registerScalar(scalarRegistration);
+  registerScalar(scalar.object, handler, objectId, HANDLER_CAN_RWRITE, config.get());
 }
 
 }  // namespace
@@ -66,8 +49,8 @@ Mav::TraceHandle& traceHandle() { return snmpTraceHandle(); }
 
 void init_IpBase() {
   Snmp::debugInitializing("IpBase", __func__, __LINE__);
-  traceOid(ipForwardingOid);
-  traceOid(ipv6IpForwardingOid);
+  traceInitializing(__func__, ipForwardingOid);
+  traceInitializing(__func__, ipv6IpForwardingOid);
   registerForwarding<Routing::Config>(ipForwardingScalar, handle_ipForwarding, ipForwardingOid);
   registerForwarding<Routing6::Config>(ipv6IpForwardingScalar, handle_ipv6IpForwarding,
                                        ipv6IpForwardingOid);

@@ -31,8 +31,7 @@ std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigne
 
 std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
                                    std::int32_t size) {
-  std::int32_t protocol =
-      IpSnmp::protocolMap().protocol(routeType).value_or(IpSnmp::ipRouteProtocolOther);
+  auto protocol = IpSnmp::protocolMap().protocol(routeType).value_or(IpSnmp::ipRouteProtocolOther);
   if (protocol == 0) protocol = IpSnmp::ipRouteProtocolOther;
   MAV_TRACE(snmpTraceHandle(), 6, "protoMap converted " << routeType << " to " << protocol);
   return asnInteger(protocol, buffer, size);

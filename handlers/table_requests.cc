@@ -3,14 +3,12 @@
 #include <algorithm>
 
 #include "handlers/trace.h"
+#include "handlers/unit_registration.h"
 #include "platform/mav/exception.h"
 #include "platform/snmp/registrations.h"
 #include "platform/snmp/set_value.h"
 
 namespace {
-
-// Below net-snmp's default of 127: these objects come before those of any other module.
-constexpr int registrationPriority = 64;
 
 #define TABLE_TRACE(level, stream) MAV_TRACE_AS(snmpTraceHandle(), level, handler_, stream)
 

@@ -2,8 +2,12 @@
 // What the handlers of IP-FORWARD-MIB's objects serve, mounted at "snmp/ip/ipforwardmib". The route
 // state machine is its only writer. As IpMib in all else (ip_mib.h).
 
+#include <optional>
+#include <span>
+
 #include "model/collection.h"
 #include "model/ip_cidr_route_table_entry.h"
+#include "platform/dovel/prefix.h"
 
 namespace IpSnmp {
 
@@ -29,6 +33,26 @@ class IpForwardMib : public Mav::Entity {
                                                      Routing::RouteMetric const& metric,
                                                      Routing::RoutePreference const& preference,
                                                      Routing::Fib::RouteType protocol);
+
+  /// One next hop of a prefix: what its row has of its own.
+  struct Hop {
+    Dovel::IpAddr nextHop;
+    std::uint32_t ifIndex = 0;
+    bool operator==(Hop const&) const = default;
+  };
+  /// The prefix has these rows from now on, and no other: every row of it is deleted, and then one
+  /// made for each hop. `hops` are in the order of their next hops, which differ. While nobody
+  /// listens, the rows change in place, which nobody can tell from that; prefixes that come in
+  /// their order then cost no descent.
+  void ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop const> hops,
+                       Routing::RouteMetric const& metric,
+                       Routing::RoutePreference const& preference,
+                       Routing::Fib::RouteType protocol);
+  /// The prefix has no rows from now on.
+  void ipCidrRoutesDel(Dovel::Prefix const& prefix) { ipCidrRoutesAre(prefix, {}, {}, {}, {}); }
+  /// The first prefix not less than `from` that has rows.
+  std::optional<Dovel::Prefix> ipCidrRoutePrefix(Dovel::Prefix const& from) const;
+
   /// The number of rows: ipCidrRouteNumber.
   std::size_t ipCidrRouteTables() const { return ipCidrRouteTableMap().size(); }
 
@@ -46,6 +70,7 @@ class IpForwardMib : public Mav::Entity {
   // clang-format off
   IP_SNMP_COLLECTION(ipCidrRouteTable, IpCidrRouteTable, 0, OrderedByKey<IpCidrRouteTableIndex, IpCidrRouteTableEntry>);
   // clang-format on
+  IpCidrRouteTableMap::Cursor place_{ipCidrRouteTable_.map()};
 };
 
 Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name);

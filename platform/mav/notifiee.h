@@ -24,6 +24,7 @@
 // hasNotificationActive(). It holds its entity by a counted reference; whoever changes an entity
 // holds one too, so that the entity outlives its notification. One thread.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -88,6 +89,13 @@ class NotifieeList {
   }
 
   bool empty() const { return notifiees_.empty(); }
+
+  /// Whether anybody would hear a notification now.
+  bool anyActive() const {
+    return std::any_of(notifiees_.begin(), notifiees_.end(), [](N const* notifiee) {
+      return notifiee && notifiee->hasNotificationActive();
+    });
+  }
 
   template <class Call>
   void notify(AttributeId attribute, Call const& call) {

@@ -83,6 +83,7 @@ class OrderedMap {
   class BasicIterator;
   using Iterator = BasicIterator<Mapped>;
   using IteratorConst = BasicIterator<MappedConst>;
+  class Cursor;
 
   OrderedMap() = default;
   /// Entries that go may look into the map, which is empty and whole by then.
@@ -184,6 +185,64 @@ class OrderedMap {
 
   Tree tree_;
   std::uint64_t modifications_ = 0;  // of the set of keys
+};
+
+/// A place before a row, or at the end, where rows are changed. Stays with its map; whoever else
+/// changes the set of keys makes it stand nowhere until it seeks again. Iterators of the map hear
+/// of what it does as of any other change.
+template <class KeyType, class MappedType>
+class OrderedMap<KeyType, MappedType>::Cursor {
+ public:
+  /// Seek before anything else.
+  explicit Cursor(OrderedMap& map) : map_(map), position_(map.tree_.end()) {}
+
+  /// To the first row whose key is not less than `key`: one descent, or none when that is where the
+  /// cursor stands, or one row further.
+  void seek(Key const& key) {
+    if (isUnmoved() && (isPlaceOf(key) || isNextPlaceOf(key))) return;
+    position_ = map_.tree_.lower_bound(key);
+    modifications_ = map_.modifications_;
+  }
+
+  /// Whether there is a row. Its key and value are valid until the next change of the map.
+  explicit operator bool() const { return position_ != map_.tree_.end(); }
+  Key const& key() const { return position_->first; }
+  Mapped const& value() const { return position_->second; }
+
+  /// To the next row.
+  void step() { ++position_; }
+  /// Gives the row another value.
+  void replace(Mapped value) { std::swap(position_->second, value); }
+  /// Erases the row; to the next one.
+  void erase() {
+    [[maybe_unused]] Mapped const erased = std::move(position_->second);  // destroyed at the end
+    position_ = map_.tree_.erase(position_);
+    modifications_ = ++map_.modifications_;
+  }
+  /// Inserts before the row on which it stands, and stays on that. The place must be the one that
+  /// the last seek() to `key` found, and the key a new one.
+  void insert(Key const& key, Mapped value) {
+    position_ = std::next(map_.tree_.try_emplace(position_, key, std::move(value)));
+    modifications_ = ++map_.modifications_;
+  }
+
+ private:
+  bool isUnmoved() const { return modifications_ == map_.modifications_; }
+  bool isPlaceOf(Key const& key) const {
+    if (position_ != map_.tree_.end() && position_->first < key) return false;
+    return position_ == map_.tree_.begin() || std::prev(position_)->first < key;
+  }
+  bool isNextPlaceOf(Key const& key) {
+    if (position_ == map_.tree_.end() || !(position_->first < key)) return false;
+    auto const next = std::next(position_);
+    if (next != map_.tree_.end() && next->first < key) return false;
+    position_ = next;
+    return true;
+  }
+
+  OrderedMap& map_;
+  typename Tree::iterator position_;
+  std::uint64_t modifications_ = 0;
 };
 
 /// On a row, or at the end, where it is false and has neither key nor value and stays.

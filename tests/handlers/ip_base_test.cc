@@ -199,7 +199,7 @@ TEST_F(IpBaseTest, BothScalarsAreServedOnceRegisteredAndGoneAfterwards) {
   EXPECT_EQ(get(ipForwarding), std::nullopt);
   for (int round = 0; round < 50; ++round) {
     framework_.registerAll();
-    EXPECT_EQ(Snmp::registrationCount(), 5U);
+    EXPECT_EQ(Snmp::registrationCount(), 7U);
     EXPECT_EQ(get(ipForwarding)->value, 1);
     EXPECT_EQ(get(ipv6IpForwarding)->value, 2);
     framework_.unregisterAll();
@@ -261,10 +261,13 @@ TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
   auto const line = [](std::string const& text, std::string const& end) {
     return testing::AllOf(HasSubstr(text + " initializing oid "), EndsWith(end));
   };
-  EXPECT_THAT(traces.lines, ElementsAre(line("init_IpBase", ".4.1"), line("init_IpBase", ".4.25"),
-                                        line("initialize_table_ipAddrTable", ".4.20"),
-                                        line("initialize_table_ipAddressPrefixTable", ".4.32"),
-                                        line("initialize_table_ipAddressTable", ".4.34")));
+  EXPECT_THAT(traces.lines,
+              ElementsAre(line("init_IpBase", ".4.1"), line("init_IpBase", ".4.25"),
+                          line("initialize_table_ipAddrTable", ".4.20"),
+                          line("initialize_table_ipAddressPrefixTable", ".4.32"),
+                          line("initialize_table_ipAddressTable", ".4.34"),
+                          line("init_IpForward", ".24.3"), line("init_IpForward", ".24.4"),
+                          line("initialize_table_ipCidrRouteTable", ".24.4")));
 }
 
 }  // namespace

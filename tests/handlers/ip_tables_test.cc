@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "handlers/ip_base.h"
+#include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
 #include "platform/mav/directory.h"
 #include "platform/snmp/framework.h"
@@ -98,6 +99,8 @@ class IpTablesTest : public testing::Test {
   IpTablesTest() {
     Testing::startAgentLibrary();
     Mav::Directory::root().mount(IpSnmp::IpMib::path, mib_);
+    Mav::Directory::root().mount(IpSnmp::IpForwardMib::path,
+                                 IpSnmp::ipForwardMibFactory("ipforwardmib"));
     Mav::Directory::root().mount(Routing6::Config::path, Mav::makeObject<Routing6::Config>());
     framework_.registerAll();
   }
@@ -165,10 +168,9 @@ class IpTablesTest : public testing::Test {
   Binding next(Oid const& name) {
     auto const response = session_.getNext({name});
     EXPECT_EQ(response.error, 0) << Testing::dotted(name);
-    Oid const ipv6IpForwarding = ip({25, 0});
     auto const& found = response.bindings.at(0);
-    bool const foreign = found.name == ipv6IpForwarding && found.type != SNMP_ENDOFMIBVIEW;
-    return foreign ? next(ipv6IpForwarding) : found;
+    bool const foreign = found.name == ip({24, 3, 0}) || found.name == ip({25, 0});
+    return foreign && found.type != SNMP_ENDOFMIBVIEW ? next(Oid(found.name)) : found;
   }
   Binding get(Oid const& name) {
     auto const response = session_.get({name});

@@ -1,0 +1,17 @@
+#pragma once
+// What the registrations of all handler units have in common.
+
+#include <span>
+
+#include "platform/snmp/net_snmp.h"
+
+/// Below net-snmp's default of 127: these objects come before those of any other module.
+inline constexpr int registrationPriority = 64;
+
+/// Traces "FUNCTION initializing oid OID" at level 1.
+void traceInitializing(char const* function, std::span<oid const> objectId);
+
+/// Registers a scalar. `entity` may be null; the mount keeps it alive, and whoever unmounts it has
+/// the registrations undone first. `modes` are net-snmp's.
+void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<oid const> objectId,
+                    int modes, void* entity);
