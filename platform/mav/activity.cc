@@ -70,6 +70,7 @@ struct Activity::Impl {
   void addToEpoll(int descriptor, std::uint32_t events, std::uint64_t token) const;
   void drop(std::uint64_t token);
   void turn(int timeout);
+  void endTurn();
   void call(std::uint64_t token, std::uint32_t events);
   void rest(std::uint64_t token);
   void resumeRested();
@@ -86,7 +87,8 @@ struct Activity::Impl {
   std::unordered_map<std::uint64_t, Watched> watched;
   std::unordered_map<int, std::uint64_t> tokens;  // the watch that epoll has for a descriptor
   std::uint64_t lastToken = ownToken;
-  double armed = never;  // what bell and timer stand at
+  double armed = never;            // what bell and timer stand at
+  std::vector<TurnEnd*> turnEnds;  // asked for
   bool inTurn = false;
   bool stopped = false;
 
@@ -129,15 +131,36 @@ void Activity::Impl::turn(int timeout) {
   std::array<epoll_event, eventsMax> events;
   int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
   if (count < 0 && errno != EINTR) throwErrno("epoll_wait");
-  inTurn = true;
-  std::unique_ptr<bool, void (*)(bool*)> const endOfTurn(&inTurn,
-                                                         [](bool* turn) { *turn = false; });
-  for (int i = 0; i < count; ++i) {
-    auto const& event = events[static_cast<std::size_t>(i)];
-    if (event.data.u64 != ownToken) call(event.data.u64, event.events);
+  {
+    inTurn = true;
+    struct Scope {
+      Impl& impl;
+      ~Scope() { impl.endTurn(); }
+    } const scope{*this};
+    for (int i = 0; i < count; ++i) {
+      auto const& event = events[static_cast<std::size_t>(i)];
+      if (event.data.u64 != ownToken) call(event.data.u64, event.events);
+    }
+    clock->deliver();
   }
-  clock->deliver();
   arm();
+}
+
+void Activity::Impl::endTurn() {
+  std::size_t const count = turnEnds.size();  // what an action asks for belongs to the next turn
+  for (std::size_t i = 0; i < count; ++i) {
+    auto* const end = std::exchange(turnEnds[i], nullptr);
+    if (!end) continue;  // dropped
+    end->asked_ = false;
+    try {
+      end->action_();
+    } catch (...) {
+      log(Severity::error, fmt::format("activity: end of a turn failed: {}",
+                                       exceptionText(std::current_exception())));
+    }
+  }
+  turnEnds.erase(turnEnds.begin(), turnEnds.begin() + static_cast<std::ptrdiff_t>(count));
+  inTurn = false;
 }
 
 void Activity::Impl::call(std::uint64_t token, std::uint32_t events) {
@@ -175,7 +198,7 @@ void Activity::Impl::resumeRested() {
 
 /// Makes the epoll descriptor readable at the clock's next time, and not before.
 void Activity::Impl::arm() {
-  double next = clock->timeNext();
+  double next = turnEnds.empty() ? clock->timeNext() : asap;
   if (next <= asap) next = asap;
   if (next != asap && timeIsSimulated()) next = never;
   if (next == armed) return;
@@ -214,6 +237,21 @@ Activity::Watch& Activity::Watch::operator=(Watch&& other) noexcept {
 
 Activity::Watch::~Watch() {
   if (activity_) activity_->impl_->drop(token_);
+}
+
+Activity::TurnEnd::TurnEnd(Activity& activity, std::function<void()> action)
+    : activity_(activity), action_(std::move(action)) {}
+
+Activity::TurnEnd::~TurnEnd() {
+  auto& ends = activity_.impl_->turnEnds;
+  if (asked_) std::replace(ends.begin(), ends.end(), this, static_cast<TurnEnd*>(nullptr));
+}
+
+void Activity::TurnEnd::ask() {
+  if (std::exchange(asked_, true)) return;
+  auto& impl = *activity_.impl_;
+  impl.turnEnds.push_back(this);
+  if (!impl.inTurn) impl.arm();
 }
 
 Activity::Watch Activity::watch(int fd, std::uint32_t events, Ready ready) {

@@ -6,9 +6,10 @@
 // readable; everything that is due, timers and asap included, makes fd() readable. Alone: run().
 //
 // One turn (deliver) handles the descriptors that are ready, then the clock reactors that are due,
-// each once, and returns: work that asks for more time yields to the foreign loop. Never blocks.
-// An exception from a callback is logged and does not end the turn; a watch whose callback threw
-// rests for Clock::retryDelay seconds, so that a lasting fault does not spin the loop. One thread.
+// each once, then what was asked for its end, and returns: work that asks for more time yields to
+// the foreign loop. Never blocks. An exception from a callback is logged and does not end the turn;
+// a watch whose callback threw rests for Clock::retryDelay seconds, so that a lasting fault does
+// not spin the loop. One thread.
 
 #include <cstdint>
 #include <functional>
@@ -40,6 +41,26 @@ class Activity {
     Watch(Activity* activity, std::uint64_t token) : activity_(activity), token_(token) {}
     Activity* activity_ = nullptr;
     std::uint64_t token_ = 0;
+  };
+
+  /// Ends what is to last for one turn only.
+  class TurnEnd {
+   public:
+    /// Must not outlive the Activity. The action must not drop its own TurnEnd.
+    TurnEnd(Activity& activity, std::function<void()> action);
+    ~TurnEnd();
+    TurnEnd(TurnEnd const&) = delete;
+    TurnEnd& operator=(TurnEnd const&) = delete;
+
+    /// Has the action called once, when the turn under way ends, whatever threw in it. Outside of
+    /// a turn: when the next one ends, which then comes as soon as possible.
+    void ask();
+
+   private:
+    friend class Activity;
+    Activity& activity_;
+    std::function<void()> const action_;
+    bool asked_ = false;
   };
 
   /// Throws Exception when the kernel refuses the descriptors.

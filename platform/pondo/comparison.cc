@@ -2,45 +2,53 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 namespace Pondo {
 namespace {
 
-// The keys of one origin, ascending.
-class Keys {
- public:
-  virtual ~Keys() = default;
-  virtual std::optional<std::string> const& head() const = 0;
-  virtual void drop() = 0;
-};
+using Row = std::pair<std::string_view, std::string_view>;
 
-class TableKeys : public Keys {
+// What the listeners have filed from a table, ascending, each key once.
+class FiledKeys {
  public:
-  TableKeys(Snapshot const& snapshot, TableId table, std::string_view from, std::size_t limit) {
-    auto more = snapshot.scanBytes(table, from, limit, [this](std::string_view key, auto) {
-      keys_.emplace_back(std::string(key));
-    });
-    keys_.push_back(std::move(more));  // the first one beyond, or the end
+  FiledKeys(std::span<Listener* const> listeners, TableId table, std::string_view from)
+      : table_(table) {
+    for (auto const* const listener : listeners) {
+      if (hears(*listener, table)) origins_.push_back({listener, listener->filedKey(table, from)});
+    }
+    findLeast();
   }
-  std::optional<std::string> const& head() const override { return keys_[at_]; }
-  void drop() override { ++at_; }
+
+  /// Null at the end.
+  std::string const* head() const { return least_; }
+
+  void drop() {
+    auto const dropped = *least_;
+    auto const next = dropped + '\0';
+    for (auto& [listener, head] : origins_) {
+      if (head == dropped) head = listener->filedKey(table_, next);
+    }
+    findLeast();
+  }
 
  private:
-  std::vector<std::optional<std::string>> keys_;
-  std::size_t at_ = 0;
-};
+  struct Origin {
+    Listener const* listener;
+    std::optional<std::string> head;
+  };
 
-class FiledKeys : public Keys {
- public:
-  FiledKeys(Listener const& listener, TableId table, std::string_view from)
-      : listener_(listener), table_(table), head_(listener.filedKey(table, from)) {}
-  std::optional<std::string> const& head() const override { return head_; }
-  void drop() override { head_ = listener_.filedKey(table_, *head_ + '\0'); }
+  void findLeast() {
+    least_ = nullptr;
+    for (auto const& origin : origins_) {
+      if (origin.head && (!least_ || *origin.head < *least_)) least_ = &*origin.head;
+    }
+  }
 
- private:
-  Listener const& listener_;
   TableId table_;
-  std::optional<std::string> head_;
+  std::vector<Origin> origins_;
+  std::string const* least_ = nullptr;
 };
 
 }  // namespace
@@ -65,26 +73,33 @@ void Comparison::take(Snapshot const& snapshot, std::size_t limit, std::vector<C
 void Comparison::takeFromTable(Snapshot const& snapshot, std::size_t limit,
                                std::vector<Change>& changes) {
   auto const table = tables_[table_];
-  std::vector<std::unique_ptr<Keys>> origins;
-  origins.push_back(std::make_unique<TableKeys>(snapshot, table, from_, limit - changes.size()));
-  for (auto const* const listener : listeners_) {
-    if (hears(*listener, table)) {
-      origins.push_back(std::make_unique<FiledKeys>(*listener, table, from_));
+  std::vector<Row> rows;
+  rows.reserve(limit - changes.size());
+  auto const more = snapshot.scanBytes(
+      table, from_, limit - changes.size(),
+      [&](std::string_view key, std::string_view record) { rows.emplace_back(key, record); });
+  FiledKeys filed(listeners_, table, from_);
+  auto const takeFiledUpTo = [&](std::string_view const* end) {
+    for (; filed.head() && (!end || *filed.head() < *end); filed.drop()) {
+      if (changes.size() == limit) return from_ = *filed.head(), false;
+      changes.push_back({table, *filed.head()});
     }
+    return true;
+  };
+  for (auto const& [key, record] : rows) {
+    if (!takeFiledUpTo(&key)) return;
+    if (changes.size() == limit) {
+      from_ = key;
+      return;
+    }
+    if (filed.head() && *filed.head() == key) filed.drop();
+    changes.push_back({table, std::string(key), record});
   }
-  for (;;) {
-    std::optional<std::string> least;
-    for (auto const& origin : origins) {
-      auto const& head = origin->head();
-      if (head && (!least || *head < *least)) least = head;
-    }
-    if (!least) break;
-    from_ = *least;
-    if (changes.size() == limit) return;
-    for (auto const& origin : origins) {
-      if (origin->head() == least) origin->drop();
-    }
-    changes.push_back({table, std::move(*least)});
+  std::string_view const end = more ? std::string_view(*more) : std::string_view();
+  if (!takeFiledUpTo(more ? &end : nullptr)) return;
+  if (more) {
+    from_ = *more;
+    return;
   }
   ++table_;
   from_.clear();

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <set>
 #include <utility>
 
+#include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
 #include <sys/epoll.h>
 
@@ -52,7 +52,13 @@ struct Follower::Impl {
   void open();
   void lookAtPublisher();
 
-  bool turnSlice();
+  Snapshot const& snapshot();
+  Snapshot const* shown();
+  void closeReader();
+
+  bool turnSlices();
+  bool slice(Snapshot const& snapshot, LogState const& log);
+  bool tellSlice(Snapshot const& snapshot, LogState const& log);
   void startComparison(LogState const& log);
   bool compareSlice(Snapshot const& snapshot, LogState const& log);
   bool followSlice(Snapshot const& snapshot, LogState const& log);
@@ -69,7 +75,13 @@ struct Follower::Impl {
   PathWatch paths;
 
   // Changed on the activity's thread.
+  struct TurnSnapshot {
+    explicit TurnSnapshot(Reader const& reader) : snapshot(reader.snapshot()) {}
+    Snapshot const snapshot;
+  };
   std::optional<Reader> reader;
+  std::optional<TurnSnapshot> turnSnapshot;  // of the reader
+  bool rangSince = false;                    // after the turn's snapshot was taken
   State state = State::waiting;
   std::optional<Comparison> comparison;
   std::uint64_t instance = 0;
@@ -84,6 +96,7 @@ struct Follower::Impl {
   std::string listenerFault;
   bool publisherGone = false;
   Mav::Timer turn;
+  Mav::Activity::TurnEnd turnEnd;
   Mav::Activity::Watch watch;
 };
 
@@ -92,7 +105,8 @@ Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
     : runDir(plainPath(path)),
       listeners(std::move(heard)),
       paths(runDir),
-      turn(activity.clock(), [this] { onTurn(); }) {
+      turn(activity.clock(), [this] { onTurn(); }),
+      turnEnd(activity, [this] { turnSnapshot.reset(); }) {
   if (paths.fd() >= 0) watch = activity.watch(paths.fd(), EPOLLIN, [this](auto) { onNotice(); });
   turn.timeMinIs(Mav::asap);
 }
@@ -100,6 +114,7 @@ Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
 void Follower::Impl::onNotice() {
   auto const events = paths.take();
   pathChanged = pathChanged || events.pathChanged;
+  rangSince = turnSnapshot.has_value();
   if (pathChanged) {
     turn.timeMinIs(Mav::asap);
   } else if (events.rang && reader) {
@@ -112,7 +127,8 @@ void Follower::Impl::onTurn() {
   try {
     if (pathChanged || Mav::now() >= nextLook) look();
     if (publisherGone) lookAtPublisher();
-    if (reader && Mav::now() >= notBefore) more = turnSlice();
+    if (reader && Mav::now() >= notBefore) more = turnSlices();
+    if (std::exchange(rangSince, false)) more = true;  // nothing of it was seen
   } catch (EnvironmentException const& e) {
     loseEnvironment(e);
   }
@@ -126,7 +142,7 @@ void Follower::Impl::look() {
   nextLook = Mav::now() + lookInterval;
   if (reader && !reader->current()) {
     MAV_TRACE(traceHandle(), 1, runDir << ": the tables have been replaced");
-    reader.reset();
+    closeReader();
   }
   bool const changed = std::exchange(pathChanged, false);
   // Watched first, looked at then: what happens in between is announced.
@@ -140,8 +156,32 @@ void Follower::Impl::open() {
   backOff = backOffMin;
 }
 
-void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
+void Follower::Impl::closeReader() {
+  turnSnapshot.reset();
   reader.reset();
+}
+
+Snapshot const& Follower::Impl::snapshot() {
+  if (!turnSnapshot) {
+    turnSnapshot.emplace(*reader);
+    turnEnd.ask();
+  }
+  return turnSnapshot->snapshot;
+}
+
+Snapshot const* Follower::Impl::shown() {
+  if (!reader) return nullptr;
+  try {
+    auto const& now = snapshot();
+    return now.log().complete ? &now : nullptr;
+  } catch (EnvironmentException const&) {
+    turn.timeMinIs(Mav::asap);  // to meet it too, and to do what there is to do
+    throw;
+  }
+}
+
+void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
+  closeReader();
   state = State::waiting;
   double delay = lookInterval;
   if (e.reason() == Reason::busy) {
@@ -173,25 +213,31 @@ void Follower::Impl::lookAtPublisher() {
   }
 }
 
-bool Follower::Impl::turnSlice() {
-  auto const snapshot = reader->snapshot();
-  auto const log = snapshot.log();
+bool Follower::Impl::turnSlices() {
+  double const deadline = Mav::now() + turnQuantum;
+  auto const& now = snapshot();
+  auto const log = now.log();
   if (!log.complete) {
     say("incomplete", Mav::Severity::notice,
         runDir.string() + ": new tables; waiting until the publisher has filled them");
     state = State::waiting;
     return false;  // its commits ring
   }
+  bool more = true;
+  while (more && notBefore <= Mav::now()) {
+    more = slice(now, log);
+    if (Mav::now() >= deadline) break;
+  }
+  return more;
+}
+
+bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
   bool const behind = log.instance != instance || position < log.first || position > log.next;
   if (behind) startComparison(log);
   if (!behind && !comparison && state == State::waiting) inSyncAt = log.next;
   if (state == State::waiting) state = State::comparing;
   try {
-    logsTurn = !comparison || (!logsTurn && position != log.next);
-    bool const more = logsTurn ? followSlice(snapshot, log) : compareSlice(snapshot, log);
-    if (state == State::comparing && !comparison && position >= inSyncAt) announceInSync();
-    listenerFault.clear();
-    return more || state == State::comparing;
+    return tellSlice(snapshot, log);
   } catch (EnvironmentException const&) {
     throw;
   } catch (std::exception const& e) {
@@ -201,6 +247,14 @@ bool Follower::Impl::turnSlice() {
   }
   notBefore = Mav::now() + listenerPause;
   return true;
+}
+
+bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
+  logsTurn = !comparison || (!logsTurn && position != log.next);
+  bool const more = logsTurn ? followSlice(snapshot, log) : compareSlice(snapshot, log);
+  if (state == State::comparing && !comparison && position >= inSyncAt) announceInSync();
+  listenerFault.clear();
+  return more || state == State::comparing;
 }
 
 void Follower::Impl::startComparison(LogState const& log) {
@@ -213,6 +267,7 @@ void Follower::Impl::startComparison(LogState const& log) {
 
 bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log) {
   std::vector<Change> changes;
+  changes.reserve(sliceMax);
   Comparison after = *comparison;
   after.take(snapshot, sliceMax, changes);
   announce(snapshot, changes);
@@ -227,10 +282,11 @@ bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log)
 bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) {
   if (position == log.next) return false;
   std::vector<Change> changes;
-  std::set<std::pair<TableId, std::string>> seen;
+  absl::flat_hash_set<std::pair<TableId, std::string_view>> seen;
+  changes.reserve(sliceMax);
+  seen.reserve(sliceMax);
   auto const next = snapshot.scanLog(position, sliceMax, [&](TableId table, std::string_view key) {
-    auto const [entry, isNew] = seen.emplace(table, key);
-    if (isNew) changes.push_back({table, entry->second});
+    if (seen.emplace(table, key).second) changes.push_back({table, std::string(key)});
   });
   announce(snapshot, changes);
   position = next;
@@ -239,9 +295,13 @@ bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) 
 
 void Follower::Impl::announce(Snapshot const& snapshot, std::vector<Change> const& changes) const {
   for (auto* const listener : listeners) {
+    auto const isHeard = [&](Change const& change) { return hears(*listener, change.table); };
+    if (std::all_of(changes.begin(), changes.end(), isHeard)) {
+      if (!changes.empty()) listener->onChanges(snapshot, changes);
+      continue;
+    }
     std::vector<Change> heard;
-    std::copy_if(changes.begin(), changes.end(), std::back_inserter(heard),
-                 [&](Change const& change) { return hears(*listener, change.table); });
+    std::copy_if(changes.begin(), changes.end(), std::back_inserter(heard), isHeard);
     if (!heard.empty()) listener->onChanges(snapshot, heard);
   }
 }
@@ -274,5 +334,7 @@ Follower::Follower(Mav::Activity& activity, std::filesystem::path runDir,
 Follower::~Follower() = default;
 
 Follower::State Follower::state() const { return impl_->state; }
+
+Snapshot const* Follower::snapshot() const { return impl_->shown(); }
 
 }  // namespace Pondo

@@ -11,8 +11,9 @@
 // listener has filed: what is announced has to be read again. So after onInSync() a listener is
 // exact, deletions included, as of some generation not older than the comparison's start.
 //
-// Work is done in slices of at most sliceMax keys, one a turn of the activity: snmpd answers
-// requests in between. Never blocks. All on the activity's thread.
+// Work is done in slices of at most sliceMax keys, in each turn of the activity as many as begin
+// within turnQuantum seconds: snmpd answers requests between turns. Never blocks. All on the
+// activity's thread.
 
 #include <cstdint>
 #include <filesystem>
@@ -31,6 +32,9 @@ namespace Pondo {
 struct Change {
   TableId table;
   std::string key;  // bytes; decodeKey<Table>()
+  /// The record (bytes) as the snapshot has it, when the follower has met it: spares a look. Empty:
+  /// look. Only a comparison tells records.
+  std::string_view record = {};
 };
 
 /// Hears of changes of some tables. Must outlive its Follower.
@@ -56,6 +60,7 @@ class Listener {
 class Follower {
  public:
   static constexpr double lookInterval = 5.0;
+  static constexpr double turnQuantum = 0.002;
 
   enum class State { waiting, comparing, following };
 
@@ -66,6 +71,12 @@ class Follower {
   Follower& operator=(Follower const&) = delete;
 
   State state() const;
+
+  /// The tables as of this turn of the activity, for reads in place: the snapshot is taken at the
+  /// first call of a turn, by the follower's own work too, and dies with the turn (earlier, when
+  /// the tables are replaced). Null while there are none to show: absent, unreadable, or not filled
+  /// yet. EnvironmentException when the library refuses.
+  Snapshot const* snapshot() const;
 
  private:
   struct Impl;

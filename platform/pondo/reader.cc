@@ -45,8 +45,15 @@ struct Reader::Impl {
   Impl& operator=(Impl const&) = delete;
 
   void begin();
+  void end();
   void requireSlot() const;
-  MDB_cursor* cursorOn(MDB_dbi table);
+  /// A cursor of this transaction. Cursors that were left are renewed, which spares an allocation.
+  struct Cursor {
+    CursorPtr cursor;
+    bool isOfTxn = false;
+  };
+  using Cursors = std::array<Cursor, Format::tableIdEnd + 2>;  // by LMDB's handle
+  MDB_cursor* cursorOn(Cursors& cursors, MDB_dbi table);
   [[noreturn]] void fail(int code) const { throwCode(code, env.directory(), "read"); }
 
   std::filesystem::path const tables;
@@ -54,7 +61,8 @@ struct Reader::Impl {
   Environment env;
   TableHandles handles;
   TxnPtr txn;
-  std::array<CursorPtr, Format::tableIdEnd + 2> cursors;  // by LMDB's handle
+  Cursors scans;
+  Cursors gets;  // apart: a visitor of a scan may get
   bool reading = false;
   std::uint64_t rejected = 0;
 };
@@ -109,37 +117,39 @@ void Reader::Impl::begin() {
   reading = true;
 }
 
-// Cursors of read transactions are renewed with them, which spares an allocation a scan.
-MDB_cursor* Reader::Impl::cursorOn(MDB_dbi table) {
-  auto& cursor = cursors.at(table);
-  if (cursor) {
-    int const code = mdb_cursor_renew(txn.get(), cursor.get());
-    if (code != MDB_SUCCESS) fail(code);
-    return cursor.get();
-  }
-  MDB_cursor* raw = nullptr;
-  int const code = mdb_cursor_open(txn.get(), table, &raw);
+MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
+  auto& [cursor, isOfTxn] = cursors.at(table);
+  if (isOfTxn) return cursor.get();
+  MDB_cursor* raw = cursor.get();
+  int const code = raw ? mdb_cursor_renew(txn.get(), raw) : mdb_cursor_open(txn.get(), table, &raw);
   if (code != MDB_SUCCESS) fail(code);
-  cursor.reset(raw);
+  if (!cursor) cursor.reset(raw);
+  isOfTxn = true;
   return raw;
+}
+
+void Reader::Impl::end() {
+  mdb_txn_reset(txn.get());
+  for (auto* const cursors : {&scans, &gets}) {
+    for (auto& cursor : *cursors) cursor.isOfTxn = false;
+  }
+  reading = false;
 }
 
 Snapshot::Snapshot(Reader const& reader) : reader_(reader) { reader.impl_->begin(); }
 
-Snapshot::~Snapshot() {
-  mdb_txn_reset(reader_.impl_->txn.get());
-  reader_.impl_->reading = false;
+Snapshot::~Snapshot() { reader_.impl_->end(); }
+
+Format::MetaRecord const& Snapshot::meta() const {
+  auto const& impl = *reader_.impl_;
+  if (!meta_) meta_ = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
+  return *meta_;
 }
 
-std::uint64_t Snapshot::generation() const {
-  auto const& impl = *reader_.impl_;
-  return readMeta(impl.txn.get(), impl.handles.meta, impl.tables).generation;
-}
+std::uint64_t Snapshot::generation() const { return meta().generation; }
 
 LogState Snapshot::log() const {
-  auto const& impl = *reader_.impl_;
-  auto const meta = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
-  return {meta.instance, meta.logFirst, meta.logNext, meta.complete != 0};
+  return {meta().instance, meta().logFirst, meta().logNext, meta().complete != 0};
 }
 
 void Snapshot::countRejected() const { ++reader_.impl_->rejected; }
@@ -152,12 +162,15 @@ std::size_t Snapshot::count(TableId table) const {
   return stat.ms_entries;
 }
 
+// A cursor looks first whether the key is in the page where it stands: gets in order seldom descend
+// from the root.
 std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_view key) const {
-  auto const& impl = *reader_.impl_;
+  auto& impl = *reader_.impl_;
   if (key.empty() || key.size() > Format::keyMax) return std::nullopt;
   MDB_val keyVal = toVal(key);
   MDB_val value{};
-  int const code = mdb_get(impl.txn.get(), impl.handles[table], &keyVal, &value);
+  int const code =
+      mdb_cursor_get(impl.cursorOn(impl.gets, impl.handles[table]), &keyVal, &value, MDB_SET);
   if (code == MDB_NOTFOUND) return std::nullopt;
   if (code != MDB_SUCCESS) impl.fail(code);
   return fromVal(value);
@@ -165,9 +178,9 @@ std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_vi
 
 std::optional<std::string> Snapshot::scanBytes(
     TableId table, std::string_view from, std::size_t limit,
-    std::function<void(std::string_view, std::string_view)> const& visit) const {
+    absl::FunctionRef<void(std::string_view, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
-  MDB_cursor* const cursor = impl.cursorOn(impl.handles[table]);
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles[table]);
   MDB_val key = toVal(from);
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
@@ -180,9 +193,9 @@ std::optional<std::string> Snapshot::scanBytes(
 }
 
 std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
-                                std::function<void(TableId, std::string_view)> const& visit) const {
+                                absl::FunctionRef<void(TableId, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
-  MDB_cursor* const cursor = impl.cursorOn(impl.handles.log);
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles.log);
   auto start = encodeSequence(from);
   MDB_val key{start.size(), start.data()};
   MDB_val value{};

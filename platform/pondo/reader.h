@@ -9,11 +9,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <absl/functional/function_ref.h>
 
 #include "platform/pondo/codec.h"
 #include "platform/pondo/errors.h"
@@ -22,6 +24,8 @@
 namespace Pondo {
 
 inline constexpr std::size_t sliceMax = 1'000;
+/// For the few scans that have to be whole.
+inline constexpr auto noLimit = std::numeric_limits<std::size_t>::max();
 
 class Reader;
 
@@ -75,23 +79,26 @@ class Snapshot {
   std::size_t count(TableId table) const;
 
   /// As get and scan, undecoded. The views die with the snapshot.
+  /// Gets in ascending order of keys, near one another, are several times faster than others.
   std::optional<std::string_view> getBytes(TableId table, std::string_view key) const;
   std::optional<std::string> scanBytes(
       TableId table, std::string_view from, std::size_t limit,
-      std::function<void(std::string_view, std::string_view)> const& visit) const;
+      absl::FunctionRef<void(std::string_view, std::string_view)> visit) const;
 
   LogState log() const;
   /// Calls visit(table, key) for up to `limit` entries of the change log, from sequence `from` on,
   /// which must not be less than log().first. Returns the sequence to go on from. Malformed
   /// entries are skipped and counted.
   std::uint64_t scanLog(std::uint64_t from, std::size_t limit,
-                        std::function<void(TableId, std::string_view)> const& visit) const;
+                        absl::FunctionRef<void(TableId, std::string_view)> visit) const;
 
  private:
   friend class Reader;
   explicit Snapshot(Reader const& reader);
   void countRejected() const;
+  Format::MetaRecord const& meta() const;
   Reader const& reader_;
+  mutable std::optional<Format::MetaRecord> meta_;  // once read
 };
 
 class Reader {

@@ -198,6 +198,47 @@ TEST_F(ActivityTest, handlerThatThrowsIsLoggedAndRestsWhileTheOthersRun) {
   EXPECT_THAT(lines, ElementsAre(text, text));
 }
 
+TEST_F(ActivityTest, endsOfATurnComeOnceAfterAllElseWhateverThrew) {
+  Mav::traceSinkIs([this](Mav::Severity, std::string_view text) { calls.emplace_back(text); });
+  Activity::TurnEnd first(activity, [&] { calls.emplace_back("first"); });
+  Activity::TurnEnd second(activity, [&] {
+    calls.emplace_back("second");
+    activity.deliver();
+    throw std::runtime_error("no end");
+  });
+  Mav::Timer timer(activity.clock(), [&] {
+    first.ask();
+    second.ask();
+    first.ask();
+    activity.deliver();  // nested: no turn of its own
+    calls.emplace_back("timer");
+    throw std::runtime_error("no timer");
+  });
+  Mav::Timer later(activity.clock(), [&] { calls.emplace_back("later"); });
+  timer.timeMinIs(asap);
+  later.timeMinIs(asap);
+  activity.deliver();
+  Mav::traceSinkIs({});
+  ASSERT_EQ(calls.size(), 6U);
+  calls.erase(calls.begin() + 1);  // the timer's exception
+  EXPECT_THAT(calls, ElementsAre("timer", "later", "first", "second",
+                                 "activity: end of a turn failed: no end"));
+  EXPECT_FALSE(hasWork());
+}
+
+TEST_F(ActivityTest, endOfATurnThatIsAskedForOutsideOfOneComesSoon) {
+  Activity::TurnEnd stays(activity, [&] { calls.emplace_back("stays"); });
+  {
+    Activity::TurnEnd dropped(activity, [&] { calls.emplace_back("dropped"); });
+    dropped.ask();
+  }
+  stays.ask();
+  EXPECT_TRUE(hasWork());
+  activity.deliver();
+  EXPECT_THAT(calls, ElementsAre("stays"));
+  EXPECT_FALSE(hasWork());
+}
+
 TEST_F(ActivityTest, runsAloneUntilStopped) {
   activity.stop();
   activity.run();  // a stop that came first counts

@@ -73,6 +73,8 @@ struct FollowerTest : RunDirTest {
     publisher.tell(command);
     publisher.tell("commit");
   }
+  /// Every reading of the clock finds the quantum used up.
+  void oneSliceATurn() { time.stepPerReading(Follower::turnQuantum); }
   /// Both ends under way.
   void followPublisher(std::string const& options = {}) {
     ASSERT_EQ(publish(options), "ok");
@@ -135,8 +137,9 @@ TEST_F(FollowerTest, takesNothingFromNewTablesBeforeTheyAreFilled) {
   EXPECT_EQ(mirror.inSync, 1);
 }
 
-TEST_F(FollowerTest, worksInSlicesOneATurn) {
+TEST_F(FollowerTest, worksInSlicesAsManyATurnAsTheQuantumAllows) {
   ASSERT_EQ(publish(), "ok");
+  oneSliceATurn();
   commit("links 0 2500 1");
   for (int i = 0; i < 1500; ++i) mirror.links["filed" + std::to_string(i)] = 1;
   follow();
@@ -154,10 +157,68 @@ TEST_F(FollowerTest, worksInSlicesOneATurn) {
   turns(2);
   EXPECT_EQ(mirror.largestSlice, sliceMax);
   EXPECT_EQ(mirror.links.rbegin()->second, 2);
+  time.stepPerReading(0);
+  commit("links 0 2500 3");
+  turn();
+  EXPECT_FALSE(isWoken());
+  EXPECT_EQ(mirror.largestSlice, sliceMax);
+  EXPECT_EQ(mirror.links.rbegin()->second, 3);
+}
+
+TEST_F(FollowerTest, whatIsReadInOneTurnIsOfOneMoment) {
+  followPublisher();
+  commit("link a 1");
+  std::vector<std::uint64_t> generations;
+  auto const look = [&] { generations.push_back(follower->snapshot()->generation()); };
+  Mav::Timer reads(activity.clock(), [&] {
+    look();
+    commit("link a 2");
+    look();
+  });
+  reads.timeMinIs(Mav::asap);
+  turn();
+  EXPECT_EQ(mirror.links.at("a"), 1);
+  EXPECT_TRUE(isWoken());
+  look();  // outside of a turn, so until the next one has ended
+  turns(2);
+  EXPECT_EQ(mirror.links.at("a"), 2);
+  EXPECT_FALSE(isWoken());
+  commit("link a 3");
+  look();
+  EXPECT_EQ(generations, (std::vector<std::uint64_t>{2, 2, 3, 4}));
+}
+
+TEST_F(FollowerTest, ringOfACommitBehindTheTurnsSnapshotIsNotLost) {
+  followPublisher();
+  ASSERT_TRUE(follower->snapshot());  // before the turn looks at descriptors
+  commit("link a 1");
+  turn();
+  EXPECT_THAT(mirror.links, IsEmpty());
+  EXPECT_TRUE(isWoken());
+  turn();
+  EXPECT_EQ(mirror.links.at("a"), 1);
+}
+
+TEST_F(FollowerTest, showsNothingWhereThereIsNothingWhole) {
+  follow();
+  EXPECT_EQ(follower->snapshot(), nullptr);
+  ASSERT_EQ(RunDirTest::publish(), "ok");
+  commit("link a 1");
+  turns(2);
+  EXPECT_EQ(follower->snapshot(), nullptr);
+  publisher.tell("complete");
+  turns(2);
+  ASSERT_TRUE(follower->snapshot());
+  fs::resize_file(tables() / "data.mdb", 4096);
+  turn();
+  EXPECT_THROW(follower->snapshot(), EnvironmentException);
+  turn();
+  EXPECT_EQ(follower->snapshot(), nullptr);
 }
 
 TEST_F(FollowerTest, changesDuringAComparisonAreNotLost) {
   ASSERT_EQ(publish("logMax 1000"), "ok");
+  oneSliceATurn();
   commit("links 0 5000 1");
   follow();
   for (int i = 0; i < 30 && follower->state() != Follower::State::following; ++i) {
