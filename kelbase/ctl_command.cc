@@ -10,6 +10,8 @@
 #include <fmt/format.h>
 #include <system_error>
 
+#include "kelbase/ctl_generate.h"
+#include "kelbase/ctl_generated_table.h"
 #include "kelbase/ctl_load.h"
 #include "kelbase/ctl_show.h"
 #include "kelbase/ctl_status.h"
@@ -37,16 +39,31 @@ constexpr char const* statusExamples =
 constexpr char const* showExamples =
     "Examples:\n"
     "  kelbasectl show links\n"
-    "  kelbasectl show forwarding --json";
+    "  kelbasectl show forwarding --json\n"
+    "  kelbasectl show routes --to 192.0.2.7           the route that packets there take\n"
+    "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones";
+
+constexpr char const* generateExamples =
+    "Writes links gen0 to gen3, their addresses, next hops behind them and that many routes: the\n"
+    "same for the same seed. Replaces what the run directory holds of these. Refused while a\n"
+    "publisher runs. With --batch it prints input of 'ip -batch' instead, which gives a kernel\n"
+    "the same routes.\n"
+    "Examples:\n"
+    "  kelbasectl --rundir /tmp/try generate --routes 1000000\n"
+    "  ip netns add lab; kelbasectl generate --routes 10000 --batch | ip -n lab -batch -\n"
+    "  kelbasectl generate --routes 10000 --batch --routes-only | sed 's/add/del/' |\n"
+    "    ip -n lab -batch -";
 
 constexpr char const* loadExamples =
-    "Reads the outputs of 'ip -json link', 'ip -json address' and 'ip -json netconf'\n"
-    "(also with -4 or -6), in any number of files. Replaces exactly the tables that they speak "
-    "of,\n"
-    "and writes nothing unless every file is good. Refused while a publisher runs.\n"
+    "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4 "
+    "or\n"
+    "-6), 'ip -json -details route' and 'ip -json nexthop', in any number of files. Replaces\n"
+    "exactly the tables that they speak of, and writes nothing unless every file is good. Refused\n"
+    "while a publisher runs.\n"
     "Examples:\n"
     "  ip -json link > links.json; ip -json netconf > netconf.json\n"
     "  kelbasectl --rundir /tmp/try load links.json netconf.json\n"
+    "  ip -json -details route > routes.json; kelbasectl load links.json routes.json\n"
     "  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -";
 
 std::string tableHelp() {
@@ -55,6 +72,20 @@ std::string tableHelp() {
     help += fmt::format("\n{} ({})", view.name, view.help);
   }
   return help;
+}
+
+/// Says why a text is none.
+template <class Value>
+CLI::Validator parsesAs() {
+  return {[](std::string const& text) -> std::string {
+            try {
+              Value const value{std::string_view(text)};
+              return {};
+            } catch (Mav::RangeException const& e) {
+              return e.what();
+            }
+          },
+          ""};
 }
 
 /// The parsed command line. CLI11 keeps pointers into it, so it stays where it is.
@@ -73,6 +104,7 @@ class CommandLine {
     addStatus();
     addShow();
     addLoad();
+    addGenerate();
   }
 
   CLI::App& app() { return app_; }
@@ -95,12 +127,33 @@ class CommandLine {
   void addShow() {
     std::vector<std::string> names;
     for (TableView const& view : tableViews()) names.emplace_back(view.name);
-    addCommand("show", "Show what a table holds", showExamples,
-               [this] { return show(context_, runDir_, *findTableView(table_), json_); })
-        .add_option("TABLE", table_, tableHelp())
+    CLI::App& added = addCommand("show", "Show what a table holds", showExamples, [this] {
+      return show(context_, runDir_, *findTableView(table_), routeQuestion(), json_);
+    });
+    added.add_option("TABLE", table_, tableHelp())
         ->required()
         ->type_name("")
         ->check(CLI::IsMember(names));
+    auto* const within = added
+                             .add_option("--within", within_,
+                                         "Of routes: that of this prefix and more specific ones")
+                             ->type_name("PREFIX")
+                             ->check(parsesAs<Dovel::Prefix>());
+    added.add_option("--to", to_, "Of routes: the one that packets to this address take")
+        ->type_name("ADDRESS")
+        ->check(parsesAs<Dovel::IpAddr>())
+        ->excludes(within);
+    added.parse_complete_callback([this] {
+      if ((within_.empty() && to_.empty()) || table_ == "routes") return;
+      throw CLI::ValidationError(within_.empty() ? "--to" : "--within", "is for routes alone");
+    });
+  }
+
+  RouteQuestion routeQuestion() const {
+    RouteQuestion question;
+    if (!within_.empty()) question.within.emplace(std::string_view(within_));
+    if (!to_.empty()) question.to.emplace(std::string_view(to_));
+    return question;
   }
 
   void addLoad() {
@@ -111,10 +164,32 @@ class CommandLine {
         ->type_name("");
   }
 
+  void addGenerate() {
+    CLI::App& added = addCommand("generate", "Make up an internet-like table of routes",
+                                 generateExamples, [this] {
+                                   generated_.json = json_;
+                                   return generate(context_, runDir_, generated_);
+                                 });
+    added.add_option("--routes", generated_.routes, "How many, besides those of the links")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{GeneratedTable::routesMax}));
+    added.add_option("--seed", generated_.seed, "Which of all such tables")
+        ->type_name("S")
+        ->capture_default_str();
+    auto* const batch =
+        added.add_flag("--batch", generated_.batch, "Print input of 'ip -batch', write nothing");
+    added.add_flag("--routes-only", generated_.routesOnly, "Print no links and addresses")
+        ->needs(batch);
+  }
+
   Context const& context_;
-  CLI::App app_{"Show and load the shared tables that kelbased publishes."};
+  CLI::App app_{"Show, load and make up the shared tables that kelbased publishes."};
   std::string runDir_ = Pondo::defaultRunDir().string();
   std::string table_;
+  std::string within_;
+  std::string to_;
+  GenerateOptions generated_;
   std::vector<std::string> files_;
   bool json_ = false;
   std::function<int()> command_;

@@ -5,17 +5,15 @@
 #include <cstdint>
 #include <fstream>
 #include <optional>
-#include <ostream>
 #include <string_view>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "kelbase/ctl_progress.h"
+#include "kelbase/ctl_written.h"
 #include "platform/pondo/reader.h"
-#include "platform/pondo/run_dir.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -23,20 +21,6 @@ namespace {
 using SyncCounts = Pondo::Writer::SyncCounts;
 
 constexpr std::size_t publisherNameMax = 200;
-
-struct Written {
-  std::string_view table;
-  SyncCounts counts;
-};
-
-void refuseWhilePublished(std::filesystem::path const& runDir) {
-  auto const publisher = Pondo::publisherInfo(runDir);
-  if (!publisher || !publisher->alive) return;
-  throw Pondo::PublisherRunningException(
-      fmt::format("{}: {} (pid {}) publishes here and would overwrite what is loaded; stop it, or "
-                  "load into another directory with --rundir",
-                  runDir.string(), publisher->name, publisher->pid));
-}
 
 [[noreturn]] void failToRead(std::string const& file, int error) {
   throw LoadException(
@@ -62,15 +46,28 @@ void readFile(Context const& context, std::string const& file, LoadBatch& batch)
              [&](std::uint64_t bytes) { progress.at(bytes); });
 }
 
-/// What the table holds, to tell an added record from a changed one; nothing where there is no
-/// table that can be read: the writer then makes a new one.
-LoadBatch::Forwarding presentForwarding(std::filesystem::path const& runDir) {
-  LoadBatch::Forwarding present;
+/// What the tables hold of what the files may not speak of; nothing where there is no table that
+/// can be read: the writer then makes a new one.
+struct Present {
+  LoadBatch::Forwarding forwarding;
+  LoadBatch::Links links;
+};
+
+Present readPresent(std::filesystem::path const& runDir) {
+  Present present;
   try {
     Pondo::Reader const reader(runDir);
-    reader.snapshot().scan<Pondo::ForwardingTable>(
-        "", Pondo::sliceMax,
-        [&](auto const& family, auto const& record) { present.emplace(family, record); });
+    auto const snapshot = reader.snapshot();
+    snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax,
+                                          [&](auto const& family, auto const& record) {
+                                            present.forwarding.emplace(family, record);
+                                          });
+    std::optional<std::string> from = "";
+    while (from) {
+      from = snapshot.scan<Pondo::LinkTable>(
+          *from, Pondo::sliceMax,
+          [&](auto const& name, auto const& record) { present.links.emplace(name, record); });
+    }
   } catch (Pondo::EnvironmentException const&) {
     return {};
   }
@@ -97,21 +94,28 @@ std::string publisherName(std::vector<std::string> const& files) {
   return name;
 }
 
-SyncCounts sum(SyncCounts const& a, SyncCounts const& b) {
-  return {a.added + b.added, a.changed + b.changed, a.removed + b.removed,
-          a.unchanged + b.unchanged};
+void writeRoutes(Context const& context, Pondo::Writer& writer, Fib const& fib,
+                 std::vector<Written>& written) {
+  Progress progress(context.err, context.errTerminal, "writing routes", fib.routes.size());
+  auto const counts =
+      writeFib(writer, fib.routes, fib.fecs, [&](std::uint64_t count) { progress.at(count); });
+  written.push_back({"routes", counts.routes});
+  written.push_back({"fecs", counts.fecs});
 }
 
-std::vector<Written> write(std::filesystem::path const& runDir,
-                           std::vector<std::string> const& files, LoadBatch const& batch) {
+std::vector<Written> write(Context const& context, std::filesystem::path const& runDir,
+                           std::vector<std::string> const& files, LoadBatch& batch) {
   // Before the writer: LMDB allows one environment of a directory in a process.
-  auto const present = presentForwarding(runDir);
+  Present const present = readPresent(runDir);
+  std::optional<Fib> fib;
+  if (batch.tellsRoutes()) fib = batch.fib(present.links);
   Pondo::Writer::Options options;
   options.publisher = publisherName(files);
   Pondo::Writer writer(runDir, options);
   std::vector<Written> written;
   if (batch.tellsLinks()) {
     written.push_back({"links", writer.sync<Pondo::LinkTable>(batch.links())});
+    refreshFecs(writer, batch.links());
   }
   if (batch.tellsAddresses()) {
     auto const counts4 = writer.sync<Pondo::Address4Table>(batch.addresses4());
@@ -119,30 +123,12 @@ std::vector<Written> write(std::filesystem::path const& runDir,
     written.push_back({"addresses", sum(counts4, counts6)});
   }
   if (!batch.forwarding().empty()) {
-    written.push_back({"forwarding", writeForwarding(writer, batch.forwarding(), present)});
+    written.push_back(
+        {"forwarding", writeForwarding(writer, batch.forwarding(), present.forwarding)});
   }
+  if (fib) writeRoutes(context, writer, *fib, written);
   writer.commitComplete();
   return written;
-}
-
-void printText(std::ostream& out, std::vector<Written> const& written) {
-  for (auto const& [table, counts] : written) {
-    out << fmt::format("{}: {} added, {} changed, {} removed, {} unchanged\n", table, counts.added,
-                       counts.changed, counts.removed, counts.unchanged);
-  }
-}
-
-void printJson(std::ostream& out, std::vector<Written> const& written) {
-  nlohmann::ordered_json json;
-  json["tables"] = nlohmann::ordered_json::array();
-  for (auto const& [table, counts] : written) {
-    json["tables"].push_back({{"name", table},
-                              {"added", counts.added},
-                              {"changed", counts.changed},
-                              {"removed", counts.removed},
-                              {"unchanged", counts.unchanged}});
-  }
-  out << json.dump(2) << '\n';
 }
 
 }  // namespace
@@ -153,8 +139,7 @@ int load(Context const& context, std::filesystem::path const& runDir,
   LoadBatch batch;
   for (std::string const& file : files) readFile(context, file, batch);
   batch.check();
-  auto const written = write(runDir, files, batch);
-  (json ? printJson : printText)(context.out, written);
+  printWritten(context.out, write(context, runDir, files, batch), json);
   return exitOk;
 }
 

@@ -11,29 +11,13 @@
 #include <net/if.h>
 #include <system_error>
 
+#include "kelbase/ctl_ip_fields.h"
 #include "kelbase/ctl_line_source.h"
 
 namespace Kelbase::Ctl {
 namespace {
 
 using Pondo::Family;
-
-/// As dev_valid_name() of the kernel's net/core/dev.c.
-bool isInterfaceName(std::string_view name) {
-  return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
-         std::ranges::none_of(name, [](char c) {
-           return c == '/' || c == ':' || c == '\0' ||
-                  std::isspace(static_cast<unsigned char>(c)) != 0;
-         });
-}
-
-Dovel::IntfId interfaceName(Fields const& fields) {
-  static std::string const expected = fmt::format(
-      "an interface name of 1 to {} bytes without '/', ':' or white space", IFNAMSIZ - 1);
-  std::string const& name = fields.text("ifname", expected);
-  if (!isInterfaceName(name)) fields.failExpected("ifname", expected);
-  return Dovel::IntfId(name);
-}
 
 bool has(std::vector<std::string_view> const& names, std::string_view name) {
   return std::ranges::find(names, name) != names.end();
@@ -51,15 +35,7 @@ std::optional<Family> family(Fields const& fields) {
 
 template <class Addr>
 Addr address(Fields const& fields, std::string_view name) {
-  constexpr std::string_view expected =
-      Addr::bits == Dovel::IpAddr::bits ? "an IPv4 address" : "an IPv6 address";
-  std::string const& text = fields.text(name, expected);
-  Addr addr;
-  try {
-    addr = Addr(text);
-  } catch (Mav::RangeException const&) {
-    fields.failExpected(name, expected);
-  }
+  auto const addr = ipAddress<Addr>(fields, name);
   if (name == "local" && addr.isUnspecified())
     fields.failExpected(name, "an address that an interface can have");
   return addr;
@@ -97,6 +73,8 @@ LoadBatch::Kind const LoadBatch::kinds[] = {
     {"ip -json address", "addr_info", &LoadBatch::takeAddress},
     {"ip -json link", "ifname", &LoadBatch::takeLink},
     {"ip -json netconf", "interface", &LoadBatch::takeNetconf},
+    {"ip -json -details route", "dst", &LoadBatch::takeRoute},
+    {"ip -json nexthop", "id", &LoadBatch::takeNexthop},
 };
 
 std::string LoadBatch::kindList() {
@@ -156,6 +134,11 @@ void LoadBatch::check() const {
         R"({}: interface: no object for "all" of family "{}" (made by 'ip netconf show dev'?))",
         place, ipVersion == Family::ipv4 ? "inet" : "inet6"));
   }
+  if (routes_.tellsNexthops() && !routes_.tellsRoutes()) {
+    throw LoadException(fmt::format(
+        "{}: id: nexthop objects without routes; load the output of 'ip -json -details route' too",
+        routes_.nexthopPlace()));
+  }
 }
 
 bool LoadBatch::takeAddress(Fields const& fields) {
@@ -168,7 +151,7 @@ bool LoadBatch::takeAddress(Fields const& fields) {
   }
   takeLink(fields);
   tellsAddresses_ = true;
-  Dovel::IntfId const link = interfaceName(fields);
+  Dovel::IntfId const link = interfaceName(fields, "ifname");
   for (Fields const& address : fields.objects("addr_info")) {
     if (address.empty()) continue;
     auto const ipVersion = family(address);
@@ -201,7 +184,7 @@ void LoadBatch::takeAddress6(Dovel::IntfId const& link, Fields const& fields) {
 }
 
 bool LoadBatch::takeLink(Fields const& fields) {
-  Dovel::IntfId const name = interfaceName(fields);
+  Dovel::IntfId const name = interfaceName(fields, "ifname");
   auto const flags = fields.names("flags");
   Pondo::LinkTable::Record record;
   record.ifIndex = static_cast<std::int32_t>(

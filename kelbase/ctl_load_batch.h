@@ -3,7 +3,8 @@
 //
 // Files add up: the same link may stand in several of them as long as they agree. An `ip -json
 // link` tells all links, an `ip -json address` all addresses besides; an `ip -json netconf` tells
-// the forwarding of the IP versions in it and nothing of the other one. RUNNING is not among the
+// the forwarding of the IP versions in it and nothing of the other one; an `ip -json route` all
+// routes (ctl_route_batch.h). RUNNING is not among the
 // flags that `ip` prints: it prints NO-CARRIER for a link that is UP without RUNNING (iproute2,
 // print_link_flags).
 
@@ -15,6 +16,7 @@
 #include <string_view>
 
 #include "kelbase/ctl_ip_json.h"
+#include "kelbase/ctl_route_batch.h"
 #include "platform/pondo/tables.h"
 
 namespace Kelbase::Ctl {
@@ -41,6 +43,10 @@ class LoadBatch {
   Addresses6 const& addresses6() const { return addresses6_; }
   /// The IP versions that the files speak of.
   Forwarding const& forwarding() const { return forwarding_; }
+  bool tellsRoutes() const { return routes_.tellsRoutes(); }
+  /// To be called once; `present`: the links that are known when the files tell none.
+  /// LoadException.
+  Fib fib(Links const& present) { return routes_.resolved(tellsLinks() ? links_ : present); }
 
  private:
   class FileVisitor;
@@ -54,6 +60,8 @@ class LoadBatch {
   void takeAddress6(Dovel::IntfId const& link, Fields const& fields);
   bool takeLink(Fields const& fields);
   bool takeNetconf(Fields const& fields);
+  bool takeRoute(Fields const& fields) { return routes_.takeRoute(fields); }
+  bool takeNexthop(Fields const& fields) { return routes_.takeNexthop(fields); }
 
   Links links_;
   std::map<Dovel::IntfId, std::string> linkPlaces_;  // where it was told first
@@ -64,6 +72,7 @@ class LoadBatch {
   Forwarding forwarding_;
   std::map<Pondo::Family, std::string> forwardingPlaces_;  // of "all"
   std::map<Pondo::Family, std::string> familyPlaces_;      // of any interface
+  RouteBatch routes_;
 };
 
 }  // namespace Kelbase::Ctl

@@ -12,11 +12,42 @@
 namespace Kelbase::Ctl {
 namespace {
 
+std::string hopText(Hop const& hop) {
+  if (hop.nextHop.empty()) return "dev " + hop.interface;
+  if (hop.interface.empty()) return "via " + hop.nextHop;
+  return fmt::format("via {} dev {}", hop.nextHop, hop.interface);
+}
+
+std::string hopsText(Hops const& hops, std::size_t most) {
+  std::string text;
+  for (std::size_t i = 0; i < std::min(hops.size(), most); ++i) {
+    text += (i > 0 ? ", " : "") + hopText(hops[i]);
+  }
+  if (hops.size() > most) text += fmt::format(" and {} more", hops.size() - most);
+  return text;
+}
+
+nlohmann::ordered_json hopsJson(Hops const& hops) {
+  auto array = nlohmann::ordered_json::array();
+  for (Hop const& hop : hops) {
+    array.push_back({{"nextHop", hop.nextHop}, {"interface", hop.interface}});
+  }
+  return array;
+}
+
 std::string cellText(Column const& column, Cell const& cell) {
   if (auto const* flag = std::get_if<bool>(&cell)) {
     return std::string(*flag ? column.on : column.off);
   }
+  if (auto const* hops = std::get_if<Hops>(&cell)) return hopsText(*hops, column.hopsMax);
   if (auto const* number = std::get_if<std::int64_t>(&cell)) return fmt::to_string(*number);
+  return std::get<std::string>(cell);
+}
+
+nlohmann::ordered_json cellJson(Cell const& cell) {
+  if (auto const* hops = std::get_if<Hops>(&cell)) return hopsJson(*hops);
+  if (auto const* number = std::get_if<std::int64_t>(&cell)) return *number;
+  if (auto const* flag = std::get_if<bool>(&cell)) return *flag;
   return std::get<std::string>(cell);
 }
 
@@ -82,8 +113,7 @@ class JsonOutput : public RowOutput {
     for (Row const& row : rows) {
       nlohmann::ordered_json object;
       for (std::size_t i = 0; i < row.size(); ++i) {
-        std::visit([&](auto const& value) { object[std::string(columns_[i].name)] = value; },
-                   row[i]);
+        object[std::string(columns_[i].name)] = cellJson(row[i]);
       }
       // The kernel takes any bytes for an interface name; JSON takes UTF-8 alone.
       out_ << (empty_ ? "[\n" : ",\n")

@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "kelbase/ctl_route_view.h"
 #include "platform/pondo/codec.h"
 #include "platform/pondo/tables.h"
 
@@ -168,9 +169,13 @@ constexpr TableView view(std::string_view name, std::span<Column const> columns,
 constexpr std::array views{
     TableView{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
               &readAddresses, &countAddresses},
+    TableView{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
+              &countSlice<Pondo::FecTable>},
     view<Forwarding, forwardingFields>("forwarding", forwardingColumns,
                                        "whether the host forwards packets, by IP version"),
     view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
+    TableView{"routes", "the IPv4 routes of the main table, one a prefix", routeColumns,
+              &readRoutes, &countSlice<Pondo::RouteTable>},
 };
 
 }  // namespace

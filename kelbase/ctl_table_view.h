@@ -20,7 +20,14 @@
 
 namespace Kelbase::Ctl {
 
-using Cell = std::variant<bool, std::int64_t, std::string>;
+/// One way to forward; either may be empty.
+struct Hop {
+  std::string nextHop;
+  std::string interface;
+};
+using Hops = std::vector<Hop>;
+
+using Cell = std::variant<bool, std::int64_t, std::string, Hops>;
 using Row = std::vector<Cell>;
 
 struct Column {
@@ -28,6 +35,7 @@ struct Column {
   std::string_view name;        // of the JSON form; scripts rely on it
   std::string_view on = "yes";  // text of a bool
   std::string_view off = "no";
+  std::size_t hopsMax = 128;  // that the text tells; the rest is counted
 };
 
 struct Counts {

@@ -18,6 +18,7 @@
 
 #include "platform/pondo/run_dir.h"
 #include "platform/pondo/writer.h"
+#include "tests/kelbase/ctl_fixture.h"
 #include "tests/kelbase/ctl_samples.h"
 
 namespace Kelbase::Ctl {
@@ -83,39 +84,8 @@ class OtherPublisher {
   bool published_ = false;
 };
 
-class CtlCommandTest : public ::testing::Test {
+class CtlCommandTest : public CtlFixture {
  protected:
-  CtlCommandTest() {
-    std::string pattern = std::filesystem::temp_directory_path() / "kelbasectl.XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    top_ = pattern;
-  }
-  ~CtlCommandTest() override { std::filesystem::remove_all(top_); }
-
-  std::filesystem::path runDir() const { return top_ / "run"; }
-
-  std::string file(std::string const& name, std::string const& text) const {
-    std::ofstream(top_ / name) << text;
-    return top_ / name;
-  }
-
-  int ctl(std::vector<std::string> arguments, std::string const& input = "") {
-    arguments.insert(arguments.begin(), {"--rundir", runDir()});
-    std::istringstream in(input);
-    out_.str("");
-    err_.str("");
-    return run({.in = in,
-                .out = out_,
-                .err = err_,
-                .epoch = [this] { return epoch_; },
-                .version = "1.2.3"},
-               std::move(arguments));
-  }
-
-  std::string out() const { return out_.str(); }
-  std::string err() const { return err_.str(); }
-  json outJson() const { return json::parse(out_.str()); }
-
   /// Publishes v0 and the forwarding of both versions, and ends.
   void publishOnce() const {
     OtherPublisher const publisher(runDir(), &publishSome);
@@ -132,11 +102,6 @@ class CtlCommandTest : public ::testing::Test {
     ctl({"show", "forwarding"});
     return links + out();
   }
-
-  std::filesystem::path top_;
-  std::ostringstream out_;
-  std::ostringstream err_;
-  double epoch_ = static_cast<double>(std::time(nullptr));
 };
 
 constexpr char const* someShown =
@@ -272,8 +237,10 @@ TEST_F(CtlCommandTest, StatusOfALivePublisher) {
                            HasSubstr("\nschema         "), HasSubstr("\ngeneration     "),
                            EndsWith("TABLE       RECORDS  MALFORMED\n"
                                     "addresses         0          0\n"
+                                    "fecs              0          0\n"
                                     "forwarding        2          0\n"
-                                    "links             1          0\n")));
+                                    "links             1          0\n"
+                                    "routes            0          0\n")));
 
   epoch_ += 60;  // without a sign of life
   EXPECT_EQ(ctl({"status"}), exitOk);
@@ -293,8 +260,10 @@ TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
   EXPECT_NEAR(told["publisher"]["ageSeconds"].get<double>(), 3'600, 60);
   EXPECT_GE(told["generation"].get<std::uint64_t>(), 1U);
   EXPECT_EQ(told["tables"], json::parse(R"([{"name":"addresses","records":0,"malformed":0},
+                                            {"name":"fecs","records":0,"malformed":0},
                                             {"name":"forwarding","records":2,"malformed":0},
-                                            {"name":"links","records":1,"malformed":0}])"));
+                                            {"name":"links","records":1,"malformed":0},
+                                            {"name":"routes","records":0,"malformed":0}])"));
   EXPECT_EQ(told["error"], nullptr);
 }
 
@@ -317,7 +286,7 @@ TEST_F(CtlCommandTest, RecordsThatAreNotWellFormedAreCountedAndLeftOut) {
   });
   damage(runDir(), "\x5a\x5b\x5b\x5a");  // the same in either byte order
   EXPECT_EQ(ctl({"status"}), exitUnkept);
-  EXPECT_THAT(out(), EndsWith("links             2          1\n"));
+  EXPECT_THAT(out(), HasSubstr("links             2          1\n"));
   EXPECT_EQ(shown(), someShown);
   EXPECT_EQ(ctl({"show", "links"}), exitOk);
   EXPECT_EQ(err(), "kelbasectl: links: 1 record not well-formed, left out\n");
@@ -361,8 +330,22 @@ TEST_F(CtlCommandTest, UsageErrorsExitWithTwo) {
            {{"load"}, "kelbasectl: FILE is required\nTry 'kelbasectl --help'.\n"},
            {{"show"}, "kelbasectl: TABLE is required\nTry 'kelbasectl --help'.\n"},
            {{"show", "routs"},
-            "kelbasectl: TABLE: routs not in {addresses,forwarding,links}\nTry 'kelbasectl "
+            "kelbasectl: TABLE: routs not in {addresses,fecs,forwarding,links,routes}\n"
+            "Try 'kelbasectl --help'.\n"},
+           {{"show", "links", "--to", "192.0.2.1"},
+            "kelbasectl: --to: is for routes alone\nTry 'kelbasectl --help'.\n"},
+           {{"show", "routes", "--to", "192.0.2"},
+            "kelbasectl: --to: invalid IPv4 address '192.0.2'\nTry 'kelbasectl --help'.\n"},
+           {{"show", "routes", "--within", "10.0.0.1/8"},
+            "kelbasectl: --within: prefix 10.0.0.1/8 has host bits set\nTry 'kelbasectl "
             "--help'.\n"},
+           {{"show", "routes", "--within", "10.0.0.0/8", "--to", "10.0.0.1"},
+            "kelbasectl: --within excludes --to\nTry 'kelbasectl --help'.\n"},
+           {{"generate", "--routes", "4000001"},
+            "kelbasectl: --routes: Value 4000001 not in range 0 to 4000000\n"
+            "Try 'kelbasectl --help'.\n"},
+           {{"generate", "--routes-only"},
+            "kelbasectl: --routes-only requires --batch\nTry 'kelbasectl --help'.\n"},
            {{"status", "--wrong"},
             "kelbasectl: The following argument was not expected: --wrong\n"
             "Try 'kelbasectl --help'.\n"},
@@ -374,8 +357,12 @@ TEST_F(CtlCommandTest, UsageErrorsExitWithTwo) {
 }
 
 TEST_F(CtlCommandTest, HelpHasExamplesAndVersionIsToldForScripts) {
-  for (std::vector<std::string> const& arguments : std::vector<std::vector<std::string>>{
-           {"--help"}, {"status", "--help"}, {"show", "--help"}, {"load", "--help"}}) {
+  for (std::vector<std::string> const& arguments :
+       std::vector<std::vector<std::string>>{{"--help"},
+                                             {"status", "--help"},
+                                             {"show", "--help"},
+                                             {"load", "--help"},
+                                             {"generate", "--help"}}) {
     EXPECT_EQ(ctl(arguments), exitOk);
     EXPECT_THAT(out(), HasSubstr("Examples:\n  ")) << arguments.front();
   }

@@ -81,7 +81,8 @@ struct BadFile {
 };
 
 constexpr char const* known =
-    "known are the outputs of 'ip -json address', 'ip -json link', 'ip -json netconf'";
+    "known are the outputs of 'ip -json address', 'ip -json link', 'ip -json netconf', "
+    "'ip -json -details route', 'ip -json nexthop'";
 
 class BadFileTest : public LoadBatchTest, public ::testing::WithParamInterface<BadFile> {};
 
@@ -140,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"[{\"ifname\":\"lo\",\n\"ifindex\"",
                 "f.json:2: not JSON as 'ip -json' prints it: syntax error while parsing object "
                 "separator - unexpected end of input; expected ':'"},
-        BadFile{"[\n{\"dst\":\"default\",\"gateway\":\"10.0.0.1\"}]",
+        BadFile{"[\n{\"user\":\"default\",\"gateway\":\"10.0.0.1\"}]",
                 "f.json:2: of no known kind; KNOWN"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -204,6 +205,84 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{R"([{"family":"inet","interface":"all","forwarding":true},
                     {"family":"inet","interface":"all","forwarding":false}])",
                 "f.json:2: forwarding: was told otherwise at f.json:1"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Routes, BadFileTest,
+    ::testing::Values(
+        BadFile{R"([{"dst":"10.0.0.1/8","dev":"a"}])",
+                R"(f.json:1: dst: expected an IPv4 prefix or "default", got "10.0.0.1/8")"},
+        BadFile{R"([{"dst":"10.0.0.0/33","dev":"a"}])",
+                R"(f.json:1: dst: expected an IPv4 prefix or "default", got "10.0.0.0/33")"},
+        BadFile{R"([{"dst":7,"dev":"a"}])", "f.json:1: dst: expected a prefix, got 7"},
+        BadFile{"[{\"dst\":\"default\",\n\"gateway\":\"10.0.0\"}]",
+                R"(f.json:2: gateway: expected an IPv4 address, got "10.0.0")"},
+        BadFile{R"([{"dst":"default","metric":1,"flags":[]}])",
+                "f.json:1: dev: missing, and no gateway, nexthops or nhid either"},
+        BadFile{R"([{"dst":"default","metric":4294967296,"dev":"a"}])",
+                "f.json:1: metric: expected a whole number from 0 to 4294967295, got 4294967296"},
+        BadFile{R"([{"dst":"default","nexthops":[{"weight":1}]}])",
+                "f.json:1: dev: missing, and no gateway either"},
+        BadFile{R"([{"dst":"default","nhid":0}])",
+                "f.json:1: nhid: expected a whole number from 1 to 4294967295, got 0"},
+        BadFile{R"([{"dst":"1.0.0.0/8","nhid":7,"dev":"a"},
+                    {"dst":"2.0.0.0/8","nhid":7,"dev":"b"}])",
+                "f.json:2: nhid: the next hops of 7 were told otherwise at f.json:1"},
+        BadFile{R"([{"id":7,"scope":"link"}])",
+                "f.json:1: dev: missing, and no gateway, group or blackhole either"},
+        BadFile{R"([{"id":7,"dev":"a"},
+                    {"id":7,"dev":"b"}])",
+                "f.json:2: id: 7 was told otherwise at f.json:1"},
+        BadFile{R"([{"id":7,"dev":"a"}])",
+                "f.json:1: id: nexthop objects without routes; load the output of 'ip -json "
+                "-details route' too"}));
+
+TEST_F(LoadBatchTest, RoutesNeedTheirLinksAndNexthopObjects) {
+  LoadBatch::Links const links{{Dovel::IntfId("a"), link(1, true, true)}};
+  auto const error = [&](std::string const& text) -> std::string {
+    batch_ = LoadBatch();
+    read(text);
+    batch_.check();
+    try {
+      batch_.fib(links);
+      return "none";
+    } catch (LoadException const& e) {
+      return e.what();
+    }
+  };
+  EXPECT_EQ(error(R"([{"dst":"default","dev":"a"}])"), "none");
+  EXPECT_EQ(error("[{\"dst\":\"default\",\n\"dev\":\"b\"}]"),
+            "f.json:2: dev: no link \"b\" is known; load the output of 'ip -json link' too");
+  EXPECT_EQ(error(R"([{"dst":"default","nhid":7}])"),
+            "f.json:1: nhid: no nexthop object 7 in the files; load the output of 'ip -json "
+            "nexthop' too");
+  EXPECT_EQ(error(R"([{"dst":"default","nhid":7}][{"id":7,"group":[{"id":8}]}])"),
+            "f.json:1: group: no nexthop object 8 in the files");
+}
+
+TEST_F(LoadBatchTest, ARouteIsTheOneThatTheKernelUses) {
+  read(R"([{"dst":"1.0.0.0/8","dev":"a","metric":9,"protocol":"bgp"},
+           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"ospf","tos":"0x10"},
+           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"static"},
+           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"rip"}])");
+  auto const fib = batch_.fib({{Dovel::IntfId("a"), link(4, true, true)}});
+  ASSERT_EQ(fib.routes.size(), 1U);
+  EXPECT_EQ(fib.routes.front().second.routeType, Routing::Fib::routeTypeStatic);
+  EXPECT_EQ(fib.routes.front().second.metric.value(), 5U);
+  EXPECT_EQ(fib.fecs.at(fib.routes.front().second.fecId).vias,
+            (std::vector<Pondo::Fib::Via>{{{}, Dovel::IntfId("a"), 4}}));
+}
+
+TEST_F(LoadBatchTest, ASetOfNextHopsIsCutWhereAFecEnds) {
+  std::string hops;
+  for (int i = 0; i < 130; ++i) {
+    hops += (i > 0 ? R"(,{"gateway":"10.0.0.)" : R"({"gateway":"10.0.0.)") + std::to_string(i + 1) +
+            R"(","dev":"a"})";
+  }
+  read(R"([{"dst":"default","nexthops":[)" + hops + "]}]");
+  auto const fib = batch_.fib({{Dovel::IntfId("a"), link(4, true, true)}});
+  ASSERT_EQ(fib.fecs.size(), 1U);
+  EXPECT_EQ(fib.fecs.begin()->second.vias.size(), Pondo::Fib::viasMax);
+}
 
 TEST_F(LoadBatchTest, NestingIsBounded) {
   std::string const text = R"([{"ifname":)" + std::string(1'000'000, '[');

@@ -54,4 +54,53 @@ inline constexpr char const* netconf6 =
     R"([{"family":"inet6","interface":"lo","forwarding":false,"mc_forwarding":false,"proxy_neigh":false,"ignore_routes_with_linkdown":false},{"family":"inet6","interface":"all","forwarding":false,"mc_forwarding":false,"proxy_neigh":false,"ignore_routes_with_linkdown":false},{"family":"inet6","interface":"default","forwarding":false,"mc_forwarding":false,"proxy_neigh":false,"ignore_routes_with_linkdown":false}]
 )";
 
+// A router with eth0 and eth1, routes of each kind, of other tables and of IPv6, and the nexthop
+// objects and groups that some of them name: `ip -json -details route show table all`, `ip -json
+// nexthop` and `ip -json link`.
+inline constexpr char const* routes =
+    R"([{"type":"unicast","dst":"9.0.0.0/8","gateway":"10.0.0.9","dev":"eth0","table":"100","protocol":"boot","scope":"global","flags":[]},
+{"type":"unicast","dst":"default","gateway":"10.0.0.2","dev":"eth0","table":"main","protocol":"bgp","scope":"global","metric":20,"flags":[]},
+{"type":"unicast","dst":"1.2.3.0/24","table":"main","protocol":"boot","scope":"global","flags":[],"nexthops":[{"gateway":"10.0.0.2","dev":"eth0","weight":1,"flags":[]},{"gateway":"10.0.1.2","dev":"eth1","weight":3,"flags":[]}]},
+{"type":"unicast","dst":"1.2.3.4","gateway":"10.0.0.2","dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[]},
+{"type":"unicast","dst":"2.0.0.0/8","nhid":7,"gateway":"10.0.0.3","dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":7,"gateway":"10.0.0.3","dev":"eth0","scope":"link","protocol":"unspec","flags":[]}},
+{"type":"unicast","dst":"3.0.0.0/8","nhid":9,"table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":9,"group":[{"id":7},{"id":8,"weight":5}],"scope":"global","protocol":"unspec","flags":[]},"nexthops":[{"gateway":"10.0.0.3","dev":"eth0","weight":1,"flags":[]},{"dev":"eth1","weight":5,"flags":[]}]},
+{"type":"blackhole","dst":"4.0.0.0/8","nhid":10,"dev":"lo","table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":10,"scope":"global","blackhole":null,"protocol":"unspec","flags":[]}},
+{"type":"unicast","dst":"5.0.0.0/8","nhid":13,"table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":13,"group":[{"id":11},{"id":12}],"scope":"global","protocol":"unspec","flags":[]},"nexthops":[{"via":{"family":"inet6","host":"fe80::1"},"dev":"eth0","weight":1,"flags":[]},{"via":{"family":"inet6","host":"fe80::2"},"dev":"eth1","weight":1,"flags":[]}]},
+{"type":"unicast","dst":"6.0.0.0/8","via":{"family":"inet6","host":"fe80::9"},"dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[]},
+{"type":"unicast","dst":"6.1.0.0/16","via":{"family":"inet6","host":"fe80::9"},"dev":"eth0","table":"main","protocol":"ospf","scope":"global","flags":[]},
+{"type":"blackhole","dst":"7.0.0.0/8","table":"main","protocol":"boot","scope":"global","flags":[]},
+{"type":"unreachable","dst":"8.0.0.0/8","table":"main","protocol":"boot","scope":"global","metric":9,"flags":[]},
+{"type":"unicast","dst":"9.0.0.0/8","tos":"0x10","gateway":"10.0.0.9","dev":"eth0","table":"main","protocol":"201","scope":"global","flags":[]},
+{"type":"unicast","dst":"10.0.0.0/24","dev":"eth0","table":"main","protocol":"kernel","scope":"link","prefsrc":"10.0.0.1","flags":[]},
+{"type":"unicast","dst":"10.0.1.0/24","dev":"eth1","table":"main","protocol":"kernel","scope":"link","prefsrc":"10.0.1.1","flags":[]},
+{"type":"local","dst":"10.0.0.1","dev":"eth0","table":"local","protocol":"kernel","scope":"host","prefsrc":"10.0.0.1","flags":[]},
+{"type":"broadcast","dst":"10.0.0.255","dev":"eth0","table":"local","protocol":"kernel","scope":"link","prefsrc":"10.0.0.1","flags":[]},
+{"type":"local","dst":"10.0.1.1","dev":"eth1","table":"local","protocol":"kernel","scope":"host","prefsrc":"10.0.1.1","flags":[]},
+{"type":"broadcast","dst":"10.0.1.255","dev":"eth1","table":"local","protocol":"kernel","scope":"link","prefsrc":"10.0.1.1","flags":[]},
+{"type":"local","dst":"127.0.0.0/8","dev":"lo","table":"local","protocol":"kernel","scope":"host","prefsrc":"127.0.0.1","flags":[]},
+{"type":"local","dst":"127.0.0.1","dev":"lo","table":"local","protocol":"kernel","scope":"host","prefsrc":"127.0.0.1","flags":[]},
+{"type":"broadcast","dst":"127.255.255.255","dev":"lo","table":"local","protocol":"kernel","scope":"link","prefsrc":"127.0.0.1","flags":[]},
+{"type":"unicast","dst":"fe80::/64","dev":"eth0","table":"main","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"unicast","dst":"fe80::/64","dev":"eth0f","table":"main","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"unicast","dst":"fe80::/64","dev":"eth1","table":"main","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"unicast","dst":"fe80::/64","dev":"eth1f","table":"main","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"local","dst":"::1","dev":"lo","table":"local","protocol":"kernel","scope":"global","metric":0,"flags":[],"pref":"medium"},
+{"type":"multicast","dst":"ff00::/8","dev":"eth0","table":"local","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"multicast","dst":"ff00::/8","dev":"eth0f","table":"local","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"multicast","dst":"ff00::/8","dev":"eth1","table":"local","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"},
+{"type":"multicast","dst":"ff00::/8","dev":"eth1f","table":"local","protocol":"kernel","scope":"global","metric":256,"flags":[],"pref":"medium"}]
+)";
+
+inline constexpr char const* nexthops =
+    R"([{"id":7,"gateway":"10.0.0.3","dev":"eth0","scope":"link","flags":[]},{"id":8,"dev":"eth1","scope":"host","flags":[]},{"id":9,"group":[{"id":7},{"id":8,"weight":5}],"flags":[]},{"id":10,"blackhole":null,"flags":[]},{"id":11,"gateway":"fe80::1","dev":"eth0","scope":"link","flags":[]},{"id":12,"gateway":"fe80::2","dev":"eth1","scope":"link","flags":[]},{"id":13,"group":[{"id":11},{"id":12}],"flags":[]}]
+)";
+
+inline constexpr char const* routeLinks =
+    R"([{"ifindex":1,"ifname":"lo","flags":["LOOPBACK","UP","LOWER_UP"],"mtu":65536,"qdisc":"noqueue","operstate":"UNKNOWN","linkmode":"DEFAULT","group":"default","txqlen":1000,"link_type":"loopback","address":"00:00:00:00:00:00","broadcast":"00:00:00:00:00:00"},
+{"ifindex":2,"link":"eth0","ifname":"eth0f","flags":["BROADCAST","MULTICAST","UP","LOWER_UP"],"mtu":1500,"qdisc":"noqueue","operstate":"UP","linkmode":"DEFAULT","group":"default","txqlen":1000,"link_type":"ether","address":"72:5e:08:9b:37:5a","broadcast":"ff:ff:ff:ff:ff:ff"},
+{"ifindex":3,"link":"eth0f","ifname":"eth0","flags":["BROADCAST","MULTICAST","UP","LOWER_UP"],"mtu":1500,"qdisc":"noqueue","operstate":"UP","linkmode":"DEFAULT","group":"default","txqlen":1000,"link_type":"ether","address":"6e:02:1b:39:54:6b","broadcast":"ff:ff:ff:ff:ff:ff"},
+{"ifindex":4,"link":"eth1","ifname":"eth1f","flags":["BROADCAST","MULTICAST","UP","LOWER_UP"],"mtu":1500,"qdisc":"noqueue","operstate":"UP","linkmode":"DEFAULT","group":"default","txqlen":1000,"link_type":"ether","address":"42:01:8e:05:01:d7","broadcast":"ff:ff:ff:ff:ff:ff"},
+{"ifindex":5,"link":"eth1f","ifname":"eth1","flags":["BROADCAST","MULTICAST","UP","LOWER_UP"],"mtu":1500,"qdisc":"noqueue","operstate":"UP","linkmode":"DEFAULT","group":"default","txqlen":1000,"link_type":"ether","address":"d6:38:96:c8:d1:30","broadcast":"ff:ff:ff:ff:ff:ff"}]
+)";
+
 }  // namespace Kelbase::Ctl::Samples
