@@ -5,6 +5,7 @@
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include <unistd.h>
@@ -94,6 +95,43 @@ std::string links(Words& words) {
   return "ok";
 }
 
+Pondo::Fib::Route route(std::uint64_t fecId) {
+  return {Pondo::Fib::FecId(fecId), Routing::RouteMetric(20), Routing::RoutePreference(200),
+          Routing::Fib::routeTypeBgp};
+}
+
+/// COUNT /24s from FIRST on.
+std::string routes(Words& words) {
+  Dovel::IpAddr const first(next<std::string>(words));
+  auto const count = next<std::uint32_t>(words);
+  auto const fecId = next<std::uint64_t>(words);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    writer->put<Pondo::RouteTable>({Dovel::IpAddr(first.value() + (i << 8U)), 24}, route(fecId));
+  }
+  return "ok";
+}
+
+/// "route PREFIX FEC", "unroute PREFIX", "badroute PREFIX", "routes FIRST COUNT FEC", "fec ID
+/// NEXTHOP", "unfec ID".
+std::optional<std::string> answerOfFib(std::string const& verb, Words& words) {
+  if (verb == "routes") return routes(words);
+  if (verb == "route" || verb == "unroute" || verb == "badroute") {
+    Dovel::Prefix const prefix(next<std::string>(words));
+    if (verb == "badroute") {
+      auto const key = Pondo::encodeKey<Pondo::RouteTable>(prefix);
+      return writer->putBytes(Pondo::TableId::route, key, "x") ? "1" : "0";
+    }
+    auto const fecId = next<std::uint64_t>(words);
+    if (verb == "route") return writer->put<Pondo::RouteTable>(prefix, route(fecId)) ? "1" : "0";
+    return writer->erase<Pondo::RouteTable>(prefix) ? "1" : "0";
+  }
+  if (verb != "fec" && verb != "unfec") return std::nullopt;
+  Pondo::Fib::FecId const fecId(next<std::uint64_t>(words));
+  if (verb == "unfec") return writer->erase<Pondo::FecTable>(fecId) ? "1" : "0";
+  Pondo::Fib::Via const via{Dovel::IpAddr(next<std::string>(words)), Dovel::IntfId("eth0"), 2};
+  return writer->put<Pondo::FecTable>(fecId, {{via}}) ? "1" : "0";
+}
+
 std::string answer(std::string const& line) {
   Words words(line);
   auto const verb = next<std::string>(words);
@@ -118,6 +156,7 @@ std::string answer(std::string const& line) {
   if (verb == "advance") return simulated.advance(next<double>(words)), "ok";
   if (verb == "churn") return forkChurn(words);
   if (verb == "hold") return hold(words);
+  if (auto const done = answerOfFib(verb, words)) return *done;
   if (verb == "log") return std::exchange(logged, {});
   return "error: unknown command";
 }

@@ -1,0 +1,78 @@
+#include "platform/pondo/fec_route_list.h"
+
+#include <map>
+#include <random>
+
+#include <gmock/gmock.h>
+
+#include "platform/pondo/fec_route_list_sm.h"
+
+namespace Pondo::Fib {
+namespace {
+
+using testing::ElementsAre;
+
+Dovel::Prefix prefix(std::string_view text) { return Dovel::Prefix(text); }
+
+TEST(FecRouteListTest, filesARouteUnderOneFecAtATime) {
+  FecRouteList list;
+  EXPECT_EQ(list.routes(FecId(1)), nullptr);
+  list.routeIs(prefix("10.0.0.0/24"), FecId(1));
+  list.routeIs(prefix("10.0.0.0/8"), FecId(1));
+  list.routeIs(prefix("10.0.0.0/8"), FecId(1));
+  ASSERT_TRUE(list.routes(FecId(1)));
+  EXPECT_THAT(*list.routes(FecId(1)), ElementsAre(prefix("10.0.0.0/8"), prefix("10.0.0.0/24")));
+  list.routeIs(prefix("10.0.0.0/24"), FecId(2));
+  EXPECT_THAT(*list.routes(FecId(1)), ElementsAre(prefix("10.0.0.0/8")));
+  EXPECT_THAT(*list.routes(FecId(2)), ElementsAre(prefix("10.0.0.0/24")));
+  EXPECT_EQ(list.fecId(prefix("10.0.0.0/24")), FecId(2));
+  list.routeDel(prefix("10.0.0.0/8"));
+  list.routeDel(prefix("10.0.0.0/8"));
+  EXPECT_EQ(list.routes(FecId(1)), nullptr);
+  EXPECT_EQ(list.size(), 1U);
+  list.routeIs(prefix("0.0.0.0/0"), FecId(3));
+  EXPECT_THAT(*list.routes(FecId(3)), ElementsAre(prefix("0.0.0.0/0")));
+  EXPECT_EQ(list.routes(FecId(1)), nullptr);
+}
+
+// Whatever the order, in which the place of the last look helps or misleads.
+TEST(FecRouteListTest, isWhatAPlainMapWouldBe) {
+  FecRouteList list;
+  std::map<Dovel::Prefix, FecId> plain;
+  std::mt19937 random(1);
+  Dovel::Prefix at;
+  for (int i = 0; i < 50'000; ++i) {
+    auto const next = plain.upper_bound(at);
+    if (random() % 4 != 0 && next != plain.end()) {
+      at = next->first;  // a walk in order
+    } else {
+      auto const length = static_cast<unsigned>(16 + random() % 9);
+      auto const third = static_cast<std::uint8_t>(random());
+      at = Dovel::Prefix(Dovel::IpAddr({10, 0, third, 0}).masked(length), length);
+    }
+    switch (random() % 4) {
+      case 0:
+        list.routeDel(at);
+        plain.erase(at);
+        break;
+      case 1:
+        list.routeIs(at, FecId(i % 7));
+        plain[at] = FecId(i % 7);
+        break;
+      default:
+        auto const found = plain.find(at);
+        ASSERT_EQ(list.fecId(at),
+                  found == plain.end() ? std::nullopt : std::optional(found->second));
+        auto const least = plain.lower_bound(at);
+        ASSERT_EQ(list.filedRoute(at),
+                  least == plain.end() ? std::nullopt : std::optional(least->first));
+    }
+    ASSERT_EQ(list.size(), plain.size());
+  }
+  std::map<FecId, FecRouteList::Prefixes> byFec;
+  for (auto const& [key, fecId] : plain) byFec[fecId].insert(key);
+  for (auto const& [fecId, prefixes] : byFec) EXPECT_EQ(*list.routes(fecId), prefixes);
+}
+
+}  // namespace
+}  // namespace Pondo::Fib
