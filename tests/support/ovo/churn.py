@@ -6,6 +6,7 @@ import threading
 import time
 
 from ovo.ber import dotted
+from ovo.tables import ROUTE
 
 
 def changing_lines(link, seed):
@@ -23,6 +24,19 @@ def changing_lines(link, seed):
         chance.shuffle(texts)
         lines += [f"addr {verb} {text} dev {link}" + (" nodad" if verb == "add" and ":" in text
                                                      else "") for text in texts]
+    return lines
+
+
+def changing_routes():
+    """One round: some 800 routes come, change and go, singly and as sets of next hops."""
+    chance = random.Random(3)
+    prefixes = [f"31.{64 + n % 8}.{n // 8}.0/{24 + n % 3}" for n in range(600)]
+    prefixes += [f"31.128.{n}.{4 * n % 256}/32" for n in range(200)]
+    lines = []
+    for verb, hop in (("add", "via 10.1.0.2"), ("replace", "via 10.2.0.3"),
+                      ("replace", "nexthop via 10.1.0.4 nexthop via 10.2.0.4"), ("del", "")):
+        chance.shuffle(prefixes)
+        lines += [f"route {verb} {prefix} {hop}" for prefix in prefixes]
     return lines
 
 
@@ -66,12 +80,16 @@ class Churn(threading.Thread):
 class Walker(threading.Thread):
     """Walks a table again and again; remembers what was not as it should be.
 
-    Strictly increasing (so nothing twice), and in every column all rows that stay.
+    Strictly increasing (so nothing twice), and in every column all rows that stay. With `columns`
+    only these are walked, one by one.
     """
 
-    def __init__(self, agent, table, staying, repetitions):
+    def __init__(self, agent, table, staying, repetitions, columns=()):
         super().__init__()
         self._client, self._table, self._repetitions = agent.new_client(), table, repetitions
+        self._columns = [table.column(name) for name in columns] or [
+            (*table.oid, 1, column.number) for column in table.columns]
+        self._roots = self._columns if columns else [table.oid]
         self._staying, self._end = set(staying), threading.Event()
         self.walks, self.rows, self.wrong = 0, 0, []
 
@@ -87,7 +105,7 @@ class Walker(threading.Thread):
     def _walk(self):
         last, seen = self._table.oid, set()
         head = len(self._table.oid) + 2
-        for binding in self._client.walk(self._table.oid, repetitions=self._repetitions):
+        for binding in self._bindings():
             if binding.oid <= last:
                 self.wrong.append(f"{dotted(binding.oid)} after {dotted(last)}")
                 return
@@ -95,12 +113,44 @@ class Walker(threading.Thread):
             if last[head:] in self._staying:
                 seen.add(last)
             self.rows += 1
-        for column in self._table.columns:
-            column = (*self._table.oid, 1, column.number)
+        for column in self._columns:
             self.wrong += [f"skipped {dotted((*column, *index))}" for index in self._staying
                            if (*column, *index) not in seen]
         self.walks += 1
 
+    def _bindings(self):
+        for root in self._roots:
+            yield from self._client.walk(root, repetitions=self._repetitions)
+
     def end(self):
         self._end.set()
         self.join()
+
+
+class RouteChurn:
+    """Routes that come and go under two walkers, as long as the block, and then some seconds."""
+
+    def __init__(self, router, agent, staying, seconds, rate=1_000):
+        self._churn = Churn(router, changing_routes(), rate, seconds)
+        self._walkers = [Walker(agent, ROUTE, staying, repetitions,
+                                columns=("ipCidrRouteIfIndex", "ipCidrRouteProto"))
+                         for repetitions in (20, 50)]
+
+    def __enter__(self):
+        for one in (self._churn, *self._walkers):
+            one.start()
+        return self
+
+    def __exit__(self, *_):
+        self._churn.join()
+        for walker in self._walkers:
+            walker.end()
+
+    def wrong(self):
+        return [line for walker in self._walkers for line in walker.wrong]
+
+    def walks(self):
+        return sum(walker.walks for walker in self._walkers)
+
+    def changes(self):
+        return self._churn.changes

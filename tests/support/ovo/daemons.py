@@ -1,5 +1,6 @@
 """The programs under test: started, watched and ended by their process ids."""
 
+import contextlib
 import os
 import pathlib
 import re
@@ -16,6 +17,7 @@ SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
 OIDS = {
     "ipForwarding.0": "1.3.6.1.2.1.4.1.0",
     "ipv6IpForwarding.0": "1.3.6.1.2.1.4.25.0",
+    "ipCidrRouteNumber.0": "1.3.6.1.2.1.4.24.3.0",
     "sysDescr.0": "1.3.6.1.2.1.1.1.0",
     "sysUpTime.0": "1.3.6.1.2.1.1.3.0",
     "sysName.0": "1.3.6.1.2.1.1.5.0",
@@ -107,8 +109,8 @@ class Agent:
     """
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
-                 without=STOCK_OUT, env=None):
-        self._router, self._env = router, env or {}
+                 without=STOCK_OUT, env=None, module="OvoSnmp"):
+        self._router, self._env, self._module = router, env or {}, module
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
         self.config(plugin)
@@ -147,7 +149,7 @@ class Agent:
         """Writes its configuration; `reload` has it read."""
         (self.dir / "snmpd.conf").write_text(
             "rwcommunity public\ndontLogTCPWrappersConnects yes\n"
-            + (f"dlmod OvoSnmp {BUILD}/lib/libOvoSnmp.so\n" if plugin else ""))
+            + (f"dlmod {self._module} {BUILD}/lib/lib{self._module}.so\n" if plugin else ""))
         (self.dir / "snmpd.conf").chmod(0o644)
 
     def reload(self):
@@ -233,6 +235,15 @@ class Agent:
         assert eventually(lambda: self.ask("sysUpTime.0", 0.2) is not None, within), \
             self.daemon.text()
         return self
+
+    @contextlib.contextmanager
+    def stopped(self):
+        """Not running, as under a debugger."""
+        self.daemon.send(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self.daemon.send(signal.SIGCONT)
 
     def close(self):
         if self._client:

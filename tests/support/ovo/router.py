@@ -6,7 +6,9 @@ import shutil
 import subprocess
 import tempfile
 
+from ovo import routes
 from ovo.addresses import expected
+from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
 from ovo.tables import ADDRESS
@@ -103,6 +105,15 @@ class Router:
         """Every link with its addresses, as `ip` tells."""
         return json.loads(self.ip("-json", "-d", "address"))
 
+    def kernel_routes(self):
+        """The rows that the kernel's routes make."""
+        def tell(*what):
+            return json.loads(self.space.run("ip", "-json", *what, timeout=120) or "[]")
+
+        return routes.expected(tell("-details", "-4", "route", "show", "table", "main"),
+                               tell("nexthop"),
+                               {link["ifname"]: link["ifindex"] for link in tell("link")})
+
     # The publisher.
     def publish(self, *options, user=None, wait=True):
         """Starts kelbased; waits until the tables are there."""
@@ -170,3 +181,19 @@ class Router:
             return not found
 
         assert eventually(none, within), "\n".join(found[:40])
+
+    def routes_agree(self, agent, within=2.0, columns=range(1, 17)):
+        """The same of ipCidrRouteTable; `within` counts from now, after the kernel has ended."""
+        rows, found = [], []
+
+        def none():
+            rows[:] = self.kernel_routes()
+            found[:] = routes.differences(agent.client, rows, columns)
+            return not found
+
+        assert eventually(none, within), "\n".join(found)
+        return rows
+
+    def churn_of_routes(self, agent, staying, seconds=4):
+        """Routes that come and go beside those that stay, under walkers; a context."""
+        return RouteChurn(self, agent, staying, seconds)

@@ -79,21 +79,39 @@ class Client:
                 yield binding
             last = answer.bindings[-1].oid
 
+    def bulk_bytes(self, name, repetitions):
+        """A GETBULK of the encoded name: the answer's bindings as they came."""
+        self._request += 1
+        pdu = ber.integer(self._request) + ber.integer(0) + ber.integer(repetitions)
+        pdu += ber.tlv(ber.SEQUENCE, ber.tlv(ber.SEQUENCE, ber.tlv(ber.OID, name) + b"\5\0"))
+        message = ber.integer(1) + self._community + ber.tlv(GETBULK, pdu)
+        for data in self._answers(ber.tlv(ber.SEQUENCE, message), 5.0):
+            _, _, (_, answer) = ber.elements(ber.take(data)[1])
+            (_, request), (_, status), _, (_, bindings) = ber.elements(answer)
+            if int.from_bytes(request, "big") == self._request:
+                assert not any(status), ERRORS.get(status[0])
+                return bindings
+
+    def _answers(self, message, timeout):
+        """Sends it, and gives whatever comes until the caller has its answer."""
+        self._socket.settimeout(timeout)
+        try:
+            self._socket.send(message)
+            while True:
+                yield self._socket.recv(65536)
+        except (TimeoutError, ConnectionRefusedError) as silence:
+            raise Silence(f"no answer in {timeout} s") from silence
+
     def exchange(self, kind, bindings, first=0, second=0, timeout=5.0):
         """One request and its answer; `first` and `second` as the PDU has them."""
         self._request += 1
         pdu = ber.integer(self._request) + ber.integer(first) + ber.integer(second)
         pdu += ber.tlv(ber.SEQUENCE, b"".join(bindings))
         message = ber.integer(1) + self._community + ber.tlv(kind, pdu)
-        self._socket.settimeout(timeout)
-        try:
-            self._socket.send(ber.tlv(ber.SEQUENCE, message))
-            while True:
-                request, answer = _answer(self._socket.recv(65536))
-                if request == self._request:
-                    return answer
-        except (TimeoutError, ConnectionRefusedError) as silence:
-            raise Silence(f"no answer in {timeout} s") from silence
+        for data in self._answers(ber.tlv(ber.SEQUENCE, message), timeout):
+            request, answer = _answer(data)
+            if request == self._request:
+                return answer
 
     def ask(self, oid, kind=GET, timeout=1.0):
         """An integer, octets, an exception's or an error's name, or None when nothing came."""

@@ -61,6 +61,29 @@ ADDRESS = Table("ipAddressTable", (*IP, 34), _columns(3, """
 
 TABLES = (ADDR, PREFIX, ADDRESS)
 
+ROUTE_NUMBER = (*IP, 24, 3)
+
+ROUTE = Table("ipCidrRouteTable", (*IP, 24, 4), _columns(1, """
+    ipCidrRouteDest       IpAddress
+    ipCidrRouteMask       IpAddress
+    ipCidrRouteTos        INTEGER
+    ipCidrRouteNextHop    IpAddress
+    ipCidrRouteIfIndex    INTEGER
+    ipCidrRouteType       INTEGER
+    ipCidrRouteProto      INTEGER
+    ipCidrRouteAge        INTEGER
+    ipCidrRouteInfo       OBJECT IDENTIFIER
+    ipCidrRouteNextHopAS  INTEGER
+    ipCidrRouteMetric1    INTEGER
+    ipCidrRouteMetric2    INTEGER
+    ipCidrRouteMetric3    INTEGER
+    ipCidrRouteMetric4    INTEGER
+    ipCidrRouteMetric5    INTEGER
+    ipCidrRouteStatus     INTEGER"""), ("address", "address", "number", "address"),
+    ("ipCidrRouteIfIndex", "ipCidrRouteType", "ipCidrRouteInfo", "ipCidrRouteNextHopAS",
+     "ipCidrRouteMetric1", "ipCidrRouteMetric2", "ipCidrRouteMetric3", "ipCidrRouteMetric4",
+     "ipCidrRouteMetric5", "ipCidrRouteStatus"))
+
 
 class Tree:
     """What a table should hold: finds the answer to any question about it."""

@@ -1,0 +1,260 @@
+"""What ipCidrRouteTable should say, computed from what `ip -json` says of the kernel's routes.
+
+A million rows are compared as they are encoded: the model's rows are a stream of octets for each
+column, and so is what the agent answers. Only what differs is decoded.
+"""
+
+import ipaddress
+from typing import NamedTuple
+
+from ovo import ber
+from ovo.tables import ROUTE, ROUTE_NUMBER
+
+VIAS_MAX = 128
+REFUSING = ("blackhole", "unreachable", "prohibit")
+# ipCidrRouteProto and the usual administrative distance, by rtm_protocol.
+PROTOCOLS = {"kernel": (2, 0), "boot": (3, 1), "static": (3, 1), "bgp": (14, 20),
+             "eigrp": (1, 90), "babel": (1, 100), "ospf": (13, 110), "isis": (1, 115),
+             "rip": (8, 120), "dhcp": (1, 254)}
+OTHERS = (1, 255)
+MASKS = [(1 << 32) - (1 << 32 - length) for length in range(33)]
+
+
+class Row(NamedTuple):
+    """Addresses as numbers; in the order of its index."""
+    dest: int
+    mask: int
+    next_hop: int
+    if_index: int
+    protocol: int
+    metric: int
+    preference: int
+
+    def index(self):
+        return (*octets(self.dest), *octets(self.mask), 0, *octets(self.next_hop))
+
+    def __str__(self):
+        dest, hop = ipaddress.IPv4Address(self.dest), ipaddress.IPv4Address(self.next_hop)
+        return (f"{dest}/{self.mask.bit_count()} via {hop} ifIndex {self.if_index} "
+                f"proto {self.protocol} metric {self.metric} preference {self.preference}")
+
+
+def octets(number):
+    return number.to_bytes(4, "big")
+
+
+def address(text):
+    """0 for an IPv6 next hop: an IPv4 row has no place for it."""
+    if ":" in text:
+        return 0
+    a, b, c, d = text.split(".")
+    return int(a) << 24 | int(b) << 16 | int(c) << 8 | int(d)
+
+
+def destination(text):
+    if text == "default":
+        return 0, 0
+    base, _, length = text.partition("/")
+    return address(base), int(length or 32)
+
+
+def _hop(entry):
+    """The next hop and the link of a route, of one of its next hops or of a nexthop object."""
+    return address(entry.get("gateway", "0.0.0.0")), entry.get("dev")
+
+
+class _Hops:
+    """Next hops of routes: their own, or those of the nexthop object that they name."""
+
+    def __init__(self, nexthops):
+        self._objects = {one["id"]: one for one in nexthops}
+
+    def of(self, route):
+        if "nhid" in route and self._objects:
+            return self._of_object(route["nhid"])
+        return [_hop(one) for one in route.get("nexthops", [route])]
+
+    def _of_object(self, number):
+        one = self._objects[number]
+        if "group" in one:
+            return [hop for member in one["group"] for hop in self._of_object(member["id"])]
+        return [_hop(one)]
+
+
+def _chosen(routes):
+    """One route a prefix: the lowest metric, of these one without TOS, of these the first."""
+    best = {}
+    for place, route in enumerate(routes):
+        kind = route.get("type", "unicast")
+        if kind != "unicast" and kind not in REFUSING:
+            continue
+        rank = route.get("metric", 0), "tos" in route, place
+        key = route["dst"]
+        if key not in best or rank < best[key][0]:
+            best[key] = rank, route
+    return (route for _, route in best.values())
+
+
+def expected(routes, nexthops, links):
+    """The rows in their order. `links`: index by name; a link that is not there has no rows."""
+    hops = _Hops(nexthops)
+    rows = {}
+    for route in _chosen(routes):
+        if route.get("type", "unicast") in REFUSING:
+            continue
+        dest, length = destination(route["dst"])
+        protocol, preference = PROTOCOLS.get(route.get("protocol", "boot"), OTHERS)
+        for hop, link in hops.of(route)[:VIAS_MAX]:
+            key = dest, length, hop
+            if link in links and key not in rows:
+                rows[key] = Row(dest, MASKS[length], hop, links[link], protocol,
+                                route.get("metric", 0), preference)
+    return [rows[key] for key in sorted(rows)]
+
+
+def of_batch(lines, links):
+    """The rows of lines as `kelbasectl generate --batch` prints them, each prefix once."""
+    rows = []
+    for line in lines:
+        _, _, prefix, _, hop, _, link, _, protocol, _, metric = line.split()
+        dest, length = destination(prefix)
+        rows.append(Row(dest, MASKS[length], address(hop), links[link], *PROTOCOLS[protocol][:1],
+                        int(metric), PROTOCOLS[protocol][1]))
+    return sorted(rows)
+
+
+# The columns that differ from row to row; the others are constants.
+VARYING = (5, 7, 11, 12)
+_ARC = [ber.oid_body((0, 0, number))[1:] for number in range(256)]
+_CONSTANTS = {3: 0, 6: 1, 8: -1, 10: 0, 13: -1, 14: -1, 15: -1, 16: 1}
+
+
+def _signed(number):
+    return number - (1 << 32) if number >= 1 << 31 else number
+
+
+def _arcs(number):
+    a, b, c, d = number.to_bytes(4, "big")
+    return _ARC[a] + _ARC[b] + _ARC[c] + _ARC[d]
+
+
+class _Remembering(dict):
+    """Values of a function, each computed once."""
+
+    def __init__(self, function):
+        super().__init__()
+        self._function = function
+
+    def __missing__(self, key):
+        self[key] = value = self._function(key)
+        return value
+
+
+_FEW = _Remembering(_arcs)  # masks and next hops
+_INTEGERS = _Remembering(lambda number: ber.integer(_signed(number)))
+
+
+def _address_value(number):
+    return ber.tlv(ber.IP_ADDRESS, octets(number))
+
+
+_VALUES = {
+    1: lambda row: _address_value(row.dest),
+    2: lambda row: _address_value(row.mask),
+    4: lambda row: _address_value(row.next_hop),
+    5: lambda row: _INTEGERS[row.if_index],
+    7: lambda row: _INTEGERS[row.protocol],
+    9: lambda row, zero=ber.tlv(ber.OID, b"\0"): zero,
+    11: lambda row: _INTEGERS[row.metric],
+    12: lambda row: _INTEGERS[row.preference],
+    **{number: lambda row, value=ber.integer(constant): value
+       for number, constant in _CONSTANTS.items()},
+}
+
+
+def indexes(rows):
+    """The index of each row, encoded."""
+    return [_arcs(row.dest) + _FEW[row.mask] + b"\0" + _FEW[row.next_hop] for row in rows]
+
+
+def bindings(number, rows, encoded_indexes):
+    """A column as the agent should answer it: one encoded binding a row."""
+    head = ber.oid_body((*ROUTE.oid, 1, number))
+    value_of = _VALUES[number]
+    result = []
+    for row, index in zip(rows, encoded_indexes):
+        value = value_of(row)
+        name = len(head) + len(index)
+        result.append(bytes((0x30, name + 2 + len(value), 0x06, name)) + head + index + value)
+    return result
+
+
+class ColumnWalk:
+    """Walks one column of an agent beside the bindings that it should consist of."""
+
+    REPETITIONS = 100
+
+    def __init__(self, client, number, encoded):
+        self._client, self._number, self._encoded = client, number, encoded
+        self._head = ber.oid_body((*ROUTE.oid, 1, number))
+
+    def differences(self, most=10):
+        """Lines; none when every row is there, equal, in order, and no other."""
+        last, at = self._head, 0
+        while True:
+            answer = self._client.bulk_bytes(last, self.REPETITIONS)
+            chunk = self._encoded[at:at + self.REPETITIONS]
+            whole = b"".join(chunk)
+            if answer == whole and chunk:
+                at += len(chunk)
+                last = self._name(chunk[-1])
+                continue
+            if answer and whole.startswith(answer):  # as many as a message takes
+                taken = self._count(answer)
+                at += taken
+                last = self._name(chunk[taken - 1])
+                continue
+            return self._explain(answer, at, most)
+
+    def _count(self, answer):
+        return sum(1 for _ in ber.elements(answer))
+
+    @staticmethod
+    def _name(binding):
+        return ber.take(ber.take(binding)[1])[1]
+
+    def _explain(self, answer, at, most):
+        shown = [ber.decode_binding(body) for _, body in ber.elements(answer)]
+        column = (*ROUTE.oid, 1, self._number)
+        shown = [one for one in shown
+                 if one.oid[:len(column)] == column and one.kind != "endOfMibView"]
+        wanted = [ber.decode_binding(ber.take(one)[1])
+                  for one in self._encoded[at:at + self.REPETITIONS]]
+        if shown == wanted[:len(shown)] and len(wanted) == len(shown):
+            return []
+        return [f"row {at + place}: {one or 'nothing'}, expected {other or 'the end'}"
+                for place, (one, other) in enumerate(_pairs(shown, wanted))
+                if one != other][:most]
+
+
+def _pairs(a, b):
+    longest = max(len(a), len(b))
+    return zip(a + [None] * (longest - len(a)), b + [None] * (longest - len(b)))
+
+
+def differences(client, rows, columns=range(1, 17)):
+    """Where the agent's table is not these rows: lines."""
+    number = client.ask((*ROUTE_NUMBER, 0), timeout=5.0)
+    if number != len(rows):
+        return [f"ipCidrRouteNumber is {number}, expected {len(rows)}",
+                *_first_column(client, rows)]
+    encoded = indexes(rows)
+    for column in columns:
+        lines = ColumnWalk(client, column, bindings(column, rows, encoded)).differences()
+        if lines:
+            return [f"{ROUTE.columns[column - 1].name}: {line}" for line in lines]
+    return []
+
+
+def _first_column(client, rows):
+    return ColumnWalk(client, 5, bindings(5, rows, indexes(rows))).differences()

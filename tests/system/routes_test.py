@@ -1,0 +1,258 @@
+"""ipCidrRouteTable is what the kernel's routes make it, whatever happens.
+
+Every scenario runs three times: before the daemons start; step by step after it, each step visible
+within two seconds; and while the publisher, then the agent, is away.
+"""
+
+import pytest
+
+from ovo.daemons import SANITIZED, eventually
+from ovo.routes import address, destination
+from ovo.tables import ROUTE
+
+# Two links with an address each, up and running.
+LINKS = ("link add name eth1 type veth peer name eth1-far", "link set eth1-far up",
+         "link set eth1 up", "addr add 10.1.0.1/24 dev eth1",
+         "link add name eth2 type veth peer name eth2-far", "link set eth2-far up",
+         "link set eth2 up", "addr add 10.2.0.1/24 dev eth2")
+WITHIN = 6.0 if SANITIZED else 2.0
+
+
+def hops(count, first=2):
+    """So many next hops behind eth1 and eth2, by turns. (`ip -batch` takes 512 words a line.)"""
+    return " ".join(f"nexthop via 10.{1 + n % 2}.0.{first + n // 2}" for n in range(count))
+
+
+SCENARIOS = {
+    "every kind of prefix": [
+        LINKS,
+        ("route add default via 10.1.0.2", "route add 20.0.0.0/8 via 10.1.0.3 proto bgp metric 20",
+         "route add 20.1.0.0/16 via 10.2.0.3 proto ospf metric 110",
+         "route add 20.1.2.3/32 via 10.1.0.4 proto static", "route add 20.1.2.2/31 dev eth2",
+         "route add 128.0.0.0/1 via 10.1.0.5 proto rip metric 4294967295",
+         "route add 30.0.0.0/24 via 10.1.0.6 proto isis", "route add 30.0.1.0/24 dev eth1 scope link",
+         "route add 30.0.2.0/24 via 10.1.0.6 proto babel metric 2147483648",
+         "route add 30.0.3.0/24 via 10.1.0.6 proto 201", "route add 30.0.4.0/24 dev lo",
+         "route add 30.0.5.0/24 via inet6 fe80::5 dev eth1"),
+        ("route del default", "route del 20.1.2.3/32", "route change 20.0.0.0/8 via 10.2.0.9 "
+         "proto bgp metric 20", "route del 128.0.0.0/1 metric 4294967295"),
+        ("route add default dev eth2",),
+    ],
+    "sets of next hops": [
+        LINKS,
+        (f"route add 21.0.0.0/8 {hops(2)}", f"route add 21.1.0.0/16 {hops(64)}",
+         f"route add 21.2.0.0/16 {hops(140)} proto bgp", f"route add 21.3.0.0/16 {hops(2)}",
+         "route add 21.4.0.0/16 nexthop dev eth1 nexthop dev eth2"),
+        (f"route replace 21.0.0.0/8 {hops(3, 20)}", f"route replace 21.1.0.0/16 {hops(63)}"),
+        ("route del 21.0.0.0/8", f"route replace 21.2.0.0/16 {hops(128, 3)} proto bgp"),
+    ],
+    "one next hop behind two links": [
+        LINKS,
+        ("addr add 10.1.0.9/24 dev eth2", "route add 22.0.0.0/8 nexthop via 10.1.0.7 dev eth1 "
+         "nexthop via 10.1.0.7 dev eth2",
+         "route add 22.1.0.0/16 nexthop via 10.1.0.7 dev eth2 nexthop via 10.1.0.7 dev eth1",
+         "route add 22.2.0.0/16 via 10.1.0.7 dev eth2"),
+        ("route change 22.2.0.0/16 via 10.1.0.7 dev eth1",),
+    ],
+    "nexthop objects and groups": [
+        LINKS,
+        ("nexthop add id 7 via 10.1.0.7 dev eth1", "nexthop add id 8 via 10.2.0.8 dev eth2",
+         "nexthop add id 9 dev eth2", "nexthop add id 70 group 7/8,5/9",
+         "nexthop add id 10 via fe80::1 dev eth1", "nexthop add id 11 blackhole",
+         "route add 23.0.0.0/8 nhid 7", "route add 23.1.0.0/16 nhid 70 proto bgp metric 20",
+         "route add 23.2.0.0/16 nhid 10", "route add 23.3.0.0/16 nhid 11",
+         "route add 23.4.0.0/16 nhid 9"),
+        ("nexthop replace id 7 via 10.2.0.77 dev eth2",),
+        ("nexthop replace id 70 group 8",),
+        ("nexthop del id 8",),
+        ("nexthop del id 7", "nexthop del id 9"),
+    ],
+    "types that are not served, and other tables": [
+        LINKS,
+        ("route add 24.0.0.0/8 via 10.1.0.2", "route add blackhole 24.1.0.0/16",
+         "route add unreachable 24.2.0.0/16", "route add prohibit 24.3.0.0/16",
+         "route add throw 24.4.0.0/16", "route add 24.5.0.0/16 via 10.1.0.2 table 100",
+         "route add 24.6.0.0/16 via 10.1.0.2 table 254",
+         "route add 24.7.0.0/16 via 10.1.0.2 table local"),
+        ("route del blackhole 24.1.0.0/16", "route add 24.1.0.0/16 via 10.1.0.3",
+         "route replace blackhole 24.0.0.0/8"),
+        ("route flush table 100", "route replace 24.0.0.0/8 via 10.2.0.3"),
+    ],
+    "several routes of one prefix": [
+        LINKS,
+        ("route add 25.0.0.0/8 via 10.1.0.2 metric 300", "route add 25.0.0.0/8 via 10.1.0.3 metric "
+         "200 proto bgp", "route add blackhole 25.1.0.0/16 metric 10",
+         "route add 25.1.0.0/16 via 10.1.0.2 metric 20", "route add 25.2.0.0/16 via 10.1.0.2",
+         "route append 25.2.0.0/16 via 10.1.0.3", "route add 25.2.0.0/16 tos 0x10 via 10.2.0.3"),
+        ("route add 25.0.0.0/8 via 10.1.0.4 metric 100",),
+        ("route del 25.0.0.0/8 metric 100", "route del 25.2.0.0/16 via 10.1.0.2"),
+        ("route del 25.0.0.0/8 metric 200", "route del blackhole 25.1.0.0/16",
+         "route prepend 25.2.0.0/16 via 10.2.0.9"),
+        ("route del 25.0.0.0/8 metric 300", "route del 25.2.0.0/16 tos 0"),
+    ],
+    "a link that falls": [
+        LINKS,
+        ("route add 26.0.0.0/8 via 10.1.0.2", f"route add 26.1.0.0/16 {hops(4)}",
+         "route add 26.2.0.0/16 via 10.2.0.2", "nexthop add id 7 via 10.1.0.7 dev eth1",
+         "nexthop add id 8 via 10.2.0.7 dev eth2", "nexthop add id 9 group 7/8",
+         "route add 26.3.0.0/16 nhid 7", "route add 26.4.0.0/16 nhid 9"),
+        ("link set eth1 down",),
+        ("link set eth1 up",),
+        ("route add 26.0.0.0/8 via 10.1.0.2", "route replace 26.1.0.0/16 via 10.1.0.3"),
+        ("link set eth1-far down",),
+        ("link set eth1-far up", "link del eth2"),
+    ],
+    "a link with another name, and another index": [
+        LINKS,
+        ("route add 27.0.0.0/8 via 10.1.0.2", f"route add 27.1.0.0/16 {hops(3)}",
+         "nexthop add id 7 via 10.1.0.7 dev eth1", "route add 27.2.0.0/16 nhid 7"),
+        ("link set eth1 down", "link set eth1 name wan", "link set wan up",
+         "route add 27.0.0.0/8 via 10.1.0.2"),
+        ("link del wan", "link add name wan index 4711 type veth peer name wan-far",
+         "link set wan-far up", "link set wan up", "addr add 10.1.0.1/24 dev wan",
+         "route add 27.0.0.0/8 via 10.1.0.2"),
+        ("link set eth2 down", "link set eth2 name eth1", "link set eth1 up"),
+    ],
+    "an address that goes": [
+        LINKS,
+        ("addr add 10.3.0.1/24 dev eth1", "addr add 10.3.0.2/24 dev eth1",
+         "route add 28.0.0.0/8 via 10.1.0.2 src 10.3.0.1", "route add 28.1.0.0/16 via 10.3.0.9",
+         "route add 28.2.0.0/16 via 10.2.0.9 src 10.1.0.1"),
+        ("addr del 10.3.0.1/24 dev eth1",),
+        ("addr del 10.1.0.1/24 dev eth1",),
+        ("addr flush dev eth2",),
+    ],
+    "flushed": [
+        LINKS,
+        tuple(f"route add 29.{n >> 8}.{n & 255}.0/24 via 10.{1 + n % 2}.0.{2 + n % 7} proto bgp"
+              for n in range(1500)),
+        ("route flush proto bgp",),
+        ("route flush table main",),
+        ("route add 29.0.0.0/8 via 10.1.0.2 dev eth1 onlink",),
+    ],
+}
+BY_NAME = pytest.mark.parametrize("steps", SCENARIOS.values(), ids=SCENARIOS)
+
+
+def started(router):
+    router.publish()
+    agent = router.agent()
+    assert agent.answers()
+    return agent
+
+
+@BY_NAME
+def test_each_step_shows_within_two_seconds(router, steps):
+    agent = started(router)
+    for step in steps:
+        router.batch(*step)
+        router.routes_agree(agent, WITHIN)
+
+
+@BY_NAME
+def test_before_the_start_and_while_one_was_away(router, steps):
+    half = (len(steps) + 1) // 2
+    for step in steps[:half]:
+        router.batch(*step)
+    publisher, agent = router.publish(), router.agent()
+    router.routes_agree(agent, within=10)
+    publisher.stop()
+    router.batch(*steps[half])
+    router.publish()
+    router.routes_agree(agent, WITHIN)
+    agent.daemon.stop()
+    for step in steps[half + 1:]:
+        router.batch(*step)
+    router.routes_agree(router.agent(), within=10)
+
+
+def cell(agent, column, prefix, hop="0.0.0.0"):
+    """One column of a row, or noSuchInstance."""
+    dest, length = destination(prefix)
+    mask = (1 << 32) - (1 << 32 - length)
+    index = (*dest.to_bytes(4, "big"), *mask.to_bytes(4, "big"), 0,
+             *address(hop).to_bytes(4, "big"))
+    return agent.client.ask((*ROUTE.column(column), *index), timeout=5.0)
+
+
+def test_rows_as_a_manager_reads_them(router):
+    """Values written down by hand: the model of the other tests is not asked."""
+    router.batch(*LINKS, "route add default via 10.1.0.2 proto bgp metric 20",
+                 f"route add 21.0.0.0/8 {hops(2)}", f"route add 21.2.0.0/16 {hops(140)}",
+                 "route add blackhole 24.0.0.0/8", "route add 9.0.0.1/32 via 10.2.0.9 proto ospf")
+    publisher = router.publish()
+    agent = router.agent()
+    eth1, eth2 = (next(index for name, index, _ in router.kernel_links() if name == wanted)
+                  for wanted in ("eth1", "eth2"))
+    assert eventually(lambda: cell(agent, "ipCidrRouteIfIndex", "default", "10.1.0.2") == eth1, 10)
+    assert cell(agent, "ipCidrRouteProto", "default", "10.1.0.2") == 14
+    assert cell(agent, "ipCidrRouteMetric1", "default", "10.1.0.2") == 20
+    assert cell(agent, "ipCidrRouteMask", "default", "10.1.0.2") == bytes(4)
+    assert cell(agent, "ipCidrRouteProto", "9.0.0.1/32", "10.2.0.9") == 13
+    assert cell(agent, "ipCidrRouteMetric2", "9.0.0.1/32", "10.2.0.9") == 110
+    assert cell(agent, "ipCidrRouteMask", "9.0.0.1/32", "10.2.0.9") == b"\xff" * 4
+    assert cell(agent, "ipCidrRouteProto", "10.1.0.0/24") == 2
+    assert cell(agent, "ipCidrRouteIfIndex", "21.0.0.0/8", "10.1.0.2") == eth1
+    assert cell(agent, "ipCidrRouteIfIndex", "21.0.0.0/8", "10.2.0.2") == eth2
+    # Of 140 next hops the first 128, 64 behind each link.
+    assert cell(agent, "ipCidrRouteType", "21.2.0.0/16", "10.2.0.65") == 1
+    assert cell(agent, "ipCidrRouteType", "21.2.0.0/16", "10.1.0.66") == "noSuchInstance"
+    assert cell(agent, "ipCidrRouteType", "24.0.0.0/8") == "noSuchInstance"
+    assert agent.ask("ipCidrRouteNumber.0") == 2 + 1 + 2 + 128 + 1
+    assert len(publisher.lines("128")) == 1, publisher.text()
+
+
+def test_a_route_over_a_link_without_a_status(router):
+    links = [{"ifname": name, "ifindex": index, "flags": ["UP"]} for name, index in
+             (("eth1", 2), ("eth2", 3))]
+    routes = [{"dst": f"21.{n}.0.0/16", "gateway": "10.0.0.1", "dev": f"eth{1 + n % 2}"}
+              for n in range(10)]
+    router.load(links, routes)
+    router.load(links[:1])
+    agent = router.agent()
+    assert eventually(lambda: cell(agent, "ipCidrRouteIfIndex", "21.0.0.0/16", "10.0.0.1") == 2, 10)
+    assert eventually(lambda: agent.ask("ipCidrRouteNumber.0") == 5)
+    assert cell(agent, "ipCidrRouteIfIndex", "21.1.0.0/16", "10.0.0.1") == "noSuchInstance"
+    router.load(links)
+    assert eventually(lambda: agent.ask("ipCidrRouteNumber.0") == 10, WITHIN)
+    assert cell(agent, "ipCidrRouteIfIndex", "21.1.0.0/16", "10.0.0.1") == 3
+
+
+def test_a_stopped_agent_ends_exact(router):
+    """Behind by more changes than the log of changes keeps is for routes_scale_test."""
+    router.batch(*LINKS, *(f"route add 30.{n >> 8}.{n & 255}.0/24 via 10.1.0.2"
+                           for n in range(3000)))
+    agent = started(router)
+    assert len(router.routes_agree(agent, within=10)) == 3002
+    with agent.stopped():
+        router.batch(*(f"route del 30.{n >> 8}.{n & 255}.0/24" for n in range(0, 3000, 2)),
+                     *(f"route replace 30.{n >> 8}.{n & 255}.0/24 via 10.2.0.2"
+                       for n in range(1, 3000, 4)))
+    assert len(router.routes_agree(agent, WITHIN)) == 1502
+
+
+def test_the_publishers_end_and_restart_in_the_middle(router):
+    router.batch(*LINKS, *(f"route add 31.{n >> 8}.{n & 255}.0/24 via 10.1.0.2"
+                           for n in range(2000)))
+    publisher, agent = router.publish(), router.agent()
+    rows = router.routes_agree(agent, within=10)
+    with router.churn_of_routes(agent, staying=[row.index() for row in rows]) as churn:
+        for _ in range(3):
+            publisher.kill()
+            publisher = router.publish()
+    assert churn.wrong() == []
+    assert churn.walks() >= 2
+    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
+
+
+def test_walks_while_routes_come_and_go(router):
+    router.batch(*LINKS, *(f"route add 31.{n >> 8}.{n & 255}.0/24 via 10.1.0.2"
+                           for n in range(300)))
+    agent = started(router)
+    rows = router.routes_agree(agent, within=10)
+    with router.churn_of_routes(agent, staying=[row.index() for row in rows], seconds=6) as churn:
+        pass
+    assert churn.wrong() == []
+    assert churn.walks() >= 4
+    assert churn.changes() >= 2000
+    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
