@@ -11,8 +11,9 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tests/support"))
 
 import addresses  # noqa: E402
+import internet_routes  # noqa: E402
 
-BENCHMARKS = addresses.BENCHMARKS
+BENCHMARKS = addresses.BENCHMARKS + internet_routes.BENCHMARKS
 
 HEAD = """# Benchmarks
 

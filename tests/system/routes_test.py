@@ -41,10 +41,10 @@ SCENARIOS = {
     "sets of next hops": [
         LINKS,
         (f"route add 21.0.0.0/8 {hops(2)}", f"route add 21.1.0.0/16 {hops(64)}",
-         f"route add 21.2.0.0/16 {hops(140)} proto bgp", f"route add 21.3.0.0/16 {hops(2)}",
+         f"route add 21.2.0.0/16 proto bgp {hops(140)}", f"route add 21.3.0.0/16 {hops(2)}",
          "route add 21.4.0.0/16 nexthop dev eth1 nexthop dev eth2"),
         (f"route replace 21.0.0.0/8 {hops(3, 20)}", f"route replace 21.1.0.0/16 {hops(63)}"),
-        ("route del 21.0.0.0/8", f"route replace 21.2.0.0/16 {hops(128, 3)} proto bgp"),
+        ("route del 21.0.0.0/8", f"route replace 21.2.0.0/16 proto bgp {hops(128, 3)}"),
     ],
     "one next hop behind two links": [
         LINKS,

@@ -105,12 +105,12 @@ class Router:
         """Every link with its addresses, as `ip` tells."""
         return json.loads(self.ip("-json", "-d", "address"))
 
-    def kernel_routes(self):
-        """The rows that the kernel's routes make."""
+    def kernel_routes(self, *which):
+        """The rows that the kernel's routes make, or `which` of them (`ip route show`)."""
         def tell(*what):
             return json.loads(self.space.run("ip", "-json", *what, timeout=120) or "[]")
 
-        return routes.expected(tell("-details", "-4", "route", "show", "table", "main"),
+        return routes.expected(tell("-details", "-4", "route", "show", "table", "main", *which),
                                tell("nexthop"),
                                {link["ifname"]: link["ifindex"] for link in tell("link")})
 
@@ -130,9 +130,13 @@ class Router:
 
         assert eventually(published, within) and daemon.alive(), daemon.text()
 
-    def ctl(self, *arguments, text=None, check=True):
+    def forget_tables(self):
+        """Removes the run directory, as a reboot does."""
+        shutil.rmtree(self.rundir)
+
+    def ctl(self, *arguments, text=None, check=True, timeout=30):
         return self.space.run(BUILD / "bin/kelbasectl", "--rundir", self.rundir, *arguments,
-                              text=text, check=check)
+                              text=text, check=check, timeout=timeout)
 
     def ctl_fails(self, *arguments):
         done = subprocess.run(

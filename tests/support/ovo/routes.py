@@ -115,12 +115,26 @@ def expected(routes, nexthops, links):
 def of_batch(lines, links):
     """The rows of lines as `kelbasectl generate --batch` prints them, each prefix once."""
     rows = []
+    hops = _Remembering(address)
     for line in lines:
         _, _, prefix, _, hop, _, link, _, protocol, _, metric = line.split()
         dest, length = destination(prefix)
-        rows.append(Row(dest, MASKS[length], address(hop), links[link], *PROTOCOLS[protocol][:1],
-                        int(metric), PROTOCOLS[protocol][1]))
-    return sorted(rows)
+        number, preference = PROTOCOLS[protocol]
+        rows.append(Row(dest, MASKS[length], hops[hop], links[link], number, int(metric),
+                        preference))
+    return rows
+
+
+class _Remembering(dict):
+    """Values of a function, each computed once."""
+
+    def __init__(self, function):
+        super().__init__()
+        self._function = function
+
+    def __missing__(self, key):
+        self[key] = value = self._function(key)
+        return value
 
 
 # The columns that differ from row to row; the others are constants.
@@ -136,18 +150,6 @@ def _signed(number):
 def _arcs(number):
     a, b, c, d = number.to_bytes(4, "big")
     return _ARC[a] + _ARC[b] + _ARC[c] + _ARC[d]
-
-
-class _Remembering(dict):
-    """Values of a function, each computed once."""
-
-    def __init__(self, function):
-        super().__init__()
-        self._function = function
-
-    def __missing__(self, key):
-        self[key] = value = self._function(key)
-        return value
 
 
 _FEW = _Remembering(_arcs)  # masks and next hops
@@ -192,18 +194,17 @@ def bindings(number, rows, encoded_indexes):
 class ColumnWalk:
     """Walks one column of an agent beside the bindings that it should consist of."""
 
-    REPETITIONS = 100
-
-    def __init__(self, client, number, encoded):
+    def __init__(self, client, number, encoded, repetitions=100):
         self._client, self._number, self._encoded = client, number, encoded
+        self._repetitions = repetitions
         self._head = ber.oid_body((*ROUTE.oid, 1, number))
 
     def differences(self, most=10):
         """Lines; none when every row is there, equal, in order, and no other."""
         last, at = self._head, 0
         while True:
-            answer = self._client.bulk_bytes(last, self.REPETITIONS)
-            chunk = self._encoded[at:at + self.REPETITIONS]
+            answer = self._client.bulk_bytes(last, self._repetitions)
+            chunk = self._encoded[at:at + self._repetitions]
             whole = b"".join(chunk)
             if answer == whole and chunk:
                 at += len(chunk)
@@ -229,7 +230,7 @@ class ColumnWalk:
         shown = [one for one in shown
                  if one.oid[:len(column)] == column and one.kind != "endOfMibView"]
         wanted = [ber.decode_binding(ber.take(one)[1])
-                  for one in self._encoded[at:at + self.REPETITIONS]]
+                  for one in self._encoded[at:at + self._repetitions]]
         if shown == wanted[:len(shown)] and len(wanted) == len(shown):
             return []
         return [f"row {at + place}: {one or 'nothing'}, expected {other or 'the end'}"

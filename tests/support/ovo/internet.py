@@ -1,0 +1,103 @@
+"""A router with a table of the internet's size, as `kelbasectl generate` makes it."""
+
+import random
+import threading
+import time
+
+from ovo import routes
+from ovo.snmp import Silence
+from ovo.tables import ROUTE
+
+OID_OF_UPTIME = (1, 3, 6, 1, 2, 1, 1, 3, 0)
+
+
+class Internet:
+    """The kernel's routes of a router, kept as lines of `ip -batch`; the model needs no dump."""
+
+    def __init__(self, router, count, seed=1):
+        self._router = router
+        lines = router.ctl("generate", "--routes", count, "--seed", seed, "--batch",
+                           timeout=120).splitlines()
+        self._links = [line for line in lines if not line.startswith("route")]
+        self.lines = [line for line in lines if line.startswith("route")]
+
+    def connect(self):
+        """Makes the links."""
+        self._router.batch(*self._links)
+        return self
+
+    def links(self):
+        return {name: index for name, index, _ in self._router.kernel_links()}
+
+    def connected(self):
+        """The rows that the links' own addresses bring."""
+        return self._router.kernel_routes("proto", "kernel")
+
+    def rows(self, lines):
+        """The rows of the links and of these lines."""
+        return sorted(self.connected() + routes.of_batch(lines, self.links()))
+
+    def take(self, lines, verb=None):
+        """Gives the lines to the kernel, with another verb if need be; the time of its end."""
+        if verb is not None:
+            lines = [line.replace("route add", f"route {verb}", 1) for line in lines]
+        path = self._router.dir / "batch"
+        path.write_text("\n".join(lines) + "\n")
+        start = time.monotonic()
+        self._router.space.run("ip", "-batch", path, timeout=300)
+        end = time.monotonic()
+        print(f"kernel: {len(lines)} lines in {end - start:.1f} s")
+        return end
+
+    def moved(self, lines):
+        """The same prefixes behind the next hops of their neighbours in the table."""
+        hops = [line.split(" via ")[1] for line in lines]
+        return [f"{line.split(' via ')[0]} via {hop}"
+                for line, hop in zip(lines, hops[1:] + hops[:1])]
+
+
+def some(rows, count=300, seed=1):
+    """The last ones, which the kernel took last, and others from everywhere."""
+    return rows[-20:] + random.Random(seed).sample(rows, min(count, len(rows)))
+
+
+def shows(agent, rows):
+    """Whether each of these rows is there, with its ifIndex."""
+    return all(agent.client.ask((*ROUTE.column("ipCidrRouteIfIndex"), *row.index())) ==
+               row.if_index for row in rows)
+
+
+class Asker(threading.Thread):
+    """GETs of sysUpTime and of rows that stay, by turns, so many a second; how long each took."""
+
+    def __init__(self, agent, rows, rate=100):
+        super().__init__()
+        self._client, self._pause, self._end = agent.new_client(), 1 / rate, threading.Event()
+        self._oids = [(*ROUTE.column("ipCidrRouteIfIndex"), *row.index()) for row in rows]
+        self.times, self.lost, self.absent = [], 0, []
+
+    def run(self):
+        due = time.monotonic()
+        for turn in range(1 << 30):
+            due += self._pause
+            if self._end.wait(max(0.0, due - time.monotonic())):
+                return
+            oid = self._oids[turn // 2 % len(self._oids)] if turn % 2 else OID_OF_UPTIME
+            start = time.monotonic()
+            try:
+                value = self._client.get(oid).bindings[0].value
+                if value is None:
+                    self.absent.append(oid)
+            except Silence:
+                self.lost += 1
+            self.times.append(time.monotonic() - start)
+
+    def end(self):
+        self._end.set()
+        self.join()
+        self._client.close()
+
+    def percentile(self, part):
+        """In milliseconds."""
+        ordered = sorted(self.times)
+        return 1000 * ordered[min(len(ordered) - 1, int(part * len(ordered)))]
