@@ -64,7 +64,7 @@ class RouteCost:
         self._bindings = routes.bindings(WALKED, rows, routes.indexes(rows))
         column = (*ROUTE.oid, 1, WALKED)
         self._some = [(*column, *row.index()) for row in some(rows, 500)]
-        self._beside = [(*oid[:-1], oid[-1] ^ 1, 0)[:len(oid)] for oid in self._some]
+        self._beside = [(*oid[:-1], oid[-1] ^ 1) for oid in self._some]
 
     def walk(self):
         """Nanoseconds a row of walking one column."""
