@@ -24,6 +24,26 @@ Mav::Ptr<IpAddressTableSm> Root::ipAddressTableSmIs(
   return ipAddressTableSm_;
 }
 
+Mav::Ptr<IpRouteTableSm> Root::ipRouteTableSmIs(
+    Mav::Ptr<Mav::ActivityConfig> const& activityConfig, Mav::Ptr<IpForwardMib> const& ipForwardMib,
+    Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
+    Mav::Ptr<Pondo::Fib::RouteStatus const> const& routeStatus,
+    Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+    Mav::Ptr<Mav::Clock const> const& clock) {
+  if (auto const& sm = ipRouteTableSm_) {
+    Mav::checkConstructorParameter("_activityConfig", activityConfig, sm->activityConfig());
+    Mav::checkConstructorParameter("_ipForwardMib", ipForwardMib, sm->ipForwardMib());
+    Mav::checkConstructorParameter("_intfStatusDir", intfStatusDir, sm->intfStatusDir());
+    Mav::checkConstructorParameter("_routeStatus", routeStatus, sm->routeStatus());
+    Mav::checkConstructorParameter("_forwardingStatus", forwardingStatus, sm->forwardingStatus());
+    Mav::checkConstructorParameter("_clock", clock, sm->clock());
+  } else {
+    ipRouteTableSm_ = Mav::makeObject<IpRouteTableSm>(activityConfig, ipForwardMib, intfStatusDir,
+                                                      routeStatus, forwardingStatus, clock);
+  }
+  return ipRouteTableSm_;
+}
+
 Mav::AttributeTable const& Root::attributeTable() const {
   static Mav::AttributeTable const table{
       Mav::plainAttribute<&Root::ipConfig, &Root::ipConfigIs>("ipConfig"),
@@ -34,7 +54,8 @@ Mav::AttributeTable const& Root::attributeTable() const {
       Mav::plainAttribute<&Root::arpStatus, &Root::arpStatusIs>("arpStatus"),
       Mav::plainAttribute<&Root::ipMib, &Root::ipMibIs>("ipMib"),
       Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
-      Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib")};
+      Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib"),
+      Mav::plainAttribute<&Root::ipRouteTableSm>("ipRouteTableSm")};
   return table;
 }
 

@@ -8,6 +8,7 @@
 // holds them. All on the agent's thread, not from inside a notification of what is wired.
 
 #include "agent/ip_address_table_sm.h"
+#include "agent/ip_route_table_sm.h"
 #include "model/ip_forward_mib.h"
 #include "platform/state/arp_neighbor_dir.h"
 
@@ -50,6 +51,17 @@ class Root : public Mav::Entity {
   /// No effect when there is none.
   void ipAddressTableSmDel() { ipAddressTableSm_.reset(); }
 
+  Mav::Ptr<IpRouteTableSm> const& ipRouteTableSm() const { return ipRouteTableSm_; }
+  /// As ipAddressTableSmIs.
+  Mav::Ptr<IpRouteTableSm> ipRouteTableSmIs(
+      Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+      Mav::Ptr<IpForwardMib> const& ipForwardMib,
+      Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
+      Mav::Ptr<Pondo::Fib::RouteStatus const> const& routeStatus,
+      Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+      Mav::Ptr<Mav::Clock const> const& clock);
+  void ipRouteTableSmDel() { ipRouteTableSm_.reset(); }
+
   std::string_view typeName() const override { return "IpSnmp::Root"; }
   Mav::AttributeTable const& attributeTable() const override;
 
@@ -63,6 +75,7 @@ class Root : public Mav::Entity {
   Mav::Ptr<IpMib> ipMib_;
   Mav::Ptr<IpAddressTableSm> ipAddressTableSm_;
   Mav::Ptr<IpForwardMib> ipForwardMib_;
+  Mav::Ptr<IpRouteTableSm> ipRouteTableSm_;
 };
 
 /// A new Root, which has every attribute null. RootIs is the object model's form of the same.

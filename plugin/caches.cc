@@ -2,7 +2,8 @@
 
 namespace OvoSnmp {
 
-Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors)
+Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors,
+               Pondo::Fib::SharedFib const& fib)
     : directory_(directory),
       ipMib_(IpSnmp::ipMibFactory("ipmib")),
       ipForwardMib_(IpSnmp::ipForwardMibFactory("ipforwardmib")),
@@ -14,9 +15,11 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
   root_->intfStatusDirIs(mirrors.intfStatusDir());
   root_->ipMibIs(ipMib_);
   root_->ipForwardMibIs(ipForwardMib_);
-  root_->ipAddressTableSmIs(Mav::makeObject<Mav::ActivityConfig>(activity), root_->intfStatusDir(),
-                            ipMib_, root_->ipConfig(), root_->ipStatus(), root_->ip6Config(),
-                            root_->ip6Status());
+  auto const activityConfig = Mav::makeObject<Mav::ActivityConfig>(activity);
+  root_->ipAddressTableSmIs(activityConfig, root_->intfStatusDir(), ipMib_, root_->ipConfig(),
+                            root_->ipStatus(), root_->ip6Config(), root_->ip6Status());
+  root_->ipRouteTableSmIs(activityConfig, ipForwardMib_, root_->intfStatusDir(), fib.routeStatus(),
+                          fib.forwardingStatus(), activity.clock());
   directory_.mount(IpSnmp::IpMib::path, ipMib_);
   directory_.mount(IpSnmp::IpForwardMib::path, ipForwardMib_);
 }

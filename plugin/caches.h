@@ -1,13 +1,14 @@
 #pragma once
 // What the handlers serve, and the state machines that keep it: the two cache entities, mounted
-// where the handlers look for them, and IpSnmp::Root over the mirrored state of the device. Made
-// while that state is still empty, so that the state machines see every address come.
+// where the handlers look for them, and IpSnmp::Root over the mirrored state of the device and its
+// forwarding table. Made while both are still empty, so that the state machines see all of it come.
 
 #include "agent/root.h"
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
 #include "platform/mav/directory.h"
+#include "platform/pondo/shared_fib.h"
 #include "platform/state/mirrors.h"
 
 namespace OvoSnmp {
@@ -16,7 +17,8 @@ class Caches {
  public:
   /// Mounts the entities in `directory`, which must outlive this. NameInUseException when something
   /// is mounted in their place.
-  Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors);
+  Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirrors const& mirrors,
+         Pondo::Fib::SharedFib const& fib);
   /// Stops the state machines, then takes the entities out of the directory: by then no handler may
   /// be registered that points to them.
   ~Caches();

@@ -4,11 +4,14 @@ namespace OvoSnmp {
 
 Plugin::Plugin(std::filesystem::path runDir)
     : mirrors_(Mav::Directory::root(), *this),
-      caches_(Mav::Directory::root(), activity_, mirrors_),
-      follower_(activity_, std::move(runDir), {&mirrors_}),
-      loopWatch_(activity_) {}
+      caches_(Mav::Directory::root(), activity_, mirrors_, fib_),
+      // Interfaces before the routes through them.
+      follower_(activity_, std::move(runDir), {&mirrors_, &fib_}),
+      loopWatch_(activity_) {
+  fib_.followerIs(&follower_);
+}
 
-Plugin::~Plugin() = default;
+Plugin::~Plugin() { fib_.followerIs(nullptr); }
 
 void Plugin::mountsWillChange() noexcept { framework_.unregisterAll(); }
 

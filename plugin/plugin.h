@@ -8,6 +8,7 @@
 #include "platform/mav/activity.h"
 #include "platform/mav/directory.h"
 #include "platform/pondo/follower.h"
+#include "platform/pondo/shared_fib.h"
 #include "platform/snmp/framework.h"
 #include "platform/state/mirrors.h"
 #include "plugin/caches.h"
@@ -33,6 +34,7 @@ class Plugin : private State::MountObserver {
   // before the entities that they point to.
   Mav::Activity activity_;
   State::Mirrors mirrors_;
+  Pondo::Fib::SharedFib fib_;
   Caches caches_;
   Snmp::Framework framework_;
   bool stateKnown_ = false;

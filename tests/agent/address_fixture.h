@@ -10,37 +10,9 @@
 #include "agent/ip6_intf_reactor.h"
 #include "agent/ip_address_reactors.h"
 #include "agent/ip_intf_reactor.h"
-#include "agent/trace.h"
 #include "platform/state/intf_details_provider.h"
+#include "tests/agent/trace_lines.h"
 #include "tests/support/strep_checks.h"
-
-using Texts = std::vector<std::string>;
-
-/// The state machine's lines up to `levelMax`, without the head that names file and line.
-class AgentLines {
- public:
-  explicit AgentLines(int levelMax) : levelMax_(levelMax) {
-    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) {
-      lines_.emplace_back(line.substr(line.find(' ', line.find(' ') + 1) + 1));
-    });
-    enable(true);
-  }
-  ~AgentLines() {
-    enable(false);
-    Mav::traceSinkIs({});
-  }
-  /// What was written since the last call.
-  Texts take() { return std::exchange(lines_, {}); }
-
- private:
-  void enable(bool on) {
-    for (int level = 1; level <= levelMax_; ++level) {
-      IpSnmp::agentTraceHandle().enabledIs(level, on);
-    }
-  }
-  int const levelMax_;
-  Texts lines_;
-};
 
 class AddressFixture : public testing::Test, public Intf::IntfDetailsProvider {
  public:

@@ -1,6 +1,7 @@
 #include "agent/root.h"
 
 #include "tests/agent/address_fixture.h"
+#include "tests/support/simulated_fib.h"
 
 namespace {
 
@@ -18,9 +19,9 @@ TEST_F(RootTest, inputsAreSetByNameInAnyOrder) {
   for (auto id = Mav::firstAttributeId; root_->attributeString(id) != "unknown"; ++id) {
     names.emplace_back(root_->attributeString(id));
   }
-  EXPECT_THAT(
-      names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status", "intfStatusDir",
-                                  "arpStatus", "ipMib", "ipAddressTableSm", "ipForwardMib"));
+  EXPECT_THAT(names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status",
+                                          "intfStatusDir", "arpStatus", "ipMib", "ipAddressTableSm",
+                                          "ipForwardMib", "ipRouteTableSm"));
   EXPECT_EQ(root_->ipMib(), nullptr);
   root_->attributeIs("ipMib", ipMib_);
   root_->attributeIs("ip6Config", Mav::Ptr<Ip6::Config const>(config6_));
@@ -46,6 +47,23 @@ TEST_F(RootTest, theStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   root_->ipAddressTableSmDel();
   EXPECT_EQ(sm->use_count(), 1U);
   EXPECT_EQ(root_->ipAddressTableSm(), nullptr);
+}
+
+TEST_F(RootTest, theRouteStateMachineIsCreatedOnceToo) {
+  auto const mib = IpSnmp::ipForwardMibFactory("ipforwardmib");
+  auto const clock = activity_.clock();
+  auto const routes = Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
+  auto const fecs = Mav::makeObject<Pondo::Fib::SimulatedForwardingStatus>();
+  auto const create = [&](Mav::Ptr<Mav::Clock const> const& withClock) {
+    return root_->ipRouteTableSmIs(activityConfig_, mib, dir_, routes, fecs, withClock);
+  };
+  auto const sm = create(clock);
+  EXPECT_EQ(create(clock), sm);
+  EXPECT_EQ(root_->ipRouteTableSm(), sm);
+  EXPECT_THROW(create(Mav::makeObject<Mav::Clock>()), Mav::NameInUseException);
+  root_->ipRouteTableSmDel();
+  EXPECT_EQ(sm->use_count(), 1U);
+  EXPECT_EQ(root_->ipRouteTableSm(), nullptr);
 }
 
 }  // namespace

@@ -155,6 +155,64 @@ TEST(OrderedMap, entriesThatChangeTheMapWhileTheyComeAndGo) {
   EXPECT_EQ(map.size(), 200U);
 }
 
+/// Sweeps in key order, which keep, erase, replace or insert rows, while others change the map too.
+TEST(OrderedMap, cursorFindsItsPlaceWhateverHappened) {
+  using Map = Mav::OrderedMap<int, Ptr<Row>>;
+  std::mt19937 random(7);
+  Map map;
+  Map::Cursor cursor(map);
+  std::map<int, Ptr<Row>> model;
+  for (int sweep = 0; sweep < 300; ++sweep) {
+    auto held = std::as_const(map).first();
+    int const stepMax = sweep % 2 == 0 ? 2 : 40;
+    for (int key = 0; key < 400; key += 1 + static_cast<int>(random()) % stepMax) {
+      cursor.seek(key);
+      auto const expected = model.lower_bound(key);
+      ASSERT_EQ(static_cast<bool>(cursor), expected != model.end());
+      if (cursor) {
+        ASSERT_EQ(cursor.key(), expected->first);
+        ASSERT_EQ(cursor.value(), expected->second);
+      }
+      bool const found = cursor && cursor.key() == key;
+      switch (random() % (sweep % 3 == 0 ? 6 : 4)) {
+        case 0:
+          if (found) cursor.step();
+          break;
+        case 1:
+          if (found) {
+            model[key] = Mav::makeObject<Row>(key);
+            cursor.replace(model[key]);
+          }
+          break;
+        case 2:
+        case 3:
+          if (found) {
+            model.erase(key);
+            cursor.erase();
+          } else {
+            model[key] = Mav::makeObject<Row>(key);
+            cursor.insert(key, model[key]);
+          }
+          break;
+        default: {  // somebody else
+          int const other = static_cast<int>(random() % 400);
+          map.erase(other);
+          model.erase(other);
+          if (random() % 2 == 0) model[other] = insert(map, other);
+        }
+      }
+      if (auto const before = held.key(); held && ++held) ASSERT_LT(before, held.key());
+    }
+    if (sweep == 150) {
+      map.clear();
+      model.clear();
+    }
+  }
+  EXPECT_GT(model.size(), 50U);
+  auto expected = model.begin();
+  for (auto row = map.first(); row; ++row, ++expected) ASSERT_EQ(row.value(), expected->second);
+}
+
 TEST(HashMap, walksInOrderOfInsertion) {
   Mav::HashMap<std::string, int> map;
   EXPECT_TRUE(map.put("z", 1));

@@ -1,0 +1,44 @@
+#include "agent/fec_rows.h"
+
+#include <algorithm>
+
+#include "platform/state/intf_details_provider.h"
+
+namespace IpSnmp {
+
+FecRows::FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* intfStatusDir)
+    : vias_(fec.vias.size()) {
+  std::size_t const end = std::min(vias_, Pondo::Fib::viasMax);
+  hops_.reserve(end);
+  for (std::size_t i = 0; i < end; ++i) add(fec.vias[i], intfStatusDir);
+}
+
+void FecRows::checkVias() const {
+  if (vias_ > Pondo::Fib::viasMax) static_cast<void>(Pondo::Fib::ViaIndex(Pondo::Fib::viasMax));
+}
+
+void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const* intfStatusDir) {
+  if (via.intfId.empty()) {
+    if (!via.nextHop.isUnspecified()) addHop(via, 0);
+    return;
+  }
+  auto const status = intfStatusDir ? intfStatusDir->intfStatus(via.intfId) : nullptr;
+  if (!status) return refusals_.push_back({Refusal::Reason::noIntfStatus, via});
+  auto const ifIndex = Intf::ifIndex(*status);
+  if (ifIndex < 0) return refusals_.push_back({Refusal::Reason::negativeIfIndex, via, ifIndex});
+  addHop(via, ifIndex);
+}
+
+void FecRows::addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex) {
+  IpForwardMib::Hop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex)};
+  auto const place = std::lower_bound(
+      hops_.begin(), hops_.end(), hop.nextHop,
+      [](auto const& known, Dovel::IpAddr const& nextHop) { return known.nextHop < nextHop; });
+  if (place == hops_.end() || place->nextHop != hop.nextHop) {
+    hops_.insert(place, hop);
+  } else if (*place != hop) {
+    refusals_.push_back({Refusal::Reason::nextHopTaken, via, ifIndex});
+  }
+}
+
+}  // namespace IpSnmp

@@ -1,0 +1,44 @@
+#pragma once
+// What a fec comes to in ipCidrRouteTable: the same for every route that uses it, so that a pass
+// looks at vias and interfaces once a fec. Good for one pass: it is as old as the fec and the
+// interfaces that it was made from.
+
+#include <vector>
+
+#include "model/ip_forward_mib.h"
+#include "platform/pondo/fib_values.h"
+#include "platform/state/all_intf_status_dir.h"
+
+namespace IpSnmp {
+
+class FecRows {
+ public:
+  /// A via that gives no row although it names a next hop or an interface.
+  struct Refusal {
+    enum class Reason { noIntfStatus, negativeIfIndex, nextHopTaken };
+    Reason reason;
+    Pondo::Fib::Via via;
+    std::int32_t ifIndex = 0;  // that the interface's status has
+  };
+
+  /// `intfStatusDir` may be null: then no interface has a status.
+  FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* intfStatusDir);
+
+  /// In the order of next hops, which differ: of several vias with one next hop, the first that
+  /// gives a row has it.
+  std::vector<IpForwardMib::Hop> const& hops() const { return hops_; }
+  /// In the order of the vias.
+  std::vector<Refusal> const& refusals() const { return refusals_; }
+  /// Raises what the vias beyond the last that a fec may have raise; no effect without them.
+  void checkVias() const;
+
+ private:
+  void add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const* intfStatusDir);
+  void addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex);
+
+  std::size_t const vias_;
+  std::vector<IpForwardMib::Hop> hops_;
+  std::vector<Refusal> refusals_;
+};
+
+}  // namespace IpSnmp

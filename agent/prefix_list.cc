@@ -1,0 +1,24 @@
+#include "agent/prefix_list.h"
+
+namespace IpSnmp {
+
+bool PrefixList::prefixDel(Dovel::Prefix const& prefix) {
+  bool const value = this->prefix(prefix);
+  prefix_.del(prefix);
+  return value;
+}
+
+void PrefixList::prefixDelAll() {
+  if (notifiees_.anyActive()) {
+    prefix_.delAll();
+  } else {
+    prefix_.map().clear();
+  }
+}
+
+Mav::AttributeTable const& PrefixList::attributeTable() const {
+  static Mav::AttributeTable const table{Mav::collectionAttribute<>("prefix")};
+  return table;
+}
+
+}  // namespace IpSnmp

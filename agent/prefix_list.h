@@ -1,0 +1,63 @@
+#pragma once
+// The prefixes of routes that wait for the status of one interface: IpRouteTableSm has a list for
+// each interface that it looked for in vain. A set, in effect: prefixes are entered with true.
+// Walked in an order that nobody may rely on; it is that of the prefixes, so that a walk which
+// enters them elsewhere works sequentially. One thread.
+
+#include "platform/dovel/intf_id.h"
+#include "platform/dovel/prefix.h"
+#include "platform/mav/announced_map.h"
+#include "platform/mav/entity.h"
+
+namespace IpSnmp {
+
+class PrefixList : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId prefixAttributeId = Mav::firstAttributeId;
+
+  class NotifieeConst : public Mav::Notifiee<PrefixList const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// A prefix came or went, or its bool changed.
+    virtual void onPrefix(Dovel::Prefix const& /*prefix*/) {}
+    /// The collection changed as a whole.
+    virtual void onPrefix() {}
+  };
+
+  struct MavPrefix {
+    bool value = false;
+    bool operator==(MavPrefix const&) const = default;
+  };
+  using PrefixMap = Mav::OrderedMap<Dovel::Prefix, MavPrefix>;
+  using PrefixIteratorConst = PrefixMap::IteratorConst;
+
+  explicit PrefixList(Dovel::IntfId const& intfId)
+      : Entity(intfId.stringValue()), intfId_(intfId) {}
+
+  Dovel::IntfId const& intfId() const { return intfId_; }
+
+  /// False when it is absent.
+  bool prefix(Dovel::Prefix const& prefix) const { return prefix_.map().get(prefix).value; }
+  std::size_t prefixes() const { return prefix_.map().size(); }
+  PrefixIteratorConst prefixIterator() const { return prefix_.map().first(); }
+
+  /// Enters the prefix, or overwrites its bool.
+  void prefixIs(Dovel::Prefix const& prefix, bool value) { prefix_.put(prefix, {value}); }
+  /// Its bool; false when it was absent.
+  bool prefixDel(Dovel::Prefix const& prefix);
+  void prefixDelAll();
+
+  std::string_view typeName() const override { return "IpSnmp::PrefixList"; }
+  Mav::AttributeTable const& attributeTable() const override;
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ private:
+  Dovel::IntfId const intfId_;
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+  Mav::AnnouncedMap<PrefixMap, NotifieeConst, prefixAttributeId, &NotifieeConst::onPrefix,
+                    &NotifieeConst::onPrefix>
+      prefix_{notifiees_};
+};
+
+}  // namespace IpSnmp

@@ -1,0 +1,90 @@
+#pragma once
+// A forwarding table and interfaces in memory, the state machine on top under a clock that the test
+// turns, and what its table shows as text.
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "agent/ip_route_table_sm.h"
+#include "platform/state/intf_details_provider.h"
+#include "tests/agent/trace_lines.h"
+#include "tests/support/simulated_fib.h"
+
+class RouteFixture : public testing::Test, public Intf::IntfDetailsProvider {
+ public:
+  RouteFixture() { Intf::intfDetailsProviderIs(this); }
+  ~RouteFixture() override { Intf::intfDetailsProviderIs(nullptr); }
+  std::int32_t ifIndex(Interface::IntfStatus const& status) const override {
+    return status.ifIndex();
+  }
+
+ protected:
+  using RouteType = Routing::Fib::RouteType;
+
+  static Dovel::IntfId id(std::string_view name) { return Dovel::IntfId(name); }
+  static Dovel::Prefix prefix(std::string_view text) { return Dovel::Prefix(text); }
+
+  Mav::Ptr<IpSnmp::IpRouteTableSm> newSm() {
+    return Mav::makeObject<IpSnmp::IpRouteTableSm>(nullptr, mib_, dir_, routes_, fecs_, clock_);
+  }
+  void link(std::string_view name, std::int32_t ifIndex) {
+    dir_->intfStatusIs(id(name), ifIndex, true);
+  }
+
+  /// "NEXTHOP@INTERFACE", either of them empty where there is none.
+  static Pondo::Fib::Via via(std::string const& text) {
+    auto const at = text.find('@');
+    auto const nextHop = text.substr(0, at);
+    return {nextHop.empty() ? Dovel::IpAddr() : Dovel::IpAddr(nextHop), id(text.substr(at + 1)), 0};
+  }
+  static Pondo::Fib::Fec fecOf(Texts const& vias) {
+    Pondo::Fib::Fec fec;
+    for (auto const& text : vias) fec.vias.push_back(via(text));
+    return fec;
+  }
+  void fec(std::uint64_t fecId, Texts const& vias) {
+    fecs_->fecIs(Pondo::Fib::FecId(fecId), fecOf(vias));
+  }
+  void route(std::string_view text, std::uint64_t fecId,
+             RouteType type = Routing::Fib::routeTypeStatic, std::uint32_t metric = 20) {
+    routes_->routeIs(prefix(text), {Pondo::Fib::FecId(fecId), Routing::RouteMetric(metric),
+                                    Routing::RoutePreference(1), type});
+  }
+
+  /// One turn of the activity.
+  void turn() { clock_->deliver(); }
+  bool isPassPending() const { return clock_->timeNext() == Mav::asap; }
+
+  /// "PREFIX NEXTHOP IFINDEX".
+  Texts rows() const {
+    Texts texts;
+    for (auto row = std::as_const(*mib_).ipCidrRouteTableIterator(); row; ++row) {
+      auto const& key = row.key();
+      Dovel::Prefix const destination(key.dest(),
+                                      static_cast<unsigned>(std::popcount(key.mask().value())));
+      EXPECT_EQ(key.tos(), 0U);
+      texts.push_back(destination.stringValue() + ' ' + key.nextHop().stringValue() + ' ' +
+                      std::to_string(row->ifIndex()));
+    }
+    return texts;
+  }
+
+  Texts backlog(IpSnmp::IpRouteTableSm const& sm) const {
+    Texts texts;
+    for (auto i = sm.backlogIterator(); i; ++i) texts.push_back(i.key().stringValue());
+    return texts;
+  }
+
+  Mav::SimulatedTime time_;
+  Mav::Ptr<Mav::Clock> clock_ = Mav::makeObject<Mav::Clock>();
+  Mav::Ptr<IpSnmp::IpForwardMib> mib_ = IpSnmp::ipForwardMibFactory("ipforwardmib");
+  Mav::Ptr<Interface::AllIntfStatusDir> dir_ = Mav::makeObject<Interface::AllIntfStatusDir>();
+  Mav::Ptr<Pondo::Fib::SimulatedRouteStatus> routes_ =
+      Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
+  Mav::Ptr<Pondo::Fib::SimulatedForwardingStatus> fecs_ =
+      Mav::makeObject<Pondo::Fib::SimulatedForwardingStatus>();
+};

@@ -1,0 +1,84 @@
+#pragma once
+// A forwarding table in memory, which announces what a test does to it, or keeps quiet about it.
+
+#include <map>
+
+#include "platform/pondo/errors.h"
+#include "platform/pondo/forwarding_status.h"
+#include "platform/pondo/route_status.h"
+
+namespace Pondo::Fib {
+
+class SimulatedRouteStatus : public RouteStatus {
+ public:
+  SimulatedRouteStatus() : RouteStatus("routeStatus") {}
+
+  std::optional<Route> route(Dovel::Prefix const& prefix) const override {
+    checkReadable();
+    auto const found = routes_.find(prefix);
+    return found == routes_.end() ? std::nullopt : std::optional(found->second);
+  }
+  void forEachRoute(
+      absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const override {
+    checkReadable();
+    for (auto const& [prefix, route] : routes_) visit(prefix, route);
+  }
+  std::size_t routes() const override { return routes_.size(); }
+
+  void routeIs(Dovel::Prefix const& prefix, Route const& route) {
+    routes_[prefix] = route;
+    announce(prefix);
+  }
+  void routeDel(Dovel::Prefix const& prefix) {
+    routes_.erase(prefix);
+    announce(prefix);
+  }
+  void routeDelUnnoticed(Dovel::Prefix const& prefix) { routes_.erase(prefix); }
+  void announce(Dovel::Prefix const& prefix) const {
+    notifiees_.notify(routeAttributeId, [&](NotifieeConst& n) { n.onRoute(prefix); });
+  }
+  /// Every read raises an exception while it is not.
+  void isReadableIs(bool readable) { isReadable_ = readable; }
+
+ private:
+  void checkReadable() const {
+    if (!isReadable_) throw ConsistencyException("/run/x: tables are away");
+  }
+
+  std::map<Dovel::Prefix, Route> routes_;
+  bool isReadable_ = true;
+};
+
+class SimulatedForwardingStatus : public ForwardingStatus {
+ public:
+  SimulatedForwardingStatus() : ForwardingStatus("forwardingStatus") {}
+
+  Fec const* fec(FecId fecId) const override {
+    ++reads;
+    auto const found = fecs_.find(fecId);
+    return found == fecs_.end() ? nullptr : &found->second;
+  }
+  void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const override {
+    for (auto const& [fecId, fec] : fecs_) visit(fecId, fec);
+  }
+
+  void fecIs(FecId fecId, Fec const& fec) {
+    fecs_[fecId] = fec;
+    announce(fecId);
+  }
+  void fecDel(FecId fecId) {
+    fecs_.erase(fecId);
+    announce(fecId);
+  }
+
+  mutable unsigned reads = 0;
+
+ private:
+  void announce(FecId fecId) const {
+    notifiees_.notify(fecAttributeId, [&](NotifieeConst& n) { n.onFec(fecId); });
+  }
+
+  std::map<FecId, Fec> fecs_;
+};
+
+}  // namespace Pondo::Fib
