@@ -129,12 +129,12 @@ def a_minute_of_churn():
         for one in (churn, latency, *walkers):
             one.start()
         time.sleep(CHURN_SECONDS / 6)
-        sizes = {name: daemon.status("VmRSS") for name, daemon in daemons.items()}
+        sizes = {name: daemon.status("RssAnon") for name, daemon in daemons.items()}
         churn.join()
         settled = time.monotonic()
         router.agrees(agent, within=30)
         settled = time.monotonic() - settled
-        growth = {name: daemon.status("VmRSS") - sizes[name] for name, daemon in daemons.items()}
+        growth = {name: daemon.status("RssAnon") - sizes[name] for name, daemon in daemons.items()}
         for one in (latency, *walkers):
             one.end()
         wrong = [line for walker in walkers for line in walker.wrong]

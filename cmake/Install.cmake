@@ -8,5 +8,7 @@ if(TARGET kelbased AND TARGET kelbasectl AND TARGET OvoSnmp)
   install(FILES "${CMAKE_BINARY_DIR}/ovosnmp.conf"
           DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/snmp/snmpd.conf.d)
   install(FILES packaging/kelbased.service DESTINATION lib/systemd/system)
+  install(FILES packaging/snmpd/snmpd.service.conf DESTINATION lib/systemd/system/snmpd.service.d
+          RENAME ovosnmp.conf)
   install(FILES packaging/kelbased.sysusers DESTINATION lib/sysusers.d RENAME kelbased.conf)
 endif()

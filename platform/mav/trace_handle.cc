@@ -7,14 +7,17 @@
 #include <fmt/format.h>
 
 #include "platform/mav/exception.h"
+#include "platform/mav/line_thinner.h"
+#include "platform/mav/time.h"
 #include "platform/mav/trace_config.h"
 
 namespace Mav {
 
 namespace {
 
-// A bare pointer: lines may still come while static objects are destroyed.
+// Bare pointers: lines may still come while static objects are destroyed.
 constinit TraceSink* sink = nullptr;
+constinit LineThinner* thinner = nullptr;
 
 std::string_view prefix(Severity severity) {
   switch (severity) {
@@ -82,6 +85,7 @@ std::string_view baseName(std::string_view path) {
 void traceSinkIs(TraceSink newSink) {
   auto* const old = std::exchange(sink, newSink ? new TraceSink(std::move(newSink)) : nullptr);
   delete old;
+  delete std::exchange(thinner, nullptr);  // what was told to one sink is news to the next
 }
 
 void log(Severity severity, std::string_view text) { write(severity, prefix(severity), text); }
@@ -101,9 +105,15 @@ void TraceHandle::enabledIs(int level, bool on) {
 
 void TraceHandle::line(int level, char const* file, int lineNumber, std::string_view function,
                        std::string_view text) const {
-  write(
-      severityOfLevel(level), "",
-      fmt::format("{}/{} {}:{} {}: {}", name_, level, baseName(file), lineNumber, function, text));
+  auto line =
+      fmt::format("{}/{} {}:{} {}: {}", name_, level, baseName(file), lineNumber, function, text);
+  if (level == 0) {  // on unasked; whoever switches on more wants every line
+    if (!thinner) thinner = new LineThinner;
+    auto thinned = thinner->pass(line, now());
+    if (!thinned) return;
+    line = std::move(*thinned);
+  }
+  write(severityOfLevel(level), "", line);
 }
 
 }  // namespace Mav

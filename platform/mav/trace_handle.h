@@ -11,7 +11,8 @@
 // writes "Snmp/2 ip_base.cc:123 handle_ipForwarding: text". Lines go to the sink, which is stderr
 // until traceSinkIs() sets another (inside snmpd: snmpd's own log). Control characters in a text
 // are written as \xNN, so that one call is one line whatever the text came from. Level 0 goes to
-// the sink as a warning, level 1 as info, the others as debug.
+// the sink as a warning, level 1 as info, the others as debug. Lines of level 0 that repeat are
+// thinned (line_thinner.h).
 //
 // log() is for the operator: a plain sentence that says what is wrong and what to do, always
 // written, same sink.

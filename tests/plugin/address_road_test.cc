@@ -214,11 +214,11 @@ void AddressRoadTest::expectEntitiesAsTables() const {
   }
   EXPECT_EQ(config, expectedConfig);
   EXPECT_EQ(status, expectedStatus);
-  std::size_t interfaces = links_.size();
-  for (auto const& [name, link] : links_) {
-    if (!link.addresses4.empty()) interfaces += link.addresses4.size() - 1;
-  }
-  EXPECT_EQ(mirrors_.intfStatusDir()->intfStatusCount(), interfaces);
+  // A link's first address may have gone: the others keep the interfaces of their own.
+  std::set<IntfId> interfaces;
+  for (auto const& [name, link] : links_) interfaces.insert(name);
+  for (auto it = mirrors_.ipConfig()->ipIntfConfigIterator(); it; ++it) interfaces.insert(it.key());
+  EXPECT_EQ(mirrors_.intfStatusDir()->intfStatusCount(), interfaces.size());
 }
 
 Presences AddressRoadTest::presences() const {

@@ -270,8 +270,10 @@ def test_the_end_of_one_table_leads_on(asked):
 
 
 def test_an_empty_table_is_passed_over(router):
-    router.load([{"ifindex": 1, "ifname": "lo", "flags": ["LOOPBACK"], "addr_info": []}],
-                [{"family": "inet", "interface": "all", "forwarding": True}])
+    router.load([{"ifindex": 1, "ifname": "lo", "flags": ["LOOPBACK"],
+                  "link_type": "loopback", "addr_info": []}],
+                [{"family": family, "interface": "all", "forwarding": True}
+                 for family in ("inet", "inet6")])
     agent = router.agent()
     assert agent.answers()
     for table in TABLES:

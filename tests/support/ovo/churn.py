@@ -12,12 +12,13 @@ from ovo.tables import ROUTE
 def changing_lines(link, seed):
     """One round: some 400 addresses come in any order, and go in another.
 
-    /32 and /128 are cheap for the kernel; the others share prefixes with their neighbours.
+    /32 and /128 are cheap for the kernel; the others share prefixes with their neighbours. None is
+    an address of the rows that stay: it would rightly take the prefix row along.
     """
-    texts = [f"10.50.{n // 200}.{n % 200 + 1}/32" for n in range(300)]
-    texts += [f"10.51.{n % 4}.{n + 1}/24" for n in range(40)]
-    texts += [f"2001:db8:50:{n % 4}::{n + 1:x}/64" for n in range(40)]
-    texts += [f"2001:db8:51::{n + 1:x}/128" for n in range(20)]
+    texts = [f"10.150.{n // 200}.{n % 200 + 1}/32" for n in range(300)]
+    texts += [f"10.151.{n % 4}.{n + 1}/24" for n in range(40)]
+    texts += [f"2001:db8:150:{n % 4}::{n + 1:x}/64" for n in range(40)]
+    texts += [f"2001:db8:151::{n + 1:x}/128" for n in range(20)]
     chance = random.Random(seed)
     lines = []
     for verb in ("add", "del"):

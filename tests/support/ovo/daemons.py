@@ -59,8 +59,9 @@ class Daemon:
     def __init__(self, command, log, env=None):
         self.log = log
         with open(log, "ab") as output:
-            self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output,
-                                            stderr=output, env={**os.environ, **(env or {})})
+            self.process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                env={"ASAN_OPTIONS": "handle_abort=1", **os.environ, **(env or {})})
         self.pid = self.process.pid
 
     def alive(self):
@@ -77,10 +78,20 @@ class Daemon:
             self.send(signal.SIGCONT)
         try:
             return self.process.wait(within)
+        except subprocess.TimeoutExpired as why:
+            raise AssertionError(f"{self.process.args} did not end:\n{self._abort()}") from why
+
+    def _abort(self):
+        """Ends what does not end; where it stood, and the end of its log."""
+        where = " ".join(task.read_text() for task in
+                         pathlib.Path(f"/proc/{self.pid}/task").glob("*/wchan"))
+        self.process.send_signal(signal.SIGABRT)  # a sanitizer then tells the stack
+        try:
+            self.process.wait(5)
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.wait()
-            raise
+        return f"waiting in {where}\n{self.text()[-4000:]}"
 
     def kill(self):
         return self.stop(signal.SIGKILL)
@@ -134,7 +145,7 @@ class Agent:
                                         capture_output=True).stdout.strip()
                          for name in ("asan", "ubsan")]
             # Leaks of the daemon's own would be reported too.
-            values |= {"LD_PRELOAD": ":".join(libraries), "ASAN_OPTIONS": "detect_leaks=0",
+            values |= {"LD_PRELOAD": ":".join(libraries), "ASAN_OPTIONS": "detect_leaks=0:handle_abort=1",
                        "UBSAN_OPTIONS": "print_stacktrace=1"}
         return [f"{name}={value}" for name, value in (values | self._env).items()]
 

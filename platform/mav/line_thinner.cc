@@ -1,0 +1,25 @@
+#include "platform/mav/line_thinner.h"
+
+#include <fmt/format.h>
+
+namespace Mav {
+
+std::optional<std::string> LineThinner::pass(std::string_view line, double now) {
+  if (bursts_.size() >= textsMax && !bursts_.contains(line)) forget(now);
+  auto& burst = bursts_[line];
+  bool const over = burst.lines != 0 && now - burst.start >= window;
+  auto const leftOut = over && burst.lines > burstMax ? burst.lines - burstMax : 0;
+  if (over || burst.lines == 0) burst = {now, 0};
+  ++burst.lines;
+  if (leftOut != 0) return fmt::format("{} ({} more like it were left out)", line, leftOut);
+  if (burst.lines < burstMax) return std::string(line);
+  if (burst.lines > burstMax) return std::nullopt;
+  return fmt::format("{} (more like it are left out for {} s)", line, window);
+}
+
+void LineThinner::forget(double now) {
+  absl::erase_if(bursts_, [&](auto const& item) { return now - item.second.start >= window; });
+  if (bursts_.size() >= textsMax) bursts_.clear();
+}
+
+}  // namespace Mav
