@@ -9,12 +9,11 @@
 namespace Kelbase {
 
 struct RouteProtocol {
-  std::uint8_t protocol;
   Routing::Fib::RouteType type;
   Routing::RoutePreference preference;
 };
 
-/// For a number without a row here: type other, preference 255.
+/// As kelbasectl knows them; for any other number: type other, preference 255.
 RouteProtocol routeProtocol(std::uint8_t protocol);
 
 }  // namespace Kelbase
