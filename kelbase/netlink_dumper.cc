@@ -16,7 +16,10 @@ namespace {
 /// 0.01 s, 0.02 s, 0.04 s ...
 double backOff(unsigned tries, double max) { return std::min(0.01 * std::exp2(tries), max); }
 
-bool isUnsupported(int error) { return error == EOPNOTSUPP || error == EAFNOSUPPORT; }
+/// ENOENT: the routing table has not been made yet (net/ipv4/fib_frontend.c, inet_dump_fib).
+bool isUnsupported(int error) {
+  return error == EOPNOTSUPP || error == EAFNOSUPPORT || error == ENOENT;
+}
 
 }  // namespace
 
@@ -41,6 +44,13 @@ void NetlinkDumper::openSocket() {
 void NetlinkDumper::wantAll(double time) {
   for (auto& job : jobs_) job.due = std::min(job.due.value_or(time), time);
   if (!busy()) startNext();
+}
+
+void NetlinkDumper::want(TableSource const& source, double time) {
+  for (auto& job : jobs_) {
+    if (job.source == &source) job.due = std::min(job.due.value_or(time), time);
+  }
+  if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
 }
 
 bool NetlinkDumper::known() const {

@@ -51,6 +51,8 @@ class NetlinkDumper {
   /// Wants a fresh dump of every source from `time` on (platform time). One that is under way
   /// ends first and is repeated.
   void wantAll(double time);
+  /// Of one source. Never starts at once: several can be asked for, and come in their order.
+  void want(TableSource const& source, double time);
 
   /// While true, notifications are to be held back.
   bool busy() const { return current_ != nullptr; }

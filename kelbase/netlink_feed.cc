@@ -25,6 +25,9 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> 
   for (auto const* source : sources_) {
     for (unsigned const group : source->groups()) events_.subscribe(group);
   }
+  for (auto* source : sources_) {
+    source->dumpWishIs([this, source](double delay) { dumper_.want(*source, Mav::now() + delay); });
+  }
   watch_ = activity_.watch(events_.fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
   dumper_.wantAll(Mav::now());
 }

@@ -22,6 +22,9 @@ constexpr std::array typeNames{
     TypeName{RTM_NEWNETCONF, "RTM_NEWNETCONF"}, TypeName{RTM_DELNETCONF, "RTM_DELNETCONF"},
     TypeName{RTM_GETNETCONF, "RTM_GETNETCONF"}, TypeName{RTM_NEWADDR, "RTM_NEWADDR"},
     TypeName{RTM_DELADDR, "RTM_DELADDR"},       TypeName{RTM_GETADDR, "RTM_GETADDR"},
+    TypeName{RTM_NEWROUTE, "RTM_NEWROUTE"},     TypeName{RTM_DELROUTE, "RTM_DELROUTE"},
+    TypeName{RTM_GETROUTE, "RTM_GETROUTE"},     TypeName{RTM_NEWNEXTHOP, "RTM_NEWNEXTHOP"},
+    TypeName{RTM_DELNEXTHOP, "RTM_DELNEXTHOP"}, TypeName{RTM_GETNEXTHOP, "RTM_GETNEXTHOP"},
 };
 
 constexpr std::array extendedErrorRules{

@@ -41,7 +41,8 @@ class NetlinkRequest {
     return *this;
   }
 
-  /// A kernel that lacks the request's family answers EOPNOTSUPP; that means "no such objects".
+  /// A kernel that lacks the request's family answers EOPNOTSUPP, one that lacks the table it asks
+  /// for ENOENT; that means "no such objects".
   NetlinkRequest& unsupportedIsEmpty() {
     unsupportedIsEmpty_ = true;
     return *this;

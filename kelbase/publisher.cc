@@ -8,6 +8,7 @@
 #include "kelbase/address_source.h"
 #include "kelbase/forwarding_source.h"
 #include "kelbase/link_source.h"
+#include "kelbase/route_source.h"
 #include "kelbase/trace.h"
 
 namespace Kelbase {
@@ -21,6 +22,10 @@ Publisher::Sources Publisher::makeSources() {
   sources.push_back(std::make_unique<ForwardingSource>());
   sources.push_back(std::make_unique<Address4Source>(names));
   sources.push_back(std::make_unique<Address6Source>(names));
+  auto nexthops = std::make_unique<NexthopSource>(names);
+  auto routes = std::make_unique<RouteSource>(*nexthops);
+  sources.push_back(std::move(nexthops));
+  sources.push_back(std::move(routes));
   return sources;
 }
 
@@ -65,18 +70,30 @@ void Publisher::publish() {
 
 void Publisher::write() {
   if (everything_) {
+    complete_ = false;
     writeAll();
-    writer_.commitComplete();
   } else {
     writeChanges();
-    writer_.commit();
   }
   everything_ = false;
+  if (hasMore()) {
+    writer_.commit();
+    commit_.timeMinIs(Mav::asap);
+    return;
+  }
+  for (auto const& source : sources_) source->writeUnused(writer_);
+  complete_ ? writer_.commit() : writer_.commitComplete();
+  complete_ = true;
   published_ = true;
   if (failing_)
     Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));
   failing_ = false;
   hooks_.published();
+}
+
+bool Publisher::hasMore() const {
+  return std::any_of(sources_.begin(), sources_.end(),
+                     [](auto const& source) { return source->hasMore(); });
 }
 
 // What hangs on a link goes before it, and comes after it.

@@ -64,6 +64,7 @@ class Publisher {
   void write();
   void writeChanges();
   void writeAll();
+  bool hasMore() const;
   void watchNotices();
   void onNotice();
   void service();
@@ -81,6 +82,7 @@ class Publisher {
 
   bool published_ = false;
   bool everything_ = true;  // the tables may differ from the sources anywhere
+  bool complete_ = false;   // they have been equal to the sources since they were made
   bool failing_ = false;
 };
 

@@ -15,6 +15,7 @@
 // No method blocks. All on the publisher's thread.
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -54,10 +55,26 @@ class TableSource {
   /// caller commits.
   virtual void writeRemovals(Pondo::Writer& writer) = 0;
   virtual void writeRest(Pondo::Writer& writer) = 0;
-  /// Makes the table equal to what the kernel said, whatever it holds. The caller commits.
+  /// There is more to write than fits a turn: the caller commits, and writes again next turn.
+  virtual bool hasMore() const { return false; }
+  /// Takes away what no record of any table refers to any more. Called when no source has more.
+  virtual void writeUnused(Pondo::Writer& /*writer*/) {}
+  /// Makes the table equal to what the kernel said, whatever it holds; a source that then has more
+  /// has but found the difference, and writes it as changes. The caller commits.
   virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
   /// For the operator: "3 links".
   virtual std::string summary() const = 0;
+
+  /// What wantDump() calls.
+  using DumpWish = std::function<void(double delay)>;
+  void dumpWishIs(DumpWish wish) { dumpWish_ = std::move(wish); }
+  /// Asks for another dump, in `delay` seconds or when one that is under way has ended.
+  void wantDump(double delay) const {
+    if (dumpWish_) dumpWish_(delay);
+  }
+
+ private:
+  DumpWish dumpWish_;
 };
 
 }  // namespace Kelbase

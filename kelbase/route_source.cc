@@ -1,0 +1,214 @@
+#include "kelbase/route_source.h"
+
+#include <algorithm>
+#include <array>
+
+#include <absl/container/flat_hash_set.h>
+#include <fmt/format.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+#include "kelbase/route_protocols.h"
+#include "kelbase/trace.h"
+#include "platform/mav/time.h"
+#include "platform/pondo/codec.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::array routeGroups{unsigned{RTNLGRP_IPV4_ROUTE}};
+
+/// Prefixes written between two looks at the clock.
+constexpr std::size_t writesALook = 64;
+
+/// Heeded by kernels from 4.20 on; others list every table.
+rtmsg dumpHeader() {
+  rtmsg header{};
+  header.rtm_family = AF_INET;
+  header.rtm_table = RT_TABLE_MAIN;
+  return header;
+}
+
+}  // namespace
+
+RouteSource::RouteSource(NexthopSource& nexthops)
+    : nexthops_(nexthops),
+      sets_(nexthops.sets()),
+      book_(sets_),
+      silent_(sets_),
+      request_(RTM_GETROUTE, NLM_F_DUMP, dumpHeader()) {
+  request_.unsupportedIsEmpty();
+}
+
+std::span<unsigned const> RouteSource::groups() const { return routeGroups; }
+
+bool RouteSource::takes(std::uint16_t messageType) const {
+  return messageType == RTM_NEWROUTE || messageType == RTM_DELROUTE ||
+         SilentRemovals::takes(messageType);
+}
+
+void RouteSource::dumpBegin() {
+  isDumping_ = true;
+  book_.dumpBegin();
+  silent_.preferredSourcesDel();
+}
+
+void RouteSource::dumpEnd(bool whole) {
+  isDumping_ = false;
+  if (whole) book_.sweep([this](Dovel::Prefix const& prefix) { mark(prefix); });
+}
+
+void RouteSource::receive(NetlinkMessage const& message) {
+  if (message.type() == RTM_NEWROUTE || message.type() == RTM_DELROUTE) {
+    return receiveRoute(message);
+  }
+  if (!silent_.hints(message)) return;
+  MAV_TRACE(traceHandle(), 1, message.name() << ": routes may be gone: reading them again");
+  // In this order: see silent_removals.h.
+  nexthops_.wantDump(hintDelay);
+  wantDump(hintDelay);
+}
+
+void RouteSource::receiveRoute(NetlinkMessage const& message) {
+  if (!readRoute(message, message_)) return;
+  KernelRoute route{.metric = message_.metric,
+                    .identity = message_.identity,
+                    .tos = message_.tos,
+                    .protocol = message_.protocol,
+                    .type = message_.type};
+  if (message.type() == RTM_DELROUTE) {
+    if (book_.remove(message_.prefix, route)) mark(message_.prefix);
+    return;
+  }
+  if (message_.object != 0) {
+    route.hops = sets_.objectSet(message_.object);
+  } else if (message_.type == RTN_UNICAST) {
+    route.hops = sets_.inlineSet(message_.hops);
+  }
+  if (message_.preferredSource) silent_.preferredSourceIs(*message_.preferredSource);
+  if (book_.add(message_.prefix, route, placeOf(message))) mark(message_.prefix);
+}
+
+RouteBook::Place RouteSource::placeOf(NetlinkMessage const& message) const {
+  if (isDumping_) return RouteBook::Place::listed;
+  if ((message.flags() & NLM_F_REPLACE) != 0) return RouteBook::Place::replaced;
+  if ((message.flags() & NLM_F_APPEND) != 0) return RouteBook::Place::appended;
+  return RouteBook::Place::first;
+}
+
+void RouteSource::mark(Dovel::Prefix const& prefix) {
+  if (isCompared_) changed_.push_back(prefix);
+}
+
+Pondo::Fib::Route RouteSource::recordOf(KernelRoute const& route) const {
+  auto const protocol = routeProtocol(route.protocol);
+  Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
+                           .metric = Routing::RouteMetric(route.metric),
+                           .preference = protocol.preference};
+  switch (route.type) {
+    case RTN_BLACKHOLE:
+      record.routeType = Routing::Fib::routeTypeBlackhole;
+      return record;
+    case RTN_UNREACHABLE:
+      record.routeType = Routing::Fib::routeTypeUnreachable;
+      return record;
+    case RTN_PROHIBIT:
+      record.routeType = Routing::Fib::routeTypeProhibit;
+      return record;
+    default:
+      break;
+  }
+  switch (route.hops == HopSets::none ? HopSets::Way::unknown : sets_.way(route.hops)) {
+    case HopSets::Way::unknown:
+      break;
+    case HopSets::Way::discard:
+      record.routeType = Routing::Fib::routeTypeBlackhole;
+      break;
+    case HopSets::Way::forward:
+      record.fecId = sets_.fecId(route.hops);
+      record.routeType = protocol.type;
+      break;
+  }
+  return record;
+}
+
+std::optional<Pondo::Fib::Route> RouteSource::find(Dovel::Prefix const& prefix) const {
+  auto const route = book_.served(prefix);
+  if (!route) return std::nullopt;
+  return recordOf(*route);
+}
+
+void RouteSource::markTurned() {
+  auto const turned = sets_.takeTurned();
+  if (turned.empty()) return;
+  absl::flat_hash_set<HopSets::Handle> const sets(turned.begin(), turned.end());
+  for (RouteBook::Walk own(book_); !own.ended(); own.next()) {
+    if (sets.contains(own.route().hops)) mark(own.prefix());
+  }
+}
+
+void RouteSource::refillQueue() {
+  queue_ = std::move(changed_);
+  changed_ = {};
+  std::sort(queue_.begin(), queue_.end(), std::greater());
+  queue_.erase(std::unique(queue_.begin(), queue_.end()), queue_.end());
+}
+
+void RouteSource::writeRest(Pondo::Writer& writer) {
+  markTurned();
+  double const end = Mav::now() + sliceTime;
+  for (std::size_t written = 1;; ++written) {
+    if (queue_.empty()) refillQueue();
+    if (queue_.empty()) return;
+    writeOne(writer, queue_.back());
+    queue_.pop_back();
+    if (written % writesALook == 0 && Mav::now() > end) return;
+  }
+}
+
+void RouteSource::writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const {
+  if (auto const record = find(prefix)) {
+    writer.put<Pondo::RouteTable>(prefix, *record);
+  } else {
+    writer.erase<Pondo::RouteTable>(prefix);
+  }
+}
+
+/// Compares in one sweep of both sides, and queues the difference: writing is what takes time.
+Pondo::Writer::SyncCounts RouteSource::writeAll(Pondo::Writer& writer) {
+  isCompared_ = true;
+  changed_ = {};
+  queue_ = {};
+  sets_.takeTurned();
+  Pondo::Writer::SyncCounts counts;
+  RouteBook::Walk own(book_);
+  auto const queueOwn = [&](std::size_t& count) {
+    queue_.push_back(own.prefix());
+    own.next();
+    ++count;
+  };
+  writer.scanBytes(Pondo::TableId::route, [&](std::string_view key, std::string_view value) {
+    auto const prefix = Pondo::decodeKey<Pondo::RouteTable>(key);
+    if (!prefix) return;
+    while (!own.ended() && own.prefix() < *prefix) queueOwn(counts.added);
+    if (own.ended() || own.prefix() != *prefix) {
+      queue_.push_back(*prefix);
+      ++counts.removed;
+    } else if (Pondo::decodeRecord<Pondo::RouteTable>(value) != recordOf(own.route())) {
+      queueOwn(counts.changed);
+    } else {
+      own.next();
+      ++counts.unchanged;
+    }
+  });
+  while (!own.ended()) queueOwn(counts.added);
+  std::reverse(queue_.begin(), queue_.end());
+  return counts;
+}
+
+std::string RouteSource::summary() const {
+  return fmt::format("{} route{}, {} next-hop set{}", book_.size(), book_.size() == 1 ? "" : "s",
+                     sets_.size(), sets_.size() == 1 ? "" : "s");
+}
+
+}  // namespace Kelbase

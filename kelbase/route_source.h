@@ -1,0 +1,64 @@
+#pragma once
+// IPv4 routes of table main: RTM_NEWROUTE and RTM_DELROUTE (rtnetlink(7)) to Pondo::RouteTable.
+//
+// Written in slices: a million at once would keep the notifications waiting until they overran
+// their socket. Changed prefixes queue up; each write takes some of them, in order of prefixes, for
+// at most sliceTime. What the kernel removes in silence (silent_removals.h) is found by another
+// dump.
+
+#include "kelbase/nexthop_source.h"
+#include "kelbase/route_book.h"
+#include "kelbase/silent_removals.h"
+
+namespace Kelbase {
+
+class RouteSource : public TableSource {
+ public:
+  static constexpr double sliceTime = 0.004;  // seconds
+  /// From a hint at silent removals to the dump: more of them are likely to follow at once.
+  static constexpr double hintDelay = 0.05;  // seconds
+
+  /// `nexthops` must outlive it, be dumped before it and be written before it.
+  explicit RouteSource(NexthopSource& nexthops);
+
+  std::string_view name() const override { return "IPv4 routes"; }
+  std::span<unsigned const> groups() const override;
+  std::span<NetlinkRequest const> requests() const override { return {&request_, 1}; }
+  bool takes(std::uint16_t messageType) const override;
+  void dumpBegin() override;
+  void dumpEnd(bool whole) override;
+  void receive(NetlinkMessage const& message) override;
+  void writeRemovals(Pondo::Writer& /*writer*/) override {}
+  void writeRest(Pondo::Writer& writer) override;
+  bool hasMore() const override { return !queue_.empty() || !changed_.empty(); }
+  Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
+  std::string summary() const override;
+
+  /// What the table is to hold under `prefix`; nothing: no record.
+  std::optional<Pondo::Fib::Route> find(Dovel::Prefix const& prefix) const;
+
+ private:
+  using Prefixes = std::vector<Dovel::Prefix>;
+
+  void receiveRoute(NetlinkMessage const& message);
+  RouteBook::Place placeOf(NetlinkMessage const& message) const;
+  Pondo::Fib::Route recordOf(KernelRoute const& route) const;
+  void mark(Dovel::Prefix const& prefix);
+  void markTurned();
+  void refillQueue();
+  void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
+
+  NexthopSource& nexthops_;
+  HopSets& sets_;
+  RouteBook book_;
+  SilentRemovals silent_;
+  NetlinkRequest request_;
+  RouteMessage message_;  // its memory is used again
+  bool isDumping_ = false;
+  bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
+
+  Prefixes changed_;  // since the queue was filled
+  Prefixes queue_;    // to be written, backwards, the last first
+};
+
+}  // namespace Kelbase
