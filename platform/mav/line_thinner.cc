@@ -5,16 +5,17 @@
 namespace Mav {
 
 std::optional<std::string> LineThinner::pass(std::string_view line, double now) {
-  if (bursts_.size() >= textsMax && !bursts_.contains(line)) forget(now);
-  auto& burst = bursts_[line];
+  std::string const text(line);
+  if (bursts_.size() >= textsMax && !bursts_.contains(text)) forget(now);
+  auto& burst = bursts_[text];
   bool const over = burst.lines != 0 && now - burst.start >= window;
   auto const leftOut = over && burst.lines > burstMax ? burst.lines - burstMax : 0;
   if (over || burst.lines == 0) burst = {now, 0};
   ++burst.lines;
-  if (leftOut != 0) return fmt::format("{} ({} more like it were left out)", line, leftOut);
-  if (burst.lines < burstMax) return std::string(line);
+  if (leftOut != 0) return fmt::format("{} ({} more like it were left out)", text, leftOut);
+  if (burst.lines < burstMax) return text;
   if (burst.lines > burstMax) return std::nullopt;
-  return fmt::format("{} (more like it are left out for {} s)", line, window);
+  return fmt::format("{} (more like it are left out for {} s)", text, window);
 }
 
 void LineThinner::forget(double now) {
