@@ -242,7 +242,7 @@ def test_the_publishers_end_and_restart_in_the_middle(router):
             publisher = router.publish()
     assert churn.wrong() == []
     assert churn.walks() >= 2
-    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
+    assert set(rows) <= set(router.routes_agree(agent, WITHIN))
 
 
 def test_walks_while_routes_come_and_go(router):
@@ -255,4 +255,4 @@ def test_walks_while_routes_come_and_go(router):
     assert churn.wrong() == []
     assert churn.walks() >= 4
     assert churn.changes() >= 2000
-    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
+    assert set(rows) <= set(router.routes_agree(agent, WITHIN))
