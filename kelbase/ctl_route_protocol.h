@@ -1,7 +1,7 @@
 #pragma once
-// The routing protocols that iproute2 has names for (its rt_protos), and what they are here.
+// The routing protocols that iproute2 has names for (its rt_protos), and what they are to readers:
+// the route's type, and the administrative distance that routers commonly give the protocol.
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -14,14 +14,14 @@ struct RouteProtocol {
   std::string_view name;
   std::uint8_t number = 0;  // rtm_protocol, linux/rtnetlink.h
   Routing::Fib::RouteType routeType = Routing::Fib::routeTypeOther;
-  std::uint8_t preference = 255;  // the usual administrative distance
+  std::uint8_t preference = 255;
 };
 
 inline constexpr std::array<RouteProtocol, 10> routeProtocols{{
     {"kernel", 2, Routing::Fib::routeTypeConnected, 0},
     {"boot", 3, Routing::Fib::routeTypeStatic, 1},
     {"static", 4, Routing::Fib::routeTypeStatic, 1},
-    {"dhcp", 16, Routing::Fib::routeTypeDhcp, 1},
+    {"dhcp", 16, Routing::Fib::routeTypeDhcp, 254},
     {"babel", 42, Routing::Fib::routeTypeBabel, 100},
     {"bgp", 186, Routing::Fib::routeTypeBgp, 20},
     {"isis", 187, Routing::Fib::routeTypeIsIs, 115},

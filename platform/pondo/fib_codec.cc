@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <bit>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -9,12 +11,18 @@
 namespace Pondo {
 namespace {
 
-bool isRouteType(std::uint32_t number) {
-  constexpr auto const& known = Routing::Fib::RouteTypeEnumerators;
-  return std::any_of(std::begin(known), std::end(known), [number](auto const& enumerator) {
-    return static_cast<std::uint32_t>(enumerator.value) == number;
-  });
+constexpr auto const& routeTypes = Routing::Fib::RouteTypeEnumerators;
+
+constexpr bool areNumberedInOrder() {
+  std::int32_t next = 0;
+  for (auto const& type : routeTypes) {
+    if (type.value != next++) return false;
+  }
+  return true;
 }
+static_assert(areNumberedInOrder());
+
+bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); }
 
 // The reader's rule; the writer refuses what it forbids.
 bool leadsSomewhere(Fib::Via const& via) {

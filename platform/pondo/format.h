@@ -11,7 +11,8 @@
 //
 //   table        key                                     record
 //   meta         "environment"                           MetaRecord
-//   log          sequence, u64 big endian                u8 table id, then the key that changed
+//   log          sequence, u64 big endian                u8 table id, then the key that changed;
+//                                                        none before the tables are complete
 //   forwarding   u8 family (4, 6)                        ForwardingRecord
 //   link         interface name, 1 to 31 bytes, no NUL   LinkRecord
 //   address4     name of 1 to 15 bytes, NUL, address (4),     Address4Record

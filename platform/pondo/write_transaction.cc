@@ -100,7 +100,9 @@ Outcome WriteTransaction::erase(TableId id, std::string_view key) {
   return Outcome::removed;
 }
 
+// Readers of tables that are not complete wait, and then compare: they need no log.
 void WriteTransaction::logChange(TableId id, std::string_view key) {
+  if (meta_.complete == 0) return;
   std::array<char, 1 + Format::keyMax> entry{};
   entry[0] = static_cast<char>(id);
   key.copy(entry.data() + 1, Format::keyMax);  // LMDB has refused longer ones

@@ -93,7 +93,7 @@ class Writer {
   void commit();
   /// As commit(), and says that the tables hold everything there is: readers of new tables wait for
   /// it, so that they never take what is not there yet for what is gone. Once said, it holds until
-  /// the tables are made anew.
+  /// the tables are made anew. Before, changes are not logged, which is far faster.
   void commitComplete();
   /// Forgets what was not committed.
   void abort();

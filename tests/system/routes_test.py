@@ -32,7 +32,9 @@ SCENARIOS = {
          "route add 128.0.0.0/1 via 10.1.0.5 proto rip metric 4294967295",
          "route add 30.0.0.0/24 via 10.1.0.6 proto isis", "route add 30.0.1.0/24 dev eth1 scope link",
          "route add 30.0.2.0/24 via 10.1.0.6 proto babel metric 2147483648",
-         "route add 30.0.3.0/24 via 10.1.0.6 proto 201", "route add 30.0.4.0/24 dev lo",
+         "route add 30.0.3.0/24 via 10.1.0.6 proto 201",
+         "route add 30.0.6.0/24 via 10.1.0.6 proto dhcp metric 1024",
+         "route add 30.0.7.0/24 via 10.1.0.6 proto eigrp", "route add 30.0.4.0/24 dev lo",
          "route add 30.0.5.0/24 via inet6 fe80::5 dev eth1"),
         ("route del default", "route del 20.1.2.3/32", "route change 20.0.0.0/8 via 10.2.0.9 "
          "proto bgp metric 20", "route del 128.0.0.0/1 metric 4294967295"),
@@ -242,7 +244,7 @@ def test_the_publishers_end_and_restart_in_the_middle(router):
             publisher = router.publish()
     assert churn.wrong() == []
     assert churn.walks() >= 2
-    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
+    assert set(rows) <= set(router.routes_agree(agent, WITHIN))
 
 
 def test_walks_while_routes_come_and_go(router):
@@ -255,4 +257,4 @@ def test_walks_while_routes_come_and_go(router):
     assert churn.wrong() == []
     assert churn.walks() >= 4
     assert churn.changes() >= 2000
-    assert len(router.routes_agree(agent, WITHIN)) == len(rows)
+    assert set(rows) <= set(router.routes_agree(agent, WITHIN))

@@ -3,6 +3,7 @@
 #include "platform/pondo/shared_fib.h"
 
 #include <map>
+#include <random>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -129,6 +130,31 @@ TEST_F(SharedFibTest, routesAndFecsComeChangeAndGo) {
   EXPECT_THAT(heardOf({"unroute 10.0.0.0/24", "unfec 1"}), ElementsAre("10.0.0.0/24 -", "fec 1 -"));
   EXPECT_THAT(filed(), ElementsAre("10.0.0.0/8 2", "10.1.0.0/16 2"));
   EXPECT_EQ(list->routes(Fib::FecId(1)), nullptr);
+}
+
+// The place of the last look is used for the next.
+TEST_F(SharedFibTest, looksInWhateverOrderFindWhatIsThere) {
+  followPublisher();
+  tell({"routes 20.0.0.0 3000 1", "commit"});
+  turns(2);
+  std::mt19937 random(1);
+  for (int i = 0; i < 20'000; ++i) {
+    auto const number = random() % 3010;
+    Dovel::IpAddr const address(0x14000000U + static_cast<std::uint32_t>(number << 8U));
+    bool const longer = random() % 4 == 0;
+    auto const route = routes->route({address, longer ? 25U : 24U});
+    ASSERT_EQ(route.has_value(), number < 3000 && !longer) << address;
+    auto const* const beyond = random() % 2 == 0 ? "1.0.0.0/8" : "250.0.0.0/8";
+    ASSERT_FALSE(random() % 50 == 0 && routes->route(Dovel::Prefix(beyond)));
+    if (random() % 1000 == 0) turns(1);
+  }
+  std::size_t visited = 0;
+  routes->forEachRoute([&](Dovel::Prefix const& prefix, Fib::Route const& route) {
+    ASSERT_EQ(routes->route(prefix), route);
+    ASSERT_FALSE(routes->route(Dovel::Prefix("250.0.0.0/8")));
+    ++visited;
+  });
+  EXPECT_EQ(visited, 3002U);
 }
 
 TEST_F(SharedFibTest, whatIsReadInOneTurnIsOfOneMoment) {

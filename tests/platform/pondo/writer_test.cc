@@ -59,20 +59,21 @@ struct WriterTest : testing::Test {
 };
 
 TEST_F(WriterTest, whatIsThereAlreadyIsNeitherWrittenNorLogged) {
+  writer->commitComplete();
   put("b", 2);
   put("a", 1);
   EXPECT_FALSE(writer->put<LinkTable>(Dovel::IntfId("a"), link(1)));
   EXPECT_FALSE(erase("c"));
   writer->commit();
-  EXPECT_EQ(writer->generation(), 1U);
+  EXPECT_EQ(writer->generation(), 2U);
   put("a", 1);
   writer->commit();
-  EXPECT_EQ(writer->generation(), 1U);
+  EXPECT_EQ(writer->generation(), 2U);
   put("b", 3);
   EXPECT_TRUE(erase("a"));
   put("a", 4);
   writer->commit();
-  EXPECT_EQ(writer->generation(), 2U);
+  EXPECT_EQ(writer->generation(), 3U);
   EXPECT_THAT(changesAfterwards(), ElementsAre("b", "a", "b", "a", "a"));
   EXPECT_THAT(linksAfterwards(), ElementsAre("a=4", "b=3"));
 }
@@ -106,7 +107,19 @@ TEST_F(WriterTest, batchesCommitByThemselves) {
   EXPECT_EQ(writer->generation(), 2U);
 }
 
+TEST_F(WriterTest, tablesHaveNoLogUntilTheyAreComplete) {
+  put("a", 1);
+  writer->commit();
+  put("b", 1);
+  writer->commitComplete();
+  put("c", 1);
+  writer->commit();
+  EXPECT_THAT(changesAfterwards(), ElementsAre("c"));
+  EXPECT_THAT(linksAfterwards(), ElementsAre("a=1", "b=1", "c=1"));
+}
+
 TEST_F(WriterTest, syncWritesTheDifferenceRemovalsFirst) {
+  writer->commitComplete();
   for (auto const* const name : {"a", "b", "c"}) put(name, 1);
   writer->commit();
   auto const counts = writer->sync<LinkTable>({{Dovel::IntfId("b"), link(1)},
@@ -142,10 +155,11 @@ TEST_F(WriterTest, scanShowsWhatIsCommittedAndWhatIsNotYet) {
 }
 
 TEST_F(WriterTest, successorKeepsTheTablesAndTheirHistory) {
+  writer->commitComplete();
   put("a", 1);
   writer->commit();
   reopen();
-  EXPECT_EQ(writer->generation(), 1U);
+  EXPECT_EQ(writer->generation(), 2U);
   EXPECT_FALSE(writer->put<LinkTable>(Dovel::IntfId("a"), link(1)));
   put("b", 2);
   writer->commit();
@@ -155,6 +169,7 @@ TEST_F(WriterTest, successorKeepsTheTablesAndTheirHistory) {
 TEST_F(WriterTest, changeLogKeepsItsLastEntries) {
   options.logMax = 16;
   reopen();
+  writer->commitComplete();
   for (int i = 1; i <= 40; ++i) {
     put("eth0", i);
     writer->commit();

@@ -31,7 +31,8 @@ class Internet:
 
     def connected(self):
         """The rows that the links' own addresses bring."""
-        return self._router.kernel_routes("proto", "kernel")
+        # Not by their protocol: `ip` leaves out what it was asked for.
+        return self._router.kernel_routes("scope", "link")
 
     def rows(self, lines):
         """The rows of the links and of these lines."""

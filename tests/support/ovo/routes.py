@@ -8,7 +8,7 @@ import ipaddress
 from typing import NamedTuple
 
 from ovo import ber
-from ovo.tables import ROUTE, ROUTE_NUMBER
+from ovo.tables import ROUTE, ROUTE_NUMBER, Tree
 
 VIAS_MAX = 128
 REFUSING = ("blackhole", "unreachable", "prohibit")
@@ -141,6 +141,13 @@ class _Remembering(dict):
 VARYING = (5, 7, 11, 12)
 _ARC = [ber.oid_body((0, 0, number))[1:] for number in range(256)]
 _CONSTANTS = {3: 0, 6: 1, 8: -1, 10: 0, 13: -1, 14: -1, 15: -1, 16: 1}
+
+
+def tree(rows):
+    """The table with its sixteen columns, for a few rows."""
+    return Tree(ROUTE, {row.index(): (
+        octets(row.dest), octets(row.mask), 0, octets(row.next_hop), row.if_index, 1, row.protocol,
+        -1, (0, 0), 0, _signed(row.metric), row.preference, -1, -1, -1, 1) for row in rows})
 
 
 def _signed(number):

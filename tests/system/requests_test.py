@@ -1,4 +1,4 @@
-"""Every request about the address tables, the odd ones too, has its one right answer.
+"""Every request about the tables of addresses and routes, the odd ones too, has its one right answer.
 
 The tables do not change here: one ordered tree of what they hold answers for each request.
 """
@@ -10,12 +10,13 @@ import pytest
 from ovo.addresses import expected
 from ovo.ber import Binding, dotted
 from ovo.daemons import eventually
-from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
+from ovo.routes import tree as route_tree
+from ovo.tables import ADDR, ADDRESS, PREFIX, ROUTE, TABLES
 
 MANY = 2**31
 MOST = 2**32 - 1
 LONGEST = 128  # sub-identifiers of an object identifier (RFC 2578, 7.1.3)
-EVERY_TABLE = pytest.mark.parametrize("table", TABLES, ids=[table.name for table in TABLES])
+EVERY_TABLE = pytest.mark.parametrize("table", (*TABLES, ROUTE), ids=lambda table: table.name)
 
 
 class Asked:
@@ -54,12 +55,18 @@ def asked(still_router):
                      ("eth1", "2001:db8::1/64"), ("eth1", "2001:db8::ffff/64"),
                      ("eth1", "2001:db8::/128"), ("eth2", "2001:db8:8000::/33"),
                      ("eth3", "::2/0"), ("eth3", "cfff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/127")]))
+    router.batch("route add default via 10.0.1.1 proto bgp metric 20",
+                 "route add 0.0.0.0/8 dev eth1", "route add 223.255.255.255/32 via 10.0.1.1",
+                 "route add 11.0.0.0/8 proto ospf metric 4294967295 nexthop via 10.0.1.1 "
+                 "nexthop via 10.0.0.9", "route add 11.0.0.0/24 dev eth3",
+                 "route add 11.0.0.0/32 via 10.0.0.9")
     router.publish()
     agent = router.agent(env={"MAV_TRACE": "Snmp/2"})
     assert agent.answers()
     router.agrees(agent, within=5)
+    rows = router.routes_agree(agent, within=5)
     trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
-    return Asked(agent, trees)
+    return Asked(agent, trees | {ROUTE: route_tree(rows)})
 
 
 @EVERY_TABLE

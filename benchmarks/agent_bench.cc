@@ -1,0 +1,92 @@
+// From a million published routes to a million rows of ipCidrRouteTable, without the daemon.
+
+#include <malloc.h>
+
+#include "agent/ip_route_table_sm.h"
+#include "benchmarks/published_routes.h"
+#include "platform/pondo/shared_fib.h"
+#include "platform/state/intf_details_provider.h"
+
+namespace {
+
+using namespace PublishedRoutes;
+
+struct Agent : Intf::IntfDetailsProvider {
+  explicit Agent(std::filesystem::path const& runDir) {
+    Intf::intfDetailsProviderIs(this);
+    intfStatusDir->intfStatusIs(Dovel::IntfId("eth0"), 2, true);
+    sm = Mav::makeObject<IpSnmp::IpRouteTableSm>(Mav::makeObject<Mav::ActivityConfig>(activity),
+                                                 mib, intfStatusDir, fib.routeStatus(),
+                                                 fib.forwardingStatus(), activity.clock());
+    follower.emplace(activity, runDir, std::vector<Listener*>{&fib});
+    fib.followerIs(&*follower);
+  }
+  ~Agent() {
+    fib.followerIs(nullptr);
+    Intf::intfDetailsProviderIs(nullptr);
+  }
+  Agent(Agent const&) = delete;
+  Agent& operator=(Agent const&) = delete;
+
+  std::int32_t ifIndex(Interface::IntfStatus const& status) const override {
+    return status.ifIndex();
+  }
+
+  /// Turns until there is no more to do. The longest turn in seconds.
+  double settle() {
+    double longest = 0;
+    do {
+      auto const start = cpuTime();
+      activity.deliver();
+      longest = std::max(longest, cpuTime() - start);
+    } while (follower->state() != Follower::State::following ||
+             activity.clock()->timeNext() == Mav::asap);
+    return longest;
+  }
+
+  Mav::Activity activity;
+  SharedFib fib;
+  Mav::Ptr<IpSnmp::IpForwardMib> const mib = Mav::makeObject<IpSnmp::IpForwardMib>("mib");
+  Mav::Ptr<Interface::AllIntfStatusDir> const intfStatusDir =
+      Mav::makeObject<Interface::AllIntfStatusDir>();
+  Mav::Ptr<IpSnmp::IpRouteTableSm> sm;
+  std::optional<Follower> follower;
+};
+
+double allocated() {
+  auto const info = ::mallinfo2();
+  return static_cast<double>(info.uordblks + info.hblkhd);
+}
+
+void coldStart(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher const publisher(runDir.path());
+  for (auto _ : state) {
+    auto const before = allocated();
+    Agent agent(runDir.path());
+    double longest = 0;
+    timed(state, [&] { longest = agent.settle(); });
+    if (agent.mib->ipCidrRouteTables() != routeCount) state.SkipWithError("rows are missing");
+    state.counters["longest turn ms"] = longest * 1e3;
+    state.counters["octets/route"] = (allocated() - before) / routeCount;
+  }
+}
+
+/// Every route changed, by the change log.
+void everyRouteChanged(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher publisher(runDir.path());
+  Agent agent(runDir.path());
+  agent.settle();
+  for (auto _ : state) {
+    publisher.rewrite();
+    double longest = 0;
+    timed(state, [&] { longest = agent.settle(); });
+    state.counters["longest turn ms"] = longest * 1e3;
+  }
+}
+
+BENCHMARK(coldStart)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(everyRouteChanged)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,204 @@
+// What a million routes cost on either side of the shared tables. Times are processor time of the
+// side in question: the other one, and whoever else is busy, is not in them.
+
+#include <algorithm>
+#include <optional>
+#include <random>
+
+#include <malloc.h>
+
+#include "benchmarks/published_routes.h"
+#include "platform/pondo/fec_route_list_sm.h"
+#include "platform/pondo/shared_fib.h"
+
+namespace {
+
+using namespace PublishedRoutes;
+
+/// What the agent has, but for its rows.
+struct Agent {
+  explicit Agent(std::filesystem::path path) : runDir(std::move(path)) { follow(); }
+  ~Agent() { fib.followerIs(nullptr); }
+  Agent(Agent const&) = delete;
+  Agent& operator=(Agent const&) = delete;
+
+  void follow() {
+    fib.followerIs(nullptr);
+    follower.reset();
+    follower.emplace(activity, runDir, std::vector<Listener*>{&fib});
+    fib.followerIs(&*follower);
+  }
+  /// Turns until there is no more to do.
+  void settle() {
+    double longest = 0;
+    do {
+      auto const start = cpuTime();
+      activity.deliver();
+      longest = std::max(longest, cpuTime() - start);
+    } while (follower->state() != Follower::State::following ||
+             activity.clock()->timeNext() == Mav::asap);
+    longestTurn = longest;
+  }
+
+  std::filesystem::path const runDir;
+  Mav::Activity activity;
+  SharedFib fib;
+  Mav::Ptr<FecRouteList> const list = Mav::makeObject<FecRouteList>();
+  Mav::Ptr<FecRouteListSm> const listSm =
+      Mav::makeObject<FecRouteListSm>(fib.routeStatus(), fib.forwardingStatus(), list);
+  std::optional<Follower> follower;
+  double longestTurn = 0;
+};
+
+void publishNewTables(benchmark::State& state) {
+  rows();
+  for (auto _ : state) {
+    RunDir const runDir;
+    Writer writer(runDir.path(), {});
+    timed(state, [&] {
+      putAll(writer, 20);
+      writer.commitComplete();
+    });
+  }
+}
+
+void publishNewRoutesIntoTablesInUse(benchmark::State& state) {
+  rows();
+  for (auto _ : state) {
+    RunDir const runDir;
+    Writer writer(runDir.path(), {});
+    writer.commitComplete();
+    timed(state, [&] {
+      putAll(writer, 20);
+      writer.commit();
+    });
+  }
+}
+
+void publishedRoutes(benchmark::State& state, bool changed) {
+  RunDir const runDir;
+  Writer writer(runDir.path(), {});
+  std::uint32_t metric = 1;
+  putAll(writer, metric);
+  writer.commitComplete();
+  for ([[maybe_unused]] auto _ : state) {
+    if (changed) ++metric;
+    timed(state, [&] {
+      putAll(writer, metric);
+      writer.commit();
+    });
+  }
+}
+
+void scanByTheWriter(benchmark::State& state) {
+  RunDir const runDir;
+  Writer writer(runDir.path(), {});
+  putAll(writer, 20);
+  writer.commitComplete();
+  for (auto _ : state) {
+    std::uint64_t sum = 0;
+    timed(state, [&] {
+      writer.scan<RouteTable>([&](auto const& prefix, auto const& route) {
+        sum += prefix.length() + route.fecId.value();
+      });
+    });
+    benchmark::DoNotOptimize(sum);
+  }
+}
+
+/// From the start of an agent to the last route filed.
+void firstComparison(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher const publisher(runDir.path());
+  double longest = 0;
+  for (auto _ : state) {
+    Agent agent(runDir.path());
+    timed(state, [&] { agent.settle(); });
+    if (agent.list->size() != routeCount) state.SkipWithError("routes are missing");
+    longest = std::max(longest, agent.longestTurn);
+  }
+  state.counters["longest turn ms"] = longest * 1e3;
+}
+
+/// With every route filed already.
+void laterComparison(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher const publisher(runDir.path());
+  Agent agent(runDir.path());
+  agent.settle();
+  for (auto _ : state) {
+    timed(state, [&] {
+      agent.follow();
+      agent.settle();
+    });
+  }
+}
+
+/// Every route changed, by the change log.
+void followedChanges(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher publisher(runDir.path());
+  Agent agent(runDir.path());
+  agent.settle();
+  for (auto _ : state) {
+    publisher.rewrite();
+    timed(state, [&] { agent.settle(); });
+  }
+}
+
+/// As the route state machine reads: a route and its fec.
+void routesAndFecsRead(benchmark::State& state, bool inOrder) {
+  RunDir const runDir;
+  Publisher const publisher(runDir.path());
+  Agent agent(runDir.path());
+  agent.settle();
+  auto wanted = rows();
+  if (!inOrder) std::shuffle(wanted.begin(), wanted.end(), std::mt19937(1));
+  auto const routes = agent.fib.routeStatus();
+  auto const fecs = agent.fib.forwardingStatus();
+  for (auto _ : state) {
+    std::size_t vias = 0;
+    timed(state, [&] {
+      for (auto const& row : wanted) {
+        vias += fecs->fec(routes->route(row.first)->fecId)->vias.size();
+      }
+    });
+    benchmark::DoNotOptimize(vias);
+    agent.activity.deliver();
+  }
+}
+
+void fecRouteList(benchmark::State& state, bool inOrder) {
+  auto wanted = rows();
+  if (!inOrder) std::shuffle(wanted.begin(), wanted.end(), std::mt19937(1));
+  double bytes = 0;
+  for (auto _ : state) {
+    auto const before = ::mallinfo2();
+    auto const list = Mav::makeObject<FecRouteList>();
+    timed(state, [&] {
+      for (auto const& [prefix, route] : wanted) list->routeIs(prefix, route.fecId);
+    });
+    auto const after = ::mallinfo2();
+    bytes = static_cast<double>(after.uordblks + after.hblkhd - before.uordblks - before.hblkhd);
+  }
+  state.counters["octets/route"] = bytes / routeCount;
+}
+
+BENCHMARK(publishNewTables)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(publishNewRoutesIntoTablesInUse)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(publishedRoutes, changed, true)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(publishedRoutes, unchanged, false)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(scanByTheWriter)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(firstComparison)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(laterComparison)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(followedChanges)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(routesAndFecsRead, inOrder, true)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(routesAndFecsRead, shuffled, false)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(fecRouteList, inOrder, true)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(fecRouteList, shuffled, false)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,150 @@
+#pragma once
+// A million published routes, for benchmarks of either side of the shared tables.
+
+#include <algorithm>
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/pondo/writer.h"
+
+namespace PublishedRoutes {
+
+using namespace Pondo;
+using namespace Pondo::Fib;
+
+inline constexpr std::size_t routeCount = 1'000'000;
+inline constexpr std::uint64_t fecCount = 40;
+
+using Rows = std::vector<std::pair<Dovel::Prefix, Route>>;
+
+/// Seconds of this process.
+inline double cpuTime() {
+  timespec time{};
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/// One timed go over all routes.
+template <class Action>
+void timed(benchmark::State& state, Action const& action) {
+  auto const start = cpuTime();
+  action();
+  auto const time = cpuTime() - start;
+  state.SetIterationTime(time);
+  auto& least = state.counters["ns/route"];
+  auto const perRoute = time * 1e9 / routeCount;
+  if (least == 0 || perRoute < least) least = perRoute;
+}
+
+/// Lengths as in the internet's table.
+inline unsigned someLength(std::mt19937& random) {
+  auto const percent = random() % 100;
+  if (percent < 60) return 24;
+  if (percent < 71) return 22;
+  if (percent < 80) return 23;
+  if (percent < 85) return 21;
+  if (percent < 90) return 20;
+  return static_cast<unsigned>(12 + random() % 8);
+}
+
+/// Sorted, the same in every run.
+inline Rows const& rows() {
+  static Rows const made = [] {
+    std::mt19937 random(1);
+    std::map<Dovel::Prefix, Route> routes;
+    while (routes.size() < routeCount) {
+      auto const length = someLength(random);
+      Dovel::IpAddr const address(static_cast<std::uint32_t>(random()) % 0xe0000000U);
+      routes[{address.masked(length), length}] = {
+          FecId(1 + random() % fecCount), Routing::RouteMetric(20), Routing::RoutePreference(200),
+          Routing::Fib::routeTypeBgp};
+    }
+    return Rows(routes.begin(), routes.end());
+  }();
+  return made;
+}
+
+class RunDir {
+ public:
+  RunDir() {
+    if (!::mkdtemp(path_.data())) std::abort();
+  }
+  ~RunDir() { std::filesystem::remove_all(path_); }
+  RunDir(RunDir const&) = delete;
+  RunDir& operator=(RunDir const&) = delete;
+  std::filesystem::path path() const { return path_; }
+
+ private:
+  std::string path_ = "/dev/shm/pondo-bench.XXXXXX";
+};
+
+inline void putAll(Writer& writer, std::uint32_t metric) {
+  for (std::uint64_t id = 1; id <= fecCount; ++id) {
+    Dovel::IpAddr const hop(0x0a000000U + static_cast<std::uint32_t>(id));
+    writer.put<FecTable>(FecId(id), {{{hop, Dovel::IntfId("eth0"), 2}}});
+  }
+  for (auto [prefix, route] : rows()) {
+    route.metric = Routing::RouteMetric(metric);
+    writer.put<RouteTable>(prefix, route);
+  }
+}
+
+/// A publisher in a process of its own: LMDB wants that.
+class Publisher {
+ public:
+  explicit Publisher(std::filesystem::path const& runDir) {
+    if (::pipe(down_) != 0 || ::pipe(up_) != 0) std::abort();
+    pid_ = ::fork();
+    if (pid_ == 0) serve(runDir);
+    rewrite();
+  }
+  ~Publisher() {
+    tell(0);
+    ::waitpid(pid_, nullptr, 0);
+    for (int const fd : {down_[0], down_[1], up_[0], up_[1]}) ::close(fd);
+  }
+  Publisher(Publisher const&) = delete;
+  Publisher& operator=(Publisher const&) = delete;
+
+  /// Gives every route another metric.
+  void rewrite() {
+    tell(1);
+    char done = 0;
+    if (::read(up_[0], &done, 1) != 1) std::abort();
+  }
+
+ private:
+  void tell(char what) const {
+    if (::write(down_[1], &what, 1) != 1) std::abort();
+  }
+  [[noreturn]] void serve(std::filesystem::path const& runDir) const {
+    {
+      Writer::Options options;
+      options.logMax = 2 * routeCount;
+      Writer writer(runDir, options);
+      char what = 0;
+      for (std::uint32_t metric = 1; ::read(down_[0], &what, 1) == 1 && what != 0; ++metric) {
+        putAll(writer, metric);
+        writer.commitComplete();
+        if (::write(up_[1], &what, 1) != 1) std::abort();
+      }
+    }
+    ::_exit(0);
+  }
+
+  int down_[2] = {-1, -1};
+  int up_[2] = {-1, -1};
+  pid_t pid_ = -1;
+};
+
+}  // namespace PublishedRoutes
