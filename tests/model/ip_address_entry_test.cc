@@ -22,32 +22,10 @@ class IpAddressEntryTest : public testing::Test {
            Mav::Ptr<IpAddressPrefixEntry const> const& prefixEntry) {
     entry->intfIs(IntfData({source, IntfId(intf)}, prefixEntry));
   }
-  void lacks(AddressSource source, char const* intf) { entry->intfDel({source, IntfId(intf)}); }
 
   Mav::Ptr<IpAddressEntry> entry =
       Mav::makeObject<IpAddressEntry>(InetAddress::fromIpAddr(IpAddr("10.1.2.3")));
 };
-
-TEST_F(IpAddressEntryTest, statusWinsOverConfigurationThenTheSmallestInterface) {
-  has(addressSourceConfig, "eth0", prefix(1, 24));
-  EXPECT_EQ(entry->addressStatus(), addressStatusInaccessible);
-  EXPECT_EQ(entry->ifIndex(), 1u);
-
-  has(addressSourceStatus, "eth9", prefix(9, 24));
-  EXPECT_EQ(entry->addressStatus(), addressStatusPreferred);
-  EXPECT_EQ(entry->ifIndex(), 9u);
-
-  auto const master = prefix(5, 16);
-  has(addressSourceStatus, "eth5", master);
-  EXPECT_EQ(entry->prefixEntry(), master);
-  EXPECT_EQ(entry->ifIndex(), 5u);
-  EXPECT_EQ(entry->addressType(), addressTypeUnicast);
-
-  lacks(addressSourceStatus, "eth5");
-  lacks(addressSourceStatus, "eth9");
-  EXPECT_EQ(entry->addressStatus(), addressStatusInaccessible);
-  EXPECT_EQ(entry->ifIndex(), 1u);
-}
 
 TEST_F(IpAddressEntryTest, withoutAnInterfaceWhatTheMasterTellsIsRefused) {
   EXPECT_EQ(rangeError([&] { return entry->ifIndex(); }), "null ValidPtr");
