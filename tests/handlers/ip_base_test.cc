@@ -14,6 +14,7 @@
 #include "platform/state/routing6_config.h"
 #include "platform/state/routing_config.h"
 #include "tests/handlers/agent_request.h"
+#include "tests/handlers/traces.h"
 
 namespace {
 
@@ -28,21 +29,8 @@ using Testing::Reply;
 Oid const ipForwarding{1, 3, 6, 1, 2, 1, 4, 1, 0};
 Oid const ipv6IpForwarding{1, 3, 6, 1, 2, 1, 4, 25, 0};
 
-/// What the unit traces at `level` and below, while it lives.
-class Traces {
- public:
-  explicit Traces(int level) : level_(level) {
-    IpBase::traceHandle().enabledIs(level_, true);
-    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
-  }
-  ~Traces() {
-    IpBase::traceHandle().enabledIs(level_, false);
-    Mav::traceSinkIs({});
-  }
-  std::vector<std::string> lines;
-
- private:
-  int const level_;
+struct Traces : Testing::Traces {
+  explicit Traces(int level) : Testing::Traces(level, IpBase::traceHandle()) {}
 };
 
 /// One of the two scalars.
