@@ -5,8 +5,9 @@
 namespace Mav {
 
 std::optional<std::string> LineThinner::pass(std::string_view line, double now) {
-  if (bursts_.size() >= textsMax && !bursts_.contains(line)) forget(now);
-  auto& burst = bursts_[line];
+  std::string const text(line);
+  if (bursts_.size() >= textsMax && !bursts_.contains(text)) forget(now);
+  auto& burst = bursts_[text];
   bool const over = burst.lines != 0 && now - burst.start >= window;
   auto const leftOut = over && burst.lines > burstMax ? burst.lines - burstMax : 0;
   if (over || burst.lines == 0) burst = {now, 0};
