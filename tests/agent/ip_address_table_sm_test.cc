@@ -28,27 +28,6 @@ TEST_F(IpAddressTableSmTest, statusWinsOverConfigurationOfTheSameAddress) {
   EXPECT_EQ(ipMib_->ipAddressPrefixTableIterator().value(), configured);
 }
 
-TEST_F(IpAddressTableSmTest, theMasterIsTheSmallestKeyAndTheNextOneIsPromoted) {
-  sm_->doAddAddr6(id("eth2"), addressSourceStatus, 5, v6("2001:db8::1/64"));
-  sm_->doAddAddr6(id("eth3"), addressSourceStatus, 7, v6("2001:db8::1/48"));
-  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
-  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 9, v6("2001:db8::1/80"));
-  EXPECT_THAT(prefixes(), ElementsAre("9 2001:db8::/80"));
-  sm_->doAddAddr6(id("eth0"), addressSourceConfig, 2, v6("2001:db8::1/96"));
-  EXPECT_THAT(prefixes(), ElementsAre("9 2001:db8::/80"));
-  EXPECT_THAT(addresses(), ElementsAre("2001:db8::1 9 eth1 eth2 eth3 (eth0)"));
-
-  sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/80"));
-  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
-  sm_->doDelAddr6(id("eth3"), addressSourceStatus, v6("2001:db8::1/48"));
-  EXPECT_THAT(prefixes(), ElementsAre("5 2001:db8::/64"));
-  sm_->doDelAddr6(id("eth2"), addressSourceStatus, v6("2001:db8::1/64"));
-  EXPECT_THAT(prefixes(), ElementsAre("2 2001:db8::/96"));
-  sm_->doDelAddr6(id("eth0"), addressSourceConfig, v6("2001:db8::1/96"));
-  EXPECT_THAT(prefixes(), IsEmpty());
-  EXPECT_THAT(addresses(), IsEmpty());
-}
-
 TEST_F(IpAddressTableSmTest, aPrefixRowOfAnotherAddressIsLeft) {
   sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
   sm_->doAddAddr(id("eth1#2"), addressSourceStatus, 3, v4("10.0.0.2/24"));
@@ -60,15 +39,6 @@ TEST_F(IpAddressTableSmTest, aPrefixRowOfAnotherAddressIsLeft) {
   sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/24"));
   EXPECT_THAT(prefixes(), IsEmpty());
   EXPECT_THAT(addresses(), ElementsAre("10.0.0.2 3 eth1#2"));
-}
-
-TEST_F(IpAddressTableSmTest, oneAddressTwiceOnOneIfIndexHasOnePrefixRow) {
-  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
-  auto const master = ipMib_->ipAddressPrefixTableIterator().value();
-  sm_->doAddAddr(id("eth1#2"), addressSourceStatus, 3, v4("10.0.0.1/24"));
-  sm_->doDelAddr(id("eth1#2"), addressSourceStatus, v4("10.0.0.1/24"));
-  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
-  EXPECT_EQ(ipMib_->ipAddressPrefixTableIterator().value(), master);
 }
 
 TEST_F(IpAddressTableSmTest, anotherLengthIsToldAndTakenButLeavesTheMastersRow) {
@@ -141,19 +111,6 @@ TEST_F(IpAddressTableSmTest, deletingLooksAtAddressSourceAndInterfaceAlone) {
   EXPECT_THAT(addresses(), IsEmpty());
   EXPECT_THAT(oldTable(), IsEmpty());
   EXPECT_THAT(prefixes(), IsEmpty());
-}
-
-TEST_F(IpAddressTableSmTest, prefixesOfEveryKindOfLength) {
-  for (auto const* text : {"10.1.2.3/0", "10.1.2.4/7", "10.1.2.5/31", "10.1.2.6/32"}) {
-    sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4(text));
-  }
-  for (auto const* text : {"2001:db8::1/0", "2001:db8::3/127", "2001:db8::4/128"}) {
-    sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6(text));
-  }
-  EXPECT_THAT(prefixes(),
-              ElementsAre("3 0.0.0.0/0", "3 10.0.0.0/7", "3 10.1.2.4/31", "3 10.1.2.6/32", "3 ::/0",
-                          "3 2001:db8::2/127", "3 2001:db8::4/128"));
-  EXPECT_EQ(oldTable().size(), 4U);  // IPv4 alone
 }
 
 TEST_F(IpAddressTableSmTest, theOperationsTraceTheirSignatures) {

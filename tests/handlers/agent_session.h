@@ -2,7 +2,6 @@
 // A manager's session with the agent library of this process: whole PDUs, over a socket in a
 // directory of its own, through everything that stands between the wire and a handler.
 
-#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -40,7 +39,6 @@ inline void PrintTo(Binding const& binding, std::ostream* out) {
 
 struct Response {
   long error = 0;
-  long errorIndex = 0;
   std::vector<Binding> bindings;
 };
 
@@ -70,18 +68,10 @@ class AgentSession {
 
   Response get(std::vector<Oid> const& names) { return ask(SNMP_MSG_GET, names); }
   Response getNext(std::vector<Oid> const& names) { return ask(SNMP_MSG_GETNEXT, names); }
-  Response getBulk(Oid const& name, long repetitions) {
-    return ask(SNMP_MSG_GETBULK, {name}, [repetitions](netsnmp_pdu& pdu) {
-      pdu.non_repeaters = 0;
-      pdu.max_repetitions = repetitions;
-    });
-  }
-  /// Sets an INTEGER, or an OCTET STRING.
   Response set(Oid const& name, unsigned char type) {
     return ask(SNMP_MSG_SET, {}, [&](netsnmp_pdu& pdu) {
       long const value = 1;
-      std::size_t const length = type == ASN_INTEGER ? sizeof value : 4;
-      snmp_pdu_add_variable(&pdu, name.data(), name.size(), type, &value, length);
+      snmp_pdu_add_variable(&pdu, name.data(), name.size(), type, &value, sizeof value);
     });
   }
 
@@ -143,7 +133,7 @@ class AgentSession {
     auto& session = *static_cast<AgentSession*>(magic);
     session.done_ = true;
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) return 1;
-    session.response_ = {pdu->errstat, pdu->errindex, {}};
+    session.response_ = {pdu->errstat, {}};
     for (auto const* v = pdu->variables; v; v = v->next_variable) {
       session.response_.bindings.push_back(
           {Oid(v->name, v->name + v->name_length), v->type, text(*v)});
@@ -158,7 +148,7 @@ class AgentSession {
     for (auto const& name : names) snmp_add_null_var(pdu, name.data(), name.size());
     prepare(*pdu);
     done_ = false;
-    response_ = {-1, 0, {}};
+    response_ = {-1, {}};
     if (!snmp_send(session_, pdu)) {
       snmp_free_pdu(pdu);
       throw std::runtime_error("the request cannot be sent");

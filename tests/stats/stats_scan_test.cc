@@ -1,6 +1,5 @@
 #include "stats/stats_scan.h"
 
-#include <functional>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -11,8 +10,6 @@
 namespace Ip {
 namespace {
 
-std::uint64_t constexpr huge = 18446744073709551615U;
-
 /// Every field at 5, to see which are set.
 SwFwdStatsData fives() {
   SwFwdStatsData data;
@@ -22,173 +19,77 @@ SwFwdStatsData fives() {
   return data;
 }
 
-SwFwdStatsData snmp(std::string const& text) {
-  SwFwdStatsData data = fives();
-  EXPECT_EQ(scanSnmp(text, data), snmpHeaderLength);
-  return data;
+void expectAgreement(std::string const& text) {
+  SwFwdStatsData scanned = fives();
+  SwFwdStatsData streamed = fives();
+  EXPECT_EQ(scanSnmp(text, scanned), StreamOracle::scanSnmp(text, streamed));
+  ASSERT_EQ(scanned, streamed) << "snmp: " << text.substr(0, 1000);
+  scanNetstat(text, scanned);
+  StreamOracle::scanNetstat(text, streamed);
+  ASSERT_EQ(scanned, streamed) << "netstat: " << text.substr(0, 1000);
+  scanSnmp6(text, scanned);
+  StreamOracle::scanSnmp6(text, streamed);
+  ASSERT_EQ(scanned, streamed) << "snmp6: " << text.substr(0, 1000);
 }
 
-SwFwdStatsData netstat(std::string const& text) {
-  SwFwdStatsData data = fives();
-  scanNetstat(text, data);
-  return data;
-}
+std::string const snmpSeed = snmpText("1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18 99");
+std::string const netstatSeed = netstatText("11 12 13 14 15 16 17 18");
+std::string const snmp6Seed = snmp6Text({{"Ip6InReceives", "1"},
+                                         {"Ip6InDelivers", "2"},
+                                         {"Icmp6InMsgs", "3"},
+                                         {"Ip6OutForwDatagrams", "7"},
+                                         {"Ip6OutOctets", "18446744073709551615"},
+                                         {"Ip6InReceives", "6"}});
 
-SwFwdStatsData snmp6(std::string const& text) {
+TEST(Scans, setTheFieldsOfTheirFilesAlone) {
   SwFwdStatsData data = fives();
-  scanSnmp6(text, data);
-  return data;
-}
-
-TEST(ScanSnmp, putsEachColumnIntoItsField) {
-  SwFwdStatsData const data = snmp(snmpText("1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18 99"));
-  SwFwdStatsData expected = fives();
-  StreamOracle::scanSnmp(snmpText("1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18 99"), expected);
-  EXPECT_EQ(data, expected);
+  EXPECT_EQ(scanSnmp(snmpSeed, data), snmpHeaderLength);
   EXPECT_EQ(data.inReceives(), 1U);
-  EXPECT_EQ(data.forwDatagrams(), 4U);
   EXPECT_EQ(data.fragCreates(), 18U);
-  EXPECT_EQ(data.inOctets(), 5U);  // not in this file
+  EXPECT_EQ(data.inOctets(), 5U);
+  scanNetstat(netstatSeed, data);
+  EXPECT_EQ(data.inNoRoutes(), 11U);
+  EXPECT_EQ(data.outBcastPkts(), 16U);
+  scanSnmp6(snmp6Seed, data);
+  EXPECT_EQ(data.inReceives(), 6U);
+  EXPECT_EQ(data.forwDatagrams(), 7U);
+  EXPECT_EQ(data.outOctets(), 18446744073709551615U);
+  for (auto const& seed : {snmpSeed, netstatSeed, snmp6Seed}) expectAgreement(seed);
 }
 
-TEST(ScanSnmp, refusesAHeaderOfAnotherLength) {
-  struct {
-    std::string text;
-    std::size_t length;
-  } const rows[] = {
-      {"", 0},
-      {"\n", 1},
-      {snmpText("1 2", snmpHeader.substr(0, 223) + " OutTransmits\n"), 237},
-      {snmpText("1 2", snmpHeader.substr(0, 211) + "\n"), 212},
-      {std::string(1023, 'x') + "\nIp: 1 64 1 2", 1024},
-      {std::string(1024, 'x') + "\nIp: 1 64 1 2", 1024},
-      {std::string(100000, 'x'), 1024},
-  };
-  for (auto const& row : rows) {
-    SwFwdStatsData data = fives();
-    EXPECT_EQ(scanSnmp(row.text, data), row.length);
-    EXPECT_EQ(data, fives());
+TEST(Scans, agreeWithAStreamOnOddNumbersAndLengths) {
+  for (std::string const values :
+       {"", "- 1", "1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17", "1 x 3 4", "1 2x 3 4", "0x10 2 3",
+        "1 18446744073709551615 3 4", "1 18446744073709551616 3 4", "-1 +2 -0 4 6 7 -2"}) {
+    expectAgreement(snmpText(values));
+    expectAgreement(netstatText(values));
+    expectAgreement("Ip6InReceives " + values + "\nIp6InDelivers 2\n");
   }
-}
-
-TEST(ScanSnmp, takesWhatIsMissingOrMalformedAsZeroToTheEndOfTheLine) {
-  struct {
-    std::string values;
-    std::uint64_t inReceives, inHdrErrors, inAddrErrors, fragCreates;
-  } const rows[] = {
-      {"1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17", 1, 2, 3, 0},  // one column less
-      {"1 x 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18", 1, 0, 0, 0},
-      {"1 2x 3 4", 1, 2, 0, 0},
-      {"0x10 2 3", 0, 0, 0, 0},
-      {"1 18446744073709551615 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18", 1, huge, 3, 18},
-      {"1 18446744073709551616 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18", 1, huge, 0, 0},
-      {"-1 +2 -0 4 6 7 8 9 10 11 12 13 14 15 16 17 -2", huge, 2, 0, huge - 1},
-      {"- 1", 0, 0, 0, 0},
-      {"", 0, 0, 0, 0},
-  };
-  for (auto const& row : rows) {
-    SwFwdStatsData const data = snmp(snmpText(row.values));
-    EXPECT_EQ(data.inReceives(), row.inReceives) << row.values;
-    EXPECT_EQ(data.inHdrErrors(), row.inHdrErrors) << row.values;
-    EXPECT_EQ(data.inAddrErrors(), row.inAddrErrors) << row.values;
-    EXPECT_EQ(data.fragCreates(), row.fragCreates) << row.values;
+  for (std::size_t const length : {99U, 100U, 200U}) {  // of a leading word
+    expectAgreement(snmpHeader + std::string(length, 't') + " 1 64 7 8");
   }
-  EXPECT_EQ(snmp(snmpHeader).inReceives(), 0U);                   // no value line
-  EXPECT_EQ(snmp(snmpHeader + "Ip: 1 64 12").inReceives(), 12U);  // cut
-}
-
-TEST(ScanSnmp, skipsLeadingWordsOfAtMost100Characters) {
-  auto const firstNumber = [](std::size_t tagLength) {
-    return snmp(snmpHeader + std::string(tagLength, 't') + " 1 64 7 8").inReceives();
-  };
-  EXPECT_EQ(firstNumber(99), 7U);
-  EXPECT_EQ(firstNumber(100), 64U);  // the space behind the tag counts as the next word
-  EXPECT_EQ(firstNumber(200), 1U);
-}
-
-TEST(ScanNetstat, readsSixCountersOfTheSecondIpExtLine) {
-  SwFwdStatsData const data = netstat(netstatText("11 12 13 14 15 16 17 18"));
-  SwFwdStatsData expected = fives();
-  expected.inNoRoutesIs(11);
-  expected.inTruncatedPktsIs(12);
-  expected.inMcastPktsIs(13);
-  expected.outMcastPktsIs(14);
-  expected.inBcastPktsIs(15);
-  expected.outBcastPktsIs(16);
-  EXPECT_EQ(data, expected);
-}
-
-TEST(ScanNetstat, changesNothingWithoutTheSection) {
+  for (std::string const& line :
+       {snmpHeader.substr(0, 223) + " OutTransmits\n", snmpHeader.substr(0, 211) + "\n",
+        std::string(1023, 'x') + "\n", std::string(1024, 'x') + "\n", std::string(100000, 'x')}) {
+    expectAgreement(snmpText("1 2", line));
+  }
   for (std::string const& text :
-       {std::string(), std::string("\n"), tcpExtLines, tcpExtLines + ipExtHeader,
-        std::string("IpExt: A\nipExt: 1 2 3 4 6 7\n"), std::string("IpExt A\nIpExt 1 2\n"),
-        std::string("XIpExt: A\nXIpExt: 1 2\n"), std::string(100000, 'x'),
-        std::string(100000, '\n'), std::string(100000, ' ')}) {
-    EXPECT_EQ(netstat(text), fives()) << text.substr(0, 40);
+       {snmpHeader, tcpExtLines + ipExtHeader, std::string("IpExt: A\nipExt: 1 2 3 4 6 7\n"),
+        std::string("XIpExt: A\nXIpExt: 1 2\n"), std::string(100000, '\n')}) {
+    expectAgreement(text);
   }
-}
-
-TEST(ScanNetstat, passesLinesOfAnyLengthOver) {
-  for (std::size_t const length : {4000U, 4089U, 4090U, 4091U, 4096U, 8192U, 100000U}) {
+  for (std::size_t const length : {4089U, 4090U, 4091U, 4095U, 4096U, 4097U, 100000U}) {
     std::string const longLine = "TcpExt: " + std::string(length, 'x') + "\n";
-    SwFwdStatsData const data = netstat(longLine + longLine + netstatText("11 12"));
-    EXPECT_EQ(data.inNoRoutes(), 11U) << length;
-    EXPECT_EQ(data.inTruncatedPkts(), 12U) << length;
-    EXPECT_EQ(data.inMcastPkts(), 0U) << length;  // the next line begins with a word
+    expectAgreement(longLine + longLine + netstatText("11 12"));
+    expectAgreement("TcpExt:" + std::string(length, ' ') + "IpExt: A\nIpExt: 11\n");
   }
-}
-
-TEST(ScanNetstat, skipsAtMost4096CharactersBehindTheFirstWord) {
-  auto const inNoRoutes = [](std::size_t length) {
-    return netstat("TcpExt:" + std::string(length, ' ') + "IpExt: A\nIpExt: 11\n").inNoRoutes();
-  };
-  EXPECT_EQ(inNoRoutes(4095), 5U);
-  EXPECT_EQ(inNoRoutes(4096), 11U);  // what follows is taken for another line
-  EXPECT_EQ(inNoRoutes(4097), 5U);
-}
-
-TEST(ScanSnmp6, setsTheCountersThatItKnows) {
-  SwFwdStatsData const data = snmp6(snmp6Text({{"Ip6InReceives", "1"},
-                                               {"Ip6InTooBigErrors", "2"},
-                                               {"Ip6OutForwDatagrams", "7"},
-                                               {"Ip6OutMcastOctets", "18446744073709551615"},
-                                               {"Icmp6InMsgs", "3"},
-                                               {"Udp6InDatagrams", "4"},
-                                               {"Ip6InReceives", "6"}}));
-  SwFwdStatsData expected = fives();
-  expected.inReceivesIs(6);
-  expected.forwDatagramsIs(7);
-  expected.outMcastOctetsIs(huge);
-  EXPECT_EQ(data, expected);
-}
-
-TEST(ScanSnmp6, endsAtAMalformedNumber) {
-  struct {
-    std::string text;
-    std::uint64_t inReceives, inDelivers;
-  } const rows[] = {
-      {"", 5, 5},
-      {"Ip6InReceives 1\nIp6InDelivers 2", 1, 2},
-      {"Ip6InReceives x\nIp6InDelivers 2\n", 0, 5},
-      {"Ip6InReceives\nIp6InDelivers 2\n", 5, 5},  // a name has a space behind it
-      {"Ip6InReceives", 0, 5},
-      {"Ip6InReceives ", 0, 5},
-      {"Ip6InReceives 1\nIp6InDeliv", 1, 5},
-      {"Icmp6InMsgs x\nIp6InDelivers 2\n", 5, 5},
-      {"Ip6InReceives 18446744073709551616\nIp6InDelivers 2\n", huge, 5},
-      {"Ip6InReceives -1\nIp6InDelivers 2\n", huge, 2},
-      {"Ip6InReceives 1x\nIp6InDelivers 2\n", 1, 5},  // the name is "\nIp6InDelivers" now
-      {" 1\nIp6InDelivers 2\n", 5, 2},
-      {std::string(79, 'n') + " 1\nIp6InDelivers 2\n", 5, 2},
-      {std::string(80, 'n') + " 1\nIp6InDelivers 2\n", 5, 5},
-      {std::string(100000, 'n'), 5, 5},
-      {"Ip6InReceives " + std::string(100000, '9'), huge, 5},
-      {"Ip6InReceives " + std::string(100000, '0') + "3\nIp6InDelivers 2\n", 3, 2},
-  };
-  for (auto const& row : rows) {
-    SwFwdStatsData const data = snmp6(row.text);
-    EXPECT_EQ(data.inReceives(), row.inReceives) << row.text.substr(0, 60);
-    EXPECT_EQ(data.inDelivers(), row.inDelivers) << row.text.substr(0, 60);
+  for (std::string const& text :
+       {std::string("Ip6InReceives\nIp6InDelivers 2\n"), std::string("Ip6InReceives"),
+        std::string("Ip6InReceives 1\nIp6InDeliv"), std::string(" 1\nIp6InDelivers 2\n"),
+        std::string(79, 'n') + " 1\nIp6InDelivers 2\n",
+        std::string(80, 'n') + " 1\nIp6InDelivers 2\n",
+        "Ip6InReceives " + std::string(100000, '0') + "3\nIp6InDelivers 2\n"}) {
+    expectAgreement(text);
   }
 }
 
@@ -218,30 +119,14 @@ std::string mutated(std::string text, std::mt19937_64& random) {
 
 TEST(Scans, agreeWithAStreamOnMutatedFiles) {
   std::mt19937_64 random(20);
-  std::string const seeds[] = {snmpText("1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18"),
-                               netstatText("11 12 13 14 15 16 17"),
-                               snmp6Text({{"Ip6InReceives", "1"},
-                                          {"Ip6InDelivers", "2"},
-                                          {"Icmp6InMsgs", "3"},
-                                          {"Ip6OutOctets", "18446744073709551615"}})};
-  for (int i = 0; i < 6000; ++i) {
+  std::string const seeds[] = {snmpSeed, netstatSeed, snmp6Seed};
+  for (int i = 0; i < 6000 && !testing::Test::HasFailure(); ++i) {
     std::string text = seeds[i % 3];
     // The header of snmp stays: most edits of it would end the scan there.
     std::string const kept = i % 3 == 0 && i % 2 == 0 ? text.substr(0, snmpHeaderLength) : "";
     text.erase(0, kept.size());
     for (auto edits = 1 + random() % 4; edits > 0; --edits) text = mutated(text, random);
-    text.insert(0, kept);
-
-    SwFwdStatsData scanned = fives();
-    SwFwdStatsData streamed = fives();
-    EXPECT_EQ(scanSnmp(text, scanned), StreamOracle::scanSnmp(text, streamed));
-    ASSERT_EQ(scanned, streamed) << "snmp: " << text;
-    scanNetstat(text, scanned);
-    StreamOracle::scanNetstat(text, streamed);
-    ASSERT_EQ(scanned, streamed) << "netstat: " << text;
-    scanSnmp6(text, scanned);
-    StreamOracle::scanSnmp6(text, streamed);
-    ASSERT_EQ(scanned, streamed) << "snmp6: " << text;
+    expectAgreement(kept + text);
   }
 }
 

@@ -8,16 +8,11 @@
 namespace Dovel {
 namespace {
 
-TEST(IntfId, holdsAName) {
-  EXPECT_EQ(IntfId("eth0#2").name(), "eth0#2");
-  EXPECT_EQ(IntfId("eth0").stringValue(), "eth0");
+// The kernel takes any byte but '/', white space and NUL.
+TEST(IntfId, printsAndParsesAnyName) {
   EXPECT_EQ(shown(IntfId("eth0")), "eth0");
   EXPECT_EQ(valueToStrep(IntfId("eth0")), "'eth0'");
-  EXPECT_TRUE(IntfId().empty());
-  EXPECT_TRUE(!IntfId());
-  EXPECT_FALSE(!IntfId("lo"));
-  // The kernel takes any byte but '/', white space and NUL.
-  for (std::string_view const name : {"", "it's", "a\\b", "caf\xc3\xa9"}) {
+  for (std::string_view const name : {"", "eth0#2", "it's", "a\\b", "caf\xc3\xa9"}) {
     expectStrepRoundTrip(IntfId(name));
   }
 }

@@ -7,15 +7,13 @@
 namespace Routing {
 namespace {
 
+static_assert(!std::is_convertible_v<std::uint32_t, RouteMetric>);
+
 TEST(RoutingValues, areNumbersOfTheirOwn) {
-  static_assert(!std::is_convertible_v<std::uint32_t, RouteMetric>);
   expectRising<RouteMetric>({RouteMetric(), RouteMetric(20), RouteMetric(0xffffffffU)});
   EXPECT_EQ(shown(RoutePreference(65)), "65");
-  EXPECT_EQ(valueToStrep(RoutePreference(200)), "200");
   expectStrepRoundTrip(RouteMetric(4294967295U));
-  expectStrepRoundTrip(RoutePreference(255));
   EXPECT_EQ(strepError<RoutePreference>("256"), "expected a number of at most 8 bits at column 0");
-  EXPECT_EQ(strepError<RouteMetric>("1 "), "junk at column 1 deserializing Routing::RouteMetric");
 }
 
 // The numbers are shared with publishers of other versions.

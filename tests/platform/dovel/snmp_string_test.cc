@@ -1,6 +1,5 @@
 #include "platform/dovel/snmp_string.h"
 
-#include <array>
 #include <random>
 
 #include <absl/hash/hash_testing.h>
@@ -10,19 +9,6 @@
 
 namespace Snmp {
 namespace {
-
-TEST(String, holdsOctetsOfAnyLength) {
-  std::array<std::uint8_t, 4> const octets{10, 0, 255, 'x'};
-  String const string(octets);
-  EXPECT_EQ(string.size(), 4U);
-  EXPECT_EQ(string[2], 255);
-  EXPECT_EQ(std::vector(string.begin(), string.end()), std::vector(octets.begin(), octets.end()));
-  EXPECT_EQ(shown(string), "\\x0a\\x00\\xffx");
-  EXPECT_EQ(valueToStrep(string), "'\\x0a\\x00\\xffx'");
-  EXPECT_TRUE(String().empty());
-  EXPECT_TRUE(!String());
-  EXPECT_FALSE(!string);
-}
 
 TEST(String, ordersByLengthThenOctets) {
   using namespace std::string_view_literals;
@@ -40,11 +26,13 @@ TEST(String, roundTripsAndHashesAcrossTheInlineSize) {
     for (char& c : bytes) c = static_cast<char>(random());
     strings.emplace_back(bytes);
     EXPECT_EQ(strings.back().bytes(), bytes);
+    EXPECT_EQ(strings.back().size(), size);
     expectStrepRoundTrip(strings.back());
     String const copy = strings.back();
     EXPECT_EQ(copy, strings.back());
   }
   EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(strings));
+  EXPECT_EQ(shown(String(std::string_view("\n\0\xffx", 4))), "\\x0a\\x00\\xffx");
 }
 
 }  // namespace

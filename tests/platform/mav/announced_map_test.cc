@@ -44,20 +44,6 @@ TEST_F(AnnouncedMapTest, changesAreAnnouncedAfterTheyAreMade) {
   EXPECT_THAT(listener.heard, ElementsAre("+2", "+1", "-2"));
 }
 
-TEST_F(AnnouncedMapTest, otherConstructorParametersAreRefusedAndNothingChanges) {
-  auto const part = entity->partIs(2, 10);
-  try {
-    entity->partIs(2, 65);
-    FAIL() << "must be refused";
-  } catch (Mav::NameInUseException const& e) {
-    EXPECT_STREQ(e.what(),
-                 "Reinstantiating the pointer interface where constructor parameter attribute "
-                 "_weight has a different value of 65 than the current value of 10 not allowed");
-  }
-  EXPECT_EQ(entity->part(2), part);
-  EXPECT_THAT(listener.heard, ElementsAre("+2"));
-}
-
 TEST_F(AnnouncedMapTest, delAllAnnouncesEachAndBearsChangesFromInside) {
   for (int key : {1, 2, 3, 4}) entity->partIs(key, 1);
   listener.heard.clear();

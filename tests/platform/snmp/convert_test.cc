@@ -47,7 +47,6 @@ Words words(T value) {
 }
 
 TEST(Convert, NumbersAre32BitWords) {
-  EXPECT_THAT((words<int, Snmp::S32ToAsnIntegerF>(-1)), ElementsAre(0xffffffff));
   EXPECT_THAT((words<unsigned, Snmp::U32ToAsnUnsignedF>(0xfffffffe)), ElementsAre(0xfffffffe));
   EXPECT_THAT((words<std::uint64_t, Snmp::U64ToCounter32F>(0x1'0000'0005)), ElementsAre(5));
   EXPECT_THAT((words<std::uint64_t, Snmp::U64ToCounter64F>(0x0102030405060708)),
@@ -122,10 +121,18 @@ TEST(SetVarTypedValue, WordsAreWidenedToNetSnmpsOwnSize) {
   EXPECT_TRUE(Variable().set(ASN_OBJECT_ID, {}));
   EXPECT_FALSE(Variable().set(ASN_COUNTER64, {1}));
   EXPECT_FALSE(Variable().set(ASN_OBJECT_ID, Words(129)));
-  Variable odd;
-  unsigned char const bytes[6] = {};
-  EXPECT_FALSE(Snmp::setVarTypedValue(&odd.variable, ASN_OBJECT_ID, bytes, 6));
-  EXPECT_FALSE(Snmp::setVarTypedValue(&odd.variable, ASN_INTEGER, bytes, -1));
+  for (auto const& [type, length] : {std::pair{ASN_OBJECT_ID, 6}, {ASN_INTEGER, -1}}) {
+    Variable odd;
+    unsigned char const bytes[6] = {};
+    EXPECT_FALSE(
+        Snmp::setVarTypedValue(&odd.variable, static_cast<unsigned char>(type), bytes, length));
+  }
+  for (int const value :
+       {0, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+    Variable integer;
+    ASSERT_TRUE(integer.set(ASN_INTEGER, words<int, Snmp::S32ToAsnIntegerF>(value)));
+    EXPECT_EQ(*integer.variable.val.integer, long{value});
+  }
 }
 
 TEST(Decode, WhatDoesNotFitIsARangeException) {
