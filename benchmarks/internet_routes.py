@@ -18,7 +18,7 @@ FULL = int(os.environ.get("OVO_ROUTES", "1000000"))
 SIZES = sorted({FULL // 100, FULL // 10, FULL})
 STOCK = (FULL // 100, FULL // 10)
 REPETITIONS = 50
-CHURN_SECONDS = 60
+CHURN_SECONDS = int(os.environ.get("OVO_CHURN_SECONDS", "60"))
 WALKED = 5  # ipCidrRouteIfIndex
 STUBS = ("StubIterator", "StubDirect")
 

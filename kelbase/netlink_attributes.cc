@@ -30,13 +30,15 @@ Attributes::Attributes(std::string_view messageName, Bytes bytes,
   auto const* next = reinterpret_cast<nlattr const*>(bytes.data());
   auto left = static_cast<int>(bytes.size());
   for (; mnl_attr_ok(next, left); next = mnl_attr_next(next)) {
+    auto const type = mnl_attr_get_type(next);
     for (std::size_t i = 0; i < rules.size(); ++i) {
-      if (rules[i].type != mnl_attr_get_type(next)) continue;
+      if (rules[i].type != type) continue;
       if (!keepsRule(next, rules[i].size)) {
         throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", messageName, rules[i].name,
                                      mnl_attr_get_payload_len(next), expected(rules[i].size)));
       }
       found_[i] = next;
+      break;
     }
     left -= MNL_ALIGN(mnl_attr_get_len(next));
   }

@@ -6,8 +6,22 @@
 #include <sys/epoll.h>
 
 #include "kelbase/trace.h"
+#include "platform/mav/time.h"
 
 namespace Kelbase {
+namespace {
+
+/// Repeats `step` until it says false or the time is up.
+template <class Step>
+void repeatFor(double seconds, Step const& step) {
+  constexpr std::size_t stepsALook = 32;
+  double const end = Mav::now() + seconds;
+  for (std::size_t steps = 1; step(); ++steps) {
+    if (steps % stepsALook == 0 && Mav::now() > end) return;
+  }
+}
+
+}  // namespace
 
 NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> sources,
                          Options options, std::function<void()> onSettled)
@@ -33,8 +47,7 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> 
 }
 
 void NetlinkFeed::onReadable() {
-  for (std::size_t i = 0; i < sliceMax && receiveOne(); ++i) {
-  }
+  repeatFor(sliceTime, [this] { return receiveOne(); });
   if (settled()) onSettled_();
 }
 
@@ -107,15 +120,20 @@ void NetlinkFeed::onDumpsIdle() {
 }
 
 void NetlinkFeed::replay() {
-  for (std::size_t i = 0; i < sliceMax && !held_.empty() && !dumper_.busy(); ++i) {
-    auto const datagram = std::move(held_.front());
-    held_.pop_front();
-    heldBytes_ -= datagram.size();
-    if (replayLeft_ > 0) --replayLeft_;
-    apply(datagram);
-  }
+  repeatFor(sliceTime, [this] { return replayOne(); });
   if (!held_.empty() && !dumper_.busy()) replay_.timeMinIs(Mav::asap);
   if (settled()) onSettled_();
+}
+
+/// False when there is nothing more to replay now.
+bool NetlinkFeed::replayOne() {
+  if (held_.empty() || dumper_.busy()) return false;
+  auto const datagram = std::move(held_.front());
+  held_.pop_front();
+  heldBytes_ -= datagram.size();
+  if (replayLeft_ > 0) --replayLeft_;
+  apply(datagram);
+  return true;
 }
 
 void NetlinkFeed::apply(Bytes datagram) {

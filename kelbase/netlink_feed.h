@@ -15,7 +15,7 @@
 // back when the last one ended has been replayed. Called at most once a step, possibly without a
 // change. One message that is not as declared is rejected, counted and traced; the rest goes on.
 //
-// At most sliceMax datagrams a turn. Never blocks. One thread.
+// Reads for at most sliceTime a turn. Never blocks. One thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -30,7 +30,7 @@ namespace Kelbase {
 
 class NetlinkFeed {
  public:
-  static constexpr std::size_t sliceMax = 256;
+  static constexpr double sliceTime = 0.01;       // seconds
   static constexpr double overrunDelayMax = 1.0;  // seconds
   static constexpr double overrunCalm = 5.0;      // seconds without one: the next is dumped at once
 
@@ -70,6 +70,7 @@ class NetlinkFeed {
   void dropHeld();
   void onDumpsIdle();
   void replay();
+  bool replayOne();
   void apply(Bytes datagram);
   void give(TableSource& source, NetlinkMessage const& message);
 

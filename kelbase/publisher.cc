@@ -91,6 +91,10 @@ void Publisher::write() {
   hooks_.published();
 }
 
+bool Publisher::exact() const {
+  return feed_.exact() && !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
+}
+
 bool Publisher::hasMore() const {
   return std::any_of(sources_.begin(), sources_.end(),
                      [](auto const& source) { return source->hasMore(); });

@@ -50,6 +50,8 @@ class Publisher {
 
   /// The tables have been equal to the kernel once.
   bool published() const { return published_; }
+  /// The tables hold all that the kernel has said, and nothing of it is known to be missing.
+  bool exact() const;
   NetlinkFeed const& feed() const { return feed_; }
   /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
   /// address".

@@ -5,6 +5,7 @@
 
 #include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
+#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
@@ -32,12 +33,12 @@ rtmsg dumpHeader() {
 }  // namespace
 
 RouteSource::RouteSource(NexthopSource& nexthops)
-    : nexthops_(nexthops),
-      sets_(nexthops.sets()),
-      book_(sets_),
-      silent_(sets_),
-      request_(RTM_GETROUTE, NLM_F_DUMP, dumpHeader()) {
-  request_.unsupportedIsEmpty();
+    : nexthops_(nexthops), sets_(nexthops.sets()), book_(sets_), silent_(sets_) {
+  // Routes are listed without the RTNL lock. The first request is there to wait for that lock: what
+  // the kernel is about to remove with a link, an address or a nexthop object is gone then.
+  requests_.emplace_back(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{});
+  requests_.emplace_back(RTM_GETROUTE, NLM_F_DUMP, dumpHeader());
+  for (auto& request : requests_) request.unsupportedIsEmpty();
 }
 
 std::span<unsigned const> RouteSource::groups() const { return routeGroups; }
@@ -64,7 +65,6 @@ void RouteSource::receive(NetlinkMessage const& message) {
   }
   if (!silent_.hints(message)) return;
   MAV_TRACE(traceHandle(), 1, message.name() << ": routes may be gone: reading them again");
-  // In this order: see silent_removals.h.
   nexthops_.wantDump(hintDelay);
   wantDump(hintDelay);
 }

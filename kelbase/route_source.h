@@ -18,12 +18,12 @@ class RouteSource : public TableSource {
   /// From a hint at silent removals to the dump: more of them are likely to follow at once.
   static constexpr double hintDelay = 0.05;  // seconds
 
-  /// `nexthops` must outlive it, be dumped before it and be written before it.
+  /// `nexthops` must outlive it, and be written before it.
   explicit RouteSource(NexthopSource& nexthops);
 
   std::string_view name() const override { return "IPv4 routes"; }
   std::span<unsigned const> groups() const override;
-  std::span<NetlinkRequest const> requests() const override { return {&request_, 1}; }
+  std::span<NetlinkRequest const> requests() const override { return requests_; }
   bool takes(std::uint16_t messageType) const override;
   void dumpBegin() override;
   void dumpEnd(bool whole) override;
@@ -52,7 +52,7 @@ class RouteSource : public TableSource {
   HopSets& sets_;
   RouteBook book_;
   SilentRemovals silent_;
-  NetlinkRequest request_;
+  std::vector<NetlinkRequest> requests_;
   RouteMessage message_;  // its memory is used again
   bool isDumping_ = false;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked

@@ -54,7 +54,7 @@ bool SilentRemovals::linkHints(NetlinkMessage const& message) {
                  attributes.value<std::uint32_t>(IFLA_MASTER).value_or(0)};
   Link const before = std::exchange(links_[info.ifi_index], now);
   bool const falls = (before.isUp && !now.isUp) || (before.hasCarrier && !now.hasCarrier) ||
-                     (before.master != now.master && now.master != 0);
+                     before.master != now.master;
   return falls && sets_.usesLink(info.ifi_index);
 }
 

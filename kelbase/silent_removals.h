@@ -10,9 +10,8 @@
 //                                                    the link's last, all through the link
 //   a nexthop object goes                            its routes
 //
-// The message comes first, the removal after it, both under the kernel's RTNL lock: a dump that
-// waits for that lock, as the one of nexthop objects does, sees the end of it. Fed with
-// notifications by RouteSource. One thread.
+// The message comes first, the removal after it, both under the kernel's RTNL lock: who has waited
+// for that lock sees the end of it. Fed with notifications by RouteSource. One thread.
 
 #include <cstdint>
 

@@ -75,34 +75,30 @@ void Comparison::takeFromTable(Snapshot const& snapshot, std::size_t limit,
   auto const table = tables_[table_];
   std::vector<Row> rows;
   rows.reserve(limit - changes.size());
-  auto const more = snapshot.scanBytes(
+  auto const rowBeyond = snapshot.scanBytes(
       table, from_, limit - changes.size(),
       [&](std::string_view key, std::string_view record) { rows.emplace_back(key, record); });
   FiledKeys filed(listeners_, table, from_);
-  auto const takeFiledUpTo = [&](std::string_view const* end) {
-    for (; filed.head() && (!end || *filed.head() < *end); filed.drop()) {
-      if (changes.size() == limit) return from_ = *filed.head(), false;
+  auto row = rows.begin();
+  while (changes.size() < limit && (row != rows.end() || filed.head())) {
+    if (row == rows.end() || (filed.head() && *filed.head() < row->first)) {
       changes.push_back({table, *filed.head()});
+    } else {
+      changes.push_back({table, std::string(row->first), row->second});
+      ++row;
     }
-    return true;
-  };
-  for (auto const& [key, record] : rows) {
-    if (!takeFiledUpTo(&key)) return;
-    if (changes.size() == limit) {
-      from_ = key;
-      return;
-    }
-    if (filed.head() && *filed.head() == key) filed.drop();
-    changes.push_back({table, std::string(key), record});
+    if (filed.head() && *filed.head() == changes.back().key) filed.drop();
   }
-  std::string_view const end = more ? std::string_view(*more) : std::string_view();
-  if (!takeFiledUpTo(more ? &end : nullptr)) return;
-  if (more) {
-    from_ = *more;
-    return;
+  goOnFrom(row != rows.end() ? std::optional<std::string>(row->first) : rowBeyond, filed.head());
+}
+
+void Comparison::goOnFrom(std::optional<std::string> const& row, std::string const* filed) {
+  if (row || filed) {
+    from_ = !row || (filed && *filed < *row) ? *filed : *row;
+  } else {
+    ++table_;
+    from_.clear();
   }
-  ++table_;
-  from_.clear();
 }
 
 }  // namespace Pondo

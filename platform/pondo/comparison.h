@@ -2,6 +2,7 @@
 // Walks, in slices, over everything that listeners have to read again to be exact: every key of
 // their tables and every key that one of them has filed, in order of table and key, each once.
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ class Comparison {
 
  private:
   void takeFromTable(Snapshot const& snapshot, std::size_t limit, std::vector<Change>& changes);
+  /// From the lesser of the two; from the next table where there is neither.
+  void goOnFrom(std::optional<std::string> const& row, std::string const* filed);
 
   std::span<Listener* const> listeners_;
   std::vector<TableId> tables_;  // ascending

@@ -40,7 +40,10 @@ class AgentRequest {
     request_.requestvb = variable_;
     request_.agent_req_info = &info_;
   }
-  ~AgentRequest() { snmp_free_varbind(variable_); }
+  ~AgentRequest() {
+    netsnmp_free_request_data_sets(&request_);  // what the helpers of a table left
+    snmp_free_varbind(variable_);
+  }
   AgentRequest(AgentRequest const&) = delete;
   AgentRequest& operator=(AgentRequest const&) = delete;
 

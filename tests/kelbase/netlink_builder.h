@@ -7,9 +7,11 @@
 #include <vector>
 
 #include <linux/netconf.h>
+#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 
 #include "kelbase/netlink_message.h"
+#include "platform/dovel/prefix.h"
 
 namespace Kelbase {
 
@@ -78,6 +80,48 @@ inline NetlinkBuilder addressMessage(int type, int family, unsigned index, unsig
   info.ifa_flags = static_cast<unsigned char>(flags);
   info.ifa_index = index;
   return NetlinkBuilder(type, info);
+}
+
+/// Of table main; the destination of a default route is left out, as by the kernel.
+inline NetlinkBuilder routeMessage(int type, char const* prefix, int routeType = RTN_UNICAST,
+                                   int tos = 0) {
+  Dovel::Prefix const parsed{std::string_view(prefix)};
+  rtmsg header{};
+  header.rtm_family = AF_INET;
+  header.rtm_dst_len = static_cast<unsigned char>(parsed.length());
+  header.rtm_tos = static_cast<unsigned char>(tos);
+  header.rtm_table = RT_TABLE_MAIN;
+  header.rtm_protocol = RTPROT_BOOT;
+  header.rtm_type = static_cast<unsigned char>(routeType);
+  NetlinkBuilder builder(type, header);
+  if (parsed.length() > 0) builder.value(RTA_DST, parsed.address().octets());
+  return builder;
+}
+
+/// One more next hop of RTA_MULTIPATH, with at most one attribute: {type, octets}.
+struct PathAttribute {
+  std::uint16_t type = 0;
+  std::vector<std::uint8_t> octets;
+};
+inline void addPath(std::vector<std::byte>& paths, int ifIndex, PathAttribute const& attribute) {
+  std::size_t const at = paths.size();
+  std::size_t const size = attribute.octets.size();
+  rtnexthop path{};
+  path.rtnh_ifindex = ifIndex;
+  path.rtnh_len =
+      static_cast<unsigned short>(sizeof path + (size == 0 ? 0 : sizeof(nlattr) + MNL_ALIGN(size)));
+  paths.resize(at + path.rtnh_len);
+  std::memcpy(paths.data() + at, &path, sizeof path);
+  if (size == 0) return;
+  nlattr const header{static_cast<std::uint16_t>(sizeof(nlattr) + size), attribute.type};
+  std::memcpy(paths.data() + at + sizeof path, &header, sizeof header);
+  std::memcpy(paths.data() + at + sizeof path + sizeof header, attribute.octets.data(), size);
+}
+
+inline NetlinkBuilder nexthopMessage(int type, std::uint32_t id, int family = AF_INET) {
+  nhmsg header{};
+  header.nh_family = static_cast<unsigned char>(family);
+  return NetlinkBuilder(type, header).value(NHA_ID, id);
 }
 
 inline NetlinkBuilder netconfMessage(int type, int family) {

@@ -21,6 +21,10 @@ using Testing::Oid;
 Oid const ipForwarding{1, 3, 6, 1, 2, 1, 4, 1, 0};
 Oid const ipv6IpForwarding{1, 3, 6, 1, 2, 1, 4, 25, 0};
 
+// ipCidrRouteIfIndex of 10.0.0.0/8 by way of 192.0.2.1.
+Oid const ipCidrRouteIfIndex{1, 3, 6, 1,   2, 1, 4, 24, 4,   1, 5, 10,
+                             0, 0, 0, 255, 0, 0, 0, 0,  192, 0, 2, 1};
+
 class Module {
  public:
   Module() : handle_(::dlopen(OVO_MODULE, RTLD_NOW | RTLD_LOCAL)) {
@@ -69,6 +73,19 @@ class ModuleTest : public testing::Test {
     writer.commitComplete();
   }
 
+  /// 10.0.0.0/8 by way of 192.0.2.1 on the interface `ifIndex`.
+  void publishRoute(std::int32_t ifIndex) const {
+    Dovel::IntfId const eth0("eth0");
+    Pondo::Fib::FecId const fecId(1);
+    Pondo::Writer writer(runDir(), {});
+    writer.put<Pondo::LinkTable>(eth0, {.ifIndex = ifIndex, .adminUp = true, .operUp = true});
+    writer.put<Pondo::FecTable>(fecId, {{{Dovel::IpAddr("192.0.2.1"), eth0, ifIndex}}});
+    writer.put<Pondo::RouteTable>(Dovel::Prefix("10.0.0.0/8"),
+                                  {fecId, Routing::RouteMetric(20), Routing::RoutePreference(1),
+                                   Routing::Fib::routeTypeStatic});
+    writer.commitComplete();
+  }
+
   static std::optional<long> value(Oid const& instance) {
     auto const reply = AgentRequest(MODE_GET, instance).registered();
     return reply ? reply->value : std::nullopt;
@@ -96,12 +113,14 @@ TEST_F(ModuleTest, ServesWhatIsPublishedAndLeavesNothingBehindReloadAfterReload)
     bool const routing = round % 2 == 0;
     publish(Pondo::Family::ipv4, routing);
     publish(Pondo::Family::ipv6, !routing);
+    publishRoute(3 + round);
     {
       Module const module;
       EXPECT_FALSE(isRegistered(ipForwarding));  // snmpd has still to fork and drop privileges
       ASSERT_TRUE(turnUntil([] { return isRegistered(ipForwarding); }));
       EXPECT_EQ(value(ipForwarding), routing ? 1 : 2);
       EXPECT_EQ(value(ipv6IpForwarding), routing ? 2 : 1);
+      EXPECT_TRUE(turnUntil([&] { return value(ipCidrRouteIfIndex) == 3 + round; }));
     }
     EXPECT_FALSE(isRegistered(ipForwarding));
     EXPECT_FALSE(isRegistered(ipv6IpForwarding));

@@ -1,0 +1,193 @@
+// Routes and nexthop objects of a live kernel, published: each scenario before the start, and after
+// it.
+
+#include <optional>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "kelbase/publisher.h"
+#include "tests/kelbase/namespace_fixture.h"
+#include "tests/kelbase/route_text.h"
+#include "tests/kelbase/scratch_dir.h"
+
+namespace Kelbase {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class RoutePublisherTest : public NamespaceTest {
+ protected:
+  void SetUp() override {
+    NamespaceTest::SetUp();
+    if (IsSkipped()) return;
+    sysctl("ipv6/conf/default/addr_gen_mode", 1);  // none: no addresses that change by themselves
+    ipBatch(
+        "link add name a type veth peer name ax\nlink add name b type veth peer name bx\n"
+        "link set dev lo up\nlink set dev a up\nlink set dev ax up\nlink set dev b up\nlink set "
+        "dev bx up\n"
+        "address add 10.0.0.1/24 dev a\naddress add 10.0.1.1/24 dev b\n");
+  }
+
+  void start(NetlinkFeed::Options feed = {}) {
+    publisher_.emplace(activity_, Publisher::Options{runDir_, {}, feed},
+                       Publisher::Hooks{[] {}, [](auto const&) { FAIL(); }});
+    ASSERT_TRUE(turnUntil([this] { return publisher_->published(); }));
+  }
+
+  /// Waits until the publisher has heard of a link that comes now, and of everything before.
+  void settle() {
+    ip(fmt::format("link add name m{} type bridge", ++markers_));
+    auto const heard = fmt::format("{} links", 5 + markers_);
+    ASSERT_TRUE(
+        turnUntil([&] { return publisher_->summary().starts_with(heard) && publisher_->exact(); }));
+  }
+
+  /// What the tables hold, but for the connected routes. Ends the publisher.
+  std::vector<std::string> stop() {
+    publisher_.reset();
+    Pondo::Writer writer(runDir_, {});
+    auto rows = RouteText::routes(writer);
+    fecs_ = RouteText::fecs(writer).size();
+    generation_ = writer.generation();
+    std::erase_if(rows, [](auto const& row) { return row.find(" connected ") != row.npos; });
+    return rows;
+  }
+
+  /// The rows after `lines`: made while a publisher ran, and found by one that starts afterwards
+  /// with tables of its own.
+  std::vector<std::string> after(std::string const& lines) {
+    if (!publisher_) start();
+    ipBatch(lines);
+    settle();
+    auto const followed = stop();
+    auto const generation = generation_;
+    start();
+    stop();
+    EXPECT_EQ(generation_, generation) << "a restart wrote something";
+    std::filesystem::remove_all(runDir_);
+    start();
+    EXPECT_EQ(stop(), followed);
+    return followed;
+  }
+
+  ScratchDir scratch_;
+  std::filesystem::path const runDir_ = scratch_ / "run";
+  std::optional<Publisher> publisher_;
+  int markers_ = 0;
+  std::size_t fecs_ = 0;
+  std::uint64_t generation_ = 0;
+};
+
+TEST_F(RoutePublisherTest, AllKindsOfRoutes) {
+  EXPECT_THAT(
+      after("route add default via 10.0.0.2\nroute add 10.1.2.3/32 via 10.0.0.2 proto bgp\n"
+            "route add 10.2.0.0/16 nexthop via 10.0.0.2 weight 3 nexthop via 10.0.1.2\n"
+            "route add 10.3.0.0/16 dev b metric 7 proto ospf\n"
+            "route add 10.4.0.0/16 via inet6 fe80::1 dev a\n"
+            "route add blackhole 10.5.0.0/16\nroute add unreachable 10.6.0.0/16\n"
+            "route add prohibit 10.7.0.0/16\nroute add throw 10.8.0.0/16\n"
+            "route add 10.9.0.0/16 via 10.0.0.2 table 100\n"
+            "route add local 10.10.0.1/32 dev lo\n"),
+      ElementsAre("0.0.0.0/0 static 0 10.0.0.2@a", "10.1.2.3/32 bgp 0 10.0.0.2@a",
+                  "10.2.0.0/16 static 0 10.0.0.2@a 10.0.1.2@b", "10.3.0.0/16 ospf 7 0.0.0.0@b",
+                  "10.4.0.0/16 static 0 0.0.0.0@a", "10.5.0.0/16 blackhole 0",
+                  "10.6.0.0/16 unreachable 0", "10.7.0.0/16 prohibit 0"));
+}
+
+TEST_F(RoutePublisherTest, SeveralRoutesOfOnePrefix) {
+  EXPECT_THAT(after("route add 10.1.0.0/16 via 10.0.0.2 metric 20\n"
+                    "route add 10.1.0.0/16 via 10.0.0.3 metric 10\n"
+                    "route add 10.2.0.0/16 via 10.0.0.2\nroute append 10.2.0.0/16 via 10.0.0.3\n"
+                    "route prepend 10.2.0.0/16 via 10.0.0.4\nroute replace 10.2.0.0/16 via "
+                    "10.0.0.5\nroute add 10.2.0.0/16 via 10.0.0.6 tos 0x10\n"
+                    "route add 10.3.0.0/16 via 10.0.0.2\nroute append 10.3.0.0/16 via 10.0.0.3\n"
+                    "route append 10.3.0.0/16 via 10.0.0.4\n"
+                    "route del 10.3.0.0/16 via 10.0.0.3\nroute del 10.3.0.0/16\n"
+                    "route add 10.4.0.0/16 via 10.0.0.2\nroute replace throw 10.4.0.0/16\n"
+                    "route add 10.5.0.0/16 via 10.0.0.2 mtu 1400\n"
+                    "route append 10.5.0.0/16 via 10.0.0.2\nroute del 10.5.0.0/16\n"),
+              ElementsAre("10.1.0.0/16 static 10 10.0.0.3@a", "10.2.0.0/16 static 0 10.0.0.5@a",
+                          "10.3.0.0/16 static 0 10.0.0.4@a", "10.5.0.0/16 static 0 10.0.0.2@a"));
+}
+
+TEST_F(RoutePublisherTest, NexthopObjectsReplacedAndDeleted) {
+  for (int const compatible : {1, 0}) {
+    sysctl("ipv4/nexthop_compat_mode", compatible);
+    start();
+    ipBatch(
+        "nexthop add id 7 via 10.0.0.7 dev a\nnexthop add id 8 via 10.0.1.8 dev b\n"
+        "nexthop add id 9 via 10.0.0.9 dev a\nnexthop add id 100 group 7/8\n"
+        "route add 10.1.0.0/16 nhid 7\nroute add 10.2.0.0/16 nhid 8\n"
+        "route add 10.3.0.0/16 nhid 9\nroute add 10.4.0.0/16 nhid 100\n");
+    settle();
+    EXPECT_THAT(after("nexthop replace id 7 via 10.0.0.77 dev a\nnexthop del id 8\n"
+                      "nexthop replace id 9 blackhole\n"),
+                ElementsAre("10.1.0.0/16 static 0 10.0.0.77@a", "10.3.0.0/16 blackhole 0",
+                            "10.4.0.0/16 static 0 10.0.0.77@a"));
+    EXPECT_THAT(after("nexthop replace id 9 via 10.0.0.9 dev a\nnexthop del id 7\n"),
+                ElementsAre("10.3.0.0/16 static 0 10.0.0.9@a"));
+    EXPECT_THAT(after("nexthop flush\n"), IsEmpty());
+    EXPECT_EQ(fecs_, 2U);  // the connected routes'
+  }
+}
+
+TEST_F(RoutePublisherTest, WhatTheKernelTakesAwayInSilence) {
+  std::string const routes =
+      "route replace 10.1.0.0/16 via 10.0.0.2\nroute replace 10.2.0.0/16 via 10.0.1.2\n"
+      "route replace 10.3.0.0/16 nexthop via 10.0.0.2 nexthop via 10.0.1.2\n"
+      "nexthop replace id 7 via 10.0.0.7 dev a\nroute replace 10.4.0.0/16 nhid 7\n"
+      "address add 10.0.2.1/32 dev b\nroute replace 10.5.0.0/16 via 10.0.0.2 src 10.0.2.1\n";
+  start();
+  ipBatch(routes);
+  settle();
+  EXPECT_THAT(after("address del 10.0.2.1/32 dev b\n"), Not(Contains(StartsWith("10.5."))));
+  start();
+  EXPECT_THAT(
+      after("link set dev a down\n"),
+      ElementsAre("10.2.0.0/16 static 0 10.0.1.2@b", "10.3.0.0/16 static 0 10.0.0.2@a 10.0.1.2@b"));
+  start();
+  EXPECT_THAT(after("link set dev a up\n" + routes), Contains(StartsWith("10.4.0.0/16")));
+  start();
+  EXPECT_THAT(after("link set dev ax down\n"),  // no carrier: its nexthop objects go
+              AllOf(Contains(StartsWith("10.1.")), Not(Contains(StartsWith("10.4.")))));
+  start();
+  EXPECT_THAT(after("address del 10.0.0.1/24 dev a\n"), Not(Contains(StartsWith("10.1."))));
+}
+
+TEST_F(RoutePublisherTest, ARenameRewritesTheFecs) {
+  start();
+  ipBatch(
+      "route add 10.1.0.0/16 via 10.0.0.2\nnexthop add id 7 via 10.0.0.7 dev a\n"
+      "route add 10.2.0.0/16 nhid 7\n");
+  settle();
+  EXPECT_THAT(
+      after("link set dev a name north\nlink set dev b name a\n"
+            "route add 10.3.0.0/16 via 10.0.1.2\n"),
+      ElementsAre("10.1.0.0/16 static 0 10.0.0.2@north", "10.2.0.0/16 static 0 10.0.0.7@north",
+                  "10.3.0.0/16 static 0 10.0.1.2@a"));
+}
+
+TEST_F(RoutePublisherTest, TheRoutesAreTheKernelsAfterOverruns) {
+  std::string lines;
+  for (int i = 0; i < 20'000; ++i) {
+    auto const prefix = fmt::format("10.{}.{}.0/24", 16 + i / 256, i % 256);
+    lines += fmt::format("route add {} via 10.0.0.{}\n", prefix, 2 + i % 7);
+    if (i % 3 == 0) lines += fmt::format("route replace {} via 10.0.1.2\n", prefix);
+    if (i % 5 == 0) lines += fmt::format("route del {}\n", prefix);
+  }
+  start({.eventBuffer = 1});
+  ipBatch(lines);
+  settle();
+  EXPECT_GE(publisher_->feed().counters().overruns, 1U);
+  EXPECT_EQ(after("route flush 10.16.0.0/24\n").size(), 16'000U);
+}
+
+}  // namespace
+}  // namespace Kelbase

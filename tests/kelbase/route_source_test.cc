@@ -1,0 +1,318 @@
+#include "kelbase/route_source.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/if.h>
+
+#include "kelbase/link_source.h"
+#include "tests/kelbase/netlink_builder.h"
+#include "tests/kelbase/route_text.h"
+#include "tests/kelbase/scratch_dir.h"
+
+namespace Kelbase {
+namespace {
+
+using Dovel::IpAddr;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Messages in, table rows out: route("10.1.0.0/16", 2) has next hop 10.0.0.2 on link 3, "a".
+class RouteSourceTest : public testing::Test {
+ protected:
+  RouteSourceTest() {
+    link(3, "a");
+    link(4, "b");
+    for (auto* source : std::initializer_list<TableSource*>{&nexthops_, &routes_}) {
+      source->dumpWishIs([this, source](double) { wishes_ += std::string(source->name()) + " "; });
+    }
+  }
+
+  void link(int index, std::string_view name, unsigned flags = IFF_UP | IFF_RUNNING) {
+    auto const builder = linkMessage(RTM_NEWLINK, index, flags).text(IFLA_IFNAME, name);
+    links_.receive(builder.message());
+    routes_.receive(builder.message());
+  }
+  static NetlinkBuilder message(int type, char const* prefix, int hop, int metric = 0,
+                                int tos = 0) {
+    auto builder = routeMessage(type, prefix, RTN_UNICAST, tos);
+    if (metric != 0) builder.value(RTA_PRIORITY, metric);
+    builder.value(RTA_GATEWAY, IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets());
+    return builder.value(RTA_OIF, 3);
+  }
+  void route(char const* prefix, int hop, int metric = 0, int flags = 0, int tos = 0) {
+    routes_.receive(message(RTM_NEWROUTE, prefix, hop, metric, tos).flags(flags).message());
+  }
+  void typed(char const* prefix, int type, int metric = 0, int flags = 0) {
+    routes_.receive(routeMessage(RTM_NEWROUTE, prefix, type)
+                        .value(RTA_PRIORITY, metric)
+                        .flags(flags)
+                        .message());
+  }
+  void gone(char const* prefix, int hop, int metric = 0, int tos = 0) {
+    routes_.receive(message(RTM_DELROUTE, prefix, hop, metric, tos).message());
+  }
+  void overObject(char const* prefix, std::uint32_t id) {
+    routes_.receive(routeMessage(RTM_NEWROUTE, prefix).value(RTA_NH_ID, id).message());
+  }
+  void object(std::uint32_t id, int hop, int index = 3) {
+    nexthops_.receive(
+        nexthopMessage(RTM_NEWNEXTHOP, id)
+            .value(NHA_OIF, index)
+            .value(NHA_GATEWAY, IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets())
+            .message());
+  }
+  void group(std::uint32_t id, std::vector<std::uint32_t> const& members) {
+    std::vector<nexthop_grp> entries;
+    for (auto const member : members) entries.push_back({member, 0, 0, 0});
+    nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, id)
+                          .raw(NHA_GROUP, entries.data(), entries.size() * sizeof(nexthop_grp))
+                          .message());
+  }
+  void objectGone(std::uint32_t id) {
+    auto const builder = nexthopMessage(RTM_DELNEXTHOP, id);
+    nexthops_.receive(builder.message());
+    routes_.receive(builder.message());
+  }
+
+  /// As Publisher does it.
+  std::vector<std::string> written() {
+    if (!std::exchange(compared_, true)) {
+      nexthops_.writeAll(*writer_);
+      routes_.writeAll(*writer_);
+    }
+    do {
+      nexthops_.writeRest(*writer_);
+      routes_.writeRest(*writer_);
+    } while (routes_.hasMore());
+    nexthops_.writeUnused(*writer_);
+    writer_->commit();
+    return RouteText::routes(*writer_);
+  }
+  std::vector<std::string> fecs() { return RouteText::fecs(*writer_); }
+
+  void restart() {
+    writer_.reset();
+    writer_.emplace(scratch_ / "run", Pondo::Writer::Options{});
+    compared_ = false;
+  }
+
+  ScratchDir scratch_;
+  std::optional<Pondo::Writer> writer_{std::in_place, scratch_ / "run", Pondo::Writer::Options{}};
+  LinkSource links_;
+  NexthopSource nexthops_{links_};
+  RouteSource routes_{nexthops_};
+  std::string wishes_;
+  bool compared_ = false;
+};
+
+TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
+  route("10.1.0.0/16", 2, 20);
+  route("10.2.0.0/16", 2);
+  route("0.0.0.0/0", 3);
+  EXPECT_THAT(written(),
+              ElementsAre("0.0.0.0/0 static 0 10.0.0.3@a", "10.1.0.0/16 static 20 10.0.0.2@a",
+                          "10.2.0.0/16 static 0 10.0.0.2@a"));
+  EXPECT_THAT(fecs(), ElementsAre("4294967296: 10.0.0.2@a", "4294967297: 10.0.0.3@a"));
+  EXPECT_EQ(routes_.summary(), "3 routes, 2 next-hop sets");
+  gone("10.1.0.0/16", 2, 20);
+  gone("0.0.0.0/0", 3);
+  EXPECT_THAT(written(), ElementsAre("10.2.0.0/16 static 0 10.0.0.2@a"));
+  EXPECT_THAT(fecs(), ElementsAre("4294967296: 10.0.0.2@a"));
+  route("10.2.0.0/16", 4, 0, NLM_F_REPLACE);
+  EXPECT_THAT(written(), ElementsAre("10.2.0.0/16 static 0 10.0.0.4@a"));
+  EXPECT_THAT(fecs(), ElementsAre("4294967298: 10.0.0.4@a"));
+}
+
+TEST_F(RouteSourceTest, TheLowestMetricIsServed) {
+  route("10.1.0.0/16", 2, 20);
+  route("10.1.0.0/16", 3, 10);
+  route("10.1.0.0/16", 4, 30);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 10 10.0.0.3@a"));
+  gone("10.1.0.0/16", 3, 10);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 20 10.0.0.2@a"));
+  gone("10.1.0.0/16", 2, 20);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 30 10.0.0.4@a"));
+  gone("10.1.0.0/16", 4, 30);
+  EXPECT_THAT(written(), IsEmpty());
+}
+
+TEST_F(RouteSourceTest, OfEqualMetricsTos0ThenTheKernelsFirst) {
+  route("10.1.0.0/16", 2, 0, NLM_F_CREATE | NLM_F_EXCL, 8);
+  route("10.1.0.0/16", 3, 0, NLM_F_CREATE | NLM_F_EXCL);
+  route("10.1.0.0/16", 4, 0, NLM_F_CREATE | NLM_F_APPEND);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a"));
+  route("10.1.0.0/16", 5, 0, NLM_F_CREATE);  // ip route prepend
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.5@a"));
+  route("10.1.0.0/16", 6, 0, NLM_F_REPLACE);  // the first of the three
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.6@a"));
+  gone("10.1.0.0/16", 5);
+  gone("10.1.0.0/16", 6);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a"));
+  gone("10.1.0.0/16", 3);
+  gone("10.1.0.0/16", 4);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a"));
+  EXPECT_EQ(fecs().size(), 1U);
+}
+
+TEST_F(RouteSourceTest, TypesWithoutTraffic) {
+  route("10.1.0.0/16", 2, 20);
+  typed("10.1.0.0/16", RTN_PROHIBIT, 10);
+  typed("10.2.0.0/16", RTN_BLACKHOLE);
+  typed("10.3.0.0/16", RTN_UNREACHABLE);
+  typed("10.4.0.0/16", RTN_THROW);
+  typed("10.5.0.0/16", RTN_LOCAL);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 prohibit 10", "10.2.0.0/16 blackhole 0",
+                                     "10.3.0.0/16 unreachable 0"));
+  typed("10.2.0.0/16", RTN_THROW, 0, NLM_F_REPLACE);
+  typed("10.1.0.0/16", RTN_THROW, 10, NLM_F_REPLACE);
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 20 10.0.0.2@a", "10.3.0.0/16 unreachable 0"));
+}
+
+TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
+  for (int hop = 2; hop < 6; ++hop) route("10.1.0.0/16", hop, 0, NLM_F_APPEND);
+  route("10.2.0.0/16", 2);
+  route("10.3.0.0/16", 2);
+  written();
+  routes_.dumpBegin();
+  route("10.1.0.0/16", 4);
+  route("10.1.0.0/16", 3);
+  route("10.3.0.0/16", 9);
+  routes_.dumpEnd(true);
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 0 10.0.0.4@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
+  gone("10.1.0.0/16", 4);
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
+  EXPECT_EQ(routes_.summary(), "2 routes, 2 next-hop sets");
+}
+
+TEST_F(RouteSourceTest, NexthopObjectsAreTheFecsOfTheirRoutes) {
+  object(7, 7);
+  object(8, 8, 4);
+  group(100, {7, 8});
+  overObject("10.1.0.0/16", 7);
+  overObject("10.2.0.0/16", 100);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a",
+                                     "10.2.0.0/16 static 0 10.0.0.7@a 10.0.0.8@b"));
+  EXPECT_THAT(fecs(), ElementsAre("7: 10.0.0.7@a", "100: 10.0.0.7@a 10.0.0.8@b"));
+  object(7, 9);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.9@a",
+                                     "10.2.0.0/16 static 0 10.0.0.9@a 10.0.0.8@b"));
+  objectGone(8);
+  group(100, {7});
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 0 10.0.0.9@a", "10.2.0.0/16 static 0 10.0.0.9@a"));
+  EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ");
+}
+
+TEST_F(RouteSourceTest, AnObjectMayDiscardAndMayBeUnknown) {
+  overObject("10.1.0.0/16", 7);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 unknown 0"));
+  object(7, 7);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
+  nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, 7).raw(NHA_BLACKHOLE, "", 0).message());
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 blackhole 0"));
+  EXPECT_THAT(fecs(), IsEmpty());
+  object(7, 7);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
+}
+
+TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
+  route("10.1.0.0/16", 2);
+  routes_.receive(routeMessage(RTM_NEWROUTE, "10.2.0.0/16").value(RTA_OIF, 9).message());
+  routes_.receive(routeMessage(RTM_NEWROUTE, "10.3.0.0/16")
+                      .value(RTA_GATEWAY, IpAddr("10.0.0.9").octets())
+                      .value(RTA_OIF, 9)
+                      .message());
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a", "10.2.0.0/16 unknown 0",
+                                     "10.3.0.0/16 static 0 10.0.0.9@"));
+  link(9, "c");
+  link(3, "north");
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 0 10.0.0.2@north", "10.2.0.0/16 static 0 0.0.0.0@c",
+                          "10.3.0.0/16 static 0 10.0.0.9@c"));
+}
+
+TEST_F(RouteSourceTest, ASetHasAtMost128NextHops) {
+  std::vector<std::byte> paths;
+  for (int i = 0; i < 130; ++i) addPath(paths, i % 2 + 3, {RTA_GATEWAY, {10, 0, 1, 7}});
+  for (auto const* prefix : {"10.1.0.0/16", "10.2.0.0/16"}) {
+    routes_.receive(routeMessage(RTM_NEWROUTE, prefix)
+                        .raw(RTA_MULTIPATH, paths.data(), paths.size())
+                        .message());
+  }
+  auto const rows = written();
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(std::count(rows[0].begin(), rows[0].end(), '@'), 128);
+  EXPECT_EQ(nexthops_.sets().cut(), 2U);
+}
+
+TEST_F(RouteSourceTest, ASuccessorWritesOnlyDifferences) {
+  route("10.1.0.0/16", 2);
+  route("10.2.0.0/16", 3);
+  route("10.3.0.0/16", 4);
+  written();
+  gone("10.1.0.0/16", 2);
+  written();
+  auto const generation = writer_->generation();
+
+  LinkSource links;
+  NexthopSource nexthops{links};
+  RouteSource routes{nexthops};
+  links.receive(linkMessage(RTM_NEWLINK, 3).text(IFLA_IFNAME, "a").message());
+  for (auto const& builder :
+       {message(RTM_NEWROUTE, "10.3.0.0/16", 4), message(RTM_NEWROUTE, "10.2.0.0/16", 3)}) {
+    routes.receive(builder.message());
+  }
+  auto const fecs = nexthops.writeAll(*writer_);
+  auto const counts = routes.writeAll(*writer_);
+  nexthops.writeUnused(*writer_);
+  writer_->commit();
+  EXPECT_EQ(fecs.unchanged, 2U);
+  EXPECT_EQ(counts.unchanged, 2U);
+  EXPECT_FALSE(routes.hasMore());
+  EXPECT_EQ(writer_->generation(), generation);
+}
+
+TEST_F(RouteSourceTest, WhatAnotherLeftIsMadeRight) {
+  route("10.1.0.0/16", 2);
+  route("10.2.0.0/16", 3);
+  writer_->put<Pondo::RouteTable>(Dovel::Prefix("10.0.0.0/8"),
+                                  Pondo::Fib::Route{Pondo::Fib::FecId(5), {}, {}});
+  writer_->put<Pondo::RouteTable>(Dovel::Prefix("10.1.0.0/16"),
+                                  Pondo::Fib::Route{Pondo::Fib::FecId(5), {}, {}});
+  writer_->put<Pondo::FecTable>(Pondo::Fib::FecId(5), {{{IpAddr("10.9.9.9"), {}, 0}}});
+  writer_->commit();
+  EXPECT_THAT(written(),
+              ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a", "10.2.0.0/16 static 0 10.0.0.3@a"));
+  EXPECT_EQ(fecs().size(), 2U);
+}
+
+TEST_F(RouteSourceTest, AsksForAnotherDumpWhenRoutesMayHaveGoneInSilence) {
+  route("10.1.0.0/16", 2);
+  written();
+  link(4, "b", 0);  // no route through it
+  link(3, "renamed");
+  EXPECT_EQ(wishes_, "");
+  link(3, "a", 0);
+  EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ");
+  wishes_.clear();
+  link(3, "a", 0);
+  EXPECT_EQ(wishes_, "");
+  auto const address = [this](unsigned index, char const* local) {
+    routes_.receive(addressMessage(RTM_DELADDR, AF_INET, index, 24)
+                        .value(IFA_LOCAL, IpAddr(local).octets())
+                        .message());
+    return std::exchange(wishes_, "") != "";
+  };
+  EXPECT_TRUE(address(3, "10.0.0.1"));
+  EXPECT_FALSE(address(4, "10.0.1.1"));
+  routes_.receive(message(RTM_NEWROUTE, "10.2.0.0/16", 2)
+                      .value(RTA_PREFSRC, IpAddr("10.0.1.1").octets())
+                      .message());
+  EXPECT_TRUE(address(4, "10.0.1.1"));
+}
+
+}  // namespace
+}  // namespace Kelbase
