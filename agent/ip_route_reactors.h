@@ -11,7 +11,7 @@ namespace IpSnmp {
 /// nothing, so that rows are changed in place while nobody else listens.
 class IpRouteTableSm::MavIpForwardMib final : public IpForwardMib::NotifieeConst {
  public:
-  explicit MavIpForwardMib(Mav::Ptr<IpForwardMib> const& mib) : NotifieeConst(mib), mib_(mib) {
+  explicit MavIpForwardMib(Mav::Ptr<IpForwardMib> mib) : NotifieeConst(mib), mib_(std::move(mib)) {
     NotifieeConst::hasNotificationActiveIs(false);
   }
   Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return mib_; }

@@ -61,9 +61,12 @@ IpRouteTableSm::IpRouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
     : activityConfig_(std::move(activityConfig)) {
   ipForwardMibIs(std::move(ipForwardMib));
   intfStatusDirIs(std::move(intfStatusDir));
-  if (routeStatus) mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, routeStatus);
+  if (routeStatus) {
+    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
+  }
   if (forwardingStatus) {
-    mavForwardingStatus_ = std::make_unique<MavForwardingStatus>(*this, forwardingStatus);
+    mavForwardingStatus_ =
+        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
   }
   clockIs(std::move(clock));
   doInstantiate();
@@ -101,7 +104,7 @@ Mav::Ptr<Mav::Clock const> IpRouteTableSm::clock() const { return notifierOf(mav
 
 void IpRouteTableSm::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
   mavIpForwardMib_.reset();
-  if (ipForwardMib) mavIpForwardMib_ = std::make_unique<MavIpForwardMib>(ipForwardMib);
+  if (ipForwardMib) mavIpForwardMib_ = std::make_unique<MavIpForwardMib>(std::move(ipForwardMib));
 }
 
 void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir) {

@@ -86,6 +86,30 @@ void everyRouteChanged(benchmark::State& state) {
   }
 }
 
+/// What is not cut into slices: the prefixes of fecs that change in one turn, into the backlog. The
+/// argument is the number of fecs; each is used by routes all over the table.
+void fecsChanged(benchmark::State& state) {
+  RunDir const runDir;
+  Publisher const publisher(runDir.path());
+  Agent agent(runDir.path());
+  agent.settle();
+  auto const fecs = static_cast<std::uint64_t>(state.range(0));
+  for (auto _ : state) {
+    auto const start = cpuTime();
+    for (std::uint64_t id = 1; id <= fecs; ++id) agent.sm->handleFec(FecId(id));
+    auto const time = cpuTime() - start;
+    state.SetIterationTime(time);
+    state.counters["ns/prefix"] = time * 1e9 / static_cast<double>(agent.sm->backlog().size());
+    agent.settle();
+  }
+}
+
+BENCHMARK(fecsChanged)
+    ->Arg(1)
+    ->Arg(fecCount)
+    ->Iterations(10)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(coldStart)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(everyRouteChanged)->UseManualTime()->Unit(benchmark::kMillisecond);
 

@@ -5,7 +5,6 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -207,7 +206,6 @@ TEST_F(IpRouteTableSmTest, inputsCanBeReplaced) {
 }
 
 TEST_F(IpRouteTableSmTest, aComparisonHearsOfEveryPrefixThatHasRows) {
-  class Listener : public Pondo::Fib::RouteStatus::NotifieeConst {};
   fec(2, {"192.0.2.9@eth2", "192.0.2.1@eth1"});
   for (auto const* text : {"0.0.0.0/0", "10.0.0.0/8", "10.0.0.0/24", "255.255.255.255/32"}) {
     route(text, 2);

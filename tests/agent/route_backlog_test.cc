@@ -4,7 +4,6 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;

@@ -30,7 +30,6 @@ using Testing::Binding;
 using testing::Contains;
 using testing::ElementsAre;
 using Testing::Oid;
-using testing::StartsWith;
 using Testing::Traces;
 using namespace Routing::Fib;
 
