@@ -25,6 +25,9 @@ class Caches {
   Caches(Caches const&) = delete;
   Caches& operator=(Caches const&) = delete;
 
+  /// Everything that was announced is in the caches; no route waits to be looked at.
+  bool areFiled() const { return root_->ipRouteTableSm()->backlog().empty(); }
+
  private:
   Mav::Directory& directory_;
   Mav::Ptr<IpSnmp::IpMib> const ipMib_;

@@ -18,6 +18,11 @@ namespace OvoSnmp {
 
 class Plugin : private State::MountObserver {
  public:
+  /// Once the tables have been compared, the handlers wait for the routes to be filed, so that
+  /// nobody counts the rows of half a table; but no longer than this, should routes never rest.
+  static constexpr double filingMax = 5.0;  // seconds
+  static constexpr double filingCheck = 0.01;
+
   /// Mav::Exception when the kernel or the daemon refuses a descriptor.
   explicit Plugin(std::filesystem::path runDir);
   /// Undoes every registration, then lets go of everything.
@@ -29,6 +34,7 @@ class Plugin : private State::MountObserver {
   void mountsWillChange() noexcept override;
   void mountsHaveChanged() override;
   void stateIsKnown() override;
+  void serveOnceFiled();
 
   // Destroyed from the last to the first: the follower before its listener, the registrations
   // before the entities that they point to.
@@ -38,6 +44,8 @@ class Plugin : private State::MountObserver {
   Caches caches_;
   Snmp::Framework framework_;
   bool stateKnown_ = false;
+  double filedBy_ = Mav::never;
+  Mav::Timer filing_;
   Pondo::Follower follower_;
   SelectLoopWatch loopWatch_;
 };
