@@ -68,17 +68,20 @@ class Run:
 @USERS
 def test_once_prints_the_kernels_values(router, user):
     router.forward4(True)
-    router.batch("addr add 10.0.0.1/8 dev lo")
+    router.batch("addr add 10.0.0.1/8 dev lo", "route add 10.9.0.0/16 dev lo")
     run = Run(router, "--once", user=user)
     assert run.end() == 0, run.text
-    assert run.text.splitlines()[-5:] == [
+    assert run.text.splitlines()[-7:] == [
         "ipForwarding.0 = forwarding(1)  [1.3.6.1.2.1.4.1.0]",
         "ipv6IpForwarding.0 = notForwarding(2)  [1.3.6.1.2.1.4.25.0]",
+        "ipCidrRouteNumber.0 = 1  [1.3.6.1.2.1.4.24.3.0]",
         "ipAddrTable: 2 rows, ipAdEntIfIndex.127.0.0.1 = 1  [1.3.6.1.2.1.4.20]",
         "ipAddressPrefixTable: 3 rows, ipAddressPrefixOrigin.1.2.16.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0."
         "1.128 = 1  [1.3.6.1.2.1.4.32]",
         "ipAddressTable: 3 rows, ipAddressIfIndex.2.16.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.1 = 1  "
-        "[1.3.6.1.2.1.4.34]"]
+        "[1.3.6.1.2.1.4.34]",
+        "ipCidrRouteTable: 1 rows, ipCidrRouteIfIndex.10.9.0.0.255.255.0.0.0.0.0.0.0 = 1  "
+        "[1.3.6.1.2.1.4.24.4]"]
     assert run.leaves_nothing()
 
 
