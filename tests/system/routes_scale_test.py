@@ -1,6 +1,6 @@
 """Full internet tables: exact, soon after the kernel has ended, and never in the way of a GET.
 
-OVO_ROUTES says of how many routes; a million takes some minutes, so that by default there are fewer.
+OVO_ROUTES says of how many routes; a million takes some minutes: by default there are fewer.
 """
 
 import os
@@ -89,6 +89,7 @@ def test_no_get_waits_while_the_table_comes_and_goes(internet):
         rounds += 1
     settles(internet, rows, end)
     asker.end()
-    print(f"{rounds} rounds; p50 {asker.percentile(0.5):.1f} ms, p99 {asker.percentile(0.99):.1f} ms")
+    print(f"{rounds} rounds; p50 {asker.percentile(0.5):.1f} ms, "
+          f"p99 {asker.percentile(0.99):.1f} ms")
     assert asker.lost == 0 and asker.absent == []
     assert asker.percentile(0.99) <= P99
