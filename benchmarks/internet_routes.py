@@ -132,8 +132,8 @@ def anonymous(daemon):
 
 
 def start_on_published_routes():
-    """snmpd started on published routes: until the last row is there (wall clock), and its memory"""
-    yield "rows", "from its start", "of it before the first answer", "processor time", "octets a row"
+    """snmpd started on published routes: when the last row is there (wall clock), and its memory"""
+    yield "rows", "from its start", "first answer after", "processor time", "octets a row"
     with a_router() as router:
         router.ctl("generate", "--routes", 0)
         empty = filled(router.agent(), 4)
@@ -174,7 +174,7 @@ def bare_dump(router):
 
 
 def the_whole_road():
-    """From a kernel that holds the routes to the last row, nothing having run before (wall clock)"""
+    """From a kernel that holds the routes to the last row, both daemons starting (wall clock)"""
     yield "routes", "bare dump", "kelbased and snmpd", "ratio", "kelbased's part"
     with a_router() as router:
         internet = Internet(router, FULL).connect()
@@ -229,7 +229,7 @@ def gets_while_routes_churn():
 
 
 def routes_beside_the_stock_module():
-    """A walk of ipCidrRouteIfIndex by GETBULK 50, in ms of processor time, beside the stock module"""
+    """A walk of ipCidrRouteIfIndex by GETBULK 50, in ms, beside the stock module"""
     yield "routes", "this module", "stock", "ratio"
     for size in STOCK:
         with a_router() as router:

@@ -4,9 +4,11 @@
 //
 // At the first settled moment every table is made equal to the kernel, whatever an earlier
 // publisher left in it (only differences are written: a restart shows readers nothing). From then
-// on, one commit a turn when something changed. When the run directory was deleted or replaced, or
-// a write failed, everything is published again. A failing environment is told in one line, and
-// tried again every second; the tables stay as after the last commit.
+// on, one commit a turn when something changed. Where a source has more to write than fits a turn
+// (a million routes), the rest follows in the next ones; what is superfluous then (fecs without
+// routes) goes last, and new tables are said to be complete. When the run directory was deleted or
+// replaced, or a write failed, everything is published again. A failing environment is told in one
+// line, and tried again every second; the tables stay as after the last commit.
 //
 // All on the activity's thread; never blocks.
 
@@ -54,7 +56,6 @@ class Publisher {
   bool exact() const;
   NetlinkFeed const& feed() const { return feed_; }
   /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
-  /// address".
   std::string summary() const;
 
  private:

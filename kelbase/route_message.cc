@@ -1,5 +1,6 @@
 #include "kelbase/route_message.h"
 
+#include <algorithm>
 #include <array>
 
 #include <fmt/format.h>

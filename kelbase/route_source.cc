@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
 #include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-"""Every request about the tables of addresses and routes, the odd ones too, has its one right answer.
+"""Every request about the tables of addresses and routes, odd ones too, has one right answer.
 
 The tables do not change here: one ordered tree of what they hold answers for each request.
 """
