@@ -186,7 +186,9 @@ TEST(OrderedMap, cursorFindsItsPlaceWhateverHappened) {
           if (random() % 2 == 0) model[other] = insert(map, other);
         }
       }
-      if (auto const before = held.key(); held && ++held) ASSERT_LT(before, held.key());
+      if (auto const before = held.key(); held && ++held) {
+        ASSERT_LT(before, held.key());
+      }
     }
     if (sweep == 150) {
       map.clear();
