@@ -120,7 +120,8 @@ TEST_F(RouteMessageTest, WhatIsNotAsDeclaredIsRejected) {
            Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").cutTo(4),
                "RTM_NEWROUTE: header of 4 bytes, expected at least 12"},
        }) {
-    EXPECT_THAT([&] { readRoute(builder.message(), route_); },
+    auto const& rejected = builder;
+    EXPECT_THAT([&] { readRoute(rejected.message(), route_); },
                 testing::ThrowsMessage<BadMessage>(error));
   }
   rtmsg header{};

@@ -41,7 +41,7 @@ TEST(FecRouteListTest, isWhatAPlainMapWouldBe) {
   std::map<Dovel::Prefix, FecId> plain;
   std::mt19937 random(1);
   Dovel::Prefix at;
-  for (int i = 0; i < 50'000; ++i) {
+  for (unsigned i = 0; i < 50'000; ++i) {
     auto const next = plain.upper_bound(at);
     if (random() % 4 != 0 && next != plain.end()) {
       at = next->first;  // a walk in order
@@ -56,8 +56,8 @@ TEST(FecRouteListTest, isWhatAPlainMapWouldBe) {
         plain.erase(at);
         break;
       case 1:
-        list.routeIs(at, FecId(i % 7));
-        plain[at] = FecId(i % 7);
+        list.routeIs(at, FecId(i % 7U));
+        plain[at] = FecId(i % 7U);
         break;
       default:
         auto const found = plain.find(at);
