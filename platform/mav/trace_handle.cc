@@ -107,7 +107,7 @@ void TraceHandle::line(int level, char const* file, int lineNumber, std::string_
                        std::string_view text) const {
   auto line =
       fmt::format("{}/{} {}:{} {}: {}", name_, level, baseName(file), lineNumber, function, text);
-  if (level == 0) {  // on unasked; whoever switches on more wants every line
+  if (level == 0 && levels_ == 1U) {  // on unasked; whoever switches on more wants every line
     if (!thinner) thinner = new LineThinner;
     auto thinned = thinner->pass(line, now());
     if (!thinned) return;

@@ -11,8 +11,8 @@
 // writes "Snmp/2 ip_base.cc:123 handle_ipForwarding: text". Lines go to the sink, which is stderr
 // until traceSinkIs() sets another (inside snmpd: snmpd's own log). Control characters in a text
 // are written as \xNN, so that one call is one line whatever the text came from. Level 0 goes to
-// the sink as a warning, level 1 as info, the others as debug. Lines of level 0 that repeat are
-// thinned (line_thinner.h).
+// the sink as a warning, level 1 as info, the others as debug. Lines that repeat are thinned
+// (line_thinner.h) while no level but 0 is on.
 //
 // log() is for the operator: a plain sentence that says what is wrong and what to do, always
 // written, same sink.

@@ -54,11 +54,11 @@ def truncated(router):
 
 
 def other_schema(router):
-    here, other = b"OVOT" + (1).to_bytes(4, "little"), b"OVOT" + (99).to_bytes(4, "little")
+    magic = b"OVOT"
 
     def make(used):
-        assert here in used
-        return used.replace(here, other)
+        assert magic in used
+        return re.sub(magic + b"....", magic + (99).to_bytes(4, "little"), used, flags=re.S)
 
     return replaced_data(router, make)
 
