@@ -99,8 +99,9 @@ class TableFrame {
                       netsnmp_variable_list* indexes);
 };
 
-#define FRAME_TRACE(level, suffix, stream) \
-  MAV_TRACE_AS(snmpTraceHandle(), level, function(suffix), Table::name << suffix << stream)
+#define FRAME_TRACE(level, suffix, stream)                 \
+  MAV_TRACE_AS(snmpTraceHandle(), level, function(suffix), \
+               Table::name << suffix << stream) /* NOLINT(bugprone-macro-parentheses) */
 
 template <class Table>
 TableDescription const& TableFrame<Table>::description() {

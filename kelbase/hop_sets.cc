@@ -11,7 +11,6 @@ namespace Kelbase {
 
 using Pondo::Fib::Fec;
 using Pondo::Fib::FecId;
-using Pondo::Fib::Via;
 
 std::size_t HopSets::HopsHash::operator()(std::span<Hop const> hops) const {
   return absl::HashOf(absl::MakeConstSpan(hops.data(), hops.size()));
