@@ -6,6 +6,7 @@ import platform
 import subprocess
 import sys
 import time
+import traceback
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tests/support"))
@@ -45,9 +46,15 @@ def table(heads, rows):
     return "\n".join([line(heads), rule, *map(line, rows)]) + "\n"
 
 
-def section(benchmark):
+def section(benchmark, failed):
+    """One that fails takes none of the others along."""
     print(f"bench: {benchmark.__name__}", file=sys.stderr, flush=True)
-    heads, *rows = benchmark()
+    try:
+        heads, *rows = benchmark()
+    except Exception:
+        traceback.print_exc()
+        failed.append(benchmark.__name__)
+        return f"## {benchmark.__doc__}\n\nFailed.\n"
     return f"## {benchmark.__doc__}\n\n" + table(heads, rows)
 
 
@@ -56,10 +63,14 @@ def main(names):
     if unknown:
         sys.exit(f"bench: no such benchmark: {', '.join(sorted(unknown))}")
     header = HEAD + machine()
-    text = "\n".join(section(one) for one in BENCHMARKS if not names or one.__name__ in names)
+    failed = []
+    text = "\n".join(section(one, failed) for one in BENCHMARKS
+                     if not names or one.__name__ in names)
     print(text)
     if not names:
         (ROOT / "docs/benchmarks.md").write_text(f"{header}\n{text}")
+    if failed:
+        sys.exit(f"bench: failed: {', '.join(failed)}")
 
 
 main(sys.argv[1:])

@@ -41,6 +41,8 @@ def _answer(data):
 class Client:
     """Asks 127.0.0.1:PORT of the network namespace in which it was made."""
 
+    patience = 5.0  # seconds for an answer
+
     def __init__(self, port, community="public"):
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self._socket.connect(("127.0.0.1", port))
@@ -102,13 +104,13 @@ class Client:
         except (TimeoutError, ConnectionRefusedError) as silence:
             raise Silence(f"no answer in {timeout} s") from silence
 
-    def exchange(self, kind, bindings, first=0, second=0, timeout=5.0):
+    def exchange(self, kind, bindings, first=0, second=0, timeout=None):
         """One request and its answer; `first` and `second` as the PDU has them."""
         self._request += 1
         pdu = ber.integer(self._request) + ber.integer(first) + ber.integer(second)
         pdu += ber.tlv(ber.SEQUENCE, b"".join(bindings))
         message = ber.integer(1) + self._community + ber.tlv(kind, pdu)
-        for data in self._answers(ber.tlv(ber.SEQUENCE, message), timeout):
+        for data in self._answers(ber.tlv(ber.SEQUENCE, message), timeout or self.patience):
             request, answer = _answer(data)
             if request == self._request:
                 return answer
