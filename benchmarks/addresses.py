@@ -2,13 +2,13 @@
 second."""
 
 import contextlib
-import threading
 import time
 
 from ovo.addresses import expected
 from ovo.churn import Churn, Walker, changing_lines
 from ovo.costs import ColumnCost, in_turns, populate
 from ovo.daemons import STOCK_OUT
+from ovo.internet import Asker
 from ovo.router import Router
 from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
 
@@ -91,30 +91,6 @@ def walk_time(agent, column):
     return agent.daemon.cpu() - before
 
 
-class Latency(threading.Thread):
-    """Wall-clock times of GETs of one object, fifty a second, from a client of its own."""
-
-    def __init__(self, agent, oid):
-        super().__init__()
-        self._client, self._oid, self._end = agent.new_client(), oid, threading.Event()
-        self.times = []
-
-    def run(self):
-        while not self._end.wait(0.02):
-            start = time.monotonic()
-            assert self._client.get(self._oid).error == "noError"
-            self.times.append(time.monotonic() - start)
-
-    def end(self):
-        self._end.set()
-        self.join()
-        self._client.close()
-
-    def percentile(self, part):
-        ordered = sorted(self.times)
-        return f"{1000 * ordered[min(len(ordered) - 1, int(part * len(ordered)))]:.1f} ms"
-
-
 def a_minute_of_churn():
     """A minute of changes of addresses under three parallel walks"""
     yield "measure", "value"
@@ -123,7 +99,7 @@ def a_minute_of_churn():
         trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
         walkers = [Walker(agent, table, trees[table].indexes, repetitions)
                    for table, repetitions in zip(TABLES, (1, 10, 50))]
-        latency = Latency(agent, trees[ADDR].bindings[7].oid)
+        latency = Asker(agent, [trees[ADDR].bindings[7].oid])
         churn = Churn(router, changing_lines("eth0", 1), CHURN_RATE, CHURN_SECONDS)
         daemons = {"kelbased": publisher, "snmpd": agent.daemon}
         for one in (churn, latency, *walkers):
@@ -142,8 +118,9 @@ def a_minute_of_churn():
         yield "whole walks meanwhile", sum(walker.walks for walker in walkers)
         yield "rows walked", f"{sum(walker.rows for walker in walkers):,}"
         yield "rows skipped, repeated or out of order", len(wrong)
-        yield "GET, median (wall clock)", latency.percentile(0.5)
-        yield "GET, 99 of 100 (wall clock)", latency.percentile(0.99)
+        yield "GETs lost", latency.lost
+        yield "GET, median (wall clock)", f"{latency.percentile(0.5):.1f} ms"
+        yield "GET, 99 of 100 (wall clock)", f"{latency.percentile(0.99):.1f} ms"
         for name, kilobytes in growth.items():
             yield f"{name} grew in the last 50 s", f"{kilobytes} kB"
         yield "tables are the kernel's after the end (wall clock)", f"{settled:.2f} s"

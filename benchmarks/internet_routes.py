@@ -10,7 +10,7 @@ import time
 from ovo import routes
 from ovo.costs import in_turns
 from ovo.daemons import eventually
-from ovo.internet import Asker, Internet, some
+from ovo.internet import Asker, Internet, instances, some
 from ovo.router import Router
 from ovo.tables import ROUTE
 
@@ -208,7 +208,7 @@ def gets_while_routes_churn():
         internet.take(staying)
         rows = internet.rows(staying)
         agent = filled(router.agent(), len(rows))
-        asker = Asker(agent, some(rows))
+        asker = Asker(agent, instances(some(rows)))
         asker.start()
         start = time.monotonic()
         changes = 0

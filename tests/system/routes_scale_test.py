@@ -12,7 +12,7 @@ import pytest
 
 from ovo import routes
 from ovo.daemons import eventually
-from ovo.internet import Asker, Internet, shows, some
+from ovo.internet import Asker, Internet, instances, shows, some
 from ovo.routes import VARYING
 
 COUNT = int(os.environ.get("OVO_ROUTES", "200000"))
@@ -76,7 +76,7 @@ def test_the_publisher_killed_in_the_middle(router, internet):
     half = COUNT // 2
     rows = internet.rows(internet.lines[:half])
     settles(internet, rows, internet.take(internet.lines[:half]))
-    asker = Asker(internet.agent, some(rows))
+    asker = Asker(internet.agent, instances(some(rows)))
     asker.start()
     internet.take(internet.lines[half:half + half // 2])
     router.publisher.kill()
@@ -93,7 +93,7 @@ def test_no_get_is_lost_while_the_table_comes_and_goes(internet):
     staying, others = internet.lines[:1000], internet.lines[1000:]
     rows = internet.rows(staying)
     settles(internet, rows, internet.take(staying))
-    asker = Asker(internet.agent, some(rows))
+    asker = Asker(internet.agent, instances(some(rows)))
     asker.start()
     start, rounds = time.monotonic(), 0
     while time.monotonic() - start < CHURN_SECONDS or rounds < 1:

@@ -62,19 +62,23 @@ def some(rows, count=300, seed=1):
     return rows[-20:] + random.Random(seed).sample(rows, min(count, len(rows)))
 
 
+def instances(rows):
+    return [(*ROUTE.column("ipCidrRouteIfIndex"), *row.index()) for row in rows]
+
+
 def shows(agent, rows):
     """Whether each of these rows is there, with its ifIndex."""
-    return all(agent.client.ask((*ROUTE.column("ipCidrRouteIfIndex"), *row.index())) ==
-               row.if_index for row in rows)
+    return all(agent.client.ask(oid) == row.if_index
+               for oid, row in zip(instances(rows), rows))
 
 
 class Asker(threading.Thread):
-    """GETs of sysUpTime and of rows that stay, by turns, so many a second; how long each took."""
+    """GETs of sysUpTime and of objects that stay, by turns, so many a second; how long each took."""
 
-    def __init__(self, agent, rows, rate=100):
+    def __init__(self, agent, oids, rate=100):
         super().__init__()
         self._client, self._pause, self._end = agent.new_client(), 1 / rate, threading.Event()
-        self._oids = [(*ROUTE.column("ipCidrRouteIfIndex"), *row.index()) for row in rows]
+        self._oids = oids
         self.times, self.lost, self.absent = [], 0, []
 
     def run(self):
