@@ -6,11 +6,19 @@
 #include <fmt/format.h>
 
 #include "kelbase/trace.h"
+#include "platform/mav/time.h"
 
 namespace Kelbase {
 
 using Pondo::Fib::Fec;
 using Pondo::Fib::FecId;
+
+namespace {
+
+/// Fecs written between two looks at the clock.
+constexpr std::size_t writesALook = 16;
+
+}  // namespace
 
 std::size_t HopSets::HopsHash::operator()(std::span<Hop const> hops) const {
   return absl::HashOf(absl::MakeConstSpan(hops.data(), hops.size()));
@@ -40,6 +48,7 @@ HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
   Handle const handle = newSet();
   sets_[handle].hops.assign(hops.begin(), hops.end());
   inline_.emplace(sets_[handle].hops, handle);
+  for (auto const& hop : hops) setsOfLink_.insert(static_cast<std::uint32_t>(hop.ifIndex), handle);
   unused(handle);  // until a route uses it
   return handle;
 }
@@ -93,13 +102,16 @@ void HopSets::objectIs(NexthopMessage const& message) {
   object.dump = dump_;
   if (isSame) return;
   MAV_TRACE(traceHandle(), 2, "nexthop object " << message.id << " changed");
-  object.content = message;
+  contentIs(object.content, message);
   changedObjects_.insert(message.id);
 }
 
 void HopSets::objectDel(std::uint32_t id) {
-  if (objects_.erase(id) == 0) return;
+  auto const object = objects_.find(id);
+  if (object == objects_.end()) return;
   MAV_TRACE(traceHandle(), 2, "nexthop object " << id << " is gone");
+  contentIs(object->second.content, {});
+  objects_.erase(object);
   changedObjects_.insert(id);
 }
 
@@ -112,62 +124,59 @@ void HopSets::dumpEnd(bool whole) {
   for (auto const id : gone) objectDel(id);
 }
 
+void HopSets::contentIs(NexthopMessage& content, NexthopMessage const& message) {
+  auto const link = [](NexthopMessage const& object) {
+    return static_cast<std::uint32_t>(object.hop.ifIndex);
+  };
+  objectsOfLink_.erase(link(content), content.id);
+  for (auto const member : content.members) groupsOfMember_.erase(member, content.id);
+  content = message;
+  if (link(message) != 0) objectsOfLink_.insert(link(message), message.id);
+  for (auto const member : message.members) groupsOfMember_.insert(member, message.id);
+}
+
 void HopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
   if (!names_.linkName(index)) return;  // it has lost it
-  for (Handle handle = 1; handle < sets_.size(); ++handle) {
-    if (sets_[handle].refs > 0 && leadsThrough(sets_[handle], index)) dirty(handle);
+  for (auto const& [link, handle] : setsOfLink_.of(static_cast<std::uint32_t>(index))) {
+    if (sets_[handle].refs > 0) dirty(handle);
+  }
+  for (auto const& [link, object] : objectsOfLink_.of(static_cast<std::uint32_t>(index))) {
+    dirtyWithGroups(object);
   }
 }
 
-bool HopSets::leadsThrough(Set const& set, std::int32_t ifIndex) const {
-  auto const leads = [ifIndex](Hop const& hop) { return hop.ifIndex == ifIndex; };
-  if (set.object == 0) return std::any_of(set.hops.begin(), set.hops.end(), leads);
-  auto const object = objects_.find(set.object);
-  if (object == objects_.end()) return false;
-  auto const& members = object->second.content.members;
-  return leads(object->second.content.hop) ||
-         std::any_of(members.begin(), members.end(), [&](std::uint32_t member) {
-           auto const found = objects_.find(member);
-           return found != objects_.end() && leads(found->second.content.hop);
-         });
-}
-
 bool HopSets::usesLink(std::int32_t ifIndex) const {
-  auto const used = [&](Set const& set) { return set.refs > 0 && leadsThrough(set, ifIndex); };
-  auto const leads = [&](auto const& object) {
-    return object.second.content.hop.ifIndex == ifIndex;
-  };
-  return std::any_of(sets_.begin(), sets_.end(), used) ||
-         std::any_of(objects_.begin(), objects_.end(), leads);
+  auto const link = static_cast<std::uint32_t>(ifIndex);
+  if (!objectsOfLink_.of(link).empty()) return true;
+  auto const sets = setsOfLink_.of(link);
+  return std::any_of(sets.begin(), sets.end(),
+                     [this](auto const& pair) { return sets_[pair.second].refs > 0; });
 }
 
-bool HopSets::hasMember(std::uint32_t group, std::uint32_t member) const {
-  auto const found = objects_.find(group);
-  if (found == objects_.end()) return false;
-  auto const& members = found->second.content.members;
-  return std::find(members.begin(), members.end(), member) != members.end();
+bool HopSets::isUsed(std::uint32_t object) const {
+  auto const set = objectSets_.find(object);
+  return set != objectSets_.end() && sets_[set->second].refs > 0;
 }
 
 bool HopSets::usesObject(std::uint32_t id) const {
-  return std::any_of(objectSets_.begin(), objectSets_.end(), [&](auto const& entry) {
-    return sets_[entry.second].refs > 0 && (entry.first == id || hasMember(entry.first, id));
-  });
+  auto const groups = groupsOfMember_.of(id);
+  return isUsed(id) || std::any_of(groups.begin(), groups.end(),
+                                   [this](auto const& pair) { return isUsed(pair.second); });
 }
 
 FecId HopSets::fecId(Handle handle) const { return FecId(sets_[handle].fecId); }
 
+void HopSets::dirtyObject(std::uint32_t object) {
+  if (isUsed(object)) dirty(objectSets_.at(object));
+}
+
+void HopSets::dirtyWithGroups(std::uint32_t object) {
+  dirtyObject(object);
+  for (auto const& [member, group] : groupsOfMember_.of(object)) dirtyObject(group);
+}
+
 void HopSets::dirtyChangedObjects() {
-  if (changedObjects_.empty()) return;
-  for (auto const& [id, handle] : objectSets_) {
-    auto const object = objects_.find(id);
-    if (sets_[handle].refs == 0 || object == objects_.end()) continue;
-    auto const& members = object->second.content.members;
-    bool const changed = changedObjects_.contains(id) ||
-                         std::any_of(members.begin(), members.end(), [this](std::uint32_t member) {
-                           return changedObjects_.contains(member);
-                         });
-    if (changed) dirty(handle);
-  }
+  for (auto const object : changedObjects_) dirtyWithGroups(object);
   changedObjects_.clear();
 }
 
@@ -243,11 +252,13 @@ bool HopSets::writeFec(Pondo::Writer& writer, Handle handle) {
 
 void HopSets::writeFecs(Pondo::Writer& writer) {
   dirtyChangedObjects();
-  for (auto const handle : dirty_) {
-    sets_[handle].isDirty = false;
-    writeFec(writer, handle);
+  double const end = Mav::now() + sliceTime;
+  for (std::size_t written = 1; !dirty_.empty(); ++written) {
+    Handle const handle = dirty_.front();
+    dirty_.pop_front();
+    if (std::exchange(sets_[handle].isDirty, false)) writeFec(writer, handle);
+    if (written % writesALook == 0 && Mav::now() > end) return;
   }
-  dirty_.clear();
 }
 
 /// By what the kernel goes by: a name that changed meanwhile rewrites one fec, not its routes.
@@ -308,8 +319,10 @@ void HopSets::forget(Handle handle) {
     objectSets_.erase(set.object);
   } else {
     inline_.erase(set.hops);
+    for (auto const& hop : set.hops) {
+      setsOfLink_.erase(static_cast<std::uint32_t>(hop.ifIndex), handle);
+    }
   }
-  if (set.isDirty) std::erase(dirty_, handle);
   set = {};
   free_.push_back(handle);
 }

@@ -9,10 +9,14 @@
 // Fecs name their links. A link that is renamed, or comes, has every set through it written again;
 // a link that goes has not: its routes are about to go too, and until then nothing is made up.
 //
-// Told by NexthopSource and RouteSource, which write it: writeFecs() before the routes,
-// eraseUnused() once no published route can refer to what it takes away. One thread.
+// Told by NexthopSource and RouteSource, which write it: writeFecs() before the routes, until it
+// has no more; eraseUnused() once no published route can refer to what it takes away.
+//
+// Made for 100,000 sets: what a link or an object is used by is looked up, never searched for. One
+// thread.
 
 #include <cstdint>
+#include <deque>
 #include <span>
 #include <utility>
 #include <vector>
@@ -22,6 +26,7 @@
 
 #include "kelbase/hop.h"
 #include "kelbase/link_names.h"
+#include "kelbase/relation.h"
 #include "kelbase/route_message.h"
 #include "platform/pondo/writer.h"
 
@@ -33,6 +38,7 @@ class HopSets : private LinkNames::Observer {
   using Handle = std::uint32_t;
   static constexpr Handle none = 0;
   static constexpr std::uint64_t inlineFecMin = std::uint64_t{1} << 32U;
+  static constexpr double sliceTime = 0.004;  // seconds
 
   enum class Way {
     unknown,  // nothing to publish: an object that is not known, a link without a name
@@ -57,13 +63,15 @@ class HopSets : private LinkNames::Observer {
   void dumpBegin() { ++dump_; }
   void dumpEnd(bool whole);
 
-  /// As of the last writeFecs().
+  /// As of the last writeFecs() that left nothing.
   Way way(Handle handle) const { return sets_[handle].way; }
   /// For those that forward.
   Pondo::Fib::FecId fecId(Handle handle) const;
 
-  /// Writes the fecs that changed. The caller commits.
+  /// Writes fecs that changed, for at most sliceTime. The caller commits.
   void writeFecs(Pondo::Writer& writer);
+  /// Some are left: a route that is written now might refer to one.
+  bool hasMore() const { return !dirty_.empty(); }
   /// Finds again, by their content, the fecs that an earlier publisher wrote, and writes the
   /// difference; what is superfluous is left to eraseUnused().
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer);
@@ -113,9 +121,11 @@ class HopSets : private LinkNames::Observer {
   Handle newSet();
   void dirty(Handle handle);
   void unused(Handle handle);
-  bool leadsThrough(Set const& set, std::int32_t ifIndex) const;
-  bool hasMember(std::uint32_t group, std::uint32_t member) const;
+  bool isUsed(std::uint32_t object) const;
+  void dirtyObject(std::uint32_t object);
+  void dirtyWithGroups(std::uint32_t object);
   void dirtyChangedObjects();
+  void contentIs(NexthopMessage& content, NexthopMessage const& message);
   std::span<Hop const> cutHops(std::span<Hop const> hops);
   Hops hopsOf(Set const& set);
   Pondo::Fib::Fec fecOf(Set const& set);
@@ -134,8 +144,11 @@ class HopSets : private LinkNames::Observer {
   absl::flat_hash_map<Hops, Handle, HopsHash, HopsEqual> inline_;
   absl::flat_hash_map<std::uint32_t, Handle> objectSets_;
   absl::flat_hash_map<std::uint32_t, Object> objects_;
+  Relation setsOfLink_;     // inline ones
+  Relation objectsOfLink_;  // single ones
+  Relation groupsOfMember_;
 
-  std::vector<Handle> dirty_;   // to be written
+  std::deque<Handle> dirty_;    // to be written, where they still are dirty
   std::vector<Handle> unused_;  // to be erased, if they still are
   std::vector<Handle> turned_;
   std::vector<std::uint64_t> superfluous_;  // fecs of an earlier publisher

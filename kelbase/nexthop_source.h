@@ -23,6 +23,7 @@ class NexthopSource : public TableSource {
   void receive(NetlinkMessage const& message) override;
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override { sets_.writeFecs(writer); }
+  bool hasMore() const override { return sets_.hasMore(); }
   void writeUnused(Pondo::Writer& writer) override { sets_.eraseUnused(writer); }
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override {
     return sets_.writeAll(writer);

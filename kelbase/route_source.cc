@@ -156,6 +156,7 @@ void RouteSource::refillQueue() {
 }
 
 void RouteSource::writeRest(Pondo::Writer& writer) {
+  if (sets_.hasMore()) return;
   markTurned();
   double const end = Mav::now() + sliceTime;
   for (std::size_t written = 1;; ++written) {

@@ -1,0 +1,45 @@
+#pragma once
+// Pairs of numbers, found by their first: which objects lead through a link, which groups have a
+// member. In order; eight octets a pair and the tree's slack.
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include <absl/container/btree_set.h>
+
+namespace Kelbase {
+
+class Relation {
+ public:
+  using Pair = std::pair<std::uint32_t, std::uint32_t>;
+
+  /// Ends with any change of the relation.
+  class Range {
+   public:
+    using Iterator = absl::btree_set<Pair>::const_iterator;
+    Range(Iterator begin, Iterator end) : begin_(begin), end_(end) {}
+    Iterator begin() const { return begin_; }
+    Iterator end() const { return end_; }
+    bool empty() const { return begin_ == end_; }
+
+   private:
+    Iterator begin_;
+    Iterator end_;
+  };
+
+  /// A pair that is there already, or is not, changes nothing.
+  void insert(std::uint32_t first, std::uint32_t second) { pairs_.insert({first, second}); }
+  void erase(std::uint32_t first, std::uint32_t second) { pairs_.erase({first, second}); }
+
+  /// The pairs of `first`.
+  Range of(std::uint32_t first) const {
+    return {pairs_.lower_bound({first, 0}),
+            pairs_.upper_bound({first, std::numeric_limits<std::uint32_t>::max()})};
+  }
+
+ private:
+  absl::btree_set<Pair> pairs_;
+};
+
+}  // namespace Kelbase
