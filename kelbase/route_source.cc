@@ -6,6 +6,7 @@
 
 #include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
+#include <linux/if_addr.h>
 #include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
@@ -24,10 +25,16 @@ constexpr std::array routeGroups{unsigned{RTNLGRP_IPV4_ROUTE}};
 constexpr std::size_t writesALook = 64;
 
 /// Heeded by kernels from 4.20 on; others list every table.
-rtmsg dumpHeader() {
+rtmsg routeHeader() {
   rtmsg header{};
   header.rtm_family = AF_INET;
   header.rtm_table = RT_TABLE_MAIN;
+  return header;
+}
+
+ifaddrmsg addressHeader() {
+  ifaddrmsg header{};
+  header.ifa_family = AF_INET;
   return header;
 }
 
@@ -38,7 +45,8 @@ RouteSource::RouteSource(NexthopSource& nexthops)
   // Routes are listed without the RTNL lock. The first request is there to wait for that lock: what
   // the kernel is about to remove with a link, an address or a nexthop object is gone then.
   requests_.emplace_back(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{});
-  requests_.emplace_back(RTM_GETROUTE, NLM_F_DUMP, dumpHeader());
+  requests_.emplace_back(RTM_GETADDR, NLM_F_DUMP, addressHeader());
+  requests_.emplace_back(RTM_GETROUTE, NLM_F_DUMP, routeHeader());
   for (auto& request : requests_) request.unsupportedIsEmpty();
 }
 
@@ -52,11 +60,12 @@ bool RouteSource::takes(std::uint16_t messageType) const {
 void RouteSource::dumpBegin() {
   isDumping_ = true;
   book_.dumpBegin();
-  silent_.preferredSourcesDel();
+  silent_.dumpBegin();
 }
 
 void RouteSource::dumpEnd(bool whole) {
   isDumping_ = false;
+  silent_.dumpEnd(whole);
   if (whole) book_.sweep([this](Dovel::Prefix const& prefix) { mark(prefix); });
 }
 
@@ -86,7 +95,7 @@ void RouteSource::receiveRoute(NetlinkMessage const& message) {
   } else if (message_.type == RTN_UNICAST) {
     route.hops = sets_.inlineSet(message_.hops);
   }
-  if (message_.preferredSource) silent_.preferredSourceIs(*message_.preferredSource);
+  silent_.routeIs(message_);
   if (book_.add(message_.prefix, route, placeOf(message))) mark(message_.prefix);
 }
 

@@ -84,14 +84,14 @@ inline NetlinkBuilder addressMessage(int type, int family, unsigned index, unsig
 
 /// Of table main; the destination of a default route is left out, as by the kernel.
 inline NetlinkBuilder routeMessage(int type, char const* prefix, int routeType = RTN_UNICAST,
-                                   int tos = 0) {
+                                   int tos = 0, int protocol = RTPROT_BOOT) {
   Dovel::Prefix const parsed{std::string_view(prefix)};
   rtmsg header{};
   header.rtm_family = AF_INET;
   header.rtm_dst_len = static_cast<unsigned char>(parsed.length());
   header.rtm_tos = static_cast<unsigned char>(tos);
   header.rtm_table = RT_TABLE_MAIN;
-  header.rtm_protocol = RTPROT_BOOT;
+  header.rtm_protocol = static_cast<unsigned char>(protocol);
   header.rtm_type = static_cast<unsigned char>(routeType);
   NetlinkBuilder builder(type, header);
   if (parsed.length() > 0) builder.value(RTA_DST, parsed.address().octets());

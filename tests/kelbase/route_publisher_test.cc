@@ -2,6 +2,7 @@
 // it.
 
 #include <optional>
+#include <regex>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -159,6 +160,33 @@ TEST_F(RoutePublisherTest, WhatTheKernelTakesAwayInSilence) {
               AllOf(Contains(StartsWith("10.1.")), Not(Contains(StartsWith("10.4.")))));
   start();
   EXPECT_THAT(after("address del 10.0.0.1/24 dev a\n"), Not(Contains(StartsWith("10.1."))));
+}
+
+TEST_F(RoutePublisherTest, OnlyTheLastAddressOfALinkTakesItsRoutesAlong) {
+  std::string const others =
+      "address add 10.0.2.1/24 dev a\naddress add 10.0.3.1/32 dev a\n"
+      "address add 10.0.4.1 peer 10.0.4.2/32 dev a\naddress add 10.0.0.5/24 dev a\n";
+  auto const gone = std::regex_replace(others, std::regex(" add "), " del ");
+  ipBatch(others + "route add 10.1.0.0/16 via 10.0.0.2\nroute add 10.2.0.0/16 via 10.0.1.2\n");
+  start();
+  auto const dumps = [this] { return publisher_->feed().dumpCounters().dumps; };
+  auto const before = dumps();
+  for (int promotes : {0, 1}) {
+    sysctl("ipv4/conf/a/promote_secondaries", promotes);
+    // The second time they have come while the publisher ran.
+    ipBatch("address add 10.0.2.2/24 dev a\n" + gone + "address flush dev a to 10.0.2.0/24\n" +
+            others);
+    settle();
+  }
+  ipBatch("address del 10.0.0.1/24 dev a\n");  // 10.0.0.5 takes its place
+  settle();
+  EXPECT_EQ(dumps(), before);
+  EXPECT_THAT(after(gone.substr(0, gone.rfind("address"))), Contains(StartsWith("10.1.")));
+  start();
+  sysctl("ipv4/conf/a/promote_secondaries", 0);
+  ipBatch("address add 10.0.0.6/24 dev a\n");
+  EXPECT_THAT(after("address del 10.0.0.5/24 dev a\n"),  // and 10.0.0.6 with it
+              ElementsAre(StartsWith("10.2.")));
 }
 
 TEST_F(RoutePublisherTest, ARenameRewritesTheFecs) {

@@ -1,8 +1,10 @@
 #include "kelbase/route_source.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/if.h>
+#include <linux/if_addr.h>
 
 #include "kelbase/link_source.h"
 #include "tests/kelbase/netlink_builder.h"
@@ -68,6 +70,17 @@ class RouteSourceTest : public testing::Test {
                           .raw(NHA_GROUP, entries.data(), entries.size() * sizeof(nexthop_grp))
                           .message());
   }
+  void blackhole(std::uint32_t id) {
+    nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, id).raw(NHA_BLACKHOLE, "", 0).message());
+  }
+  /// In a network of 24 bits.
+  void address(int type, char const* local, int flags = 0, unsigned index = 3) {
+    auto builder = addressMessage(type, AF_INET, index, 24);
+    for (auto const attribute : {IFA_ADDRESS, IFA_LOCAL}) {
+      builder.value(attribute, IpAddr(local).octets());
+    }
+    routes_.receive(builder.value(IFA_FLAGS, flags).message());
+  }
   void objectGone(std::uint32_t id) {
     auto const builder = nexthopMessage(RTM_DELNEXTHOP, id);
     nexthops_.receive(builder.message());
@@ -83,7 +96,7 @@ class RouteSourceTest : public testing::Test {
     do {
       nexthops_.writeRest(*writer_);
       routes_.writeRest(*writer_);
-    } while (routes_.hasMore());
+    } while (nexthops_.hasMore() || routes_.hasMore());
     nexthops_.writeUnused(*writer_);
     writer_->commit();
     return RouteText::routes(*writer_);
@@ -211,7 +224,7 @@ TEST_F(RouteSourceTest, AnObjectMayDiscardAndMayBeUnknown) {
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 unknown 0"));
   object(7, 7);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
-  nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, 7).raw(NHA_BLACKHOLE, "", 0).message());
+  blackhole(7);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 blackhole 0"));
   EXPECT_THAT(fecs(), IsEmpty());
   object(7, 7);
@@ -300,18 +313,78 @@ TEST_F(RouteSourceTest, AsksForAnotherDumpWhenRoutesMayHaveGoneInSilence) {
   wishes_.clear();
   link(3, "a", 0);
   EXPECT_EQ(wishes_, "");
-  auto const address = [this](unsigned index, char const* local) {
-    routes_.receive(addressMessage(RTM_DELADDR, AF_INET, index, 24)
-                        .value(IFA_LOCAL, IpAddr(local).octets())
-                        .message());
+}
+
+TEST_F(RouteSourceTest, AHintIsWhatALinkOrAnObjectIsUsedByNow) {
+  auto const hinted = [this] { return std::exchange(wishes_, "") != ""; };
+  auto const falls = [&](int index) {
+    link(index, fmt::format("l{}", index), 0);
+    bool const result = hinted();
+    link(index, fmt::format("l{}", index));
+    return result;
+  };
+  route("10.1.0.0/16", 2);
+  gone("10.1.0.0/16", 2);
+  object(7, 7, 5);
+  object(8, 8, 4);
+  group(100, {7, 8});
+  EXPECT_TRUE(falls(5));
+  object(7, 7, 6);
+  EXPECT_FALSE(falls(3) || falls(5));
+  EXPECT_TRUE(falls(6));
+  objectGone(7);
+  EXPECT_FALSE(hinted() || falls(6));
+  object(7, 7, 6);
+  overObject("10.2.0.0/16", 100);
+  objectGone(8);
+  EXPECT_TRUE(hinted());
+  group(100, {7});
+  objectGone(8);
+  EXPECT_FALSE(hinted());
+  blackhole(7);
+  EXPECT_FALSE(falls(6));
+}
+
+TEST_F(RouteSourceTest, AHintIsTheLastAddressOfALinkAndThePreferredOnes) {
+  auto const goes = [this](char const* local, int flags = 0, unsigned index = 3) {
+    address(RTM_DELADDR, local, flags, index);
     return std::exchange(wishes_, "") != "";
   };
-  EXPECT_TRUE(address(3, "10.0.0.1"));
-  EXPECT_FALSE(address(4, "10.0.1.1"));
+  auto const connected = [this](char const* prefix, char const* source, int metric = 0) {
+    routes_.receive(routeMessage(RTM_NEWROUTE, prefix, RTN_UNICAST, 0, RTPROT_KERNEL)
+                        .value(RTA_PRIORITY, metric)
+                        .value(RTA_PREFSRC, IpAddr(source).octets())
+                        .value(RTA_OIF, 3)
+                        .message());
+  };
+  auto const dump = [&](bool whole = true) {
+    routes_.dumpBegin();
+    for (auto const* local : {"10.0.0.1", "10.0.0.2", "10.0.1.1"}) address(RTM_NEWADDR, local);
+    route("10.1.0.0/16", 2);
+    connected("10.0.0.0/24", "10.0.0.1");
+    connected("10.0.1.0/24", "10.0.1.1");
+    routes_.dumpEnd(whole);
+  };
+  dump();
+  address(RTM_NEWADDR, "10.0.1.1");  // again
+  EXPECT_FALSE(goes("10.0.2.1") || goes("10.0.0.2", IFA_F_SECONDARY) || goes("10.0.0.1"));
+  EXPECT_FALSE(goes("10.0.2.1", 0, 4)) << "no route through that link";
+  EXPECT_TRUE(goes("10.0.1.1")) << "the last one";
+  EXPECT_TRUE(goes("10.0.9.9")) << "none is known";
+  dump();
+  EXPECT_TRUE(goes("10.0.1.1", IFA_F_NOPREFIXROUTE)) << "its connected route goes in silence";
+  dump();
+  EXPECT_TRUE(goes("10.0.1.1", 0, 4)) << "preferred on another link";
+  dump();
+  connected("10.0.1.0/24", "10.0.1.1", 100);
+  EXPECT_TRUE(goes("10.0.1.1")) << "the second of two goes in silence";
+  dump(false);
+  EXPECT_TRUE(goes("10.0.1.1")) << "others may have been left out";
+  dump();
   routes_.receive(message(RTM_NEWROUTE, "10.2.0.0/16", 2)
-                      .value(RTA_PREFSRC, IpAddr("10.0.1.1").octets())
+                      .value(RTA_PREFSRC, IpAddr("10.0.5.1").octets())
                       .message());
-  EXPECT_TRUE(address(4, "10.0.1.1"));
+  EXPECT_TRUE(goes("10.0.5.1", 0, 4));
 }
 
 }  // namespace
