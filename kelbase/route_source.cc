@@ -1,8 +1,6 @@
 #include "kelbase/route_source.h"
 
-#include <algorithm>
 #include <array>
-#include <functional>
 
 #include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
@@ -107,7 +105,7 @@ RouteBook::Place RouteSource::placeOf(NetlinkMessage const& message) const {
 }
 
 void RouteSource::mark(Dovel::Prefix const& prefix) {
-  if (isCompared_) changed_.push_back(prefix);
+  if (isCompared_) changed_.insert(changed_.end(), prefix);  // a sweep's come in order
 }
 
 Pondo::Fib::Route RouteSource::recordOf(KernelRoute const& route) const {
@@ -157,24 +155,18 @@ void RouteSource::markTurned() {
   }
 }
 
-void RouteSource::refillQueue() {
-  queue_ = std::move(changed_);
-  changed_ = {};
-  std::sort(queue_.begin(), queue_.end(), std::greater());
-  queue_.erase(std::unique(queue_.begin(), queue_.end()), queue_.end());
-}
-
 void RouteSource::writeRest(Pondo::Writer& writer) {
   if (sets_.hasMore()) return;
   markTurned();
   double const end = Mav::now() + sliceTime;
-  for (std::size_t written = 1;; ++written) {
-    if (queue_.empty()) refillQueue();
-    if (queue_.empty()) return;
-    writeOne(writer, queue_.back());
-    queue_.pop_back();
-    if (written % writesALook == 0 && Mav::now() > end) return;
+  auto next = changed_.lower_bound(next_);
+  for (std::size_t written = 1; !changed_.empty(); ++written) {
+    if (next == changed_.end()) next = changed_.begin();
+    writeOne(writer, *next);
+    next = changed_.erase(next);
+    if (written % writesALook == 0 && Mav::now() > end) break;
   }
+  next_ = next == changed_.end() ? Dovel::Prefix() : *next;
 }
 
 void RouteSource::writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const {
@@ -185,35 +177,35 @@ void RouteSource::writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) c
   }
 }
 
-/// Compares in one sweep of both sides, and queues the difference: writing is what takes time.
+/// Compares in one sweep of both sides, and leaves the difference to be written: that is what takes
+/// time.
 Pondo::Writer::SyncCounts RouteSource::writeAll(Pondo::Writer& writer) {
   isCompared_ = true;
-  changed_ = {};
-  queue_ = {};
+  changed_.clear();
+  next_ = {};
   sets_.takeTurned();
   Pondo::Writer::SyncCounts counts;
   RouteBook::Walk own(book_);
-  auto const queueOwn = [&](std::size_t& count) {
-    queue_.push_back(own.prefix());
+  auto const markOwn = [&](std::size_t& count) {
+    mark(own.prefix());
     own.next();
     ++count;
   };
   writer.scanBytes(Pondo::TableId::route, [&](std::string_view key, std::string_view value) {
     auto const prefix = Pondo::decodeKey<Pondo::RouteTable>(key);
     if (!prefix) return;
-    while (!own.ended() && own.prefix() < *prefix) queueOwn(counts.added);
+    while (!own.ended() && own.prefix() < *prefix) markOwn(counts.added);
     if (own.ended() || own.prefix() != *prefix) {
-      queue_.push_back(*prefix);
+      mark(*prefix);
       ++counts.removed;
     } else if (Pondo::decodeRecord<Pondo::RouteTable>(value) != recordOf(own.route())) {
-      queueOwn(counts.changed);
+      markOwn(counts.changed);
     } else {
       own.next();
       ++counts.unchanged;
     }
   });
-  while (!own.ended()) queueOwn(counts.added);
-  std::reverse(queue_.begin(), queue_.end());
+  while (!own.ended()) markOwn(counts.added);
   return counts;
 }
 

@@ -2,9 +2,11 @@
 // IPv4 routes of table main: RTM_NEWROUTE and RTM_DELROUTE (rtnetlink(7)) to Pondo::RouteTable.
 //
 // Written in slices: a million at once would keep the notifications waiting until they overran
-// their socket. Changed prefixes queue up; each write takes some of them, in order of prefixes, for
-// at most sliceTime. What the kernel removes in silence (silent_removals.h) is found by another
-// dump.
+// their socket. Changed prefixes wait in their order; each write takes some of them, for at most
+// sliceTime, and the next goes on behind them. What the kernel removes in silence
+// (silent_removals.h) is found by another dump.
+
+#include <absl/container/btree_set.h>
 
 #include "kelbase/nexthop_source.h"
 #include "kelbase/route_book.h"
@@ -30,7 +32,7 @@ class RouteSource : public TableSource {
   void receive(NetlinkMessage const& message) override;
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
-  bool hasMore() const override { return !queue_.empty() || !changed_.empty(); }
+  bool hasMore() const override { return !changed_.empty(); }
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
   std::string summary() const override;
 
@@ -38,14 +40,11 @@ class RouteSource : public TableSource {
   std::optional<Pondo::Fib::Route> find(Dovel::Prefix const& prefix) const;
 
  private:
-  using Prefixes = std::vector<Dovel::Prefix>;
-
   void receiveRoute(NetlinkMessage const& message);
   RouteBook::Place placeOf(NetlinkMessage const& message) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Dovel::Prefix const& prefix);
   void markTurned();
-  void refillQueue();
   void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
 
   NexthopSource& nexthops_;
@@ -57,8 +56,8 @@ class RouteSource : public TableSource {
   bool isDumping_ = false;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
-  Prefixes changed_;  // since the queue was filled
-  Prefixes queue_;    // to be written, backwards, the last first
+  absl::btree_set<Dovel::Prefix> changed_;  // to be written
+  Dovel::Prefix next_;                      // of those, where the next write starts
 };
 
 }  // namespace Kelbase
