@@ -83,9 +83,9 @@ inline NetlinkBuilder addressMessage(int type, int family, unsigned index, unsig
 }
 
 /// Of table main; the destination of a default route is left out, as by the kernel.
-inline NetlinkBuilder routeMessage(int type, char const* prefix, int routeType = RTN_UNICAST,
+inline NetlinkBuilder routeMessage(int type, std::string_view prefix, int routeType = RTN_UNICAST,
                                    int tos = 0, int protocol = RTPROT_BOOT) {
-  Dovel::Prefix const parsed{std::string_view(prefix)};
+  Dovel::Prefix const parsed(prefix);
   rtmsg header{};
   header.rtm_family = AF_INET;
   header.rtm_dst_len = static_cast<unsigned char>(parsed.length());

@@ -15,7 +15,9 @@ namespace Kelbase {
 namespace {
 
 using Dovel::IpAddr;
+using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 
 /// Messages in, table rows out: route("10.1.0.0/16", 2) has next hop 10.0.0.2 on link 3, "a".
@@ -245,6 +247,25 @@ TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.2@north", "10.2.0.0/16 static 0 0.0.0.0@c",
                           "10.3.0.0/16 static 0 10.0.0.9@c"));
+}
+
+TEST_F(RouteSourceTest, RoutesWaitForTheFecsOfManySets) {
+  for (std::uint32_t i = 0; i < 10'000; ++i) {
+    routes_.receive(routeMessage(RTM_NEWROUTE, fmt::format("11.{}.{}.0/24", i / 256, i % 256))
+                        .value(RTA_GATEWAY, IpAddr(0x0a00'0000 + i).octets())
+                        .value(RTA_OIF, 3)
+                        .message());
+  }
+  written();
+  link(3, "north");
+  route("10.1.0.0/16", 2);
+  nexthops_.writeRest(*writer_);
+  routes_.writeRest(*writer_);
+  ASSERT_TRUE(nexthops_.hasMore()) << "one slice took them all";
+  EXPECT_EQ(RouteText::routes(*writer_).size(), 10'000U);
+  auto const rows = written();
+  EXPECT_EQ(rows.size(), 10'001U);
+  EXPECT_THAT(rows, Each(EndsWith("@north")));
 }
 
 TEST_F(RouteSourceTest, ASetHasAtMost128NextHops) {
