@@ -1,6 +1,7 @@
 #include "kelbase/netlink_feed.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <fmt/format.h>
 #include <sys/epoll.h>
@@ -110,11 +111,17 @@ void NetlinkFeed::hold(Bytes datagram) {
 void NetlinkFeed::dropHeld() {
   held_.clear();
   heldBytes_ = 0;
-  replayLeft_ = 0;
+  replayLeftIs(0);
+}
+
+void NetlinkFeed::replayLeftIs(std::size_t left) {
+  bool const wasOn = std::exchange(replayLeft_, left) > 0;
+  if (wasOn == (left > 0)) return;
+  for (auto* source : sources_) source->replayIs(left > 0);
 }
 
 void NetlinkFeed::onDumpsIdle() {
-  replayLeft_ = held_.size();
+  replayLeftIs(held_.size());
   if (!held_.empty()) replay_.timeMinIs(Mav::asap);
   if (settled()) onSettled_();
 }
@@ -131,8 +138,8 @@ bool NetlinkFeed::replayOne() {
   auto const datagram = std::move(held_.front());
   held_.pop_front();
   heldBytes_ -= datagram.size();
-  if (replayLeft_ > 0) --replayLeft_;
   apply(datagram);
+  if (replayLeft_ > 0) replayLeftIs(replayLeft_ - 1);
   return true;
 }
 

@@ -70,6 +70,7 @@ class NetlinkFeed {
   void dropHeld();
   void onDumpsIdle();
   void replay();
+  void replayLeftIs(std::size_t left);
   bool replayOne();
   void apply(Bytes datagram);
   void give(TableSource& source, NetlinkMessage const& message);

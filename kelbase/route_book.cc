@@ -82,16 +82,16 @@ bool RouteBook::addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRout
     if (place == Place::listed) return beginAnew(prefix, slot, route);
     slot.dump = dump_;
   }
-  if (slot.type == severalType) return addToSeveral(several_.at(prefix), route, place);
-  if (areSame(slot, route) || (place == Place::replaced && areRivals(slot, route))) {
+  if (slot.type == severalType) return addToSeveral(prefix, slot, route, place);
+  bool const ousts = place == Place::replaced || place == Place::only;
+  if (areSame(slot, route) || (ousts && areRivals(slot, route))) {
     bool const changed = !looksSame(slot, route);
     assign(slot, route);
     return changed;
   }
-  auto& list = several_[prefix];
-  list.assign(1, slot);
+  several_[prefix].assign(1, slot);
   slot = {.type = severalType, .dump = dump_};
-  return addToSeveral(list, route, place);
+  return addToSeveral(prefix, slot, route, place);
 }
 
 /// The first that a dump lists of its prefix: what it does not list again is gone.
@@ -104,22 +104,40 @@ bool RouteBook::beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot,
   return changed;
 }
 
-bool RouteBook::addToSeveral(List& list, KernelRoute const& route, Place place) {
+bool RouteBook::addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot,
+                             KernelRoute const& route, Place place) {
+  auto& list = several_.at(prefix);
+  if (place == Place::only) eraseRivals(list, route);
+  putInto(list, route, place);
+  if (list.size() == 1) slotIsOnly(prefix, slot);
+  return true;
+}
+
+void RouteBook::putInto(List& list, KernelRoute const& route, Place place) {
   auto const same = std::find_if(list.begin(), list.end(),
                                  [&](KernelRoute const& other) { return areSame(other, route); });
-  if (same != list.end()) {
-    assign(*same, route);
-    return true;
-  }
+  if (same != list.end()) return assign(*same, route);
   auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
   auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
-  if (place == Place::replaced && begin != end) {
-    assign(*begin, route);
-    return true;
-  }
+  if (place == Place::replaced && begin != end) return assign(*begin, route);
   sets_.ref(route.hops);
   list.insert(place == Place::first ? begin : end, route);
-  return true;
+}
+
+void RouteBook::eraseRivals(List& list, KernelRoute const& route) {
+  std::erase_if(list, [&](KernelRoute const& other) {
+    bool const goes = areRivals(other, route) && !areSame(other, route);
+    if (goes) sets_.unref(other.hops);
+    return goes;
+  });
+}
+
+/// The prefix has one route left, which needs no list.
+void RouteBook::slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot) {
+  auto const dump = slot.dump;
+  slot = several_.at(prefix).front();
+  slot.dump = dump;
+  several_.erase(prefix);
 }
 
 bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
@@ -139,12 +157,16 @@ bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
   if (same == list.end()) return false;
   sets_.unref(same->hops);
   list.erase(same);
-  if (list.size() > 1) return true;
-  auto const dump = slot.dump;
-  slot = list.front();
-  slot.dump = dump;
-  several_.erase(prefix);
+  if (list.size() == 1) slotIsOnly(prefix, slot);
   return true;
+}
+
+bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+  auto const found = several_.find(prefix);
+  if (found == several_.end()) return false;
+  return std::any_of(found->second.begin(), found->second.end(), [&](KernelRoute const& other) {
+    return areRivals(other, route) && !areSame(other, route);
+  });
 }
 
 void RouteBook::drop(Dovel::Prefix const& prefix, KernelRoute const& slot) {

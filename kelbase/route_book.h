@@ -46,6 +46,7 @@ class RouteBook {
     replaced,  // instead of the first
     appended,  // last
     first,
+    only,      // there is no other
   };
 
   /// `sets`, whose references it holds, must outlive it.
@@ -78,6 +79,9 @@ class RouteBook {
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
   void sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
 
+  /// Whether the prefix has others of the route's tos and metric.
+  bool hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+
   std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const;
   /// Prefixes.
   std::size_t size() const { return routes_.size(); }
@@ -91,7 +95,11 @@ class RouteBook {
   void assign(KernelRoute& slot, KernelRoute const& route);
   bool addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, Place place);
   bool beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route);
-  bool addToSeveral(List& list, KernelRoute const& route, Place place);
+  bool addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                    Place place);
+  void putInto(List& list, KernelRoute const& route, Place place);
+  void eraseRivals(List& list, KernelRoute const& route);
+  void slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot);
   void drop(Dovel::Prefix const& prefix, KernelRoute const& slot);
   void eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
   void keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone);

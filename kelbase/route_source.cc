@@ -84,6 +84,7 @@ void RouteSource::receiveRoute(NetlinkMessage const& message) {
                     .tos = message_.tos,
                     .protocol = message_.protocol,
                     .type = message_.type};
+  if (isReplay_) doubt(route, message);
   if (message.type() == RTM_DELROUTE) {
     if (book_.remove(message_.prefix, route)) mark(message_.prefix);
     return;
@@ -97,10 +98,22 @@ void RouteSource::receiveRoute(NetlinkMessage const& message) {
   if (book_.add(message_.prefix, route, placeOf(message))) mark(message_.prefix);
 }
 
+/// Replayed over a dump that may be newer, all ends right as long as a prefix has but one route of
+/// a tos and metric: each message then says all of it. Among appended ones a replacement, say, hits
+/// the wrong one when its own had gone before the dump.
+void RouteSource::doubt(KernelRoute const& route, NetlinkMessage const& message) const {
+  auto const place = placeOf(message);
+  bool const joins = message.type() == RTM_NEWROUTE &&
+                     (place == RouteBook::Place::appended || place == RouteBook::Place::first);
+  if (joins || book_.hasRivals(message_.prefix, route)) wantDump(doubtDelay);
+}
+
 RouteBook::Place RouteSource::placeOf(NetlinkMessage const& message) const {
   if (isDumping_) return RouteBook::Place::listed;
   if ((message.flags() & NLM_F_REPLACE) != 0) return RouteBook::Place::replaced;
   if ((message.flags() & NLM_F_APPEND) != 0) return RouteBook::Place::appended;
+  // What the kernel notifies, not what it was asked (net/ipv4/fib_trie.c, fib_table_insert).
+  if ((message.flags() & NLM_F_EXCL) != 0) return RouteBook::Place::only;
   return RouteBook::Place::first;
 }
 

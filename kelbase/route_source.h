@@ -19,6 +19,8 @@ class RouteSource : public TableSource {
   static constexpr double sliceTime = 0.004;  // seconds
   /// From a hint at silent removals to the dump: more of them are likely to follow at once.
   static constexpr double hintDelay = 0.05;  // seconds
+  /// From a replay that may have gone wrong to the dump that makes it good.
+  static constexpr double doubtDelay = 1.0;  // seconds
 
   /// `nexthops` must outlive it, and be written before it.
   explicit RouteSource(NexthopSource& nexthops);
@@ -30,6 +32,7 @@ class RouteSource : public TableSource {
   void dumpBegin() override;
   void dumpEnd(bool whole) override;
   void receive(NetlinkMessage const& message) override;
+  void replayIs(bool on) override { isReplay_ = on; }
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override { return !changed_.empty(); }
@@ -41,6 +44,7 @@ class RouteSource : public TableSource {
 
  private:
   void receiveRoute(NetlinkMessage const& message);
+  void doubt(KernelRoute const& route, NetlinkMessage const& message) const;
   RouteBook::Place placeOf(NetlinkMessage const& message) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Dovel::Prefix const& prefix);
@@ -54,6 +58,7 @@ class RouteSource : public TableSource {
   std::vector<NetlinkRequest> requests_;
   RouteMessage message_;  // its memory is used again
   bool isDumping_ = false;
+  bool isReplay_ = false;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
   absl::btree_set<Dovel::Prefix> changed_;  // to be written

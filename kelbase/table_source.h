@@ -10,7 +10,8 @@
 //   receive*                           notifications of groups(), in order
 //
 // never mixed: notifications that come during any source's dump are held back until it has ended,
-// so what they say is newer. Replayed ones may repeat what a dump told already.
+// and then replayed. They start with what is older than the dump, or repeats it, and end with what
+// is newer: what a replay leaves behind must not depend on where in it the dump was taken.
 //
 // No method blocks. All on the publisher's thread.
 
@@ -49,6 +50,8 @@ class TableSource {
   virtual void dumpEnd(bool whole) = 0;
   /// BadMessage when a message is not as declared; nothing has changed then.
   virtual void receive(NetlinkMessage const& message) = 0;
+  /// From here on receive() is (or is no more) given what was held back.
+  virtual void replayIs(bool /*on*/) {}
 
   /// Writes what changed since the last write, in two steps. Publisher takes the first step of all
   /// sources before the second of any, so that readers hear of what goes before what comes. The

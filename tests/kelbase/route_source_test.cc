@@ -1,5 +1,7 @@
 #include "kelbase/route_source.h"
 
+#include <random>
+
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +17,7 @@ namespace Kelbase {
 namespace {
 
 using Dovel::IpAddr;
+using Lines = std::vector<std::string>;
 using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -200,6 +203,44 @@ TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
   EXPECT_EQ(routes_.summary(), "2 routes, 2 next-hop sets");
+}
+
+/// A route added, replaced and deleted at random, and dumped anywhere in between: whatever of it is
+/// replayed then, the end is the kernel's.
+TEST_F(RouteSourceTest, ADumpMayBeNewerThanWhatIsReplayed) {
+  constexpr int changes = 8;
+  written();
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    std::minstd_rand random(seed);
+    std::array<int, changes + 1> hops{};  // after each change; 0: no route
+    for (int i = 1; i <= changes; ++i) hops[i] = static_cast<int>(random() % 4);
+    auto const dumped = random() % (changes + 1);
+    auto const known = random() % (dumped + 1);
+    routes_.dumpBegin();
+    if (hops[dumped] != 0) route("10.1.0.0/16", hops[dumped]);
+    routes_.dumpEnd(true);
+    routes_.replayIs(true);
+    for (auto i = known + 1; i <= changes; ++i) {
+      if (hops[i] == hops[i - 1]) continue;
+      int const flags = hops[i - 1] == 0 ? NLM_F_CREATE | NLM_F_EXCL : NLM_F_REPLACE;
+      hops[i] == 0 ? gone("10.1.0.0/16", hops[i - 1]) : route("10.1.0.0/16", hops[i], 0, flags);
+    }
+    routes_.replayIs(false);
+    auto const last = "10.1.0.0/16 static 0 10.0.0." + std::to_string(hops[changes]) + "@a";
+    EXPECT_EQ(written(), hops[changes] == 0 ? Lines{} : Lines{last}) << "seed " << seed;
+  }
+  EXPECT_EQ(wishes_, "");
+}
+
+TEST_F(RouteSourceTest, WhatIsReplayedAmongRivalsIsDumpedAgain) {
+  route("10.1.0.0/16", 2, 0, NLM_F_CREATE | NLM_F_EXCL);
+  route("10.1.0.0/16", 3, 0, NLM_F_CREATE | NLM_F_APPEND);
+  route("10.1.0.0/16", 2, 20, NLM_F_CREATE | NLM_F_EXCL);
+  routes_.replayIs(true);
+  gone("10.1.0.0/16", 2, 20);
+  EXPECT_EQ(wishes_, "");
+  route("10.1.0.0/16", 4, 0, NLM_F_REPLACE);
+  EXPECT_EQ(wishes_, "IPv4 routes ");
 }
 
 TEST_F(RouteSourceTest, NexthopObjectsAreTheFecsOfTheirRoutes) {
