@@ -74,7 +74,7 @@ bool NetlinkFeed::receiveOne() {
       break;
   }
   if (lost_) return true;  // older than the dump to come: the faster read empty, the better
-  if (dumper_.busy() || !held_.empty()) {
+  if (isHolding_ || dumper_.busy() || !held_.empty()) {
     hold(received.datagram);
   } else {
     apply(received.datagram);
@@ -120,7 +120,19 @@ void NetlinkFeed::replayLeftIs(std::size_t left) {
   for (auto* source : sources_) source->replayIs(left > 0);
 }
 
+/// What came before the dump's end, and was not read since. As much as fits a large buffer: more
+/// may be coming as fast as it is read.
+void NetlinkFeed::holdUnread() {
+  constexpr std::size_t datagramsMax = 65536;
+  isHolding_ = true;
+  for (std::size_t i = 0; i < datagramsMax && receiveOne(); ++i) {
+  }
+  isHolding_ = false;
+}
+
 void NetlinkFeed::onDumpsIdle() {
+  holdUnread();
+  if (dumper_.busy()) return;  // a loss came to light
   replayLeftIs(held_.size());
   if (!held_.empty()) replay_.timeMinIs(Mav::asap);
   if (settled()) onSettled_();

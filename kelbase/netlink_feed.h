@@ -2,9 +2,9 @@
 // Keeps the sources in step with the kernel: subscribes, then dumps, then follows notifications.
 //
 // The order is what makes it exact. Subscribed first, every change after the dump's start is
-// announced. Notifications that come during a dump are held back (in memory, up to backlogMax
-// bytes: the socket's own buffer is small for an unprivileged process) and replayed in order after
-// it: what they say is newer than the dump, or at worst repeats it.
+// announced. Notifications that come until a dump has ended are held back (in memory, up to
+// backlogMax bytes: the socket's own buffer is small for an unprivileged process) and replayed in
+// order after it. The first of them may be older than the dump, or repeat it; the last are newer.
 //
 // When notifications were lost, the socket is first read empty (see netlink_socket.h), what was
 // held back is dropped (it is older than the loss, and replaying it over a newer dump would be
@@ -67,6 +67,7 @@ class NetlinkFeed {
   void onLoss(char const* what);
   void onReadEmpty();
   void hold(Bytes datagram);
+  void holdUnread();
   void dropHeld();
   void onDumpsIdle();
   void replay();
@@ -87,7 +88,8 @@ class NetlinkFeed {
   std::deque<std::vector<std::byte>> held_;
   std::size_t heldBytes_ = 0;
   std::size_t replayLeft_ = 0;  // held when the last dump ended, and not yet replayed
-  bool lost_ = false;           // a loss was noticed, and the socket not yet read empty
+  bool isHolding_ = false;
+  bool lost_ = false;  // a loss was noticed, and the socket not yet read empty
   double lastLoss_ = -Mav::never;
   double overrunDelay_ = 0.0;
   Counters counters_;

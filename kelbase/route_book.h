@@ -46,7 +46,7 @@ class RouteBook {
     replaced,  // instead of the first
     appended,  // last
     first,
-    only,      // there is no other
+    only,  // there is no other
   };
 
   /// `sets`, whose references it holds, must outlive it.

@@ -4,6 +4,8 @@ Every scenario runs three times: before the daemons start; step by step after it
 within two seconds; and while the publisher, then the agent, is away.
 """
 
+import threading
+
 import pytest
 
 from ovo.daemons import SANITIZED, eventually
@@ -246,6 +248,25 @@ def test_the_publishers_end_and_restart_in_the_middle(router):
     assert churn.wrong() == []
     assert churn.walks() >= 2
     assert set(rows) <= set(router.routes_agree(agent, WITHIN))
+
+
+def test_a_publisher_that_starts_amid_changes(router):
+    """Every prefix has its story once: what the dump and the notifications make of it stays."""
+    router.batch(*LINKS)
+    prefixes = [f"32.{n >> 8}.{n & 255}.0/24" for n in range(8000)]
+    story = ("add {} via 10.1.0.2", "replace {} via 10.2.0.3", f"replace {{}} {hops(2)}",
+             "del {}", "add {} via 10.1.0.2", "replace {} via 10.2.0.3")
+    stories = [f"route {line.format(prefix)}" for prefix in prefixes for line in story]
+    publisher, agent = router.publish(), router.agent()
+    for _ in range(3):
+        kernel = threading.Thread(target=router.batch, args=stories)
+        kernel.start()
+        while kernel.is_alive():
+            publisher.kill()
+            publisher = router.publish()
+        kernel.join()
+        assert len(router.routes_agree(agent, WITHIN, columns=(4, 5))) == 2 + len(prefixes)
+        router.batch(*(f"route del {prefix}" for prefix in prefixes))
 
 
 def test_walks_while_routes_come_and_go(router):
