@@ -18,9 +18,10 @@
 // the heap, owned by net-snmp. Nothing persists between requests. The entity outlives the
 // registration, which holds a plain pointer to it.
 //
-// A collection that is ordered by key is declared sorted to net-snmp, whose iterator then stops at
-// the first row that fits, and leaves a hint in the loop context of get-first: the table's part of
-// the request, or null (after a column has run out). The absent-row handler stands before it.
+// A collection that is ordered by key is declared sorted to net-snmp. Get-first then finds a hint
+// in its loop context: the table's part of the request, with the indexes of a row, or null. The
+// hint comes from the row server (platform/snmp/row_server.h), which stands before net-snmp's
+// iterator, or from the iterator itself.
 //
 // Everything here may throw: table_functions.h stands between it and net-snmp.
 
@@ -92,11 +93,10 @@ class TableFrame {
   static bool setIndex(Index const& index, unsigned char type, Key const& key,
                        netsnmp_variable_list* variable);
 
-  // For the absent-row handler.
+  // For the row server.
   static std::strong_ordering compare(Key const& key, Snmp::Instance instance);
-  static bool contains(void const* entity, Snmp::Instance instance);
-  static bool setHint(void const* entity, Snmp::Instance instance, bool inclusive,
-                      netsnmp_variable_list* indexes);
+  static bool find(void const* entity, Snmp::Instance instance, Snmp::SortedRows::Search search,
+                   netsnmp_variable_list* indexes);
 };
 
 #define FRAME_TRACE(level, suffix, stream)                 \
@@ -136,8 +136,7 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
   registered->callbacksAre(callbacks);
   registered->iterator().myvoid = entity.get();
   if constexpr (isSorted) {
-    registered->iterator().flags |= NETSNMP_ITERATOR_FLAG_SORTED;
-    registered->rows() = {entity.get(), contains, setHint};
+    registered->sortedRowsAre({entity.get(), find});
   }
   registerTable(table, handler, std::move(registered));
   MAV_TRACE_AS(snmpTraceHandle(), 8, initializer, "Initialized table " << Table::name << ' ');
@@ -308,20 +307,14 @@ std::strong_ordering TableFrame<Table>::compare(Key const& key, Snmp::Instance i
 }
 
 template <class Table>
-bool TableFrame<Table>::contains(void const* entity, Snmp::Instance instance) {
-  Place const place{instance};
-  auto const* const key = Table::rows(*static_cast<Entity const*>(entity)).firstAtOrAfter(place);
-  return key && place(*key) == 0;
-}
-
-template <class Table>
-bool TableFrame<Table>::setHint(void const* entity, Snmp::Instance instance, bool inclusive,
-                                netsnmp_variable_list* indexes) {
+bool TableFrame<Table>::find(void const* entity, Snmp::Instance instance,
+                             Snmp::SortedRows::Search search, netsnmp_variable_list* indexes) {
+  using Search = Snmp::SortedRows::Search;
   Place const place{instance};
   auto const& rows = Table::rows(*static_cast<Entity const*>(entity));
-  auto const* key = inclusive ? rows.firstAtOrAfter(place) : rows.firstAfter(place);
-  if (!key) key = rows.lastAtOrBefore(place);
-  if (!key) return false;
+  auto const* const key =
+      search == Search::after ? rows.firstAfter(place) : rows.firstAtOrAfter(place);
+  if (!key || (search == Search::at && place(*key) != 0)) return false;
   bool complete = true;
   forEachIndex([&](auto const& index) {
     using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;

@@ -172,11 +172,6 @@ class OrderedMap {
   Key const* firstAtOrAfter(Order const& order) const {
     return keyAt(tree_.lower_bound(Detail::Place<Order>{order}));
   }
-  template <class Order>
-  Key const* lastAtOrBefore(Order const& order) const {
-    auto const after = tree_.upper_bound(Detail::Place<Order>{order});
-    return after == tree_.begin() ? nullptr : keyAt(std::prev(after));
-  }
 
  private:
   Key const* keyAt(typename Tree::const_iterator position) const {

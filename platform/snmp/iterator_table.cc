@@ -32,4 +32,9 @@ void IteratorTable::callbacksAre(netsnmp_iterator_info const& callbacks) {
   iterator_.free_loop_context_at_end = callbacks.free_loop_context_at_end;
 }
 
+void IteratorTable::sortedRowsAre(SortedRows rows) {
+  iterator_.flags |= NETSNMP_ITERATOR_FLAG_SORTED;
+  server_.emplace(rows, iterator_, columnNumbers_);
+}
+
 }  // namespace Snmp

@@ -1,12 +1,14 @@
 #pragma once
 // What net-snmp keeps pointers to while a table is registered with its table iterator: index list,
-// columns, callbacks, and our row order. One block, which lives until the table is unregistered.
+// columns, callbacks, and our server of sorted rows. One block, which lives until the table is
+// unregistered.
 
+#include <optional>
 #include <span>
 #include <vector>
 
-#include "platform/snmp/absent_row_handler.h"
 #include "platform/snmp/net_snmp.h"
+#include "platform/snmp/row_server.h"
 
 namespace Snmp {
 
@@ -23,17 +25,19 @@ class IteratorTable {
 
   /// Takes over the callbacks, and nothing else.
   void callbacksAre(netsnmp_iterator_info const& callbacks);
-  /// For `myvoid` and flags.
+  /// For `myvoid`.
   netsnmp_iterator_info& iterator() { return iterator_; }
-  /// Of a table with NETSNMP_ITERATOR_FLAG_SORTED.
-  SortedRows& rows() { return rows_; }
+  /// The table is sorted, and these are its rows. Last: indexes and callbacks are there.
+  void sortedRowsAre(SortedRows rows);
+  /// Null of a table that is not sorted.
+  RowServer* server() { return server_ ? &*server_ : nullptr; }
 
  private:
   std::vector<unsigned> columnNumbers_;
   netsnmp_column_info columns_{};
   netsnmp_table_registration_info table_{};
   netsnmp_iterator_info iterator_{};
-  SortedRows rows_;
+  std::optional<RowServer> server_;
 };
 
 }  // namespace Snmp

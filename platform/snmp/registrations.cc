@@ -56,14 +56,12 @@ int registerScalar(netsnmp_handler_registration* registration) {
 int registerTable(netsnmp_handler_registration* registration,
                   std::unique_ptr<IteratorTable> table) {
   auto& iterator = table->iterator();
-  auto* const rows = &table->rows();
+  auto* const server = table->server();
   int const status = registerAndRemember(registration, std::move(table), [&] {
     return netsnmp_register_table_iterator(registration, &iterator);
   });
   if (status != MIB_REGISTERED_OK) return status;
-  if ((iterator.flags & NETSNMP_ITERATOR_FLAG_SORTED) != 0) {
-    inject(registration, createAbsentRowHandler(rows), TABLE_ITERATOR_NAME);
-  }
+  if (server) inject(registration, server->createHandler(), TABLE_HANDLER_NAME);
   inject(registration, netsnmp_get_serialize_handler(), nullptr);
   return status;
 }

@@ -174,11 +174,10 @@ TEST_F(IpTablesTest, NoRequestScans) {
   }
   for (auto const& before :
        {ip({ipAddrTable, 1, 2, 10, 1, 2, 3}), ip({ipAddrTable, 1, 2, 10, 1, 2, 3, 9}),
-        ip({ipAddrTable, 1, 2, 10, 1, 2, 4294967295}),
+        ip({ipAddrTable, 1, 2, 10, 1, 2, 4294967295}), ip({ipAddrTable, 1, 2, 200}),
         ip({ipAddressTable, 1, 3, 1, 4, 10, 1, 2, 4294967295})}) {
     EXPECT_EQ(steps([&] { next(before); }), 0U);
   }
-  EXPECT_EQ(steps([&] { next(ip({ipAddrTable, 1, 2, 200})); }), 1U);  // to the end of the column
   EXPECT_EQ(steps([&] {
               session_.set(ip({ipAddressTable, 1, 3, 1, 4, 9, 9, 9, 9}), ASN_INTEGER);
             }),
