@@ -121,7 +121,10 @@ bool NetlinkDumper::receiveOne() {
 }
 
 void NetlinkDumper::onMessage(NetlinkMessage const& message) {
-  if ((message.flags() & NLM_F_DUMP_INTR) != 0) interrupted_ = true;
+  bool const isInterrupted = (message.flags() & NLM_F_DUMP_INTR) != 0;
+  if (isInterrupted && !current_->source->requests()[request_].isInterruptedWhole()) {
+    interrupted_ = true;
+  }
   switch (message.type()) {
     case NLMSG_NOOP:
       return;

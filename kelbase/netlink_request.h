@@ -49,12 +49,20 @@ class NetlinkRequest {
   }
   bool isUnsupportedEmpty() const { return unsupportedIsEmpty_; }
 
+  /// An answer that was interrupted (NLM_F_DUMP_INTR) will do, though objects may be left out.
+  NetlinkRequest& interruptedIsWhole() {
+    interruptedIsWhole_ = true;
+    return *this;
+  }
+  bool isInterruptedWhole() const { return interruptedIsWhole_; }
+
   nlmsghdr* message() { return reinterpret_cast<nlmsghdr*>(buffer_.data()); }
   nlmsghdr const* message() const { return reinterpret_cast<nlmsghdr const*>(buffer_.data()); }
 
  private:
   alignas(nlmsghdr) std::array<std::byte, sizeMax> buffer_{};
   bool unsupportedIsEmpty_ = false;
+  bool interruptedIsWhole_ = false;
 };
 
 }  // namespace Kelbase

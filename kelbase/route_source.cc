@@ -43,7 +43,7 @@ RouteSource::RouteSource(NexthopSource& nexthops)
   // Routes are listed without the RTNL lock. The first request is there to wait for that lock: what
   // the kernel is about to remove with a link, an address or a nexthop object is gone then.
   requests_.emplace_back(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{});
-  requests_.emplace_back(RTM_GETADDR, NLM_F_DUMP, addressHeader());
+  requests_.emplace_back(RTM_GETADDR, NLM_F_DUMP, addressHeader()).interruptedIsWhole();
   requests_.emplace_back(RTM_GETROUTE, NLM_F_DUMP, routeHeader());
   for (auto& request : requests_) request.unsupportedIsEmpty();
 }

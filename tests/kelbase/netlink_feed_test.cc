@@ -98,6 +98,25 @@ TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
   EXPECT_EQ(feed_->counters().overruns, 0U);
 }
 
+struct TolerantLinks : LinkSource {
+  NetlinkRequest request =
+      NetlinkRequest(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{}).interruptedIsWhole();
+  std::span<NetlinkRequest const> requests() const override { return {&request, 1}; }
+};
+
+TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
+  TolerantLinks links;
+  sources_ = {&links};
+  ipBatch(pairs(0, 60));
+  start();
+  ip("link del dev a7");
+  ipBatch(pairs(60, 61));
+  EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links.size() == 121; }));
+  EXPECT_EQ(feed_->dumpCounters().interrupted, 0U);
+  EXPECT_EQ(feed_->dumpCounters().dumps, 1U);
+  feed_.reset();
+}
+
 TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
   ipBatch(pairs(0, 20));
   start({.eventBuffer = 1});  // the kernel's minimum: two or three notifications
