@@ -76,7 +76,9 @@ class HopSets : private LinkNames::Observer {
   /// difference; what is superfluous is left to eraseUnused().
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer);
   void eraseUnused(Pondo::Writer& writer);
-  /// The sets whose way is another since the last call: their routes are to be written again.
+  /// The sets whose way is another since they were last taken: their routes are to be written
+  /// again.
+  bool hasTurned() const { return !turned_.empty(); }
   std::vector<Handle> takeTurned() { return std::exchange(turned_, {}); }
 
   /// Whether routes, or nexthop objects, lead through the link.

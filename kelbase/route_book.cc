@@ -225,7 +225,8 @@ std::optional<KernelRoute> RouteBook::served(Dovel::Prefix const& prefix) const 
   return servedOf(prefix, found->second);
 }
 
-RouteBook::Walk::Walk(RouteBook const& book) : book_(book), next_(book.routes_.begin()) {
+RouteBook::Walk::Walk(RouteBook const& book, Dovel::Prefix const& from)
+    : book_(book), next_(book.routes_.lower_bound(from)) {
   skipUnserved();
 }
 

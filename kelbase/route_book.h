@@ -55,7 +55,8 @@ class RouteBook {
   /// A walk over what is served, in order of prefixes. Ends with any change of the book.
   class Walk {
    public:
-    explicit Walk(RouteBook const& book);
+    /// From the first prefix that is not before `from`.
+    explicit Walk(RouteBook const& book, Dovel::Prefix const& from = {});
     bool ended() const { return !route_; }
     Dovel::Prefix const& prefix() const { return next_->first; }
     KernelRoute const& route() const { return *route_; }

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
 #include <linux/if_addr.h>
 #include <linux/nexthop.h>
@@ -159,19 +158,14 @@ std::optional<Pondo::Fib::Route> RouteSource::find(Dovel::Prefix const& prefix) 
   return recordOf(*route);
 }
 
-void RouteSource::markTurned() {
-  auto const turned = sets_.takeTurned();
-  if (turned.empty()) return;
-  absl::flat_hash_set<HopSets::Handle> const sets(turned.begin(), turned.end());
-  for (RouteBook::Walk own(book_); !own.ended(); own.next()) {
-    if (sets.contains(own.route().hops)) mark(own.prefix());
-  }
-}
-
 void RouteSource::writeRest(Pondo::Writer& writer) {
   if (sets_.hasMore()) return;
-  markTurned();
   double const end = Mav::now() + sliceTime;
+  writeChanged(writer, end);
+  if (changed_.empty()) writeTurned(writer, end);
+}
+
+void RouteSource::writeChanged(Pondo::Writer& writer, double end) {
   auto next = changed_.lower_bound(next_);
   for (std::size_t written = 1; !changed_.empty(); ++written) {
     if (next == changed_.end()) next = changed_.begin();
@@ -180,6 +174,25 @@ void RouteSource::writeRest(Pondo::Writer& writer) {
     if (written % writesALook == 0 && Mav::now() > end) break;
   }
   next_ = next == changed_.end() ? Dovel::Prefix() : *next;
+}
+
+void RouteSource::writeTurned(Pondo::Writer& writer, double end) {
+  if (turned_.empty()) {
+    auto const turned = sets_.takeTurned();
+    if (turned.empty()) return;
+    turned_.insert(turned.begin(), turned.end());
+    walked_ = {};
+  }
+  std::size_t walked = 1;
+  for (RouteBook::Walk own(book_, walked_); !own.ended(); own.next(), ++walked) {
+    if (walked % writesALook == 0 && Mav::now() > end) {
+      walked_ = own.prefix();
+      return;
+    }
+    if (!turned_.contains(own.route().hops)) continue;
+    writer.put<Pondo::RouteTable>(own.prefix(), recordOf(own.route()));
+  }
+  turned_.clear();
 }
 
 void RouteSource::writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const {
@@ -196,6 +209,7 @@ Pondo::Writer::SyncCounts RouteSource::writeAll(Pondo::Writer& writer) {
   isCompared_ = true;
   changed_.clear();
   next_ = {};
+  turned_.clear();
   sets_.takeTurned();
   Pondo::Writer::SyncCounts counts;
   RouteBook::Walk own(book_);

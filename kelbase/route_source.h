@@ -3,10 +3,12 @@
 //
 // Written in slices: a million at once would keep the notifications waiting until they overran
 // their socket. Changed prefixes wait in their order; each write takes some of them, for at most
-// sliceTime, and the next goes on behind them. What the kernel removes in silence
-// (silent_removals.h) is found by another dump.
+// sliceTime, and the next goes on behind them. Then the routes of sets whose way has turned are
+// looked for, in a walk over all. What the kernel removes in silence (silent_removals.h) is found
+// by another dump.
 
 #include <absl/container/btree_set.h>
+#include <absl/container/flat_hash_set.h>
 
 #include "kelbase/nexthop_source.h"
 #include "kelbase/route_book.h"
@@ -35,7 +37,9 @@ class RouteSource : public TableSource {
   void replayIs(bool on) override { isReplay_ = on; }
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
-  bool hasMore() const override { return !changed_.empty(); }
+  bool hasMore() const override {
+    return !changed_.empty() || !turned_.empty() || sets_.hasTurned();
+  }
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
   std::string summary() const override;
 
@@ -48,7 +52,8 @@ class RouteSource : public TableSource {
   RouteBook::Place placeOf(NetlinkMessage const& message) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Dovel::Prefix const& prefix);
-  void markTurned();
+  void writeChanged(Pondo::Writer& writer, double end);
+  void writeTurned(Pondo::Writer& writer, double end);
   void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
 
   NexthopSource& nexthops_;
@@ -63,6 +68,9 @@ class RouteSource : public TableSource {
 
   absl::btree_set<Dovel::Prefix> changed_;  // to be written
   Dovel::Prefix next_;                      // of those, where the next write starts
+  // The walk under way. Sets that turn meanwhile, again or for the first time, have the next.
+  absl::flat_hash_set<HopSets::Handle> turned_;
+  Dovel::Prefix walked_;  // as far as that
 };
 
 }  // namespace Kelbase
