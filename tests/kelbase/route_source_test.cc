@@ -1,5 +1,6 @@
 #include "kelbase/route_source.h"
 
+#include <map>
 #include <random>
 
 #include <fmt/format.h>
@@ -22,6 +23,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
+using testing::Pair;
 
 /// Messages in, table rows out: route("10.1.0.0/16", 2) has next hop 10.0.0.2 on link 3, "a".
 class RouteSourceTest : public testing::Test {
@@ -58,7 +60,7 @@ class RouteSourceTest : public testing::Test {
   void gone(char const* prefix, int hop, int metric = 0, int tos = 0) {
     routes_.receive(message(RTM_DELROUTE, prefix, hop, metric, tos).message());
   }
-  void overObject(char const* prefix, std::uint32_t id) {
+  void overObject(std::string_view prefix, std::uint32_t id) {
     routes_.receive(routeMessage(RTM_NEWROUTE, prefix).value(RTA_NH_ID, id).message());
   }
   void object(std::uint32_t id, int hop, int index = 3) {
@@ -272,6 +274,34 @@ TEST_F(RouteSourceTest, AnObjectMayDiscardAndMayBeUnknown) {
   EXPECT_THAT(fecs(), IsEmpty());
   object(7, 7);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
+}
+
+TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
+  constexpr int many = 30'000;
+  auto const prefix = [](int i) { return fmt::format("11.{}.{}.0/24", i / 256, i % 256); };
+  auto const writeOnce = [this] {
+    nexthops_.writeRest(*writer_);
+    routes_.writeRest(*writer_);
+  };
+  auto const types = [this] {
+    std::map<std::string, int> result;
+    for (auto const& row : written()) ++result[row.substr(row.find(' '))];
+    return result;
+  };
+  object(7, 7);
+  object(8, 8);
+  for (int i = 0; i < many; ++i) overObject(prefix(i), i % 3 == 0 ? 8 : 7);
+  written();
+  blackhole(7);
+  writeOnce();
+  ASSERT_TRUE(routes_.hasMore()) << "one slice took them all";
+  blackhole(8);
+  routes_.receive(routeMessage(RTM_DELROUTE, prefix(many - 1)).value(RTA_NH_ID, 7).message());
+  overObject("10.1.0.0/16", 7);
+  writeOnce();
+  object(7, 9);  // again, in the middle of its walk
+  EXPECT_THAT(types(), ElementsAre(Pair(" blackhole 0", many / 3),
+                                   Pair(" static 0 10.0.0.9@a", many - many / 3)));
 }
 
 TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
