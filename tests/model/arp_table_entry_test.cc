@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/strep_checks.h"
 
@@ -15,23 +14,7 @@ using Arp::ArpEntryStatus;
 using Dovel::EthAddr;
 using Dovel::IpAddr;
 
-IpAddr const router("10.0.0.1");
-EthAddr const mac("02:00:5e:10:00:01");
-
-TEST(ArpTableEntry, readsItsNeighbourWhereItLives) {
-  auto const eth0 = Mav::makeObject<Arp::ArpIntfStatus>("eth0");
-  ArpTableEntry const row({7, router}, eth0);
-  EXPECT_EQ(row.physAddress(), EthAddr());
-  eth0->arpEntryIs(ArpEntryStatus(router, mac, false));
-  EXPECT_EQ(row.physAddress(), mac);
-  eth0->arpEntryDel(router);
-  EXPECT_EQ(row.arpEntry(), ArpEntryStatus());
-
-  ArpTableEntry const lost({7, router}, nullptr);
-  EXPECT_EQ(rangeError([&] { return lost.arpEntry(); }), "null ValidPtr");
-}
-
-TEST(ArpIntfStatus, aNeighbourIsToldWhenItDiffers) {
+TEST(ArpTableEntry, readsItsNeighbourWhereItLivesAndThatIsAnnouncedWhenItDiffers) {
   struct Listener : Arp::ArpIntfStatus::NotifieeConst {
     using NotifieeConst::NotifieeConst;
     using NotifieeConst::onArpEntry;
@@ -41,14 +24,23 @@ TEST(ArpIntfStatus, aNeighbourIsToldWhenItDiffers) {
     std::vector<std::string> heard;
   };
   auto const eth0 = Mav::makeObject<Arp::ArpIntfStatus>("eth0");
-  Listener listener{eth0};
+  Listener const listener{eth0};
+  IpAddr const router("10.0.0.1");
+  EthAddr const mac("02:00:5e:10:00:01");
+  ArpTableEntry const row({7, router}, eth0);
+  EXPECT_EQ(row.physAddress(), EthAddr());
   eth0->arpEntryIs(ArpEntryStatus(router, mac, false));
   eth0->arpEntryIs(ArpEntryStatus(router, mac, false));
+  EXPECT_EQ(row.physAddress(), mac);
   eth0->arpEntryIs(ArpEntryStatus(router, mac, true));
   eth0->arpEntryIs(ArpEntryStatus(IpAddr("9.0.0.1"), mac, true));
   eth0->arpEntryDelAll();
+  EXPECT_EQ(row.arpEntry(), ArpEntryStatus());
   EXPECT_THAT(listener.heard,
               testing::ElementsAre("+10.0.0.1", "+10.0.0.1", "+9.0.0.1", "-9.0.0.1", "-10.0.0.1"));
+
+  ArpTableEntry const lost({7, router}, nullptr);
+  EXPECT_EQ(rangeError([&] { return lost.arpEntry(); }), "null ValidPtr");
 }
 
 }  // namespace
