@@ -1,6 +1,5 @@
 #include "stats/sw_fwd_stats.h"
 
-#include "stats/fwd_stats_bogon.h"
 #include "tests/stats/sw_fwd_stats_fixture.h"
 
 namespace Ip {
@@ -10,6 +9,23 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 class SwFwdStatsTest : public SwFwdStatsFixture {};
+
+TEST(SwFwdStatsData, printsItsFieldsInOrderAndParsesThem) {
+  SwFwdStatsData data;
+  data.inReceivesIs(1);
+  data.inNoRoutesIs(18446744073709551615U);
+  data.outBcastPktsIs(27);
+  EXPECT_EQ(
+      valueToStrep(data),
+      "Value('Ip::SwFwdStatsData', ** {'inReceives': 1, 'inOctets': 0, 'inHdrErrors': 0, "
+      "'inAddrErrors': 0, 'forwDatagrams': 0, 'inUnknownProtos': 0, 'inDiscards': 0, "
+      "'inDelivers': 0, 'outRequests': 0, 'outDiscards': 0, 'outNoRoutes': 0, 'outOctets': 0, "
+      "'reasmTimeout': 0, 'reasmReqds': 0, 'reasmOKs': 0, 'reasmFails': 0, 'fragOKs': 0, "
+      "'fragFails': 0, 'fragCreates': 0, 'inNoRoutes': 18446744073709551615, "
+      "'inTruncatedPkts': 0, 'inMcastPkts': 0, 'inMcastOctets': 0, 'outMcastPkts': 0, "
+      "'outMcastOctets': 0, 'inBcastPkts': 0, 'outBcastPkts': 27})");
+  EXPECT_EQ(Mav::strepToValue<SwFwdStatsData>(valueToStrep(data)), data);
+}
 
 TEST_F(SwFwdStatsTest, readsWhenASnapshotIsOlderThanHalfASecond) {
   for (auto const& stats : {v4, v6}) {
@@ -78,14 +94,6 @@ TEST_F(SwFwdStatsTest, derivedReadersFreshenToo) {
   write("snmp6", "Ip6FragOKs 6\nIp6OutRequests 9\n");
   time.advance(0.6);
   EXPECT_EQ(v6->outTransmits(), 3U);
-}
-
-TEST(FwdStatsBogon, hasOneRowAVersion) {
-  auto const bogons = Mav::makeObject<FwdStatsBogon>();
-  auto const v6 = bogons->bogonIs(ipVersion6);
-  EXPECT_EQ(bogons->bogonIs(ipVersion6), v6);
-  EXPECT_EQ(v6->ipVersion(), ipVersion6);
-  EXPECT_EQ(bogons->bogon(ipVersion4), nullptr);
 }
 
 TEST_F(SwFwdStatsTest, hasNothingToReadForAnUnknownVersion) {
