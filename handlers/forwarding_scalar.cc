@@ -3,6 +3,7 @@
 #include <array>
 
 #include "handlers/ip_base.h"
+#include "handlers/ip_conversions.h"
 #include "platform/snmp/set_value.h"
 
 namespace {
@@ -23,7 +24,7 @@ int get(ForwardingScalar const& scalar, bool const* routing, netsnmp_request_inf
   }
   SCALAR_TRACE("reading " << scalar.path << "->routing()");
   std::array<unsigned char, 1024> buffer;
-  auto const length = scalar.convert(*routing, buffer.data(), buffer.size());
+  auto const length = IpRoutingToAsnInteger(*routing, buffer.data(), buffer.size());
   SCALAR_TRACE("IpRoutingToAsnInteger returned " << length << "bytes for " << scalar.path
                                                  << "->routing()");
   if (length < 0) {

@@ -1,9 +1,6 @@
 #pragma once
 // The one body of ipForwarding and ipv6IpForwarding (RFC 4293): they differ by name and entity.
 
-#include <cstdint>
-
-#include "handlers/ip_conversions.h"
 #include "platform/snmp/net_snmp.h"
 
 /// What the two scalars call themselves and their source, in traces.
@@ -12,7 +9,6 @@ struct ForwardingScalar {
   char const* handler;  // "handle_ipForwarding"
   char const* path;     // of the entity
   char const* entityType;
-  std::int32_t (*convert)(bool, unsigned char*, std::int32_t) = IpRoutingToAsnInteger;
 };
 
 inline constexpr ForwardingScalar ipForwardingScalar{"ipForwarding", "handle_ipForwarding",

@@ -27,7 +27,7 @@ struct Reply {
   int returned = 0;  // by the handler
   int error = 0;     // in the request
   unsigned char type = ASN_NULL;
-  std::optional<long> value;  // of an INTEGER
+  std::optional<long> value;  // of an INTEGER or a Gauge32
   Oid name;
 };
 
@@ -66,7 +66,9 @@ class AgentRequest {
  private:
   Reply reply(int returned) const {
     Reply reply{returned, request_.status, variable_->type, std::nullopt, {}};
-    if (variable_->type == ASN_INTEGER) reply.value = *variable_->val.integer;
+    if (variable_->type == ASN_INTEGER || variable_->type == ASN_GAUGE) {
+      reply.value = *variable_->val.integer;
+    }
     reply.name.assign(variable_->name, variable_->name + variable_->name_length);
     return reply;
   }

@@ -1,13 +1,17 @@
+// The scalars: their callbacks as net-snmp calls them, and the units as the framework registers
+// them, asked through the agent library.
+
 #include "handlers/ip_base.h"
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handlers/forwarding_scalar.h"
+#include "handlers/ip_conversions.h"
+#include "handlers/ip_forward.h"
+#include "model/ip_forward_mib.h"
 #include "platform/mav/directory.h"
 #include "platform/snmp/framework.h"
 #include "platform/snmp/registrations.h"
@@ -22,123 +26,100 @@ using Testing::AgentRequest;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using Testing::Oid;
 using Testing::Reply;
 
 Oid const ipForwarding{1, 3, 6, 1, 2, 1, 4, 1, 0};
 Oid const ipv6IpForwarding{1, 3, 6, 1, 2, 1, 4, 25, 0};
 
-struct Traces : Testing::Traces {
-  explicit Traces(int level) : Testing::Traces(level, IpBase::traceHandle()) {}
-};
-
-/// One of the two scalars.
 struct Scalar {
-  std::string name, path, type;
+  std::string name, path, read, converter, entityType;
   Netsnmp_Node_Handler* handler;
-  ForwardingScalar const& data;
-  Oid instance;
-
-  std::string text(std::string const& rest) const { return "handle_" + name + " - " + rest; }
+  unsigned char type;
 };
 
 Scalar const scalars[] = {
-    {"ipForwarding", "Kelbase/routing/config", "Routing::Config", handle_ipForwarding,
-     ipForwardingScalar, ipForwarding},
-    {"ipv6IpForwarding", "Kelbase/routing6/config", "Routing6::Config", handle_ipv6IpForwarding,
-     ipv6IpForwardingScalar, ipv6IpForwarding},
+    {"ipForwarding", "Kelbase/routing/config", "routing", "IpRoutingToAsnInteger",
+     "Routing::Config", handle_ipForwarding, ASN_INTEGER},
+    {"ipv6IpForwarding", "Kelbase/routing6/config", "routing", "IpRoutingToAsnInteger",
+     "Routing6::Config", handle_ipv6IpForwarding, ASN_INTEGER},
+    {"ipCidrRouteNumber", "snmp/ip/ipforwardmib", "ipCidrRouteTables", "S32ToAsnInteger",
+     "IpSnmp::IpForwardMib", handle_ipCidrRouteNumber, ASN_GAUGE},
 };
 
-class ForwardingScalarTest : public testing::TestWithParam<Scalar> {
+class ScalarTest : public testing::TestWithParam<Scalar> {
  protected:
-  Reply ask(int mode, void* entity) {
-    return AgentRequest(mode, GetParam().instance).callback(GetParam().handler, entity);
+  ScalarTest() {
+    config_->routingIs(true);
+    config6_->routingIs(true);
+    mib_->ipCidrRouteTableIs({{}, {}, 0, Dovel::IpAddr("192.0.2.1")}, 3, {}, {},
+                             Routing::Fib::routeTypeStatic);
   }
-  static std::string text(std::string const& rest) { return GetParam().text(rest); }
-  /// The scalar's own entity, as net-snmp carries it.
-  void* entity(bool routing) {
-    config_->routingIs(routing);
-    config6_->routingIs(routing);
-    return GetParam().name == "ipForwarding" ? static_cast<void*>(config_.get())
-                                             : static_cast<void*>(config6_.get());
+  /// The reply to a request, and in `lines_` what was traced, without the scalar's name.
+  Reply ask(int mode, void* entity) {
+    Testing::Traces const traces(2);
+    auto const reply = AgentRequest(mode, ipForwarding).callback(GetParam().handler, entity);
+    lines_.clear();
+    for (auto const& line : traces.lines) {
+      auto const head = "handle_" + GetParam().name + " - ";
+      auto const at = line.find(head);
+      EXPECT_NE(at, line.npos) << line;
+      lines_.push_back(line.substr(std::min(line.size(), at + head.size())));
+    }
+    return reply;
+  }
+  void* entity() const {
+    if (GetParam().name == "ipForwarding") return config_.get();
+    return GetParam().name == "ipv6IpForwarding" ? static_cast<void*>(config6_.get()) : mib_.get();
   }
 
-  Mav::Ptr<Routing::Config> config_ = Mav::makeObject<Routing::Config>();
-  Mav::Ptr<Routing6::Config> config6_ = Mav::makeObject<Routing6::Config>();
+  Mav::Ptr<Routing::Config> const config_ = Mav::makeObject<Routing::Config>();
+  Mav::Ptr<Routing6::Config> const config6_ = Mav::makeObject<Routing6::Config>();
+  Mav::Ptr<IpSnmp::IpForwardMib> const mib_ = IpSnmp::ipForwardMibFactory("ipforwardmib");
+  std::vector<std::string> lines_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Both, ForwardingScalarTest, testing::ValuesIn(scalars),
+INSTANTIATE_TEST_SUITE_P(Each, ScalarTest, testing::ValuesIn(scalars),
                          [](auto const& test) { return test.param.name; });
 
-TEST_P(ForwardingScalarTest, GetReadsTheEntityAtEachRequest) {
-  for (bool const routing : {true, false}) {
-    auto const reply = ask(MODE_GET, entity(routing));
-    EXPECT_EQ(reply.returned, SNMP_ERR_NOERROR);
-    EXPECT_EQ(reply.error, SNMP_ERR_NOERROR);
-    EXPECT_EQ(reply.type, ASN_INTEGER);
-    EXPECT_EQ(reply.value, routing ? 1 : 2);
-  }
-  Traces const traces(2);
-  ask(MODE_GET, entity(true));
-  EXPECT_THAT(traces.lines,
-              ElementsAre(EndsWith(text("reading " + GetParam().path + "->routing()")),
-                          EndsWith(text("IpRoutingToAsnInteger returned 4bytes for " +
-                                        GetParam().path + "->routing()"))));
+TEST_P(ScalarTest, GetReadsTheEntityAtEachRequest) {
+  auto const& scalar = GetParam();
+  auto const reply = ask(MODE_GET, entity());
+  EXPECT_EQ(reply.returned, SNMP_ERR_NOERROR);
+  EXPECT_EQ(reply.error, SNMP_ERR_NOERROR);
+  EXPECT_EQ(reply.type, GetParam().type);
+  EXPECT_EQ(reply.value, 1);
+  auto const source = scalar.path + "->" + scalar.read + "()";
+  EXPECT_THAT(lines_, ElementsAre("reading " + source,
+                                  scalar.converter + " returned 4bytes for " + source));
+  config_->routingIs(false);
+  config6_->routingIs(false);
+  mib_->ipCidrRouteTableIs({{}, {}, 0, Dovel::IpAddr("192.0.2.2")}, 3, {}, {},
+                           Routing::Fib::routeTypeStatic);
+  EXPECT_EQ(ask(MODE_GET, entity()).value, 2);
 }
 
-TEST_P(ForwardingScalarTest, EveryPhaseOfASetIsNotWritable) {
-  Traces traces(2);
-  for (int mode = 0; mode <= 5; ++mode) {
-    for (auto* const source : {entity(true), static_cast<void*>(nullptr)}) {
-      traces.lines.clear();
+TEST_P(ScalarTest, WhatIsNoGetOfAnEntityFailsWithoutAValue) {
+  for (int mode = MODE_SET_RESERVE1; mode <= MODE_SET_UNDO; ++mode) {
+    for (auto* const source : {entity(), static_cast<void*>(nullptr)}) {
       auto const reply = ask(mode, source);
       EXPECT_EQ(reply.returned, SNMP_ERR_NOERROR) << mode;
       EXPECT_EQ(reply.error, SNMP_ERR_NOTWRITABLE) << mode;
-      EXPECT_THAT(traces.lines,
-                  ElementsAre(EndsWith(text("SET is not configured for " + GetParam().name))));
+      EXPECT_THAT(lines_, ElementsAre("SET is not configured for " + GetParam().name));
     }
   }
-}
-
-TEST_P(ForwardingScalarTest, GetWithoutAnEntityFailsWithoutAValue) {
-  Traces const traces(2);
-  auto const reply = ask(MODE_GET, nullptr);
-  EXPECT_EQ(reply.returned, SNMP_ERR_GENERR);
-  EXPECT_EQ(reply.error, SNMP_ERR_GENERR);
-  EXPECT_EQ(reply.type, ASN_NULL);
-  EXPECT_THAT(traces.lines, ElementsAre(EndsWith(text("entity /<sysname>/" + GetParam().path +
-                                                      " is not of type " + GetParam().type))));
-}
-
-TEST_P(ForwardingScalarTest, OtherModesFail) {
-  Traces traces(2);
-  for (int const mode : std::vector<int>{-1, 6, 159, MODE_GETNEXT, MODE_GETBULK}) {
-    traces.lines.clear();
-    auto const reply = ask(mode, entity(true));
+  auto const fails = [this](int mode, void* source, std::string const& text) {
+    auto const reply = ask(mode, source);
     EXPECT_EQ(reply.returned, SNMP_ERR_GENERR) << mode;
     EXPECT_EQ(reply.error, SNMP_ERR_GENERR) << mode;
-    EXPECT_THAT(traces.lines,
-                ElementsAre(EndsWith(text("unknown mode from request: " + std::to_string(mode)))));
+    EXPECT_EQ(reply.type, ASN_NULL) << mode;
+    EXPECT_THAT(lines_, ElementsAre(text));
+  };
+  for (int const mode : {-1, 6, 159, int{MODE_GETNEXT}, int{MODE_GETBULK}}) {
+    fails(mode, entity(), "unknown mode from request: " + std::to_string(mode));
   }
-}
-
-TEST_P(ForwardingScalarTest, AFailedConversionFailsTheRequest) {
-  auto scalar = GetParam().data;
-  scalar.convert = [](bool, unsigned char*, std::int32_t) { return -1; };
-  Traces const traces(2);
-  netsnmp_agent_request_info info{};
-  netsnmp_variable_list variable{};
-  netsnmp_request_info request{};
-  variable.type = ASN_NULL;
-  request.requestvb = &variable;
-  request.agent_req_info = &info;
-  bool const routing = true;
-  EXPECT_EQ(answerForwarding(scalar, &routing, MODE_GET, &request), SNMP_ERR_GENERR);
-  EXPECT_EQ(request.status, SNMP_ERR_GENERR);
-  EXPECT_EQ(variable.type, ASN_NULL);
-  EXPECT_THAT(traces.lines.at(1), HasSubstr("IpRoutingToAsnInteger returned -1bytes for "));
-  EXPECT_THAT(traces.lines.at(2), EndsWith(text("IpRoutingToAsnInteger failed for: routing")));
+  fails(MODE_GET, nullptr,
+        "entity /<sysname>/" + GetParam().path + " is not of type " + GetParam().entityType);
 }
 
 TEST(IpRoutingToAsnInteger, NeedsFourBytes) {
@@ -152,20 +133,12 @@ TEST(IpRoutingToAsnInteger, NeedsFourBytes) {
   EXPECT_EQ(buffer[4], 9);
 }
 
-/// The unit as the framework registers it, asked through the agent library.
 class IpBaseTest : public testing::Test {
  protected:
   IpBaseTest() { Testing::startAgentLibrary(); }
   ~IpBaseTest() override {
     framework_.unregisterAll();
     Mav::Directory::root().unmountAll();
-  }
-
-  template <class Config>
-  void know(bool routing) {
-    auto const config = Mav::makeObject<Config>();
-    config->routingIs(routing);
-    Mav::Directory::root().mount(Config::path, config);
   }
   static std::optional<Reply> get(Oid const& instance) {
     return AgentRequest(MODE_GET, instance).registered();
@@ -174,29 +147,21 @@ class IpBaseTest : public testing::Test {
   Snmp::Framework framework_;
 };
 
-TEST_F(IpBaseTest, BothScalarsAreServedOnceRegisteredAndGoneAfterwards) {
-  know<Routing::Config>(true);
-  know<Routing6::Config>(false);
-  EXPECT_EQ(get(ipForwarding), std::nullopt);
-  for (int round = 0; round < 5; ++round) {
+TEST_F(IpBaseTest, RegistrationsAreReadWriteBeforeOtherModulesAndGoWithoutATrace) {
+  for (int round = 0; round < 3; ++round) {
     framework_.registerAll();
     EXPECT_EQ(Snmp::registrationCount(), 7U);
-    EXPECT_EQ(get(ipForwarding)->value, 1);
-    EXPECT_EQ(get(ipv6IpForwarding)->value, 2);
+    for (auto const& object : {ipForwarding, ipv6IpForwarding}) {
+      auto const* const subtree = netsnmp_subtree_find(object.data(), object.size(), nullptr, "");
+      EXPECT_EQ(subtree->reginfo->priority, 64);
+      EXPECT_EQ(subtree->reginfo->modes, HANDLER_CAN_RWRITE);
+      EXPECT_EQ(subtree->reginfo->rootoid_len, 8U);
+    }
     framework_.unregisterAll();
     EXPECT_EQ(Snmp::registrationCount(), 0U);
-    EXPECT_EQ(get(ipForwarding), std::nullopt);
-    EXPECT_EQ(get(ipv6IpForwarding), std::nullopt);
-  }
-}
-
-TEST_F(IpBaseTest, RegistrationsAreReadWriteAndComeBeforeOtherModules) {
-  framework_.registerAll();
-  for (auto const& object : {ipForwarding, ipv6IpForwarding}) {
-    auto const* const subtree = netsnmp_subtree_find(object.data(), object.size(), nullptr, "");
-    EXPECT_EQ(subtree->reginfo->priority, 64);
-    EXPECT_EQ(subtree->reginfo->modes, HANDLER_CAN_RWRITE);
-    EXPECT_EQ(subtree->reginfo->rootoid_len, 8U);
+    for (auto const& object : {ipForwarding, ipv6IpForwarding}) {
+      EXPECT_EQ(get(object), std::nullopt);
+    }
   }
 }
 
@@ -212,12 +177,13 @@ TEST_F(IpBaseTest, AnEntityOfAnotherClassIsNoEntityAndNoneIsOwned) {
 }
 
 TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
-  std::optional<Traces> other(2);
-  framework_.registerAll();
-  EXPECT_THAT(other->lines, IsEmpty());
-  other.reset();
+  {
+    Testing::Traces const other(2);
+    framework_.registerAll();
+    EXPECT_THAT(other.lines, testing::IsEmpty());
+  }
   framework_.unregisterAll();
-  Traces const traces(1);
+  Testing::Traces const traces(1);
   framework_.registerAll();
   auto const line = [](std::string const& text, std::string const& end) {
     return testing::AllOf(HasSubstr(text + " initializing oid "), EndsWith(end));

@@ -1,5 +1,6 @@
-// The tables of IP-MIB's addresses, registered as in the daemon and asked in whole PDUs.
+// The tables, registered as in the daemon, while their rows come and go.
 
+#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -10,21 +11,19 @@
 
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
+#include "model/protocol_map.h"
 #include "platform/mav/directory.h"
 #include "platform/snmp/framework.h"
-#include "platform/state/routing6_config.h"
-#include "tests/handlers/agent_session.h"
+#include "tests/handlers/agent_request.h"
 #include "tests/handlers/traces.h"
 
 namespace {
 
-using Testing::AgentSession;
-using Testing::Binding;
+using Dovel::IpAddr;
+using Testing::AgentRequest;
+using testing::ElementsAre;
 using Testing::Oid;
-
-constexpr oid ipAddrTable = 20;
-constexpr oid ipAddressPrefixTable = 32;
-constexpr oid ipAddressTable = 34;
+using Testing::Reply;
 
 Oid ip(std::initializer_list<oid> rest) {
   Oid name{1, 3, 6, 1, 2, 1, 4};
@@ -37,9 +36,7 @@ class IpTablesTest : public testing::Test {
   IpTablesTest() {
     Testing::startAgentLibrary();
     Mav::Directory::root().mount(IpSnmp::IpMib::path, mib_);
-    Mav::Directory::root().mount(IpSnmp::IpForwardMib::path,
-                                 IpSnmp::ipForwardMibFactory("ipforwardmib"));
-    Mav::Directory::root().mount(Routing6::Config::path, Mav::makeObject<Routing6::Config>());
+    Mav::Directory::root().mount(IpSnmp::IpForwardMib::path, routes_);
     framework_.registerAll();
   }
   ~IpTablesTest() override {
@@ -47,141 +44,121 @@ class IpTablesTest : public testing::Test {
     Mav::Directory::root().unmountAll();
   }
 
-  void add(IpSnmp::InetAddress const& key, Snmp::String const& subnet, unsigned length,
-           unsigned ifIndex, IpSnmp::AddressSource source = IpSnmp::addressSourceStatus) {
+  static IpAddr address(unsigned n) { return IpAddr(0x0a010000U + n); }  // behind 10.1.0.0
+  void addAddress(unsigned n) {
+    auto const key = IpSnmp::InetAddress::fromIpAddr(address(n));
+    auto const subnet = IpSnmp::InetAddress::fromIpAddr(address(0));
     auto const prefix = Mav::makeObject<IpSnmp::IpAddressPrefixEntry>(
-        IpSnmp::IpAddressPrefixKey(ifIndex, key.version(), subnet, length));
+        IpSnmp::IpAddressPrefixKey(1, Ip::ipVersion4, subnet.bytes(), 16));
     auto const entry = mib_->ipAddressTableIs(key);
-    entry->intfIs({{source, Dovel::IntfId("eth0")}, prefix});
-    mib_->ipAddressPrefixTableIs(prefix);
-    if (key.version() == Ip::ipVersion4) mib_->ipAddrTableIs(entry);
+    entry->intfIs({{IpSnmp::addressSourceStatus, Dovel::IntfId("eth0")}, prefix});
+    mib_->ipAddrTableIs(entry);
   }
-  /// 10.1.0.0 and the `n` addresses behind it.
-  static IpSnmp::InetAddress numbered(unsigned n) {
-    return IpSnmp::InetAddress::fromIpAddr(Dovel::IpAddr(0x0a010000U + n));
+  void delAddress(unsigned n) {
+    mib_->ipAddressTableDel(IpSnmp::InetAddress::fromIpAddr(address(n)));
+    mib_->ipAddrTableDel(address(n));
   }
-  void addNumbered(unsigned n) { add(numbered(n), numbered(0).bytes(), 16, 1); }
+  void writeRoute(unsigned n, std::size_t hops) {
+    std::vector<IpSnmp::IpForwardMib::Hop> const all{{IpAddr("192.0.2.1"), 3},
+                                                     {IpAddr("192.0.2.2"), 4}};
+    routes_->ipCidrRoutesAre(Dovel::Prefix(IpAddr(0x0a000000U + (n << 8)), 24),
+                             std::span(all).first(hops), {}, {},
+                             Routing::Fib::routeTypeOspfExternal1);
+  }
 
-  Binding next(Oid const& name) { return session_.getNext({name}).bindings.at(0); }
-  Binding get(Oid const& name) { return session_.get({name}).bindings.at(0); }
+  static Reply ask(int mode, Oid const& name) { return *AgentRequest(mode, name).registered(); }
+
+  /// The names behind `name` to the end of its table, in order; `edit` acts after each step.
+  static std::set<Oid> walk(Oid name, std::function<void()> const& edit) {
+    std::set<Oid> seen;
+    for (auto reply = ask(MODE_GETNEXT, name); reply.type != ASN_NULL;
+         reply = ask(MODE_GETNEXT, name)) {
+      EXPECT_LT(name, reply.name);
+      if (!(name < reply.name)) break;
+      name = reply.name;
+      seen.insert(name);
+      edit();
+    }
+    return seen;
+  }
 
   Mav::Ptr<IpSnmp::IpMib> const mib_ = IpSnmp::ipMibFactory("ipmib");
+  Mav::Ptr<IpSnmp::IpForwardMib> const routes_ = IpSnmp::ipForwardMibFactory("ipforwardmib");
   Snmp::Framework framework_;
-  AgentSession session_;
+  std::mt19937 random_{3};
 };
-
-/// One column, and what it shows of 10.0.0.1/24 in operation on interface 2 and of 2001::1/64
-/// configured on interface 3.
-struct Column {
-  oid table, number;
-  unsigned char type;
-  std::string v4, v6;
-};
-
-TEST_F(IpTablesTest, EveryCellIsServedInOrder) {
-  std::string const v4 = ".1.4.10.0.0.", v6 = ".2.16.32.1.0.0.0.0.0.0.0.0.0.0.0.0.0.";
-  std::map<oid, std::pair<std::string, std::string>> const instances{
-      {ipAddrTable, {".10.0.0.1", ""}},
-      {ipAddressPrefixTable, {".2" + v4 + "0.24", ".3" + v6 + "0.64"}},
-      {ipAddressTable, {v4 + "1", v6 + "1"}}};
-  std::string const prefixes = ".1.3.6.1.2.1.4.32.1.5";
-  Column const columns[] = {{ipAddrTable, 1, ASN_IPADDRESS, "0a000001", ""},
-                            {ipAddrTable, 2, ASN_INTEGER, "2", ""},
-                            {ipAddrTable, 3, ASN_IPADDRESS, "ffffff00", ""},
-                            {ipAddrTable, 4, ASN_INTEGER, "0", ""},
-                            {ipAddrTable, 5, ASN_INTEGER, "65535", ""},
-                            {ipAddressPrefixTable, 5, ASN_INTEGER, "1", "1"},
-                            {ipAddressPrefixTable, 6, ASN_INTEGER, "1", "1"},
-                            {ipAddressPrefixTable, 7, ASN_INTEGER, "2", "2"},
-                            {ipAddressPrefixTable, 8, ASN_UNSIGNED, "4294967295", "4294967295"},
-                            {ipAddressPrefixTable, 9, ASN_UNSIGNED, "4294967295", "4294967295"},
-                            {ipAddressTable, 3, ASN_INTEGER, "2", "3"},
-                            {ipAddressTable, 4, ASN_INTEGER, "1", "1"},
-                            {ipAddressTable, 5, ASN_OBJECT_ID, prefixes + ".2" + v4 + "0.24",
-                             prefixes + ".3" + v6 + "0.64"},
-                            {ipAddressTable, 6, ASN_INTEGER, "1", "1"},
-                            {ipAddressTable, 7, ASN_INTEGER, "1", "4"},
-                            {ipAddressTable, 8, ASN_TIMETICKS, "0", "0"},
-                            {ipAddressTable, 9, ASN_TIMETICKS, "0", "0"},
-                            {ipAddressTable, 10, ASN_INTEGER, "1", "1"},
-                            {ipAddressTable, 11, ASN_INTEGER, "1", "1"}};
-  add(IpSnmp::InetAddress::fromIpAddr(Dovel::IpAddr("10.0.0.1")),
-      Snmp::String(Dovel::IpAddr("10.0.0.0").octets()), 24, 2);
-  add(IpSnmp::InetAddress::fromIp6Addr(Dovel::Ip6Addr("2001::1")),
-      Snmp::String(Dovel::Ip6Addr("2001::").octets()), 64, 3, IpSnmp::addressSourceConfig);
-
-  Oid name = ip({ipAddrTable});
-  auto const expectNext = [&](Column const& column, std::string const& instance,
-                              std::string const& value) {
-    auto found = next(name);
-    // Scalars between the tables.
-    while (found.name == ip({24, 3, 0}) || found.name == ip({25, 0})) found = next(found.name);
-    name = found.name;
-    auto const head = Testing::dotted(ip({column.table, 1, column.number}));
-    EXPECT_EQ(Testing::dotted(name), head + instance);
-    EXPECT_EQ(found, (Binding{name, column.type, value}));
-    EXPECT_EQ(get(name), found);
-  };
-  for (auto const& column : columns) {
-    auto const& [first, second] = instances.at(column.table);
-    expectNext(column, first, column.v4);
-    if (!second.empty()) expectNext(column, second, column.v6);
-  }
-  EXPECT_EQ(next(name).type, SNMP_ENDOFMIBVIEW);
-}
 
 /// Rows come and go between the steps of a walk, also the row that the walk stands on.
 TEST_F(IpTablesTest, AWalkOfAChangingTableSkipsNothingThatStays) {
-  std::mt19937 random(3);
-  for (unsigned n = 0; n < 600; n += 2) addNumbered(n);
-  std::set<Oid> seen;
-  auto name = ip({ipAddressTable, 1, 11});
-  for (int steps = 0; steps < 2000; ++steps) {
-    auto const found = next(name);
-    if (found.type == SNMP_ENDOFMIBVIEW) break;
-    ASSERT_LT(name, found.name);
-    name = found.name;
-    seen.insert(name);
-    for (int edit = 0; edit < 4; ++edit) {
-      auto const n = static_cast<unsigned>(random() % 600);
-      if (n % 4 == 0) continue;  // these stay
-      if (random() % 2 == 0) {
-        addNumbered(n);
-      } else {
-        mib_->ipAddressTableDel(numbered(n));
-        mib_->ipAddrTableDel(Dovel::IpAddr(0x0a010000U + n));
-      }
-    }
+  for (unsigned n = 0; n < 600; n += 2) {
+    addAddress(n);
+    writeRoute(n, 2);
   }
-  EXPECT_LT(seen.size(), 600U);
-  for (unsigned n = 0; n < 600; n += 4) {
-    EXPECT_TRUE(seen.contains(ip({ipAddressTable, 1, 11, 1, 4, 10, 1, n / 256, n % 256}))) << n;
+  auto const addresses = walk(ip({34, 1, 11}), [this] {
+    for (int edit = 0; edit < 4; ++edit) {
+      auto const n = static_cast<unsigned>(random_() % 600);
+      if (n % 4 != 0) random_() % 2 == 0 ? addAddress(n) : delAddress(n);
+    }
+  });
+  std::set<Oid> routes;
+  for (auto const& name : walk(ip({24, 4, 1, 16}), [this] {
+         for (int edit = 0; edit < 8; ++edit) {
+           auto const n = static_cast<unsigned>(random_() % 600);
+           writeRoute(n, n % 4 == 0 ? 1 + random_() % 2 : random_() % 3);
+         }
+       })) {
+    routes.insert(Oid(name.begin(), name.begin() + 15));
+  }
+  EXPECT_LT(addresses.size(), 600U);
+  EXPECT_LT(routes.size(), 600U);
+  for (oid n = 0; n < 600; n += 4) {
+    EXPECT_TRUE(addresses.contains(ip({34, 1, 11, 1, 4, 10, 1, n / 256, n % 256}))) << n;
+    EXPECT_TRUE(routes.contains(ip({24, 4, 1, 16, 10, n / 256, n % 256, 0}))) << n;
   }
 }
 
 /// The steps of the iterator do not grow with the table.
 TEST_F(IpTablesTest, NoRequestScans) {
-  for (unsigned n = 0; n < 1000; ++n) addNumbered(n);
-  auto const steps = [](auto const& request) {
-    Testing::Traces const traces(2);
-    request();
-    return traces.count("_get_next_data_point - advancing");
+  for (unsigned n = 0; n < 1000; ++n) addAddress(n);
+  Testing::Traces const traces(2);
+  for (auto const& name :
+       {ip({20, 1, 2, 10, 1, 2, 3}), ip({20, 1, 2, 10, 2, 2, 3}), ip({20, 1, 2, 10, 1}),
+        ip({20, 1, 2, 10, 1, 2, 3, 9}), ip({20, 1, 2, 10, 1, 2, 4294967295}), ip({20, 1, 2, 200}),
+        ip({34, 1, 3, 1, 4, 10, 1, 2, 4294967295}), ip({34, 1, 3, 1, 4, 9, 9, 9, 9})}) {
+    for (int const mode : {int{MODE_GET}, int{MODE_GETNEXT}, MODE_SET_RESERVE1}) ask(mode, name);
+  }
+  EXPECT_EQ(traces.count("_get_next_data_point - advancing"), 0U);
+  EXPECT_GT(traces.count("_get_first_data_point - "), 0U);
+}
+
+TEST_F(IpTablesTest, ARouteIsReadAndNeverSet) {
+  writeRoute(0, 1);
+  auto const cell = [](oid column) {
+    return ip({24, 4, 1, column, 10, 0, 0, 0, 255, 255, 255, 0, 0, 192, 0, 2, 1});
   };
-  for (auto const& absentOrNot :
-       {ip({ipAddrTable, 1, 2, 10, 1, 2, 3}), ip({ipAddrTable, 1, 2, 10, 2, 2, 3}),
-        ip({ipAddrTable, 1, 2, 10, 1})}) {
-    EXPECT_EQ(steps([&] { get(absentOrNot); }), 0U);
+  IpSnmp::protocolMap().protocolIs(Routing::Fib::routeTypeOspfExternal1,
+                                   IpSnmp::ipRouteProtocolOspf);
+  {
+    Testing::Traces const traces(6);
+    EXPECT_EQ(ask(MODE_GET, cell(7)).value, 13);
+    EXPECT_THAT(traces.lines,
+                ElementsAre("protoMap converted routeTypeOspfExternal1 to ipRouteProtocolOspf"));
   }
-  for (auto const& before :
-       {ip({ipAddrTable, 1, 2, 10, 1, 2, 3}), ip({ipAddrTable, 1, 2, 10, 1, 2, 3, 9}),
-        ip({ipAddrTable, 1, 2, 10, 1, 2, 4294967295}), ip({ipAddrTable, 1, 2, 200}),
-        ip({ipAddressTable, 1, 3, 1, 4, 10, 1, 2, 4294967295})}) {
-    EXPECT_EQ(steps([&] { next(before); }), 0U);
+  IpSnmp::protocolMap().protocolDelAll();
+  std::map<oid, std::string> const writable{
+      {5, "IfIndex"},  {6, "Type"},     {9, "Info"},     {10, "NextHopAS"}, {11, "Metric1"},
+      {12, "Metric2"}, {13, "Metric3"}, {14, "Metric4"}, {15, "Metric5"},   {16, "Status"}};
+  for (oid column = 1; column <= 16; ++column) {
+    Testing::Traces const traces(2);
+    EXPECT_EQ(ask(MODE_SET_RESERVE1, cell(column)).error, SNMP_ERR_NOTWRITABLE) << column;
+    auto const known = writable.find(column);
+    auto const invalid = "ipCidrRouteTable invalid column " + std::to_string(column);
+    EXPECT_EQ(traces.lines.back(),
+              known == writable.end()
+                  ? invalid
+                  : "ipCidrRouteTable_handler: SET is not configured for column ipCidrRoute" +
+                        known->second);
   }
-  EXPECT_EQ(steps([&] {
-              session_.set(ip({ipAddressTable, 1, 3, 1, 4, 9, 9, 9, 9}), ASN_INTEGER);
-            }),
-            0U);
 }
 
 }  // namespace

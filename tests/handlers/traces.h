@@ -9,18 +9,17 @@
 
 namespace Testing {
 
-/// The texts that a unit (or the tables) traces at level 0 and at one more, while it lives.
+/// The texts that the handlers trace at level 0 and at one more, while it lives.
 class Traces {
  public:
-  explicit Traces(int level, Mav::TraceHandle& handle = snmpTraceHandle())
-      : level_(level), handle_(handle) {
-    handle_.enabledIs(level_, true);
+  explicit Traces(int level) : level_(level) {
+    snmpTraceHandle().enabledIs(level_, true);
     Mav::traceSinkIs([this](Mav::Severity, std::string_view line) {
       lines.emplace_back(line.substr(line.find(": ") + 2));
     });
   }
   ~Traces() {
-    if (level_ != 0) handle_.enabledIs(level_, false);
+    if (level_ != 0) snmpTraceHandle().enabledIs(level_, false);
     Mav::traceSinkIs({});
   }
   Traces(Traces const&) = delete;
@@ -36,7 +35,6 @@ class Traces {
 
  private:
   int const level_;
-  Mav::TraceHandle& handle_;
 };
 
 }  // namespace Testing
