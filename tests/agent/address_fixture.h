@@ -1,39 +1,19 @@
 #pragma once
 // A device made of plain entities, the state machine on top, and what its tables show as text.
 
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "agent/ip6_intf_reactor.h"
 #include "agent/ip_address_reactors.h"
 #include "agent/ip_intf_reactor.h"
-#include "platform/state/intf_details_provider.h"
-#include "tests/agent/trace_lines.h"
-#include "tests/support/strep_checks.h"
+#include "tests/agent/device_fixture.h"
 
-class AddressFixture : public testing::Test, public Intf::IntfDetailsProvider {
- public:
-  AddressFixture() { Intf::intfDetailsProviderIs(this); }
-  ~AddressFixture() override { Intf::intfDetailsProviderIs(nullptr); }
-  std::int32_t ifIndex(Interface::IntfStatus const& status) const override {
-    return status.ifIndex();
-  }
-
+class AddressFixture : public DeviceFixture {
  protected:
-  static Dovel::IntfId id(std::string_view name) { return Dovel::IntfId(name); }
   static Dovel::IpAddrWithMask v4(std::string_view text) { return Dovel::IpAddrWithMask(text); }
   static Dovel::Ip6AddrWithMask v6(std::string_view text) { return Dovel::Ip6AddrWithMask(text); }
 
   Mav::Ptr<IpSnmp::IpAddressTableSm> newSm() {
     return Mav::makeObject<IpSnmp::IpAddressTableSm>(activityConfig_, dir_, ipMib_, config_,
                                                      status_, config6_, status6_);
-  }
-
-  void link(std::string_view name, std::int32_t ifIndex) {
-    dir_->intfStatusIs(id(name), ifIndex, true);
   }
 
   /// "IFINDEX PREFIX/LENGTH".
@@ -81,7 +61,6 @@ class AddressFixture : public testing::Test, public Intf::IntfDetailsProvider {
 
   Mav::Activity activity_;
   Mav::Ptr<Mav::ActivityConfig> activityConfig_ = Mav::makeObject<Mav::ActivityConfig>(activity_);
-  Mav::Ptr<Interface::AllIntfStatusDir> dir_ = Mav::makeObject<Interface::AllIntfStatusDir>();
   Mav::Ptr<IpSnmp::IpMib> ipMib_ = Mav::makeObject<IpSnmp::IpMib>("ipmib");
   Mav::Ptr<Ip::Config> config_ = Mav::makeObject<Ip::Config>();
   Mav::Ptr<Ip::Status> status_ = Mav::makeObject<Ip::Status>();

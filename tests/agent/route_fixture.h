@@ -2,52 +2,30 @@
 // A forwarding table and interfaces in memory, the state machine on top under a clock that the test
 // turns, and what its table shows as text.
 
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <bit>
 
 #include "agent/ip_route_table_sm.h"
-#include "platform/state/intf_details_provider.h"
-#include "tests/agent/trace_lines.h"
+#include "tests/agent/device_fixture.h"
 #include "tests/support/simulated_fib.h"
 
-class RouteFixture : public testing::Test, public Intf::IntfDetailsProvider {
- public:
-  RouteFixture() { Intf::intfDetailsProviderIs(this); }
-  ~RouteFixture() override { Intf::intfDetailsProviderIs(nullptr); }
-  std::int32_t ifIndex(Interface::IntfStatus const& status) const override {
-    return status.ifIndex();
-  }
-
+class RouteFixture : public DeviceFixture {
  protected:
   using RouteType = Routing::Fib::RouteType;
 
-  static Dovel::IntfId id(std::string_view name) { return Dovel::IntfId(name); }
   static Dovel::Prefix prefix(std::string_view text) { return Dovel::Prefix(text); }
 
   Mav::Ptr<IpSnmp::IpRouteTableSm> newSm() {
     return Mav::makeObject<IpSnmp::IpRouteTableSm>(nullptr, mib_, dir_, routes_, fecs_, clock_);
   }
-  void link(std::string_view name, std::int32_t ifIndex) {
-    dir_->intfStatusIs(id(name), ifIndex, true);
-  }
-
-  /// "NEXTHOP@INTERFACE", either of them empty where there is none.
-  static Pondo::Fib::Via via(std::string const& text) {
-    auto const at = text.find('@');
-    auto const nextHop = text.substr(0, at);
-    return {nextHop.empty() ? Dovel::IpAddr() : Dovel::IpAddr(nextHop), id(text.substr(at + 1)), 0};
-  }
-  static Pondo::Fib::Fec fecOf(Texts const& vias) {
-    Pondo::Fib::Fec fec;
-    for (auto const& text : vias) fec.vias.push_back(via(text));
-    return fec;
-  }
+  /// Each via "NEXTHOP@INTERFACE", either of them empty where there is none.
   void fec(std::uint64_t fecId, Texts const& vias) {
-    fecs_->fecIs(Pondo::Fib::FecId(fecId), fecOf(vias));
+    Pondo::Fib::Fec fec;
+    for (auto const& text : vias) {
+      auto const at = text.find('@');
+      auto const nextHop = at == 0 ? Dovel::IpAddr() : Dovel::IpAddr(text.substr(0, at));
+      fec.vias.push_back({nextHop, id(text.substr(at + 1)), 0});
+    }
+    fecs_->fecIs(Pondo::Fib::FecId(fecId), fec);
   }
   void route(std::string_view text, std::uint64_t fecId,
              RouteType type = Routing::Fib::routeTypeStatic, std::uint32_t metric = 20) {
@@ -82,7 +60,6 @@ class RouteFixture : public testing::Test, public Intf::IntfDetailsProvider {
   Mav::SimulatedTime time_;
   Mav::Ptr<Mav::Clock> clock_ = Mav::makeObject<Mav::Clock>();
   Mav::Ptr<IpSnmp::IpForwardMib> mib_ = IpSnmp::ipForwardMibFactory("ipforwardmib");
-  Mav::Ptr<Interface::AllIntfStatusDir> dir_ = Mav::makeObject<Interface::AllIntfStatusDir>();
   Mav::Ptr<Pondo::Fib::SimulatedRouteStatus> routes_ =
       Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
   Mav::Ptr<Pondo::Fib::SimulatedForwardingStatus> fecs_ =

@@ -87,12 +87,13 @@ class RouteHistoryTest : public RouteFixture,
     return texts;
   }
 
-  void expectMetrics() const {
+  void expectValues() const {
     for (auto row = std::as_const(*mib_).ipCidrRouteTableIterator(); row; ++row) {
       auto const length = static_cast<unsigned>(std::popcount(row.key().mask().value()));
       auto const route = routes_->route(Dovel::Prefix(row.key().dest(), length));
       ASSERT_TRUE(route);
       EXPECT_EQ(row->metric(), route->metric);
+      EXPECT_EQ(row->preference(), route->preference);
       EXPECT_EQ(row->protocol(), route->routeType);
     }
   }
@@ -112,7 +113,7 @@ TEST_P(RouteHistoryTest, theCacheIsWhatTheTablesSay) {
     while (isPassPending()) turn();
     EXPECT_TRUE(sm_->backlog().empty());
     ASSERT_EQ(rows(), expected()) << "round " << round;
-    expectMetrics();
+    expectValues();
     rowsSeen += mib_->ipCidrRouteTables();
   }
   EXPECT_GT(rowsSeen, 500U);
