@@ -86,7 +86,7 @@ void everyRouteChanged(benchmark::State& state) {
   }
 }
 
-/// What is not cut into slices: the prefixes of fecs that change in one turn, into the backlog. The
+/// The prefixes of fecs that change, into the backlog; those of one fec are not cut into slices. The
 /// argument is the number of fecs; each is used by routes all over the table.
 void fecsChanged(benchmark::State& state) {
   RunDir const runDir;

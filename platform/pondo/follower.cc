@@ -286,7 +286,10 @@ bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) 
   changes.reserve(sliceMax);
   seen.reserve(sliceMax);
   auto const next = snapshot.scanLog(position, sliceMax, [&](TableId table, std::string_view key) {
-    if (seen.emplace(table, key).second) changes.push_back({table, std::string(key)});
+    if (!seen.emplace(table, key).second) return true;
+    changes.push_back({table, std::string(key)});
+    return std::none_of(listeners.begin(), listeners.end(),
+                        [table](auto const* listener) { return listener->isHeavy(table); });
   });
   announce(snapshot, changes);
   position = next;

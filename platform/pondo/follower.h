@@ -12,8 +12,8 @@
 // exact, deletions included, as of some generation not older than the comparison's start.
 //
 // Work is done in slices of at most sliceMax keys, in each turn of the activity as many as begin
-// within turnQuantum seconds: snmpd answers requests between turns. Never blocks. All on the
-// activity's thread.
+// within turnQuantum seconds: snmpd answers requests between turns. A change that may mean much
+// work (Listener::isHeavy) ends its slice. Never blocks. All on the activity's thread.
 
 #include <cstdint>
 #include <filesystem>
@@ -43,6 +43,8 @@ class Listener {
   virtual ~Listener() = default;
 
   virtual std::span<TableId const> tables() const = 0;
+  /// Whether a change in the table may mean much work, so that a slice should end with it.
+  virtual bool isHeavy(TableId /*table*/) const { return false; }
 
   /// Keys that may have changed, each once a slice: in the order of the change log (the order in
   /// which the publisher wrote them), or by table and key during a comparison. Read what is there

@@ -193,7 +193,7 @@ std::optional<std::string> Snapshot::scanBytes(
 }
 
 std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
-                                absl::FunctionRef<void(TableId, std::string_view)> visit) const {
+                                absl::FunctionRef<bool(TableId, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
   MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles.log);
   auto start = encodeSequence(from);
@@ -207,7 +207,7 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
     if (sequence != from) impl.fail(MDB_CORRUPTED);
     ++from;
     if (entry.size() > 1 && Format::isTable(static_cast<std::uint8_t>(entry[0]))) {
-      visit(static_cast<TableId>(entry[0]), entry.substr(1));
+      if (!visit(static_cast<TableId>(entry[0]), entry.substr(1))) return from;
     } else {
       countRejected();
     }

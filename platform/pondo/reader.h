@@ -23,7 +23,7 @@
 
 namespace Pondo {
 
-inline constexpr std::size_t sliceMax = 1'000;
+inline constexpr std::size_t sliceMax = 256;
 /// For the few scans that have to be whole.
 inline constexpr auto noLimit = std::numeric_limits<std::size_t>::max();
 
@@ -86,11 +86,11 @@ class Snapshot {
       absl::FunctionRef<void(std::string_view, std::string_view)> visit) const;
 
   LogState log() const;
-  /// Calls visit(table, key) for up to `limit` entries of the change log, from sequence `from` on,
-  /// which must not be less than log().first. Returns the sequence to go on from. Malformed
-  /// entries are skipped and counted.
+  /// Calls visit(table, key) for up to `limit` entries of the change log, or until it says false,
+  /// from sequence `from` on, which must not be less than log().first. Returns the sequence to go
+  /// on from. Malformed entries are skipped and counted.
   std::uint64_t scanLog(std::uint64_t from, std::size_t limit,
-                        absl::FunctionRef<void(TableId, std::string_view)> visit) const;
+                        absl::FunctionRef<bool(TableId, std::string_view)> visit) const;
 
  private:
   friend class Reader;

@@ -36,6 +36,8 @@ class SharedFib : public Listener {
   void followerIs(Follower const* follower);
 
   std::span<TableId const> tables() const override;
+  /// A fec: all its routes are to be looked at again.
+  bool isHeavy(TableId table) const override { return table == TableId::fec; }
   void onChanges(Snapshot const& snapshot, std::span<Change const> changes) override;
   std::optional<std::string> filedKey(TableId table, std::string_view from) const override;
   void onInSync() override;

@@ -24,6 +24,7 @@ using testing::IsEmpty;
 class Mirror : public Listener {
  public:
   std::span<TableId const> tables() const override { return heard_; }
+  bool isHeavy(TableId) const override { return heavy; }
   void onChanges(Snapshot const& snapshot, std::span<Change const> changes) override {
     ++slices;
     largestSlice = std::max(largestSlice, changes.size());
@@ -52,6 +53,7 @@ class Mirror : public Listener {
   std::map<std::string, int> links;
   std::vector<std::string> announced;
   std::size_t largestSlice = 0;
+  bool heavy = false;
   int slices = 0;
   int failures = 0;
   int inSync = 0;
@@ -146,7 +148,7 @@ TEST_F(FollowerTest, worksInSlicesAsManyATurnAsTheQuantumAllows) {
   turn();
   EXPECT_EQ(follower->state(), Follower::State::comparing);
   EXPECT_EQ(mirror.announced.size(), sliceMax);
-  turns(4);
+  turns(4000 / sliceMax);
   EXPECT_EQ(mirror.announced.size(), 4000U);
   EXPECT_TRUE(std::is_sorted(mirror.announced.begin(), mirror.announced.end()));
   EXPECT_EQ(mirror.links.size(), 2500U);
@@ -154,7 +156,7 @@ TEST_F(FollowerTest, worksInSlicesAsManyATurnAsTheQuantumAllows) {
   commit("links 0 2500 2");
   turn();
   EXPECT_TRUE(isWoken());
-  turns(2);
+  turns(2500 / sliceMax);
   EXPECT_EQ(mirror.largestSlice, sliceMax);
   EXPECT_EQ(mirror.links.rbegin()->second, 2);
   time.stepPerReading(0);
@@ -163,6 +165,11 @@ TEST_F(FollowerTest, worksInSlicesAsManyATurnAsTheQuantumAllows) {
   EXPECT_FALSE(isWoken());
   EXPECT_EQ(mirror.largestSlice, sliceMax);
   EXPECT_EQ(mirror.links.rbegin()->second, 3);
+  mirror.largestSlice = 0;
+  mirror.heavy = true;
+  commit("links 0 3 4");
+  turn();
+  EXPECT_EQ(mirror.largestSlice, 1U);
 }
 
 TEST_F(FollowerTest, whatIsReadInOneTurnIsOfOneMoment) {

@@ -43,8 +43,10 @@ struct WriterTest : testing::Test {
     Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
     std::vector<std::string> found;
-    snapshot.scanLog(snapshot.log().first, 1'000,
-                     [&](TableId, std::string_view key) { found.emplace_back(key); });
+    snapshot.scanLog(snapshot.log().first, noLimit, [&](TableId, std::string_view key) {
+      found.emplace_back(key);
+      return true;
+    });
     return found;
   }
   void reopen() {
