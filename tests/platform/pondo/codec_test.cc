@@ -1,9 +1,11 @@
-// The format's bytes: a failure here means that schemaVersion has to change.
+// Keys and records as bytes, and what is refused in either direction.
 
 #include "platform/pondo/codec.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +19,13 @@ using namespace std::string_literals;
 
 static_assert(Format::schemaVersion == 3);
 
+Dovel::IntfId const eth0("eth0");
+Dovel::IntfId const longest("fifteen-letters");
+Dovel::IntfId const tooLong("sixteen-letters-");
+Dovel::IpAddr const addr("10.0.0.1");
+Fib::Via const via{addr, eth0, 5};
+
+// A failure here means that schemaVersion has to change.
 TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   if (std::endian::native != std::endian::little) GTEST_SKIP() << "pinned for little endian";
   EXPECT_EQ(encodeKey<ForwardingTable>(Family::ipv4), "\x04"s);
@@ -28,7 +37,6 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<LinkTable>({.ifIndex = 5, .adminUp = true, .operUp = true}),
             "\x01\x03\0\0\x05\0\0\0"s);
 
-  Dovel::IntfId const eth0("eth0");
   EXPECT_EQ(
       encodeKey<Address4Table>({eth0, Dovel::IpAddr(0x0a000001), 24, Dovel::IpAddr(0x0a000002)}),
       "eth0\0\x0a\0\0\x01\x18\x0a\0\0\x02"s);
@@ -63,23 +71,30 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
             "\x01\0\0\0\0\0\0\0"s);
 }
 
-TEST(CodecTest, linkKeysSortAsTheNamesDo) {
-  char const* const ascending[] = {"a", "eth0", "eth0#2", "eth1", "eth10", "lo", "\xff"};
-  for (std::size_t i = 1; i < std::size(ascending); ++i) {
-    Dovel::IntfId const less(ascending[i - 1]);
-    Dovel::IntfId const greater(ascending[i]);
-    EXPECT_LT(less, greater);
-    EXPECT_LT(encodeKey<LinkTable>(less), encodeKey<LinkTable>(greater));
-    EXPECT_EQ(decodeKey<LinkTable>(encodeKey<LinkTable>(less)), less);
+/// The bytes of keys sort as the keys do, and each key comes back.
+template <class Table>
+void expectSorted(std::vector<typename Table::Key> const& ascending) {
+  for (std::size_t i = 0; i < ascending.size(); ++i) {
+    auto const bytes = encodeKey<Table>(ascending[i]);
+    EXPECT_EQ(decodeKey<Table>(bytes), ascending[i]);
+    if (i == 0) continue;
+    EXPECT_LT(ascending[i - 1], ascending[i]);
+    EXPECT_LT(encodeKey<Table>(ascending[i - 1]), bytes);
   }
 }
 
-TEST(CodecTest, addressKeysSortAsTheKeysDo) {
+TEST(CodecTest, keysSortAsBytesAndComeBack) {
+  std::vector<Dovel::IntfId> names;
+  for (auto const* name : {"a", "eth0", "eth0#2", "eth1", "eth10", "lo", "\xff"}) {
+    names.emplace_back(name);
+  }
+  expectSorted<LinkTable>(names);
+
   auto const key = [](char const* link, char const* local, std::uint8_t length, char const* peer) {
     return Address4Table::Key{Dovel::IntfId(link), Dovel::IpAddr(local), length,
                               Dovel::IpAddr(peer)};
   };
-  Address4Table::Key const ascending[] = {
+  std::vector<Address4Table::Key> const addresses = {
       key("eth0", "9.255.255.255", 32, "9.255.255.255"),
       key("eth0", "10.0.0.1", 0, "10.0.0.1"),
       key("eth0", "10.0.0.1", 24, "10.0.0.0"),
@@ -89,94 +104,113 @@ TEST(CodecTest, addressKeysSortAsTheKeysDo) {
       key("eth00", "1.1.1.1", 8, "1.1.1.1"),
       key("eth1", "1.1.1.1", 32, "1.1.1.1"),
   };
-  for (std::size_t i = 0; i < std::size(ascending); ++i) {
-    auto const bytes = encodeKey<Address4Table>(ascending[i]);
-    EXPECT_EQ(decodeKey<Address4Table>(bytes), ascending[i]);
-    EXPECT_TRUE(bytes.starts_with(addressKeysOf(ascending[i].link)));
-    if (i == 0) continue;
-    EXPECT_LT(ascending[i - 1], ascending[i]);
-    EXPECT_LT(encodeKey<Address4Table>(ascending[i - 1]), bytes);
+  expectSorted<Address4Table>(addresses);
+  for (auto const& one : addresses) {
+    EXPECT_TRUE(encodeKey<Address4Table>(one).starts_with(addressKeysOf(one.link)));
   }
-  Address6Table::Key const low{Dovel::IntfId("a"), Dovel::Ip6Addr("fe80::1")};
-  Address6Table::Key const high{Dovel::IntfId("a#2"), Dovel::Ip6Addr("2001:db8::1")};
-  EXPECT_LT(encodeKey<Address6Table>(low), encodeKey<Address6Table>(high));
-  EXPECT_EQ(decodeKey<Address6Table>(encodeKey<Address6Table>(high)), high);
+  expectSorted<Address6Table>({{Dovel::IntfId("a"), Dovel::Ip6Addr("fe80::1")},
+                               {Dovel::IntfId("a#2"), Dovel::Ip6Addr("2001:db8::1")}});
+
+  std::vector<Dovel::Prefix> prefixes;
+  for (auto const* text :
+       {"0.0.0.0/0", "0.0.0.0/8", "1.0.0.0/8", "10.0.0.0/8", "10.0.0.0/9", "10.0.0.0/32",
+        "10.0.0.128/25", "127.0.0.0/8", "128.0.0.0/1", "255.255.255.255/32"}) {
+    prefixes.emplace_back(text);
+  }
+  expectSorted<RouteTable>(prefixes);
+  std::vector<Fib::FecId> ids;
+  for (std::uint64_t const id : {1ULL, 255ULL, 256ULL, 0xffffffffULL, 1ULL << 32U, ~0ULL}) {
+    ids.emplace_back(id);
+  }
+  expectSorted<FecTable>(ids);
 }
 
-TEST(CodecTest, addressRecordsComeBackAsTheyWere) {
-  for (auto const* label : {"", "eth0", "fifteen-letters"}) {
-    Address4Table::Record const record{.label = Dovel::IntfId(label), .secondary = true};
-    EXPECT_EQ(decodeRecord<Address4Table>(encodeRecord<Address4Table>(record)), record);
+/// Edits of `good` at random: what is still taken is what would have been written.
+template <class Decode, class Encode>
+void expectStrict(std::string const& good, Decode const& decode, Encode const& encode) {
+  std::mt19937 random(1);
+  int taken = 0, refused = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    auto bytes = good;
+    for (auto edits = random() % 4; edits > 0 && !bytes.empty(); --edits) {
+      auto const at = random() % bytes.size();
+      auto const octet = static_cast<char>(random() % 2 == 0 ? random() : random() % 3);
+      bytes.replace(at, random() % 8 == 0 ? 0 : 1, random() % 8 == 0 ? 0 : 1, octet);
+    }
+    if (random() % 32 == 0) bytes.resize(random() % (bytes.size() + 1));
+    auto const value = decode(bytes);
+    ++(value ? taken : refused);
+    if (value) {
+      ASSERT_EQ(encode(*value), bytes);
+    }
+    if (bytes.empty()) {
+      ASSERT_FALSE(value);
+    }
   }
-  for (unsigned flags = 0; flags < 8; ++flags) {
-    Address6Table::Record const record{.length = 128,
-                                       .peer = Dovel::Ip6Addr("2001:db8::2"),
-                                       .tentative = (flags & 1) != 0,
-                                       .dadFailed = (flags & 2) != 0,
-                                       .deprecated = (flags & 4) != 0};
-    EXPECT_EQ(decodeRecord<Address6Table>(encodeRecord<Address6Table>(record)), record);
-  }
+  EXPECT_GT(std::min(taken, refused), 100);
+}
+template <class Table>
+void expectStrict(typename Table::Key const& key, typename Table::Record const& record) {
+  expectStrict(encodeKey<Table>(key), decodeKey<Table>, encodeKey<Table>);
+  expectStrict(encodeRecord<Table>(record), decodeRecord<Table>, encodeRecord<Table>);
 }
 
-TEST(CodecTest, whatIsNotWellFormedIsNothing) {
-  for (auto const& key : {""s, "\x05"s, "\x04\x04"s}) {
-    EXPECT_EQ(decodeKey<ForwardingTable>(key), std::nullopt);
-  }
-  for (auto const& record : {""s, "\x01\x01\0"s, "\x02\x01\0\0"s, "\x01\x02\0\0"s,
-                             "\x01\x01\x01\0"s, "\x01\x01\0\0\0"s}) {
-    EXPECT_EQ(decodeRecord<ForwardingTable>(record), std::nullopt);
-  }
-  for (auto const& key : {""s, "et\0h"s, std::string(32, 'x')}) {
-    EXPECT_EQ(decodeKey<LinkTable>(key), std::nullopt);
-  }
-  for (auto const& record :
-       {"\x02\0\0\0\x05\0\0\0"s, "\x01\x04\0\0\x05\0\0\0"s, "\x01\0\0\x01\x05\0\0\0"s,
-        "\x01\0\0\0\0\0\0\0"s, "\x01\0\0\0\0\0\0\x80"s, "\x01\0\0\0\x05\0\0"s}) {
-    EXPECT_EQ(decodeRecord<LinkTable>(record), std::nullopt);
-  }
+// The seeds are one octet away from what is too long, too much or nothing at all.
+TEST(CodecTest, whateverBytesDecodeAreTheBytesThatEncode) {
+  expectStrict<ForwardingTable>(Family::ipv4, {.routing = true});
+  expectStrict<LinkTable>(Dovel::IntfId(std::string(31, 'x')), {.ifIndex = 1});
+  Dovel::IpAddr const one(1);
+  expectStrict<Address4Table>({eth0, one, 32, addr}, {.label = longest});
+  expectStrict<Address4Table>({longest, one, 32, addr}, {.label = eth0});
+  Dovel::Ip6Addr const one6("::1");
+  expectStrict<Address6Table>({eth0, one6}, {.length = 128, .peer = one6, .deprecated = true});
+  expectStrict<RouteTable>(Dovel::Prefix("10.0.0.0/8"), {});
+  expectStrict<FecTable>(Fib::FecId(1), {{{one, {}, 0}, {{}, longest, 1}}});
 }
 
-TEST(CodecTest, addressesThatAreNotWellFormedAreNothing) {
-  auto const rest4 = "\x0a\0\0\x01\x18\x0a\0\0\x01"s;
-  EXPECT_TRUE(decodeKey<Address4Table>("a\0"s + rest4));
-  for (auto const& key :
-       {""s, "a"s, rest4, "\0"s + rest4, "a\0"s + rest4 + "\0"s, "a\0"s + rest4.substr(1),
-        "a\0\0\0\0\0\x18\x0a\0\0\x01"s, "a\0\x0a\0\0\x01\x21\x0a\0\0\x01"s,
-        std::string(16, 'x') + "\0"s + rest4}) {
-    EXPECT_EQ(decodeKey<Address4Table>(key), std::nullopt);
-  }
-  auto const padding = std::string(12, '\0');
-  EXPECT_TRUE(decodeRecord<Address4Table>("\x01\0\0\0eth0"s + padding));
-  for (auto const& record : {"\x01\0\0\0eth0"s + padding + "\0"s, "\x02\0\0\0eth0"s + padding,
-                             "\x01\x02\0\0eth0"s + padding, "\x01\0\x01\0eth0"s + padding,
-                             "\x01\0\0\0et\0h"s + padding, "\x01\0\0\0"s + std::string(16, 'x')}) {
-    EXPECT_EQ(decodeRecord<Address4Table>(record), std::nullopt);
-  }
-  EXPECT_EQ(decodeKey<Address6Table>("a\0"s + std::string(16, '\0')), std::nullopt);
-  EXPECT_EQ(decodeKey<Address6Table>("a\0"s + std::string(17, 'x')), std::nullopt);
-  auto const peer = std::string(16, 'p');
-  EXPECT_TRUE(decodeRecord<Address6Table>("\x01\x07\x80\0"s + peer));
-  for (auto const& record : {"\x01\x08\x80\0"s + peer, "\x01\x07\x81\0"s + peer,
-                             "\x01\x07\x80\x01"s + peer, "\x01\x07\x80\0p"s + peer}) {
-    EXPECT_EQ(decodeRecord<Address6Table>(record), std::nullopt);
-  }
+TEST(CodecTest, aFecHasAtMost128Vias) {
+  auto const one = encodeRecord<FecTable>({{via}}).substr(sizeof(Format::FecRecord));
+  Fib::Fec const most{std::vector<Fib::Via>(128, via)};
+  auto many = encodeRecord<FecTable>(most);
+  EXPECT_EQ(decodeRecord<FecTable>(many), most);
+  many[2] = '\x81';
+  EXPECT_EQ(decodeRecord<FecTable>(many + one), std::nullopt);
 }
 
 TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
-  Dovel::IntfId const a("a");
-  Dovel::IpAddr const addr(1);
-  EXPECT_THROW(encodeKey<Address4Table>({a, Dovel::IpAddr(), 8, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address4Table>({a, addr, 33, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address4Table>({Dovel::IntfId("sixteen-letters-"), addr, 8, addr}),
-               Mav::RangeException);
+  EXPECT_THROW(encodeKey<Address4Table>({eth0, Dovel::IpAddr(), 8, addr}), Mav::RangeException);
+  EXPECT_THROW(encodeKey<Address4Table>({eth0, addr, 33, addr}), Mav::RangeException);
+  EXPECT_THROW(encodeKey<Address4Table>({tooLong, addr, 8, addr}), Mav::RangeException);
   EXPECT_THROW(encodeKey<Address4Table>({Dovel::IntfId(), addr, 8, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<Address4Table>({.label = Dovel::IntfId("sixteen-letters-")}),
-               Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address6Table>({a, Dovel::Ip6Addr()}), Mav::RangeException);
+  EXPECT_THROW(encodeRecord<Address4Table>({.label = tooLong}), Mav::RangeException);
+  EXPECT_THROW(encodeKey<Address6Table>({eth0, Dovel::Ip6Addr()}), Mav::RangeException);
   EXPECT_THROW(encodeRecord<Address6Table>({.length = 129, .peer = {}}), Mav::RangeException);
   EXPECT_THROW(encodeKey<LinkTable>(Dovel::IntfId()), Mav::RangeException);
   EXPECT_THROW(encodeRecord<LinkTable>({.ifIndex = 0}), Mav::RangeException);
   EXPECT_THROW(encodeKey<ForwardingTable>(static_cast<Family>(5)), Mav::RangeException);
+  EXPECT_THROW(encodeKey<FecTable>(Fib::FecId()), Mav::RangeException);
+  Fib::Route route;
+  route.routeType = static_cast<Routing::Fib::RouteType>(20);
+  EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
+  EXPECT_THROW(encodeRecord<FecTable>({}), Mav::RangeException);
+  EXPECT_THROW(encodeRecord<FecTable>({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
+  for (auto const& none :
+       {Fib::Via{}, Fib::Via{addr, eth0, 0}, Fib::Via{addr, {}, 5}, Fib::Via{addr, tooLong, 5}}) {
+    EXPECT_THROW(encodeRecord<FecTable>({{none}}), Mav::RangeException);
+  }
+}
+
+TEST(ViaIndexTest, goesFrom0To127) {
+  Fib::ViaIndex index(126);
+  EXPECT_EQ((++index).value(), 127U);
+  try {
+    ++index;
+    FAIL();
+  } catch (Mav::RangeException const& e) {
+    EXPECT_STREQ(e.what(), "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed");
+  }
+  EXPECT_EQ(index.value(), 127U);
+  EXPECT_THROW(Fib::ViaIndex(128), Mav::RangeException);
 }
 
 }  // namespace

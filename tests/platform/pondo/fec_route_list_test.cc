@@ -3,37 +3,10 @@
 #include <map>
 #include <random>
 
-#include <gmock/gmock.h>
-
-#include "platform/pondo/fec_route_list_sm.h"
+#include <gtest/gtest.h>
 
 namespace Pondo::Fib {
 namespace {
-
-using testing::ElementsAre;
-
-Dovel::Prefix prefix(std::string_view text) { return Dovel::Prefix(text); }
-
-TEST(FecRouteListTest, filesARouteUnderOneFecAtATime) {
-  FecRouteList list;
-  EXPECT_EQ(list.routes(FecId(1)), nullptr);
-  list.routeIs(prefix("10.0.0.0/24"), FecId(1));
-  list.routeIs(prefix("10.0.0.0/8"), FecId(1));
-  list.routeIs(prefix("10.0.0.0/8"), FecId(1));
-  ASSERT_TRUE(list.routes(FecId(1)));
-  EXPECT_THAT(*list.routes(FecId(1)), ElementsAre(prefix("10.0.0.0/8"), prefix("10.0.0.0/24")));
-  list.routeIs(prefix("10.0.0.0/24"), FecId(2));
-  EXPECT_THAT(*list.routes(FecId(1)), ElementsAre(prefix("10.0.0.0/8")));
-  EXPECT_THAT(*list.routes(FecId(2)), ElementsAre(prefix("10.0.0.0/24")));
-  EXPECT_EQ(list.fecId(prefix("10.0.0.0/24")), FecId(2));
-  list.routeDel(prefix("10.0.0.0/8"));
-  list.routeDel(prefix("10.0.0.0/8"));
-  EXPECT_EQ(list.routes(FecId(1)), nullptr);
-  EXPECT_EQ(list.size(), 1U);
-  list.routeIs(prefix("0.0.0.0/0"), FecId(3));
-  EXPECT_THAT(*list.routes(FecId(3)), ElementsAre(prefix("0.0.0.0/0")));
-  EXPECT_EQ(list.routes(FecId(1)), nullptr);
-}
 
 // Whatever the order, in which the place of the last look helps or misleads.
 TEST(FecRouteListTest, isWhatAPlainMapWouldBe) {
@@ -72,6 +45,8 @@ TEST(FecRouteListTest, isWhatAPlainMapWouldBe) {
   std::map<FecId, FecRouteList::Prefixes> byFec;
   for (auto const& [key, fecId] : plain) byFec[fecId].insert(key);
   for (auto const& [fecId, prefixes] : byFec) EXPECT_EQ(*list.routes(fecId), prefixes);
+  for (auto const& [key, fecId] : plain) list.routeDel(key);
+  EXPECT_EQ(list.routes(FecId(1)), nullptr);
 }
 
 }  // namespace

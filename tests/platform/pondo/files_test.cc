@@ -191,24 +191,6 @@ TEST_F(FilesTest, staleStagingIsRemoved) {
   EXPECT_FALSE(fs::exists(runDir / "tables.new.abcdef"));
 }
 
-TEST_F(FilesTest, malformedRecordsAreSkippedAndCounted) {
-  withRawTables(tables(), [](MDB_txn* txn, MDB_dbi) {
-    MDB_dbi links = 0;
-    ASSERT_EQ(mdb_dbi_open(txn, "link", 0, &links), 0);
-    char name[] = "bad";
-    MDB_val key{3, name};
-    MDB_val value{3, name};
-    EXPECT_EQ(mdb_put(txn, links, &key, &value, 0), 0);
-  });
-  Reader const reader(runDir);
-  auto const snapshot = reader.snapshot();
-  int visited = 0;
-  snapshot.scan<LinkTable>("", 10, [&](auto const&, auto const&) { ++visited; });
-  EXPECT_EQ(visited, 1);
-  EXPECT_EQ(snapshot.get<LinkTable>(Dovel::IntfId("bad")), std::nullopt);
-  EXPECT_EQ(reader.rejected(), 2U);
-}
-
 TEST_F(FilesTest, oneEnvironmentAProcessAndOneSnapshotAReader) {
   Reader const reader(runDir);
   auto const first = reader.snapshot();
@@ -216,24 +198,6 @@ TEST_F(FilesTest, oneEnvironmentAProcessAndOneSnapshotAReader) {
   EXPECT_EQ(
       readerSays(runDir).text,
       tables().string() + ": is open in this process already; close that reader or writer first");
-}
-
-TEST_F(FilesTest, scanGoesOnWhereItStopped) {
-  ASSERT_EQ(publish(), "ok");
-  publisher.tell("links 0 25 1");
-  publisher.tell("commit");
-  Reader const reader(runDir);
-  auto const snapshot = reader.snapshot();
-  std::vector<std::string> keys;
-  std::string from;
-  for (;;) {
-    auto const next = snapshot.scanBytes(TableId::link, from, 10,
-                                         [&](auto key, auto) { keys.emplace_back(key); });
-    if (!next) break;
-    from = *next;
-  }
-  EXPECT_EQ(keys.size(), 26U);
-  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
 }
 
 // In a child, so that identity and mounts of this process stay as they are. 0: as expected.
@@ -244,25 +208,6 @@ int inChild(Action const& action) {
   int status = -1;
   ::waitpid(pid, &status, 0);
   return status;
-}
-
-TEST_F(FilesTest, unreadable) {
-  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to become another user";
-  fs::permissions(directory.path(), fs::perms{0755});
-  auto const says = [this](Reason reason, std::string_view text) {
-    return inChild([&] {
-      if (::setgid(65534) != 0 || ::setuid(65534) != 0) return 2;
-      auto const said = readerSays(runDir);
-      return said.reason == reason && said.text.find(text) != std::string::npos ? 0 : 1;
-    });
-  };
-  EXPECT_EQ(says(Reason::denied, tables().string() +
-                                     ": cannot open: Permission denied; let this user's group own "
-                                     "the files (kelbased --group)"),
-            0);
-  fs::permissions(runDir, fs::perms{0755});
-  fs::permissions(tables(), fs::perms{0755});
-  EXPECT_EQ(says(Reason::denied, data() + ": cannot open: Permission denied"), 0);
 }
 
 TEST_F(FilesTest, readOnlyMount) {

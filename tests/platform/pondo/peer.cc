@@ -49,7 +49,6 @@ void publish(Words& words) {
     if (field == "logMax") words >> options.logMax;
     if (field == "mapSize") words >> options.mapSize;
     if (field == "pinnedMax") words >> options.pinnedMax;
-    if (field == "group") words >> options.group;
     if (field == "complete") complete = true;
   }
   writer.reset();
@@ -144,11 +143,6 @@ std::string answer(std::string const& line) {
   if (verb == "links") return links(words);
   if (verb == "unlink") {
     return writer->erase<Pondo::LinkTable>(Dovel::IntfId(next<std::string>(words))) ? "1" : "0";
-  }
-  if (verb == "forward") {
-    auto const family = static_cast<Pondo::Family>(next<int>(words));
-    auto const routing = next<int>(words) != 0;
-    return writer->put<Pondo::ForwardingTable>(family, {.routing = routing}) ? "1" : "0";
   }
   if (verb == "commit") return writer->commit(), std::to_string(writer->generation());
   if (verb == "complete") return writer->commitComplete(), "ok";
