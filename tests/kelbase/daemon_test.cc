@@ -57,11 +57,6 @@ class NotifySocket {
 
 class DaemonTest : public testing::Test {
  protected:
-  struct Process {
-    pid_t pid = 0;
-    std::string log;  // path
-  };
-
   ~DaemonTest() override {
     for (auto const pid : running_) {
       kill(pid, SIGKILL);
@@ -69,80 +64,67 @@ class DaemonTest : public testing::Test {
     }
   }
 
-  Process start(char const* log, std::vector<std::string> options = {}) {
-    Process process{0, scratch_ / log};
+  pid_t start(std::vector<std::string> options = {}) {
     options.insert(options.begin(), {KELBASED_PATH, "--rundir", runDir_});
-    std::vector<char*> arguments;
-    for (auto& option : options) arguments.push_back(option.data());
-    arguments.push_back(nullptr);
+    auto const arguments = pointers(options);
+    std::vector<std::string> environment{"WATCHDOG_USEC=200000",
+                                         "NOTIFY_SOCKET=" + (scratch_ / "notify").string()};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, process.log.c_str(),
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (scratch_ / "log").c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    auto environment = environment_;
-    std::vector<char*> variables;
-    for (auto& variable : environment) variables.push_back(variable.data());
-    variables.push_back(nullptr);
-    EXPECT_EQ(posix_spawn(&process.pid, KELBASED_PATH, &actions, nullptr, arguments.data(),
-                          variables.data()),
+    pid_t pid = 0;
+    EXPECT_EQ(posix_spawn(&pid, KELBASED_PATH, &actions, nullptr, arguments.data(),
+                          pointers(environment).data()),
               0);
     posix_spawn_file_actions_destroy(&actions);
-    running_.push_back(process.pid);
-    return process;
+    running_.push_back(pid);
+    return pid;
   }
 
-  /// The exit status; nothing when it does not end by itself in time.
-  std::optional<int> ended(Process const& process, int milliseconds) {
-    int const fd = static_cast<int>(syscall(SYS_pidfd_open, process.pid, 0));
+  /// The exit status; nothing when it does not end by itself within 20 s.
+  std::optional<int> ended(pid_t pid) {
+    int const fd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
     pollfd entry{fd, POLLIN, 0};
-    int const count = poll(&entry, 1, milliseconds);
+    int const count = poll(&entry, 1, 20'000);
     close(fd);
     if (count != 1) return std::nullopt;
     int status = 0;
-    waitpid(process.pid, &status, 0);
-    std::erase(running_, process.pid);
+    waitpid(pid, &status, 0);
+    std::erase(running_, pid);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
 
-  static std::string text(std::string const& path) {
+  std::string log() const {
     std::ostringstream result;
-    result << std::ifstream(path).rdbuf();
+    result << std::ifstream(scratch_ / "log").rdbuf();
     return result.str();
   }
 
   ScratchDir scratch_;
   std::string runDir_ = scratch_ / "run";
   NotifySocket manager_{scratch_ / "notify"};
-  std::vector<std::string> environment_{"NOTIFY_SOCKET=" + (scratch_ / "notify").string()};
+
+ private:
+  static std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    for (auto& text : texts) result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+  }
+
   std::vector<pid_t> running_;
 };
 
-TEST_F(DaemonTest, TellsItsServiceManagerAndEndsCleanly) {
-  environment_.push_back("WATCHDOG_USEC=200000");
-  for (int const signal : {SIGTERM, SIGINT}) {
-    auto const kelbased = start("log");
-    EXPECT_TRUE(manager_.heard("READY=1"));
-    EXPECT_TRUE(manager_.heard("STATUS="));
-    EXPECT_TRUE(manager_.heard("WATCHDOG=1"));
-    EXPECT_TRUE(manager_.heard("WATCHDOG=1"));
-    kill(kelbased.pid, signal);
-    EXPECT_EQ(ended(kelbased, 1000), 0);
-    EXPECT_TRUE(manager_.heard("STOPPING=1"));
-    EXPECT_THAT(text(kelbased.log), HasSubstr("kelbased: publishing in "));
-    EXPECT_TRUE(std::filesystem::exists(scratch_ / "run/tables/data.mdb"));
+TEST_F(DaemonTest, TellsItsServiceManager) {
+  auto const kelbased = start();
+  for (auto const* text : {"READY=1", "STATUS=", "WATCHDOG=1", "WATCHDOG=1"}) {
+    EXPECT_TRUE(manager_.heard(text)) << text;
   }
-}
-
-TEST_F(DaemonTest, ASecondOneIsRefusedAndASuccessorOfAKilledOneIsNot) {
-  auto const first = start("first");
-  ASSERT_TRUE(manager_.heard("READY=1"));
-  auto const second = start("second");
-  EXPECT_EQ(ended(second, 20'000), 1);
-  EXPECT_THAT(text(second.log), HasSubstr("(pid " + std::to_string(first.pid) + ")"));
-  kill(first.pid, SIGKILL);
-  EXPECT_EQ(ended(first, 20'000), 128 + SIGKILL);
-  start("third");
-  EXPECT_TRUE(manager_.heard("READY=1"));
+  kill(kelbased, SIGTERM);
+  EXPECT_EQ(ended(kelbased), 0);
+  EXPECT_TRUE(manager_.heard("STOPPING=1"));
+  EXPECT_THAT(log(), HasSubstr("kelbased: publishing in "));
 }
 
 TEST_F(DaemonTest, WhatCannotWorkIsSaidInOneLine) {
@@ -158,9 +140,8 @@ TEST_F(DaemonTest, WhatCannotWorkIsSaidInOneLine) {
            Row{runDir_, {"--no-such-option"}, 2, "--no-such-option"},
        }) {
     runDir_ = row.runDir;
-    auto const kelbased = start("log", row.options);
-    EXPECT_EQ(ended(kelbased, 20'000), row.status);
-    EXPECT_THAT(text(kelbased.log), HasSubstr(row.error));
+    EXPECT_EQ(ended(start(row.options)), row.status);
+    EXPECT_THAT(log(), HasSubstr(row.error));
   }
 }
 

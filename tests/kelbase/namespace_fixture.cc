@@ -5,12 +5,8 @@
 #include <cstring>
 #include <fstream>
 
-#include <net/if.h>
 #include <poll.h>
 #include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace Kelbase {
 
@@ -32,23 +28,6 @@ void NamespaceTest::ipBatch(std::string const& lines) {
 void NamespaceTest::sysctl(std::string const& path, int value) {
   std::ofstream file("/proc/sys/net/" + path);
   ASSERT_TRUE(file << value << std::flush) << path;
-}
-
-Links NamespaceTest::kernelLinks() {
-  Links result;
-  int const fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  auto* const list = if_nameindex();
-  for (auto const* entry = list; entry->if_index != 0; ++entry) {
-    ifreq request{};
-    std::strncpy(request.ifr_name, entry->if_name, IFNAMSIZ - 1);
-    EXPECT_EQ(ioctl(fd, SIOCGIFFLAGS, &request), 0) << entry->if_name;
-    bool const up = (request.ifr_flags & IFF_UP) != 0;
-    result[entry->if_name] = {static_cast<std::int32_t>(entry->if_index), up,
-                              up && (request.ifr_flags & IFF_RUNNING) != 0};
-  }
-  if_freenameindex(list);
-  close(fd);
-  return result;
 }
 
 bool NamespaceTest::turnUntil(std::function<bool()> const& condition, double seconds) {

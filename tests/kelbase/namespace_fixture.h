@@ -2,18 +2,13 @@
 // A fresh network namespace for each case, in this process. Needs root; skipped visibly otherwise.
 
 #include <functional>
-#include <map>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "platform/mav/activity.h"
-#include "platform/pondo/tables.h"
 
 namespace Kelbase {
-
-using Links = std::map<std::string, Pondo::LinkTable::Record>;
 
 class NamespaceTest : public testing::Test {
  protected:
@@ -25,8 +20,6 @@ class NamespaceTest : public testing::Test {
   static void ipBatch(std::string const& lines);
   /// Writes /proc/sys/net/PATH of the namespace.
   static void sysctl(std::string const& path, int value);
-  /// What the kernel says by another road than netlink: if_nameindex and SIOCGIFFLAGS.
-  static Links kernelLinks();
 
   /// Turns the activity, waiting on its descriptor in between, until `condition` holds: false when
   /// it does not within `seconds`.

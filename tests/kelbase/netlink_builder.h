@@ -98,26 +98,6 @@ inline NetlinkBuilder routeMessage(int type, std::string_view prefix, int routeT
   return builder;
 }
 
-/// One more next hop of RTA_MULTIPATH, with at most one attribute: {type, octets}.
-struct PathAttribute {
-  std::uint16_t type = 0;
-  std::vector<std::uint8_t> octets;
-};
-inline void addPath(std::vector<std::byte>& paths, int ifIndex, PathAttribute const& attribute) {
-  std::size_t const at = paths.size();
-  std::size_t const size = attribute.octets.size();
-  rtnexthop path{};
-  path.rtnh_ifindex = ifIndex;
-  path.rtnh_len =
-      static_cast<unsigned short>(sizeof path + (size == 0 ? 0 : sizeof(nlattr) + MNL_ALIGN(size)));
-  paths.resize(at + path.rtnh_len);
-  std::memcpy(paths.data() + at, &path, sizeof path);
-  if (size == 0) return;
-  nlattr const header{static_cast<std::uint16_t>(sizeof(nlattr) + size), attribute.type};
-  std::memcpy(paths.data() + at + sizeof path, &header, sizeof header);
-  std::memcpy(paths.data() + at + sizeof path + sizeof header, attribute.octets.data(), size);
-}
-
 inline NetlinkBuilder nexthopMessage(int type, std::uint32_t id, int family = AF_INET) {
   nhmsg header{};
   header.nh_family = static_cast<unsigned char>(family);
