@@ -25,24 +25,24 @@ Progress::~Progress() {
   }
 }
 
-void Progress::at(std::uint64_t bytes) {
+void Progress::at(std::uint64_t done) {
   if (!terminal_) return;
   double const now = Mav::now();
   if (now < drawNext_) return;
   drawNext_ = now + redrawAfter;
-  draw(bytes);
+  draw(done);
 }
 
-void Progress::draw(std::uint64_t bytes) {
+void Progress::draw(std::uint64_t done) {
   constexpr std::uint64_t width = 30;
   drawn_ = true;
   if (total_ == 0) {
-    err_ << fmt::format("\r\033[K{}: {:.1f} MB", label_, static_cast<double>(bytes) / 1e6)
+    err_ << fmt::format("\r\033[K{}: {:.1f} MB", label_, static_cast<double>(done) / 1e6)
          << std::flush;
     return;
   }
   // A file may grow while it is read.
-  std::uint64_t const done = std::min(bytes, total_);
+  done = std::min(done, total_);
   err_ << fmt::format("\r\033[K{} [{:-<{}}] {:3} %", label_,
                       std::string(width * done / total_, '#'), width, 100 * done / total_)
        << std::flush;

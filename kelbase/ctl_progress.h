@@ -20,10 +20,11 @@ class Progress {
   Progress(Progress const&) = delete;
   Progress& operator=(Progress const&) = delete;
 
-  void at(std::uint64_t bytes);
+  /// Octets, when the total is unknown.
+  void at(std::uint64_t done);
 
  private:
-  void draw(std::uint64_t bytes);
+  void draw(std::uint64_t done);
 
   std::ostream& err_;
   bool const terminal_;

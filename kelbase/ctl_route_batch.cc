@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 
 #include "kelbase/ctl_ip_fields.h"
-#include "kelbase/ctl_route_protocol.h"
+#include "kelbase/route_protocols.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -43,7 +43,7 @@ std::optional<Routing::Fib::RouteType> routeType(Fields const& fields) {
   if (type == "unreachable") return Routing::Fib::routeTypeUnreachable;
   if (type == "prohibit") return Routing::Fib::routeTypeProhibit;
   if (type != "unicast") return std::nullopt;
-  return protocol(fields).routeType;
+  return protocol(fields).type;
 }
 
 bool carriesTraffic(Routing::Fib::RouteType type) { return type > Routing::Fib::routeTypeProhibit; }

@@ -1,9 +1,5 @@
 #include "kelbase/route_protocols.h"
 
-#include <array>
-
-#include "kelbase/ctl_route_protocol.h"
-
 namespace Kelbase {
 namespace {
 
@@ -11,10 +7,7 @@ using Numbered = std::array<RouteProtocol, 256>;
 
 constexpr Numbered byNumber() {
   Numbered result{};
-  for (auto& row : result) row = {Routing::Fib::routeTypeOther, Routing::RoutePreference(255)};
-  for (auto const& known : Ctl::routeProtocols) {
-    result.at(known.number) = {known.routeType, Routing::RoutePreference(known.preference)};
-  }
+  for (auto const& known : routeProtocols) result.at(known.number) = known;
   return result;
 }
 
@@ -22,6 +15,6 @@ constexpr Numbered numbered = byNumber();
 
 }  // namespace
 
-RouteProtocol routeProtocol(std::uint8_t protocol) { return numbered.at(protocol); }
+RouteProtocol const& routeProtocol(std::uint8_t number) { return numbered.at(number); }
 
 }  // namespace Kelbase

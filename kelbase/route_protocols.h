@@ -2,18 +2,36 @@
 // What the kernel's route protocols (RTPROT_..., linux/rtnetlink.h) are to readers: the route's
 // type, and its preference, the administrative distance that routers commonly give the protocol.
 
+#include <array>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/dovel/routing_values.h"
 
 namespace Kelbase {
 
 struct RouteProtocol {
-  Routing::Fib::RouteType type;
-  Routing::RoutePreference preference;
+  std::string_view name;    // of iproute2 (its rt_protos)
+  std::uint8_t number = 0;  // rtm_protocol
+  Routing::Fib::RouteType type = Routing::Fib::routeTypeOther;
+  std::uint8_t preference = 255;
 };
 
-/// As kelbasectl knows them; for any other number: type other, preference 255.
-RouteProtocol routeProtocol(std::uint8_t protocol);
+/// The others are of type other and have the preference 255.
+inline constexpr std::array<RouteProtocol, 10> routeProtocols{{
+    {"kernel", 2, Routing::Fib::routeTypeConnected, 0},
+    {"boot", 3, Routing::Fib::routeTypeStatic, 1},
+    {"static", 4, Routing::Fib::routeTypeStatic, 1},
+    {"dhcp", 16, Routing::Fib::routeTypeDhcp, 254},
+    {"babel", 42, Routing::Fib::routeTypeBabel, 100},
+    {"bgp", 186, Routing::Fib::routeTypeBgp, 20},
+    {"isis", 187, Routing::Fib::routeTypeIsIs, 115},
+    {"ospf", 188, Routing::Fib::routeTypeOspf, 110},
+    {"rip", 189, Routing::Fib::routeTypeRip, 120},
+    {"eigrp", 192, Routing::Fib::routeTypeEigrp, 90},
+}};
+
+/// By its number; any number will do.
+RouteProtocol const& routeProtocol(std::uint8_t number);
 
 }  // namespace Kelbase

@@ -121,10 +121,10 @@ void RouteSource::mark(Dovel::Prefix const& prefix) {
 }
 
 Pondo::Fib::Route RouteSource::recordOf(KernelRoute const& route) const {
-  auto const protocol = routeProtocol(route.protocol);
+  auto const& protocol = routeProtocol(route.protocol);
   Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
                            .metric = Routing::RouteMetric(route.metric),
-                           .preference = protocol.preference};
+                           .preference = Routing::RoutePreference(protocol.preference)};
   switch (route.type) {
     case RTN_BLACKHOLE:
       record.routeType = Routing::Fib::routeTypeBlackhole;
