@@ -26,7 +26,7 @@ struct CrashTest : RunDirTest {
   void expectWhole(Snapshot const& snapshot) {
     std::int32_t first = 0;
     int count = 0;
-    snapshot.scan<LinkTable>("", sliceMax, [&](auto const&, LinkTable::Record const& record) {
+    snapshot.scan<LinkTable>("", noLimit, [&](auto const&, LinkTable::Record const& record) {
       if (count++ == 0) first = record.ifIndex;
       ASSERT_EQ(record.ifIndex, first);
     });
