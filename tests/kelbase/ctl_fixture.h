@@ -1,7 +1,6 @@
 #pragma once
 // kelbasectl's commands with a run directory of their own, and what they print.
 
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -11,26 +10,20 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "kelbase/ctl_command.h"
+#include "tests/kelbase/scratch_dir.h"
 
 namespace Kelbase::Ctl {
 
 class CtlFixture : public ::testing::Test {
  protected:
-  CtlFixture() {
-    std::string pattern = std::filesystem::temp_directory_path() / "kelbasectl.XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    top_ = pattern;
-  }
-  ~CtlFixture() override { std::filesystem::remove_all(top_); }
-
   std::filesystem::path runDir() const { return top_ / "run"; }
 
   std::string file(std::string const& name, std::string const& text) const {
-    std::ofstream(top_ / name) << text;
-    return top_ / name;
+    auto const path = top_ / name.c_str();
+    std::ofstream(path) << text;
+    return path;
   }
 
   int ctl(std::vector<std::string> arguments, std::string const& input = "") {
@@ -50,7 +43,7 @@ class CtlFixture : public ::testing::Test {
   std::string err() const { return err_.str(); }
   nlohmann::json outJson() const { return nlohmann::json::parse(out_.str()); }
 
-  std::filesystem::path top_;
+  ScratchDir const top_;
   std::ostringstream out_;
   std::ostringstream err_;
   double epoch_ = static_cast<double>(std::time(nullptr));

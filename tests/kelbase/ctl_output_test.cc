@@ -24,85 +24,64 @@ constexpr std::array<Column, 3> columns{{
     {"STATE", "up", "up", "down"},
 }};
 
-Row row(std::string name, std::int64_t size, bool up) { return {std::move(name), size, up}; }
+using Slices = std::vector<std::vector<Row>>;
+
+std::string printed(std::unique_ptr<RowOutput> (*output)(std::ostream&, std::span<Column const>),
+                    Slices const& slices) {
+  std::ostringstream out;
+  auto const rows = output(out, columns);
+  for (auto const& slice : slices) rows->write(slice);
+  rows->end();
+  return out.str();
+}
 
 TEST(RowOutputTest, TextIsAlignedOverAllRowsOfASliceAndGrowsWithLaterOnes) {
-  std::ostringstream out;
-  auto const output = textOutput(out, columns);
-  output->write(std::vector<Row>{row("a", 7, true), row("long-name", 12345, false)});
-  output->write(std::vector<Row>{row("b", 1234567, true)});
-  output->end();
-  EXPECT_EQ(out.str(),
-            "NAME        SIZE  STATE\n"
-            "a              7  up\n"
-            "long-name  12345  down\n"
-            "b          1234567  up\n");
+  EXPECT_EQ(printed(textOutput, {}), "NAME  SIZE  STATE\n");
+  EXPECT_EQ(
+      printed(textOutput, {{{"a", 7, true}, {"long-name", 12345, false}}, {{"b", 1234567, true}}}),
+      "NAME        SIZE  STATE\n"
+      "a              7  up\n"
+      "long-name  12345  down\n"
+      "b          1234567  up\n");
 }
 
 TEST(RowOutputTest, JsonIsOneArrayOverAllSlices) {
-  std::ostringstream out;
-  auto const output = jsonOutput(out, columns);
-  output->write(std::vector<Row>{row("a\"\xff", 7, true)});
-  output->write(std::vector<Row>{});
-  output->write(std::vector<Row>{row("b", 8, false)});
-  output->end();
-  EXPECT_EQ(out.str(),
+  EXPECT_EQ(printed(jsonOutput, {}), "[]\n");
+  EXPECT_EQ(printed(jsonOutput, {{{"a\"\xff", 7, true}}, {}, {{"b", 8, false}}}),
             "[\n"
             "{\"name\":\"a\\\"\xef\xbf\xbd\",\"size\":7,\"up\":true},\n"
             "{\"name\":\"b\",\"size\":8,\"up\":false}\n"
             "]\n");
 }
 
-TEST(RowOutputTest, AnEmptyTableIsAHeadingOrAnEmptyArray) {
-  std::ostringstream text;
-  textOutput(text, columns)->end();
-  EXPECT_EQ(text.str(), "NAME  SIZE  STATE\n");
-  std::ostringstream json;
-  jsonOutput(json, columns)->end();
-  EXPECT_EQ(json.str(), "[]\n");
-}
-
-class ProgressTest : public ::testing::Test {
- protected:
-  Mav::SimulatedTime time_;
-  std::ostringstream err_;
-};
-
-TEST_F(ProgressTest, ShowsNothingForQuickWorkNorWithoutATerminal) {
+TEST(ProgressTest, IsDrawnOnATerminalTenTimesASecondAndWipedAtItsEnd) {
+  Mav::SimulatedTime time;
+  std::ostringstream err;
   {
-    Progress progress(err_, true, "f", 100);
-    time_.advance(0.4);
+    Progress progress(err, false, "f", 100);  // no terminal
+    time.advance(60);
     progress.at(50);
   }
   {
-    Progress progress(err_, false, "f", 100);
-    time_.advance(60);
+    Progress progress(err, true, "f", 100);
+    time.advance(0.4);
+    progress.at(40);  // it may be quick work
+    time.advance(0.2);
     progress.at(50);
-  }
-  EXPECT_EQ(err_.str(), "");
-}
-
-TEST_F(ProgressTest, DrawsAtMostTenTimesASecondAndWipesItsLine) {
-  {
-    Progress progress(err_, true, "f", 100);
-    time_.advance(0.6);
-    progress.at(50);
-    time_.advance(0.05);
+    time.advance(0.05);
     progress.at(60);
-    time_.advance(0.06);
+    time.advance(0.06);
     progress.at(200);  // the file has grown
   }
-  EXPECT_EQ(err_.str(),
+  EXPECT_EQ(err.str(),
             "\r\033[Kf [###############---------------]  50 %"
             "\r\033[Kf [##############################] 100 %"
             "\r\033[K");
-}
-
-TEST_F(ProgressTest, TellsTheAmountWhereTheTotalIsUnknown) {
-  Progress progress(err_, true, "f", 0);
-  time_.advance(1);
+  err.str("");
+  Progress progress(err, true, "f", 0);  // of unknown length
+  time.advance(1);
   progress.at(2'500'000);
-  EXPECT_EQ(err_.str(), "\r\033[Kf: 2.5 MB");
+  EXPECT_EQ(err.str(), "\r\033[Kf: 2.5 MB");
 }
 
 TEST(SpanTextTest, HasTwoUnitsAtMost) {

@@ -103,9 +103,9 @@ TEST_F(CtlRoutesTest, QuestionsOfOneAddressAndOfOnePrefix) {
   EXPECT_EQ(err(), "kelbasectl: no route to 8.8.8.8\n");
 }
 
-TEST_F(CtlRoutesTest, ALongSetIsToldWholeOfFecsAlone) {
+TEST_F(CtlRoutesTest, ALongSetIsCutWhereAFecEndsAndToldWholeOfFecsAlone) {
   std::string hops;
-  for (int i = 1; i <= 64; ++i) {
+  for (int i = 1; i <= 130; ++i) {
     hops += (i > 1 ? R"(,{"gateway":"10.0.0.)" : R"({"gateway":"10.0.0.)") + std::to_string(i) +
             R"(","dev":"a"})";
   }
@@ -115,9 +115,9 @@ TEST_F(CtlRoutesTest, ALongSetIsToldWholeOfFecsAlone) {
             exitOk)
       << err();
   ctl({"show", "routes"});
-  EXPECT_THAT(out(), EndsWith("via 10.0.0.4 dev a and 60 more\n"));
+  EXPECT_THAT(out(), EndsWith("via 10.0.0.4 dev a and 124 more\n"));
   ctl({"show", "fecs"});
-  EXPECT_THAT(out(), EndsWith("via 10.0.0.64 dev a\n"));
+  EXPECT_THAT(out(), EndsWith("via 10.0.0.128 dev a\n"));
 }
 
 TEST_F(CtlRoutesTest, AGeneratedTableReplacesAnotherAndIsTheSameForASeed) {
@@ -133,7 +133,6 @@ TEST_F(CtlRoutesTest, AGeneratedTableReplacesAnotherAndIsTheSameForASeed) {
   EXPECT_EQ(shownRoutes().size(), 2004U);
   ASSERT_EQ(ctl({"generate", "--routes", "3000", "--seed", "5"}), exitOk);
   EXPECT_EQ(shownRoutes(), first);
-  EXPECT_EQ(shownRoutes({"--within", "0.0.0.0/0"}), first);
 }
 
 TEST_F(CtlRoutesTest, TheBatchMakesTheSameRoutes) {
@@ -171,13 +170,11 @@ TEST(GeneratedTableTest, HasTheShapeOfTheInternetsTable) {
   auto const share = [&](unsigned length) {
     return static_cast<double>(lengths[length]) / static_cast<double>(count);
   };
-  EXPECT_NEAR(share(24), 0.60, 0.001);
-  EXPECT_NEAR(share(22), 0.11, 0.001);
-  EXPECT_NEAR(share(23), 0.09, 0.001);
-  EXPECT_NEAR(share(21), 0.05, 0.001);
-  EXPECT_NEAR(share(20), 0.045, 0.001);
+  for (auto const& [length, expected] :
+       std::map<unsigned, double>{{24, 0.60}, {23, 0.09}, {22, 0.11}, {21, 0.05}, {20, 0.045}}) {
+    EXPECT_NEAR(share(length), expected, 0.001) << length;
+  }
   for (unsigned length = 9; length <= 20; ++length) EXPECT_GT(share(length), share(length - 1));
-  EXPECT_EQ(lengths[8], 5U);
   EXPECT_EQ(lengths.begin()->first, 8U);
   EXPECT_EQ(lengths.rbegin()->first, 24U);
   EXPECT_EQ(fecs.size(), GeneratedTable::nextHopCount);
