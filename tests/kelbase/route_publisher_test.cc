@@ -163,8 +163,9 @@ TEST_F(RoutePublisherTest, RoutesAndAddressesAreTheKernelsAfterOverruns) {
     lines += "address add " + address;
     if (i % 8 != 0) lines += "address del " + address;
   }
+  ipBatch("address add 10.8.0.1/32 dev lo\nroute add 10.15.0.0/16 via 10.0.0.2\n");
   start({.eventBuffer = 1});
-  ipBatch(lines);
+  ipBatch(lines + "address del 10.8.0.1/32 dev lo\nroute del 10.15.0.0/16\n");
   settle();
   EXPECT_GE(publisher_->feed().counters().overruns, 1U);
   EXPECT_THAT(publisher_->summary(), testing::HasSubstr(" 253 IPv4 addresses, "));
