@@ -4,27 +4,22 @@
 
 #include "agent/ip_route_table_sm.h"
 #include "benchmarks/published_routes.h"
-#include "platform/pondo/shared_fib.h"
 #include "platform/state/intf_details_provider.h"
 
 namespace {
 
 using namespace PublishedRoutes;
 
-struct Agent : Intf::IntfDetailsProvider {
-  explicit Agent(std::filesystem::path const& runDir) {
+struct Agent : Intf::IntfDetailsProvider, Reading {
+  explicit Agent(std::filesystem::path const& runDir) : Reading(runDir) {
     Intf::intfDetailsProviderIs(this);
     intfStatusDir->intfStatusIs(Dovel::IntfId("eth0"), 2, true);
     sm = Mav::makeObject<IpSnmp::IpRouteTableSm>(Mav::makeObject<Mav::ActivityConfig>(activity),
                                                  mib, intfStatusDir, fib.routeStatus(),
                                                  fib.forwardingStatus(), activity.clock());
-    follower.emplace(activity, runDir, std::vector<Listener*>{&fib});
-    fib.followerIs(&*follower);
+    follow();
   }
-  ~Agent() {
-    fib.followerIs(nullptr);
-    Intf::intfDetailsProviderIs(nullptr);
-  }
+  ~Agent() { Intf::intfDetailsProviderIs(nullptr); }
   Agent(Agent const&) = delete;
   Agent& operator=(Agent const&) = delete;
 
@@ -32,25 +27,10 @@ struct Agent : Intf::IntfDetailsProvider {
     return status.ifIndex();
   }
 
-  /// Turns until there is no more to do. The longest turn in seconds.
-  double settle() {
-    double longest = 0;
-    do {
-      auto const start = cpuTime();
-      activity.deliver();
-      longest = std::max(longest, cpuTime() - start);
-    } while (follower->state() != Follower::State::following ||
-             activity.clock()->timeNext() == Mav::asap);
-    return longest;
-  }
-
-  Mav::Activity activity;
-  SharedFib fib;
   Mav::Ptr<IpSnmp::IpForwardMib> const mib = Mav::makeObject<IpSnmp::IpForwardMib>("mib");
   Mav::Ptr<Interface::AllIntfStatusDir> const intfStatusDir =
       Mav::makeObject<Interface::AllIntfStatusDir>();
   Mav::Ptr<IpSnmp::IpRouteTableSm> sm;
-  std::optional<Follower> follower;
 };
 
 double allocated() {
@@ -86,8 +66,8 @@ void everyRouteChanged(benchmark::State& state) {
   }
 }
 
-/// The prefixes of fecs that change, into the backlog; those of one fec are not cut into slices. The
-/// argument is the number of fecs; each is used by routes all over the table.
+/// The prefixes of fecs that change, into the backlog; those of one fec are not cut into slices.
+/// The argument is the number of fecs; each is used by routes all over the table.
 void fecsChanged(benchmark::State& state) {
   RunDir const runDir;
   Publisher const publisher(runDir.path());

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/pondo/shared_fib.h"
 #include "platform/pondo/writer.h"
 
 namespace PublishedRoutes {
@@ -145,6 +147,38 @@ class Publisher {
   int down_[2] = {-1, -1};
   int up_[2] = {-1, -1};
   pid_t pid_ = -1;
+};
+
+/// What an agent reads them with; derive what hears of them, and then follow().
+struct Reading {
+  explicit Reading(std::filesystem::path path) : runDir(std::move(path)) {}
+  ~Reading() { fib.followerIs(nullptr); }
+  Reading(Reading const&) = delete;
+  Reading& operator=(Reading const&) = delete;
+
+  /// From the start on, also once more.
+  void follow() {
+    fib.followerIs(nullptr);
+    follower.reset();
+    follower.emplace(activity, runDir, std::vector<Listener*>{&fib});
+    fib.followerIs(&*follower);
+  }
+  /// Turns until there is no more to do. The longest turn in seconds.
+  double settle() {
+    double longest = 0;
+    do {
+      auto const start = cpuTime();
+      activity.deliver();
+      longest = std::max(longest, cpuTime() - start);
+    } while (follower->state() != Follower::State::following ||
+             activity.clock()->timeNext() == Mav::asap);
+    return longest;
+  }
+
+  std::filesystem::path const runDir;
+  Mav::Activity activity;
+  SharedFib fib;
+  std::optional<Follower> follower;
 };
 
 }  // namespace PublishedRoutes
