@@ -148,6 +148,17 @@ TEST_F(WriterTest, scanShowsWhatIsCommittedAndWhatIsNotYet) {
   EXPECT_EQ(writer->generation(), 2U);
 }
 
+TEST_F(WriterTest, changeLogKeepsItsLastEntries) {
+  options.logMax = 16;
+  reopen();
+  writer->commitComplete();
+  for (int i = 1; i <= 40; ++i) {
+    put("eth0", i);
+    writer->commit();
+  }
+  EXPECT_THAT(changesAfterwards().size(), testing::AnyOf(16U, 17U));
+}
+
 TEST_F(WriterTest, filesHaveTheirModesWhateverTheUmask) {
   writer.reset();
   std::filesystem::remove_all(runDir);
