@@ -1,5 +1,9 @@
+// What the mirrors mount and announce, and in which order. That the entities end as the tables are,
+// whatever happened, is for tests/plugin/address_road_test.cc.
+
 #include "platform/state/mirrors.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,43 +17,92 @@
 namespace State {
 namespace {
 
+using Dovel::IntfId;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 using Story = std::vector<std::string>;
 
-/// Tells what the mirrors tell, in one line each.
-class Witness : public MountObserver, public Interface::AllIntfStatusDir::NotifieeConst {
+struct Mounts : MountObserver {
+  explicit Mounts(Story& told) : story(told) {}
+  void mountsWillChange() noexcept override { story.emplace_back("mounts will change"); }
+  void mountsHaveChanged() override { story.emplace_back("mounts have changed"); }
+  void stateIsKnown() override { story.emplace_back("state is known"); }
+  Story& story;
+};
+
+/// Tells what is announced of interfaces and of IPv4 addresses, in one line each.
+class Witness : public Interface::AllIntfStatusDir::NotifieeConst {
  public:
-  explicit Witness(Story& story) : story_(story) {}
-  void mountsWillChange() noexcept override { story_.emplace_back("mounts will change"); }
-  void mountsHaveChanged() override { story_.emplace_back("mounts have changed"); }
+  Witness(Mirrors const& mirrors, Story& story)
+      : NotifieeConst(mirrors.intfStatusDir()), story_(story), config_(mirrors.ipConfig(), story) {}
   using NotifieeConst::onIntfStatus;
-  void stateIsKnown() override { story_.emplace_back("state is known"); }
-  void onIntfStatus(Dovel::IntfId const& intfId) override {
+  void onIntfStatus(IntfId const& intfId) override {
     auto const status = notifier()->intfStatus(intfId);
     story_.push_back(intfId.stringValue() +
-                     (status ? " comes as " + std::to_string(status->ifIndex()) : " goes"));
+                     (status ? '=' + std::to_string(status->ifIndex()) : " leaves"));
   }
 
  private:
+  struct Address : Ip::IpIntfConfig::NotifieeConst {
+    Address(Mav::Ptr<Ip::IpIntfConfig const> intf, Story& told)
+        : NotifieeConst(std::move(intf)), story(told) {}
+    void onAddrWithMask() override { story.push_back(notifier()->addrWithMask().stringValue()); }
+    Story& story;
+  };
+  struct Config : Ip::Config::NotifieeConst {
+    Config(Mav::Ptr<Ip::Config const> config, Story& told)
+        : NotifieeConst(std::move(config)), story(told) {}
+    using NotifieeConst::onIpIntfConfig;
+    void onIpIntfConfig(IntfId const& intfId) override {
+      auto const intf = notifier()->ipIntfConfig(intfId);
+      story.push_back(intfId.stringValue() + (intf ? " has" : " has none"));
+      if (!intf) return;
+      EXPECT_EQ(intf->addrWithMask(), Dovel::IpAddrWithMask()) << "created with its address";
+      addresses.push_back(std::make_unique<Address>(intf, story));
+    }
+    Story& story;
+    std::vector<std::unique_ptr<Address>> addresses;
+  };
+
   Story& story_;
+  Config config_;
 };
 
 class MirrorsTest : public testing::Test {
  protected:
-  MirrorsTest() { witness_.notifierIs(mirrors_.intfStatusDir()); }
-
   void forwarding(Pondo::Family family, bool routing) {
     tables_.put<Pondo::ForwardingTable>(family, {.routing = routing});
   }
   void link(char const* name, std::int32_t ifIndex, bool operUp = true) {
-    tables_.put<Pondo::LinkTable>(Dovel::IntfId(name), {ifIndex, true, operUp});
+    tables_.put<Pondo::LinkTable>(IntfId(name), {ifIndex, true, operUp});
   }
-  void linkGone(char const* name) { tables_.erase<Pondo::LinkTable>(Dovel::IntfId(name)); }
-  void slice() {
+  void linkGone(char const* name) { tables_.erase<Pondo::LinkTable>(IntfId(name)); }
+  static Pondo::Address4Table::Key key4(char const* link, char const* addr) {
+    Dovel::IpAddrWithMask const parsed{std::string_view(addr)};
+    return {IntfId(link), parsed.address(), static_cast<std::uint8_t>(parsed.length()),
+            parsed.address()};
+  }
+  void address(char const* link, char const* addr, char const* label = "") {
+    tables_.put<Pondo::Address4Table>(key4(link, addr), {.label = IntfId(label)});
+  }
+  void addressGone(char const* link, char const* addr) {
+    tables_.erase<Pondo::Address4Table>(key4(link, addr));
+  }
+  void slice(std::size_t limit = SIZE_MAX) {
     story_.clear();
-    tables_.slice(mirrors_);
+    tables_.slice(mirrors_, limit);
+  }
+
+  /// "a=7 10.0.0.1/24", for each.
+  Story config() const {
+    Story result;
+    for (auto it = mirrors_.ipConfig()->ipIntfConfigIterator(); it; ++it) {
+      auto const status = mirrors_.intfStatusDir()->intfStatus(it.key());
+      result.push_back(it.key().stringValue() + '=' + std::to_string(status->ifIndex()) + ' ' +
+                       it->addrWithMask().stringValue());
+    }
+    return result;
   }
 
   template <class Config>
@@ -59,14 +112,15 @@ class MirrorsTest : public testing::Test {
     return config->routing();
   }
   Mav::Ptr<Interface::IntfStatus const> status(char const* name) const {
-    return mirrors_.intfStatusDir()->intfStatus(Dovel::IntfId{name});
+    return mirrors_.intfStatusDir()->intfStatus(IntfId{name});
   }
 
   TableSlices tables_;
   Story story_;
-  Witness witness_{story_};
+  Mounts mounts_{story_};
   Mav::Directory directory_;
-  Mirrors mirrors_{directory_, witness_};
+  Mirrors mirrors_{directory_, mounts_};
+  Witness witness_{mirrors_, story_};
 };
 
 TEST_F(MirrorsTest, ConfigIsMountedWhileItIsPublishedAndTheObserverStandsAround) {
@@ -95,7 +149,7 @@ TEST_F(MirrorsTest, ConfigIsMountedWhileItIsPublishedAndTheObserverStandsAround)
 TEST_F(MirrorsTest, InterfaceObjectLivesAsLongAsNameAndIndex) {
   link("eth0", 2, false);
   slice();
-  EXPECT_THAT(story_, ElementsAre("eth0 comes as 2"));
+  EXPECT_THAT(story_, ElementsAre("eth0=2"));
   auto const eth0 = status("eth0");
   link("eth0", 2, true);
   slice();
@@ -107,20 +161,20 @@ TEST_F(MirrorsTest, InterfaceObjectLivesAsLongAsNameAndIndex) {
   slice();
   EXPECT_NE(status("eth0"), eth0);
   EXPECT_EQ(eth0->ifIndex(), 2);
-  EXPECT_THAT(story_, ElementsAre("eth0 goes", "eth0 comes as 7"));
+  EXPECT_THAT(story_, ElementsAre("eth0 leaves", "eth0=7"));
 
   link("a", 7);  // a rename, told new name first
   linkGone("eth0");
   slice();
-  EXPECT_THAT(story_, ElementsAre("eth0 goes", "a comes as 7"));
+  EXPECT_THAT(story_, ElementsAre("eth0 leaves", "a=7"));
 }
 
 TEST_F(MirrorsTest, KeysAnnouncedWithoutAChangeAreNotToldAgain) {
   link("eth0", 2);
   forwarding(Pondo::Family::ipv4, true);
   slice();
-  tables_.changed<Pondo::LinkTable>(Dovel::IntfId{"eth0"});
-  tables_.changed<Pondo::LinkTable>(Dovel::IntfId{"never"});
+  tables_.changed<Pondo::LinkTable>(IntfId{"eth0"});
+  tables_.changed<Pondo::LinkTable>(IntfId{"never"});
   tables_.changed<Pondo::ForwardingTable>(Pondo::Family::ipv4);
   tables_.changes().push_back({Pondo::TableId::link, "not a key"});
   slice();
@@ -131,8 +185,8 @@ TEST_F(MirrorsTest, FiledKeysAreFoundInOrderFromAnyBytes) {
   link("eth0", 2);
   link("eth1", 3);
   slice();
-  auto const eth0 = Pondo::encodeKey<Pondo::LinkTable>(Dovel::IntfId{"eth0"});
-  auto const eth1 = Pondo::encodeKey<Pondo::LinkTable>(Dovel::IntfId{"eth1"});
+  auto const eth0 = Pondo::encodeKey<Pondo::LinkTable>(IntfId{"eth0"});
+  auto const eth1 = Pondo::encodeKey<Pondo::LinkTable>(IntfId{"eth1"});
   EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, ""), eth0);
   EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, eth0), eth0);
   EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, eth0 + '\0'), eth1);
@@ -140,15 +194,92 @@ TEST_F(MirrorsTest, FiledKeysAreFoundInOrderFromAnyBytes) {
   EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::forwarding, ""), std::nullopt);
 }
 
-TEST_F(MirrorsTest, NothingIsMountedAfterTheMirrors) {
-  Mav::Directory directory;
-  {
-    Mirrors mirrors(directory, witness_);
-    forwarding(Pondo::Family::ipv4, true);
-    tables_.slice(mirrors);
-    EXPECT_NE(directory.entity(Routing::Config::path), nullptr);
+TEST_F(MirrorsTest, EachAddressOfALinkHasAnIntfIdOfItsOwn) {
+  link("a", 7);
+  address("a", "10.0.0.1/24", "a");
+  address("a", "10.0.0.2/24", "a");
+  address("a", "10.0.0.3/24", "a:x");
+  address("a", "10.0.0.4/24", "a:x");
+  address("a", "10.0.0.4/16");
+  slice();
+  EXPECT_THAT(config(), ElementsAre("a=7 10.0.0.1/24", "a#2=7 10.0.0.2/24", "a#3=7 10.0.0.4/16",
+                                    "a#4=7 10.0.0.4/24", "a:x=7 10.0.0.3/24"));
+}
+
+TEST_F(MirrorsTest, IntfIdsAreKeptForLifeAndTheSmallestFreeIsGivenNext) {
+  link("a", 7);
+  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8", "4.0.0.1/8"}) address("a", addr);
+  slice();
+  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8"}) addressGone("a", addr);
+  slice();
+  EXPECT_THAT(config(), ElementsAre("a#4=7 4.0.0.1/8"));
+  for (auto const* addr : {"5.0.0.1/8", "6.0.0.1/8", "7.0.0.1/8", "8.0.0.1/8"}) address("a", addr);
+  slice();
+  EXPECT_THAT(config(), ElementsAre("a=7 5.0.0.1/8", "a#2=7 6.0.0.1/8", "a#3=7 7.0.0.1/8",
+                                    "a#4=7 4.0.0.1/8", "a#5=7 8.0.0.1/8"));
+}
+
+TEST_F(MirrorsTest, AnIntfIdMakesRoomForALinkOfThatName) {
+  link("a", 7);
+  address("a", "1.0.0.1/8");
+  address("a", "2.0.0.1/8");
+  address("a", "3.0.0.1/8", "b");
+  slice();
+  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/8", "a#2=7 2.0.0.1/8", "b=7 3.0.0.1/8"));
+  link("b", 8);
+  link("a#2", 9);
+  address("b", "4.0.0.1/8");
+  slice();
+  EXPECT_THAT(config(),
+              ElementsAre("a=7 1.0.0.1/8", "a#3=7 2.0.0.1/8", "a#4=7 3.0.0.1/8", "b=8 4.0.0.1/8"));
+}
+
+TEST_F(MirrorsTest, WhatChangesBesideTheAddressIsNotAnnounced) {
+  link("a", 7);
+  address("a", "1.0.0.1/8", "a");
+  slice();
+  tables_.put<Pondo::Address4Table>(key4("a", "1.0.0.1/8"), {IntfId("a:1"), true});
+  tables_.put<Pondo::LinkTable>(IntfId("a"), {7, true, false});
+  slice();
+  EXPECT_THAT(story_, IsEmpty());
+}
+
+TEST_F(MirrorsTest, AddressesGoFirstAndComeLastAndFollowTheirLink) {
+  address("a", "1.0.0.1/8");
+  address("a", "2.0.0.1/8");
+  slice();
+  EXPECT_THAT(story_, IsEmpty());
+  link("a", 7);
+  slice();
+  EXPECT_THAT(story_, ElementsAre("a=7", "a#2=7", "a has", "1.0.0.1/8", "a#2 has", "2.0.0.1/8"));
+  link("a", 9);
+  slice();
+  EXPECT_THAT(story_, ElementsAre("a has none", "a#2 has none", "a leaves", "a#2 leaves", "a=9",
+                                  "a#2=9", "a has", "1.0.0.1/8", "a#2 has", "2.0.0.1/8"));
+  address("b", "1.0.0.1/8");
+  link("b", 8);
+  linkGone("a");
+  addressGone("a", "1.0.0.1/8");
+  addressGone("a", "2.0.0.1/8");
+  slice(3);  // its link goes before the addresses are told gone
+  EXPECT_THAT(story_, ElementsAre("a has none", "a#2 has none", "a leaves", "a#2 leaves", "b=8",
+                                  "b has", "1.0.0.1/8"));
+  slice();
+  EXPECT_THAT(story_, IsEmpty());
+}
+
+TEST_F(MirrorsTest, OneSiblingComesAgainWhenAnAddressOfItsPrefixGoes) {
+  link("a", 7);
+  for (auto const* addr : {"10.0.0.1/24", "10.0.0.2/24", "10.0.0.3/24", "10.0.0.4/16"}) {
+    address("a", addr);
   }
-  EXPECT_EQ(directory.entity(Routing::Config::path), nullptr);
+  slice();
+  addressGone("a", "10.0.0.1/24");
+  slice();
+  EXPECT_THAT(story_, ElementsAre("a has none", "0.0.0.0/0", "10.0.0.2/24"));
+  addressGone("a", "10.0.0.4/16");
+  slice();
+  EXPECT_THAT(story_, ElementsAre("a#4 has none", "a#4 leaves"));
 }
 
 }  // namespace
