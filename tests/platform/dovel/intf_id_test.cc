@@ -11,7 +11,6 @@ namespace {
 // The kernel takes any byte but '/', white space and NUL.
 TEST(IntfId, printsAndParsesAnyName) {
   EXPECT_EQ(shown(IntfId("eth0")), "eth0");
-  EXPECT_EQ(valueToStrep(IntfId("eth0")), "'eth0'");
   for (std::string_view const name : {"", "eth0#2", "it's", "a\\b", "caf\xc3\xa9"}) {
     expectStrepRoundTrip(IntfId(name));
   }

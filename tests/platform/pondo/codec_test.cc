@@ -18,6 +18,11 @@ namespace {
 using namespace std::string_literals;
 
 static_assert(Format::schemaVersion == 3);
+using namespace Routing::Fib;
+static_assert(routeTypeUnknown <= 3 && routeTypeBlackhole <= 3 && routeTypeUnreachable <= 3 &&
+              routeTypeProhibit <= 3 && routeTypeStatic == 4 && routeTypeRip == 6 &&
+              routeTypeConnected == 7 && routeTypeOspf == 11 && routeTypeOspfNssaExternal2 == 16 &&
+              routeTypeBgp == 17 && routeTypeInternalBgp == 18);
 
 Dovel::IntfId const eth0("eth0");
 Dovel::IntfId const longest("fifteen-letters");
@@ -52,7 +57,7 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<RouteTable>({.fecId = Fib::FecId(0x0102030405060708),
                                       .metric = Routing::RouteMetric(0x11121314),
                                       .preference = Routing::RoutePreference(200),
-                                      .routeType = Routing::Fib::routeTypeBgp}),
+                                      .routeType = routeTypeBgp}),
             "\x01\xc8\x11\0\x14\x13\x12\x11\x08\x07\x06\x05\x04\x03\x02\x01"s);
   EXPECT_EQ(encodeKey<FecTable>(Fib::FecId(0x0102030405060708)),
             "\x01\x02\x03\x04\x05\x06\x07\x08"s);
@@ -190,7 +195,7 @@ TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
   EXPECT_THROW(encodeKey<ForwardingTable>(static_cast<Family>(5)), Mav::RangeException);
   EXPECT_THROW(encodeKey<FecTable>(Fib::FecId()), Mav::RangeException);
   Fib::Route route;
-  route.routeType = static_cast<Routing::Fib::RouteType>(20);
+  route.routeType = static_cast<RouteType>(20);
   EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({}), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
