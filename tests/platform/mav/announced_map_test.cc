@@ -5,9 +5,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "platform/mav/hash_map.h"
 #include "tests/platform/mav/counter_entity.h"
 
 namespace {
@@ -35,15 +33,6 @@ class AnnouncedMapTest : public testing::Test {
   Listener listener{entity};
 };
 
-TEST_F(AnnouncedMapTest, changesAreAnnouncedAfterTheyAreMade) {
-  auto const part = entity->partIs(2, 10);
-  EXPECT_EQ(entity->partIs(2, 10), part);
-  entity->partIs(1, 11);
-  entity->partDel(7);
-  entity->partDel(2);
-  EXPECT_THAT(listener.heard, ElementsAre("+2", "+1", "-2"));
-}
-
 TEST_F(AnnouncedMapTest, delAllAnnouncesEachAndBearsChangesFromInside) {
   for (int key : {1, 2, 3, 4}) entity->partIs(key, 1);
   listener.heard.clear();
@@ -62,23 +51,6 @@ TEST_F(AnnouncedMapTest, aHandlerThatUndoesAChangeLeavesTheCallerItsMember) {
   EXPECT_EQ(entity->partIs(5, 9)->weight(), 9);
   EXPECT_THAT(listener.heard, ElementsAre("+5", "-5"));
   EXPECT_EQ(entity->part(5), nullptr);
-}
-
-TEST_F(AnnouncedMapTest, putAnnouncesWhatDiffers) {
-  struct Heard : Mav::NotifieeBase {
-    void onPart(int const& key) { keys.push_back(key); }
-    void onPart() { keys.push_back(-1); }
-    std::vector<int> keys;
-  } heard;
-  Mav::NotifieeList<Heard> list;
-  list.add(&heard);
-  Mav::AnnouncedMap<Mav::HashMap<int, bool>, Heard, 258, &Heard::onPart, &Heard::onPart> map(list);
-  map.put(3, true);
-  map.put(3, true);
-  map.put(3, false);
-  map.announceWhole();
-  map.delAll();
-  EXPECT_THAT(heard.keys, ElementsAre(3, 3, -1, 3));
 }
 
 }  // namespace

@@ -43,7 +43,6 @@ class CounterEntity : public Mav::Entity {
 
   using PartMap = Mav::OrderedMap<int, Mav::Ptr<Part>>;
   Mav::Ptr<Part> part(int key) const { return part_.map().get(key); }
-  PartMap::IteratorConst partIterator() const { return part_.map().first(); }
   Mav::Ptr<Part> partIs(int key, std::uint8_t weight) {
     return part_.is(
         key, [&] { return Mav::makeObject<Part>(weight); },

@@ -31,7 +31,6 @@ class Listener : public CounterEntity::NotifieeConst {
     story_.push_back(name_);
     if (action) action();
   }
-  void onIsNondestructing() override { story_.push_back(name_ + " nondestructing"); }
   void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
     story_.push_back(name_ + " threw " + Mav::exceptionText(exception) + " in " +
                      std::string(notifier()->attributeString(attribute)));
@@ -120,13 +119,6 @@ TEST_F(NotifieeTest, inactiveAndMovedOnesHearNothing) {
   a->hasNotificationActiveIs(true);
   b->notifierIs(entity);
   EXPECT_THAT(change(), ElementsAre("a", "c", "b"));
-}
-
-TEST_F(NotifieeTest, isNondestructingIsToldWhenItChanges) {
-  entity->isNondestructingIs(false);
-  EXPECT_THAT(story, ElementsAre());
-  entity->isNondestructingIs(true);
-  EXPECT_THAT(story, ElementsAre("a nondestructing", "b nondestructing", "c nondestructing"));
 }
 
 }  // namespace

@@ -13,22 +13,9 @@ namespace {
 
 using Mav::String8;
 
-TEST(Strep, escapesWhatIsNotPrintable) {
-  struct Row {
-    String8 bytes;
-    std::string strep;
-  };
-  for (Row const& row : {Row{"", "''"},
-                         {"it's", "'it\\'s'"},
-                         {"a\\b", "'a\\\\b'"},
-                         {{'\0', '\n', '\x7f'}, "'\\x00\\x0a\\x7f'"},
-                         {"\xc3\xa4", "'\\xc3\\xa4'"}}) {
-    EXPECT_EQ(Mav::valueToStrep(row.bytes), row.strep);
-    expectStrepRoundTrip(row.bytes);
-  }
-}
-
-TEST(Strep, roundTripsRandomOctets) {
+TEST(Strep, octetsThatAreNotPrintableAreEscapedAndComeBack) {
+  EXPECT_EQ(Mav::valueToStrep(String8{'\0', 'a', '\'', '\\', '\n', '\x7f', '\xc3'}),
+            "'\\x00a\\'\\\\\\x0a\\x7f\\xc3'");
   std::mt19937 random(1);
   for (int i = 0; i < 2000; ++i) {
     String8 bytes(random() % 20, '\0');

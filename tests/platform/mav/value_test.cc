@@ -102,9 +102,7 @@ TEST(Value, parserTakesSpaceAnyOrderAndOmissions) {
        }) {
     EXPECT_EQ(Mav::strepToValue<Tag>(row.text), row.tag) << row.text;
   }
-}
-
-TEST(Value, aSecondValueOfAnAttributeReplacesTheWholeFirst) {
+  // A second value of an attribute replaces the first one whole.
   EXPECT_EQ(Mav::strepToValue<Animal>("Value('Zoo::Animal', ** {"
                                       "'tag': Value('Zoo::Tag', ** {'number': 7}), "
                                       "'tag': Value('Zoo::Tag', ** {'kind': 'kindFish'})})"),
@@ -135,11 +133,7 @@ TEST(Value, parseErrorsSayWhatAndWhere) {
        }) {
     EXPECT_EQ(strepError<Tag>(row.text), row.error) << row.text;
   }
-}
-
-TEST(Value, nestedParseErrorsCountColumnsFromTheStart) {
-  EXPECT_EQ(strepError<Animal>("Value('Zoo::Animal', ** {'tag': Value('Zoo::Tag', ** {"),
-            "premature end of value type Tag");
+  // Columns of a nested value count from the start of the whole.
   EXPECT_EQ(strepError<Animal>("Value('Zoo::Animal', ** {'tag': Value(Zoo"),
             "expected \"'Zoo::Tag'\" at column 38");
   EXPECT_EQ(strepError<Animal>("Value('Zoo::Animal', ** {'cage': Ptr(1)})"),
