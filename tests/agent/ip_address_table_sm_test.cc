@@ -110,31 +110,18 @@ TEST_F(IpAddressTableSmTest, deletingLooksAtAddressSourceAndInterfaceAlone) {
   EXPECT_THAT(prefixes(), IsEmpty());
 }
 
-TEST_F(IpAddressTableSmTest, theOperationsTraceTheirSignatures) {
+TEST_F(IpAddressTableSmTest, theSourceIsTracedOfIpv4Alone) {
   AgentLines lines(8);
-  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
   sm_->doDelAddr(id("eth1"), addressSourceConfig, v4("10.0.0.1/24"));
-  sm_->doAddAddr6(id("eth1"), addressSourceStatus, 3, v6("2001:db8::1/64"));
   sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/64"));
-  sm_->handleIntfStatus(id("eth1"));
-  auto const line = [](std::string const& name, std::string const& rest) {
-    return name + ": void IpSnmp::IpAddressTableSm::" + name + "(Dovel::IntfId" + rest;
-  };
   EXPECT_THAT(
       lines.take(),
-      ElementsAre(line("doAddAddr",
-                       ", IpSnmp::AddressSource, S32, const Dovel::IpAddrWithMask&) for eth1 from "
-                       "addressSourceStatus, 10.0.0.1/24"),
-                  line("doDelAddr",
-                       ", IpSnmp::AddressSource, const Dovel::IpAddrWithMask&) for eth1 from "
-                       "addressSourceConfig, 10.0.0.1/24"),
-                  line("doAddAddr6",
-                       ", IpSnmp::AddressSource, S32, const Dovel::Ip6AddrWithMask&) for eth1, "
-                       "2001:db8::1/64"),
-                  line("doDelAddr6",
-                       ", IpSnmp::AddressSource, const Dovel::Ip6AddrWithMask&) for eth1, "
-                       "2001:db8::1/64"),
-                  line("handleIntfStatus", ") for eth1")));
+      ElementsAre(
+          "doDelAddr: void IpSnmp::IpAddressTableSm::doDelAddr(Dovel::IntfId, "
+          "IpSnmp::AddressSource, const Dovel::IpAddrWithMask&) for eth1 from "
+          "addressSourceConfig, 10.0.0.1/24",
+          "doDelAddr6: void IpSnmp::IpAddressTableSm::doDelAddr6(Dovel::IntfId, "
+          "IpSnmp::AddressSource, const Dovel::Ip6AddrWithMask&) for eth1, 2001:db8::1/64"));
 }
 
 TEST_F(IpAddressTableSmTest, withoutTheCacheNothingCanBeFiled) {

@@ -79,14 +79,12 @@ TEST_F(NetlinkFeedTest, LinksBeforeAndAfterTheStart) {
   ip("link set dev b up");  // the carrier comes a little later (net/core/link_watch.c)
   EXPECT_TRUE(turnUntil([this] { return links_.find(Dovel::IntfId("a"))->operUp; }));
   EXPECT_TRUE(followed());
-  ipBatch(
-      "link set dev a down\nlink set dev a name x\nlink set dev b down\nlink set dev b name "
-      "a\nlink set dev x name b\n");
+  ip("link set dev a down\nlink set dev a name x\nlink set dev b down\nlink set dev b name "
+     "a\nlink set dev x name b\n");
   EXPECT_TRUE(followed());
   ip("link add name br type bridge");
-  ipBatch(
-      "link set dev a master br\nlink set dev a nomaster\nlink set dev br up\nlink set dev lo "
-      "up\n");
+  ip("link set dev a master br\nlink set dev a nomaster\nlink set dev br up\nlink set dev lo "
+     "up\n");
   EXPECT_TRUE(followed());
   ip("link del dev a");
   ip("link add name a type bridge");
@@ -96,10 +94,10 @@ TEST_F(NetlinkFeedTest, LinksBeforeAndAfterTheStart) {
 }
 
 TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
-  ipBatch(pairs(0, 60));
+  ip(pairs(0, 60));
   start();  // the kernel has prepared the first part of its answer
   ip("link del dev a7");
-  ipBatch(pairs(60, 61));
+  ip(pairs(60, 61));
   EXPECT_TRUE(followed());
   EXPECT_GE(feed_->dumpCounters().interrupted, 1U);
   EXPECT_EQ(feed_->counters().overruns, 0U);
@@ -114,10 +112,10 @@ struct TolerantLinks : LinkSource {
 TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
   TolerantLinks links;
   sources_ = {&links};
-  ipBatch(pairs(0, 60));
+  ip(pairs(0, 60));
   start();
   ip("link del dev a7");
-  ipBatch(pairs(60, 61));
+  ip(pairs(60, 61));
   EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links.size() == 121; }));
   EXPECT_EQ(feed_->dumpCounters().interrupted, 0U);
   EXPECT_EQ(feed_->dumpCounters().dumps, 1U);
@@ -125,7 +123,7 @@ TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
 }
 
 TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
-  ipBatch(pairs(0, 20));
+  ip(pairs(0, 20));
   start({.eventBuffer = 1});  // the kernel's minimum: two or three notifications
   ASSERT_TRUE(followed());
   for (int round = 0; round < 3; ++round) {
@@ -137,7 +135,7 @@ TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
     auto const n = std::to_string(round);
     lines += "link del dev a" + n + "\nlink set dev b19 name c" + n + "\nlink set dev c" + n +
              " name b19\n";
-    ipBatch(lines);
+    ip(lines);
     EXPECT_TRUE(followed());
     EXPECT_GT(feed_->counters().overruns, static_cast<std::uint64_t>(round));
   }
@@ -147,9 +145,9 @@ TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
 class NetlinkFeedDuringDump : public NetlinkFeedTest {
  protected:
   void change(NetlinkFeed::Options options) {
-    ipBatch(pairs(0, 300));
+    ip(pairs(0, 300));
     start(options);
-    ipBatch("link set dev a1 up\nlink set dev b1 up\nlink del dev a5\nlink set dev a7 name c7\n");
+    ip("link set dev a1 up\nlink set dev b1 up\nlink del dev a5\nlink set dev a7 name c7\n");
     activity_.deliver();
     ASSERT_FALSE(feed_->settled());
   }

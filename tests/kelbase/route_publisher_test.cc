@@ -27,11 +27,10 @@ class RoutePublisherTest : public NamespaceTest {
     NamespaceTest::SetUp();
     if (IsSkipped()) return;
     sysctl("ipv6/conf/default/addr_gen_mode", 1);  // none: no addresses that change by themselves
-    ipBatch(
-        "link add name a type veth peer name ax\nlink add name b type veth peer name bx\n"
-        "link set dev lo up\nlink set dev a up\nlink set dev ax up\nlink set dev b up\nlink set "
-        "dev bx up\n"
-        "address add 10.0.0.1/24 dev a\naddress add 10.0.1.1/24 dev b\n");
+    ip("link add name a type veth peer name ax\nlink add name b type veth peer name bx\n"
+       "link set dev lo up\nlink set dev a up\nlink set dev ax up\nlink set dev b up\nlink set "
+       "dev bx up\n"
+       "address add 10.0.0.1/24 dev a\naddress add 10.0.1.1/24 dev b\n");
   }
 
   void start(NetlinkFeed::Options feed = {}) {
@@ -63,7 +62,7 @@ class RoutePublisherTest : public NamespaceTest {
   /// with tables of its own.
   std::vector<std::string> after(std::string const& lines) {
     if (!publisher_) start();
-    ipBatch(lines);
+    ip(lines);
     settle();
     auto const followed = stop();
     auto const generation = generation_;
@@ -107,11 +106,10 @@ TEST_F(RoutePublisherTest, NexthopObjectsReplacedAndDeleted) {
   for (int const compatible : {1, 0}) {
     sysctl("ipv4/nexthop_compat_mode", compatible);
     start();
-    ipBatch(
-        "nexthop add id 7 via 10.0.0.7 dev a\nnexthop add id 8 via 10.0.1.8 dev b\n"
-        "nexthop add id 9 via 10.0.0.9 dev a\nnexthop add id 100 group 7/8\n"
-        "route add 10.1.0.0/16 nhid 7\nroute add 10.2.0.0/16 nhid 8\n"
-        "route add 10.3.0.0/16 nhid 9\nroute add 10.4.0.0/16 nhid 100\n");
+    ip("nexthop add id 7 via 10.0.0.7 dev a\nnexthop add id 8 via 10.0.1.8 dev b\n"
+       "nexthop add id 9 via 10.0.0.9 dev a\nnexthop add id 100 group 7/8\n"
+       "route add 10.1.0.0/16 nhid 7\nroute add 10.2.0.0/16 nhid 8\n"
+       "route add 10.3.0.0/16 nhid 9\nroute add 10.4.0.0/16 nhid 100\n");
     settle();
     EXPECT_THAT(after("nexthop replace id 7 via 10.0.0.77 dev a\nnexthop del id 8\n"
                       "nexthop replace id 9 blackhole\n"),
@@ -129,24 +127,23 @@ TEST_F(RoutePublisherTest, OnlyTheLastAddressOfALinkTakesItsRoutesAlong) {
       "address add 10.0.2.1/24 dev a\naddress add 10.0.3.1/32 dev a\n"
       "address add 10.0.4.1 peer 10.0.4.2/32 dev a\naddress add 10.0.0.5/24 dev a\n";
   auto const gone = std::regex_replace(others, std::regex(" add "), " del ");
-  ipBatch(others + "route add 10.1.0.0/16 via 10.0.0.2\nroute add 10.2.0.0/16 via 10.0.1.2\n");
+  ip(others + "route add 10.1.0.0/16 via 10.0.0.2\nroute add 10.2.0.0/16 via 10.0.1.2\n");
   start();
   auto const dumps = [this] { return publisher_->feed().dumpCounters().dumps; };
   auto const before = dumps();
   for (int promotes : {0, 1}) {
     sysctl("ipv4/conf/a/promote_secondaries", promotes);
     // The second time they have come while the publisher ran.
-    ipBatch("address add 10.0.2.2/24 dev a\n" + gone + "address flush dev a to 10.0.2.0/24\n" +
-            others);
+    ip("address add 10.0.2.2/24 dev a\n" + gone + "address flush dev a to 10.0.2.0/24\n" + others);
     settle();
   }
-  ipBatch("address del 10.0.0.1/24 dev a\n");  // 10.0.0.5 takes its place
+  ip("address del 10.0.0.1/24 dev a\n");  // 10.0.0.5 takes its place
   settle();
   EXPECT_EQ(dumps(), before);
   EXPECT_THAT(after(gone.substr(0, gone.rfind("address"))), Contains(StartsWith("10.1.")));
   start();
   sysctl("ipv4/conf/a/promote_secondaries", 0);
-  ipBatch("address add 10.0.0.6/24 dev a\n");
+  ip("address add 10.0.0.6/24 dev a\n");
   EXPECT_THAT(after("address del 10.0.0.5/24 dev a\n"),  // and 10.0.0.6 with it
               ElementsAre(StartsWith("10.2.")));
 }
@@ -163,9 +160,9 @@ TEST_F(RoutePublisherTest, RoutesAndAddressesAreTheKernelsAfterOverruns) {
     lines += "address add " + address;
     if (i % 8 != 0) lines += "address del " + address;
   }
-  ipBatch("address add 10.8.0.1/32 dev lo\nroute add 10.15.0.0/16 via 10.0.0.2\n");
+  ip("address add 10.8.0.1/32 dev lo\nroute add 10.15.0.0/16 via 10.0.0.2\n");
   start({.eventBuffer = 1});
-  ipBatch(lines + "address del 10.8.0.1/32 dev lo\nroute del 10.15.0.0/16\n");
+  ip(lines + "address del 10.8.0.1/32 dev lo\nroute del 10.15.0.0/16\n");
   settle();
   EXPECT_GE(publisher_->feed().counters().overruns, 1U);
   EXPECT_THAT(publisher_->summary(), testing::HasSubstr(" 253 IPv4 addresses, "));

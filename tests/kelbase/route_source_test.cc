@@ -227,31 +227,23 @@ TEST_F(RouteSourceTest, WhatIsReplayedAmongRivalsIsDumpedAgain) {
 }
 
 TEST_F(RouteSourceTest, NexthopObjectsAreTheFecsOfTheirRoutes) {
+  overObject("10.1.0.0/16", 7);
+  overObject("10.2.0.0/16", 100);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 unknown 0", "10.2.0.0/16 unknown 0"));
   object(7, 7);
   object(8, 8, 4);
   group(100, {7, 8});
-  overObject("10.1.0.0/16", 7);
-  overObject("10.2.0.0/16", 100);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a",
                                      "10.2.0.0/16 static 0 10.0.0.7@a 10.0.0.8@b"));
   EXPECT_THAT(fecs(), ElementsAre("7: 10.0.0.7@a", "100: 10.0.0.7@a 10.0.0.8@b"));
   object(7, 9);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.9@a",
-                                     "10.2.0.0/16 static 0 10.0.0.9@a 10.0.0.8@b"));
   objectGone(8);
   group(100, {7});
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.9@a", "10.2.0.0/16 static 0 10.0.0.9@a"));
   EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ");
-}
-
-TEST_F(RouteSourceTest, AnObjectMayBeUnknownAndMayDiscard) {
-  overObject("10.1.0.0/16", 7);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 unknown 0"));
-  object(7, 7);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
   blackhole(7);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 blackhole 0"));
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 blackhole 0", "10.2.0.0/16 blackhole 0"));
   EXPECT_THAT(fecs(), IsEmpty());
 }
 

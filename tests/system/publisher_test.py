@@ -1,8 +1,9 @@
 """kelbased as a daemon: one at a time, clean ends, what it publishes of links."""
 
 import signal
+import socket
 
-from ovo.daemons import eventually
+from ovo.daemons import BUILD, eventually
 
 
 def links_agree(router):
@@ -22,6 +23,41 @@ def test_it_ends_within_a_second(router):
         daemon = router.publish()
         assert daemon.stop(number, within=1) == 0
         assert router.rundir.is_dir()
+
+
+def test_what_cannot_work_is_said(router):
+    nowhere = "/proc/no-such-place"
+    for rundir, options, status, said in [
+            (router.rundir, ("--group", "no-such-group"), 1, "kelbased: group no-such-group: "),
+            (nowhere, (), 1, f"kelbased: {nowhere}: "),
+            (router.rundir, ("--no-such-option",), 2, "--no-such-option")]:
+        daemon = router.start(router.dir / "refused.log", BUILD / "bin/kelbased", "--rundir",
+                              rundir, *options)
+        assert daemon.process.wait(10) == status
+        assert said in daemon.text()
+
+
+def test_its_service_manager_and_the_journal_are_told(router):
+    """As sd_notify(3), and with the priorities of sd-daemon(3)."""
+    log, notify = router.dir / "journal.log", router.dir / "notify"
+    log.touch()
+    journal = f"{log.stat().st_dev}:{log.stat().st_ino}"
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.bind(str(notify))
+        manager.settimeout(20)
+
+        def hear(text):
+            while text not in manager.recv(1024):
+                pass
+
+        daemon = router.start(log, "env", f"NOTIFY_SOCKET={notify}", "WATCHDOG_USEC=200000",
+                              f"JOURNAL_STREAM={journal}", BUILD / "bin/kelbased", "--rundir",
+                              router.rundir)
+        for text in (b"READY=1", b"STATUS=", b"WATCHDOG=1", b"WATCHDOG=1"):
+            hear(text)
+        assert daemon.stop() == 0
+        hear(b"STOPPING=1")
+    assert daemon.lines("^<6>publishing in "), daemon.text()
 
 
 def test_links_that_change_before_and_after_the_start(router):
