@@ -11,7 +11,7 @@ namespace {
 using namespace PublishedRoutes;
 
 struct Agent : Intf::IntfDetailsProvider, Reading {
-  explicit Agent(std::filesystem::path const& runDir) : Reading(runDir) {
+  explicit Agent(std::filesystem::path path) : Reading(std::move(path)) {
     Intf::intfDetailsProviderIs(this);
     intfStatusDir->intfStatusIs(Dovel::IntfId("eth0"), 2, true);
     sm = Mav::makeObject<IpSnmp::IpRouteTableSm>(Mav::makeObject<Mav::ActivityConfig>(activity),
