@@ -61,15 +61,6 @@ TEST_F(ClockTest, callsAReactorFromItsTimeOnInEveryTurnUntilItMovesOn) {
   EXPECT_EQ(clock->timeNext(), never);
 }
 
-TEST_F(ClockTest, oneThatAsksForAsapFromInsideRunsInTheNextTurn) {
-  reactor.action = [&] { reactor.timeMinIs(reactor.calls < 3 ? asap : never); };
-  reactor.timeMinIs(asap);
-  EXPECT_EQ(turn(reactor), 1);
-  EXPECT_EQ(turn(reactor), 1);
-  EXPECT_EQ(turn(reactor), 1);
-  EXPECT_EQ(turn(reactor), 0);
-}
-
 TEST_F(ClockTest, reactorsMayMakeAndDestroyEachOtherInsideATurn) {
   std::unique_ptr<Reactor> made;
   auto other = std::make_unique<Reactor>(clock);

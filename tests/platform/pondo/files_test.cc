@@ -3,14 +3,12 @@
 #include <fstream>
 
 #include <gmock/gmock.h>
-#include <lmdb.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/pondo/format.h"
 #include "platform/pondo/reader.h"
 #include "platform/pondo/run_dir.h"
 #include "tests/platform/pondo/peer_process.h"
@@ -37,32 +35,6 @@ Said readerSays(fs::path const& runDir) {
   }
 }
 
-/// Runs LMDB by itself on the tables.
-template <class Action>
-void withRawTables(fs::path const& tables, Action const& action) {
-  MDB_env* env = nullptr;
-  MDB_txn* txn = nullptr;
-  MDB_dbi meta = 0;
-  ASSERT_EQ(mdb_env_create(&env), 0);
-  mdb_env_set_maxdbs(env, 8);
-  ASSERT_EQ(mdb_env_open(env, tables.c_str(), 0, 0600), 0);
-  ASSERT_EQ(mdb_txn_begin(env, nullptr, 0, &txn), 0);
-  ASSERT_EQ(mdb_dbi_open(txn, "meta", MDB_CREATE, &meta), 0);
-  action(txn, meta);
-  ASSERT_EQ(mdb_txn_commit(txn), 0);
-  mdb_env_close(env);
-}
-
-void writeSchema(fs::path const& tables, std::uint32_t schema) {
-  withRawTables(tables, [&](MDB_txn* txn, MDB_dbi meta) {
-    Format::MetaRecord record;
-    record.schema = schema;
-    MDB_val key{Format::metaKey.size(), const_cast<char*>(Format::metaKey.data())};
-    MDB_val value{sizeof record, &record};
-    EXPECT_EQ(mdb_put(txn, meta, &key, &value, 0), 0);
-  });
-}
-
 struct FilesTest : RunDirTest {
   void SetUp() override {
     ASSERT_EQ(publish(), "ok");
@@ -86,6 +58,23 @@ struct FilesTest : RunDirTest {
     Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
     EXPECT_EQ(snapshot.count(TableId::link), 1U);
+  }
+
+  void expectRefusedAndMadeAnew(Reason reason, std::string const& text) {
+    expectRefused(reason, text);
+    expectMadeAnew("because of " + text);
+  }
+
+  /// Puts `to` wherever `from` stands in the shared file, of which only the start is used.
+  void patch(std::string const& from, std::string const& to) const {
+    std::fstream file(data(), std::ios::in | std::ios::out | std::ios::binary);
+    std::string bytes(1 << 17, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.clear();
+    for (auto at = bytes.find(from); at != bytes.npos; at = bytes.find(from, at + 1)) {
+      file.seekp(static_cast<std::streamoff>(at));
+      file << to;
+    }
   }
 
   std::string data() const { return (tables() / "data.mdb").string(); }
@@ -132,9 +121,8 @@ TEST_F(FilesTest, truncatedUnderAReader) {
 TEST_F(FilesTest, foreignFileIsKeptAside) {
   fs::remove(data());
   std::ofstream(data()) << std::string(20'000, 'x');
-  auto const text = data() + ": not a table file; remove it and restart the publisher";
-  expectRefused(Reason::foreign, text);
-  expectMadeAnew("because of " + text);
+  expectRefusedAndMadeAnew(Reason::foreign,
+                           data() + ": not a table file; remove it and restart the publisher");
   bool kept = false;
   for (auto const& entry : fs::directory_iterator(runDir)) {
     auto const file = entry.path() / "data.mdb";
@@ -144,21 +132,22 @@ TEST_F(FilesTest, foreignFileIsKeptAside) {
 }
 
 TEST_F(FilesTest, foreignTables) {
-  fs::remove_all(tables());
-  fs::create_directory(tables());
-  withRawTables(tables(), [](MDB_txn*, MDB_dbi) {});
-  auto const text = data() + ": holds other data; remove it and restart the publisher";
-  expectRefused(Reason::foreign, text);
-  expectMadeAnew("because of " + text);
+  patch("meta", "mete");
+  expectRefusedAndMadeAnew(Reason::foreign, data() +
+                                                ": holds other data (no table \"meta\"); "
+                                                "remove it and restart the publisher");
+  publisher.tell("close");
+  patch("OVOT", "XVOT");
+  expectRefusedAndMadeAnew(Reason::foreign,
+                           data() + ": holds other data; remove it and restart the publisher");
 }
 
 TEST_F(FilesTest, otherSchemaVersion) {
-  writeSchema(tables(), Format::schemaVersion + 1);
-  auto const text = data() +
-                    ": has schema version 4, this program needs 3; install publisher and readers "
-                    "of one version and restart them";
-  expectRefused(Reason::schema, text);
-  expectMadeAnew("because of " + text);
+  patch("OVOT\3", "OVOT\4");
+  expectRefusedAndMadeAnew(
+      Reason::schema, data() +
+                          ": has schema version 4, this program needs 3; install publisher and "
+                          "readers of one version and restart them");
 }
 
 TEST_F(FilesTest, linksAreNotFollowed) {
@@ -174,9 +163,9 @@ TEST_F(FilesTest, linksAreNotFollowed) {
   fs::create_directory(directory.path() / "other");
   std::ofstream(directory.path() / "other/data.mdb") << "precious";
   fs::create_directory_symlink(directory.path() / "other", tables());
-  auto const text = tables().string() + ": not a directory; remove it and restart the publisher";
-  expectRefused(Reason::foreign, text);
-  expectMadeAnew("because of " + text);
+  expectRefusedAndMadeAnew(
+      Reason::foreign,
+      tables().string() + ": not a directory; remove it and restart the publisher");
   EXPECT_EQ(fs::file_size(directory.path() / "other/data.mdb"), 8U);
   publisher.tell("close");
   fs::remove(runDir / "publisher.lock");
