@@ -2,7 +2,6 @@
 // One request as net-snmp hands it to a handler: to a callback alone, or down the chain of
 // whatever is registered for its object in the agent library of this process.
 
-#include <memory>
 #include <optional>
 #include <vector>
 

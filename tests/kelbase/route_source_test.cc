@@ -196,7 +196,7 @@ TEST_F(RouteSourceTest, ADumpMayBeNewerThanWhatIsReplayed) {
   for (unsigned seed = 0; seed < 300; ++seed) {
     std::minstd_rand random(seed);
     std::array<int, changes + 1> hops{};  // after each change; 0: no route
-    for (int i = 1; i <= changes; ++i) hops[i] = static_cast<int>(random() % 4);
+    for (std::size_t i = 1; i <= changes; ++i) hops[i] = static_cast<int>(random() % 4);
     auto const dumped = random() % (changes + 1);
     auto const known = random() % (dumped + 1);
     routes_.dumpBegin();
