@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/mav/time.h"
