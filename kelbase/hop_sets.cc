@@ -66,7 +66,7 @@ HopSets::Handle HopSets::objectSet(std::uint32_t object) {
 
 std::span<Hop const> HopSets::cutHops(std::span<Hop const> hops) {
   if (hops.size() <= Pondo::Fib::viasMax) return hops;
-  if (cut_++ == 0) {
+  if (!std::exchange(isCutTold_, true)) {
     Mav::log(Mav::Severity::warning,
              fmt::format("a set of {} next hops: the first {} of such sets are published",
                          hops.size(), Pondo::Fib::viasMax));

@@ -89,8 +89,6 @@ class HopSets : private LinkNames::Observer {
   /// Sets that routes use.
   std::size_t size() const { return used_; }
   std::size_t objects() const { return objects_.size(); }
-  /// Sets that had more next hops than a fec has room for.
-  std::uint64_t cut() const { return cut_; }
 
  private:
   using Hops = std::vector<Hop>;
@@ -158,7 +156,7 @@ class HopSets : private LinkNames::Observer {
   std::uint64_t fecNext_ = inlineFecMin;
   std::uint64_t dump_ = 0;
   std::size_t used_ = 0;
-  std::uint64_t cut_ = 0;
+  bool isCutTold_ = false;
 };
 
 }  // namespace Kelbase
