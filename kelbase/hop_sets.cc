@@ -40,13 +40,14 @@ HopSets::Handle HopSets::newSet() {
   return handle;
 }
 
-HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
-  if (hops.empty()) return none;
-  hops = cutHops(hops);
+HopSets::Handle HopSets::inlineSet(std::span<Hop const> all) {
+  if (all.empty()) return none;
+  auto const hops = cutHops(all);
   auto const found = inline_.find(hops);
   if (found != inline_.end()) return found->second;
   Handle const handle = newSet();
   sets_[handle].hops.assign(hops.begin(), hops.end());
+  cutIs(sets_[handle], all.size());
   inline_.emplace(sets_[handle].hops, handle);
   for (auto const& hop : hops) setsOfLink_.insert(static_cast<std::uint32_t>(hop.ifIndex), handle);
   unused(handle);  // until a route uses it
@@ -65,13 +66,17 @@ HopSets::Handle HopSets::objectSet(std::uint32_t object) {
 }
 
 std::span<Hop const> HopSets::cutHops(std::span<Hop const> hops) {
-  if (hops.size() <= Pondo::Fib::viasMax) return hops;
-  if (!std::exchange(isCutTold_, true)) {
-    Mav::log(Mav::Severity::warning,
-             fmt::format("a set of {} next hops: the first {} of such sets are published",
-                         hops.size(), Pondo::Fib::viasMax));
-  }
-  return hops.first(Pondo::Fib::viasMax);
+  return hops.first(std::min(hops.size(), Pondo::Fib::viasMax));
+}
+
+void HopSets::cutIs(Set& set, std::size_t hops) {
+  bool const isCut = hops > Pondo::Fib::viasMax;
+  if (std::exchange(set.isCut, isCut) == isCut) return;
+  isCut ? ++cut_ : --cut_;
+  if (!isCut || std::exchange(isCutTold_, true)) return;
+  Mav::log(Mav::Severity::warning,
+           fmt::format("a set of {} next hops: the first {} of such sets are published", hops,
+                       Pondo::Fib::viasMax));
 }
 
 void HopSets::ref(Handle handle) {
@@ -197,7 +202,7 @@ bool HopSets::discards(Set const& set) const {
          });
 }
 
-HopSets::Hops HopSets::hopsOf(Set const& set) {
+HopSets::Hops HopSets::hopsOf(Set& set) {
   if (set.object == 0) return set.hops;
   auto const& object = objects_.at(set.object).content;
   if (object.members.empty()) return {object.hop};
@@ -206,13 +211,13 @@ HopSets::Hops HopSets::hopsOf(Set const& set) {
     auto const found = objects_.find(member);
     if (found != objects_.end()) hops.push_back(found->second.content.hop);
   }
-  auto const kept = cutHops(hops);
-  hops.resize(kept.size());
+  cutIs(set, hops.size());
+  hops.resize(cutHops(hops).size());
   return hops;
 }
 
 /// What leads nowhere that can be named yet is left out.
-Fec HopSets::fecOf(Set const& set) {
+Fec HopSets::fecOf(Set& set) {
   Fec fec;
   for (auto const& hop : hopsOf(set)) {
     auto const name = names_.linkName(hop.ifIndex);
@@ -323,6 +328,7 @@ void HopSets::forget(Handle handle) {
       setsOfLink_.erase(static_cast<std::uint32_t>(hop.ifIndex), handle);
     }
   }
+  cutIs(set, 0);
   set = {};
   free_.push_back(handle);
 }

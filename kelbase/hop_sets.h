@@ -89,6 +89,8 @@ class HopSets : private LinkNames::Observer {
   /// Sets that routes use.
   std::size_t size() const { return used_; }
   std::size_t objects() const { return objects_.size(); }
+  /// Sets that have more next hops than a fec has room for.
+  std::size_t cut() const { return cut_; }
 
  private:
   using Hops = std::vector<Hop>;
@@ -101,6 +103,7 @@ class HopSets : private LinkNames::Observer {
     bool isSettled = false;  // routes may have been written by its way
     bool isDirty = false;    // in dirty_
     bool isUnused = false;   // in unused_
+    bool isCut = false;
   };
   struct Object {
     NexthopMessage content;
@@ -126,9 +129,10 @@ class HopSets : private LinkNames::Observer {
   void dirtyWithGroups(std::uint32_t object);
   void dirtyChangedObjects();
   void contentIs(NexthopMessage& content, NexthopMessage const& message);
-  std::span<Hop const> cutHops(std::span<Hop const> hops);
-  Hops hopsOf(Set const& set);
-  Pondo::Fib::Fec fecOf(Set const& set);
+  static std::span<Hop const> cutHops(std::span<Hop const> hops);
+  void cutIs(Set& set, std::size_t hops);
+  Hops hopsOf(Set& set);
+  Pondo::Fib::Fec fecOf(Set& set);
   bool discards(Set const& set) const;
   bool isContentKnown(Set const& set) const;
   static bool isPublished(Set const& set) { return set.refs > 0 && set.way == Way::forward; }
@@ -156,6 +160,7 @@ class HopSets : private LinkNames::Observer {
   std::uint64_t fecNext_ = inlineFecMin;
   std::uint64_t dump_ = 0;
   std::size_t used_ = 0;
+  std::size_t cut_ = 0;
   bool isCutTold_ = false;
 };
 

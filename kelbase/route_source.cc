@@ -237,8 +237,11 @@ Pondo::Writer::SyncCounts RouteSource::writeAll(Pondo::Writer& writer) {
 }
 
 std::string RouteSource::summary() const {
-  return fmt::format("{} route{}, {} next-hop set{}", book_.size(), book_.size() == 1 ? "" : "s",
-                     sets_.size(), sets_.size() == 1 ? "" : "s");
+  auto text = fmt::format("{} route{}, {} next-hop set{}", book_.size(),
+                          book_.size() == 1 ? "" : "s", sets_.size(), sets_.size() == 1 ? "" : "s");
+  if (sets_.cut() > 0)
+    text += fmt::format(" ({} cut to {} next hops)", sets_.cut(), Pondo::Fib::viasMax);
+  return text;
 }
 
 }  // namespace Kelbase

@@ -1,6 +1,7 @@
 #include "kelbase/route_source.h"
 
 #include <map>
+#include <numeric>
 #include <random>
 
 #include <fmt/format.h>
@@ -273,6 +274,19 @@ TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
   object(7, 9);  // again, in the middle of its walk
   EXPECT_THAT(types(), ElementsAre(Pair(" blackhole 0", many / 3),
                                    Pair(" static 0 10.0.0.9@a", many - many / 3)));
+}
+
+TEST_F(RouteSourceTest, SetsThatAreCutAreCounted) {
+  std::vector<std::uint32_t> members(130);
+  std::iota(members.begin(), members.end(), 1);
+  for (auto const id : members) object(id, static_cast<int>(id));
+  group(200, members);
+  overObject("10.1.0.0/16", 200);
+  EXPECT_THAT(written(), ElementsAre(EndsWith(" 10.0.0.128@a")));
+  EXPECT_THAT(routes_.summary(), EndsWith(" (1 cut to 128 next hops)"));
+  group(200, {1, 2});
+  written();
+  EXPECT_EQ(routes_.summary(), "1 route, 1 next-hop set");
 }
 
 TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
