@@ -18,6 +18,8 @@ LINKS = ("link add name eth1 type veth peer name eth1-far", "link set eth1-far u
          "link add name eth2 type veth peer name eth2-far", "link set eth2-far up",
          "link set eth2 up", "addr add 10.2.0.1/24 dev eth2")
 WITHIN = 6.0 if SANITIZED else 2.0
+# Where it is not the time that counts, and what is wrong would stay wrong.
+EXACT = 20.0
 
 
 def hops(count, first=2):
@@ -247,7 +249,7 @@ def test_the_publishers_end_and_restart_in_the_middle(router):
             publisher = router.publish()
     assert churn.wrong() == []
     assert churn.walks() >= 2
-    assert set(rows) <= set(router.routes_agree(agent, WITHIN))
+    assert set(rows) <= set(router.routes_agree(agent, EXACT))
 
 
 def test_a_publisher_that_starts_amid_changes(router):
@@ -265,7 +267,7 @@ def test_a_publisher_that_starts_amid_changes(router):
             publisher.kill()
             publisher = router.publish()
         kernel.join()
-        assert len(router.routes_agree(agent, WITHIN, columns=(4, 5))) == 2 + len(prefixes)
+        assert len(router.routes_agree(agent, EXACT, columns=(4, 5))) == 2 + len(prefixes)
         router.batch(*(f"route del {prefix}" for prefix in prefixes))
 
 
@@ -279,4 +281,4 @@ def test_walks_while_routes_come_and_go(router):
     assert churn.wrong() == []
     assert churn.walks() >= 4
     assert churn.changes() >= 2000
-    assert set(rows) <= set(router.routes_agree(agent, WITHIN))
+    assert set(rows) <= set(router.routes_agree(agent, EXACT))
