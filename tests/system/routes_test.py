@@ -206,7 +206,8 @@ def test_rows_as_a_manager_reads_them(router):
     assert cell(agent, "ipCidrRouteType", "21.2.0.0/16", "10.1.0.66") == "noSuchInstance"
     assert cell(agent, "ipCidrRouteType", "24.0.0.0/8") == "noSuchInstance"
     assert agent.ask("ipCidrRouteNumber.0") == 2 + 1 + 2 + 128 + 1
-    assert len(publisher.lines("128")) == 1, publisher.text()
+    assert len(publisher.lines("a set of 140 next hops")) == 1, publisher.text()
+    assert publisher.lines(r"\(1 cut to 128 next hops\)")
 
 
 def test_a_route_over_a_link_without_a_status(router):
