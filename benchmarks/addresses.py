@@ -102,7 +102,7 @@ def a_minute_of_churn():
         latency = Asker(agent, [trees[ADDR].bindings[7].oid])
         churn = Churn(router, changing_lines("eth0", 1), CHURN_RATE, CHURN_SECONDS)
         daemons = {"kelbased": publisher, "snmpd": agent.daemon}
-        for one in (churn, latency, *walkers):
+        for one in (latency, churn, *walkers):
             one.start()
         time.sleep(CHURN_SECONDS / 6)
         sizes = {name: daemon.status("RssAnon") for name, daemon in daemons.items()}

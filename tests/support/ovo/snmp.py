@@ -52,6 +52,9 @@ class Client:
     def close(self):
         self._socket.close()
 
+    def fileno(self):
+        return self._socket.fileno()
+
     def get(self, *oids):
         return self.exchange(GET, [ber.encode_binding(ber.oid(one)) for one in oids])
 
