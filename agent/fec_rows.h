@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "model/ip_forward_mib.h"
-#include "platform/pondo/fib_values.h"
-#include "platform/state/all_intf_status_dir.h"
+#include "platform/pondo/tables/fib_values.h"
+#include "platform/state/entities/all_intf_status_dir.h"
 
 namespace IpSnmp {
 

@@ -2,7 +2,7 @@
 
 #include "agent/trace.h"
 #include "platform/blipmark/blipmark.h"
-#include "platform/state/intf_details_provider.h"
+#include "platform/state/entities/intf_details_provider.h"
 
 namespace IpSnmp {
 

@@ -24,11 +24,11 @@
 #include "agent/reactor_set.h"
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
-#include "platform/state/all_intf_status_dir.h"
-#include "platform/state/ip6_config.h"
-#include "platform/state/ip6_status.h"
-#include "platform/state/ip_config.h"
-#include "platform/state/ip_status.h"
+#include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/entities/ip6_config.h"
+#include "platform/state/entities/ip6_status.h"
+#include "platform/state/entities/ip_config.h"
+#include "platform/state/entities/ip_status.h"
 
 namespace IpSnmp {
 

@@ -2,7 +2,7 @@
 
 #include "platform/blipmark/blipmark.h"
 #include "platform/mav/trace_handle.h"
-#include "platform/pondo/errors.h"
+#include "platform/pondo/environment/errors.h"
 
 namespace IpSnmp {
 

@@ -25,7 +25,7 @@
 #include "agent/prefix_list.h"
 #include "model/ip_forward_mib.h"
 #include "platform/mav/activity.h"
-#include "platform/pondo/fec_route_list_sm.h"
+#include "platform/pondo/fib/fec_route_list_sm.h"
 
 namespace IpSnmp {
 

@@ -10,7 +10,7 @@
 #include "agent/ip_address_table_sm.h"
 #include "agent/ip_route_table_sm.h"
 #include "model/ip_forward_mib.h"
-#include "platform/state/arp_neighbor_dir.h"
+#include "platform/state/entities/arp_neighbor_dir.h"
 
 namespace IpSnmp {
 

@@ -4,7 +4,7 @@
 
 #include "agent/ip_route_table_sm.h"
 #include "benchmarks/published_routes.h"
-#include "platform/state/intf_details_provider.h"
+#include "platform/state/entities/intf_details_provider.h"
 
 namespace {
 

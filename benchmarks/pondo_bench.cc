@@ -7,7 +7,7 @@
 #include <malloc.h>
 
 #include "benchmarks/published_routes.h"
-#include "platform/pondo/fec_route_list_sm.h"
+#include "platform/pondo/fib/fec_route_list_sm.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/pondo/shared_fib.h"
-#include "platform/pondo/writer.h"
+#include "platform/pondo/environment/writer.h"
+#include "platform/pondo/fib/shared_fib.h"
 
 namespace PublishedRoutes {
 

@@ -14,8 +14,8 @@
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 #include "platform/snmp/snmp_util.h"
-#include "platform/state/routing6_config.h"
-#include "platform/state/routing_config.h"
+#include "platform/state/entities/routing6_config.h"
+#include "platform/state/entities/routing_config.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "model/ip_address_prefix_entry.h"
 #include "platform/dovel/routing_values.h"
-#include "platform/state/arp_entry_status.h"
+#include "platform/state/entities/arp_entry_status.h"
 
 /// IpForwarding (RFC 4293): forwarding(1) or notForwarding(2).
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size);

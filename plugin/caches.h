@@ -8,8 +8,8 @@
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
 #include "platform/mav/directory.h"
-#include "platform/pondo/shared_fib.h"
-#include "platform/state/mirrors.h"
+#include "platform/pondo/fib/shared_fib.h"
+#include "platform/state/mirrors/mirrors.h"
 
 namespace OvoSnmp {
 

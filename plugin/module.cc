@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/pondo/run_dir.h"
+#include "platform/pondo/environment/run_dir.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/snmp_log_sink.h"
 #include "plugin/plugin.h"

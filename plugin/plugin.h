@@ -7,10 +7,10 @@
 
 #include "platform/mav/activity.h"
 #include "platform/mav/directory.h"
-#include "platform/pondo/follower.h"
-#include "platform/pondo/shared_fib.h"
+#include "platform/pondo/fib/shared_fib.h"
+#include "platform/pondo/follower/follower.h"
 #include "platform/snmp/framework.h"
-#include "platform/state/mirrors.h"
+#include "platform/state/mirrors/mirrors.h"
 #include "plugin/caches.h"
 #include "plugin/select_loop_watch.h"
 

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "agent/trace.h"
-#include "platform/state/all_intf_status_dir.h"
-#include "platform/state/intf_details_provider.h"
+#include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/entities/intf_details_provider.h"
 
 using Texts = std::vector<std::string>;
 

@@ -1,10 +1,10 @@
-#include "kelbase/address_source.h"
+#include "kelbase/publish/address_source.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/if_addr.h>
 
-#include "kelbase/link_source.h"
+#include "kelbase/publish/link_source.h"
 #include "platform/dovel/ip_addr_with_mask.h"
 #include "tests/kelbase/netlink_builder.h"
 

@@ -1,7 +1,5 @@
 // kelbasectl's commands against real tables, each in a run directory of its own.
 
-#include "kelbase/ctl_command.h"
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,8 +14,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/pondo/run_dir.h"
-#include "platform/pondo/writer.h"
+#include "kelbase/ctl/command.h"
+#include "platform/pondo/environment/run_dir.h"
+#include "platform/pondo/environment/writer.h"
 #include "tests/kelbase/ctl_fixture.h"
 #include "tests/kelbase/ctl_samples.h"
 

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "kelbase/ctl_command.h"
+#include "kelbase/ctl/command.h"
 #include "tests/kelbase/scratch_dir.h"
 
 namespace Kelbase::Ctl {

@@ -1,11 +1,10 @@
-#include "kelbase/ctl_load_batch.h"
-
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "kelbase/ctl/load_batch.h"
 #include "tests/kelbase/ctl_samples.h"
 
 namespace Kelbase::Ctl {

@@ -8,11 +8,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "kelbase/ctl_command.h"
-#include "kelbase/ctl_fd_output.h"
-#include "kelbase/ctl_progress.h"
-#include "kelbase/ctl_row_output.h"
-#include "kelbase/ctl_status.h"
+#include "kelbase/ctl/command.h"
+#include "kelbase/ctl/fd_output.h"
+#include "kelbase/ctl/progress.h"
+#include "kelbase/ctl/row_output.h"
+#include "kelbase/ctl/status.h"
 #include "platform/mav/time.h"
 
 namespace Kelbase::Ctl {

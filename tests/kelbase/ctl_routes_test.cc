@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "kelbase/ctl_generated_table.h"
+#include "kelbase/ctl/generated_table.h"
 #include "tests/kelbase/ctl_fixture.h"
 #include "tests/kelbase/ctl_samples.h"
 

@@ -1,4 +1,4 @@
-#include "kelbase/netlink_attributes.h"
+#include "kelbase/netlink/netlink_attributes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

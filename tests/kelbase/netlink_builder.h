@@ -10,7 +10,7 @@
 #include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 
-#include "kelbase/netlink_message.h"
+#include "kelbase/netlink/netlink_message.h"
 #include "platform/dovel/prefix.h"
 
 namespace Kelbase {

@@ -1,4 +1,4 @@
-#include "kelbase/netlink_feed.h"
+#include "kelbase/netlink/netlink_feed.h"
 
 #include <cstring>
 #include <map>
@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "kelbase/link_source.h"
+#include "kelbase/publish/link_source.h"
 #include "tests/kelbase/namespace_fixture.h"
 #include "tests/kelbase/netlink_builder.h"
 

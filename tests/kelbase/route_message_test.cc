@@ -1,4 +1,4 @@
-#include "kelbase/route_message.h"
+#include "kelbase/netlink/route_message.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kelbase/publisher.h"
+#include "kelbase/publish/publisher.h"
 #include "tests/kelbase/namespace_fixture.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/kelbase/scratch_dir.h"

@@ -1,4 +1,4 @@
-#include "kelbase/route_source.h"
+#include "kelbase/publish/route_source.h"
 
 #include <map>
 #include <numeric>
@@ -10,7 +10,7 @@
 #include <linux/if.h>
 #include <linux/if_addr.h>
 
-#include "kelbase/link_source.h"
+#include "kelbase/publish/link_source.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/kelbase/scratch_dir.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/pondo/writer.h"
+#include "platform/pondo/environment/writer.h"
 
 namespace Kelbase::RouteText {
 

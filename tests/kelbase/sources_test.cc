@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <linux/mpls.h>
 
-#include "kelbase/forwarding_source.h"
-#include "kelbase/link_source.h"
+#include "kelbase/publish/forwarding_source.h"
+#include "kelbase/publish/link_source.h"
 #include "tests/kelbase/netlink_builder.h"
 
 namespace Kelbase {

@@ -16,7 +16,7 @@ import sys
 
 import includes
 
-NOT_SHIPPED = ("tests", "bench")
+NOT_SHIPPED = ("tests", "benchmarks")
 HEADER_FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Werror", "-x", "c++", "-"]
 
 

@@ -15,7 +15,7 @@ GOOD = {
     "platform/mav/time.h": "#pragma once\nint now();\n",
     "platform/dovel/prefix.h": '#pragma once\n#include "platform/mav/time.h"\n',
     "agent/route_sm.h": '#pragma once\n#include "platform/dovel/prefix.h"\n',
-    "platform/pondo/reader.cc": "#include <lmdb.h>\n",
+    "platform/pondo/environment/reader.cc": "#include <lmdb.h>\n",
     "handlers/ip_base.cc": "#include <net-snmp/net-snmp-config.h>\n",
     "tests/platform/mav/checks.h": "#pragma once\n",
     "tests/handlers/ip_base_test.cc": '#include "platform/mav/time.h"\n'

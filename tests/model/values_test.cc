@@ -12,7 +12,7 @@
 #include "model/ip_address_prefix_key.h"
 #include "model/ip_cidr_route_table_index.h"
 #include "model/protocol_map.h"
-#include "platform/state/arp_entry_status.h"
+#include "platform/state/entities/arp_entry_status.h"
 #include "tests/support/strep_checks.h"
 
 namespace IpSnmp {

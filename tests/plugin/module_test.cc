@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "platform/pondo/writer.h"
+#include "platform/pondo/environment/writer.h"
 #include "tests/handlers/agent_request.h"
 
 namespace {

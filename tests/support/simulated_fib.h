@@ -3,9 +3,9 @@
 
 #include <map>
 
-#include "platform/pondo/errors.h"
-#include "platform/pondo/forwarding_status.h"
-#include "platform/pondo/route_status.h"
+#include "platform/pondo/environment/errors.h"
+#include "platform/pondo/fib/forwarding_status.h"
+#include "platform/pondo/fib/route_status.h"
 
 namespace Pondo::Fib {
 

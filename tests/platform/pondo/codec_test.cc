@@ -1,6 +1,6 @@
 // Keys and records as bytes, and what is refused in either direction.
 
-#include "platform/pondo/codec.h"
+#include "platform/pondo/tables/codec.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/mav/exception.h"
-#include "platform/pondo/format.h"
+#include "platform/pondo/tables/format.h"
 
 namespace Pondo {
 namespace {

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/pondo/reader.h"
-#include "platform/pondo/run_dir.h"
+#include "platform/pondo/environment/reader.h"
+#include "platform/pondo/environment/run_dir.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {

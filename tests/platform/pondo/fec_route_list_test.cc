@@ -1,4 +1,4 @@
-#include "platform/pondo/fec_route_list.h"
+#include "platform/pondo/fib/fec_route_list.h"
 
 #include <map>
 #include <random>

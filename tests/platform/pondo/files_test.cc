@@ -9,8 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/pondo/reader.h"
-#include "platform/pondo/run_dir.h"
+#include "platform/pondo/environment/reader.h"
+#include "platform/pondo/environment/run_dir.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {

@@ -1,4 +1,4 @@
-#include "platform/pondo/follower.h"
+#include "platform/pondo/follower/follower.h"
 
 #include <algorithm>
 #include <fstream>

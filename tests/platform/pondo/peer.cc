@@ -12,8 +12,8 @@
 
 #include "platform/mav/time.h"
 #include "platform/mav/trace_handle.h"
-#include "platform/pondo/reader.h"
-#include "platform/pondo/writer.h"
+#include "platform/pondo/environment/reader.h"
+#include "platform/pondo/environment/writer.h"
 
 namespace {
 

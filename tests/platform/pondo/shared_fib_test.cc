@@ -1,6 +1,6 @@
 // Routes and fecs over real tables, which another process publishes.
 
-#include "platform/pondo/shared_fib.h"
+#include "platform/pondo/fib/shared_fib.h"
 
 #include <map>
 #include <random>
@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/mav/time.h"
-#include "platform/pondo/fec_route_list_sm.h"
+#include "platform/pondo/fib/fec_route_list_sm.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {

@@ -1,4 +1,4 @@
-#include "platform/pondo/writer.h"
+#include "platform/pondo/environment/writer.h"
 
 #include <csignal>
 #include <fstream>
@@ -7,8 +7,8 @@
 #include <poll.h>
 #include <sys/stat.h>
 
-#include "platform/pondo/reader.h"
-#include "platform/pondo/run_dir.h"
+#include "platform/pondo/environment/reader.h"
+#include "platform/pondo/environment/run_dir.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {

@@ -1,7 +1,7 @@
 // What the mirrors mount and announce, and in which order. That the entities end as the tables are,
 // whatever happened, is for tests/plugin/address_road_test.cc.
 
-#include "platform/state/mirrors.h"
+#include "platform/state/mirrors/mirrors.h"
 
 #include <memory>
 #include <string>
@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/state/routing6_config.h"
-#include "platform/state/routing_config.h"
+#include "platform/state/entities/routing6_config.h"
+#include "platform/state/entities/routing_config.h"
 #include "tests/platform/state/table_slices.h"
 
 namespace State {

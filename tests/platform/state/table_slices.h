@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/pondo/writer.h"
-#include "platform/state/mirrors.h"
+#include "platform/pondo/environment/writer.h"
+#include "platform/state/mirrors/mirrors.h"
 
 namespace State {
 

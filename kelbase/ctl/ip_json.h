@@ -1,0 +1,80 @@
+#pragma once
+// Reads what `ip -json` prints: arrays of objects, several arrays one after the other where files
+// were joined. One object is in memory at a time, so a file of any length can pass.
+//
+// An object is a tree of nodes that know their line; Fields takes typed values from it and words
+// the errors: "FILE:LINE: FIELD: expected WHAT, got WHAT".
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kelbase/ctl/line_source.h"
+#include "platform/mav/exception.h"
+
+namespace Kelbase::Ctl {
+
+/// A file that cannot be loaded. The text begins with file and, where there is one, line.
+class LoadException : public Mav::Exception {
+ public:
+  using Exception::Exception;
+};
+
+struct Node {
+  enum class Type { null, boolean, number, string, array, object };
+
+  Type type = Type::null;
+  int line = 0;
+  std::string name;            // of a member of an object
+  std::string text;            // of a scalar: "true", the digits, the characters
+  std::vector<Node> children;  // of arrays and objects
+
+  /// The member of that name, the last one where it is given twice; or null.
+  Node const* member(std::string_view memberName) const;
+};
+
+/// Members of one object, as values of a certain shape. Views the object: for one call.
+class Fields {
+ public:
+  Fields(Node const& object, std::string_view file) : object_(object), file_(file) {}
+
+  bool empty() const { return object_.children.empty(); }
+  bool has(std::string_view name) const { return object_.member(name) != nullptr; }
+  std::string const& text(std::string_view name, std::string_view expected) const;
+  std::int64_t wholeNumber(std::string_view name, std::int64_t min, std::int64_t max) const;
+  bool boolean(std::string_view name) const;
+  std::vector<std::string_view> names(std::string_view name) const;
+  /// An array of objects.
+  std::vector<Fields> objects(std::string_view name) const;
+  /// True only where the member is there and true.
+  bool flag(std::string_view name) const { return has(name) && boolean(name); }
+
+  /// "FILE:LINE", of the field or else of the object.
+  std::string place(std::string_view name) const;
+  /// LoadException "FILE:LINE: FIELD: problem".
+  [[noreturn]] void fail(std::string_view name, std::string_view problem) const;
+  /// LoadException "FILE:LINE: FIELD: expected ..., got ...".
+  [[noreturn]] void failExpected(std::string_view name, std::string_view expected) const;
+
+ private:
+  Node const& required(std::string_view name) const;
+
+  Node const& object_;
+  std::string_view file_;
+};
+
+/// Hears the arrays of a file and their objects, in order.
+class IpJsonVisitor {
+ public:
+  virtual ~IpJsonVisitor() = default;
+  virtual void onArray() = 0;
+  /// `object` is good for the call alone. An empty object is an entry that `ip` has filtered out.
+  virtual void onObject(Node const& object) = 0;
+};
+
+/// LoadException when `source` is not of this form; what the visitor throws passes through.
+void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor);
+
+}  // namespace Kelbase::Ctl

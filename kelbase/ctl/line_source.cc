@@ -1,0 +1,34 @@
+#include "kelbase/ctl/line_source.h"
+
+#include <cerrno>
+#include <istream>
+#include <utility>
+
+#include <system_error>
+
+namespace Kelbase::Ctl {
+
+LineSource::LineSource(std::istream& in, std::function<void(std::uint64_t)> onBlock)
+    : in_(in), onBlock_(std::move(onBlock)) {}
+
+bool LineSource::fill() {
+  errno = 0;
+  in_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+  if (in_.bad()) throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
+  next_ = 0;
+  end_ = static_cast<std::size_t>(in_.gcount());
+  bytes_ += end_;
+  if (onBlock_) onBlock_(bytes_);
+  return end_ > 0;
+}
+
+bool LineSource::skipSpace() {
+  while (!atEnd()) {
+    char const c = peek();
+    if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return true;
+    take();
+  }
+  return false;
+}
+
+}  // namespace Kelbase::Ctl

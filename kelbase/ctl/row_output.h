@@ -1,0 +1,29 @@
+#pragma once
+// Writes rows as they come: as aligned text, or as a JSON array with one object a line. Neither
+// keeps rows: a table of any length can pass.
+
+#include <iosfwd>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "kelbase/ctl/table_view.h"
+
+namespace Kelbase::Ctl {
+
+class RowOutput {
+ public:
+  virtual ~RowOutput() = default;
+  virtual void write(std::span<Row const> rows) = 0;
+  /// To be called once, after the last row.
+  virtual void end() = 0;
+};
+
+/// Columns are as wide as what has passed so far: a text table of one slice is aligned throughout,
+/// a longer one may widen at the head of a slice. Numbers stand to the right. `columns` must
+/// outlive the output.
+std::unique_ptr<RowOutput> textOutput(std::ostream& out, std::span<Column const> columns);
+
+std::unique_ptr<RowOutput> jsonOutput(std::ostream& out, std::span<Column const> columns);
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,59 @@
+#include "kelbase/ctl/show.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "kelbase/ctl/route_view.h"
+#include "kelbase/ctl/row_output.h"
+#include "platform/pondo/environment/reader.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+std::optional<std::string> readSlice(TableView const& view, RouteQuestion const& question,
+                                     Pondo::Snapshot const& snapshot, std::string_view from,
+                                     std::vector<Row>& rows) {
+  if (question.within) return readRoutesWithin(snapshot, *question.within, from, rows);
+  if (!question.to) return view.readSlice(snapshot, from, rows);
+  readRouteTo(snapshot, *question.to, rows);
+  return std::nullopt;
+}
+
+/// What was asked for, when nothing answers it.
+int reportNone(Context const& context, RouteQuestion const& question) {
+  if (question.to) {
+    context.err << "kelbasectl: no route to " << question.to->stringValue() << '\n';
+  } else {
+    context.err << "kelbasectl: no route within " << question.within->stringValue() << '\n';
+  }
+  return exitError;
+}
+
+}  // namespace
+
+int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
+         RouteQuestion const& question, bool json) {
+  Pondo::Reader const reader(runDir);
+  auto const output =
+      json ? jsonOutput(context.out, view.columns) : textOutput(context.out, view.columns);
+  bool shown = false;
+  std::vector<Row> rows;
+  std::optional<std::string> from = "";
+  while (from) {
+    rows.clear();
+    from = readSlice(view, question, reader.snapshot(), *from, rows);
+    shown = shown || !rows.empty();
+    output->write(rows);
+  }
+  output->end();
+  if (reader.rejected() > 0) {
+    context.err << "kelbasectl: " << view.name << ": " << reader.rejected()
+                << (reader.rejected() == 1 ? " record" : " records")
+                << " not well-formed, left out\n";
+  }
+  if (!shown && (question.within || question.to)) return reportNone(context, question);
+  return exitOk;
+}
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,44 @@
+#pragma once
+// `kelbasectl status`: is there a run directory, does a publisher keep it, how old is the state,
+// and what do the tables hold.
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kelbase/ctl/context.h"
+#include "kelbase/ctl/table_view.h"
+#include "platform/pondo/environment/run_dir.h"
+
+namespace Kelbase::Ctl {
+
+struct Status {
+  struct Table {
+    std::string_view name;
+    Counts counts;
+  };
+
+  std::filesystem::path runDir;
+  bool runDirPresent = false;
+  std::optional<Pondo::PublisherInfo> publisher;  // the present or the last one
+  std::optional<std::uint64_t> generation;        // with it, the tables could be read
+  std::vector<Table> tables;
+  std::string error;  // why something could not be read; else empty
+
+  bool kept() const { return publisher && publisher->alive; }
+};
+
+/// Reads all that can be read; never throws for what the run directory is like.
+Status readStatus(std::filesystem::path const& runDir);
+
+/// Prints it. exitOk when a publisher is alive, exitUnkept when the state is there but nobody keeps
+/// it, exitError when something could not be read (said on context.err too).
+int status(Context const& context, std::filesystem::path const& runDir, bool json);
+
+/// A span of time in words, two units at most: "0.4 s", "3 min 20 s", "2 d 4 h".
+std::string spanText(double seconds);
+
+}  // namespace Kelbase::Ctl

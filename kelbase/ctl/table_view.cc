@@ -1,0 +1,190 @@
+#include "kelbase/ctl/table_view.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <initializer_list>
+#include <utility>
+
+#include "kelbase/ctl/route_view.h"
+#include "platform/pondo/tables/codec.h"
+#include "platform/pondo/tables/tables.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+template <class Table>
+struct Field {
+  Column column;
+  Cell (*cell)(typename Table::Key const&, typename Table::Record const&);
+};
+
+using Forwarding = Pondo::ForwardingTable;
+constexpr std::array<Field<Forwarding>, 2> forwardingFields{{
+    {{"FAMILY", "family"},
+     [](auto const& family, auto const&) -> Cell {
+       return std::string(family == Pondo::Family::ipv4 ? "ipv4" : "ipv6");
+     }},
+    {{"ROUTING", "routing", "on", "off"},
+     [](auto const&, auto const& record) -> Cell { return record.routing; }},
+}};
+
+using Link = Pondo::LinkTable;
+constexpr std::array<Field<Link>, 4> linkFields{{
+    {{"INTERFACE", "name"},
+     [](auto const& name, auto const&) -> Cell { return name.stringValue(); }},
+    {{"IFINDEX", "ifIndex"},
+     [](auto const&, auto const& record) -> Cell { return std::int64_t{record.ifIndex}; }},
+    {{"ADMIN", "adminUp", "up", "down"},
+     [](auto const&, auto const& record) -> Cell { return record.adminUp; }},
+    {{"OPER", "operUp", "up", "down"},
+     [](auto const&, auto const& record) -> Cell { return record.operUp; }},
+}};
+
+using Address4 = Pondo::Address4Table;
+using Address6 = Pondo::Address6Table;
+
+template <class Addr>
+std::string peerText(Addr const& local, Addr const& peer) {
+  return peer == local ? std::string() : peer.stringValue();
+}
+
+/// "tentative,deprecated": the names of those that are set.
+std::string flagText(std::initializer_list<std::pair<bool, char const*>> flags) {
+  std::string text;
+  for (auto const& [set, name] : flags) {
+    if (!set) continue;
+    if (!text.empty()) text += ',';
+    text += name;
+  }
+  return text;
+}
+
+// The columns of both address tables are those of the first one.
+constexpr std::array<Field<Address4>, 7> address4Fields{{
+    {{"INTERFACE", "interface"},
+     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
+    {{"FAMILY", "family"}, [](auto const&, auto const&) -> Cell { return std::string("ipv4"); }},
+    {{"ADDRESS", "address"},
+     [](auto const& key, auto const&) -> Cell { return key.local.stringValue(); }},
+    {{"LENGTH", "prefixLength"},
+     [](auto const& key, auto const&) -> Cell { return std::int64_t{key.length}; }},
+    {{"PEER", "peer"},
+     [](auto const& key, auto const&) -> Cell { return peerText(key.local, key.peer); }},
+    {{"LABEL", "label"},
+     [](auto const&, auto const& record) -> Cell { return record.label.stringValue(); }},
+    {{"FLAGS", "flags"},
+     [](auto const&, auto const& record) -> Cell {
+       return flagText({{record.secondary, "secondary"}});
+     }},
+}};
+
+constexpr std::array<Field<Address6>, 7> address6Fields{{
+    {address4Fields[0].column,
+     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
+    {address4Fields[1].column,
+     [](auto const&, auto const&) -> Cell { return std::string("ipv6"); }},
+    {address4Fields[2].column,
+     [](auto const& key, auto const&) -> Cell { return key.local.stringValue(); }},
+    {address4Fields[3].column,
+     [](auto const&, auto const& record) -> Cell { return std::int64_t{record.length}; }},
+    {address4Fields[4].column,
+     [](auto const& key, auto const& record) -> Cell { return peerText(key.local, record.peer); }},
+    {address4Fields[5].column, [](auto const&, auto const&) -> Cell { return std::string(); }},
+    {address4Fields[6].column,
+     [](auto const&, auto const& record) -> Cell {
+       return flagText({{record.tentative, "tentative"},
+                        {record.dadFailed, "dadfailed"},
+                        {record.deprecated, "deprecated"}});
+     }},
+}};
+
+template <class Table, std::size_t size>
+constexpr auto columnsOf(std::array<Field<Table>, size> const& fields) {
+  std::array<Column, size> columns{};
+  for (std::size_t i = 0; i < size; ++i) columns[i] = fields[i].column;
+  return columns;
+}
+
+constexpr auto forwardingColumns = columnsOf(forwardingFields);
+constexpr auto linkColumns = columnsOf(linkFields);
+constexpr auto addressColumns = columnsOf(address4Fields);
+
+template <class Table, auto const& fields>
+std::optional<std::string> readSlice(Pondo::Snapshot const& snapshot, std::string_view from,
+                                     std::vector<Row>& rows) {
+  return snapshot.scan<Table>(from, Pondo::sliceMax, [&](auto const& key, auto const& record) {
+    Row& row = rows.emplace_back();
+    row.reserve(fields.size());
+    for (auto const& field : fields) row.push_back(field.cell(key, record));
+  });
+}
+
+template <class Table>
+std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::string_view from,
+                                      Counts& counts) {
+  return snapshot.scanBytes(
+      Table::id, from, Pondo::sliceMax, [&](std::string_view key, std::string_view record) {
+        ++counts.records;
+        if (!Pondo::decodeKey<Table>(key) || !Pondo::decodeRecord<Table>(record)) {
+          ++counts.malformed;
+        }
+      });
+}
+
+/// A slice of two tables that are shown as one: `from` has the table's number before the key.
+template <class Slice>
+std::optional<std::string> sliceOfTwo(std::string_view from, Slice const& first,
+                                      Slice const& second) {
+  bool const inSecond = from.starts_with('2');
+  auto const key = from.empty() ? from : from.substr(1);
+  auto next = inSecond ? second(key) : first(key);
+  if (next) return (inSecond ? '2' : '1') + *next;
+  if (inSecond) return std::nullopt;
+  return "2";
+}
+
+using SliceOf = std::function<std::optional<std::string>(std::string_view)>;
+
+std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
+                                         std::vector<Row>& rows) {
+  return sliceOfTwo<SliceOf>(
+      from, [&](auto key) { return readSlice<Address4, address4Fields>(snapshot, key, rows); },
+      [&](auto key) { return readSlice<Address6, address6Fields>(snapshot, key, rows); });
+}
+
+std::optional<std::string> countAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
+                                          Counts& counts) {
+  return sliceOfTwo<SliceOf>(
+      from, [&](auto key) { return countSlice<Address4>(snapshot, key, counts); },
+      [&](auto key) { return countSlice<Address6>(snapshot, key, counts); });
+}
+
+template <class Table, auto const& fields>
+constexpr TableView view(std::string_view name, std::span<Column const> columns,
+                         std::string_view help) {
+  return {name, help, columns, &readSlice<Table, fields>, &countSlice<Table>};
+}
+
+constexpr std::array views{
+    TableView{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
+              &readAddresses, &countAddresses},
+    TableView{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
+              &countSlice<Pondo::FecTable>},
+    view<Forwarding, forwardingFields>("forwarding", forwardingColumns,
+                                       "whether the host forwards packets, by IP version"),
+    view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
+    TableView{"routes", "the IPv4 routes of the main table, one a prefix", routeColumns,
+              &readRoutes, &countSlice<Pondo::RouteTable>},
+};
+
+}  // namespace
+
+std::span<TableView const> tableViews() { return views; }
+
+TableView const* findTableView(std::string_view name) {
+  auto const found = std::ranges::find(views, name, &TableView::name);
+  return found == views.end() ? nullptr : &*found;
+}
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,64 @@
+#pragma once
+// The shared tables as an operator sees them: names, columns, and how to read them in slices. Every
+// command goes through this list, so that a table is added here and nowhere else.
+//
+// A slice is read under one snapshot, at most Pondo::sliceMax records; the caller drops the
+// snapshot before it writes what it has read (a pager may hold it up for hours), and goes on from
+// the key that the slice returned. A whole table is therefore not the state of one moment when the
+// publisher writes meanwhile; each slice is.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/pondo/environment/reader.h"
+
+namespace Kelbase::Ctl {
+
+/// One way to forward; either may be empty.
+struct Hop {
+  std::string nextHop;
+  std::string interface;
+};
+using Hops = std::vector<Hop>;
+
+using Cell = std::variant<bool, std::int64_t, std::string, Hops>;
+using Row = std::vector<Cell>;
+
+struct Column {
+  std::string_view heading;     // of the text form
+  std::string_view name;        // of the JSON form; scripts rely on it
+  std::string_view on = "yes";  // text of a bool
+  std::string_view off = "no";
+  std::size_t hopsMax = 128;  // that the text tells; the rest is counted
+};
+
+struct Counts {
+  std::size_t records = 0;    // all
+  std::size_t malformed = 0;  // of these, not well-formed
+};
+
+struct TableView {
+  std::string_view name;
+  std::string_view help;
+  std::span<Column const> columns;
+  /// Appends the slice's rows. Returns the key (bytes) to go on from, or nothing at the end.
+  std::optional<std::string> (*readSlice)(Pondo::Snapshot const&, std::string_view from,
+                                          std::vector<Row>& rows);
+  /// As readSlice, counting alone.
+  std::optional<std::string> (*countSlice)(Pondo::Snapshot const&, std::string_view from,
+                                           Counts& counts);
+};
+
+/// All of them, by name.
+std::span<TableView const> tableViews();
+
+/// Null when there is none.
+TableView const* findTableView(std::string_view name);
+
+}  // namespace Kelbase::Ctl

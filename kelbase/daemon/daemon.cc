@@ -1,0 +1,72 @@
+#include "kelbase/daemon/daemon.h"
+
+#include <fmt/format.h>
+
+#include "kelbase/daemon/log_lines.h"
+#include "kelbase/daemon/service_notifier.h"
+#include "kelbase/daemon/signal_watch.h"
+#include "kelbase/model/trace.h"
+#include "kelbase/publish/publisher.h"
+
+namespace Kelbase {
+namespace {
+
+class Daemon {
+ public:
+  explicit Daemon(DaemonOptions const& options)
+      : signals_(activity_, [this](int signal) { onSignal(signal); }),
+        notifier_(activity_),
+        runDir_(options.runDir),
+        publisher_(activity_, {options.runDir, {.group = options.group}},
+                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}) {}
+
+  int run() {
+    activity_.run();
+    notifier_.stopping();
+    return exitStatus_;
+  }
+
+ private:
+  void onPublished() {
+    if (!told_) {
+      Mav::log(Mav::Severity::info,
+               fmt::format("publishing in {}: {}", runDir_.native(), publisher_.summary()));
+    }
+    told_ = true;
+    notifier_.ready(publisher_.summary());
+  }
+
+  void onLost(std::string const& why) {
+    Mav::log(Mav::Severity::error, why);
+    exitStatus_ = 1;
+    activity_.stop();
+  }
+
+  void onSignal(int signal) {
+    Mav::log(Mav::Severity::info, fmt::format("ending on signal {}; what was published in {} stays",
+                                              signal, runDir_.native()));
+    activity_.stop();
+  }
+
+  Mav::Activity activity_;
+  SignalWatch signals_;
+  ServiceNotifier notifier_;
+  std::filesystem::path const runDir_;
+  Publisher publisher_;
+  int exitStatus_ = 0;
+  bool told_ = false;
+};
+
+}  // namespace
+
+int runDaemon(DaemonOptions const& options) try {
+  logToStderr();
+  for (int level = 1; options.verbose && level <= 2; ++level) traceHandle().enabledIs(level, true);
+  Daemon daemon(options);
+  return daemon.run();
+} catch (std::exception const& error) {
+  Mav::log(Mav::Severity::error, error.what());
+  return 1;
+}
+
+}  // namespace Kelbase

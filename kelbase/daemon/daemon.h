@@ -1,0 +1,13 @@
+#pragma once
+// kelbased: the publisher as a process in the foreground, with its signals, log and service
+// manager. Ends on SIGTERM or SIGINT at the end of the turn (milliseconds); what it published
+// stays for the readers and for its successor.
+
+#include "kelbase/daemon/daemon_options.h"
+
+namespace Kelbase {
+
+/// Runs until a signal ends it (0), or until it cannot go on (1, said in one log line).
+int runDaemon(DaemonOptions const& options);
+
+}  // namespace Kelbase

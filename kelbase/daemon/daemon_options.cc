@@ -1,0 +1,63 @@
+#include "kelbase/daemon/daemon_options.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <grp.h>
+#include <unistd.h>
+
+#include "platform/pondo/environment/run_dir.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr char const* snmpGroup = "Debian-snmp";
+
+constexpr char const* description =
+    "Publishes the state of this kernel's interfaces and IP forwarding, in the network namespace\n"
+    "it is started in, to libOvoSnmp. Stays in the foreground; SIGTERM and SIGINT end it, and "
+    "what\n"
+    "it published stays.";
+
+constexpr char const* footer =
+    "Examples:\n"
+    "  kelbased                                  publish in /run/kelbase ($KELBASE_RUNDIR)\n"
+    "  kelbased --rundir /tmp/kelbase --verbose  as an ordinary user, telling what it does\n"
+    "  ip netns exec blue kelbased --rundir /run/kelbase-blue\n";
+
+bool isMember(gid_t group) {
+  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, getgroups(0, nullptr))));
+  int const count = getgroups(static_cast<int>(groups.size()), groups.data());
+  groups.resize(static_cast<std::size_t>(std::max(0, count)));
+  return getegid() == group || std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+}  // namespace
+
+std::string defaultGroup() {
+  struct group const* const entry = getgrnam(snmpGroup);
+  return entry && (geteuid() == 0 || isMember(entry->gr_gid)) ? snmpGroup : "";
+}
+
+ParsedOptions parseDaemonOptions(int argc, char const* const* argv, std::string const& version) {
+  DaemonOptions options{Pondo::defaultRunDir(), defaultGroup()};
+  CLI::App app(description, "kelbased");
+  app.footer(footer);
+  app.set_version_flag("--version", "kelbased " + version);
+  app.add_option("--rundir", options.runDir, "directory of the shared tables, made where missing")
+      ->type_name("DIR")
+      ->capture_default_str();
+  app.add_option("--group", options.group, "group that may read the tables: the SNMP daemon's")
+      ->type_name("GROUP")
+      ->capture_default_str();
+  app.add_flag("--verbose", options.verbose, "log every change");
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    return {std::nullopt, app.exit(error) == 0 ? 0 : 2};
+  }
+  return {options, 0};
+}
+
+}  // namespace Kelbase

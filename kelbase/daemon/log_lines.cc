@@ -1,0 +1,39 @@
+#include "kelbase/daemon/log_lines.h"
+
+#include <array>
+#include <cstdlib>
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Kelbase {
+namespace {
+
+/// syslog(3) priorities, in the order of Mav::Severity.
+constexpr std::array priorities{3, 4, 5, 6, 7};
+
+}  // namespace
+
+bool stderrIsJournal() {
+  char const* const stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  if (!stream || fstat(STDERR_FILENO, &status) != 0) return false;
+  return fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
+}
+
+std::string logLine(Mav::Severity severity, std::string_view text, bool journal) {
+  if (!journal) return fmt::format("kelbased: {}\n", text);
+  return fmt::format("<{}>{}\n", priorities.at(static_cast<std::size_t>(severity)), text);
+}
+
+void logToStderr() {
+  bool const journal = stderrIsJournal();
+  Mav::traceSinkIs([journal](Mav::Severity severity, std::string_view text) {
+    std::string const line = logLine(severity, text, journal);
+    // One write a line, so that lines of several processes do not mix. Nowhere to tell if it fails.
+    [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), line.size());
+  });
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,37 @@
+#include "kelbase/daemon/signal_watch.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace Kelbase {
+
+SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSignal)
+    : onSignal_(std::move(onSignal)) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c)
+  fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+  if (fd_ < 0) throw Mav::Exception(fmt::format("signalfd: {}", std::strerror(errno)));
+  watch_ = activity.watch(fd_, EPOLLIN, [this](std::uint32_t) { onReadable(); });
+}
+
+SignalWatch::~SignalWatch() {
+  watch_ = {};
+  close(fd_);
+}
+
+void SignalWatch::onReadable() {
+  signalfd_siginfo info{};
+  if (read(fd_, &info, sizeof info) == sizeof info) onSignal_(static_cast<int>(info.ssi_signo));
+}
+
+}  // namespace Kelbase

@@ -1,8 +1,0 @@
-// kelbased: see kelbase/daemon.h.
-
-#include "kelbase/daemon.h"
-
-int main(int argc, char** argv) {
-  auto const parsed = Kelbase::parseDaemonOptions(argc, argv, OVO_VERSION);
-  return parsed.options ? Kelbase::runDaemon(*parsed.options) : parsed.exitStatus;
-}

@@ -1,0 +1,85 @@
+#pragma once
+// The attributes of a netlink message, checked against a declared list before use. A message kind
+// declares what it reads, as data:
+//
+//   constexpr std::array linkRules{
+//       AttributeRule{IFLA_IFNAME, "IFLA_IFNAME", textOf(IFNAMSIZ), required},
+//       AttributeRule{IFLA_MTU, "IFLA_MTU", exactly(4)},
+//   };
+//   Attributes const attributes(message.name(), message.attributes<ifinfomsg>(), linkRules);
+//   attributes.text(IFLA_IFNAME), attributes.value<std::uint32_t>(IFLA_MTU)
+//
+// Attributes that are not declared are skipped: the kernel adds new ones all the time. Of an
+// attribute that comes twice the last counts, as in the kernel's nla_parse. The object is a view
+// and dies with the datagram.
+
+#include <array>
+#include <cassert>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include <libmnl/libmnl.h>
+
+#include "kelbase/netlink/netlink_message.h"
+
+namespace Kelbase {
+
+/// Sizes of the payload, in bytes.
+struct AttributeSize {
+  std::size_t min = 0;
+  std::size_t max = std::numeric_limits<std::uint16_t>::max();
+  bool text = false;  // a NUL within, and not as the first byte; max counts the NUL
+};
+
+constexpr AttributeSize exactly(std::size_t bytes) { return {bytes, bytes}; }
+constexpr AttributeSize atLeast(std::size_t bytes) { return {.min = bytes}; }
+constexpr AttributeSize textOf(std::size_t maxBytes) { return {2, maxBytes, true}; }
+
+inline constexpr bool required = true;
+
+struct AttributeRule {
+  std::uint16_t type;
+  std::string_view name;
+  AttributeSize size;
+  bool isRequired = false;
+};
+
+class Attributes {
+ public:
+  static constexpr std::size_t rulesMax = 32;
+
+  /// BadMessage, naming `messageName` and the attribute, when one breaks its rule or the bytes are
+  /// no attributes. `rules` must outlive the object and hold at most rulesMax.
+  Attributes(std::string_view messageName, Bytes bytes, std::span<AttributeRule const> rules);
+
+  bool has(std::uint16_t type) const { return find(type) != nullptr; }
+
+  /// The first bytes of the payload as a T; the rule must guarantee that many. Host byte order.
+  template <class T>
+  std::optional<T> value(std::uint16_t type) const {
+    static_assert(std::is_trivially_copyable_v<T>);
+    nlattr const* const attribute = find(type);
+    if (!attribute) return std::nullopt;
+    assert(mnl_attr_get_payload_len(attribute) >= sizeof(T));
+    T result;
+    std::memcpy(&result, mnl_attr_get_payload(attribute), sizeof(T));
+    return result;
+  }
+
+  /// For attributes declared with textOf.
+  std::optional<std::string_view> text(std::uint16_t type) const;
+
+  /// The payload as it is; nested attributes are parsed from it with rules of their own.
+  std::optional<Bytes> bytes(std::uint16_t type) const;
+
+ private:
+  nlattr const* find(std::uint16_t type) const;
+
+  std::span<AttributeRule const> rules_;
+  std::array<nlattr const*, rulesMax> found_{};  // by position in rules_
+};
+
+}  // namespace Kelbase

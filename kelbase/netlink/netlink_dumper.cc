@@ -1,0 +1,221 @@
+#include "kelbase/netlink/netlink_dumper.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+
+#include "kelbase/model/trace.h"
+
+namespace Kelbase {
+namespace {
+
+/// 0.01 s, 0.02 s, 0.04 s ...
+double backOff(unsigned tries, double max) { return std::min(0.01 * std::exp2(tries), max); }
+
+/// ENOENT: the routing table has not been made yet (net/ipv4/fib_frontend.c, inet_dump_fib).
+bool isUnsupported(int error) {
+  return error == EOPNOTSUPP || error == EAFNOSUPPORT || error == ENOENT;
+}
+
+}  // namespace
+
+NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<TableSource* const> sources,
+                             Hooks hooks)
+    : activity_(activity),
+      hooks_(std::move(hooks)),
+      start_(activity.clock(), [this] { startNext(); }),
+      timeout_(activity.clock(), [this] { startOver("the kernel does not answer"); }) {
+  for (auto* source : sources) jobs_.push_back({source, std::nullopt});
+  openSocket();
+}
+
+void NetlinkDumper::openSocket() {
+  NetlinkSocket socket;
+  socket.strictChecksOn();
+  watch_ = {};
+  socket_ = std::move(socket);
+  watch_ = activity_.watch(socket_->fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+}
+
+void NetlinkDumper::wantAll(double time) {
+  for (auto& job : jobs_) job.due = std::min(job.due.value_or(time), time);
+  if (!busy()) startNext();
+}
+
+void NetlinkDumper::want(TableSource const& source, double time) {
+  for (auto& job : jobs_) {
+    if (job.source == &source) job.due = std::min(job.due.value_or(time), time);
+  }
+  if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
+}
+
+bool NetlinkDumper::known() const {
+  return std::all_of(jobs_.begin(), jobs_.end(), [](Job const& job) { return job.known; });
+}
+
+bool NetlinkDumper::pending() const {
+  return std::any_of(jobs_.begin(), jobs_.end(),
+                     [](Job const& job) { return job.due.has_value(); });
+}
+
+void NetlinkDumper::startNext() {
+  if (busy()) return;
+  double next = Mav::never;
+  for (auto& job : jobs_) {
+    if (!job.due) continue;
+    if (*job.due <= Mav::now()) {
+      job.due.reset();
+      current_ = &job;
+      request_ = 0;
+      interrupted_ = false;
+      job.source->dumpBegin();
+      return send();
+    }
+    next = std::min(next, *job.due);
+  }
+  start_.timeMinIs(next);
+  hooks_.idle();
+}
+
+void NetlinkDumper::send() {
+  timeout_.timeMinIs(Mav::now() + answerTimeout);
+  if (!socket_->send(current_->source->requests()[request_], ++sequence_)) {
+    giveUp(std::strerror(errno));
+  }
+}
+
+void NetlinkDumper::onReadable() {
+  for (std::size_t i = 0; i < sliceMax && receiveOne(); ++i) {
+  }
+}
+
+/// False when there is nothing more to read now.
+bool NetlinkDumper::receiveOne() {
+  auto const received = socket_->receive();
+  switch (received.outcome) {
+    case NetlinkSocket::Outcome::empty:
+      return false;
+    case NetlinkSocket::Outcome::foreign:
+      return true;
+    case NetlinkSocket::Outcome::overrun:
+    case NetlinkSocket::Outcome::truncated:
+      startOver("a part of the answer was lost");
+      return false;
+    case NetlinkSocket::Outcome::datagram:
+      break;
+  }
+  timeout_.timeMinIs(busy() ? Mav::now() + answerTimeout : Mav::never);
+  try {
+    forEachMessage(received.datagram, [this](NetlinkMessage const& message) {
+      if (busy() && message.sequence() == sequence_) onMessage(message);
+    });
+  } catch (BadMessage const& error) {
+    startOver(error.what());
+    return false;
+  }
+  return true;
+}
+
+void NetlinkDumper::onMessage(NetlinkMessage const& message) {
+  bool const isInterrupted = (message.flags() & NLM_F_DUMP_INTR) != 0;
+  if (isInterrupted && !current_->source->requests()[request_].isInterruptedWhole()) {
+    interrupted_ = true;
+  }
+  switch (message.type()) {
+    case NLMSG_NOOP:
+      return;
+    case NLMSG_OVERRUN:
+      interrupted_ = true;
+      return;
+    case NLMSG_DONE:
+    case NLMSG_ERROR:
+      return onRequestEnd(message);
+    default:
+      hooks_.message(*current_->source, message);
+  }
+}
+
+void NetlinkDumper::onRequestEnd(NetlinkMessage const& message) {
+  auto const requests = current_->source->requests();
+  int const error = errorOf(message);
+  if (error == EINTR) {
+    interrupted_ = true;
+  } else if (error != 0 && !(isUnsupported(error) && requests[request_].isUnsupportedEmpty())) {
+    return giveUp(fmt::format("{} {}", std::strerror(error), extendedErrorOf(message)));
+  }
+  if (++request_ < requests.size()) return send();
+  onDumpEnd();
+}
+
+void NetlinkDumper::onDumpEnd() {
+  Job& job = *current_;
+  current_ = nullptr;
+  timeout_.timeMinIs(Mav::never);
+  ++counters_.dumps;
+  job.failures = 0;
+  if (interrupted_) {
+    onInterrupted(job);
+  } else {
+    job.interruptions = 0;
+    job.known = true;
+    job.source->dumpEnd(true);
+    MAV_TRACE(traceHandle(), 1, "dump of " << job.source->name() << ": " << job.source->summary());
+  }
+  startNext();
+}
+
+void NetlinkDumper::onInterrupted(Job& job) {
+  ++counters_.interrupted;
+  job.source->dumpEnd(false);
+  if (++job.interruptions <= interruptedMax) {
+    MAV_TRACE(traceHandle(), 1, "dump of " << job.source->name() << " interrupted: again");
+    return again(job, backOff(job.interruptions, settleDelay));
+  }
+  // They change faster than they can be listed. What was listed is true, and notifications tell
+  // the rest; only what disappeared unseen has to wait for a quieter moment.
+  MAV_TRACE(traceHandle(), 0,
+            "dump of " << job.source->name() << " interrupted " << job.interruptions
+                       << " times: left as it is, asked again in " << settleDelay << " s");
+  job.interruptions = 0;
+  job.known = true;
+  again(job, settleDelay);
+}
+
+/// The request under way has failed: its source is asked again later.
+void NetlinkDumper::giveUp(std::string const& what) {
+  ++counters_.failed;
+  timeout_.timeMinIs(Mav::never);
+  if (busy()) {
+    Job& job = *current_;
+    current_ = nullptr;
+    if (job.failures == 0) {
+      Mav::log(Mav::Severity::warning,
+               fmt::format("cannot read {} from the kernel: {}; trying again", job.source->name(),
+                           what));
+    }
+    job.source->dumpEnd(false);
+    again(job, backOff(job.failures++, failureDelayMax));
+  }
+  startNext();
+}
+
+/// As giveUp, on a new socket: the kernel may still be busy with the old one's request.
+void NetlinkDumper::startOver(std::string const& what) {
+  try {
+    openSocket();
+  } catch (Mav::Exception const& error) {
+    MAV_TRACE(traceHandle(), 0, error.what());  // the old one is there still
+  }
+  giveUp(what);
+}
+
+void NetlinkDumper::again(Job& job, double delay) {
+  double const time = Mav::now() + delay;
+  job.due = std::min(job.due.value_or(time), time);
+}
+
+}  // namespace Kelbase

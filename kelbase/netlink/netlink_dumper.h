@@ -1,0 +1,102 @@
+#pragma once
+// Asks the kernel for all objects of a source, one source at a time, and repeats until it has a
+// whole answer. Used by NetlinkFeed alone.
+//
+//   wanted ──► under way ──► whole: dumpEnd(true)
+//     ▲            │
+//     │            ├── interrupted (NLM_F_DUMP_INTR: the objects changed meanwhile): again, up to
+//     │            │   interruptedMax times in a row, backed off; then what came is let stand
+//     │            │   (dumpEnd(false)) and asked again after settleDelay
+//     └── failed ◄─┘   error, lost datagram, no answer: a new socket, again, backed off
+//
+// Between two tries it is not busy(): notifications may be applied then.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "kelbase/netlink/netlink_socket.h"
+#include "kelbase/netlink/table_source.h"
+#include "platform/mav/activity.h"
+
+namespace Kelbase {
+
+class NetlinkDumper {
+ public:
+  static constexpr unsigned interruptedMax = 8;
+  static constexpr double settleDelay = 5.0;     // seconds
+  static constexpr double answerTimeout = 10.0;  // seconds without a datagram
+  static constexpr double failureDelayMax = 30.0;
+  static constexpr std::size_t sliceMax = 16;  // datagrams a turn
+
+  struct Counters {
+    std::uint64_t dumps = 0;
+    std::uint64_t interrupted = 0;
+    std::uint64_t failed = 0;
+  };
+
+  /// Called from within a turn of the activity.
+  struct Hooks {
+    /// A message of the answer, for `source`.
+    std::function<void(TableSource& source, NetlinkMessage const&)> message;
+    /// A round ended: nothing more is under way now.
+    std::function<void()> idle;
+  };
+
+  NetlinkDumper(Mav::Activity& activity, std::span<TableSource* const> sources, Hooks hooks);
+
+  /// Wants a fresh dump of every source from `time` on (platform time). One that is under way
+  /// ends first and is repeated.
+  void wantAll(double time);
+  /// Of one source. Never starts at once: several can be asked for, and come in their order.
+  void want(TableSource const& source, double time);
+
+  /// While true, notifications are to be held back.
+  bool busy() const { return current_ != nullptr; }
+  /// A dump is wanted, now or later.
+  bool pending() const;
+  /// Every source has been dumped at least once.
+  bool known() const;
+  Counters const& counters() const { return counters_; }
+
+ private:
+  struct Job {
+    TableSource* source;
+    std::optional<double> due;  // wanted from then on
+    unsigned interruptions = 0;
+    unsigned failures = 0;
+    bool known = false;
+  };
+
+  void openSocket();
+  void startNext();
+  void send();
+  void onReadable();
+  bool receiveOne();
+  void onMessage(NetlinkMessage const& message);
+  void onRequestEnd(NetlinkMessage const& message);
+  void onDumpEnd();
+  void onInterrupted(Job& job);
+  void giveUp(std::string const& what);
+  void startOver(std::string const& what);
+  void again(Job& job, double delay);
+
+  Mav::Activity& activity_;
+  Hooks hooks_;
+  std::vector<Job> jobs_;
+  std::optional<NetlinkSocket> socket_;
+  Mav::Activity::Watch watch_;
+  Mav::Timer start_;
+  Mav::Timer timeout_;
+
+  Job* current_ = nullptr;
+  std::size_t request_ = 0;  // of the current source's requests
+  std::uint32_t sequence_ = 0;
+  bool interrupted_ = false;
+  Counters counters_;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,184 @@
+#include "kelbase/netlink/netlink_feed.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fmt/format.h>
+#include <sys/epoll.h>
+
+#include "kelbase/model/trace.h"
+#include "platform/mav/time.h"
+
+namespace Kelbase {
+namespace {
+
+/// Repeats `step` until it says false or the time is up.
+template <class Step>
+void repeatFor(double seconds, Step const& step) {
+  constexpr std::size_t stepsALook = 32;
+  double const end = Mav::now() + seconds;
+  for (std::size_t steps = 1; step(); ++steps) {
+    if (steps % stepsALook == 0 && Mav::now() > end) return;
+  }
+}
+
+}  // namespace
+
+NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> sources,
+                         Options options, std::function<void()> onSettled)
+    : activity_(activity),
+      sources_(sources.begin(), sources.end()),
+      options_(options),
+      onSettled_(std::move(onSettled)),
+      dumper_(
+          activity, sources_,
+          {[this](TableSource& source, NetlinkMessage const& message) { give(source, message); },
+           [this] { onDumpsIdle(); }}),
+      replay_(activity.clock(), [this] { replay(); }) {
+  std::size_t const granted = events_.receiveBufferIs(options_.eventBuffer);
+  MAV_TRACE(traceHandle(), 1, "notification buffer: " << granted << " bytes");
+  for (auto const* source : sources_) {
+    for (unsigned const group : source->groups()) events_.subscribe(group);
+  }
+  for (auto* source : sources_) {
+    source->dumpWishIs([this, source](double delay) { dumper_.want(*source, Mav::now() + delay); });
+  }
+  watch_ = activity_.watch(events_.fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+  dumper_.wantAll(Mav::now());
+}
+
+void NetlinkFeed::onReadable() {
+  repeatFor(sliceTime, [this] { return receiveOne(); });
+  if (settled()) onSettled_();
+}
+
+/// False when there is nothing more to read now.
+bool NetlinkFeed::receiveOne() {
+  auto const received = events_.receive();
+  switch (received.outcome) {
+    case NetlinkSocket::Outcome::empty:
+      onReadEmpty();
+      return false;
+    case NetlinkSocket::Outcome::foreign:
+      ++counters_.foreign;
+      MAV_TRACE(traceHandle(), 0,
+                "a netlink message from another process than the kernel: ignored");
+      return true;
+    case NetlinkSocket::Outcome::truncated:
+      onLoss("a notification was larger than the buffer");
+      return true;
+    case NetlinkSocket::Outcome::overrun:
+      onLoss("more notifications than the socket holds");
+      return true;
+    case NetlinkSocket::Outcome::datagram:
+      break;
+  }
+  if (lost_) return true;  // older than the dump to come: the faster read empty, the better
+  if (isHolding_ || dumper_.busy() || !held_.empty()) {
+    hold(received.datagram);
+  } else {
+    apply(received.datagram);
+  }
+  return true;
+}
+
+void NetlinkFeed::onLoss(char const* what) {
+  ++counters_.overruns;
+  MAV_TRACE(traceHandle(), 1, what << ": reading everything again");
+  bool const calm = Mav::now() - lastLoss_ > overrunCalm;
+  if (!lost_) overrunDelay_ = calm ? 0.0 : std::clamp(2 * overrunDelay_, 0.01, overrunDelayMax);
+  lost_ = true;
+  dropHeld();
+  lastLoss_ = Mav::now();
+}
+
+void NetlinkFeed::onReadEmpty() {
+  if (!lost_) return;
+  lost_ = false;
+  dumper_.wantAll(Mav::now() + overrunDelay_);
+}
+
+void NetlinkFeed::hold(Bytes datagram) {
+  if (heldBytes_ + datagram.size() > options_.backlogMax) {
+    // As good as lost in the socket's buffer.
+    onLoss("more notifications during a dump than memory is meant for");
+    return;
+  }
+  heldBytes_ += datagram.size();
+  held_.emplace_back(datagram.begin(), datagram.end());
+}
+
+void NetlinkFeed::dropHeld() {
+  held_.clear();
+  heldBytes_ = 0;
+  replayLeftIs(0);
+}
+
+void NetlinkFeed::replayLeftIs(std::size_t left) {
+  bool const wasOn = std::exchange(replayLeft_, left) > 0;
+  if (wasOn == (left > 0)) return;
+  for (auto* source : sources_) source->replayIs(left > 0);
+}
+
+/// What came before the dump's end, and was not read since. As much as fits a large buffer: more
+/// may be coming as fast as it is read.
+void NetlinkFeed::holdUnread() {
+  constexpr std::size_t datagramsMax = 65536;
+  isHolding_ = true;
+  for (std::size_t i = 0; i < datagramsMax && receiveOne(); ++i) {
+  }
+  isHolding_ = false;
+}
+
+void NetlinkFeed::onDumpsIdle() {
+  holdUnread();
+  if (dumper_.busy()) return;  // a loss came to light
+  replayLeftIs(held_.size());
+  if (!held_.empty()) replay_.timeMinIs(Mav::asap);
+  if (settled()) onSettled_();
+}
+
+void NetlinkFeed::replay() {
+  repeatFor(sliceTime, [this] { return replayOne(); });
+  if (!held_.empty() && !dumper_.busy()) replay_.timeMinIs(Mav::asap);
+  if (settled()) onSettled_();
+}
+
+/// False when there is nothing more to replay now.
+bool NetlinkFeed::replayOne() {
+  if (held_.empty() || dumper_.busy()) return false;
+  auto const datagram = std::move(held_.front());
+  held_.pop_front();
+  heldBytes_ -= datagram.size();
+  apply(datagram);
+  if (replayLeft_ > 0) replayLeftIs(replayLeft_ - 1);
+  return true;
+}
+
+void NetlinkFeed::apply(Bytes datagram) {
+  try {
+    forEachMessage(datagram, [this](NetlinkMessage const& message) {
+      if (message.type() == NLMSG_OVERRUN) onLoss("the kernel says that notifications were lost");
+      for (auto* source : sources_) {
+        if (!source->takes(message.type())) continue;
+        ++counters_.events;
+        give(*source, message);
+      }
+    });
+  } catch (BadMessage const& error) {
+    ++counters_.rejected;
+    MAV_TRACE(traceHandle(), 0, "rejected: " << error.what());
+  }
+}
+
+void NetlinkFeed::give(TableSource& source, NetlinkMessage const& message) {
+  if (!source.takes(message.type())) return;
+  try {
+    source.receive(message);
+  } catch (Mav::Exception const& error) {
+    ++counters_.rejected;
+    MAV_TRACE(traceHandle(), 0, "rejected: " << error.what());
+  }
+}
+
+}  // namespace Kelbase

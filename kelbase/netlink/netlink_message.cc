@@ -1,0 +1,75 @@
+#include "kelbase/netlink/netlink_message.h"
+
+#include <algorithm>
+#include <array>
+
+#include <linux/rtnetlink.h>
+
+#include "kelbase/netlink/netlink_attributes.h"
+
+namespace Kelbase {
+namespace {
+
+struct TypeName {
+  std::uint16_t type;
+  char const* name;
+};
+
+constexpr std::array typeNames{
+    TypeName{NLMSG_ERROR, "NLMSG_ERROR"},       TypeName{NLMSG_DONE, "NLMSG_DONE"},
+    TypeName{NLMSG_OVERRUN, "NLMSG_OVERRUN"},   TypeName{RTM_NEWLINK, "RTM_NEWLINK"},
+    TypeName{RTM_DELLINK, "RTM_DELLINK"},       TypeName{RTM_GETLINK, "RTM_GETLINK"},
+    TypeName{RTM_NEWNETCONF, "RTM_NEWNETCONF"}, TypeName{RTM_DELNETCONF, "RTM_DELNETCONF"},
+    TypeName{RTM_GETNETCONF, "RTM_GETNETCONF"}, TypeName{RTM_NEWADDR, "RTM_NEWADDR"},
+    TypeName{RTM_DELADDR, "RTM_DELADDR"},       TypeName{RTM_GETADDR, "RTM_GETADDR"},
+    TypeName{RTM_NEWROUTE, "RTM_NEWROUTE"},     TypeName{RTM_DELROUTE, "RTM_DELROUTE"},
+    TypeName{RTM_GETROUTE, "RTM_GETROUTE"},     TypeName{RTM_NEWNEXTHOP, "RTM_NEWNEXTHOP"},
+    TypeName{RTM_DELNEXTHOP, "RTM_DELNEXTHOP"}, TypeName{RTM_GETNEXTHOP, "RTM_GETNEXTHOP"},
+};
+
+constexpr std::array extendedErrorRules{
+    AttributeRule{NLMSGERR_ATTR_MSG, "NLMSGERR_ATTR_MSG", textOf(1024)},
+};
+
+/// Where the attributes of an NLMSG_ERROR start: after the copy of the request, which the kernel
+/// cuts to its header when NLM_F_CAPPED says so.
+Bytes extendedErrorAttributes(NetlinkMessage const& message) {
+  if ((message.flags() & NLM_F_ACK_TLVS) == 0) return {};
+  if (message.type() == NLMSG_DONE) return message.attributes<int>();
+  auto const error = message.header<nlmsgerr>();
+  std::size_t const request =
+      (message.flags() & NLM_F_CAPPED) != 0 ? sizeof(nlmsghdr) : error.msg.nlmsg_len;
+  std::size_t const skipped = sizeof(int) + MNL_ALIGN(request);
+  Bytes const payload = message.payload();
+  return payload.subspan(std::min(skipped, payload.size()));
+}
+
+}  // namespace
+
+std::string NetlinkMessage::name() const {
+  for (auto const& known : typeNames) {
+    if (known.type == type()) return known.name;
+  }
+  return "message type " + std::to_string(type());
+}
+
+void NetlinkMessage::throwShort(std::size_t expected) const {
+  throw BadMessage(name() + ": header of " + std::to_string(payload().size()) +
+                   " bytes, expected at least " + std::to_string(expected));
+}
+
+int errorOf(NetlinkMessage const& message) {
+  // A dump that failed half-way says so in its NLMSG_DONE; older kernels leave the number out.
+  if (message.type() == NLMSG_DONE && message.payload().size() < sizeof(int)) return 0;
+  int const code = message.header<int>();
+  return code < 0 ? -code : code;
+}
+
+std::string extendedErrorOf(NetlinkMessage const& message) try {
+  Attributes const attributes(message.name(), extendedErrorAttributes(message), extendedErrorRules);
+  return std::string(attributes.text(NLMSGERR_ATTR_MSG).value_or(""));
+} catch (BadMessage const&) {
+  return {};  // an explanation that cannot be read explains nothing
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,67 @@
+#pragma once
+// A non-blocking rtnetlink socket (netlink(7)). Opened in the network namespace of the calling
+// thread, needs no privilege. Move-only by nature of its descriptor: dropping it closes it.
+//
+// Netlink is a datagram protocol that loses: what does not fit into the receive buffer is dropped
+// and ENOBUFS is reported once. From then on the kernel drops every further notification, without
+// saying so again, until the queue has been read empty (NETLINK_S_CONGESTED, af_netlink.c). So
+// after an overrun only what is asked after the next Outcome::empty is whole.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <libmnl/libmnl.h>
+
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+
+namespace Kelbase {
+
+class NetlinkSocket {
+ public:
+  enum class Outcome {
+    datagram,   // one datagram of the kernel's
+    empty,      // nothing more now
+    foreign,    // from another process: its port id is not 0. To be ignored
+    truncated,  // larger than the buffer, which has grown to that size; the datagram is lost
+    overrun,    // datagrams were lost (ENOBUFS), or the kernel could not deliver
+  };
+  struct Received {
+    Outcome outcome = Outcome::empty;
+    Bytes datagram;  // valid until the next receive()
+  };
+
+  /// Mav::Exception saying what the kernel refused and what to do.
+  NetlinkSocket();
+
+  int fd() const { return mnl_socket_get_fd(socket_.get()); }
+  std::uint32_t portId() const { return mnl_socket_get_portid(socket_.get()); }
+
+  /// Asks for a receive buffer of so many bytes; without CAP_NET_ADMIN the kernel caps it at
+  /// net.core.rmem_max. Returns what it granted, in the same measure.
+  std::size_t receiveBufferIs(std::size_t bytes);
+
+  /// Joins a multicast group (RTNLGRP_...).
+  void subscribe(unsigned group);
+
+  /// Has the kernel check requests fully and heed their filters, where it can (since 4.20), and
+  /// explain its errors.
+  void strictChecksOn();
+
+  Received receive();
+
+  /// False when the kernel does not take it now.
+  [[nodiscard]] bool send(NetlinkRequest const& request, std::uint32_t sequence);
+
+ private:
+  struct Closer {
+    void operator()(mnl_socket* socket) const { mnl_socket_close(socket); }
+  };
+
+  std::unique_ptr<mnl_socket, Closer> socket_;
+  std::vector<std::byte> buffer_;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,199 @@
+#include "kelbase/netlink/route_message.h"
+
+#include <algorithm>
+#include <array>
+
+#include <fmt/format.h>
+#include <linux/nexthop.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+#include "kelbase/netlink/netlink_attributes.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::size_t addressSize = sizeof(Dovel::IpAddr::Octets);
+constexpr std::size_t numberSize = sizeof(std::uint32_t);
+
+constexpr AttributeRule numberRule(std::uint16_t type, std::string_view name) {
+  return {type, name, exactly(numberSize)};
+}
+
+// In the order in which the kernel writes them, which makes looking them up short.
+constexpr std::array routeRules{
+    numberRule(RTA_TABLE, "RTA_TABLE"),
+    AttributeRule{RTA_DST, "RTA_DST", exactly(addressSize)},
+    numberRule(RTA_PRIORITY, "RTA_PRIORITY"),
+    AttributeRule{RTA_METRICS, "RTA_METRICS", {}},
+    AttributeRule{RTA_PREFSRC, "RTA_PREFSRC", exactly(addressSize)},
+    AttributeRule{RTA_GATEWAY, "RTA_GATEWAY", exactly(addressSize)},
+    AttributeRule{RTA_VIA, "RTA_VIA", atLeast(sizeof(rtvia))},
+    numberRule(RTA_OIF, "RTA_OIF"),
+    numberRule(RTA_FLOW, "RTA_FLOW"),
+    AttributeRule{RTA_ENCAP, "RTA_ENCAP", {}},
+    AttributeRule{RTA_MULTIPATH, "RTA_MULTIPATH", atLeast(sizeof(rtnexthop))},
+    numberRule(RTA_NH_ID, "RTA_NH_ID"),
+};
+
+constexpr std::array pathRules{
+    AttributeRule{RTA_GATEWAY, "RTA_MULTIPATH: RTA_GATEWAY", exactly(addressSize)},
+    AttributeRule{RTA_VIA, "RTA_MULTIPATH: RTA_VIA", atLeast(sizeof(rtvia))},
+    numberRule(RTA_FLOW, "RTA_MULTIPATH: RTA_FLOW"),
+    AttributeRule{RTA_ENCAP, "RTA_MULTIPATH: RTA_ENCAP", {}},
+};
+
+constexpr std::array nexthopRules{
+    AttributeRule{NHA_ID, "NHA_ID", exactly(numberSize), required},
+    AttributeRule{NHA_GROUP, "NHA_GROUP", atLeast(sizeof(nexthop_grp))},
+    AttributeRule{NHA_BLACKHOLE, "NHA_BLACKHOLE", exactly(0)},
+    AttributeRule{NHA_OIF, "NHA_OIF", exactly(numberSize)},
+    AttributeRule{NHA_GATEWAY, "NHA_GATEWAY", atLeast(addressSize)},
+};
+
+/// A multiplicative hash without state between runs; numbers in one step each.
+class Fingerprint {
+ public:
+  Fingerprint& add(std::uint64_t number) {
+    hash_ = (hash_ ^ number) * 0x9e3779b97f4a7c15U;
+    hash_ ^= hash_ >> 32U;
+    return *this;
+  }
+  Fingerprint& add(std::optional<Bytes> const& bytes) {
+    if (!bytes) return add(noBytes);
+    for (auto const byte : *bytes) add(std::to_integer<std::uint64_t>(byte));
+    return *this;
+  }
+  std::uint32_t value() const { return static_cast<std::uint32_t>(hash_); }
+
+ private:
+  static constexpr std::uint64_t noBytes = 256;
+  std::uint64_t hash_ = 0;
+};
+
+Dovel::IpAddr addressOf(Attributes const& attributes, std::uint16_t type) {
+  auto const octets = attributes.value<Dovel::IpAddr::Octets>(type);
+  return octets ? Dovel::IpAddr(*octets) : Dovel::IpAddr();
+}
+
+std::int32_t checkedIndex(NetlinkMessage const& message, std::int32_t index) {
+  if (index < 0) {
+    throw BadMessage(
+        fmt::format("{}: interface index {}, expected 0 or more", message.name(), index));
+  }
+  return index;
+}
+
+Dovel::Prefix prefixOf(NetlinkMessage const& message, Dovel::IpAddr const& address,
+                       unsigned length) {
+  if (length > Dovel::IpAddr::bits) {
+    throw BadMessage(fmt::format("{}: prefix length {}, expected 0 to 32", message.name(), length));
+  }
+  if (address.masked(length) != address) {
+    throw BadMessage(fmt::format("{}: RTA_DST: {}/{} has host bits set", message.name(),
+                                 address.stringValue(), length));
+  }
+  return {address, length};
+}
+
+void addHop(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index,
+            RouteMessage& route, Fingerprint& identity) {
+  Hop const hop{addressOf(attributes, RTA_GATEWAY), checkedIndex(message, index)};
+  identity.add(hop.nextHop.value()).add(static_cast<std::uint64_t>(hop.ifIndex));
+  identity.add(attributes.bytes(RTA_VIA)).add(attributes.bytes(RTA_FLOW));
+  identity.add(attributes.bytes(RTA_ENCAP));
+  route.hops.push_back(hop);
+}
+
+/// Each next hop: struct rtnexthop, then attributes of its own. Its flags tell whether it is dead;
+/// it is the route's all the same.
+void readPaths(NetlinkMessage const& message, Bytes left, RouteMessage& route,
+               Fingerprint& identity) {
+  while (!left.empty()) {
+    rtnexthop path;
+    if (left.size() >= sizeof path) std::memcpy(&path, left.data(), sizeof path);
+    if (left.size() < sizeof path || path.rtnh_len < sizeof path || path.rtnh_len > left.size()) {
+      throw BadMessage(fmt::format("{}: RTA_MULTIPATH: {} bytes at its end are no next hop",
+                                   message.name(), left.size()));
+    }
+    Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
+    identity.add(path.rtnh_hops);
+    addHop(message, Attributes(message.name(), nested, pathRules), path.rtnh_ifindex, route,
+           identity);
+    left = left.subspan(std::min<std::size_t>(RTNH_ALIGN(path.rtnh_len), left.size()));
+  }
+}
+
+bool hasHops(Attributes const& attributes) {
+  return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
+}
+
+/// The kernel may write out a nexthop object's content too (net.ipv4.nexthop_compat_mode), which
+/// changes with the object while the route stays the same.
+void readHops(NetlinkMessage const& message, Attributes const& attributes, RouteMessage& route,
+              Fingerprint& identity) {
+  route.hops.clear();
+  route.object = attributes.value<std::uint32_t>(RTA_NH_ID).value_or(0);
+  if (route.object != 0) {
+    route.type = RTN_UNICAST;  // the kernel says RTN_BLACKHOLE while the object is one
+    identity.add(route.object);
+  } else if (auto const paths = attributes.bytes(RTA_MULTIPATH)) {
+    readPaths(message, *paths, route, identity);
+  } else if (hasHops(attributes)) {
+    auto const index = attributes.value<std::int32_t>(RTA_OIF).value_or(0);
+    addHop(message, attributes, index, route, identity);
+  }
+  identity.add(route.type);
+}
+
+void readMembers(NetlinkMessage const& message, Bytes group, NexthopMessage& nexthop) {
+  if (group.size() % sizeof(nexthop_grp) != 0) {
+    throw BadMessage(fmt::format("{}: NHA_GROUP: {} bytes, expected a multiple of {}",
+                                 message.name(), group.size(), sizeof(nexthop_grp)));
+  }
+  for (; !group.empty(); group = group.subspan(sizeof(nexthop_grp))) {
+    nexthop_grp member;
+    std::memcpy(&member, group.data(), sizeof member);
+    nexthop.members.push_back(member.id);
+  }
+}
+
+}  // namespace
+
+bool readRoute(NetlinkMessage const& message, RouteMessage& route) {
+  auto const header = message.header<rtmsg>();
+  if (header.rtm_family != AF_INET || (header.rtm_flags & RTM_F_CLONED) != 0) return false;
+  Attributes const attributes(message.name(), message.attributes<rtmsg>(), routeRules);
+  // rtm_table has room for the first 256 alone.
+  if (attributes.value<std::uint32_t>(RTA_TABLE).value_or(header.rtm_table) != RT_TABLE_MAIN) {
+    return false;
+  }
+  route.prefix = prefixOf(message, addressOf(attributes, RTA_DST), header.rtm_dst_len);
+  route.metric = attributes.value<std::uint32_t>(RTA_PRIORITY).value_or(0);
+  route.tos = header.rtm_tos;
+  route.protocol = header.rtm_protocol;
+  route.type = header.rtm_type;
+  route.preferredSource.reset();
+  if (attributes.has(RTA_PREFSRC)) route.preferredSource = addressOf(attributes, RTA_PREFSRC);
+  Fingerprint identity;
+  identity.add(header.rtm_protocol).add(header.rtm_scope);
+  identity.add(attributes.bytes(RTA_PREFSRC)).add(attributes.bytes(RTA_METRICS));
+  readHops(message, attributes, route, identity);
+  route.identity = identity.value();
+  return true;
+}
+
+NexthopMessage readNexthop(NetlinkMessage const& message) {
+  auto const header = message.header<nhmsg>();
+  Attributes const attributes(message.name(), message.attributes<nhmsg>(), nexthopRules);
+  NexthopMessage nexthop;
+  nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
+  if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
+  if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
+  nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
+  nexthop.hop.ifIndex = checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0));
+  if (header.nh_family == AF_INET) nexthop.hop.nextHop = addressOf(attributes, NHA_GATEWAY);
+  return nexthop;
+}
+
+}  // namespace Kelbase

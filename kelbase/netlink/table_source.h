@@ -1,0 +1,83 @@
+#pragma once
+// One kind of kernel object and the shared table that shows it: the part that differs from table to
+// table. To publish a new kind, derive a source and add it to Publisher's list (publisher.cc); the
+// sockets, dumps, overruns and commits are NetlinkFeed's and Publisher's.
+//
+// A source keeps what the kernel said last (keyed by what the kernel identifies the object with),
+// and which table keys changed since the last write. It is fed by NetlinkFeed:
+//
+//   dumpBegin, receive*, dumpEnd       the answer to requests(), whole
+//   receive*                           notifications of groups(), in order
+//
+// never mixed: notifications that come during any source's dump are held back until it has ended,
+// and then replayed. They start with what is older than the dump, or repeats it, and end with what
+// is newer: what a replay leaves behind must not depend on where in it the dump was taken.
+//
+// No method blocks. All on the publisher's thread.
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+#include "platform/pondo/environment/writer.h"
+
+namespace Kelbase {
+
+class TableSource {
+ public:
+  TableSource() = default;
+  TableSource(TableSource const&) = delete;
+  TableSource& operator=(TableSource const&) = delete;
+  virtual ~TableSource() = default;
+
+  /// "links": for log lines.
+  virtual std::string_view name() const = 0;
+  /// The multicast groups that tell of changes (RTNLGRP_...).
+  virtual std::span<unsigned const> groups() const = 0;
+  /// What to ask for all objects; the answers together are one dump.
+  virtual std::span<NetlinkRequest const> requests() const = 0;
+  /// Whether receive() wants messages of this type (RTM_NEW..., RTM_DEL...).
+  virtual bool takes(std::uint16_t messageType) const = 0;
+
+  /// A dump starts (again): from here on receive() marks what it hears of.
+  virtual void dumpBegin() = 0;
+  /// The dump has ended. `whole`: what it did not mention does not exist and is forgotten;
+  /// otherwise it was interrupted and may have left out objects that exist.
+  virtual void dumpEnd(bool whole) = 0;
+  /// BadMessage when a message is not as declared; nothing has changed then.
+  virtual void receive(NetlinkMessage const& message) = 0;
+  /// From here on receive() is (or is no more) given what was held back.
+  virtual void replayIs(bool /*on*/) {}
+
+  /// Writes what changed since the last write, in two steps. Publisher takes the first step of all
+  /// sources before the second of any, so that readers hear of what goes before what comes. The
+  /// caller commits.
+  virtual void writeRemovals(Pondo::Writer& writer) = 0;
+  virtual void writeRest(Pondo::Writer& writer) = 0;
+  /// There is more to write than fits a turn: the caller commits, and writes again next turn.
+  virtual bool hasMore() const { return false; }
+  /// Takes away what no record of any table refers to any more. Called when no source has more.
+  virtual void writeUnused(Pondo::Writer& /*writer*/) {}
+  /// Makes the table equal to what the kernel said, whatever it holds; a source that then has more
+  /// has but found the difference, and writes it as changes. The caller commits.
+  virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
+  /// For the operator: "3 links".
+  virtual std::string summary() const = 0;
+
+  /// What wantDump() calls.
+  using DumpWish = std::function<void(double delay)>;
+  void dumpWishIs(DumpWish wish) { dumpWish_ = std::move(wish); }
+  /// Asks for another dump, in `delay` seconds or when one that is under way has ended.
+  void wantDump(double delay) const {
+    if (dumpWish_) dumpWish_(delay);
+  }
+
+ private:
+  DumpWish dumpWish_;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,246 @@
+#include "kelbase/publish/route_book.h"
+
+#include <algorithm>
+
+#include <linux/rtnetlink.h>
+
+namespace Kelbase {
+namespace {
+
+/// The type of a slot whose routes are in the list beside; the kernel's types are small numbers.
+constexpr std::uint8_t severalType = 255;
+
+bool isServed(KernelRoute const& route) {
+  switch (route.type) {
+    case RTN_UNICAST:
+    case RTN_BLACKHOLE:
+    case RTN_UNREACHABLE:
+    case RTN_PROHIBIT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool areRivals(KernelRoute const& a, KernelRoute const& b) {
+  return a.tos == b.tos && a.metric == b.metric;
+}
+
+bool areSame(KernelRoute const& a, KernelRoute const& b) {
+  return areRivals(a, b) && a.identity == b.identity;
+}
+
+bool isBefore(KernelRoute const& a, KernelRoute const& b) {
+  return a.tos != b.tos ? a.tos > b.tos : a.metric < b.metric;
+}
+
+bool isBetter(KernelRoute const& a, KernelRoute const& b) {
+  return a.metric != b.metric ? a.metric < b.metric : a.tos == 0 && b.tos != 0;
+}
+
+bool looksSame(KernelRoute const& a, KernelRoute const& b) {
+  return a.metric == b.metric && a.hops == b.hops && a.protocol == b.protocol && a.type == b.type;
+}
+
+std::optional<KernelRoute> best(std::vector<KernelRoute> const& list) {
+  KernelRoute const* result = nullptr;
+  for (auto const& route : list) {
+    if (isServed(route) && (!result || isBetter(route, *result))) result = &route;
+  }
+  return result ? std::optional(*result) : std::nullopt;
+}
+
+}  // namespace
+
+void RouteBook::assign(KernelRoute& slot, KernelRoute const& route) {
+  if (slot.hops != route.hops) {
+    sets_.ref(route.hops);
+    sets_.unref(slot.hops);
+  }
+  slot = route;
+}
+
+bool RouteBook::add(Dovel::Prefix const& prefix, KernelRoute route, Place place) {
+  route.dump = dump_;
+  // The kernel lists in this order, so that a dump of nothing known appends.
+  auto const hint = !routes_.empty() && routes_.rbegin()->first < prefix
+                        ? routes_.end()
+                        : routes_.lower_bound(prefix);
+  if (hint == routes_.end() || hint->first != prefix) {
+    sets_.ref(route.hops);
+    routes_.emplace_hint(hint, prefix, route);
+    ++fresh_;
+    return true;
+  }
+  return addTo(prefix, hint->second, route, place);
+}
+
+bool RouteBook::addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                      Place place) {
+  if (isStale(slot)) {
+    ++fresh_;
+    if (place == Place::listed) return beginAnew(prefix, slot, route);
+    slot.dump = dump_;
+  }
+  if (slot.type == severalType) return addToSeveral(prefix, slot, route, place);
+  bool const ousts = place == Place::replaced || place == Place::only;
+  if (areSame(slot, route) || (ousts && areRivals(slot, route))) {
+    bool const changed = !looksSame(slot, route);
+    assign(slot, route);
+    return changed;
+  }
+  several_[prefix].assign(1, slot);
+  slot = {.type = severalType, .dump = dump_};
+  return addToSeveral(prefix, slot, route, place);
+}
+
+/// The first that a dump lists of its prefix: what it does not list again is gone.
+bool RouteBook::beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot,
+                          KernelRoute const& route) {
+  bool const changed = !looksSame(slot, route);
+  sets_.ref(route.hops);
+  drop(prefix, slot);
+  slot = route;
+  return changed;
+}
+
+bool RouteBook::addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot,
+                             KernelRoute const& route, Place place) {
+  auto& list = several_.at(prefix);
+  if (place == Place::only) eraseRivals(list, route);
+  putInto(list, route, place);
+  if (list.size() == 1) slotIsOnly(prefix, slot);
+  return true;
+}
+
+void RouteBook::putInto(List& list, KernelRoute const& route, Place place) {
+  auto const same = std::find_if(list.begin(), list.end(),
+                                 [&](KernelRoute const& other) { return areSame(other, route); });
+  if (same != list.end()) return assign(*same, route);
+  auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
+  auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
+  if (place == Place::replaced && begin != end) return assign(*begin, route);
+  sets_.ref(route.hops);
+  list.insert(place == Place::first ? begin : end, route);
+}
+
+void RouteBook::eraseRivals(List& list, KernelRoute const& route) {
+  std::erase_if(list, [&](KernelRoute const& other) {
+    bool const goes = areRivals(other, route) && !areSame(other, route);
+    if (goes) sets_.unref(other.hops);
+    return goes;
+  });
+}
+
+/// The prefix has one route left, which needs no list.
+void RouteBook::slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot) {
+  auto const dump = slot.dump;
+  slot = several_.at(prefix).front();
+  slot.dump = dump;
+  several_.erase(prefix);
+}
+
+bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
+  auto const found = routes_.find(prefix);
+  if (found == routes_.end()) return false;
+  KernelRoute& slot = found->second;
+  if (slot.type != severalType) {
+    if (!areSame(slot, route)) return false;
+    if (!isStale(slot)) --fresh_;
+    sets_.unref(slot.hops);
+    routes_.erase(found);
+    return true;
+  }
+  auto& list = several_.at(prefix);
+  auto const same = std::find_if(list.begin(), list.end(),
+                                 [&](KernelRoute const& other) { return areSame(other, route); });
+  if (same == list.end()) return false;
+  sets_.unref(same->hops);
+  list.erase(same);
+  if (list.size() == 1) slotIsOnly(prefix, slot);
+  return true;
+}
+
+bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+  auto const found = several_.find(prefix);
+  if (found == several_.end()) return false;
+  return std::any_of(found->second.begin(), found->second.end(), [&](KernelRoute const& other) {
+    return areRivals(other, route) && !areSame(other, route);
+  });
+}
+
+void RouteBook::drop(Dovel::Prefix const& prefix, KernelRoute const& slot) {
+  if (slot.type != severalType) return sets_.unref(slot.hops);
+  for (auto const& route : several_.at(prefix)) sets_.unref(route.hops);
+  several_.erase(prefix);
+}
+
+void RouteBook::dumpBegin() {
+  ++dump_;
+  fresh_ = 0;
+}
+
+void RouteBook::sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+  std::size_t const stale = routes_.size() - fresh_;
+  if (stale == 0) return;
+  if (stale < routes_.size() / 8) return eraseStale(gone);
+  keepFresh(gone);
+}
+
+void RouteBook::eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+  for (auto it = routes_.begin(); it != routes_.end();) {
+    if (!isStale(it->second)) {
+      ++it;
+      continue;
+    }
+    gone(it->first);
+    drop(it->first, it->second);
+    it = routes_.erase(it);
+  }
+}
+
+/// As eraseStale(), where many go: each erased alone would cost more than all that stay.
+void RouteBook::keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+  Routes kept;
+  for (auto const& [prefix, slot] : routes_) {
+    if (!isStale(slot)) {
+      kept.emplace_hint(kept.end(), prefix, slot);
+      continue;
+    }
+    gone(prefix);
+    drop(prefix, slot);
+  }
+  routes_ = std::move(kept);
+}
+
+std::optional<KernelRoute> RouteBook::servedOf(Dovel::Prefix const& prefix,
+                                               KernelRoute const& slot) const {
+  if (slot.type == severalType) return best(several_.at(prefix));
+  return isServed(slot) ? std::optional(slot) : std::nullopt;
+}
+
+std::optional<KernelRoute> RouteBook::served(Dovel::Prefix const& prefix) const {
+  auto const found = routes_.find(prefix);
+  if (found == routes_.end()) return std::nullopt;
+  return servedOf(prefix, found->second);
+}
+
+RouteBook::Walk::Walk(RouteBook const& book, Dovel::Prefix const& from)
+    : book_(book), next_(book.routes_.lower_bound(from)) {
+  skipUnserved();
+}
+
+void RouteBook::Walk::next() {
+  ++next_;
+  skipUnserved();
+}
+
+void RouteBook::Walk::skipUnserved() {
+  route_.reset();
+  for (; next_ != book_.routes_.end(); ++next_) {
+    route_ = book_.servedOf(next_->first, next_->second);
+    if (route_) return;
+  }
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,115 @@
+#pragma once
+// The kernel's IPv4 routes of table main: for each prefix what the kernel has, and which of it is
+// served.
+//
+// A prefix may have several routes, told apart by tos and metric, and, when appended, by anything
+// else (net/ipv4/fib_trie.c, fib_table_insert). All are kept, in the kernel's order (tos
+// descending, metric ascending, then as appended), since the kernel tells of the removal of each,
+// but says nothing of those that are replaced. Served is the lowest metric; of equal ones tos 0
+// before others, then the first. Types that neither forward nor refuse (throw, local ...) count for
+// the order alone.
+//
+// Made for a million: 24 octets a prefix and the tree's slack; the rare prefix with several routes
+// has a list beside. In order of prefixes, as the kernel lists them and as the table wants them.
+// One thread.
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <absl/container/btree_map.h>
+#include <absl/container/flat_hash_map.h>
+#include <absl/functional/function_ref.h>
+
+#include "kelbase/publish/hop_sets.h"
+#include "platform/dovel/prefix.h"
+
+namespace Kelbase {
+
+/// A route, but for its prefix.
+struct KernelRoute {
+  std::uint32_t metric = 0;
+  HopSets::Handle hops = HopSets::none;
+  std::uint32_t identity = 0;  // see RouteMessage
+  std::uint8_t tos = 0;
+  std::uint8_t protocol = 0;  // RTPROT_...
+  std::uint8_t type = 0;      // RTN_...
+  std::uint8_t dump = 0;      // the last dump, modulo 256, that mentioned it
+};
+static_assert(sizeof(KernelRoute) == 16);
+
+class RouteBook {
+ public:
+  /// Where among routes of the same prefix, tos and metric the kernel puts one.
+  enum class Place {
+    listed,    // after those that the dump under way has listed so far, and without the others
+    replaced,  // instead of the first
+    appended,  // last
+    first,
+    only,  // there is no other
+  };
+
+  /// `sets`, whose references it holds, must outlive it.
+  explicit RouteBook(HopSets& sets) : sets_(sets) {}
+
+  /// A walk over what is served, in order of prefixes. Ends with any change of the book.
+  class Walk {
+   public:
+    /// From the first prefix that is not before `from`.
+    explicit Walk(RouteBook const& book, Dovel::Prefix const& from = {});
+    bool ended() const { return !route_; }
+    Dovel::Prefix const& prefix() const { return next_->first; }
+    KernelRoute const& route() const { return *route_; }
+    void next();
+
+   private:
+    void skipUnserved();
+
+    RouteBook const& book_;
+    absl::btree_map<Dovel::Prefix, KernelRoute>::const_iterator next_;
+    std::optional<KernelRoute> route_;
+  };
+
+  /// True when what is served of the prefix may be another now. A route that is there already is
+  /// taken as repeated, and stays in its place.
+  bool add(Dovel::Prefix const& prefix, KernelRoute route, Place place);
+  /// As above. One that is not there changes nothing.
+  bool remove(Dovel::Prefix const& prefix, KernelRoute const& route);
+
+  void dumpBegin();
+  /// Forgets what the dump did not mention, and tells its prefixes, in order.
+  void sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
+
+  /// Whether the prefix has others of the route's tos and metric.
+  bool hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+
+  std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const;
+  /// Prefixes.
+  std::size_t size() const { return routes_.size(); }
+
+ private:
+  using List = std::vector<KernelRoute>;
+  using Routes = absl::btree_map<Dovel::Prefix, KernelRoute>;
+
+  bool isStale(KernelRoute const& route) const { return route.dump != dump_; }
+  std::optional<KernelRoute> servedOf(Dovel::Prefix const& prefix, KernelRoute const& slot) const;
+  void assign(KernelRoute& slot, KernelRoute const& route);
+  bool addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, Place place);
+  bool beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route);
+  bool addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                    Place place);
+  void putInto(List& list, KernelRoute const& route, Place place);
+  void eraseRivals(List& list, KernelRoute const& route);
+  void slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot);
+  void drop(Dovel::Prefix const& prefix, KernelRoute const& slot);
+  void eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
+  void keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
+
+  HopSets& sets_;
+  Routes routes_;
+  absl::flat_hash_map<Dovel::Prefix, List> several_;  // where the slot's type says so
+  std::uint8_t dump_ = 0;
+  std::size_t fresh_ = 0;  // prefixes that the last dump, or a message since, mentioned
+};
+
+}  // namespace Kelbase

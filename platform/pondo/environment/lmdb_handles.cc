@@ -1,0 +1,166 @@
+#include "platform/pondo/environment/lmdb_handles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+namespace Pondo {
+namespace {
+
+using Reason = EnvironmentException::Reason;
+
+struct CodeText {
+  int code;
+  Reason reason;
+  char const* advice;
+};
+
+constexpr char const* remake = "restart the publisher, which makes the tables anew";
+constexpr CodeText codeTexts[] = {
+    {ENOENT, Reason::absent, "start kelbased, or set KELBASE_RUNDIR to its run directory"},
+    {ENOTDIR, Reason::absent, "set KELBASE_RUNDIR to a directory"},
+    {EACCES, Reason::denied, "let this user's group own the files (kelbased --group)"},
+    {EPERM, Reason::denied, "let this user's group own the files (kelbased --group)"},
+    {EROFS, Reason::readOnlyMount, "remount it read-write"},
+    {ENOSPC, Reason::noSpace, "enlarge or clear the file system"},
+    {EDQUOT, Reason::noSpace, "enlarge or clear the file system"},
+    {MDB_MAP_FULL, Reason::noSpace, "end stopped readers, or use a larger map"},
+    {EAGAIN, Reason::busy, "it is tried again"},
+    {EINTR, Reason::busy, "it is tried again"},
+    {ENOMEM, Reason::busy, "raise the address space limit (ulimit -v); it is tried again"},
+    {EMFILE, Reason::busy, "raise the open files limit (ulimit -n); it is tried again"},
+    {ENFILE, Reason::busy, "raise fs.file-max; it is tried again"},
+    {MDB_READERS_FULL, Reason::busy, "end unused readers; it is tried again"},
+    {MDB_BAD_RSLOT, Reason::busy, "it is tried again"},
+    {MDB_MAP_RESIZED, Reason::busy, "it is tried again"},
+    {MDB_BAD_TXN, Reason::busy, "it is tried again"},
+    {MDB_INVALID, Reason::foreign, "remove it and restart the publisher"},
+    {MDB_VERSION_MISMATCH, Reason::foreign, "remove it and restart the publisher"},
+    {MDB_CORRUPTED, Reason::foreign, remake},
+    {MDB_PAGE_NOTFOUND, Reason::foreign, remake},
+    {MDB_PANIC, Reason::foreign, remake},
+};
+
+// Environments open in this process, by data file.
+std::vector<FileIdentity>& openInProcess() {
+  static std::vector<FileIdentity> open;
+  return open;
+}
+
+FileIdentity identityOf(std::filesystem::path const& file) {
+  struct stat status {};
+  if (::lstat(file.c_str(), &status) != 0) return {};
+  return {status.st_dev, status.st_ino};
+}
+
+void refuseSecond(std::filesystem::path const& directory) {
+  auto const& open = openInProcess();
+  auto const found = identityOf(directory / Format::dataFile);
+  if (found == FileIdentity{} || std::find(open.begin(), open.end(), found) == open.end()) return;
+  throw EnvironmentException(
+      fmt::format("{}: is open in this process already; close that reader or writer first",
+                  directory.string()));
+}
+
+}  // namespace
+
+void throwCode(int code, std::filesystem::path const& path, std::string_view what) {
+  auto const* const found =
+      std::find_if(std::begin(codeTexts), std::end(codeTexts),
+                   [code](CodeText const& text) { return text.code == code; });
+  bool const known = found != std::end(codeTexts);
+  char const* const advice = known ? found->advice : "see the kernel's log";
+  throw EnvironmentException(
+      fmt::format("{}: cannot {}: {}; {}", path.string(), what, mdb_strerror(code), advice),
+      known ? found->reason : Reason::other);
+}
+
+void check(int code, std::filesystem::path const& path, std::string_view what) {
+  if (code != MDB_SUCCESS) throwCode(code, path, what);
+}
+
+Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize)
+    : directory_(std::move(directory)) {
+  refuseSecond(directory_);
+  check(mdb_env_create(&env_), directory_, "open");
+  std::unique_ptr<MDB_env, void (*)(MDB_env*)> guard(env_, &mdb_env_close);
+  mdb_env_set_maxdbs(env_, Format::tableIdEnd + 2);
+  if (mode == Mode::write) check(mdb_env_set_mapsize(env_, mapSize), directory_, "size the map");
+  unsigned const flags =
+      MDB_NOTLS | MDB_NORDAHEAD | (mode == Mode::write ? MDB_NOSYNC : MDB_RDONLY);
+  check(mdb_env_open(env_, directory_.c_str(), flags, 0660), directory_, "open");
+  mdb_env_get_fd(env_, &dataFd_);
+  struct stat status {};
+  if (::fstat(dataFd_, &status) != 0) throwCode(errno, directory_, "open");
+  data_ = {status.st_dev, status.st_ino};
+  size_ = status.st_size;
+  openInProcess().push_back(data_);
+  static_cast<void>(guard.release());
+}
+
+Environment::~Environment() {
+  mdb_env_close(env_);
+  auto& open = openInProcess();
+  open.erase(std::find(open.begin(), open.end(), data_));
+}
+
+bool Environment::whole() const {
+  struct stat status {};
+  return ::fstat(dataFd_, &status) == 0 && status.st_size >= size_;
+}
+
+TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& directory) {
+  auto const open = [&](char const* name) {
+    MDB_dbi dbi = 0;
+    int const code = mdb_dbi_open(txn, name, create ? MDB_CREATE : 0, &dbi);
+    if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
+      throw EnvironmentException(
+          fmt::format("{}: holds other data (no table \"{}\"); remove it and restart the publisher",
+                      (directory / Format::dataFile).string(), name),
+          Reason::foreign);
+    }
+    check(code, directory, "open a table");
+    return dbi;
+  };
+  TableHandles handles;
+  handles.meta = open(Format::metaTable);
+  // The version decides what other tables there are.
+  if (!create) readMeta(txn, handles.meta, directory);
+  handles.log = open(Format::logTable);
+  for (auto const id : Format::tableIds) {
+    handles.tables.at(static_cast<std::size_t>(id)) = open(Format::tableName(id).data());
+  }
+  return handles;
+}
+
+Format::MetaRecord readMeta(MDB_txn* txn, MDB_dbi meta, std::filesystem::path const& directory) {
+  auto const file = (directory / Format::dataFile).string();
+  MDB_val key = toVal(Format::metaKey);
+  MDB_val value{};
+  int const code = mdb_get(txn, meta, &key, &value);
+  if (code != MDB_NOTFOUND) check(code, directory, "read");
+  std::array<std::uint32_t, 2> head{};  // magic, schema: these never move
+  bool const hasHead = code == MDB_SUCCESS && value.mv_size >= sizeof head;
+  if (hasHead) std::memcpy(head.data(), value.mv_data, sizeof head);
+  if (head[0] != Format::metaMagic) {
+    throw EnvironmentException(
+        fmt::format("{}: holds other data; remove it and restart the publisher", file),
+        Reason::foreign);
+  }
+  Format::MetaRecord record;
+  if (head[1] != Format::schemaVersion || value.mv_size != sizeof record) {
+    throw EnvironmentException(
+        fmt::format("{}: has schema version {}, this program needs {}; install publisher and "
+                    "readers of one version and restart them",
+                    file, head[1], Format::schemaVersion),
+        Reason::schema);
+  }
+  std::memcpy(&record, value.mv_data, sizeof record);
+  return record;
+}
+
+}  // namespace Pondo

@@ -1,0 +1,114 @@
+#include "platform/pondo/environment/path_watch.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <fmt/format.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/tables/format.h"
+
+namespace Pondo {
+namespace {
+
+constexpr std::uint32_t gone = IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr std::uint32_t names =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR;
+
+}  // namespace
+
+PathWatch::PathWatch(std::filesystem::path runDir)
+    : runDir_(std::move(runDir)), inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  if (inotify_) return;
+  Mav::log(Mav::Severity::warning,
+           fmt::format("{}: cannot be watched: {}; raise fs.inotify.max_user_instances; changes "
+                       "are seen with a delay of some seconds",
+                       runDir_.string(), std::strerror(errno)));
+}
+
+bool PathWatch::add(std::filesystem::path const& path, std::uint32_t events, Watched watched) {
+  watched.descriptor = ::inotify_add_watch(inotify_.get(), path.c_str(), events);
+  if (watched.descriptor >= 0) {
+    watched_.push_back(std::move(watched));
+    return true;
+  }
+  if (errno == ENOSPC && !std::exchange(complained_, true)) {
+    Mav::log(Mav::Severity::warning,
+             path.string() +
+                 ": cannot be watched; raise fs.inotify.max_user_watches; changes are seen with "
+                 "a delay of some seconds");
+  }
+  return false;
+}
+
+void PathWatch::arm() {
+  if (!inotify_) return;
+  auto old = std::exchange(watched_, {});
+  // A second inotify_add_watch of the same file yields the same descriptor and loses no event.
+  for (int attempts = 8; attempts > 0; --attempts) {
+    if (watchTables() || !watchAncestor()) break;
+    old.insert(old.end(), watched_.begin(), watched_.end());
+    watched_.clear();
+  }
+  for (auto const& watched : old) {
+    bool const again = std::any_of(watched_.begin(), watched_.end(), [&](Watched const& w) {
+      return w.descriptor == watched.descriptor;
+    });
+    if (!again) ::inotify_rm_watch(inotify_.get(), watched.descriptor);
+  }
+}
+
+bool PathWatch::watchTables() {
+  auto const tables = runDir_ / Format::tablesDirectory;
+  if (!add(tables, names | gone, {})) return false;
+  add(tables / Format::doorbellFile, IN_MODIFY, {.doorbell = true});
+  // The names in the run directory, and IN_ATTRIB, would ring with every sign of the publisher's
+  // life.
+  add(runDir_, gone | IN_ONLYDIR, {});
+  return true;
+}
+
+bool PathWatch::watchAncestor() {
+  auto path = runDir_ / Format::tablesDirectory;
+  for (; path.has_relative_path(); path = path.parent_path()) {
+    if (add(path.parent_path(), names | gone, {.onlyName = path.filename().string()})) {
+      return add(path, names | gone, {});
+    }
+  }
+  return false;
+}
+
+PathWatch::Events PathWatch::take() {
+  Events events;
+  alignas(inotify_event) std::array<char, 16'384> buffer{};
+  for (;;) {
+    auto const got = ::read(inotify_.get(), buffer.data(), buffer.size());
+    if (got <= 0) return events;
+    for (std::size_t at = 0; at < static_cast<std::size_t>(got);) {
+      inotify_event event{};
+      std::memcpy(&event, buffer.data() + at, sizeof event);
+      std::string_view name(buffer.data() + at + sizeof event, event.len);
+      note(event, name.substr(0, name.find('\0')), events);
+      at += sizeof event + event.len;
+    }
+  }
+}
+
+void PathWatch::note(inotify_event const& event, std::string_view name, Events& events) const {
+  if ((event.mask & IN_Q_OVERFLOW) != 0) events = {.rang = true, .pathChanged = true};
+  for (auto const& watched : watched_) {
+    if (watched.descriptor != event.wd) continue;
+    if ((event.mask & IN_MODIFY) != 0) {
+      events.rang = events.rang || watched.doorbell;
+    } else if (name.empty() || watched.onlyName.empty() || name == watched.onlyName) {
+      events.pathChanged = true;
+    }
+  }
+}
+
+}  // namespace Pondo

@@ -1,0 +1,79 @@
+#include "platform/pondo/environment/publisher_lock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include "platform/pondo/environment/lmdb_handles.h"
+#include "platform/pondo/environment/run_dir.h"
+#include "platform/pondo/environment/table_files.h"
+#include "platform/pondo/tables/format.h"
+
+namespace Pondo {
+namespace {
+
+Descriptor openLockFile(std::filesystem::path const& file) {
+  Descriptor fd(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
+  if (!fd) throwCode(errno, file, "open");
+  struct stat status {};
+  if (::fstat(fd.get(), &status) != 0) throwCode(errno, file, "open");
+  if (S_ISREG(status.st_mode)) return fd;
+  throw EnvironmentException(file.string() + ": not a regular file; remove it",
+                             EnvironmentException::Reason::foreign);
+}
+
+[[noreturn]] void throwRunning(std::filesystem::path const& runDir) {
+  auto const other = publisherInfo(runDir).value_or(PublisherInfo{});
+  throw PublisherRunningException(
+      fmt::format("{}: {} (pid {}) publishes here already; stop it or choose another run directory",
+                  runDir.string(), other.name.empty() ? "another program" : other.name, other.pid));
+}
+
+FileIdentity identityOf(int fd) {
+  struct stat status {};
+  ::fstat(fd, &status);
+  return {status.st_dev, status.st_ino};
+}
+
+}  // namespace
+
+PublisherLock::PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
+                             std::optional<gid_t> group)
+    : file_(runDir / Format::publisherLockFile) {
+  do {
+    // Again when the file was deleted between open and lock: that lock would exclude nobody.
+    fd_ = openLockFile(file_);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (::fcntl(fd_.get(), F_OFD_SETLK, &lock) == 0) continue;
+    if (errno == EAGAIN || errno == EACCES) throwRunning(file_.parent_path());
+    throwCode(errno, file_, "lock");
+  } while (!atPath());
+  ownershipIs(file_, 0640, group);
+  write(publisher);
+}
+
+void PublisherLock::write(std::string const& publisher) const {
+  using Seconds = std::chrono::duration<double>;
+  std::string name = publisher;
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return c < ' '; }, '?');
+  auto const started = Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
+  auto const text =
+      fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), started, name);
+  if (::pwrite(fd_.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()) ||
+      ::ftruncate(fd_.get(), static_cast<off_t>(text.size())) != 0) {
+    throwCode(errno, file_, "write");
+  }
+}
+
+void PublisherLock::touch() const { ::futimens(fd_.get(), nullptr); }
+
+bool PublisherLock::atPath() const { return identityAt(file_) == identityOf(fd_.get()); }
+
+}  // namespace Pondo

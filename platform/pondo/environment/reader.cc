@@ -1,0 +1,233 @@
+#include "platform/pondo/environment/reader.h"
+
+#include <array>
+#include <cerrno>
+
+#include <fmt/format.h>
+#include <sys/statvfs.h>
+
+#include "platform/pondo/environment/lmdb_handles.h"
+#include "platform/pondo/environment/table_files.h"
+#include "platform/pondo/tables/format.h"
+
+namespace Pondo {
+namespace {
+
+using Reason = EnvironmentException::Reason;
+
+std::optional<std::uint64_t> decodeSequence(std::string_view bytes) {
+  if (bytes.size() != Format::sequenceSize) return std::nullopt;
+  std::uint64_t sequence = 0;
+  for (char const c : bytes) sequence = sequence << 8U | static_cast<unsigned char>(c);
+  return sequence;
+}
+
+std::array<char, Format::sequenceSize> encodeSequence(std::uint64_t sequence) {
+  std::array<char, Format::sequenceSize> bytes{};
+  for (auto i = bytes.size(); i-- > 0; sequence >>= 8U) bytes.at(i) = static_cast<char>(sequence);
+  return bytes;
+}
+
+std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
+  // Tells a run directory that is absent from tables that are not there yet.
+  if (!std::filesystem::exists(runDir)) throwCode(ENOENT, runDir, "open");
+  auto tables = runDir / Format::tablesDirectory;
+  checkFiles(tables);
+  return tables;
+}
+
+}  // namespace
+
+struct Reader::Impl {
+  explicit Impl(std::filesystem::path const& runDir);
+  ~Impl() = default;
+  Impl(Impl const&) = delete;
+  Impl& operator=(Impl const&) = delete;
+
+  void begin();
+  void end();
+  void requireSlot() const;
+  /// A cursor of this transaction. Cursors that were left are renewed, which spares an allocation.
+  struct Cursor {
+    CursorPtr cursor;
+    bool isOfTxn = false;
+  };
+  using Cursors = std::array<Cursor, Format::tableIdEnd + 2>;  // by LMDB's handle
+  MDB_cursor* cursorOn(Cursors& cursors, MDB_dbi table);
+  [[noreturn]] void fail(int code) const { throwCode(code, env.directory(), "read"); }
+
+  std::filesystem::path const tables;
+  FileIdentity const lockFile;
+  Environment env;
+  TableHandles handles;
+  TxnPtr txn;
+  Cursors scans;
+  Cursors gets;  // apart: a visitor of a scan may get
+  bool reading = false;
+  std::uint64_t rejected = 0;
+};
+
+Reader::Impl::Impl(std::filesystem::path const& runDir)
+    : tables(checkedTables(runDir)),
+      lockFile(identityAt(tables / Format::lockFile).value_or(FileIdentity{})),
+      env(tables, Environment::Mode::read, 0) {
+  MDB_txn* raw = nullptr;
+  check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), tables, "read");
+  txn.reset(raw);
+  requireSlot();
+  handles = openTables(raw, false, tables);
+  // A commit, though of nothing, keeps the handles open.
+  check(mdb_txn_commit(txn.release()), tables, "read");
+}
+
+void Reader::Impl::requireSlot() const {
+  MDB_envinfo info{};
+  mdb_env_info(env.get(), &info);
+  if (info.me_numreaders > 0) return;
+  struct statvfs mount {};
+  bool const readOnly = ::statvfs(tables.c_str(), &mount) == 0 && (mount.f_flag & ST_RDONLY) != 0;
+  throw EnvironmentException(
+      fmt::format("{}: {}, so readers cannot be registered and reading is not safe; {}",
+                  tables.string(),
+                  readOnly ? "is on a read-only mount" : "has a lock file that cannot be used",
+                  readOnly ? "remount it read-write" : "restart the publisher"),
+      Reason::readOnlyMount);
+}
+
+void Reader::Impl::begin() {
+  if (reading) {
+    throw EnvironmentException(tables.string() +
+                               ": two snapshots of one reader at a time; drop the first one");
+  }
+  if (!env.whole()) {
+    throw EnvironmentException(
+        fmt::format("{}: has been truncated; restart the publisher, which makes it anew",
+                    (tables / Format::dataFile).string()),
+        Reason::truncated);
+  }
+  if (txn) {
+    int const code = mdb_txn_renew(txn.get());
+    if (code != MDB_SUCCESS) fail(code);
+  } else {
+    MDB_txn* raw = nullptr;
+    int const code = mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw);
+    if (code != MDB_SUCCESS) fail(code);
+    txn.reset(raw);
+  }
+  reading = true;
+}
+
+MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
+  auto& [cursor, isOfTxn] = cursors.at(table);
+  if (isOfTxn) return cursor.get();
+  MDB_cursor* raw = cursor.get();
+  int const code = raw ? mdb_cursor_renew(txn.get(), raw) : mdb_cursor_open(txn.get(), table, &raw);
+  if (code != MDB_SUCCESS) fail(code);
+  if (!cursor) cursor.reset(raw);
+  isOfTxn = true;
+  return raw;
+}
+
+void Reader::Impl::end() {
+  mdb_txn_reset(txn.get());
+  for (auto* const cursors : {&scans, &gets}) {
+    for (auto& cursor : *cursors) cursor.isOfTxn = false;
+  }
+  reading = false;
+}
+
+Snapshot::Snapshot(Reader const& reader) : reader_(reader) { reader.impl_->begin(); }
+
+Snapshot::~Snapshot() { reader_.impl_->end(); }
+
+Format::MetaRecord const& Snapshot::meta() const {
+  auto const& impl = *reader_.impl_;
+  if (!meta_) meta_ = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
+  return *meta_;
+}
+
+std::uint64_t Snapshot::generation() const { return meta().generation; }
+
+LogState Snapshot::log() const {
+  return {meta().instance, meta().logFirst, meta().logNext, meta().complete != 0};
+}
+
+void Snapshot::countRejected() const { ++reader_.impl_->rejected; }
+
+std::size_t Snapshot::count(TableId table) const {
+  auto const& impl = *reader_.impl_;
+  MDB_stat stat{};
+  int const code = mdb_stat(impl.txn.get(), impl.handles[table], &stat);
+  if (code != MDB_SUCCESS) impl.fail(code);
+  return stat.ms_entries;
+}
+
+// A cursor looks first whether the key is in the page where it stands: gets in order seldom descend
+// from the root.
+std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_view key) const {
+  auto& impl = *reader_.impl_;
+  if (key.empty() || key.size() > Format::keyMax) return std::nullopt;
+  MDB_val keyVal = toVal(key);
+  MDB_val value{};
+  int const code =
+      mdb_cursor_get(impl.cursorOn(impl.gets, impl.handles[table]), &keyVal, &value, MDB_SET);
+  if (code == MDB_NOTFOUND) return std::nullopt;
+  if (code != MDB_SUCCESS) impl.fail(code);
+  return fromVal(value);
+}
+
+std::optional<std::string> Snapshot::scanBytes(
+    TableId table, std::string_view from, std::size_t limit,
+    absl::FunctionRef<void(std::string_view, std::string_view)> visit) const {
+  auto& impl = *reader_.impl_;
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles[table]);
+  MDB_val key = toVal(from);
+  MDB_val value{};
+  int code = mdb_cursor_get(cursor, &key, &value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
+  for (; code == MDB_SUCCESS; code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
+    if (limit-- == 0) return std::string(fromVal(key));
+    visit(fromVal(key), fromVal(value));
+  }
+  if (code != MDB_NOTFOUND) impl.fail(code);
+  return std::nullopt;
+}
+
+std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
+                                absl::FunctionRef<bool(TableId, std::string_view)> visit) const {
+  auto& impl = *reader_.impl_;
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles.log);
+  auto start = encodeSequence(from);
+  MDB_val key{start.size(), start.data()};
+  MDB_val value{};
+  int code = mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
+  for (; code == MDB_SUCCESS && limit > 0; --limit) {
+    auto const sequence = decodeSequence(fromVal(key));
+    auto const entry = fromVal(value);
+    // A gap would be a lost change.
+    if (sequence != from) impl.fail(MDB_CORRUPTED);
+    ++from;
+    if (entry.size() > 1 && Format::isTable(static_cast<std::uint8_t>(entry[0]))) {
+      if (!visit(static_cast<TableId>(entry[0]), entry.substr(1))) return from;
+    } else {
+      countRejected();
+    }
+    code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
+  }
+  if (code != MDB_SUCCESS && code != MDB_NOTFOUND) impl.fail(code);
+  return from;
+}
+
+Reader::Reader(std::filesystem::path runDir) : impl_(std::make_unique<Impl>(runDir)) {}
+
+Reader::~Reader() = default;
+
+Snapshot Reader::snapshot() const { return Snapshot(*this); }
+
+bool Reader::current() const {
+  return identityAt(impl_->tables / Format::dataFile) == impl_->env.dataIdentity() &&
+         identityAt(impl_->tables / Format::lockFile) == impl_->lockFile;
+}
+
+std::uint64_t Reader::rejected() const { return impl_->rejected; }
+
+}  // namespace Pondo

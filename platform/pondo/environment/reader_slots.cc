@@ -1,0 +1,69 @@
+#include "platform/pondo/environment/reader_slots.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+namespace Pondo {
+namespace {
+
+// A line of mdb_reader_list: pid, thread, and the transaction's number, or "-" between snapshots.
+int noteReader(char const* text, void* context) {
+  auto& oldest = *static_cast<std::optional<std::uint64_t>*>(context);
+  std::string_view line = text;
+  while (line.ends_with('\n') || line.ends_with(' ')) line.remove_suffix(1);
+  auto const last = line.substr(line.find_last_of(' ') + 1);
+  std::uint64_t number = 0;
+  auto const parsed = std::from_chars(last.data(), last.data() + last.size(), number);
+  if (parsed.ec == std::errc() && parsed.ptr == last.data() + last.size()) {
+    oldest = std::min(number, oldest.value_or(number));
+  }
+  return 0;
+}
+
+}  // namespace
+
+int freeDeadSlots(MDB_env* env) {
+  int dead = 0;
+  mdb_reader_check(env, &dead);
+  return dead;
+}
+
+std::optional<std::uint64_t> oldestReader(MDB_env* env) {
+  std::optional<std::uint64_t> oldest;
+  mdb_reader_list(env, &noteReader, &oldest);
+  return oldest;
+}
+
+Space spaceOf(Environment const& env, TableHandles const& handles) {
+  MDB_txn* raw = nullptr;
+  check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), env.directory(), "read");
+  TxnPtr const txn(raw);
+  MDB_envinfo info{};
+  MDB_stat stat{};
+  mdb_env_info(env.get(), &info);
+  mdb_env_stat(env.get(), &stat);
+  auto const pagesOf = [](MDB_stat const& s) {
+    return s.ms_branch_pages + s.ms_leaf_pages + s.ms_overflow_pages;
+  };
+  std::size_t pages = 2 + pagesOf(stat);  // the meta pages, the table of tables
+  auto const add = [&](MDB_dbi table) {
+    check(mdb_stat(raw, table, &stat), env.directory(), "read");
+    pages += pagesOf(stat);
+  };
+  add(handles.meta);
+  add(handles.log);
+  for (auto const id : Format::tableIds) add(handles[id]);
+  return {(info.me_last_pgno + 1) * stat.ms_psize, pages * stat.ms_psize};
+}
+
+bool StoppedReaderWatch::hasStopped(std::optional<std::uint64_t> oldest, double now) {
+  if (!oldest || oldest != oldest_) {
+    oldest_ = oldest;
+    since_ = now;
+    return false;
+  }
+  return now - since_ >= stoppedAfter;
+}
+
+}  // namespace Pondo

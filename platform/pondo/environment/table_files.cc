@@ -1,0 +1,153 @@
+#include "platform/pondo/environment/table_files.h"
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <grp.h>
+#include <sys/stat.h>
+
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/lmdb_handles.h"
+
+namespace Pondo {
+namespace {
+
+using Reason = EnvironmentException::Reason;
+
+// The start of an LMDB 0.9 meta page on a 64-bit machine, as far as it is looked at. Two of them
+// open the file, one page apart; the one with the greater transaction id counts.
+struct MetaPage {
+  std::uint64_t pageNumber;
+  std::uint64_t pageHeader;
+  std::uint32_t magic;
+  std::uint32_t version;
+  std::uint64_t address;
+  std::uint64_t mapSize;
+  std::uint32_t pageSize;  // md_pad of the first database
+  std::array<std::uint8_t, 92> databases;
+  std::uint64_t lastPage;
+  std::uint64_t transaction;
+};
+static_assert(offsetof(MetaPage, pageSize) == 40 && offsetof(MetaPage, lastPage) == 136 &&
+              sizeof(MetaPage) == 152);
+constexpr std::uint32_t lmdbMagic = 0xBEEFC0DE;
+
+void requireRegular(std::filesystem::path const& file) {
+  struct stat status {};
+  if (::lstat(file.c_str(), &status) != 0) throwCode(errno, file, "read");
+  if (S_ISREG(status.st_mode)) return;
+  throw EnvironmentException(
+      fmt::format("{}: not a regular file; remove it and restart the publisher", file.string()),
+      Reason::foreign);
+}
+
+[[noreturn]] void throwTruncated(std::filesystem::path const& file, std::uint64_t has,
+                                 std::uint64_t needs) {
+  throw EnvironmentException(
+      fmt::format("{}: truncated to {} bytes, {} are in use; restart the publisher, which makes "
+                  "it anew",
+                  file.string(), has, needs),
+      Reason::truncated);
+}
+
+MetaPage metaPageAt(int fd, std::uint64_t offset, std::filesystem::path const& file,
+                    std::uint64_t size) {
+  MetaPage page{};
+  auto const got = ::pread(fd, &page, sizeof page, static_cast<off_t>(offset));
+  if (got < 0) throwCode(errno, file, "read");
+  if (static_cast<std::size_t>(got) != sizeof page) {
+    throwTruncated(file, size, offset + sizeof page);
+  }
+  bool const sane = page.magic == lmdbMagic && page.pageSize >= 512 && page.pageSize <= 65536 &&
+                    (page.pageSize & (page.pageSize - 1)) == 0;
+  if (sane) return page;
+  throw EnvironmentException(
+      fmt::format("{}: not a table file; remove it and restart the publisher", file.string()),
+      Reason::foreign);
+}
+
+void requireWhole(std::filesystem::path const& file) {
+  Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  if (!fd) throwCode(errno, file, "open");
+  struct stat status {};
+  if (::fstat(fd.get(), &status) != 0) throwCode(errno, file, "read");
+  auto const size = static_cast<std::uint64_t>(status.st_size);
+  auto const first = metaPageAt(fd.get(), 0, file, size);
+  auto const second = metaPageAt(fd.get(), first.pageSize, file, size);
+  auto const& newest = second.transaction > first.transaction ? second : first;
+  if (newest.lastPage >= UINT64_MAX / newest.pageSize ||
+      size < (newest.lastPage + 1) * newest.pageSize) {
+    throwTruncated(file, size, (newest.lastPage + 1) * newest.pageSize);
+  }
+}
+
+}  // namespace
+
+void checkFiles(std::filesystem::path const& tables) {
+  struct stat status {};
+  if (::lstat(tables.c_str(), &status) != 0) throwCode(errno, tables, "open");
+  if (!S_ISDIR(status.st_mode)) {
+    throw EnvironmentException(
+        fmt::format("{}: not a directory; remove it and restart the publisher", tables.string()),
+        Reason::foreign);
+  }
+  requireRegular(tables / Format::dataFile);
+  requireRegular(tables / Format::lockFile);
+  requireWhole(tables / Format::dataFile);
+}
+
+std::optional<FileIdentity> identityAt(std::filesystem::path const& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+gid_t groupByName(std::string const& name) {
+  std::vector<char> buffer(16'384);
+  struct group entry {};
+  struct group* found = nullptr;
+  int code = 0;
+  while ((code = ::getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found)) ==
+         ERANGE) {
+    buffer.resize(buffer.size() * 2);
+  }
+  if (found != nullptr) return found->gr_gid;
+  throw EnvironmentException(
+      fmt::format("group {}: does not exist; name the group of the SNMP daemon", name));
+}
+
+void ownershipIs(std::filesystem::path const& path, mode_t mode, std::optional<gid_t> group) {
+  constexpr auto keepUser = static_cast<uid_t>(-1);
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) throwCode(errno, path, "set the mode of");
+  if (group && status.st_gid != *group &&
+      ::fchownat(AT_FDCWD, path.c_str(), keepUser, *group, AT_SYMLINK_NOFOLLOW) != 0) {
+    Mav::log(Mav::Severity::warning,
+             fmt::format("{}: cannot be given to group {}: {}; readers of that group will not "
+                         "reach it",
+                         path.string(), *group, std::strerror(errno)));
+  }
+  // Not by descriptor: closing one of lock.mdb would drop LMDB's locks.
+  if ((status.st_mode & 07777U) != mode && !S_ISLNK(status.st_mode) &&
+      ::chmod(path.c_str(), mode) != 0) {
+    throwCode(errno, path, "set the mode of");
+  }
+}
+
+bool removeTableDirectory(std::filesystem::path const& directory) noexcept {
+  struct stat status {};
+  if (::lstat(directory.c_str(), &status) != 0) return errno == ENOENT;
+  if (!S_ISDIR(status.st_mode)) return false;  // a link's target is not ours to empty
+  for (auto const* const name : {Format::dataFile, Format::lockFile, Format::doorbellFile}) {
+    ::unlink((directory.string() + "/" + name).c_str());
+  }
+  return ::rmdir(directory.c_str()) == 0 || errno == ENOENT;
+}
+
+}  // namespace Pondo

@@ -1,0 +1,145 @@
+#include "platform/pondo/environment/write_transaction.h"
+
+#include <cstring>
+
+namespace Pondo {
+namespace {
+
+// Small commits trim the log in steps, since every trimming rewrites the log's first pages.
+constexpr std::size_t trimSlack = 16;
+
+std::array<char, Format::sequenceSize> sequenceKey(std::uint64_t sequence) {
+  std::array<char, Format::sequenceSize> key{};
+  for (std::size_t i = 0; i < key.size(); ++i) {
+    key.at(i) = static_cast<char>(sequence >> (8 * (key.size() - 1 - i)));
+  }
+  return key;
+}
+
+CursorPtr openCursor(MDB_txn* txn, MDB_dbi table, std::filesystem::path const& path) {
+  MDB_cursor* cursor = nullptr;
+  check(mdb_cursor_open(txn, table, &cursor), path, "write");
+  return CursorPtr(cursor);
+}
+
+}  // namespace
+
+WriteTransaction::WriteTransaction(Environment const& env, TableHandles const& handles)
+    : env_(env), handles_(handles) {
+  if (!env.whole()) {
+    throw EnvironmentException((env.directory() / Format::dataFile).string() +
+                                   ": has been truncated; the tables are made anew",
+                               EnvironmentException::Reason::truncated);
+  }
+  MDB_txn* raw = nullptr;
+  check(mdb_txn_begin(env.get(), nullptr, 0, &raw), env.directory(), "write");
+  txn_.reset(raw);
+  meta_ = readMeta(raw, handles.meta, env.directory());
+  logCursor_ = openCursor(raw, handles.log, env.directory());
+}
+
+void WriteTransaction::fail(int code, std::string_view what) const {
+  throwCode(code, env_.directory(), what);
+}
+
+WriteTransaction::TableCursor& WriteTransaction::cursorOf(TableId table) {
+  auto& found = tables_.at(static_cast<std::size_t>(table));
+  if (!found.cursor) found.cursor = openCursor(txn_.get(), handles_[table], env_.directory());
+  return found;
+}
+
+bool WriteTransaction::isBeyondLast(TableCursor& table, std::string_view key) {
+  if (!table.lastKnown) {
+    MDB_val last{};
+    MDB_val value{};
+    int const code = mdb_cursor_get(table.cursor.get(), &last, &value, MDB_LAST);
+    if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
+    table.last.reset();
+    if (code == MDB_SUCCESS) table.last = fromVal(last);
+    table.lastKnown = true;
+  }
+  return !table.last || std::string_view(*table.last) < key;
+}
+
+void WriteTransaction::store(TableCursor& table, std::string_view key, std::string_view value,
+                             unsigned flags) {
+  MDB_val keyVal = toVal(key);
+  MDB_val valueVal = toVal(value);
+  int const code = mdb_cursor_put(table.cursor.get(), &keyVal, &valueVal, flags);
+  if (code != MDB_SUCCESS) fail(code, "write");
+}
+
+Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view value) {
+  auto& table = cursorOf(id);
+  if (isBeyondLast(table, key)) {
+    store(table, key, value, MDB_APPEND);
+    table.last = key;
+    logChange(id, key);
+    return Outcome::added;
+  }
+  MDB_val keyVal = toVal(key);
+  MDB_val found{};
+  int const code = mdb_cursor_get(table.cursor.get(), &keyVal, &found, MDB_SET);
+  if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
+  if (code == MDB_SUCCESS && fromVal(found) == value) return Outcome::unchanged;
+  store(table, key, value, code == MDB_SUCCESS ? MDB_CURRENT : 0);
+  logChange(id, key);
+  return code == MDB_SUCCESS ? Outcome::changed : Outcome::added;
+}
+
+Outcome WriteTransaction::erase(TableId id, std::string_view key) {
+  auto& table = cursorOf(id);
+  MDB_val keyVal = toVal(key);
+  MDB_val value{};
+  int code = mdb_cursor_get(table.cursor.get(), &keyVal, &value, MDB_SET);
+  if (code == MDB_NOTFOUND) return Outcome::unchanged;
+  if (code == MDB_SUCCESS) code = mdb_cursor_del(table.cursor.get(), 0);
+  if (code != MDB_SUCCESS) fail(code, "erase");
+  if (table.last == key) table.lastKnown = false;
+  logChange(id, key);
+  return Outcome::removed;
+}
+
+// Readers of tables that are not complete wait, and then compare: they need no log.
+void WriteTransaction::logChange(TableId id, std::string_view key) {
+  if (meta_.complete == 0) return;
+  std::array<char, 1 + Format::keyMax> entry{};
+  entry[0] = static_cast<char>(id);
+  key.copy(entry.data() + 1, Format::keyMax);  // LMDB has refused longer ones
+  auto sequence = sequenceKey(meta_.logNext);
+  MDB_val keyVal{sequence.size(), sequence.data()};
+  MDB_val value{1 + key.size(), entry.data()};
+  int const code = mdb_cursor_put(logCursor_.get(), &keyVal, &value, MDB_APPEND);
+  if (code != MDB_SUCCESS) fail(code, "write the change log");
+  ++meta_.logNext;
+}
+
+void WriteTransaction::trimLog(std::size_t logMax) {
+  auto const kept = meta_.logNext - meta_.logFirst;
+  if (kept <= logMax + logMax / trimSlack) return;
+  auto const cursor = openCursor(txn_.get(), handles_.log, env_.directory());
+  for (auto left = kept - logMax; left > 0; --left) {
+    MDB_val key{};
+    MDB_val value{};
+    int code = mdb_cursor_get(cursor.get(), &key, &value, MDB_NEXT);
+    if (code == MDB_SUCCESS) code = mdb_cursor_del(cursor.get(), 0);
+    if (code != MDB_SUCCESS) fail(code, "trim the change log");
+    ++meta_.logFirst;
+  }
+}
+
+Format::MetaRecord WriteTransaction::commit(std::size_t logMax) {
+  trimLog(logMax);
+  ++meta_.generation;
+  MDB_val key = toVal(Format::metaKey);
+  MDB_val value{sizeof meta_, &meta_};
+  int code = mdb_put(txn_.get(), handles_.meta, &key, &value, 0);
+  if (code != MDB_SUCCESS) fail(code, "write");
+  for (auto& table : tables_) table.cursor.reset();
+  logCursor_.reset();
+  code = mdb_txn_commit(txn_.release());
+  if (code != MDB_SUCCESS) fail(code, "commit");
+  return meta_;
+}
+
+}  // namespace Pondo

@@ -1,0 +1,70 @@
+#pragma once
+// One LMDB write transaction over the tables and their change log. Dropped without commit() it
+// leaves no trace. After an exception it can only be dropped.
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/pondo/environment/lmdb_handles.h"
+#include "platform/pondo/tables/tables.h"
+
+namespace Pondo {
+
+enum class Outcome { unchanged, added, changed, removed };
+
+class WriteTransaction {
+ public:
+  WriteTransaction(Environment const& env, TableHandles const& handles);
+
+  /// unchanged, added or changed.
+  Outcome put(TableId table, std::string_view key, std::string_view value);
+  /// unchanged or removed.
+  Outcome erase(TableId table, std::string_view key);
+
+  /// Calls visit(key, value) for every record of the table, in key order.
+  template <class Visit>
+  void each(TableId table, Visit const& visit) {
+    MDB_cursor* const cursor = cursorOf(table).cursor.get();
+    MDB_val key{};
+    MDB_val value{};
+    int code = mdb_cursor_get(cursor, &key, &value, MDB_FIRST);
+    for (; code == MDB_SUCCESS; code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
+      visit(fromVal(key), fromVal(value));
+    }
+    if (code != MDB_NOTFOUND) fail(code, "read");
+  }
+
+  /// Says that the tables hold everything there is.
+  void completeIs() { meta_.complete = 1; }
+
+  /// Makes the changes visible, with the next generation; keeps `logMax` entries of the change log
+  /// or a little more.
+  Format::MetaRecord commit(std::size_t logMax);
+
+ private:
+  struct TableCursor {
+    CursorPtr cursor;
+    bool lastKnown = false;
+    std::optional<std::string> last;  // greatest key of the table, when lastKnown
+  };
+
+  TableCursor& cursorOf(TableId table);
+  bool isBeyondLast(TableCursor& table, std::string_view key);
+  void store(TableCursor& table, std::string_view key, std::string_view value, unsigned flags);
+  void logChange(TableId table, std::string_view key);
+  void trimLog(std::size_t logMax);
+  [[noreturn]] void fail(int code, std::string_view what) const;
+
+  // The environment, its handles and transaction outlive the cursors: LMDB frees with a
+  // transaction the cursors that are still open.
+  Environment const& env_;
+  TableHandles const& handles_;
+  TxnPtr txn_;
+  Format::MetaRecord meta_;
+  std::array<TableCursor, Format::tableIdEnd> tables_;
+  CursorPtr logCursor_;
+};
+
+}  // namespace Pondo

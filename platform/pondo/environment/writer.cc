@@ -1,0 +1,327 @@
+#include "platform/pondo/environment/writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cerrno>
+
+#include <fmt/format.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include "platform/mav/time.h"
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/publisher_lock.h"
+#include "platform/pondo/environment/reader_slots.h"
+#include "platform/pondo/environment/table_directory.h"
+#include "platform/pondo/environment/table_files.h"
+#include "platform/pondo/environment/write_transaction.h"
+#include "platform/pondo/follower/batch.h"
+
+namespace Pondo {
+namespace {
+
+using Reason = EnvironmentException::Reason;
+
+std::filesystem::path plainPath(std::filesystem::path const& path) {
+  auto plain = std::filesystem::absolute(path).lexically_normal();
+  return plain.has_filename() ? plain : plain.parent_path();
+}
+
+std::optional<gid_t> groupOf(Writer::Options const& options) {
+  if (options.group.empty()) return std::nullopt;
+  return groupByName(options.group);
+}
+
+}  // namespace
+
+struct Writer::Impl {
+  Impl(std::filesystem::path const& path, Options given);
+
+  Outcome put(TableId table, std::string_view key, std::string_view value);
+  Outcome erase(TableId table, std::string_view key);
+  void commit();
+  void commitComplete();
+  void abort();
+  bool service();
+
+  template <class Operation>
+  auto attempt(Operation const& operation);
+  WriteTransaction& transaction();
+  bool makeRoom(int stage);
+  bool isLost() const;
+  void adopt(std::unique_ptr<Environment> environment);
+  void makeAnew();
+  void moveAwayFromStoppedReader();
+  void copyTables();
+  void ring() const;
+  void watch();
+  void drainNotices() const;
+
+  // Fixed after construction.
+  std::filesystem::path const runDir;
+  Options const options;
+  FileSettings const settings;
+  Descriptor const notices;
+
+  // Changed by the publisher's thread.
+  std::optional<PublisherLock> lock;
+  std::unique_ptr<Environment> env;  // null when lost
+  TableHandles handles;
+  Format::MetaRecord meta;
+  FileIdentity lockFile;
+  Descriptor doorbell;
+  std::vector<int> watches;
+  std::optional<WriteTransaction> txn;
+  Batch batch;
+  StoppedReaderWatch stopped;
+  double copyNotBefore = 0;
+};
+
+Writer::Impl::Impl(std::filesystem::path const& path, Options given)
+    : runDir(plainPath(path)),
+      options(std::move(given)),
+      settings{options.mapSize, groupOf(options)},
+      notices(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  if (!notices) throwCode(errno, runDir, "watch");
+  makeRunDir(runDir, settings.group);
+  lock.emplace(runDir, options.publisher, settings.group);
+  removeLeftovers(runDir);
+  adopt(openOrMakeTables(runDir, settings));
+  ring();  // readers learn that the publisher is back
+}
+
+void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
+  MDB_txn* raw = nullptr;
+  check(mdb_txn_begin(environment->get(), nullptr, MDB_RDONLY, &raw), runDir, "read");
+  TxnPtr reading(raw);
+  handles = openTables(raw, false, environment->directory());
+  meta = readMeta(raw, handles.meta, environment->directory());
+  // A commit, though of nothing, keeps the handles open.
+  check(mdb_txn_commit(reading.release()), runDir, "read");
+  lockFile = identityAt(environment->directory() / Format::lockFile).value_or(FileIdentity{});
+  doorbell = openDoorbell(runDir, settings);
+  env = std::move(environment);
+  watch();
+}
+
+// The run directory holds files that are replaced all the time: of it only its own end is watched.
+void Writer::Impl::watch() {
+  for (int const old : watches) ::inotify_rm_watch(notices.get(), old);
+  auto const add = [this](std::filesystem::path const& path, std::uint32_t events) {
+    return ::inotify_add_watch(notices.get(), path.c_str(), events | IN_ONLYDIR);
+  };
+  constexpr std::uint32_t gone = IN_DELETE_SELF | IN_MOVE_SELF;
+  watches = {add(runDir, gone), add(runDir / Format::tablesDirectory,
+                                    gone | IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO)};
+}
+
+void Writer::Impl::drainNotices() const {
+  std::array<char, 4096> buffer{};
+  while (::read(notices.get(), buffer.data(), buffer.size()) > 0) {
+  }
+}
+
+WriteTransaction& Writer::Impl::transaction() {
+  if (!env) {
+    throw EnvironmentException(runDir.string() + ": the tables are lost; they are made anew",
+                               Reason::absent);
+  }
+  if (!txn) {
+    txn.emplace(*env, handles);
+    batch.replay([this](auto table, auto key, auto value) { txn->put(table, key, value); },
+                 [this](auto table, auto key) { txn->erase(table, key); });
+  }
+  return *txn;
+}
+
+// Where there is no room, room is made and all that was not committed is done again.
+template <class Operation>
+auto Writer::Impl::attempt(Operation const& operation) {
+  for (int stage = 0;; ++stage) {
+    try {
+      return operation(transaction());
+    } catch (EnvironmentException const& e) {
+      txn.reset();
+      auto const reason = e.reason();
+      try {
+        if (reason == Reason::noSpace && makeRoom(stage)) continue;
+      } catch (EnvironmentException const& second) {
+        Mav::log(Mav::Severity::warning, second.what());
+      }
+      abort();
+      // What the library calls broken is not used again; service() makes it anew.
+      if (reason == Reason::foreign || reason == Reason::truncated) env.reset();
+      throw;
+    } catch (...) {
+      abort();
+      throw;
+    }
+  }
+}
+
+bool Writer::Impl::makeRoom(int stage) {
+  if (stage == 0 && freeDeadSlots(env->get()) > 0) return true;
+  auto const space = spaceOf(*env, handles);
+  if (stage > 1 || space.used / 2 < space.live) return false;
+  copyTables();
+  return true;
+}
+
+Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view value) {
+  if (batch.size() >= batchMax) commit();
+  auto const outcome = attempt([&](WriteTransaction& t) { return t.put(table, key, value); });
+  if (outcome != Outcome::unchanged) batch.addPut(table, key, value);
+  return outcome;
+}
+
+Outcome Writer::Impl::erase(TableId table, std::string_view key) {
+  if (batch.size() >= batchMax) commit();
+  auto const outcome = attempt([&](WriteTransaction& t) { return t.erase(table, key); });
+  if (outcome != Outcome::unchanged) batch.addErase(table, key);
+  return outcome;
+}
+
+void Writer::Impl::commit() {
+  if (batch.empty()) {
+    txn.reset();  // gives the write lock back
+    return;
+  }
+  meta = attempt([this](WriteTransaction& t) { return t.commit(options.logMax); });
+  txn.reset();
+  batch.clear();
+  ring();
+}
+
+void Writer::Impl::commitComplete() {
+  if (env && meta.complete != 0) return commit();
+  meta = attempt([this](WriteTransaction& t) {
+    t.completeIs();
+    return t.commit(options.logMax);
+  });
+  txn.reset();
+  batch.clear();
+  ring();
+}
+
+void Writer::Impl::abort() {
+  txn.reset();
+  batch.clear();
+}
+
+// A ring that is lost costs time, not truth: readers look by themselves every few seconds.
+void Writer::Impl::ring() const {
+  [[maybe_unused]] auto const written =
+      ::pwrite(doorbell.get(), &meta.generation, sizeof meta.generation, 0);
+}
+
+bool Writer::Impl::isLost() const {
+  auto const tables = runDir / Format::tablesDirectory;
+  return !env || !env->whole() || !lock->atPath() ||
+         identityAt(tables / Format::dataFile) != env->dataIdentity() ||
+         identityAt(tables / Format::lockFile) != lockFile;
+}
+
+void Writer::Impl::makeAnew() {
+  abort();
+  env.reset();
+  makeRunDir(runDir, settings.group);
+  if (!lock->atPath()) lock.emplace(runDir, options.publisher, settings.group);
+  adopt(makeEmptyTables(runDir, settings));
+  Mav::log(Mav::Severity::warning,
+           runDir.string() + ": was deleted, replaced or damaged; the tables are made anew");
+  ring();
+}
+
+bool Writer::Impl::service() {
+  drainNotices();
+  if (isLost()) {
+    makeAnew();
+    return true;
+  }
+  lock->touch();
+  if (!identityAt(runDir / Format::tablesDirectory / Format::doorbellFile)) {
+    doorbell = openDoorbell(runDir, settings);
+  }
+  freeDeadSlots(env->get());
+  moveAwayFromStoppedReader();
+  return false;
+}
+
+void Writer::Impl::moveAwayFromStoppedReader() {
+  constexpr double copyPause = 60.0;
+  double const now = Mav::now();
+  if (!stopped.hasStopped(oldestReader(env->get()), now) || now < copyNotBefore) return;
+  auto const space = spaceOf(*env, handles);
+  if (space.used < 2 * space.live + options.pinnedMax) return;
+  try {
+    txn.reset();  // what is in the batch is done again in the copy
+    copyTables();
+    Mav::log(Mav::Severity::warning,
+             fmt::format("{}: a stopped reader pinned {} bytes; the tables moved to a new "
+                         "environment; end that reader",
+                         runDir.string(), space.used - space.live));
+  } catch (EnvironmentException const& e) {
+    copyNotBefore = now + copyPause;
+    Mav::log(Mav::Severity::warning, e.what());
+  }
+}
+
+void Writer::Impl::copyTables() { adopt(makeCopiedTables(runDir, settings, *env)); }
+
+Writer::Writer(std::filesystem::path runDir, Options options)
+    : impl_(std::make_unique<Impl>(runDir, std::move(options))) {}
+
+Writer::~Writer() = default;
+
+bool Writer::putBytes(TableId table, std::string_view key, std::string_view value) {
+  return impl_->put(table, key, value) != Outcome::unchanged;
+}
+
+bool Writer::eraseBytes(TableId table, std::string_view key) {
+  return impl_->erase(table, key) != Outcome::unchanged;
+}
+
+void Writer::scanBytes(TableId table,
+                       absl::FunctionRef<void(std::string_view, std::string_view)> visit) {
+  impl_->attempt([&](WriteTransaction& txn) { txn.each(table, visit); });
+}
+
+Writer::SyncCounts Writer::syncBytes(TableId table,
+                                     std::vector<std::pair<Bytes, Bytes>> const& wanted) {
+  assert(std::is_sorted(wanted.begin(), wanted.end()));
+  std::vector<Bytes> superfluous;
+  impl_->attempt([&](WriteTransaction& txn) {
+    superfluous.clear();
+    auto next = wanted.begin();
+    txn.each(table, [&](std::string_view key, std::string_view) {
+      while (next != wanted.end() && next->first < key) ++next;
+      if (next == wanted.end() || next->first != key) superfluous.emplace_back(key);
+    });
+  });
+  SyncCounts counts;
+  counts.removed = superfluous.size();
+  for (auto const& key : superfluous) impl_->erase(table, key);
+  for (auto const& [key, record] : wanted) {
+    switch (impl_->put(table, key, record)) {
+      case Outcome::added:
+        ++counts.added;
+        break;
+      case Outcome::changed:
+        ++counts.changed;
+        break;
+      default:
+        ++counts.unchanged;
+    }
+  }
+  return counts;
+}
+
+void Writer::commit() { impl_->commit(); }
+void Writer::commitComplete() { impl_->commitComplete(); }
+void Writer::abort() { impl_->abort(); }
+std::uint64_t Writer::generation() const { return impl_->meta.generation; }
+bool Writer::service() { return impl_->service(); }
+int Writer::noticeFd() const { return impl_->notices.get(); }
+
+}  // namespace Pondo

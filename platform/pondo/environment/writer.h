@@ -1,0 +1,136 @@
+#pragma once
+// The publisher's side of the shared tables: the one writer of a run directory.
+//
+// Creates the run directory and the environment where missing, takes the publisher lock, and keeps
+// what an earlier publisher left (its state is served on, and the new one writes only differences).
+// Changes gather in one LMDB transaction; commit() makes them visible at once, with a new
+// generation, their entries in the change log and a ring of the doorbell. put and erase of what is
+// there already (or gone already) change nothing, log nothing, and say false. A batch of more than
+// batchMax changes commits by itself.
+//
+// When an operation throws, the transaction is aborted and the tables are as after the last commit.
+// Once an environment is lost (run directory deleted, file truncated, library in panic) put, erase
+// and commit throw until service() has made it anew.
+// Made after any fork; one thread. A process that holds a Writer cannot open a Reader of the same
+// run directory (format.h, caveats): that is refused.
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <absl/functional/function_ref.h>
+
+#include "platform/pondo/environment/errors.h"
+#include "platform/pondo/tables/codec.h"
+#include "platform/pondo/tables/layout_bytes.h"
+#include "platform/pondo/tables/tables.h"
+
+namespace Pondo {
+
+class Writer {
+ public:
+  static constexpr std::size_t batchMax = 10'000;
+
+  struct Options {
+    std::string publisher = "kelbased";  // name told in publisher.lock
+    std::string group;                   // group of the files; empty: leave as created
+    std::size_t mapSize = std::size_t{16} << 30U;
+    std::size_t logMax = 200'000;  // change log entries kept, at least
+    // A reader that has stopped inside a snapshot may pin this many bytes beyond twice the live
+    // ones; after that the tables move to a new environment without it.
+    std::size_t pinnedMax = std::size_t{64} << 20U;
+  };
+
+  struct SyncCounts {
+    std::size_t added = 0, changed = 0, removed = 0, unchanged = 0;
+  };
+
+  /// EnvironmentException, PublisherRunningException (names the other's pid).
+  Writer(std::filesystem::path runDir, Options options);
+  ~Writer();
+  Writer(Writer const&) = delete;
+  Writer& operator=(Writer const&) = delete;
+
+  template <class Table>
+  bool put(typename Table::Key const& key, typename Table::Record const& record) {
+    if constexpr (std::is_same_v<Table, RouteTable>) {  // a million: no allocations
+      return putBytes(Table::id, asView(routeKeyBytes(key)), asView(routeRecordBytes(record)));
+    } else {
+      return putBytes(Table::id, encodeKey<Table>(key), encodeRecord<Table>(record));
+    }
+  }
+
+  template <class Table>
+  bool erase(typename Table::Key const& key) {
+    return eraseBytes(Table::id, encodeKey<Table>(key));
+  }
+
+  /// Makes the table equal to `wanted`, writing the difference: removals first, then the rest.
+  template <class Table>
+  SyncCounts sync(std::map<typename Table::Key, typename Table::Record> const& wanted);
+
+  /// Calls visit(key, record) for every record of the table, in key order, what is not committed
+  /// yet included. Malformed ones are skipped: a put of their keys mends them. `visit` must not
+  /// call the writer; what it throws ends the scan and aborts what was not committed.
+  template <class Table, class Visit>
+  void scan(Visit const& visit) {
+    scanBytes(Table::id, [&](std::string_view keyBytes, std::string_view recordBytes) {
+      auto const key = decodeKey<Table>(keyBytes);
+      auto const record = decodeRecord<Table>(recordBytes);
+      if (key && record) visit(*key, *record);
+    });
+  }
+
+  /// No effect when nothing changed.
+  void commit();
+  /// As commit(), and says that the tables hold everything there is: readers of new tables wait for
+  /// it, so that they never take what is not there yet for what is gone. Once said, it holds until
+  /// the tables are made anew. Before, changes are not logged, which is far faster.
+  void commitComplete();
+  /// Forgets what was not committed.
+  void abort();
+
+  std::uint64_t generation() const;
+
+  /// To be called about once a second, and when noticeFd() is readable: shows a sign of life,
+  /// frees the slots of dead readers, replaces the environment when a stopped reader pins too much
+  /// of it, and makes the run directory anew when it was deleted or replaced. True when the tables
+  /// are new and empty: everything has to be published again. PublisherRunningException when
+  /// another publisher has taken the path over.
+  [[nodiscard]] bool service();
+
+  /// Readable when something happened to the run directory's files (inotify).
+  int noticeFd() const;
+
+  /// As put, erase and sync, encoded. Keys in ascending order are appended, which is far faster.
+  using Bytes = std::string;
+  bool putBytes(TableId table, std::string_view key, std::string_view value);
+  bool eraseBytes(TableId table, std::string_view key);
+  void scanBytes(TableId table, absl::FunctionRef<void(std::string_view, std::string_view)> visit);
+  SyncCounts syncBytes(TableId table, std::vector<std::pair<Bytes, Bytes>> const& wanted);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+template <class Table>
+Writer::SyncCounts Writer::sync(
+    std::map<typename Table::Key, typename Table::Record> const& wanted) {
+  std::vector<std::pair<Bytes, Bytes>> rows;
+  rows.reserve(wanted.size());
+  for (auto const& [key, record] : wanted) {
+    rows.emplace_back(encodeKey<Table>(key), encodeRecord<Table>(record));
+  }
+  return syncBytes(Table::id, rows);
+}
+
+}  // namespace Pondo

@@ -1,0 +1,84 @@
+#pragma once
+// For each fec, the prefixes of the routes that use it. Filled by FecRouteListSm, read by the route
+// state machine when a fec changes; a million routes are held, so it counts octets: 18 a route when
+// filled in order. What is done in the order of prefixes is done where the last was, without a
+// descent. One thread.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <absl/container/btree_map.h>
+#include <absl/container/btree_set.h>
+#include <absl/container/flat_hash_map.h>
+
+#include "platform/dovel/prefix.h"
+#include "platform/mav/object.h"
+#include "platform/pondo/tables/fib_values.h"
+
+namespace Pondo::Fib {
+
+class FecRouteList : public Mav::Object {
+ public:
+  using Prefixes = absl::btree_set<Dovel::Prefix>;
+
+  /// In the order of prefixes; null when no route uses the fec. Valid until the next change.
+  Prefixes const* routes(FecId fecId) const;
+
+  /// The route of `prefix` uses `fecId` from now on, and no other. Mav::RangeException beyond
+  /// fecsMax.
+  void routeIs(Dovel::Prefix const& prefix, FecId fecId);
+  /// The prefix has no route any more. No effect when it had none.
+  void routeDel(Dovel::Prefix const& prefix);
+
+  /// The fec under which the prefix is filed.
+  std::optional<FecId> fecId(Dovel::Prefix const& prefix) const;
+  /// The first prefix not less than `from` that is filed.
+  std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const;
+  std::size_t size() const { return filed_.size(); }
+
+  /// Fecs that are in use at a time.
+  static constexpr std::size_t fecsMax = std::size_t{1} << 24U;
+
+ private:
+  /// A prefix in five octets, in the order of prefixes.
+  class Key {
+   public:
+    explicit Key(Dovel::Prefix const& prefix);
+    Dovel::Prefix prefix() const;
+    friend bool operator<(Key const& a, Key const& b) { return a.number() < b.number(); }
+
+   private:
+    std::uint64_t number() const;
+    std::array<std::uint8_t, 5> octets_;  // least significant first: the length, then the address
+  };
+  /// A place in fecs_ in three octets.
+  class Place {
+   public:
+    explicit Place(std::size_t place);
+    operator std::size_t() const;
+
+   private:
+    std::array<std::uint8_t, 3> octets_;
+  };
+  struct FecRoutes {
+    FecId fecId;
+    Prefixes prefixes;  // none: the place is free
+  };
+  using Filed = absl::btree_map<Key, Place>;
+
+  Filed::const_iterator lowerBound(Key const& key) const;
+  bool isAt(Filed::const_iterator it, Key const& key) const;
+  Place placeOf(FecId fecId);
+  void remove(Place place, Dovel::Prefix const& prefix);
+
+  Filed filed_;
+  mutable Filed::const_iterator last_ = filed_.end();  // where lowerBound() led
+  std::vector<FecRoutes> fecs_;
+  std::vector<Place> free_;
+  absl::flat_hash_map<FecId, Place> places_;
+};
+
+}  // namespace Pondo::Fib

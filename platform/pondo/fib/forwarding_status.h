@@ -1,0 +1,41 @@
+#pragma once
+// The fecs of the forwarding table, by id. As RouteStatus in all else (route_status.h).
+
+#include <memory>
+
+#include <absl/functional/function_ref.h>
+
+#include "platform/mav/entity.h"
+#include "platform/pondo/tables/fib_values.h"
+
+namespace Pondo::Fib {
+
+class ForwardingStatus : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId fecAttributeId = Mav::firstAttributeId;
+
+  class NotifieeConst : public Mav::Notifiee<ForwardingStatus const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// The fec may have come, changed or gone: look.
+    virtual void onFec(FecId /*fecId*/) {}
+  };
+
+  /// The fec, decoded, or null. Valid until the end of the turn. ConsistencyException when the
+  /// table cannot be read now.
+  virtual Fec const* fec(FecId fecId) const = 0;
+
+  /// Calls visit(fecId, fec) for every fec, in the order of ids.
+  virtual void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const = 0;
+
+  std::string_view typeName() const override { return "Pondo::Fib::ForwardingStatus"; }
+  Mav::AttributeTable const& attributeTable() const override;
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ protected:
+  using Entity::Entity;
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+};
+
+}  // namespace Pondo::Fib

@@ -1,0 +1,209 @@
+#include "platform/pondo/fib/shared_fib.h"
+
+#include <array>
+#include <bit>
+#include <memory>
+#include <utility>
+
+#include <absl/container/flat_hash_map.h>
+
+#include "platform/mav/exception.h"
+
+namespace Pondo::Fib {
+namespace {
+
+constexpr std::array<TableId, 2> fibTables{TableId::route, TableId::fec};
+
+/// The first prefix whose key bytes are not less than `from`.
+std::optional<Dovel::Prefix> firstPrefix(std::string_view from) {
+  std::uint64_t number = 0;  // the address, then eight bits of length
+  for (std::size_t i = 0; i < Format::routeKeySize; ++i) {
+    number = number << 8U | (i < from.size() ? static_cast<unsigned char>(from[i]) : 0U);
+  }
+  if (from.size() > Format::routeKeySize) ++number;
+  for (auto address = number >> 8U; address <= 0xffffffffU; ++address) {
+    Dovel::IpAddr const addr(static_cast<std::uint32_t>(address));
+    auto const hostBits = std::min(std::countr_zero(addr.value()), 32);
+    auto const least = std::max<unsigned>(Dovel::IpAddr::bits - static_cast<unsigned>(hostBits),
+                                          address == number >> 8U ? number & 0xffU : 0U);
+    if (least <= Dovel::IpAddr::bits) return Dovel::Prefix(addr, least);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+/// Where reads go; shared with the entities, which may be there longer.
+class SharedFib::Tables : public Mav::Object {
+ public:
+  /// Calls read(snapshot); ConsistencyException when there is nothing to read, or not now.
+  template <class Read>
+  auto read(Read const& read) const {
+    try {
+      return read(snapshot());
+    } catch (EnvironmentException const& e) {
+      fault_ = e.what();
+    }
+    throw ConsistencyException(fault_);
+  }
+
+  bool haveBeenShown() const { return shown_; }
+  void shownIs(bool shown) { shown_ = shown; }
+  void followerIs(Follower const* follower) { follower_ = follower; }
+
+  /// Reads within `announce` go to `snapshot`. ConsistencyException when one of them failed.
+  template <class Announce>
+  void announceFrom(Snapshot const& snapshot, Announce const& announce) {
+    fault_.clear();
+    announced_ = &snapshot;
+    announce();  // notifying does not throw
+    announced_ = nullptr;
+    if (!fault_.empty()) throw ConsistencyException(fault_);
+  }
+
+ private:
+  Snapshot const& snapshot() const {
+    if (announced_) return *announced_;
+    if (auto const* const now = follower_ ? follower_->snapshot() : nullptr) return *now;
+    throw EnvironmentException("the shared tables cannot be read now",
+                               EnvironmentException::Reason::absent);
+  }
+
+  Follower const* follower_ = nullptr;
+  Snapshot const* announced_ = nullptr;
+  bool shown_ = false;
+  mutable std::string fault_;  // of the last read that failed
+};
+
+class SharedFib::Routes : public RouteStatus {
+ public:
+  explicit Routes(Mav::Ptr<Tables const> tables)
+      : RouteStatus("routeStatus"), tables_(std::move(tables)) {}
+
+  std::optional<Route> route(Dovel::Prefix const& prefix) const override {
+    if (!announced_.record.empty() && announced_.prefix == prefix) {
+      if (auto const route = decodeRecord<RouteTable>(announced_.record)) return route;
+    }
+    return tables_->read([&](Snapshot const& now) { return now.get<RouteTable>(prefix); });
+  }
+
+  void forEachRoute(
+      absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const override {
+    if (!tables_->haveBeenShown()) return;
+    tables_->read([&](Snapshot const& now) { now.scan<RouteTable>("", noLimit, visit); });
+  }
+
+  std::size_t routes() const override {
+    return tables_->read([](Snapshot const& now) { return now.count(TableId::route); });
+  }
+
+  void announce(Change const& change) {
+    auto const prefix = decodeKey<RouteTable>(change.key);
+    if (!prefix) return;  // a foreign key names nothing that could be filed
+    announced_ = {*prefix, change.record};
+    notifiees_.notify(routeAttributeId, [&](NotifieeConst& n) { n.onRoute(*prefix); });
+    announced_ = {};
+  }
+
+  std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const {
+    std::optional<Dovel::Prefix> least;
+    notifiees_.notify(routeAttributeId, [&](NotifieeConst const& n) {
+      auto const filed = n.filedRoute(from);
+      if (filed && (!least || *filed < *least)) least = filed;
+    });
+    return least;
+  }
+
+ private:
+  // The one that is just announced, when its record is known: everyone looks at that.
+  struct Announced {
+    Dovel::Prefix prefix;
+    std::string_view record;
+  };
+
+  Mav::Ptr<Tables const> const tables_;
+  Announced announced_;
+};
+
+class SharedFib::Fecs : public ForwardingStatus {
+ public:
+  explicit Fecs(Mav::Ptr<Tables const> tables)
+      : ForwardingStatus("forwardingStatus"), tables_(std::move(tables)) {}
+
+  Fec const* fec(FecId fecId) const override {
+    if (!fecId) return nullptr;
+    return tables_->read([&](Snapshot const& now) { return found(now, fecId); });
+  }
+
+  void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const override {
+    if (!tables_->haveBeenShown()) return;
+    tables_->read([&](Snapshot const& now) { now.scan<FecTable>("", noLimit, visit); });
+  }
+
+  void announce(Change const& change) {
+    auto const fecId = decodeKey<FecTable>(change.key);
+    if (!fecId) return;
+    notifiees_.notify(fecAttributeId, [&](NotifieeConst& n) { n.onFec(*fecId); });
+  }
+
+ private:
+  Fec const* found(Snapshot const& now, FecId fecId) const {
+    Moment const moment{now.log().instance, now.generation()};
+    if (moment != decodedAt_) decoded_.clear();
+    decodedAt_ = moment;
+    auto const [it, isNew] = decoded_.try_emplace(fecId);
+    if (isNew) {
+      auto fec = now.get<FecTable>(fecId);
+      if (fec) it->second = std::make_unique<Fec const>(std::move(*fec));
+    }
+    return it->second.get();
+  }
+
+  struct Moment {
+    std::uint64_t instance = 0;
+    std::uint64_t generation = 0;
+    bool operator==(Moment const&) const = default;
+  };
+
+  Mav::Ptr<Tables const> const tables_;
+  mutable Moment decodedAt_;
+  mutable absl::flat_hash_map<FecId, std::unique_ptr<Fec const>> decoded_;  // null: there is none
+};
+
+SharedFib::SharedFib()
+    : sharedTables_(Mav::makeObject<Tables>()),
+      routes_(Mav::makeObject<Routes>(sharedTables_)),
+      fecs_(Mav::makeObject<Fecs>(sharedTables_)) {}
+
+SharedFib::~SharedFib() { followerIs(nullptr); }
+
+Mav::Ptr<RouteStatus const> SharedFib::routeStatus() const { return routes_; }
+
+Mav::Ptr<ForwardingStatus const> SharedFib::forwardingStatus() const { return fecs_; }
+
+void SharedFib::followerIs(Follower const* follower) { sharedTables_->followerIs(follower); }
+
+std::span<TableId const> SharedFib::tables() const { return fibTables; }
+
+void SharedFib::onChanges(Snapshot const& snapshot, std::span<Change const> changes) {
+  sharedTables_->shownIs(true);
+  sharedTables_->announceFrom(snapshot, [&] {
+    for (auto const& change : changes) {
+      if (change.table == TableId::route) routes_->announce(change);
+      bool const isCompared = !change.record.empty();
+      if (change.table == TableId::fec && !isCompared) fecs_->announce(change);
+    }
+  });
+}
+
+std::optional<std::string> SharedFib::filedKey(TableId table, std::string_view from) const {
+  if (table != TableId::route) return std::nullopt;
+  auto const first = firstPrefix(from);
+  auto const filed = first ? routes_->filedRoute(*first) : std::nullopt;
+  if (!filed) return std::nullopt;
+  return encodeKey<RouteTable>(*filed);
+}
+
+void SharedFib::onInSync() { sharedTables_->shownIs(true); }
+
+}  // namespace Pondo::Fib

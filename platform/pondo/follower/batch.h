@@ -1,0 +1,61 @@
+#pragma once
+// The changes of a transaction that has not been committed, kept so that they can be made once more
+// after room was made or the tables were moved.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/pondo/tables/tables.h"
+
+namespace Pondo {
+
+class Batch {
+ public:
+  std::size_t size() const { return entries_.size(); }
+  bool empty() const { return entries_.empty(); }
+
+  void addPut(TableId table, std::string_view key, std::string_view value) {
+    entries_.push_back({table, false, key.size(), value.size()});
+    bytes_.append(key).append(value);
+  }
+  void addErase(TableId table, std::string_view key) {
+    entries_.push_back({table, true, key.size(), 0});
+    bytes_.append(key);
+  }
+
+  void clear() {
+    entries_.clear();
+    bytes_.clear();
+  }
+
+  /// put(table, key, value) and erase(table, key), in the order in which they were added.
+  template <class Put, class Erase>
+  void replay(Put const& put, Erase const& erase) const {
+    std::string_view rest = bytes_;
+    for (auto const& entry : entries_) {
+      auto const key = rest.substr(0, entry.keySize);
+      auto const value = rest.substr(entry.keySize, entry.valueSize);
+      rest.remove_prefix(entry.keySize + entry.valueSize);
+      if (entry.erase) {
+        erase(entry.table, key);
+      } else {
+        put(entry.table, key, value);
+      }
+    }
+  }
+
+ private:
+  struct Entry {
+    TableId table;
+    bool erase;
+    std::size_t keySize;
+    std::size_t valueSize;
+  };
+
+  std::vector<Entry> entries_;
+  std::string bytes_;
+};
+
+}  // namespace Pondo

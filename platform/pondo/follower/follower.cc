@@ -1,0 +1,343 @@
+#include "platform/pondo/follower/follower.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include <absl/container/flat_hash_set.h>
+#include <fmt/format.h>
+#include <sys/epoll.h>
+
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/path_watch.h"
+#include "platform/pondo/follower/comparison.h"
+
+namespace Pondo {
+namespace {
+
+using Reason = EnvironmentException::Reason;
+
+constexpr double backOffMin = 0.1;
+constexpr double listenerPause = 1.0;
+
+Mav::TraceHandle const& traceHandle() {
+  static Mav::TraceHandle const handle("Pondo");
+  return handle;
+}
+
+std::filesystem::path plainPath(std::filesystem::path const& path) {
+  auto plain = std::filesystem::absolute(path).lexically_normal();
+  return plain.has_filename() ? plain : plain.parent_path();
+}
+
+double secondsSinceEpoch() {
+  using Seconds = std::chrono::duration<double>;
+  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+std::string nameOf(PublisherInfo const& publisher) {
+  return fmt::format("{} (pid {})", publisher.name.empty() ? "unnamed" : publisher.name,
+                     publisher.pid);
+}
+
+}  // namespace
+
+struct Follower::Impl {
+  Impl(Mav::Activity& activity, std::filesystem::path const& path, std::vector<Listener*> heard);
+
+  void onNotice();
+  void onTurn();
+  void look();
+  void open();
+  void lookAtPublisher();
+
+  Snapshot const& snapshot();
+  Snapshot const* shown();
+  void closeReader();
+
+  bool turnSlices();
+  bool slice(Snapshot const& snapshot, LogState const& log);
+  bool tellSlice(Snapshot const& snapshot, LogState const& log);
+  void startComparison(LogState const& log);
+  bool compareSlice(Snapshot const& snapshot, LogState const& log);
+  bool followSlice(Snapshot const& snapshot, LogState const& log);
+  void announce(Snapshot const& snapshot, std::vector<Change> const& changes) const;
+  void announceInSync();
+
+  void loseEnvironment(EnvironmentException const& e);
+  void sayListenerFailed(std::string_view what);
+  void say(std::string situation, Mav::Severity severity, std::string const& text);
+
+  // Fixed after construction.
+  std::filesystem::path const runDir;
+  std::vector<Listener*> const listeners;
+  PathWatch paths;
+
+  // Changed on the activity's thread.
+  struct TurnSnapshot {
+    explicit TurnSnapshot(Reader const& reader) : snapshot(reader.snapshot()) {}
+    Snapshot const snapshot;
+  };
+  std::optional<Reader> reader;
+  std::optional<TurnSnapshot> turnSnapshot;  // of the reader
+  bool rangSince = false;                    // after the turn's snapshot was taken
+  State state = State::waiting;
+  std::optional<Comparison> comparison;
+  std::uint64_t instance = 0;
+  std::uint64_t position = 0;  // in the change log; all before has been announced
+  std::uint64_t inSyncAt = 0;  // a comparison that has ended is exact from this position on
+  bool logsTurn = false;       // comparison and change log take turns
+  bool pathChanged = false;
+  double nextLook = Mav::asap;
+  double notBefore = 0;  // no slice earlier: a listener has thrown
+  double backOff = backOffMin;
+  std::string situation;  // what the log was last told
+  std::string listenerFault;
+  bool publisherGone = false;
+  Mav::Timer turn;
+  Mav::Activity::TurnEnd turnEnd;
+  Mav::Activity::Watch watch;
+};
+
+Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
+                     std::vector<Listener*> heard)
+    : runDir(plainPath(path)),
+      listeners(std::move(heard)),
+      paths(runDir),
+      turn(activity.clock(), [this] { onTurn(); }),
+      turnEnd(activity, [this] { turnSnapshot.reset(); }) {
+  if (paths.fd() >= 0) watch = activity.watch(paths.fd(), EPOLLIN, [this](auto) { onNotice(); });
+  turn.timeMinIs(Mav::asap);
+}
+
+void Follower::Impl::onNotice() {
+  auto const events = paths.take();
+  pathChanged = pathChanged || events.pathChanged;
+  rangSince = turnSnapshot.has_value();
+  if (pathChanged) {
+    turn.timeMinIs(Mav::asap);
+  } else if (events.rang && reader) {
+    turn.timeMinIs(std::min(turn.timeMin(), notBefore));
+  }
+}
+
+void Follower::Impl::onTurn() {
+  bool more = false;
+  try {
+    if (pathChanged || Mav::now() >= nextLook) look();
+    if (publisherGone) lookAtPublisher();
+    if (reader && Mav::now() >= notBefore) more = turnSlices();
+    if (std::exchange(rangSince, false)) more = true;  // nothing of it was seen
+  } catch (EnvironmentException const& e) {
+    loseEnvironment(e);
+  }
+  double next = more ? Mav::asap : nextLook;
+  if (notBefore > Mav::now()) next = std::min(nextLook, notBefore);
+  turn.timeMinIs(next);
+}
+
+// The environment by its path, the publisher by its lock: what no ring tells.
+void Follower::Impl::look() {
+  nextLook = Mav::now() + lookInterval;
+  if (reader && !reader->current()) {
+    MAV_TRACE(traceHandle(), 1, runDir << ": the tables have been replaced");
+    closeReader();
+  }
+  bool const changed = std::exchange(pathChanged, false);
+  // Watched first, looked at then: what happens in between is announced.
+  if (!reader || changed) paths.arm();
+  if (!reader) open();
+  lookAtPublisher();
+}
+
+void Follower::Impl::open() {
+  reader.emplace(runDir);
+  backOff = backOffMin;
+}
+
+void Follower::Impl::closeReader() {
+  turnSnapshot.reset();
+  reader.reset();
+}
+
+Snapshot const& Follower::Impl::snapshot() {
+  if (!turnSnapshot) {
+    turnSnapshot.emplace(*reader);
+    turnEnd.ask();
+  }
+  return turnSnapshot->snapshot;
+}
+
+Snapshot const* Follower::Impl::shown() {
+  if (!reader) return nullptr;
+  try {
+    auto const& now = snapshot();
+    return now.log().complete ? &now : nullptr;
+  } catch (EnvironmentException const&) {
+    turn.timeMinIs(Mav::asap);  // to meet it too, and to do what there is to do
+    throw;
+  }
+}
+
+void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
+  closeReader();
+  state = State::waiting;
+  double delay = lookInterval;
+  if (e.reason() == Reason::busy) {
+    delay = std::exchange(backOff, std::min(2 * backOff, lookInterval));
+  }
+  nextLook = Mav::now() + delay;
+  bool const alike = e.reason() != Reason::other;
+  say(alike ? std::to_string(static_cast<int>(e.reason())) : e.what(), Mav::Severity::warning,
+      e.what());
+}
+
+void Follower::Impl::lookAtPublisher() {
+  std::optional<PublisherInfo> publisher;
+  try {
+    publisher = publisherInfo(runDir);
+  } catch (EnvironmentException const& e) {
+    MAV_TRACE(traceHandle(), 1, e.what());  // the tables may well be readable
+  }
+  if (!publisher || publisher->alive != publisherGone) return;
+  publisherGone = !publisher->alive;
+  if (publisherGone) {
+    Mav::log(Mav::Severity::warning,
+             fmt::format("{}: publisher {} has gone; serving the last known state, {:.0f} s old",
+                         runDir.string(), nameOf(*publisher),
+                         std::max(0.0, secondsSinceEpoch() - publisher->seenAt)));
+  } else {
+    Mav::log(Mav::Severity::notice,
+             fmt::format("{}: publisher {} is back", runDir.string(), nameOf(*publisher)));
+  }
+}
+
+bool Follower::Impl::turnSlices() {
+  double const deadline = Mav::now() + turnQuantum;
+  auto const& now = snapshot();
+  auto const log = now.log();
+  if (!log.complete) {
+    say("incomplete", Mav::Severity::notice,
+        runDir.string() + ": new tables; waiting until the publisher has filled them");
+    state = State::waiting;
+    return false;  // its commits ring
+  }
+  bool more = true;
+  while (more && notBefore <= Mav::now()) {
+    more = slice(now, log);
+    if (Mav::now() >= deadline) break;
+  }
+  return more;
+}
+
+bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
+  bool const behind = log.instance != instance || position < log.first || position > log.next;
+  if (behind) startComparison(log);
+  if (!behind && !comparison && state == State::waiting) inSyncAt = log.next;
+  if (state == State::waiting) state = State::comparing;
+  try {
+    return tellSlice(snapshot, log);
+  } catch (EnvironmentException const&) {
+    throw;
+  } catch (std::exception const& e) {
+    sayListenerFailed(e.what());
+  } catch (...) {
+    sayListenerFailed("unknown exception");
+  }
+  notBefore = Mav::now() + listenerPause;
+  return true;
+}
+
+bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
+  logsTurn = !comparison || (!logsTurn && position != log.next);
+  bool const more = logsTurn ? followSlice(snapshot, log) : compareSlice(snapshot, log);
+  if (state == State::comparing && !comparison && position >= inSyncAt) announceInSync();
+  listenerFault.clear();
+  return more || state == State::comparing;
+}
+
+void Follower::Impl::startComparison(LogState const& log) {
+  MAV_TRACE(traceHandle(), 1, runDir << ": comparing everything, change log at " << log.next);
+  instance = log.instance;
+  position = log.next;
+  comparison.emplace(listeners);
+  state = State::comparing;
+}
+
+bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log) {
+  std::vector<Change> changes;
+  changes.reserve(sliceMax);
+  Comparison after = *comparison;
+  after.take(snapshot, sliceMax, changes);
+  announce(snapshot, changes);
+  comparison = std::move(after);  // not before all listeners have taken the slice
+  if (comparison->ended()) {
+    comparison.reset();
+    inSyncAt = log.next;
+  }
+  return position != log.next;
+}
+
+bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) {
+  if (position == log.next) return false;
+  std::vector<Change> changes;
+  absl::flat_hash_set<std::pair<TableId, std::string_view>> seen;
+  changes.reserve(sliceMax);
+  seen.reserve(sliceMax);
+  auto const next = snapshot.scanLog(position, sliceMax, [&](TableId table, std::string_view key) {
+    if (!seen.emplace(table, key).second) return true;
+    changes.push_back({table, std::string(key)});
+    return std::none_of(listeners.begin(), listeners.end(),
+                        [table](auto const* listener) { return listener->isHeavy(table); });
+  });
+  announce(snapshot, changes);
+  position = next;
+  return position != log.next;
+}
+
+void Follower::Impl::announce(Snapshot const& snapshot, std::vector<Change> const& changes) const {
+  for (auto* const listener : listeners) {
+    auto const isHeard = [&](Change const& change) { return hears(*listener, change.table); };
+    if (std::all_of(changes.begin(), changes.end(), isHeard)) {
+      if (!changes.empty()) listener->onChanges(snapshot, changes);
+      continue;
+    }
+    std::vector<Change> heard;
+    std::copy_if(changes.begin(), changes.end(), std::back_inserter(heard), isHeard);
+    if (!heard.empty()) listener->onChanges(snapshot, heard);
+  }
+}
+
+void Follower::Impl::announceInSync() {
+  for (auto* const listener : listeners) listener->onInSync();
+  state = State::following;
+  say("in sync", Mav::Severity::notice, runDir.string() + ": in sync with the publisher's tables");
+}
+
+void Follower::Impl::sayListenerFailed(std::string_view what) {
+  if (listenerFault == what) return;
+  listenerFault = what;
+  Mav::log(Mav::Severity::error,
+           fmt::format("{}: a change could not be taken over: {}; it is tried again",
+                       runDir.string(), what));
+}
+
+// One line for a change of the situation, none for a repetition.
+void Follower::Impl::say(std::string now, Mav::Severity severity, std::string const& text) {
+  if (situation == now) return;
+  situation = std::move(now);
+  Mav::log(severity, text);
+}
+
+Follower::Follower(Mav::Activity& activity, std::filesystem::path runDir,
+                   std::vector<Listener*> listeners)
+    : impl_(std::make_unique<Impl>(activity, runDir, std::move(listeners))) {}
+
+Follower::~Follower() = default;
+
+Follower::State Follower::state() const { return impl_->state; }
+
+Snapshot const* Follower::snapshot() const { return impl_->shown(); }
+
+}  // namespace Pondo

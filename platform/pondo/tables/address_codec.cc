@@ -1,0 +1,157 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "platform/mav/exception.h"
+#include "platform/pondo/tables/codec.h"
+#include "platform/pondo/tables/format.h"
+#include "platform/pondo/tables/layout_bytes.h"
+
+namespace Pondo {
+namespace {
+
+// A name has no NUL, so the byte after it sorts before all that a longer name goes on with.
+constexpr char nameEnd = '\0';
+
+// IFNAMSIZ - 1: what is made of a name has to fit a Dovel::IntfId too.
+constexpr std::size_t nameMax = 15;
+
+struct LinkAndRest {
+  Dovel::IntfId link;
+  std::string_view rest;
+};
+
+std::optional<LinkAndRest> takeLink(std::string_view bytes) {
+  auto const end = bytes.find(nameEnd);
+  if (end == bytes.npos || end > nameMax) return std::nullopt;
+  auto const link = decodeKey<LinkTable>(bytes.substr(0, end));
+  if (!link) return std::nullopt;
+  return LinkAndRest{*link, bytes.substr(end + 1)};
+}
+
+template <class Addr>
+void append(std::string& bytes, Addr const& addr) {
+  bytes += toBytes(addr.octets());
+}
+
+template <class Addr>
+Addr addressAt(std::string_view bytes, std::size_t offset) {
+  using Octets = typename Addr::Octets;
+  return Addr(*fromBytes<Octets>(bytes.substr(offset, sizeof(Octets))));
+}
+
+template <class Addr>
+void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length) {
+  if (link.name().size() > nameMax) {
+    throw Mav::RangeException(
+        fmt::format("interface name '{}' is longer than {} characters", link.name(), nameMax));
+  }
+  if (local.isUnspecified()) {
+    throw Mav::RangeException(fmt::format("{} is no interface's address", local.stringValue()));
+  }
+  Dovel::checkedLength(length, Addr::bits);
+}
+
+}  // namespace
+
+std::string addressKeysOf(Dovel::IntfId const& link) {
+  return encodeKey<LinkTable>(link) + nameEnd;
+}
+
+template <>
+std::string encodeKey<Address4Table>(Address4Table::Key const& key) {
+  checkAddress(key.link, key.local, key.length);
+  auto bytes = addressKeysOf(key.link);
+  append(bytes, key.local);
+  bytes += static_cast<char>(key.length);
+  append(bytes, key.peer);
+  return bytes;
+}
+
+template <>
+std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view bytes) {
+  auto const parts = takeLink(bytes);
+  if (!parts || parts->rest.size() != 9) return std::nullopt;
+  Address4Table::Key const key{parts->link, addressAt<Dovel::IpAddr>(parts->rest, 0),
+                               static_cast<std::uint8_t>(parts->rest[4]),
+                               addressAt<Dovel::IpAddr>(parts->rest, 5)};
+  if (key.local.isUnspecified() || key.length > Dovel::IpAddr::bits) return std::nullopt;
+  return key;
+}
+
+template <>
+std::string encodeRecord<Address4Table>(Address4Table::Record const& record) {
+  Format::Address4Record layout;
+  auto const label = record.label.name();
+  if (label.size() >= layout.label.size()) {
+    throw Mav::RangeException(fmt::format("address label '{}' is longer than {} characters", label,
+                                          layout.label.size() - 1));
+  }
+  if (record.secondary) layout.flags |= Format::address4Secondary;
+  std::copy(label.begin(), label.end(), layout.label.begin());
+  return toBytes(layout);
+}
+
+template <>
+std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_view bytes) {
+  auto const layout = fromBytes<Format::Address4Record>(bytes);
+  if (!layout || layout->version != Format::address4Version ||
+      (layout->flags & ~unsigned{Format::address4Secondary}) != 0 || layout->zero != 0) {
+    return std::nullopt;
+  }
+  auto const label = paddedName(layout->label);
+  if (!label) return std::nullopt;
+  return Address4Table::Record{
+      .label = Dovel::IntfId(*label),
+      .secondary = (layout->flags & Format::address4Secondary) != 0,
+  };
+}
+
+template <>
+std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
+  checkAddress(key.link, key.local, 0);
+  auto bytes = addressKeysOf(key.link);
+  append(bytes, key.local);
+  return bytes;
+}
+
+template <>
+std::optional<Address6Table::Key> decodeKey<Address6Table>(std::string_view bytes) {
+  auto const parts = takeLink(bytes);
+  if (!parts || parts->rest.size() != sizeof(Dovel::Ip6Addr::Octets)) return std::nullopt;
+  Address6Table::Key const key{parts->link, addressAt<Dovel::Ip6Addr>(parts->rest, 0)};
+  if (key.local.isUnspecified()) return std::nullopt;
+  return key;
+}
+
+template <>
+std::string encodeRecord<Address6Table>(Address6Table::Record const& record) {
+  Format::Address6Record layout;
+  layout.length =
+      static_cast<std::uint8_t>(Dovel::checkedLength(record.length, Dovel::Ip6Addr::bits));
+  if (record.tentative) layout.flags |= Format::address6Tentative;
+  if (record.dadFailed) layout.flags |= Format::address6DadFailed;
+  if (record.deprecated) layout.flags |= Format::address6Deprecated;
+  layout.peer = record.peer.octets();
+  return toBytes(layout);
+}
+
+template <>
+std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes) {
+  constexpr unsigned known =
+      Format::address6Tentative | Format::address6DadFailed | Format::address6Deprecated;
+  auto const layout = fromBytes<Format::Address6Record>(bytes);
+  if (!layout || layout->version != Format::address6Version || (layout->flags & ~known) != 0 ||
+      layout->length > Dovel::Ip6Addr::bits || layout->zero != 0) {
+    return std::nullopt;
+  }
+  return Address6Table::Record{
+      .length = layout->length,
+      .peer = Dovel::Ip6Addr(layout->peer),
+      .tentative = (layout->flags & Format::address6Tentative) != 0,
+      .dadFailed = (layout->flags & Format::address6DadFailed) != 0,
+      .deprecated = (layout->flags & Format::address6Deprecated) != 0,
+  };
+}
+
+}  // namespace Pondo

@@ -1,0 +1,91 @@
+#include "platform/pondo/tables/codec.h"
+
+#include <fmt/format.h>
+
+#include "platform/mav/exception.h"
+#include "platform/pondo/tables/format.h"
+#include "platform/pondo/tables/layout_bytes.h"
+
+namespace Pondo {
+namespace {
+
+bool isFamily(std::uint8_t number) {
+  return number == static_cast<std::uint8_t>(Family::ipv4) ||
+         number == static_cast<std::uint8_t>(Family::ipv6);
+}
+
+}  // namespace
+
+template <>
+std::string encodeKey<ForwardingTable>(Family const& key) {
+  auto const number = static_cast<std::uint8_t>(key);
+  if (!isFamily(number)) throw Mav::RangeException(fmt::format("no IP version {}", number));
+  return std::string(1, static_cast<char>(number));
+}
+
+template <>
+std::optional<Family> decodeKey<ForwardingTable>(std::string_view bytes) {
+  if (bytes.size() != 1) return std::nullopt;
+  auto const number = static_cast<std::uint8_t>(bytes[0]);
+  if (!isFamily(number)) return std::nullopt;
+  return static_cast<Family>(number);
+}
+
+template <>
+std::string encodeRecord<ForwardingTable>(ForwardingTable::Record const& record) {
+  Format::ForwardingRecord layout;
+  layout.routing = record.routing ? 1 : 0;
+  return toBytes(layout);
+}
+
+template <>
+std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(std::string_view bytes) {
+  auto const layout = fromBytes<Format::ForwardingRecord>(bytes);
+  if (!layout || layout->version != Format::forwardingVersion || layout->routing > 1 ||
+      layout->zero != 0) {
+    return std::nullopt;
+  }
+  return ForwardingTable::Record{.routing = layout->routing == 1};
+}
+
+template <>
+std::string encodeKey<LinkTable>(Dovel::IntfId const& key) {
+  if (key.empty()) throw Mav::RangeException("a link needs a name");
+  return key.stringValue();
+}
+
+template <>
+std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes) {
+  if (bytes.empty() || bytes.size() > Dovel::IntfId::sizeMax ||
+      bytes.find('\0') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  return Dovel::IntfId(bytes);
+}
+
+template <>
+std::string encodeRecord<LinkTable>(LinkTable::Record const& record) {
+  if (record.ifIndex < 1) {
+    throw Mav::RangeException(fmt::format("link ifIndex {} is not 1 or more", record.ifIndex));
+  }
+  Format::LinkRecord layout;
+  if (record.adminUp) layout.flags |= Format::linkAdminUp;
+  if (record.operUp) layout.flags |= Format::linkOperUp;
+  layout.ifIndex = record.ifIndex;
+  return toBytes(layout);
+}
+
+template <>
+std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes) {
+  constexpr unsigned known = Format::linkAdminUp | Format::linkOperUp;
+  auto const layout = fromBytes<Format::LinkRecord>(bytes);
+  if (!layout || layout->version != Format::linkVersion || (layout->flags & ~known) != 0 ||
+      layout->zero != 0 || layout->ifIndex < 1) {
+    return std::nullopt;
+  }
+  return LinkTable::Record{.ifIndex = layout->ifIndex,
+                           .adminUp = (layout->flags & Format::linkAdminUp) != 0,
+                           .operUp = (layout->flags & Format::linkOperUp) != 0};
+}
+
+}  // namespace Pondo

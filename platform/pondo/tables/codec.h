@@ -1,0 +1,87 @@
+#pragma once
+// Keys and records to bytes and back. The layouts themselves are in format.h. Key bytes sort as
+// the keys do. Decoding checks everything (version, length, enumerations, ranges, zero padding)
+// and yields nothing for what is not well-formed;
+// encoding throws Mav::RangeException for what readers would refuse.
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/pondo/tables/format.h"
+#include "platform/pondo/tables/tables.h"
+
+namespace Pondo {
+
+template <class Table>
+std::string encodeKey(typename Table::Key const& key);
+template <class Table>
+std::optional<typename Table::Key> decodeKey(std::string_view bytes);
+template <class Table>
+std::string encodeRecord(typename Table::Record const& record);
+template <class Table>
+std::optional<typename Table::Record> decodeRecord(std::string_view bytes);
+
+template <>
+std::string encodeKey<ForwardingTable>(Family const& key);
+template <>
+std::optional<Family> decodeKey<ForwardingTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<ForwardingTable>(ForwardingTable::Record const& record);
+template <>
+std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(std::string_view bytes);
+
+template <>
+std::string encodeKey<LinkTable>(Dovel::IntfId const& key);
+template <>
+std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<LinkTable>(LinkTable::Record const& record);
+template <>
+std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes);
+
+template <>
+std::string encodeKey<Address4Table>(Address4Table::Key const& key);
+template <>
+std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Address4Table>(Address4Table::Record const& record);
+template <>
+std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_view bytes);
+
+template <>
+std::string encodeKey<Address6Table>(Address6Table::Key const& key);
+template <>
+std::optional<Address6Table::Key> decodeKey<Address6Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Address6Table>(Address6Table::Record const& record);
+template <>
+std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes);
+
+template <>
+std::string encodeKey<RouteTable>(Dovel::Prefix const& key);
+template <>
+std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<RouteTable>(Fib::Route const& record);
+template <>
+std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes);
+
+template <>
+std::string encodeKey<FecTable>(Fib::FecId const& key);
+template <>
+std::optional<Fib::FecId> decodeKey<FecTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<FecTable>(Fib::Fec const& record);
+template <>
+std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes);
+
+/// As encodeKey and encodeRecord, without an allocation: there are a million routes.
+std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix);
+std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route);
+
+/// What the keys of all addresses of a link begin with, in both tables, and no other key does.
+std::string addressKeysOf(Dovel::IntfId const& link);
+
+}  // namespace Pondo

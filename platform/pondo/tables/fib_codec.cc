@@ -1,0 +1,165 @@
+#include <algorithm>
+#include <bit>
+#include <iterator>
+
+#include <fmt/format.h>
+
+#include "platform/mav/exception.h"
+#include "platform/pondo/tables/codec.h"
+#include "platform/pondo/tables/layout_bytes.h"
+
+namespace Pondo {
+namespace {
+
+constexpr auto const& routeTypes = Routing::Fib::RouteTypeEnumerators;
+
+constexpr bool areNumberedInOrder() {
+  std::int32_t next = 0;
+  for (auto const& type : routeTypes) {
+    if (type.value != next++) return false;
+  }
+  return true;
+}
+static_assert(areNumberedInOrder());
+
+bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); }
+
+// The reader's rule; the writer refuses what it forbids.
+bool leadsSomewhere(Fib::Via const& via) {
+  return via.intfId.empty() ? via.ifIndex == 0 && !via.nextHop.isUnspecified() : via.ifIndex >= 1;
+}
+
+Format::FecVia layoutOf(Fib::Via const& via) {
+  auto const name = via.intfId.name();
+  Format::FecVia layout;
+  if (name.size() >= layout.intfName.size()) {
+    throw Mav::RangeException(fmt::format("interface name '{}' is longer than {} characters", name,
+                                          layout.intfName.size() - 1));
+  }
+  if (!leadsSomewhere(via)) {
+    throw Mav::RangeException(fmt::format("via of next hop {}, interface '{}', ifIndex {} is none",
+                                          via.nextHop.stringValue(), name, via.ifIndex));
+  }
+  layout.nextHop = via.nextHop.octets();
+  layout.ifIndex = via.ifIndex;
+  std::copy(name.begin(), name.end(), layout.intfName.begin());
+  return layout;
+}
+
+std::optional<Fib::Via> viaOf(Format::FecVia const& layout) {
+  auto const name = paddedName(layout.intfName);
+  if (!name) return std::nullopt;
+  Fib::Via via{Dovel::IpAddr(layout.nextHop), Dovel::IntfId(*name), layout.ifIndex};
+  if (!leadsSomewhere(via)) return std::nullopt;
+  return via;
+}
+
+}  // namespace
+
+std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix) {
+  auto const octets = prefix.address().octets();
+  std::array<char, Format::routeKeySize> bytes{};
+  std::copy(octets.begin(), octets.end(), bytes.begin());
+  bytes.back() = static_cast<char>(prefix.length());
+  return bytes;
+}
+
+std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route) {
+  auto const type = static_cast<std::uint32_t>(route.routeType);
+  if (!isRouteType(type)) throw Mav::RangeException(fmt::format("no route type {}", type));
+  Format::RouteRecord layout;
+  layout.preference = route.preference.value();
+  layout.routeType = static_cast<std::uint16_t>(type);
+  layout.metric = route.metric.value();
+  layout.fecId = route.fecId.value();
+  return std::bit_cast<std::array<char, sizeof layout>>(layout);
+}
+
+template <>
+std::string encodeKey<RouteTable>(Dovel::Prefix const& key) {
+  return toBytes(routeKeyBytes(key));
+}
+
+template <>
+std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes) {
+  auto const layout = fromBytes<std::array<std::uint8_t, Format::routeKeySize>>(bytes);
+  if (!layout) return std::nullopt;
+  Dovel::IpAddr const address({(*layout)[0], (*layout)[1], (*layout)[2], (*layout)[3]});
+  unsigned const length = layout->back();
+  if (length > Dovel::IpAddr::bits || address.masked(length) != address) return std::nullopt;
+  return Dovel::Prefix(address, length);
+}
+
+template <>
+std::string encodeRecord<RouteTable>(Fib::Route const& record) {
+  return toBytes(routeRecordBytes(record));
+}
+
+template <>
+std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes) {
+  auto const layout = fromBytes<Format::RouteRecord>(bytes);
+  if (!layout || layout->version != Format::routeVersion || !isRouteType(layout->routeType)) {
+    return std::nullopt;
+  }
+  return Fib::Route{
+      .fecId = Fib::FecId(layout->fecId),
+      .metric = Routing::RouteMetric(layout->metric),
+      .preference = Routing::RoutePreference(layout->preference),
+      .routeType = static_cast<Routing::Fib::RouteType>(layout->routeType),
+  };
+}
+
+template <>
+std::string encodeKey<FecTable>(Fib::FecId const& key) {
+  if (!key) throw Mav::RangeException("a fec needs an id other than 0");
+  std::string bytes(Format::fecKeySize, '\0');
+  auto rest = key.value();
+  for (auto at = bytes.rbegin(); at != bytes.rend(); ++at, rest >>= 8U) {
+    *at = static_cast<char>(rest);
+  }
+  return bytes;
+}
+
+template <>
+std::optional<Fib::FecId> decodeKey<FecTable>(std::string_view bytes) {
+  if (bytes.size() != Format::fecKeySize) return std::nullopt;
+  std::uint64_t id = 0;
+  for (char const c : bytes) id = id << 8U | static_cast<unsigned char>(c);
+  if (id == 0) return std::nullopt;
+  return Fib::FecId(id);
+}
+
+template <>
+std::string encodeRecord<FecTable>(Fib::Fec const& record) {
+  auto const count = record.vias.size();
+  if (count < 1 || count > Fib::viasMax) {
+    throw Mav::RangeException(fmt::format("a fec of {} vias; 1 to {} are", count, Fib::viasMax));
+  }
+  Format::FecRecord layout;
+  layout.viaCount = static_cast<std::uint16_t>(count);
+  auto bytes = toBytes(layout);
+  bytes.reserve(sizeof layout + count * sizeof(Format::FecVia));
+  for (auto const& via : record.vias) bytes += toBytes(layoutOf(via));
+  return bytes;
+}
+
+template <>
+std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes) {
+  auto const layout = fromBytes<Format::FecRecord>(bytes.substr(0, sizeof(Format::FecRecord)));
+  if (!layout || layout->version != Format::fecVersion || layout->zero != 0 || layout->zeros != 0 ||
+      layout->viaCount < 1 || layout->viaCount > Fib::viasMax) {
+    return std::nullopt;
+  }
+  bytes.remove_prefix(sizeof *layout);
+  if (bytes.size() != layout->viaCount * sizeof(Format::FecVia)) return std::nullopt;
+  Fib::Fec fec;
+  fec.vias.reserve(layout->viaCount);
+  for (; !bytes.empty(); bytes.remove_prefix(sizeof(Format::FecVia))) {
+    auto const via = viaOf(*fromBytes<Format::FecVia>(bytes.substr(0, sizeof(Format::FecVia))));
+    if (!via) return std::nullopt;
+    fec.vias.push_back(*via);
+  }
+  return fec;
+}
+
+}  // namespace Pondo

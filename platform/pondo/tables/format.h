@@ -1,0 +1,202 @@
+#pragma once
+// The format of the shared tables: everything that publisher and readers must agree on.
+//
+// Schema version. `schemaVersion` changes with every change of this header that a reader could
+// see: a field, a width, an order, a value's meaning, a table more or less. There is no migration:
+// a publisher that finds another version makes the tables anew from the kernel, and a reader that
+// finds another version waits until both are of one version. Only three things never change: the
+// table "meta", its key "environment", and the first eight bytes of its record.
+//
+// One LMDB environment, one named table per kind of record, no duplicates (no MDB_DUPSORT):
+//
+//   table        key                                     record
+//   meta         "environment"                           MetaRecord
+//   log          sequence, u64 big endian                u8 table id, then the key that changed;
+//                                                        none before the tables are complete
+//   forwarding   u8 family (4, 6)                        ForwardingRecord
+//   link         interface name, 1 to 31 bytes, no NUL   LinkRecord
+//   address4     name of 1 to 15 bytes, NUL, address (4),     Address4Record
+//                u8 prefix length, peer (4)
+//   address6     name of 1 to 15 bytes, NUL, address (16)      Address6Record
+//   route        address (4), u8 prefix length           RouteRecord
+//   fec          id, u64 big endian                      FecRecord, then its vias: FecVia each
+//
+// Addresses are in network order, in keys and records.
+//
+// Keys compare as bytes (memcmp, then length), and every key encoding sorts as the keys do.
+// A key has at most 511 bytes (LMDB's limit).
+//
+// Caveats.
+// - Records are in the machine's own byte order, as LMDB's pages are: an environment is never
+//   moved between machines. Values in the map are not aligned: copy them out (memcpy).
+// - LMDB's lock file knows readers by process id. Publisher and readers in different PID
+//   namespaces work as long as no two of them have the same id; a container that reads the tables
+//   should share the host's PID namespace.
+// - POSIX locks belong to a process: closing any descriptor of lock.mdb drops them all. Nobody may
+//   open lock.mdb beside LMDB, nor the same environment twice in one process (Reader and Writer
+//   refuse). Nor may an environment be used across fork().
+// - A reader without a slot in the lock table is not protected from page reuse. That happens
+//   silently on a read-only mount; Reader refuses to read then.
+// - data.mdb is made sparse to the size of the map, so that no page below the last used one ever
+//   lies beyond the end of the file: a shorter file has been truncated.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <type_traits>
+
+#include "platform/pondo/tables/tables.h"
+
+namespace Pondo::Format {
+
+inline constexpr std::uint32_t schemaVersion = 3;
+
+inline constexpr char const* tablesDirectory = "tables";
+inline constexpr char const* dataFile = "data.mdb";
+inline constexpr char const* lockFile = "lock.mdb";
+/// Eight bytes, the last generation; rewritten after every commit. Only the write matters.
+inline constexpr char const* doorbellFile = "doorbell";
+inline constexpr char const* publisherLockFile = "publisher.lock";
+
+inline constexpr char const* metaTable = "meta";
+inline constexpr std::string_view metaKey = "environment";
+inline constexpr char const* logTable = "log";
+
+inline constexpr std::array<TableId, 6> tableIds{TableId::forwarding, TableId::link,
+                                                 TableId::address4,   TableId::address6,
+                                                 TableId::route,      TableId::fec};
+/// Greater than every TableId, those to come included.
+inline constexpr std::size_t tableIdEnd = 16;
+
+constexpr bool isTable(std::uint8_t id) {
+  for (auto const known : tableIds) {
+    if (static_cast<std::uint8_t>(known) == id) return true;
+  }
+  return false;
+}
+
+/// LMDB's name of a table (NUL-terminated).
+constexpr std::string_view tableName(TableId id) {
+  switch (id) {
+    case TableId::forwarding:
+      return ForwardingTable::name;
+    case TableId::link:
+      return LinkTable::name;
+    case TableId::address4:
+      return Address4Table::name;
+    case TableId::address6:
+      return Address6Table::name;
+    case TableId::route:
+      return RouteTable::name;
+    case TableId::fec:
+      return FecTable::name;
+  }
+  return {};
+}
+
+/// "OVOT" in memory order on a little-endian machine; a machine of the other order refuses it.
+inline constexpr std::uint32_t metaMagic = 0x544F564FU;
+
+struct MetaRecord {
+  std::uint32_t magic = metaMagic;
+  std::uint32_t schema = schemaVersion;
+  std::uint64_t instance = 0;    // random, drawn when the tables are made anew
+  std::uint64_t generation = 0;  // counts commits that changed something
+  std::uint64_t logFirst = 0;    // sequence of the oldest entry of the change log
+  std::uint64_t logNext = 0;     // sequence that the next entry will have
+  std::uint64_t complete = 0;    // 0 until the publisher has filled new tables, then 1
+};
+static_assert(std::is_trivially_copyable_v<MetaRecord> && sizeof(MetaRecord) == 48);
+static_assert(offsetof(MetaRecord, schema) == 4 && offsetof(MetaRecord, instance) == 8 &&
+              offsetof(MetaRecord, generation) == 16 && offsetof(MetaRecord, logFirst) == 24 &&
+              offsetof(MetaRecord, logNext) == 32 && offsetof(MetaRecord, complete) == 40);
+
+inline constexpr std::uint8_t forwardingVersion = 1;
+struct ForwardingRecord {
+  std::uint8_t version = forwardingVersion;
+  std::uint8_t routing = 0;  // 0 or 1
+  std::uint16_t zero = 0;
+};
+static_assert(std::is_trivially_copyable_v<ForwardingRecord> && sizeof(ForwardingRecord) == 4);
+static_assert(offsetof(ForwardingRecord, routing) == 1 && offsetof(ForwardingRecord, zero) == 2);
+
+inline constexpr std::uint8_t linkVersion = 1;
+inline constexpr std::uint8_t linkAdminUp = 0x01;  // IFF_UP
+inline constexpr std::uint8_t linkOperUp = 0x02;   // IFF_UP and IFF_RUNNING
+struct LinkRecord {
+  std::uint8_t version = linkVersion;
+  std::uint8_t flags = 0;  // linkAdminUp, linkOperUp; the rest 0
+  std::uint16_t zero = 0;
+  std::int32_t ifIndex = 0;  // 1 or more
+};
+static_assert(std::is_trivially_copyable_v<LinkRecord> && sizeof(LinkRecord) == 8);
+static_assert(offsetof(LinkRecord, flags) == 1 && offsetof(LinkRecord, zero) == 2 &&
+              offsetof(LinkRecord, ifIndex) == 4);
+
+inline constexpr std::uint8_t address4Version = 1;
+inline constexpr std::uint8_t address4Secondary = 0x01;  // IFA_F_SECONDARY
+inline constexpr std::size_t labelSize = 16;
+struct Address4Record {
+  std::uint8_t version = address4Version;
+  std::uint8_t flags = 0;  // address4Secondary; the rest 0
+  std::uint16_t zero = 0;
+  std::array<char, labelSize> label{};  // padded with NUL, at least one
+};
+static_assert(std::is_trivially_copyable_v<Address4Record> && sizeof(Address4Record) == 20);
+static_assert(offsetof(Address4Record, flags) == 1 && offsetof(Address4Record, zero) == 2 &&
+              offsetof(Address4Record, label) == 4);
+
+inline constexpr std::uint8_t address6Version = 1;
+inline constexpr std::uint8_t address6Tentative = 0x01;   // IFA_F_TENTATIVE
+inline constexpr std::uint8_t address6DadFailed = 0x02;   // IFA_F_DADFAILED
+inline constexpr std::uint8_t address6Deprecated = 0x04;  // IFA_F_DEPRECATED
+struct Address6Record {
+  std::uint8_t version = address6Version;
+  std::uint8_t flags = 0;   // address6Tentative, address6DadFailed, address6Deprecated; the rest 0
+  std::uint8_t length = 0;  // of the prefix, 0 to 128
+  std::uint8_t zero = 0;
+  std::array<std::uint8_t, 16> peer{};
+};
+static_assert(std::is_trivially_copyable_v<Address6Record> && sizeof(Address6Record) == 20);
+static_assert(offsetof(Address6Record, flags) == 1 && offsetof(Address6Record, length) == 2 &&
+              offsetof(Address6Record, zero) == 3 && offsetof(Address6Record, peer) == 4);
+
+inline constexpr std::size_t routeKeySize = 5;
+inline constexpr std::uint8_t routeVersion = 1;
+struct RouteRecord {
+  std::uint8_t version = routeVersion;
+  std::uint8_t preference = 0;
+  std::uint16_t routeType = 0;  // of Routing::Fib::RouteType
+  std::uint32_t metric = 0;
+  std::uint64_t fecId = 0;  // 0: none
+};
+static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 16);
+static_assert(offsetof(RouteRecord, preference) == 1 && offsetof(RouteRecord, routeType) == 2 &&
+              offsetof(RouteRecord, metric) == 4 && offsetof(RouteRecord, fecId) == 8);
+
+inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
+inline constexpr std::uint8_t fecVersion = 1;
+struct FecRecord {
+  std::uint8_t version = fecVersion;
+  std::uint8_t zero = 0;
+  std::uint16_t viaCount = 0;  // 1 to Fib::viasMax
+  std::uint32_t zeros = 0;
+};
+static_assert(std::is_trivially_copyable_v<FecRecord> && sizeof(FecRecord) == 8);
+static_assert(offsetof(FecRecord, zero) == 1 && offsetof(FecRecord, viaCount) == 2 &&
+              offsetof(FecRecord, zeros) == 4);
+
+/// Has a next hop, a name or both.
+struct FecVia {
+  std::array<std::uint8_t, 4> nextHop{};
+  std::int32_t ifIndex = 0;                // 1 or more with a name, 0 without
+  std::array<char, labelSize> intfName{};  // padded with NUL, at least one
+};
+static_assert(std::is_trivially_copyable_v<FecVia> && sizeof(FecVia) == 24);
+static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8);
+
+inline constexpr std::size_t sequenceSize = 8;
+inline constexpr std::size_t keyMax = 511;
+
+}  // namespace Pondo::Format

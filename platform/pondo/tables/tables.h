@@ -1,0 +1,114 @@
+#pragma once
+// The kinds of record that a publisher shares with its readers. Each table struct names its id, its
+// LMDB name, its key and its record; format.h says how they lie in memory. Both are plain values
+// on either side of the border.
+//
+// A record that cannot be decoded (version, lengths, ranges) is nothing: readers skip and count it.
+
+#include <compare>
+#include <cstdint>
+#include <string_view>
+
+#include "platform/dovel/intf_id.h"
+#include "platform/dovel/ip6_addr.h"
+#include "platform/dovel/ip_addr.h"
+#include "platform/dovel/prefix.h"
+#include "platform/pondo/tables/fib_values.h"
+
+namespace Pondo {
+
+enum class TableId : std::uint8_t {
+  forwarding = 1,
+  link = 2,
+  address4 = 3,
+  address6 = 4,
+  // 5 neighbour: reserved for a table to come
+  route = 6,
+  fec = 7,
+};
+
+enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
+
+/// Whether the host forwards packets between all its interfaces, by IP version. A version that the
+/// kernel lacks has no record.
+struct ForwardingTable {
+  static constexpr TableId id = TableId::forwarding;
+  static constexpr std::string_view name = "forwarding";
+  using Key = Family;
+  struct Record {
+    bool routing = false;
+    bool operator==(Record const&) const = default;
+  };
+};
+
+/// The host's interfaces, by name.
+struct LinkTable {
+  static constexpr TableId id = TableId::link;
+  static constexpr std::string_view name = "link";
+  using Key = Dovel::IntfId;
+  struct Record {
+    std::int32_t ifIndex = 0;  // 1 or more
+    bool adminUp = false;      // IFF_UP
+    bool operUp = false;       // IFF_UP and IFF_RUNNING
+    bool operator==(Record const&) const = default;
+  };
+};
+
+/// The IPv4 addresses of the host's interfaces. The kernel tells them apart by interface, address,
+/// mask and the network of the peer (net/ipv4/devinet.c, __inet_insert_ifa): an interface may have
+/// an address with several lengths, and with several peers.
+struct Address4Table {
+  static constexpr TableId id = TableId::address4;
+  static constexpr std::string_view name = "address4";
+  struct Key {
+    Dovel::IntfId link;       // at most 15 characters
+    Dovel::IpAddr local;      // not 0.0.0.0
+    std::uint8_t length = 0;  // of the prefix, 0 to 32
+    Dovel::IpAddr peer;       // the other end of the link; `local` where there is none
+    auto operator<=>(Key const&) const = default;
+  };
+  struct Record {
+    Dovel::IntfId label;  // at most 15 characters; mostly the link's name; may be empty
+    bool secondary = false;
+    bool operator==(Record const&) const = default;
+  };
+};
+
+/// The IPv6 addresses of the host's interfaces. An interface has an address once, with one length
+/// (net/ipv6/addrconf.c, ipv6_add_addr_hash).
+struct Address6Table {
+  static constexpr TableId id = TableId::address6;
+  static constexpr std::string_view name = "address6";
+  struct Key {
+    Dovel::IntfId link;    // at most 15 characters
+    Dovel::Ip6Addr local;  // not ::
+    auto operator<=>(Key const&) const = default;
+  };
+  struct Record {
+    std::uint8_t length = 0;  // of the prefix, 0 to 128
+    Dovel::Ip6Addr peer;      // the other end of the link; the address itself where there is none
+    bool tentative = false;   // not yet known to be unique (RFC 4862 section 5.4)
+    bool dadFailed = false;   // known not to be unique
+    bool deprecated = false;  // RFC 4862 section 5.5.4
+    bool operator==(Record const&) const = default;
+  };
+};
+
+/// The IPv4 unicast routes of the main table, one a prefix: of several metrics the lowest.
+struct RouteTable {
+  static constexpr TableId id = TableId::route;
+  static constexpr std::string_view name = "route";
+  using Key = Dovel::Prefix;
+  using Record = Fib::Route;
+};
+
+/// The sets of next hops that routes share. A route's fec is written no later than the route, in
+/// the same commit or an earlier one, and removed no earlier.
+struct FecTable {
+  static constexpr TableId id = TableId::fec;
+  static constexpr std::string_view name = "fec";
+  using Key = Fib::FecId;
+  using Record = Fib::Fec;
+};
+
+}  // namespace Pondo

@@ -1,0 +1,52 @@
+#pragma once
+// The host's interfaces: a collection of Interface::IntfStatus by Dovel::IntfId, in the order of
+// the names. Filled by State::LinkMirror, read by the state machines, on the agent's thread.
+
+#include "platform/mav/announced_map.h"
+#include "platform/state/entities/intf_status.h"
+
+namespace Interface {
+
+class AllIntfStatusDir : public Mav::Entity {
+ public:
+  static constexpr Mav::AttributeId intfStatusAttributeId = Mav::firstAttributeId;
+
+  class NotifieeConst : public Mav::Notifiee<AllIntfStatusDir const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// An interface came or went. What changes within one is the IntfStatus's own to tell.
+    virtual void onIntfStatus(Dovel::IntfId const& /*intfId*/) {}
+    /// The collection changed as a whole.
+    virtual void onIntfStatus() {}
+  };
+
+  using IntfStatusMap = Mav::OrderedMap<Dovel::IntfId, Mav::Ptr<IntfStatus>>;
+  using IntfStatusIteratorConst = IntfStatusMap::IteratorConst;
+
+  explicit AllIntfStatusDir(Mav::Name name = "status") : Entity(std::move(name)) {}
+
+  /// Null when there is no such interface.
+  Mav::Ptr<IntfStatus const> intfStatus(Dovel::IntfId const& intfId) const;
+  IntfStatusIteratorConst intfStatusIterator() const { return intfStatus_.map().first(); }
+  std::size_t intfStatusCount() const { return intfStatus_.map().size(); }
+
+  /// Creates the interface, or changes `operUp` of the one that is there. Mav::NameInUseException
+  /// when that one has another ifIndex: it has to be deleted first.
+  Mav::Ptr<IntfStatus> intfStatusIs(Dovel::IntfId const& intfId, std::int32_t ifIndex, bool operUp);
+  /// No effect when there is none.
+  void intfStatusDel(Dovel::IntfId const& intfId) { intfStatus_.del(intfId); }
+  void intfStatusDelAll() { intfStatus_.delAll(); }
+
+  std::string_view typeName() const override { return "Interface::AllIntfStatusDir"; }
+  Mav::AttributeTable const& attributeTable() const override;
+  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
+
+ private:
+  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+  Mav::AnnouncedMap<IntfStatusMap, NotifieeConst, intfStatusAttributeId,
+                    &NotifieeConst::onIntfStatus, &NotifieeConst::onIntfStatus>
+      intfStatus_{notifiees_};
+};
+
+}  // namespace Interface

@@ -1,0 +1,12 @@
+#include "platform/state/entities/arp_neighbor_dir.h"
+
+namespace Arp {
+
+Mav::AttributeTable const& NeighborDir::attributeTable() const {
+  static Mav::AttributeTable const table{
+      Mav::collectionAttribute<&NeighborDir::arpIntfStatusIs, &NeighborDir::arpIntfStatusDel>(
+          "arpIntfStatus")};
+  return table;
+}
+
+}  // namespace Arp

@@ -1,0 +1,23 @@
+#pragma once
+// The entities that the mirrors fill and that are not mounted: the state machines get them from
+// State::Mirrors.
+
+#include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/entities/ip6_config.h"
+#include "platform/state/entities/ip6_status.h"
+#include "platform/state/entities/ip_config.h"
+#include "platform/state/entities/ip_status.h"
+
+namespace State {
+
+/// New and empty, unless given.
+struct DeviceState {
+  Mav::Ptr<Interface::AllIntfStatusDir> intfStatusDir =
+      Mav::makeObject<Interface::AllIntfStatusDir>();
+  Mav::Ptr<Ip::Config> ipConfig = Mav::makeObject<Ip::Config>();
+  Mav::Ptr<Ip::Status> ipStatus = Mav::makeObject<Ip::Status>();
+  Mav::Ptr<Ip6::Config> ip6Config = Mav::makeObject<Ip6::Config>();
+  Mav::Ptr<Ip6::Status> ip6Status = Mav::makeObject<Ip6::Status>();
+};
+
+}  // namespace State

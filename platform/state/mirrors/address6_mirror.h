@@ -1,0 +1,36 @@
+#pragma once
+// Keeps Ip6::Config and Ip6::Status as the address6 table and the links say. All addresses of a
+// link stand under its name. In operation are those of a link that is up that are neither tentative
+// nor known not to be unique. Link-local ones are announced like any other; the state machines drop
+// them.
+
+#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/state/entities/ip6_config.h"
+#include "platform/state/entities/ip6_status.h"
+#include "platform/state/mirrors/address_mirror.h"
+
+namespace State {
+
+class Address6Mirror : public AddressMirror<Pondo::Address6Table, Dovel::Ip6AddrWithMask> {
+ public:
+  Address6Mirror(LinkMirror const& links, Mav::Ptr<Ip6::Config> config,
+                 Mav::Ptr<Ip6::Status> status)
+      : AddressMirror(links), config_(std::move(config)), status_(std::move(status)) {}
+
+ private:
+  Dovel::Ip6AddrWithMask addrWithMask(Key const& key, Record const& record) const override;
+  bool active(Record const& record) const override;
+  Dovel::IntfId intfIdFor(Key const& key, Record const&) override { return key.link; }
+  void addressIs(AddressSource source, Dovel::IntfId const& intfId,
+                 Dovel::Ip6AddrWithMask const& addr) override;
+  void addressDel(AddressSource source, Dovel::IntfId const& intfId,
+                  Dovel::Ip6AddrWithMask const& addr) override;
+  void addressAgain(AddressSource source, Dovel::IntfId const& intfId,
+                    Dovel::Ip6AddrWithMask const& addr) override;
+  bool reachesTables(Dovel::Ip6Addr const& addr) const override { return !addr.isLinkLocal(); }
+
+  Mav::Ptr<Ip6::Config> const config_;
+  Mav::Ptr<Ip6::Status> const status_;
+};
+
+}  // namespace State

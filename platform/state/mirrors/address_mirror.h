@@ -1,0 +1,191 @@
+#pragma once
+// What the mirrors of both address tables share: from records and links to which address is to be
+// announced where, and the order in which that happens.
+//
+// An address is served while its link is known: as configured always, as in operation while it is
+// active(). What is served stays untouched until it goes, or until its interface, its ifIndex or
+// its prefix length is another one: then it goes and comes again. What becomes active or inactive
+// comes or goes on the side of the status alone.
+//
+// At the end of the slice every prefix that may have lost its row gets it back (PrefixLedger).
+//
+// The deriving class says under which IntfId an address is served and speaks to its entities.
+
+#include <type_traits>
+
+#include <absl/container/btree_map.h>
+#include <absl/container/btree_set.h>
+
+#include "platform/state/mirrors/link_mirror.h"
+#include "platform/state/mirrors/prefix_ledger.h"
+#include "platform/state/mirrors/table_mirror.h"
+
+namespace State {
+
+/// AddrWithMask is Dovel::IpAddrWithMask or Dovel::Ip6AddrWithMask.
+template <class Table, class AddrWithMask>
+class AddressMirror : public TableMirror<Table> {
+ public:
+  using typename TableMirror<Table>::Key;
+  using typename TableMirror<Table>::Record;
+  using LinkRecord = Pondo::LinkTable::Record;
+
+  void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
+    auto const known = this->deltas().size();
+    TableMirror<Table>::read(snapshot, keyBytes);
+    if (this->deltas().size() != known) touch(this->deltas().back().key);
+  }
+
+  void interfaceChanged(Pondo::Snapshot const& snapshot, InterfaceChange const& change) override {
+    bool const same = change.before && change.after && !change.leaves() &&
+                      change.before->operUp == change.after->operUp;
+    if (same) return;
+    this->forEachFiled(Pondo::addressKeysOf(change.intfId), [&](std::string_view keyBytes) {
+      read(snapshot, keyBytes);
+      touch(*Pondo::decodeKey<Table>(keyBytes));
+    });
+  }
+
+  void apply(Phase phase) override {
+    if (phase == Phase::withdraw) withdraw();
+    if (phase == Phase::interfacesCome) admit();
+    if (phase == Phase::announce) announce();
+  }
+
+  void end() override {
+    TableMirror<Table>::end();
+    touched_.clear();
+  }
+
+ protected:
+  /// `links` must outlive the mirror, and stand before it in the list of mirrors.
+  explicit AddressMirror(LinkMirror const& links) : links_(links) {}
+
+  struct Served {
+    Dovel::IntfId intfId;
+    std::int32_t ifIndex = 0;
+    AddrWithMask addr;
+    bool config = false, status = false;  // announced there
+  };
+
+  LinkMirror const& links() const { return links_; }
+
+  /// To look at `key` in this slice, whether its record has changed or not. Kept until the slice
+  /// has succeeded.
+  void touch(Key const& key) { touched_.insert(key); }
+
+ private:
+  using Addr = std::remove_cvref_t<decltype(AddrWithMask().address())>;
+  using Ledger = PrefixLedger<Addr>;
+
+  virtual AddrWithMask addrWithMask(Key const& key, Record const& record) const = 0;
+  /// Given that its link is up.
+  virtual bool active(Record const& record) const = 0;
+  /// Whether `served` can go on under its IntfId.
+  virtual bool keepsIntfId(Key const&, Served const&) const { return true; }
+  /// The IntfId for an address that comes, and its interface if it is not the link's own.
+  virtual Dovel::IntfId intfIdFor(Key const& key, Record const& record) = 0;
+  virtual void interfaceIs(Key const&, Served const&, LinkRecord const&) {}
+  /// The address has gone; so may its IntfId, once this phase is over.
+  virtual void intfIdFree(Key const&, Served const&) {}
+
+  virtual void addressIs(AddressSource source, Dovel::IntfId const& intfId,
+                         AddrWithMask const& addr) = 0;
+  virtual void addressDel(AddressSource source, Dovel::IntfId const& intfId,
+                          AddrWithMask const& addr) = 0;
+  /// Withdraws it and announces it again.
+  virtual void addressAgain(AddressSource source, Dovel::IntfId const& intfId,
+                            AddrWithMask const& addr) = 0;
+  /// Whether the state machines pass such an address on to the tables.
+  virtual bool reachesTables(Addr const&) const { return true; }
+
+  struct Wanted {
+    Record record;
+    LinkRecord link;
+  };
+
+  std::optional<Wanted> wanted(Key const& key) const {
+    auto const record = this->now(key);
+    auto const link = links_.link(key.link);
+    if (!record || !link) return std::nullopt;
+    return Wanted{*record, *link};
+  }
+
+  bool stays(Key const& key, Served const& served, std::optional<Wanted> const& want) const {
+    return want && want->link.ifIndex == served.ifIndex &&
+           addrWithMask(key, want->record) == served.addr && keepsIntfId(key, served);
+  }
+
+  bool wantsStatus(Wanted const& want) const { return want.link.operUp && active(want.record); }
+
+  void withdraw() {
+    for (auto const& key : touched_) {
+      auto const it = served_.find(key);
+      if (it == served_.end()) continue;
+      auto& served = it->second;
+      auto const want = wanted(key);
+      bool const remains = stays(key, served, want);
+      if (!remains) sourceIs(served, AddressSource::config, served.config, false);
+      if (!remains || !wantsStatus(*want)) {
+        sourceIs(served, AddressSource::status, served.status, false);
+      }
+      if (remains) continue;
+      intfIdFree(key, served);
+      served_.erase(it);
+    }
+  }
+
+  void admit() {
+    for (auto const& key : touched_) {
+      auto const want = wanted(key);
+      if (!want) continue;
+      auto it = served_.find(key);
+      if (it == served_.end()) {
+        Served const served{intfIdFor(key, want->record), want->link.ifIndex,
+                            addrWithMask(key, want->record)};
+        it = served_.emplace(key, served).first;
+      }
+      interfaceIs(key, it->second, want->link);
+    }
+  }
+
+  void announce() {
+    for (auto const& key : touched_) {
+      auto const it = served_.find(key);
+      if (it == served_.end()) continue;
+      auto& served = it->second;
+      // In operation first: what is configured then changes no row.
+      if (wantsStatus(*wanted(key))) {
+        sourceIs(served, AddressSource::status, served.status, true);
+      }
+      sourceIs(served, AddressSource::config, served.config, true);
+    }
+    for (auto const& [presence, length] : ledger_.repairs()) {
+      addressAgain(presence.source, presence.intfId, {presence.addr, length});
+    }
+    ledger_.repaired();
+  }
+
+  void sourceIs(Served const& served, AddressSource source, bool& present, bool wanted) {
+    if (present == wanted) return;
+    present = wanted;
+    typename Ledger::Presence const presence{served.addr.address(), source, served.intfId};
+    bool const counts = reachesTables(presence.addr);
+    if (wanted) {
+      if (counts) {
+        ledger_.added(presence, {served.ifIndex, served.addr.subnet(), served.addr.length()});
+      }
+      addressIs(source, served.intfId, served.addr);
+    } else {
+      if (counts) ledger_.removed(presence);
+      addressDel(source, served.intfId, served.addr);
+    }
+  }
+
+  LinkMirror const& links_;
+  absl::btree_map<Key, Served> served_;
+  absl::btree_set<Key> touched_;
+  Ledger ledger_;
+};
+
+}  // namespace State

@@ -1,0 +1,36 @@
+#include "platform/state/mirrors/link_mirror.h"
+
+namespace State {
+
+void LinkMirror::begin() {
+  TableMirror::begin();
+  changes_.clear();
+}
+
+void LinkMirror::read(Pondo::Snapshot const& snapshot, std::string_view key) {
+  std::size_t const known = deltas().size();
+  TableMirror::read(snapshot, key);
+  if (deltas().size() == known) return;
+  auto const& delta = deltas().back();
+  changes_.push_back({delta.key, delta.before, delta.after});
+}
+
+void LinkMirror::apply(Phase phase) {
+  if (phase == Phase::interfacesGo) applyLeaving();
+  if (phase == Phase::interfacesCome) applyComing();
+}
+
+void LinkMirror::applyLeaving() {
+  for (auto const& change : changes_) {
+    if (change.leaves()) dir_->intfStatusDel(change.intfId);
+  }
+}
+
+void LinkMirror::applyComing() {
+  for (auto const& delta : deltas()) {
+    if (!delta.after) continue;
+    dir_->intfStatusIs(delta.key, delta.after->ifIndex, delta.after->operUp);
+  }
+}
+
+}  // namespace State

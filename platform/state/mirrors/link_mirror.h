@@ -1,0 +1,31 @@
+#pragma once
+// Keeps Interface::AllIntfStatusDir as the link table says. A record whose ifIndex changed is an
+// interface that goes and another that comes; a change of anything else is made in place.
+
+#include "platform/pondo/tables/tables.h"
+#include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/mirrors/table_mirror.h"
+
+namespace State {
+
+class LinkMirror : public TableMirror<Pondo::LinkTable> {
+ public:
+  explicit LinkMirror(Mav::Ptr<Interface::AllIntfStatusDir> dir) : dir_(std::move(dir)) {}
+
+  void begin() override;
+  void read(Pondo::Snapshot const& snapshot, std::string_view key) override;
+  std::span<InterfaceChange const> interfaceChanges() const override { return changes_; }
+  void apply(Phase phase) override;
+
+  /// The link as this slice leaves it; nothing when there is none of that name.
+  std::optional<Record> link(Dovel::IntfId const& intfId) const { return now(intfId); }
+
+ private:
+  void applyLeaving();
+  void applyComing();
+
+  Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
+  std::vector<InterfaceChange> changes_;
+};
+
+}  // namespace State

@@ -1,0 +1,91 @@
+#include "platform/state/mirrors/mirrors.h"
+
+#include <algorithm>
+
+#include "platform/state/mirrors/address4_mirror.h"
+#include "platform/state/mirrors/address6_mirror.h"
+#include "platform/state/mirrors/forwarding_mirror.h"
+#include "platform/state/mirrors/link_mirror.h"
+
+namespace State {
+
+namespace {
+
+std::vector<std::unique_ptr<Mirror>> allMirrors(Mav::Directory& directory,
+                                                DeviceState const& state) {
+  std::vector<std::unique_ptr<Mirror>> mirrors;
+  mirrors.push_back(std::make_unique<ForwardingMirror>(directory));
+  auto links = std::make_unique<LinkMirror>(state.intfStatusDir);
+  LinkMirror const& link = *links;
+  mirrors.push_back(std::move(links));
+  mirrors.push_back(
+      std::make_unique<Address4Mirror>(link, state.intfStatusDir, state.ipConfig, state.ipStatus));
+  mirrors.push_back(std::make_unique<Address6Mirror>(link, state.ip6Config, state.ip6Status));
+  return mirrors;
+}
+
+}  // namespace
+
+Mirrors::Mirrors(MountObserver& observer, DeviceState state,
+                 std::vector<std::unique_ptr<Mirror>> mirrors)
+    : observer_(observer), state_(std::move(state)), mirrors_(std::move(mirrors)) {
+  for (auto const& mirror : mirrors_) tables_.push_back(mirror->table());
+  Intf::intfDetailsProviderIs(this);
+}
+
+Mirrors::~Mirrors() {
+  if (Intf::intfDetailsProvider() == this) Intf::intfDetailsProviderIs(nullptr);
+}
+
+Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer)
+    : Mirrors(directory, observer, DeviceState{}) {}
+
+Mirrors::Mirrors(Mav::Directory& directory, MountObserver& observer, DeviceState const& state)
+    : Mirrors(observer, state, allMirrors(directory, state)) {}
+
+void Mirrors::onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) {
+  read(snapshot, changes);
+  apply();
+}
+
+void Mirrors::read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) {
+  for (auto const& mirror : mirrors_) mirror->begin();
+  for (auto const& change : changes) {
+    if (auto* const mirror = this->mirror(change.table)) mirror->read(snapshot, change.key);
+  }
+  for (auto const& source : mirrors_) {
+    for (auto const& change : source->interfaceChanges()) {
+      for (auto const& mirror : mirrors_) mirror->interfaceChanged(snapshot, change);
+    }
+  }
+}
+
+void Mirrors::apply() {
+  bool const mounts = std::any_of(mirrors_.begin(), mirrors_.end(),
+                                  [](auto const& mirror) { return mirror->changesMounts(); });
+  if (mounts) observer_.mountsWillChange();
+  for (auto const phase :
+       {Phase::withdraw, Phase::interfacesGo, Phase::interfacesCome, Phase::announce}) {
+    for (auto const& mirror : mirrors_) mirror->apply(phase);
+  }
+  for (auto const& mirror : mirrors_) mirror->end();
+  if (mounts) observer_.mountsHaveChanged();
+}
+
+std::optional<std::string> Mirrors::filedKey(Pondo::TableId table, std::string_view from) const {
+  auto const* const mirror = this->mirror(table);
+  return mirror ? mirror->filedKey(from) : std::nullopt;
+}
+
+std::int32_t Mirrors::ifIndex(Interface::IntfStatus const& status) const {
+  return status.ifIndex();
+}
+
+Mirror* Mirrors::mirror(Pondo::TableId table) const {
+  for (auto const& mirror : mirrors_) {
+    if (mirror->table() == table) return mirror.get();
+  }
+  return nullptr;
+}
+
+}  // namespace State

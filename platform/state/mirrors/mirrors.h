@@ -1,0 +1,54 @@
+#pragma once
+// All mirrors as one listener of the shared tables: applies every slice of changes in the order of
+// State::Phase, whatever the order in which the slice names its keys, and stands the observer
+// around changes of what is mounted.
+//
+// Owns the entities that are not mounted (DeviceState), and provides Intf::intfDetailsProvider
+// while it lives. All on the agent's thread.
+
+#include <memory>
+#include <vector>
+
+#include "platform/mav/directory.h"
+#include "platform/pondo/follower/follower.h"
+#include "platform/state/entities/device_state.h"
+#include "platform/state/entities/intf_details_provider.h"
+#include "platform/state/entities/mount_observer.h"
+#include "platform/state/mirrors/mirror.h"
+
+namespace State {
+
+class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
+ public:
+  /// The mirrors of all tables. Entities are mounted in `directory`; both must outlive this.
+  Mirrors(Mav::Directory& directory, MountObserver& observer);
+  /// Mirrors of the caller's choice, over `state`.
+  Mirrors(MountObserver& observer, DeviceState state, std::vector<std::unique_ptr<Mirror>> mirrors);
+  ~Mirrors() override;
+
+  /// Empty until the first changes: state machines are created on empty entities.
+  Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir() const { return state_.intfStatusDir; }
+  Mav::Ptr<Ip::Config const> ipConfig() const { return state_.ipConfig; }
+  Mav::Ptr<Ip::Status const> ipStatus() const { return state_.ipStatus; }
+  Mav::Ptr<Ip6::Config const> ip6Config() const { return state_.ip6Config; }
+  Mav::Ptr<Ip6::Status const> ip6Status() const { return state_.ip6Status; }
+
+  std::span<Pondo::TableId const> tables() const override { return tables_; }
+  void onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) override;
+  std::optional<std::string> filedKey(Pondo::TableId table, std::string_view from) const override;
+  void onInSync() override { observer_.stateIsKnown(); }
+
+ private:
+  Mirrors(Mav::Directory& directory, MountObserver& observer, DeviceState const& state);
+  std::int32_t ifIndex(Interface::IntfStatus const& status) const override;
+  Mirror* mirror(Pondo::TableId table) const;
+  void read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes);
+  void apply();
+
+  MountObserver& observer_;
+  DeviceState const state_;
+  std::vector<std::unique_ptr<Mirror>> const mirrors_;
+  std::vector<Pondo::TableId> tables_;
+};
+
+}  // namespace State

@@ -1,0 +1,90 @@
+#pragma once
+// What all mirrors share: the records as filed, and the differences of the slice under way.
+
+#include <map>
+#include <vector>
+
+#include "platform/state/mirrors/mirror.h"
+
+namespace State {
+
+template <class Table>
+class TableMirror : public Mirror {
+ public:
+  using Key = typename Table::Key;
+  using Record = typename Table::Record;
+
+  Pondo::TableId table() const final { return Table::id; }
+
+  void begin() override { forgetDeltas(); }
+
+  void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
+    auto const key = Pondo::decodeKey<Table>(keyBytes);
+    if (!key) return;  // a foreign key names nothing that could be filed
+    if (deltaOf_.contains(keyBytes)) return;
+    Delta delta{*key, std::nullopt, snapshot.get<Table>(*key)};
+    if (auto const it = filed_.find(keyBytes); it != filed_.end()) delta.before = it->second;
+    if (delta.before == delta.after) return;
+    deltaOf_.emplace(keyBytes, deltas_.size());
+    deltas_.push_back(std::move(delta));
+  }
+
+  void end() override {
+    for (auto const& delta : deltas_) {
+      auto key = Pondo::encodeKey<Table>(delta.key);
+      if (delta.after) {
+        filed_.insert_or_assign(std::move(key), *delta.after);
+      } else {
+        filed_.erase(key);
+      }
+    }
+    forgetDeltas();
+  }
+
+  std::optional<std::string> filedKey(std::string_view from) const final {
+    auto const it = filed_.lower_bound(from);
+    if (it == filed_.end()) return std::nullopt;
+    return it->first;
+  }
+
+ protected:
+  /// A key whose record differs from what is filed; absent: nothing.
+  struct Delta {
+    Key key;
+    std::optional<Record> before, after;
+  };
+
+  std::vector<Delta> const& deltas() const { return deltas_; }
+
+  /// The record of `key` as this slice leaves it.
+  std::optional<Record> now(Key const& key) const {
+    auto const bytes = Pondo::encodeKey<Table>(key);
+    if (auto const delta = deltaOf_.find(bytes); delta != deltaOf_.end()) {
+      return deltas_[delta->second].after;
+    }
+    auto const filed = filed_.find(bytes);
+    if (filed == filed_.end()) return std::nullopt;
+    return filed->second;
+  }
+
+  /// Calls visit(key bytes) for what is filed under keys that begin with `prefix`, in order.
+  template <class Visit>
+  void forEachFiled(std::string_view prefix, Visit const& visit) const {
+    for (auto it = filed_.lower_bound(prefix); it != filed_.end(); ++it) {
+      if (!it->first.starts_with(prefix)) return;
+      visit(std::string_view(it->first));
+    }
+  }
+
+ private:
+  void forgetDeltas() {
+    deltas_.clear();
+    deltaOf_.clear();
+  }
+
+  std::map<std::string, Record, std::less<>> filed_;  // by key bytes
+  std::vector<Delta> deltas_;
+  std::map<std::string, std::size_t, std::less<>> deltaOf_;  // by key bytes: where in deltas_
+};
+
+}  // namespace State
