@@ -6,46 +6,16 @@
 #include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/format.h"
 #include "platform/pondo/tables/layout_bytes.h"
+#include "platform/pondo/tables/link_key.h"
 
 namespace Pondo {
 namespace {
 
-// A name has no NUL, so the byte after it sorts before all that a longer name goes on with.
 constexpr char nameEnd = '\0';
-
-// IFNAMSIZ - 1: what is made of a name has to fit a Dovel::IntfId too.
-constexpr std::size_t nameMax = 15;
-
-struct LinkAndRest {
-  Dovel::IntfId link;
-  std::string_view rest;
-};
-
-std::optional<LinkAndRest> takeLink(std::string_view bytes) {
-  auto const end = bytes.find(nameEnd);
-  if (end == bytes.npos || end > nameMax) return std::nullopt;
-  auto const link = decodeKey<LinkTable>(bytes.substr(0, end));
-  if (!link) return std::nullopt;
-  return LinkAndRest{*link, bytes.substr(end + 1)};
-}
-
-template <class Addr>
-void append(std::string& bytes, Addr const& addr) {
-  bytes += toBytes(addr.octets());
-}
-
-template <class Addr>
-Addr addressAt(std::string_view bytes, std::size_t offset) {
-  using Octets = typename Addr::Octets;
-  return Addr(*fromBytes<Octets>(bytes.substr(offset, sizeof(Octets))));
-}
 
 template <class Addr>
 void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length) {
-  if (link.name().size() > nameMax) {
-    throw Mav::RangeException(
-        fmt::format("interface name '{}' is longer than {} characters", link.name(), nameMax));
-  }
+  checkLinkName(link);
   if (local.isUnspecified()) {
     throw Mav::RangeException(fmt::format("{} is no interface's address", local.stringValue()));
   }
@@ -53,6 +23,21 @@ void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length)
 }
 
 }  // namespace
+
+std::optional<LinkAndRest> takeLink(std::string_view bytes) {
+  auto const end = bytes.find(nameEnd);
+  if (end == bytes.npos || end > linkNameMax) return std::nullopt;
+  auto const link = decodeKey<LinkTable>(bytes.substr(0, end));
+  if (!link) return std::nullopt;
+  return LinkAndRest{*link, bytes.substr(end + 1)};
+}
+
+void checkLinkName(Dovel::IntfId const& link) {
+  if (link.name().size() > linkNameMax) {
+    throw Mav::RangeException(
+        fmt::format("interface name '{}' is longer than {} characters", link.name(), linkNameMax));
+  }
+}
 
 std::string addressKeysOf(Dovel::IntfId const& link) {
   return encodeKey<LinkTable>(link) + nameEnd;
@@ -62,9 +47,9 @@ template <>
 std::string encodeKey<Address4Table>(Address4Table::Key const& key) {
   checkAddress(key.link, key.local, key.length);
   auto bytes = addressKeysOf(key.link);
-  append(bytes, key.local);
+  appendAddress(bytes, key.local);
   bytes += static_cast<char>(key.length);
-  append(bytes, key.peer);
+  appendAddress(bytes, key.peer);
   return bytes;
 }
 
@@ -111,7 +96,7 @@ template <>
 std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
   checkAddress(key.link, key.local, 0);
   auto bytes = addressKeysOf(key.link);
-  append(bytes, key.local);
+  appendAddress(bytes, key.local);
   return bytes;
 }
 

@@ -60,6 +60,15 @@ template <>
 std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes);
 
 template <>
+std::string encodeKey<Neighbour4Table>(Neighbour4Table::Key const& key);
+template <>
+std::optional<Neighbour4Table::Key> decodeKey<Neighbour4Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Neighbour4Table>(Neighbour4Table::Record const& record);
+template <>
+std::optional<Neighbour4Table::Record> decodeRecord<Neighbour4Table>(std::string_view bytes);
+
+template <>
 std::string encodeKey<RouteTable>(Dovel::Prefix const& key);
 template <>
 std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes);
@@ -81,7 +90,8 @@ std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes);
 std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix);
 std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route);
 
-/// What the keys of all addresses of a link begin with, in both tables, and no other key does.
+/// What the keys of all addresses and neighbours of a link begin with, in their tables, and no
+/// other key does.
 std::string addressKeysOf(Dovel::IntfId const& link);
 
 }  // namespace Pondo

@@ -18,6 +18,7 @@
 //   address4     name of 1 to 15 bytes, NUL, address (4),     Address4Record
 //                u8 prefix length, peer (4)
 //   address6     name of 1 to 15 bytes, NUL, address (16)      Address6Record
+//   neighbour4   name of 1 to 15 bytes, NUL, address (4)       Neighbour4Record
 //   route        address (4), u8 prefix length           RouteRecord
 //   fec          id, u64 big endian                      FecRecord, then its vias: FecVia each
 //
@@ -50,7 +51,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 3;
+inline constexpr std::uint32_t schemaVersion = 4;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -63,9 +64,9 @@ inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
 
-inline constexpr std::array<TableId, 6> tableIds{TableId::forwarding, TableId::link,
-                                                 TableId::address4,   TableId::address6,
-                                                 TableId::route,      TableId::fec};
+inline constexpr std::array<TableId, 7> tableIds{
+    TableId::forwarding, TableId::link,  TableId::address4, TableId::address6,
+    TableId::neighbour4, TableId::route, TableId::fec};
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
@@ -87,6 +88,8 @@ constexpr std::string_view tableName(TableId id) {
       return Address4Table::name;
     case TableId::address6:
       return Address6Table::name;
+    case TableId::neighbour4:
+      return Neighbour4Table::name;
     case TableId::route:
       return RouteTable::name;
     case TableId::fec:
@@ -161,6 +164,16 @@ struct Address6Record {
 static_assert(std::is_trivially_copyable_v<Address6Record> && sizeof(Address6Record) == 20);
 static_assert(offsetof(Address6Record, flags) == 1 && offsetof(Address6Record, length) == 2 &&
               offsetof(Address6Record, zero) == 3 && offsetof(Address6Record, peer) == 4);
+
+inline constexpr std::uint8_t neighbour4Version = 1;
+inline constexpr std::uint8_t neighbour4Static = 0x01;  // NUD_PERMANENT
+struct Neighbour4Record {
+  std::uint8_t version = neighbour4Version;
+  std::uint8_t flags = 0;  // neighbour4Static; the rest 0
+  std::array<std::uint8_t, 6> ethAddr{};
+};
+static_assert(std::is_trivially_copyable_v<Neighbour4Record> && sizeof(Neighbour4Record) == 8);
+static_assert(offsetof(Neighbour4Record, flags) == 1 && offsetof(Neighbour4Record, ethAddr) == 2);
 
 inline constexpr std::size_t routeKeySize = 5;
 inline constexpr std::uint8_t routeVersion = 1;

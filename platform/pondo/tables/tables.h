@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/dovel/eth_addr.h"
 #include "platform/dovel/intf_id.h"
 #include "platform/dovel/ip6_addr.h"
 #include "platform/dovel/ip_addr.h"
@@ -22,7 +23,7 @@ enum class TableId : std::uint8_t {
   link = 2,
   address4 = 3,
   address6 = 4,
-  // 5 neighbour: reserved for a table to come
+  neighbour4 = 5,
   route = 6,
   fec = 7,
 };
@@ -90,6 +91,24 @@ struct Address6Table {
     bool tentative = false;   // not yet known to be unique (RFC 4862 section 5.4)
     bool dadFailed = false;   // known not to be unique
     bool deprecated = false;  // RFC 4862 section 5.5.4
+    bool operator==(Record const&) const = default;
+  };
+};
+
+/// The IPv4 neighbours of the host's interfaces whose link address the kernel knows and may use:
+/// none that it is still looking for, has failed to find, answers for (proxy) or never asks for
+/// (NUD_NOARP). A link address of another size than 6 octets has no record.
+struct Neighbour4Table {
+  static constexpr TableId id = TableId::neighbour4;
+  static constexpr std::string_view name = "neighbour4";
+  struct Key {
+    Dovel::IntfId link;  // at most 15 characters
+    Dovel::IpAddr addr;
+    auto operator<=>(Key const&) const = default;
+  };
+  struct Record {
+    Dovel::EthAddr ethAddr;
+    bool isStatic = false;  // NUD_PERMANENT
     bool operator==(Record const&) const = default;
   };
 };

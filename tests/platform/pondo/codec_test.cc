@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_literals;
 
-static_assert(Format::schemaVersion == 3);
+static_assert(Format::schemaVersion == 4);
 using namespace Routing::Fib;
 static_assert(routeTypeUnknown <= 3 && routeTypeBlackhole <= 3 && routeTypeUnreachable <= 3 &&
               routeTypeProhibit <= 3 && routeTypeStatic == 4 && routeTypeRip == 6 &&
@@ -53,6 +53,11 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<Address6Table>({.length = 64, .peer = addr6, .dadFailed = true}),
             "\x01\x02\x40\0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10"s);
 
+  EXPECT_EQ(encodeKey<Neighbour4Table>({eth0, Dovel::IpAddr(0x0a000001)}), "eth0\0\x0a\0\0\x01"s);
+  Dovel::EthAddr const ethAddr("01:02:03:04:05:06");
+  EXPECT_EQ(encodeRecord<Neighbour4Table>({.ethAddr = ethAddr, .isStatic = true}),
+            "\x01\x01\x01\x02\x03\x04\x05\x06"s);
+
   EXPECT_EQ(encodeKey<RouteTable>(Dovel::Prefix("10.1.2.0/23")), "\x0a\x01\x02\0\x17"s);
   EXPECT_EQ(encodeRecord<RouteTable>({.fecId = Fib::FecId(0x0102030405060708),
                                       .metric = Routing::RouteMetric(0x11121314),
@@ -72,7 +77,7 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
   EXPECT_EQ(bytes,
-            "OVOT\x03\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "OVOT\x04\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
             "\x01\0\0\0\0\0\0\0"s);
 }
 
@@ -115,6 +120,10 @@ TEST(CodecTest, keysSortAsBytesAndComeBack) {
   }
   expectSorted<Address6Table>({{Dovel::IntfId("a"), Dovel::Ip6Addr("fe80::1")},
                                {Dovel::IntfId("a#2"), Dovel::Ip6Addr("2001:db8::1")}});
+  expectSorted<Neighbour4Table>({{eth0, Dovel::IpAddr()},
+                                 {eth0, Dovel::IpAddr("9.255.0.1")},
+                                 {eth0, Dovel::IpAddr("200.0.0.1")},
+                                 {Dovel::IntfId("eth00"), Dovel::IpAddr("1.0.0.1")}});
 
   std::vector<Dovel::Prefix> prefixes;
   for (auto const* text :
@@ -169,6 +178,7 @@ TEST(CodecTest, whateverBytesDecodeAreTheBytesThatEncode) {
   expectStrict<Address4Table>({longest, one, 32, addr}, {.label = eth0});
   Dovel::Ip6Addr const one6("::1");
   expectStrict<Address6Table>({eth0, one6}, {.length = 128, .peer = one6, .deprecated = true});
+  expectStrict<Neighbour4Table>({longest, addr}, {.ethAddr = {}, .isStatic = true});
   expectStrict<RouteTable>(Dovel::Prefix("10.0.0.0/8"), {});
   expectStrict<FecTable>(Fib::FecId(1), {{{one, {}, 0}, {{}, longest, 1}}});
 }
@@ -190,6 +200,7 @@ TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
   EXPECT_THROW(encodeRecord<Address4Table>({.label = tooLong}), Mav::RangeException);
   EXPECT_THROW(encodeKey<Address6Table>({eth0, Dovel::Ip6Addr()}), Mav::RangeException);
   EXPECT_THROW(encodeRecord<Address6Table>({.length = 129, .peer = {}}), Mav::RangeException);
+  EXPECT_THROW(encodeKey<Neighbour4Table>({tooLong, addr}), Mav::RangeException);
   EXPECT_THROW(encodeKey<LinkTable>(Dovel::IntfId()), Mav::RangeException);
   EXPECT_THROW(encodeRecord<LinkTable>({.ifIndex = 0}), Mav::RangeException);
   EXPECT_THROW(encodeKey<ForwardingTable>(static_cast<Family>(5)), Mav::RangeException);

@@ -2,6 +2,7 @@
 
 #include <fstream>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -11,6 +12,7 @@
 
 #include "platform/pondo/environment/reader.h"
 #include "platform/pondo/environment/run_dir.h"
+#include "platform/pondo/tables/format.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {
@@ -143,11 +145,13 @@ TEST_F(FilesTest, foreignTables) {
 }
 
 TEST_F(FilesTest, otherSchemaVersion) {
-  patch("OVOT\3", "OVOT\4");
+  constexpr auto ours = char{Format::schemaVersion};
+  patch(std::string("OVOT") + ours, std::string("OVOT") + char{ours + 1});
   expectRefusedAndMadeAnew(
-      Reason::schema, data() +
-                          ": has schema version 4, this program needs 3; install publisher and "
-                          "readers of one version and restart them");
+      Reason::schema,
+      fmt::format("{}: has schema version {}, this program needs {}; install publisher and readers "
+                  "of one version and restart them",
+                  data(), ours + 1, int{ours}));
 }
 
 TEST_F(FilesTest, linksAreNotFollowed) {

@@ -1,0 +1,41 @@
+#pragma once
+// Keys that begin with a link: its name, a NUL, then what tells its rows apart, addresses first.
+// For the codecs alone. A name has no NUL, so the byte after it sorts before all that a longer
+// name goes on with, and the bytes sort as (link, rest) does.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/dovel/intf_id.h"
+#include "platform/pondo/tables/layout_bytes.h"
+
+namespace Pondo {
+
+/// IFNAMSIZ - 1: what is made of a name has to fit a Dovel::IntfId too.
+inline constexpr std::size_t linkNameMax = 15;
+
+struct LinkAndRest {
+  Dovel::IntfId link;
+  std::string_view rest;  // a view of the key
+};
+
+/// Nothing when the bytes do not begin with a link's name.
+std::optional<LinkAndRest> takeLink(std::string_view bytes);
+
+/// Throws Mav::RangeException for a name that no key can begin with.
+void checkLinkName(Dovel::IntfId const& link);
+
+template <class Addr>
+void appendAddress(std::string& bytes, Addr const& addr) {
+  bytes += toBytes(addr.octets());
+}
+
+/// The address in `bytes` at `offset`, all of which is there.
+template <class Addr>
+Addr addressAt(std::string_view bytes, std::size_t offset) {
+  using Octets = typename Addr::Octets;
+  return Addr(*fromBytes<Octets>(bytes.substr(offset, sizeof(Octets))));
+}
+
+}  // namespace Pondo
