@@ -19,7 +19,7 @@
 
 #include <memory>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/btree_map.h>
 
 #include "agent/fec_rows.h"
 #include "agent/prefix_list.h"
@@ -133,7 +133,7 @@ class IpRouteTableSm : public Mav::Object {
   Dovel::Prefix bookmark_;
   double backlogQuantum_ = backlogQuantumDefault;
   IntfDepMap intfDep_;
-  absl::flat_hash_map<Pondo::Fib::FecId, FecRows> fecRows_;  // of one pass
+  absl::btree_map<Pondo::Fib::FecId, FecRows> fecRows_;  // of one pass
 
   Mav::Ptr<Pondo::Fib::FecRouteList> fecRouteList_;
   Mav::Ptr<Pondo::Fib::FecRouteListSm> fecRouteListSm_;

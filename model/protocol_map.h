@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/btree_map.h>
 
 #include "model/enumerations.h"
 #include "platform/dovel/routing_values.h"
@@ -13,7 +13,7 @@ namespace IpSnmp {
 
 class ProtocolMap {
  public:
-  using Map = absl::flat_hash_map<Routing::Fib::RouteType, IpRouteProtocol>;
+  using Map = absl::btree_map<Routing::Fib::RouteType, IpRouteProtocol>;
 
   ProtocolMap() = default;
   /// RangeException unless the text begins with "None".
@@ -21,7 +21,7 @@ class ProtocolMap {
       : ProtocolMap(Mav::parsedStrep<ProtocolMap>(from, to)) {}
 
   std::optional<IpRouteProtocol> protocol(Routing::Fib::RouteType routeType) const;
-  /// All pairs, in no order.
+  /// All pairs.
   Map const& protocol() const { return protocol_; }
 
   /// Inserts or replaces.

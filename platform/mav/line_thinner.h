@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/btree_map.h>
 
 namespace Mav {
 
@@ -30,7 +30,7 @@ class LineThinner {
 
   void forget(double now);
 
-  absl::flat_hash_map<std::string, Burst> bursts_;
+  absl::btree_map<std::string, Burst> bursts_;
 };
 
 }  // namespace Mav

@@ -12,7 +12,6 @@
 
 #include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
-#include <absl/container/flat_hash_map.h>
 
 #include "platform/dovel/prefix.h"
 #include "platform/mav/object.h"
@@ -78,7 +77,7 @@ class FecRouteList : public Mav::Object {
   mutable Filed::const_iterator last_ = filed_.end();  // where lowerBound() led
   std::vector<FecRoutes> fecs_;
   std::vector<Place> free_;
-  absl::flat_hash_map<FecId, Place> places_;
+  absl::btree_map<FecId, Place> places_;
 };
 
 }  // namespace Pondo::Fib

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/btree_map.h>
 
 #include "platform/mav/exception.h"
 
@@ -167,7 +167,7 @@ class SharedFib::Fecs : public ForwardingStatus {
 
   Mav::Ptr<Tables const> const tables_;
   mutable Moment decodedAt_;
-  mutable absl::flat_hash_map<FecId, std::unique_ptr<Fec const>> decoded_;  // null: there is none
+  mutable absl::btree_map<FecId, std::unique_ptr<Fec const>> decoded_;  // null: there is none
 };
 
 SharedFib::SharedFib()

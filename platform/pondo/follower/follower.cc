@@ -5,7 +5,7 @@
 #include <exception>
 #include <utility>
 
-#include <absl/container/flat_hash_set.h>
+#include <absl/container/btree_set.h>
 #include <fmt/format.h>
 #include <sys/epoll.h>
 
@@ -282,9 +282,8 @@ bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log)
 bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) {
   if (position == log.next) return false;
   std::vector<Change> changes;
-  absl::flat_hash_set<std::pair<TableId, std::string_view>> seen;
+  absl::btree_set<std::pair<TableId, std::string_view>> seen;
   changes.reserve(sliceMax);
-  seen.reserve(sliceMax);
   auto const next = snapshot.scanLog(position, sliceMax, [&](TableId table, std::string_view key) {
     if (!seen.emplace(table, key).second) return true;
     changes.push_back({table, std::string(key)});
