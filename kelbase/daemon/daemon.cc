@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "kelbase/daemon/kernel_publisher.h"
 #include "kelbase/daemon/log_lines.h"
 #include "kelbase/daemon/service_notifier.h"
 #include "kelbase/daemon/signal_watch.h"
 #include "kelbase/model/trace.h"
-#include "kelbase/publish/publisher.h"
 
 namespace Kelbase {
 namespace {
@@ -52,7 +52,7 @@ class Daemon {
   SignalWatch signals_;
   ServiceNotifier notifier_;
   std::filesystem::path const runDir_;
-  Publisher publisher_;
+  KernelPublisher publisher_;
   int exitStatus_ = 0;
   bool told_ = false;
 };

@@ -69,6 +69,13 @@ class Attributes {
     return result;
   }
 
+  /// An IP address: the rule must guarantee its size.
+  template <class Addr>
+  std::optional<Addr> address(std::uint16_t type) const {
+    auto const octets = value<typename Addr::Octets>(type);
+    return octets ? std::optional(Addr(*octets)) : std::nullopt;
+  }
+
   /// For attributes declared with textOf.
   std::optional<std::string_view> text(std::uint16_t type) const;
 

@@ -23,7 +23,7 @@ bool isUnsupported(int error) {
 
 }  // namespace
 
-NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<TableSource* const> sources,
+NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* const> sources,
                              Hooks hooks)
     : activity_(activity),
       hooks_(std::move(hooks)),
@@ -46,7 +46,7 @@ void NetlinkDumper::wantAll(double time) {
   if (!busy()) startNext();
 }
 
-void NetlinkDumper::want(TableSource const& source, double time) {
+void NetlinkDumper::want(KernelSource const& source, double time) {
   for (auto& job : jobs_) {
     if (job.source == &source) job.due = std::min(job.due.value_or(time), time);
   }

@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "kelbase/netlink/kernel_source.h"
 #include "kelbase/netlink/netlink_socket.h"
-#include "kelbase/netlink/table_source.h"
 #include "platform/mav/activity.h"
 
 namespace Kelbase {
@@ -41,18 +41,18 @@ class NetlinkDumper {
   /// Called from within a turn of the activity.
   struct Hooks {
     /// A message of the answer, for `source`.
-    std::function<void(TableSource& source, NetlinkMessage const&)> message;
+    std::function<void(KernelSource& source, NetlinkMessage const&)> message;
     /// A round ended: nothing more is under way now.
     std::function<void()> idle;
   };
 
-  NetlinkDumper(Mav::Activity& activity, std::span<TableSource* const> sources, Hooks hooks);
+  NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* const> sources, Hooks hooks);
 
   /// Wants a fresh dump of every source from `time` on (platform time). One that is under way
   /// ends first and is repeated.
   void wantAll(double time);
   /// Of one source. Never starts at once: several can be asked for, and come in their order.
-  void want(TableSource const& source, double time);
+  void want(KernelSource const& source, double time);
 
   /// While true, notifications are to be held back.
   bool busy() const { return current_ != nullptr; }
@@ -64,7 +64,7 @@ class NetlinkDumper {
 
  private:
   struct Job {
-    TableSource* source;
+    KernelSource* source;
     std::optional<double> due;  // wanted from then on
     unsigned interruptions = 0;
     unsigned failures = 0;

@@ -24,7 +24,7 @@ void repeatFor(double seconds, Step const& step) {
 
 }  // namespace
 
-NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> sources,
+NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const> sources,
                          Options options, std::function<void()> onSettled)
     : activity_(activity),
       sources_(sources.begin(), sources.end()),
@@ -32,7 +32,7 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> 
       onSettled_(std::move(onSettled)),
       dumper_(
           activity, sources_,
-          {[this](TableSource& source, NetlinkMessage const& message) { give(source, message); },
+          {[this](KernelSource& source, NetlinkMessage const& message) { give(source, message); },
            [this] { onDumpsIdle(); }}),
       replay_(activity.clock(), [this] { replay(); }) {
   std::size_t const granted = events_.receiveBufferIs(options_.eventBuffer);
@@ -171,7 +171,7 @@ void NetlinkFeed::apply(Bytes datagram) {
   }
 }
 
-void NetlinkFeed::give(TableSource& source, NetlinkMessage const& message) {
+void NetlinkFeed::give(KernelSource& source, NetlinkMessage const& message) {
   if (!source.takes(message.type())) return;
   try {
     source.receive(message);

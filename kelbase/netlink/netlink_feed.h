@@ -47,7 +47,7 @@ class NetlinkFeed {
   };
 
   /// The sources must outlive the feed. Mav::Exception when the kernel refuses the sockets.
-  NetlinkFeed(Mav::Activity& activity, std::span<TableSource* const> sources, Options options,
+  NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const> sources, Options options,
               std::function<void()> onSettled);
 
   /// Every source has been heard once.
@@ -74,10 +74,10 @@ class NetlinkFeed {
   void replayLeftIs(std::size_t left);
   bool replayOne();
   void apply(Bytes datagram);
-  void give(TableSource& source, NetlinkMessage const& message);
+  void give(KernelSource& source, NetlinkMessage const& message);
 
   Mav::Activity& activity_;
-  std::vector<TableSource*> const sources_;
+  std::vector<KernelSource*> const sources_;
   Options const options_;
   std::function<void()> const onSettled_;
   NetlinkSocket events_;

@@ -2,8 +2,8 @@
 // Nexthop objects: RTM_NEWNEXTHOP and RTM_DELNEXTHOP (ip-nexthop(8), kernels from 5.3 on), and with
 // them Pondo::FecTable, in which the next hops of all routes are (hop_sets.h).
 
-#include "kelbase/netlink/table_source.h"
 #include "kelbase/publish/hop_sets.h"
+#include "kelbase/publish/table_source.h"
 
 namespace Kelbase {
 

@@ -6,41 +6,15 @@
 #include <sys/epoll.h>
 
 #include "kelbase/model/trace.h"
-#include "kelbase/publish/address_source.h"
-#include "kelbase/publish/forwarding_source.h"
-#include "kelbase/publish/link_source.h"
-#include "kelbase/publish/route_source.h"
 
 namespace Kelbase {
 
-/// One source a kind of table, in the order in which readers are to hear of what comes.
-Publisher::Sources Publisher::makeSources() {
-  Sources sources;
-  auto links = std::make_unique<LinkSource>();
-  LinkNames& names = *links;
-  sources.push_back(std::move(links));
-  sources.push_back(std::make_unique<ForwardingSource>());
-  sources.push_back(std::make_unique<Address4Source>(names));
-  sources.push_back(std::make_unique<Address6Source>(names));
-  auto nexthops = std::make_unique<NexthopSource>(names);
-  auto routes = std::make_unique<RouteSource>(*nexthops);
-  sources.push_back(std::move(nexthops));
-  sources.push_back(std::move(routes));
-  return sources;
-}
-
-std::vector<TableSource*> Publisher::pointers(Sources const& sources) {
-  std::vector<TableSource*> result;
-  for (auto const& source : sources) result.push_back(source.get());
-  return result;
-}
-
-Publisher::Publisher(Mav::Activity& activity, Options const& options, Hooks hooks)
+Publisher::Publisher(Mav::Activity& activity, Options const& options, std::vector<TableView*> views,
+                     Hooks hooks)
     : runDir_(options.runDir),
       hooks_(std::move(hooks)),
-      sources_(makeSources()),
+      views_(std::move(views)),
       writer_(runDir_, options.writer),
-      feed_(activity, pointers(sources_), options.feed, [this] { commit_.timeMinIs(Mav::asap); }),
       activity_(activity),
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {
@@ -50,15 +24,15 @@ Publisher::Publisher(Mav::Activity& activity, Options const& options, Hooks hook
 
 std::string Publisher::summary() const {
   std::string result;
-  for (auto const& source : sources_) {
+  for (auto* view : views_) {
     if (!result.empty()) result += ", ";
-    result += source->summary();
+    result += view->summary();
   }
   return result;
 }
 
 void Publisher::publish() {
-  if (!feed_.settled()) return;  // it calls again
+  if (!hooks_.isSettled()) return;  // it calls again
   try {
     write();
   } catch (Mav::Exception const& error) {
@@ -81,7 +55,7 @@ void Publisher::write() {
     commit_.timeMinIs(Mav::asap);
     return;
   }
-  for (auto const& source : sources_) source->writeUnused(writer_);
+  for (auto* view : views_) view->writeUnused(writer_);
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
   published_ = true;
@@ -92,28 +66,28 @@ void Publisher::write() {
 }
 
 bool Publisher::exact() const {
-  return feed_.exact() && !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
+  return !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
 }
 
 bool Publisher::hasMore() const {
-  return std::any_of(sources_.begin(), sources_.end(),
-                     [](auto const& source) { return source->hasMore(); });
+  return std::any_of(views_.begin(), views_.end(),
+                     [](auto const* view) { return view->hasMore(); });
 }
 
 // What hangs on a link goes before it, and comes after it.
 void Publisher::writeChanges() {
-  for (auto source = sources_.rbegin(); source != sources_.rend(); ++source) {
-    (*source)->writeRemovals(writer_);
+  for (auto view = views_.rbegin(); view != views_.rend(); ++view) {
+    (*view)->writeRemovals(writer_);
   }
-  for (auto const& source : sources_) source->writeRest(writer_);
+  for (auto* view : views_) view->writeRest(writer_);
 }
 
 void Publisher::writeAll() {
-  for (auto const& source : sources_) {
-    auto const counts = source->writeAll(writer_);
+  for (auto* view : views_) {
+    auto const counts = view->writeAll(writer_);
     MAV_TRACE(traceHandle(), 1,
-              source->name() << ": " << counts.added << " added, " << counts.changed << " changed, "
-                             << counts.removed << " removed, " << counts.unchanged << " unchanged");
+              view->name() << ": " << counts.added << " added, " << counts.changed << " changed, "
+                           << counts.removed << " removed, " << counts.unchanged << " unchanged");
   }
 }
 

@@ -1,10 +1,9 @@
 #pragma once
-// Publishes the kernel's state in the shared tables: the sources, fed by NetlinkFeed, written by
-// Pondo::Writer.
+// Publishes the model in the shared tables: its views, written by Pondo::Writer.
 //
-// At the first settled moment every table is made equal to the kernel, whatever an earlier
+// At the first settled moment every table is made equal to the model, whatever an earlier
 // publisher left in it (only differences are written: a restart shows readers nothing). From then
-// on, one commit a turn when something changed. Where a source has more to write than fits a turn
+// on, one commit a turn when something changed. Where a view has more to write than fits a turn
 // (a million routes), the rest follows in the next ones; what is superfluous then (fecs without
 // routes) goes last, and new tables are said to be complete. When the run directory was deleted or
 // replaced, or a write failed, everything is published again. A failing environment is told in one
@@ -15,12 +14,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "kelbase/netlink/netlink_feed.h"
-#include "kelbase/netlink/table_source.h"
+#include "kelbase/publish/table_view.h"
 #include "platform/mav/activity.h"
 #include "platform/pondo/environment/writer.h"
 
@@ -36,10 +33,11 @@ class Publisher {
   struct Options {
     std::filesystem::path runDir;
     Pondo::Writer::Options writer = {};
-    NetlinkFeed::Options feed = {};
   };
 
   struct Hooks {
+    /// Whether the model is worth publishing now: not amid a dump.
+    std::function<bool()> isSettled;
     /// What the kernel said so far is in the tables. Called after each write, changes or not.
     std::function<void()> published;
     /// It cannot go on: another publisher has taken the run directory over.
@@ -47,22 +45,22 @@ class Publisher {
   };
 
   /// Takes the run directory. Pondo::EnvironmentException, PublisherRunningException when it is
-  /// not to be had; Mav::Exception when the kernel refuses the sockets.
-  Publisher(Mav::Activity& activity, Options const& options, Hooks hooks);
+  /// not to be had. The views are in the order in which readers are to hear of what comes; they
+  /// must outlive it.
+  Publisher(Mav::Activity& activity, Options const& options, std::vector<TableView*> views,
+            Hooks hooks);
 
-  /// The tables have been equal to the kernel once.
+  /// The model has changed, or has settled: written in the next turn.
+  void onSettled() { commit_.timeMinIs(Mav::asap); }
+
+  /// The tables have been equal to the model once.
   bool published() const { return published_; }
-  /// The tables hold all that the kernel has said, and nothing of it is known to be missing.
+  /// The tables hold all that the model does.
   bool exact() const;
-  NetlinkFeed const& feed() const { return feed_; }
   /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
   std::string summary() const;
 
  private:
-  using Sources = std::vector<std::unique_ptr<TableSource>>;
-
-  static Sources makeSources();
-  static std::vector<TableSource*> pointers(Sources const& sources);
   void publish();
   void write();
   void writeChanges();
@@ -75,17 +73,16 @@ class Publisher {
 
   std::filesystem::path const runDir_;
   Hooks const hooks_;
-  Sources const sources_;
+  std::vector<TableView*> const views_;
   Pondo::Writer writer_;
-  NetlinkFeed feed_;
   Mav::Activity& activity_;
   Mav::Timer commit_;
   Mav::Timer service_;
   Mav::Activity::Watch notice_;
 
   bool published_ = false;
-  bool everything_ = true;  // the tables may differ from the sources anywhere
-  bool complete_ = false;   // they have been equal to the sources since they were made
+  bool everything_ = true;  // the tables may differ from the model anywhere
+  bool complete_ = false;   // they have been equal to the model since they were made
   bool failing_ = false;
 };
 

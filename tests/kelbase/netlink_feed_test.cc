@@ -10,18 +10,23 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "kelbase/publish/link_source.h"
+#include "kelbase/netlink/forwarding_decoder.h"
+#include "kelbase/netlink/link_decoder.h"
+#include "kelbase/netlink/model_source.h"
+#include "kelbase/publish/forwarding_view.h"
+#include "kelbase/publish/link_view.h"
 #include "tests/kelbase/namespace_fixture.h"
 #include "tests/kelbase/netlink_builder.h"
+#include "tests/kelbase/scratch_dir.h"
 
 namespace Kelbase {
 namespace {
 
-using Links = std::map<std::string, Pondo::LinkTable::Record>;
+using Records = std::map<std::string, Pondo::LinkTable::Record>;
 
 /// What the kernel says by another road than netlink.
-Links kernelLinks() {
-  Links result;
+Records kernelLinks() {
+  Records result;
   int const fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   auto* const list = if_nameindex();
   for (auto const* entry = list; entry->if_index != 0; ++entry) {
@@ -47,8 +52,7 @@ class NetlinkFeedTest : public NamespaceTest {
     auto const kernel = kernelLinks();
     if (links_.size() != kernel.size()) return false;
     for (auto const& [name, record] : kernel) {
-      auto const* known = links_.find(Dovel::IntfId(name));
-      if (!known || *known != record) return false;
+      if (view_.find(Dovel::IntfId(name)) != record) return false;
     }
     return true;
   }
@@ -56,8 +60,12 @@ class NetlinkFeedTest : public NamespaceTest {
     return turnUntil([this] { return feed_->settled() && linksAreTheKernels(); });
   }
 
-  LinkSource links_;
-  std::vector<TableSource*> sources_{&links_};
+  bool operUp(char const* name) const { return view_.find(Dovel::IntfId(name))->operUp; }
+
+  Links links_;
+  LinkView view_{links_};
+  ModelSource<LinkDecoder, Links> source_{links_};
+  std::vector<KernelSource*> sources_{&source_};
   std::optional<NetlinkFeed> feed_;
 };
 
@@ -75,9 +83,9 @@ TEST_F(NetlinkFeedTest, LinksBeforeAndAfterTheStart) {
   ip("link set dev a up");
   start();
   EXPECT_TRUE(followed());
-  EXPECT_FALSE(links_.find(Dovel::IntfId("a"))->operUp);
+  EXPECT_FALSE(operUp("a"));
   ip("link set dev b up");  // the carrier comes a little later (net/core/link_watch.c)
-  EXPECT_TRUE(turnUntil([this] { return links_.find(Dovel::IntfId("a"))->operUp; }));
+  EXPECT_TRUE(turnUntil([this] { return operUp("a"); }));
   EXPECT_TRUE(followed());
   ip("link set dev a down\nlink set dev a name x\nlink set dev b down\nlink set dev b name "
      "a\nlink set dev x name b\n");
@@ -103,20 +111,21 @@ TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
   EXPECT_EQ(feed_->counters().overruns, 0U);
 }
 
-struct TolerantLinks : LinkSource {
+struct TolerantLinks : ModelSource<LinkDecoder, Links> {
+  using ModelSource::ModelSource;
   NetlinkRequest request =
       NetlinkRequest(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{}).interruptedIsWhole();
   std::span<NetlinkRequest const> requests() const override { return {&request, 1}; }
 };
 
 TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
-  TolerantLinks links;
-  sources_ = {&links};
+  TolerantLinks source(links_);
+  sources_ = {&source};
   ip(pairs(0, 60));
   start();
   ip("link del dev a7");
   ip(pairs(60, 61));
-  EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links.size() == 121; }));
+  EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links_.size() == 121; }));
   EXPECT_EQ(feed_->dumpCounters().interrupted, 0U);
   EXPECT_EQ(feed_->dumpCounters().dumps, 1U);
   feed_.reset();
@@ -165,6 +174,35 @@ TEST_F(NetlinkFeedDuringDump, MoreOfThemThanMemoryIsMeantForAreReadAgain) {
   change({.backlogMax = 4000});
   EXPECT_TRUE(followed());
   EXPECT_GE(feed_->counters().overruns, 1U);
+}
+
+/// What a kernel booted with ipv6.disable=1 answers: nobody has registered for the family.
+struct ForwardingWithoutIpv6 : ModelSource<ForwardingDecoder, Forwarding> {
+  using ModelSource::ModelSource;
+  static NetlinkRequest question(std::uint8_t family) {
+    NetlinkRequest request(RTM_GETNETCONF, 0, netconfmsg{family});
+    request.put(NETCONFA_IFINDEX, std::int32_t{NETCONFA_IFINDEX_ALL});
+    return request.unsupportedIsEmpty();
+  }
+  std::array<NetlinkRequest, 2> asked{question(AF_INET), question(AF_X25)};
+  std::span<NetlinkRequest const> requests() const override { return asked; }
+};
+
+TEST_F(NetlinkFeedTest, AKernelWithoutIpv6DoesNotForwardIt) {
+  Forwarding forwarding;
+  ForwardingView view(forwarding);
+  ForwardingWithoutIpv6 source(forwarding);
+  sources_ = {&source};
+  sysctl("ipv4/ip_forward", 1);
+  start();
+  ASSERT_TRUE(turnUntil([&] { return feed_->exact(); }));
+  EXPECT_EQ(view.summary(), "IPv4 forwarding on, IPv6 forwarding absent");
+  ScratchDir scratch;
+  Pondo::Writer writer(scratch / "run", {});
+  EXPECT_EQ(view.writeAll(writer).added, 2U);
+  EXPECT_EQ(view.find(Pondo::Family::ipv4), Pondo::ForwardingTable::Record{true});
+  EXPECT_EQ(view.find(Pondo::Family::ipv6), Pondo::ForwardingTable::Record{false});
+  feed_.reset();
 }
 
 TEST_F(NetlinkFeedTest, MessagesFromOtherProcessesAreIgnored) {

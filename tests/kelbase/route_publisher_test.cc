@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kelbase/publish/publisher.h"
+#include "kelbase/daemon/kernel_publisher.h"
 #include "tests/kelbase/namespace_fixture.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/kelbase/scratch_dir.h"
@@ -34,8 +34,8 @@ class RoutePublisherTest : public NamespaceTest {
   }
 
   void start(NetlinkFeed::Options feed = {}) {
-    publisher_.emplace(activity_, Publisher::Options{runDir_, {}, feed},
-                       Publisher::Hooks{[] {}, [](auto const&) { FAIL(); }});
+    publisher_.emplace(activity_, KernelPublisher::Options{runDir_, {}, feed},
+                       KernelPublisher::Hooks{[] {}, [](auto const&) { FAIL(); }});
     ASSERT_TRUE(turnUntil([this] { return publisher_->published(); }));
   }
 
@@ -77,7 +77,7 @@ class RoutePublisherTest : public NamespaceTest {
 
   ScratchDir scratch_;
   std::filesystem::path const runDir_ = scratch_ / "run";
-  std::optional<Publisher> publisher_;
+  std::optional<KernelPublisher> publisher_;
   int markers_ = 0;
   std::size_t fecs_ = 0;
   std::uint64_t generation_ = 0;

@@ -10,7 +10,8 @@
 #include <linux/if.h>
 #include <linux/if_addr.h>
 
-#include "kelbase/publish/link_source.h"
+#include "kelbase/netlink/link_decoder.h"
+#include "kelbase/netlink/model_source.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/kelbase/scratch_dir.h"
@@ -39,7 +40,7 @@ class RouteSourceTest : public testing::Test {
 
   void link(int index, std::string_view name, unsigned flags = IFF_UP | IFF_RUNNING) {
     auto const builder = linkMessage(RTM_NEWLINK, index, flags).text(IFLA_IFNAME, name);
-    links_.receive(builder.message());
+    linkSource_.receive(builder.message());
     routes_.receive(builder.message());
   }
   static NetlinkBuilder message(int type, char const* prefix, int hop, int metric = 0,
@@ -113,7 +114,8 @@ class RouteSourceTest : public testing::Test {
 
   ScratchDir scratch_;
   std::optional<Pondo::Writer> writer_{std::in_place, scratch_ / "run", Pondo::Writer::Options{}};
-  LinkSource links_;
+  Links links_;
+  ModelSource<LinkDecoder, Links> linkSource_{links_};
   NexthopSource nexthops_{links_};
   RouteSource routes_{nexthops_};
   std::string wishes_;

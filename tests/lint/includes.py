@@ -10,7 +10,8 @@ import pathlib
 import re
 import sys
 
-KELBASE_BELOW = {"platform/pondo", "platform/dovel", "platform/mav"}
+VALUES = {"platform/dovel", "platform/mav"}
+TABLES = VALUES | {"platform/pondo"}
 
 ARROWS = {
     "platform/mav": set(),
@@ -25,11 +26,11 @@ ARROWS = {
               "platform/blipmark"},
     "handlers": {"model", "stats", "platform/mav", "platform/dovel", "platform/snmp",
                  "platform/state"},
-    "kelbase/model": KELBASE_BELOW,
-    "kelbase/netlink": KELBASE_BELOW | {"kelbase/model"},
-    "kelbase/publish": KELBASE_BELOW | {"kelbase/model", "kelbase/netlink"},
-    "kelbase/daemon": KELBASE_BELOW | {"kelbase/model", "kelbase/netlink", "kelbase/publish"},
-    "kelbase/ctl": KELBASE_BELOW | {"kelbase/model", "kelbase/publish"},
+    "kelbase/model": VALUES,
+    "kelbase/netlink": VALUES | {"kelbase/model"},
+    "kelbase/publish": TABLES | {"kelbase/model", "kelbase/netlink"},
+    "kelbase/daemon": TABLES | {"kelbase/model", "kelbase/netlink", "kelbase/publish"},
+    "kelbase/ctl": TABLES | {"kelbase/model", "kelbase/publish"},
     "kelbase": {"kelbase/daemon", "kelbase/ctl"},
     "plugin": {"platform/mav", "platform/dovel", "platform/blipmark", "platform/pondo",
                "platform/state", "platform/snmp", "stats", "model", "agent", "handlers"},

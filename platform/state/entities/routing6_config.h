@@ -1,6 +1,6 @@
 #pragma once
 // IPv6 forwarding (net.ipv6.conf.all.forwarding), mounted at "Kelbase/routing6/config" while it is
-// known: not at all on a kernel without IPv6. An entity that exists holds the published value.
+// known; false on a kernel without IPv6. An entity that exists holds the published value.
 
 #include "platform/state/entities/routing_flag.h"
 

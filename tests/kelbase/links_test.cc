@@ -2,14 +2,17 @@
 #include <gtest/gtest.h>
 #include <linux/mpls.h>
 
-#include "kelbase/publish/forwarding_source.h"
-#include "kelbase/publish/link_source.h"
+#include "kelbase/netlink/forwarding_decoder.h"
+#include "kelbase/netlink/link_decoder.h"
+#include "kelbase/netlink/model_source.h"
+#include "kelbase/publish/forwarding_view.h"
+#include "kelbase/publish/link_view.h"
 #include "tests/kelbase/netlink_builder.h"
 
 namespace Kelbase {
 namespace {
 
-class LinkSourceTest : public testing::Test {
+class LinksTest : public testing::Test {
  protected:
   void link(int index, std::string_view name) {
     source_.receive(linkMessage(RTM_NEWLINK, index).text(IFLA_IFNAME, name).message());
@@ -20,18 +23,20 @@ class LinkSourceTest : public testing::Test {
   std::string told(std::initializer_list<char const*> names) const {
     std::string result;
     for (auto const* name : names) {
-      auto const* record = source_.find(Dovel::IntfId(name));
+      auto const record = view_.find(Dovel::IntfId(name));
       if (record) result += std::string(name) + "=" + std::to_string(record->ifIndex) + " ";
     }
-    EXPECT_EQ(source_.size(),
+    EXPECT_EQ(links_.size(),
               static_cast<std::size_t>(std::count(result.begin(), result.end(), '=')));
     return result;
   }
 
-  LinkSource source_;
+  Links links_;
+  LinkView view_{links_};
+  ModelSource<LinkDecoder, Links> source_{links_};
 };
 
-TEST_F(LinkSourceTest, NamesFollowTheirIndex) {
+TEST_F(LinksTest, NamesFollowTheirIndex) {
   link(1, "a");
   link(2, "b");
   link(1, "c");
@@ -46,7 +51,7 @@ TEST_F(LinkSourceTest, NamesFollowTheirIndex) {
   EXPECT_EQ(told({"a", "b", "d"}), "a=7 b=1 d=2 ");
 }
 
-TEST_F(LinkSourceTest, ANameBelongsToWhoClaimedItLast) {
+TEST_F(LinksTest, ANameBelongsToWhoClaimedItLast) {
   link(1, "a");
   link(2, "a");  // the rename of link 1 was lost
   EXPECT_EQ(told({"a"}), "a=2 ");
@@ -57,7 +62,7 @@ TEST_F(LinkSourceTest, ANameBelongsToWhoClaimedItLast) {
   EXPECT_EQ(told({"a", "b"}), "a=2 b=3 ");
 }
 
-TEST_F(LinkSourceTest, AWholeDumpForgetsWhatItDidNotMention) {
+TEST_F(LinksTest, AWholeDumpForgetsWhatItDidNotMention) {
   link(1, "a");
   link(2, "b");
   source_.dumpBegin();
@@ -70,7 +75,7 @@ TEST_F(LinkSourceTest, AWholeDumpForgetsWhatItDidNotMention) {
   EXPECT_EQ(told({"a", "b", "c"}), "c=3 ");
 }
 
-TEST_F(LinkSourceTest, ABadMessageChangesNothing) {
+TEST_F(LinksTest, ABadMessageChangesNothing) {
   link(2, "a");
   EXPECT_THAT([this] { link(0, "a"); }, testing::ThrowsMessage<BadMessage>(
                                             "RTM_NEWLINK: interface index 0, expected 1 or more"));
@@ -78,7 +83,7 @@ TEST_F(LinkSourceTest, ABadMessageChangesNothing) {
   EXPECT_EQ(told({"a"}), "a=2 ");
 }
 
-class ForwardingSourceTest : public testing::Test {
+class ForwardingTest : public testing::Test {
  protected:
   void flag(int family, int index, std::int32_t forwarding) {
     source_.receive(netconfMessage(RTM_NEWNETCONF, family)
@@ -89,10 +94,12 @@ class ForwardingSourceTest : public testing::Test {
   void all(int family, std::int32_t forwarding) { flag(family, NETCONFA_IFINDEX_ALL, forwarding); }
   std::string told() const { return source_.summary(); }
 
-  ForwardingSource source_;
+  Forwarding forwarding_;
+  ForwardingView view_{forwarding_};
+  ModelSource<ForwardingDecoder, Forwarding> source_{forwarding_};
 };
 
-TEST_F(ForwardingSourceTest, OnlyForwardingOfAllCounts) {
+TEST_F(ForwardingTest, OnlyForwardingOfAllCounts) {
   EXPECT_EQ(told(), "IPv4 forwarding absent, IPv6 forwarding absent");
   all(AF_INET, 1);
   all(AF_INET6, 0);
@@ -110,7 +117,7 @@ TEST_F(ForwardingSourceTest, OnlyForwardingOfAllCounts) {
   EXPECT_EQ(told(), "IPv4 forwarding off, IPv6 forwarding on");
 }
 
-TEST_F(ForwardingSourceTest, AnIpVersionGoesWithItsKernelModule) {
+TEST_F(ForwardingTest, AnIpVersionGoesWithItsKernelModule) {
   all(AF_INET, 1);
   all(AF_INET6, 1);
   source_.receive(netconfMessage(RTM_DELNETCONF, AF_INET6)
@@ -123,7 +130,7 @@ TEST_F(ForwardingSourceTest, AnIpVersionGoesWithItsKernelModule) {
   EXPECT_EQ(told(), "IPv4 forwarding absent, IPv6 forwarding on");
 }
 
-TEST_F(ForwardingSourceTest, ABadMessageChangesNothing) {
+TEST_F(ForwardingTest, ABadMessageChangesNothing) {
   all(AF_INET, 1);
   auto message = netconfMessage(RTM_NEWNETCONF, AF_INET);
   message.value(NETCONFA_FORWARDING, 0);

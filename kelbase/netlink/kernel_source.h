@@ -1,10 +1,6 @@
 #pragma once
-// One kind of kernel object and the shared table that shows it: the part that differs from table to
-// table. To publish a new kind, derive a source and add it to Publisher's list (publisher.cc); the
-// sockets, dumps, overruns and commits are NetlinkFeed's and Publisher's.
-//
-// A source keeps what the kernel said last (keyed by what the kernel identifies the object with),
-// and which table keys changed since the last write. It is fed by NetlinkFeed:
+// One kind of kernel object, as NetlinkFeed fills it: what to subscribe to, what to ask for, and
+// who takes the messages. Fed in one of two ways:
 //
 //   dumpBegin, receive*, dumpEnd       the answer to requests(), whole
 //   receive*                           notifications of groups(), in order
@@ -23,16 +19,15 @@
 
 #include "kelbase/netlink/netlink_message.h"
 #include "kelbase/netlink/netlink_request.h"
-#include "platform/pondo/environment/writer.h"
 
 namespace Kelbase {
 
-class TableSource {
+class KernelSource {
  public:
-  TableSource() = default;
-  TableSource(TableSource const&) = delete;
-  TableSource& operator=(TableSource const&) = delete;
-  virtual ~TableSource() = default;
+  KernelSource() = default;
+  KernelSource(KernelSource const&) = delete;
+  KernelSource& operator=(KernelSource const&) = delete;
+  virtual ~KernelSource() = default;
 
   /// "links": for log lines.
   virtual std::string_view name() const = 0;
@@ -52,19 +47,6 @@ class TableSource {
   virtual void receive(NetlinkMessage const& message) = 0;
   /// From here on receive() is (or is no more) given what was held back.
   virtual void replayIs(bool /*on*/) {}
-
-  /// Writes what changed since the last write, in two steps. Publisher takes the first step of all
-  /// sources before the second of any, so that readers hear of what goes before what comes. The
-  /// caller commits.
-  virtual void writeRemovals(Pondo::Writer& writer) = 0;
-  virtual void writeRest(Pondo::Writer& writer) = 0;
-  /// There is more to write than fits a turn: the caller commits, and writes again next turn.
-  virtual bool hasMore() const { return false; }
-  /// Takes away what no record of any table refers to any more. Called when no source has more.
-  virtual void writeUnused(Pondo::Writer& /*writer*/) {}
-  /// Makes the table equal to what the kernel said, whatever it holds; a source that then has more
-  /// has but found the difference, and writes it as changes. The caller commits.
-  virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
   /// For the operator: "3 links".
   virtual std::string summary() const = 0;
 

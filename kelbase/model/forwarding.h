@@ -1,0 +1,49 @@
+#pragma once
+// Whether the host forwards, by version of IP: net.ipv4.ip_forward and net.ipv6.conf.all.forwarding
+// of the namespace. A version that the kernel lacks (ipv6.disable=1) is not known here, and not
+// forwarded. One thread.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kelbase/model/marked.h"
+
+namespace Kelbase {
+
+enum class IpVersion : std::uint8_t { v4 = 4, v6 = 6 };
+
+struct ForwardingFlag {
+  IpVersion version = IpVersion::v4;
+  bool forwards = false;
+};
+
+class Forwarding {
+ public:
+  class Observer {
+   public:
+    virtual ~Observer() = default;
+    virtual void onForwarding(IpVersion version) = 0;
+  };
+
+  void observerIs(Observer& observer) { observers_.push_back(&observer); }
+
+  void is(ForwardingFlag const& flag);
+  void del(ForwardingFlag const& flag);
+  void dumpBegin() { flags_.dumpBegin(); }
+  void dumpEnd(bool whole);
+
+  /// False, too, when the kernel lacks that version.
+  bool forwards(IpVersion version) const;
+  /// "IPv4 forwarding on, IPv6 forwarding absent"
+  std::string summary() const;
+
+ private:
+  void tell(IpVersion version) const;
+
+  MarkedTree<IpVersion, bool> flags_;
+  std::vector<Observer*> observers_;
+};
+
+}  // namespace Kelbase

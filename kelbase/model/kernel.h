@@ -1,0 +1,21 @@
+#pragma once
+// What the kernel has, as it said last: the model that netlink's decoders or a file fill, and that
+// the published tables are views of. To have a new kind of object published: its struct here, its
+// decoder in kelbase/netlink/kernel_sources.cc, its rows in kelbase/publish/kernel_views.cc.
+//
+// All on one thread. Nothing in it blocks, or knows where it comes from and where it goes.
+
+#include "kelbase/model/address.h"
+#include "kelbase/model/forwarding.h"
+#include "kelbase/model/links.h"
+
+namespace Kelbase {
+
+struct Kernel {
+  Links links;
+  Forwarding forwarding;
+  Addresses4 addresses4{links};
+  Addresses6 addresses6{links};
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,79 @@
+#include "kelbase/model/links.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "kelbase/model/trace.h"
+
+namespace Kelbase {
+
+void Links::is(Link const& link) {
+  auto const [known, isNew] = links_.mark(link.index);
+  Link const before = std::exchange(known, link);
+  if (!isNew && before.name != link.name) nameDel(before.name, link.index);
+  nameIs(link);
+  if (!isNew && before == link) return;
+  MAV_TRACE(traceHandle(), 2,
+            "link " << link.name << " index " << link.index << " adminUp " << link.isUp
+                    << " operUp " << (link.isUp && link.isRunning));
+  for (auto* observer : observers_) observer->onLink(isNew ? nullptr : &before, link);
+}
+
+/// Whoever had the name before has lost it, even if the kernel's word on that was lost.
+void Links::nameIs(Link const& link) {
+  auto const [owner, isFree] = indexByName_.try_emplace(link.name, link.index);
+  auto const earlier = std::exchange(owner->second, link.index);
+  if (!isFree && earlier == link.index) return;
+  if (!isFree) tellName(earlier, link.name);
+  tellName(link.index, link.name);
+}
+
+void Links::nameDel(Dovel::IntfId const& name, std::int32_t index) {
+  auto const owner = indexByName_.find(name);
+  if (owner == indexByName_.end() || owner->second != index) return;  // another link took it over
+  indexByName_.erase(owner);
+  tellName(index, name);
+}
+
+void Links::tellName(std::int32_t index, Dovel::IntfId const& name) const {
+  for (auto* observer : observers_) observer->onLinkName(index, name);
+}
+
+void Links::del(std::int32_t index) {
+  if (auto const* known = links_.find(index)) {
+    auto const name = known->name;
+    MAV_TRACE(traceHandle(), 2, "link " << name << " index " << index << " is gone");
+    nameDel(name, index);
+    links_.del(index);
+  }
+  for (auto* observer : observers_) observer->onLinkGone(index);
+}
+
+void Links::dumpEnd(bool whole) {
+  if (!whole) return;
+  for (auto const index : links_.unmarked()) del(index);
+}
+
+std::optional<Dovel::IntfId> Links::linkName(std::int32_t index) const {
+  auto const* link = links_.find(index);
+  if (!link || linkIndex(link->name) != index) return std::nullopt;
+  return link->name;
+}
+
+std::optional<std::int32_t> Links::linkIndex(Dovel::IntfId const& name) const {
+  auto const owner = indexByName_.find(name);
+  if (owner == indexByName_.end()) return std::nullopt;
+  return owner->second;
+}
+
+Link const* Links::find(Dovel::IntfId const& name) const {
+  auto const index = linkIndex(name);
+  return index ? links_.find(*index) : nullptr;
+}
+
+std::string Links::summary() const {
+  return fmt::format("{} link{}", size(), size() == 1 ? "" : "s");
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,99 @@
+#include "kelbase/netlink/address_decoder.h"
+
+#include <fmt/format.h>
+#include <linux/if.h>
+#include <linux/if_addr.h>
+#include <sys/socket.h>
+
+#include "kelbase/netlink/netlink_attributes.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::array address4Rules{
+    AttributeRule{IFA_LOCAL, "IFA_LOCAL", exactly(sizeof(Dovel::IpAddr::Octets))},
+    AttributeRule{IFA_ADDRESS, "IFA_ADDRESS", exactly(sizeof(Dovel::IpAddr::Octets))},
+    AttributeRule{IFA_LABEL, "IFA_LABEL", textOf(IFNAMSIZ)},
+    AttributeRule{IFA_FLAGS, "IFA_FLAGS", exactly(sizeof(std::uint32_t))},
+};
+
+constexpr std::array address6Rules{
+    AttributeRule{IFA_LOCAL, "IFA_LOCAL", exactly(sizeof(Dovel::Ip6Addr::Octets))},
+    AttributeRule{IFA_ADDRESS, "IFA_ADDRESS", exactly(sizeof(Dovel::Ip6Addr::Octets)), required},
+    AttributeRule{IFA_FLAGS, "IFA_FLAGS", exactly(sizeof(std::uint32_t))},
+};
+
+/// The header, with its index checked; nothing for the other version of IP.
+std::optional<ifaddrmsg> headerOf(NetlinkMessage const& message, std::uint8_t family) {
+  auto const info = message.header<ifaddrmsg>();
+  if (info.ifa_family != family) return std::nullopt;
+  if (static_cast<std::int32_t>(info.ifa_index) >= 1) return info;
+  throw BadMessage(
+      fmt::format("{}: interface index {}, expected 1 or more", message.name(), info.ifa_index));
+}
+
+template <class Addr>
+void checkAddress(NetlinkMessage const& message, Addr const& local, unsigned length) {
+  if (local.isUnspecified()) {
+    throw BadMessage(
+        fmt::format("{}: {} is no interface's address", message.name(), local.stringValue()));
+  }
+  if (length > Addr::bits) {
+    throw BadMessage(
+        fmt::format("{}: prefix length {}, expected 0 to {}", message.name(), length, Addr::bits));
+  }
+}
+
+/// ifa_flags has room for the first eight alone.
+std::uint32_t flagsOf(Attributes const& attributes, ifaddrmsg const& info) {
+  return attributes.value<std::uint32_t>(IFA_FLAGS).value_or(info.ifa_flags);
+}
+
+/// A kernel that lacks this version of IP has no such addresses.
+std::vector<NetlinkRequest> dumpOf(std::uint8_t family) {
+  ifaddrmsg header{};
+  header.ifa_family = family;
+  NetlinkRequest request(RTM_GETADDR, NLM_F_DUMP, header);
+  return {request.unsupportedIsEmpty()};
+}
+
+}  // namespace
+
+std::vector<NetlinkRequest> Address4Decoder::requests() { return dumpOf(AF_INET); }
+
+std::optional<Address4> Address4Decoder::read(NetlinkMessage const& message) {
+  auto const info = headerOf(message, AF_INET);
+  if (!info) return std::nullopt;
+  Attributes const attributes(message.name(), message.attributes<ifaddrmsg>(), address4Rules);
+  // IFA_ADDRESS is the peer, or the address again; each is left out when it is 0.0.0.0.
+  auto const peer = attributes.address<Dovel::IpAddr>(IFA_ADDRESS).value_or(Dovel::IpAddr());
+  auto const local = attributes.address<Dovel::IpAddr>(IFA_LOCAL).value_or(peer);
+  checkAddress(message, local, info->ifa_prefixlen);
+  auto const label = attributes.text(IFA_LABEL);
+  return Address4{.link = static_cast<std::int32_t>(info->ifa_index),
+                  .key = {local, info->ifa_prefixlen, peer},
+                  .state = {.label = label ? Dovel::IntfId(*label) : Dovel::IntfId(),
+                            .isSecondary = (flagsOf(attributes, *info) & IFA_F_SECONDARY) != 0}};
+}
+
+std::vector<NetlinkRequest> Address6Decoder::requests() { return dumpOf(AF_INET6); }
+
+std::optional<Address6> Address6Decoder::read(NetlinkMessage const& message) {
+  auto const info = headerOf(message, AF_INET6);
+  if (!info) return std::nullopt;
+  Attributes const attributes(message.name(), message.attributes<ifaddrmsg>(), address6Rules);
+  // With a peer the address is IFA_LOCAL and the peer IFA_ADDRESS; without there is no IFA_LOCAL.
+  auto const peer = *attributes.address<Dovel::Ip6Addr>(IFA_ADDRESS);
+  auto const local = attributes.address<Dovel::Ip6Addr>(IFA_LOCAL).value_or(peer);
+  checkAddress(message, local, info->ifa_prefixlen);
+  auto const flags = flagsOf(attributes, *info);
+  return Address6{.link = static_cast<std::int32_t>(info->ifa_index),
+                  .key = local,
+                  .state = {.length = info->ifa_prefixlen,
+                            .peer = peer,
+                            .isTentative = (flags & IFA_F_TENTATIVE) != 0,
+                            .hasFailed = (flags & IFA_F_DADFAILED) != 0,
+                            .isDeprecated = (flags & IFA_F_DEPRECATED) != 0}};
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,37 @@
+#pragma once
+// RTM_NEWADDR and RTM_DELADDR (rtnetlink(7)), read into Address4 and Address6.
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <linux/rtnetlink.h>
+
+#include "kelbase/model/address.h"
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+
+namespace Kelbase {
+
+struct Address4Decoder {
+  static constexpr std::string_view name = Address4::kinds;
+  static constexpr std::array groups{unsigned{RTNLGRP_IPV4_IFADDR}};
+  static constexpr std::uint16_t newType = RTM_NEWADDR;
+  static constexpr std::uint16_t delType = RTM_DELADDR;
+
+  static std::vector<NetlinkRequest> requests();
+  static std::optional<Address4> read(NetlinkMessage const& message);
+};
+
+struct Address6Decoder {
+  static constexpr std::string_view name = Address6::kinds;
+  static constexpr std::array groups{unsigned{RTNLGRP_IPV6_IFADDR}};
+  static constexpr std::uint16_t newType = RTM_NEWADDR;
+  static constexpr std::uint16_t delType = RTM_DELADDR;
+
+  static std::vector<NetlinkRequest> requests();
+  static std::optional<Address6> read(NetlinkMessage const& message);
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,30 @@
+#pragma once
+// RTM_NEWNETCONF and RTM_DELNETCONF (linux/netconf.h) of the pseudo-interface "all", read into
+// ForwardingFlag.
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <linux/rtnetlink.h>
+
+#include "kelbase/model/forwarding.h"
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+
+namespace Kelbase {
+
+struct ForwardingDecoder {
+  static constexpr std::string_view name = "forwarding";
+  static constexpr std::array groups{unsigned{RTNLGRP_IPV4_NETCONF},
+                                     unsigned{RTNLGRP_IPV6_NETCONF}};
+  static constexpr std::uint16_t newType = RTM_NEWNETCONF;
+  static constexpr std::uint16_t delType = RTM_DELNETCONF;
+
+  static std::vector<NetlinkRequest> requests();
+  /// Nothing for a single interface, another setting or another family.
+  static std::optional<ForwardingFlag> read(NetlinkMessage const& message);
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,27 @@
+#include "kelbase/netlink/kernel_sources.h"
+
+#include "kelbase/netlink/address_decoder.h"
+#include "kelbase/netlink/forwarding_decoder.h"
+#include "kelbase/netlink/link_decoder.h"
+#include "kelbase/netlink/model_source.h"
+
+namespace Kelbase {
+namespace {
+
+template <class Decoder, class Model>
+std::unique_ptr<KernelSource> sourceOf(Model& model) {
+  return std::make_unique<ModelSource<Decoder, Model>>(model);
+}
+
+}  // namespace
+
+KernelSources makeKernelSources(Kernel& kernel) {
+  KernelSources sources;
+  sources.push_back(sourceOf<LinkDecoder>(kernel.links));
+  sources.push_back(sourceOf<ForwardingDecoder>(kernel.forwarding));
+  sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));
+  sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
+  return sources;
+}
+
+}  // namespace Kelbase

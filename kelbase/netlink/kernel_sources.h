@@ -1,0 +1,18 @@
+#pragma once
+// Every kind of kernel object, and the part of the model that its messages fill.
+
+#include <memory>
+#include <vector>
+
+#include "kelbase/model/kernel.h"
+#include "kelbase/netlink/kernel_source.h"
+
+namespace Kelbase {
+
+using KernelSources = std::vector<std::unique_ptr<KernelSource>>;
+
+/// In the order in which they are to be asked: links before what hangs on them. `kernel` must
+/// outlive them.
+KernelSources makeKernelSources(Kernel& kernel);
+
+}  // namespace Kelbase

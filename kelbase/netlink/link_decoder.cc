@@ -1,0 +1,47 @@
+#include "kelbase/netlink/link_decoder.h"
+
+#include <fmt/format.h>
+#include <linux/if.h>
+#include <sys/socket.h>
+
+#include "kelbase/netlink/netlink_attributes.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::array linkRules{
+    AttributeRule{IFLA_IFNAME, "IFLA_IFNAME", textOf(IFNAMSIZ), required},
+    AttributeRule{IFLA_MASTER, "IFLA_MASTER", exactly(sizeof(std::uint32_t))},
+};
+
+}  // namespace
+
+std::vector<NetlinkRequest> LinkDecoder::requests() {
+  NetlinkRequest request(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{});
+  // Counters would be three quarters of the answer.
+  request.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_SKIP_STATS});
+  return {request};
+}
+
+std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
+  auto const info = message.header<ifinfomsg>();
+  // A bridge speaks of its ports with the same messages under AF_BRIDGE: a port that leaves its
+  // bridge is still a link.
+  if (info.ifi_family != AF_UNSPEC) return std::nullopt;
+  if (info.ifi_index < 1) {
+    throw BadMessage(
+        fmt::format("{}: interface index {}, expected 1 or more", message.name(), info.ifi_index));
+  }
+  Link link;
+  link.index = info.ifi_index;
+  if (message.type() == RTM_DELLINK) return link;
+  Attributes const attributes(message.name(), message.attributes<ifinfomsg>(), linkRules);
+  link.name = Dovel::IntfId(*attributes.text(IFLA_IFNAME));
+  link.isUp = (info.ifi_flags & IFF_UP) != 0;
+  link.isRunning = (info.ifi_flags & IFF_RUNNING) != 0;
+  link.hasCarrier = (info.ifi_flags & IFF_LOWER_UP) != 0;
+  link.master = attributes.value<std::uint32_t>(IFLA_MASTER).value_or(0);
+  return link;
+}
+
+}  // namespace Kelbase

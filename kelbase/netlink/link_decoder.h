@@ -1,0 +1,28 @@
+#pragma once
+// RTM_NEWLINK and RTM_DELLINK (rtnetlink(7)), read into Link.
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <linux/rtnetlink.h>
+
+#include "kelbase/model/links.h"
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+
+namespace Kelbase {
+
+struct LinkDecoder {
+  static constexpr std::string_view name = "links";
+  static constexpr std::array groups{unsigned{RTNLGRP_LINK}};
+  static constexpr std::uint16_t newType = RTM_NEWLINK;
+  static constexpr std::uint16_t delType = RTM_DELLINK;
+
+  static std::vector<NetlinkRequest> requests();
+  /// Of RTM_DELLINK the index alone. Nothing for a bridge's word about one of its ports.
+  static std::optional<Link> read(NetlinkMessage const& message);
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,38 @@
+#pragma once
+// Addresses as rows of Pondo::Address4Table and Pondo::Address6Table.
+
+#include <optional>
+
+#include "kelbase/model/address.h"
+#include "platform/pondo/tables/tables.h"
+
+namespace Kelbase {
+
+struct Address4Row {
+  using Table = Pondo::Address4Table;
+  using Object = Address4;
+
+  static Table::Key key(Dovel::IntfId const& link, Address4::Key const& key) {
+    return {link, key.local, key.length, key.peer};
+  }
+  static Address4::Key objectKey(Table::Key const& key) {
+    return {key.local, key.length, key.peer};
+  }
+  static std::optional<Table::Record> record(Address4::State const& state) {
+    return Table::Record{state.label, state.isSecondary};
+  }
+};
+
+struct Address6Row {
+  using Table = Pondo::Address6Table;
+  using Object = Address6;
+
+  static Table::Key key(Dovel::IntfId const& link, Address6::Key const& key) { return {link, key}; }
+  static Address6::Key objectKey(Table::Key const& key) { return key.local; }
+  static std::optional<Table::Record> record(Address6::State const& state) {
+    return Table::Record{state.length, state.peer, state.isTentative, state.hasFailed,
+                         state.isDeprecated};
+  }
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,35 @@
+#pragma once
+// Links as rows of Pondo::LinkTable: one row a name.
+
+#include "kelbase/model/links.h"
+#include "kelbase/publish/row_view.h"
+
+namespace Kelbase {
+
+class LinkView : public RowView<Pondo::LinkTable>, private Links::Observer {
+ public:
+  /// `links` must outlive it.
+  explicit LinkView(Links& links) : links_(links) { links.observerIs(*this); }
+
+  std::string_view name() const override { return "links"; }
+  std::string summary() const override { return links_.summary(); }
+
+  std::optional<Record> find(Key const& name) const override {
+    auto const* link = links_.find(name);
+    return link ? std::optional(recordOf(*link)) : std::nullopt;
+  }
+
+ private:
+  static Record recordOf(Link const& link) {
+    return {link.index, link.isUp, link.isUp && link.isRunning};
+  }
+  void forEachRow(Visit visit) const override {
+    links_.forEach([&](Link const& link) { visit(link.name, recordOf(link)); });
+  }
+  void onLinkName(std::int32_t /*index*/, Dovel::IntfId const& name) override { mark(name); }
+  void onLink(Link const* /*before*/, Link const& now) override { mark(now.name); }
+
+  Links const& links_;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,55 @@
+#pragma once
+// A view of one table whose rows fit one turn. A derived view says what a row holds and which rows
+// there are, and marks those that may have changed; the writing is the same for all.
+
+#include <map>
+#include <optional>
+
+#include <absl/container/btree_set.h>
+#include <absl/functional/function_ref.h>
+
+#include "kelbase/publish/table_view.h"
+
+namespace Kelbase {
+
+template <class Table>
+class RowView : public TableView {
+ public:
+  using Key = typename Table::Key;
+  using Record = typename Table::Record;
+
+  /// What the table is to hold under `key`.
+  virtual std::optional<Record> find(Key const& key) const = 0;
+
+  void writeRemovals(Pondo::Writer& writer) override {
+    for (auto const& key : changed_) {
+      if (!find(key)) writer.erase<Table>(key);
+    }
+  }
+  void writeRest(Pondo::Writer& writer) override {
+    for (auto const& key : changed_) {
+      if (auto const record = find(key)) writer.put<Table>(key, *record);
+    }
+    changed_.clear();
+  }
+  Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override {
+    std::map<Key, Record> wanted;
+    forEachRow([&](Key const& key, Record const& record) { wanted.emplace(key, record); });
+    auto const counts = writer.sync<Table>(wanted);
+    changed_.clear();
+    return counts;
+  }
+
+ protected:
+  using Visit = absl::FunctionRef<void(Key const&, Record const&)>;
+
+  /// Calls visit(key, record) for every row, in any order.
+  virtual void forEachRow(Visit visit) const = 0;
+  /// The row may be another than when it was last written.
+  void mark(Key const& key) { changed_.insert(key); }
+
+ private:
+  absl::btree_set<Key> changed_;
+};
+
+}  // namespace Kelbase
