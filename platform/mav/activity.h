@@ -1,15 +1,19 @@
 #pragma once
-// The event loop: one epoll set that holds watched descriptors, one timerfd (the clock's next
-// time) and one eventfd (as soon as possible).
+// The event loop: one epoll set that holds the watched descriptors, a timerfd (the clock's next
+// time) and an eventfd (as soon as possible).
 //
-// Used in two ways. Embedded in a foreign loop: hand fd() to it, and call deliver() whenever it is
-// readable; everything that is due, timers and asap included, makes fd() readable. Alone: run().
+// It works in two ways. Inside another loop (snmpd's): that loop watches fd(), which is readable
+// whenever anything is due, timers included, and then calls deliver(). Alone (tools, tests): run().
 //
-// One turn (deliver) handles the descriptors that are ready, then the clock reactors that are due,
-// each once, then what was asked for its end, and returns: work that asks for more time yields to
-// the foreign loop. Never blocks. An exception from a callback is logged and does not end the turn;
-// a watch whose callback threw rests for Clock::retryDelay seconds, so that a lasting fault does
-// not spin the loop. One thread.
+// One turn calls the callbacks of the descriptors that are ready, then each clock reactor that is
+// due, once, then the actions that were asked for its end, and returns. Work that wants to go on
+// asks for another turn, so that the other loop has its own in between. A turn never waits.
+//
+// An exception of a callback is logged, and the turn goes on. The watch whose callback threw rests
+// for Clock::retryDelay seconds, so that a lasting fault does not fill a core.
+//
+// One thread uses an activity: the one that delivers. Callbacks may make and drop watches, timers
+// and turn ends, their own included; they must not destroy the activity.
 
 #include <cstdint>
 #include <functional>
@@ -21,13 +25,15 @@ namespace Mav {
 
 class Activity {
  public:
-  /// Called with the epoll(7) events that are ready. May drop its own Watch or any other, and make
-  /// new ones: no event that was fetched before reaches a callback made or dropped since.
+  /// Takes the epoll(7) events that are ready. It may drop its own Watch or any other, and make new
+  /// ones: an event that was fetched earlier in the turn reaches neither a dropped watch nor a new
+  /// one that has got the same descriptor number.
   using Ready = std::function<void(std::uint32_t events)>;
 
-  /// Dropping it ends the watch; the descriptor stays the caller's. Drop the watch, then close the
-  /// descriptor; the other way round is harmless too, even when the number is in use again by then,
-  /// but for a descriptor that was duplicated. Must not outlive the Activity.
+  /// A watched descriptor. Dropping the Watch ends the watch; the descriptor stays the caller's,
+  /// who drops the Watch first and closes the descriptor then. The other order does no harm either,
+  /// even when the number is in use again by then, unless the descriptor was duplicated. A Watch
+  /// must not outlive its Activity.
   class Watch {
    public:
     Watch() = default;
@@ -43,17 +49,17 @@ class Activity {
     std::uint64_t token_ = 0;
   };
 
-  /// Ends what is to last for one turn only.
+  /// An action that runs when a turn ends: it takes away what was to last for that turn only.
   class TurnEnd {
    public:
-    /// Must not outlive the Activity. The action must not drop its own TurnEnd.
+    /// The TurnEnd must not outlive its Activity, and the action must not drop its own TurnEnd.
     TurnEnd(Activity& activity, std::function<void()> action);
     ~TurnEnd();
     TurnEnd(TurnEnd const&) = delete;
     TurnEnd& operator=(TurnEnd const&) = delete;
 
-    /// Has the action called once, when the turn under way ends, whatever threw in it. Outside of
-    /// a turn: when the next one ends, which then comes as soon as possible.
+    /// Has the action run once when the turn under way ends, whatever was thrown in that turn.
+    /// Outside of a turn it runs when the next one ends, which then comes as soon as possible.
     void ask();
 
    private:
@@ -69,8 +75,8 @@ class Activity {
   Activity(Activity const&) = delete;
   Activity& operator=(Activity const&) = delete;
 
-  /// `events` as of epoll(7), level triggered. One watch a descriptor: Exception when there is one
-  /// already or when the kernel refuses the descriptor.
+  /// Watches `fd` for `events` of epoll(7), level triggered. Raises Exception when the descriptor
+  /// is watched already, or when the kernel refuses it (a regular file).
   [[nodiscard]] Watch watch(int fd, std::uint32_t events, Ready ready);
 
   /// The clock whose reactors this loop runs.
@@ -79,12 +85,12 @@ class Activity {
   /// The epoll descriptor, for a foreign loop.
   int fd() const;
 
-  /// One turn, without waiting. From inside a callback: no effect.
+  /// Makes one turn, without waiting. A call from inside a callback has no effect.
   void deliver();
 
-  /// Turns until stop(), waiting in between. Under simulated time it waits for descriptors alone
-  /// when no reactor is due. A stop() that came before it ends it at once. Exception when called
-  /// from inside a callback.
+  /// Makes turns until stop(), and waits in between. Under simulated time no timer wakes it: it
+  /// waits for descriptors alone when no reactor is due. A stop() that came earlier ends it at
+  /// once. Raises Exception when called from inside a callback.
   void run();
   void stop();
 

@@ -1,6 +1,6 @@
 #pragma once
-// An entity's keyed collection whose changes are announced to the entity's notifiees. The entity
-// keeps one a collection and gives it the names that others see:
+// A keyed collection of an entity that announces its changes to the entity's notifiees. The entity
+// has one for each collection and gives it the names that others see:
 //
 //   class RouteDir : public Mav::Entity {
 //    public:
@@ -31,8 +31,9 @@
 //         route_{notifiees_};
 //   };
 //
-// A change is made first and announced then, to the notifiees of that moment. Handlers may change
-// the collection in their turn. One thread.
+// A change is made first and announced then, to the notifiees that are registered at that moment.
+// A handler may change the collection again: that change is announced inside the first
+// announcement. The map owns its entries by what Mapped is, a Ptr or a value. One thread.
 
 #include <utility>
 
@@ -41,7 +42,7 @@
 
 namespace Mav {
 
-/// Map is an OrderedMap or a HashMap; N the notifiee interface; `id` the attribute's number.
+/// Map is an OrderedMap or a HashMap, N the notifiee interface, `id` the attribute's number.
 template <class Map, class N, AttributeId id, void (N::*onMember)(typename Map::Key const&),
           void (N::*onWhole)()>
 class AnnouncedMap {
@@ -52,13 +53,13 @@ class AnnouncedMap {
   /// `notifiees` is the entity's list, which lives as long as this.
   explicit AnnouncedMap(NotifieeList<N>& notifiees) : notifiees_(notifiees) {}
 
-  /// For lookups and iteration.
+  /// Serves lookups and iteration.
   Map const& map() const { return map_; }
-  /// For iterators that give non-const entries. Changes made through it are not announced.
+  /// Serves iterators that give non-const entries. A change made through it is not announced.
   Map& map() { return map_; }
 
-  /// Get or create, of a map of Ptr. A member that exists is given to `check`, which throws when it
-  /// was constructed otherwise, and is returned; one that is new is announced.
+  /// Gets the member of `key`, or creates it (in a map of Ptr). A member that exists is given to
+  /// `check`, which throws when it was constructed otherwise; a new one is announced.
   template <class Create, class Check>
   Mapped is(Key key, Create const& create, Check const& check) {
     auto const [value, created] = map_.insertOrGet(key, create);
@@ -71,13 +72,13 @@ class AnnouncedMap {
     return member;
   }
 
-  /// As above, for members that have no constructor parameters but their key.
+  /// The same for members whose only constructor parameter is their key.
   template <class Create>
   Mapped is(Key key, Create const& create) {
     return is(std::move(key), create, [](auto const&) {});
   }
 
-  /// Inserts, or replaces a value that differs; announces either. The same value again does
+  /// Inserts the value, or replaces one that differs, and announces that. The same value again does
   /// nothing.
   void put(Key key, Mapped value) {
     if (auto const* existing = map_.find(key); existing && *existing == value) return;
@@ -85,8 +86,8 @@ class AnnouncedMap {
     announce(key);
   }
 
-  /// Announces the removal; no effect when there is no such member. The key is a copy: the caller's
-  /// may live in the member.
+  /// Removes the member and announces that; has no effect when there is none. The key is a copy,
+  /// because the caller's may live in the member.
   void del(Key key) {
     if (map_.erase(key)) announce(key);
   }
@@ -96,7 +97,7 @@ class AnnouncedMap {
     for (auto member = std::as_const(map_).first(); member; ++member) del(member.key());
   }
 
-  /// Says that a member changed within.
+  /// Announces that a member has changed within.
   void announce(Key const& key) {
     notifiees_.notify(id, [&key](N& notifiee) { (notifiee.*onMember)(key); });
   }

@@ -1,12 +1,17 @@
 #pragma once
-// Clock reactors. A reactor sets its timeMin; the clock calls its onTime() in every turn of the
-// activity in which now() has reached it: 0.0 (asap) means the next turn, infinity (never) means
-// not armed. The reactor moves its timeMin on itself: the clock does not disarm it. A turn calls
-// each due reactor once, whatever it sets meanwhile, so that a reactor that asks for 0.0 again
-// yields to the rest of the loop.
+// The clock of an activity, and its reactors. A reactor sets its timeMin; the clock calls its
+// onTime() in every turn of the activity in which now() has reached it. A timeMin of 0.0 (asap)
+// means the next turn, infinity (never) means not armed. The clock does not disarm a reactor: the
+// reactor moves its timeMin on.
 //
-// A reactor whose onTime() threw is handed the exception (onException) and is not called again for
-// retryDelay seconds while its timeMin is due, so that a lasting fault does not spin the loop.
+// A turn calls each reactor that is due once, whatever it sets meanwhile, so that a reactor which
+// asks for 0.0 again leaves the rest of the loop its turn.
+//
+// A reactor whose onTime() throws gets the exception in its onException(), and is not called for
+// retryDelay seconds, so that a lasting fault does not fill a core. It keeps its timeMin: it is
+// called again after that.
+//
+// A reactor may destroy itself or any other from inside onTime(). All on the activity's thread.
 
 #include <cstddef>
 #include <functional>
@@ -29,11 +34,11 @@ class Clock : public Entity {
     explicit NotifieeConst(Ptr<Clock const> clock = nullptr) : Notifiee(std::move(clock)) {}
 
     double timeMin() const { return timeMin_; }
-    /// RangeException when `time` is not a number.
+    /// Arms the reactor for `time` (seconds of Mav::now()). RangeException when it is not a number.
     void timeMinIs(double time);
 
     void hasNotificationActiveIs(bool active) override;
-    /// Takes its timeMin along to the other clock.
+    /// Moves the reactor to another clock, with its timeMin.
     void notifierIs(Ptr<Clock const> clock);
 
     virtual void onTime() {}
@@ -53,10 +58,11 @@ class Clock : public Entity {
   /// The earliest time at which a reactor is due; never when none is armed.
   double timeNext() const;
 
-  /// One turn: calls every reactor that is due now, each once.
+  /// Calls every reactor that is due now, each once: the clock's part of a turn.
   void deliver() const;
 
-  /// Called whenever timeNext() may have changed (the activity re-arms its timer). Must not throw.
+  /// Sets what is called whenever timeNext() may have changed: the activity arms its timer by it.
+  /// The hook must not throw.
   void onTimeNextIs(std::function<void()> hook) const { onTimeNext_ = std::move(hook); }
 
   std::string_view typeName() const override { return "Mav::Clock"; }
@@ -73,12 +79,12 @@ class Clock : public Entity {
   mutable std::function<void()> onTimeNext_;
 };
 
-/// A clock reactor with its action as a function: one-shot, set again from inside as wished.
-/// It is disarmed before the action runs. The action may destroy its Timer.
+/// A clock reactor whose action is a function. It is disarmed before the action runs, which may arm
+/// it again, and may destroy its Timer.
 class Timer : private Clock::NotifieeConst {
  public:
   Timer(Ptr<Clock const> clock, std::function<void()> action);
-  /// Absolute platform time; asap, never.
+  /// When the action runs: an absolute time of Mav::now(), asap or never.
   using Clock::NotifieeConst::timeMin;
   using Clock::NotifieeConst::timeMinIs;
 

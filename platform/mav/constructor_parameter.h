@@ -1,5 +1,7 @@
 #pragma once
-// The rule of members that are created by key: what they were constructed with is fixed for life.
+// The rule of members that are created by key: what a member was constructed with stays for its
+// life. Whoever asks for an existing key with other parameters gets an exception, never a member
+// that silently differs; to change a parameter, delete the member and create it again.
 
 #include <sstream>
 #include <string>

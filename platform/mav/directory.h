@@ -1,6 +1,9 @@
 #pragma once
-// The tree in which entities are mounted by path, such as "Kelbase/routing/config", relative to
-// its root. A mount keeps its entity alive. One thread.
+// The tree in which entities are mounted by path, such as "Kelbase/routing/config", relative to its
+// root. A mount holds a reference to its entity. What the module mounts: the forwarding flags'
+// entities, by their mirror, and the two caches. Nobody is told of a mount: who keeps plain
+// pointers to mounted entities is told by whoever changes the mounts (State::MountObserver). One
+// thread.
 
 #include <functional>
 #include <map>
@@ -19,14 +22,14 @@ class Directory {
   /// The entity mounted at `path`, or null.
   Ptr<Entity> entity(std::string_view path) const;
 
-  /// As entity(), with a type test: null when absent or of another class.
+  /// As entity(), with a type test: null when there is none, or one of another class.
   template <class T>
   Ptr<T> entityAs(std::string_view path) const {
     return objectCast<T>(entity(path));
   }
 
-  /// NameInUseException when another entity is mounted there; the same again is a no-op. A null
-  /// entity is a RangeException.
+  /// Mounts the entity. The same entity again does nothing; another one raises NameInUseException,
+  /// a null one RangeException.
   void mount(std::string_view path, Ptr<Entity> entity);
   /// No effect when nothing is mounted there.
   void unmount(std::string_view path);

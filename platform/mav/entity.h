@@ -1,8 +1,8 @@
 #pragma once
-// Entities: named, counted objects with attributes, which can be mounted in a Directory and be
-// read and written by attribute name.
+// Entities: named, counted objects whose attributes others listen to (notifiee.h). An entity can be
+// mounted in a Directory, and its attributes can be read and written by name.
 //
-// A class lists its attributes once, in a table built from its own accessors:
+// A class lists its attributes once, in a table made of its own accessors:
 //
 //   Mav::AttributeTable const& Config::attributeTable() const {
 //     static Mav::AttributeTable const table{
@@ -10,7 +10,9 @@
 //     return table;
 //   }
 //
-// Numbers are given in the order of the table, from firstAttributeId on. One thread.
+// The order of the table gives the attributes their numbers, from firstAttributeId on. Handlers and
+// state machines call the accessors themselves; the way by name is for wiring and for tools, and
+// allocates. One thread.
 
 #include <any>
 #include <initializer_list>
@@ -35,9 +37,9 @@ inline constexpr AttributeId firstAttributeId = 258;
 
 class Entity;
 
-/// One attribute, with its accessors erased to std::any. The value types are those of the
-/// accessors, without const and reference; any other type raises a RangeException that names
-/// entity, expected and given type.
+/// One attribute, whose accessors take and give std::any. The types in it are those of the
+/// accessors, without const and reference; another type raises a RangeException that names the
+/// entity, the expected type and the given one.
 struct AttributeInfo {
   std::string_view name;
   /// Null for collections.
@@ -79,9 +81,9 @@ class Entity : public Object {
   virtual AttributeTable const& attributeTable() const = 0;
   std::string_view attributeString(AttributeId id) const;
 
-  /// The generic attribute interface, by name. RangeException when the entity has no attribute of
-  /// that name, when the attribute does not allow the operation (read-only, a collection, not a
-  /// collection), and when value or key is of another type than the accessor's.
+  /// The generic attribute interface, by name. It raises RangeException when the entity has no
+  /// attribute of that name, when the attribute does not allow the operation (it is read-only, a
+  /// collection, or none), and when value or key is of another type than the accessor's.
   std::any attribute(std::string_view attributeName) const;
   void attributeIs(std::string_view attributeName, std::any const& value);
   void memberIs(std::string_view collectionName, std::any const& key);
@@ -136,8 +138,8 @@ AttributeInfo plainAttribute(std::string_view name) {
   return info;
 }
 
-/// A keyed collection whose members are created from the key alone (Is, Del), or a collection that
-/// the generic interface only names.
+/// A keyed collection. With Is and Del its members are created and removed by key through the
+/// generic interface; without them that interface only names it.
 template <auto Is = nullptr, auto Del = nullptr>
 AttributeInfo collectionAttribute(std::string_view name) {
   AttributeInfo info{name};

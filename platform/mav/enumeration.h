@@ -14,8 +14,8 @@
 //   operator<<, valueToStrep     stringValue, bare and in single quotes
 //   parseStrep                   from a quoted name; the form with a number does not parse
 //
-// Both Instance functions raise a RangeException whose text is the type's name. Nothing is clamped:
-// a number from a wire becomes an enumerator by Instance, never by a cast.
+// Both Instance functions raise a RangeException whose text is the type's name. A number from
+// outside becomes an enumerator by Instance, never by a cast: nothing is clamped or rounded.
 
 #include <cstdint>
 #include <ostream>

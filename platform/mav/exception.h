@@ -1,6 +1,6 @@
 #pragma once
-// Errors of the object model. A caller catches the class, an operator reads the text; the texts
-// are part of the interface where a header states them.
+// The errors of the object model. A caller catches the class, an operator reads the text. A text
+// that a header states is part of the interface.
 
 #include <stdexcept>
 #include <string>
@@ -12,14 +12,14 @@ class Exception : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A value outside what its type or its operation allows: unknown enumerators, malformed text,
-/// null where an object must be, unknown attribute names.
+/// A value is outside what its type or operation allows: an unknown enumerator, malformed text,
+/// null where an object must be, an unknown attribute name.
 class RangeException : public Exception {
  public:
   using Exception::Exception;
 };
 
-/// A key that exists already with other constructor parameters.
+/// A key or path exists already, with other constructor parameters or another entity.
 class NameInUseException : public Exception {
  public:
   using Exception::Exception;

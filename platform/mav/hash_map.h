@@ -1,9 +1,10 @@
 #pragma once
-// A hashed collection: found by hash in constant time, walked in the order of insertion, by
-// iterators that survive every change as those of OrderedMap do (ordered_map.h has the rules).
+// A hashed collection: rows are found by hash in constant time and walked in the order of their
+// insertion. Its iterators survive every change, as those of OrderedMap do (ordered_map.h has the
+// rules).
 //
-// For collections that have no order of their own, and few rows: a row costs about twice as much
-// as in an OrderedMap. Keys need absl's hash and equality. One thread.
+// It serves collections of few rows that have no order of their own: a row costs about twice what
+// it costs in an OrderedMap. Keys have absl's hash and equality. One thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -70,8 +71,8 @@ class HashMap {
     return found ? *found : Mapped{};
   }
 
-  /// The value of `key`, which `create()` makes when there is none, and whether it did. The
-  /// reference is valid until the next modification. `create` may modify the map.
+  /// Gives the value of `key`, which `create()` makes when there is none, and whether it was made.
+  /// The reference is valid until the next modification. `create` may modify the map.
   template <class Create>
   std::pair<Mapped const&, bool> insertOrGet(Key const& key, Create const& create) {
     if (auto const* value = find(key)) return {*value, false};
@@ -81,7 +82,8 @@ class HashMap {
     return {*find(key), true};
   }
 
-  /// Inserts or overwrites; true when it inserted. A row that is overwritten keeps its place.
+  /// Inserts the value or overwrites one; true when it inserted. An overwritten row keeps its place
+  /// in the order.
   bool put(Key const& key, Mapped value) {
     auto const [place, inserted] = numbers_.try_emplace(key, lastNumber_ + 1);
     if (inserted) ++lastNumber_;
@@ -89,7 +91,7 @@ class HashMap {
     return inserted;
   }
 
-  /// False when there was none.
+  /// Erases the row; false when there was none.
   bool erase(Key const& key) {
     auto const found = numbers_.find(key);
     if (found == numbers_.end()) return false;

@@ -1,7 +1,8 @@
 #pragma once
-// Thins lines that repeat: what a manager can provoke with each request must not fill a disk. Of
-// one text, burstMax lines pass within `window` seconds, the last of them saying so; the first one
-// after that tells how many were left out. One thread.
+// Thins lines that repeat, because a line that a manager can provoke with each request must not
+// fill a disk. Within `window` seconds the same text passes burstMax times, and the last of these
+// lines says that more are left out. The first line after the window tells how many were. One
+// thread.
 
 #include <cstdint>
 #include <optional>
@@ -16,10 +17,10 @@ class LineThinner {
  public:
   static constexpr double window = 10.0;  // seconds
   static constexpr std::uint64_t burstMax = 10;
-  /// Texts that are remembered at a time.
+  /// The number of texts that are remembered at a time.
   static constexpr std::size_t textsMax = 128;
 
-  /// What is to be written for `line` at the time `now` (seconds), if anything.
+  /// Gives what is to be written for `line` at the time `now` (seconds), or nothing.
   std::optional<std::string> pass(std::string_view line, double now);
 
  private:

@@ -1,8 +1,8 @@
 #pragma once
-// Change notification. An entity E names its notifiee interface E::NotifieeConst, which derives
-// from Notifiee<E const, NotifieeConst> and has one virtual handler per attribute (with the key,
-// for one member of a collection; without, for the collection as a whole); each does nothing unless
-// overridden.
+// Change notification. An entity E has a notifiee interface E::NotifieeConst, which derives from
+// Notifiee<E const, NotifieeConst> and has one virtual handler for each attribute. A collection has
+// two: the one with a key hears of one member, the one without hears of the collection as a whole.
+// A handler that is not overridden does nothing.
 //
 //   class Config::NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
 //    public:
@@ -10,19 +10,23 @@
 //     virtual void onRouting() {}
 //   };
 //
-// A notifiee that overrides one of two handlers of a name brings in the other by using
-// NotifieeConst::onX.
+// A notifiee that overrides one of two handlers of a name names the other by using
+// NotifieeConst::onX, which would be hidden otherwise.
 //
-// The entity holds a mutable NotifieeList<NotifieeConst> and says after a change:
+// The entity has a mutable NotifieeList<NotifieeConst> and announces after a change:
 //   notifiees_.notify(attributeId, [](NotifieeConst& n) { n.onRouting(); });
 //
-// Rules. Notification is synchronous, in registration order. The list of one notification is the
-// list at its start, less whoever has been unregistered or destroyed since: a handler may
-// unregister or destroy any notifiee, itself included, and may register new ones (they hear the
-// next change). A handler that throws has its exception handed to its own onException with the
-// attribute's number; the others still run. A notifiee is called only while
-// hasNotificationActive(). It holds its entity by a counted reference; whoever changes an entity
-// holds one too, so that the entity outlives its notification. One thread.
+// Rules.
+// - Notification is synchronous, in the order of registration.
+// - It reaches the notifiees that were registered at its start, less those that were unregistered
+//   or destroyed since. A handler may unregister or destroy any notifiee, its own included, and may
+//   register new ones, which hear the next change. It may change the entity again.
+// - The exception of a handler is handed to its own onException, with the attribute's number. The
+//   other handlers run all the same.
+// - A notifiee is called only while hasNotificationActive().
+// - A notifiee holds its entity by a counted reference. Whoever changes an entity holds one too, so
+//   that the entity outlives its notification.
+// - One thread.
 
 #include <algorithm>
 #include <cstddef>
@@ -42,7 +46,7 @@ using AttributeId = std::uint32_t;
 /// attribute N: WHAT".
 void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exception);
 
-/// What an exception says of itself; a fixed text when it is no std::exception.
+/// Gives what an exception says of itself; a fixed text when it is no std::exception.
 std::string exceptionText(std::exception_ptr const& exception);
 
 class NotifieeBase {
@@ -55,21 +59,21 @@ class NotifieeBase {
   bool hasNotificationActive() const { return active_; }
   virtual void hasNotificationActiveIs(bool active) { active_ = active; }
 
-  /// What a handler of this notifiee threw. The default traces it.
+  /// Takes what a handler of this notifiee threw. The default traces it.
   virtual void onException(AttributeId attribute, std::exception_ptr exception) {
     traceNotifieeException(attribute, exception);
   }
 
-  /// Hands the exception being caught to `notifiee`, or traces it when that is null (it is gone) or
-  /// throws in its turn.
+  /// Hands the exception that is being caught to `notifiee`. Traces it when `notifiee` is null (it
+  /// has gone) or throws in its turn.
   static void deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept;
 
  private:
   bool active_ = true;
 };
 
-/// The ordered list of an entity's notifiees. Entities keep it `mutable`: listening to a const
-/// entity does not change its state.
+/// The list of an entity's notifiees, in the order of registration. It owns none of them. Entities
+/// have it `mutable`, because listening to a const entity does not change its state.
 template <class N>
 class NotifieeList {
  public:
@@ -122,9 +126,9 @@ class NotifieeList {
   int depth_ = 0;
 };
 
-/// Base of the notifiee interface of entity E (usually const). Registered from construction, or
-/// from notifierIs(), until destruction. E has addNotifiee(N*) const and removeNotifiee(N*) const
-/// for its interface N, which Notifiee calls with the most derived interface's pointer.
+/// The base of the notifiee interface of entity E (usually const). A notifiee is registered from
+/// its construction, or from notifierIs(), until its destruction. E has addNotifiee(N*) const and
+/// removeNotifiee(N*) const for its interface N, which this base calls.
 template <class E, class N>
 class Notifiee : public NotifieeBase {
  public:
@@ -133,7 +137,7 @@ class Notifiee : public NotifieeBase {
 
   Ptr<E> const& notifier() const { return notifier_; }
 
-  /// Leaves the old entity, listens to the new one; null listens to nothing.
+  /// Leaves the old entity and listens to the new one, or to none when that is null.
   void notifierIs(Ptr<E> notifier) {
     if (notifier_ == notifier) return;
     if (notifier_) notifier_->removeNotifiee(self());

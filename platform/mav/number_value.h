@@ -1,12 +1,13 @@
 #pragma once
-// Base of numbers that are a kind of their own, so that no two kinds are mixed up:
+// The base of numbers that are types of their own, so that the compiler tells them apart:
 //
 //   class RouteMetric : public Mav::NumberValue<RouteMetric, std::uint32_t> {
 //    public:
 //     using NumberValue::NumberValue;
 //   };
 //
-// Made and taken explicitly; ordered, printed and parsed as the number.
+// Such a value is made from its number and gives it back explicitly. It is ordered, printed and
+// parsed as the number.
 
 #include <compare>
 #include <ostream>

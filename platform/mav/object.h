@@ -1,5 +1,6 @@
 #pragma once
-// Counted objects. The count is plain: an object and all its references stay on one thread.
+// Counted objects. The last reference that goes destroys the object. The count is a plain number:
+// an object and all references to it stay on one thread.
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
@@ -11,7 +12,7 @@ namespace Mav {
 template <class T>
 using Ptr = boost::intrusive_ptr<T>;
 
-/// Base of everything that is held by Ptr and has virtual functions.
+/// The base of everything that is held by Ptr and has virtual functions.
 class Object : public boost::intrusive_ref_counter<Object, boost::thread_unsafe_counter> {
  public:
   Object() = default;
@@ -20,7 +21,8 @@ class Object : public boost::intrusive_ref_counter<Object, boost::thread_unsafe_
   virtual ~Object() = default;
 };
 
-/// Base of small entries that are held by Ptr in great number: a count and nothing else.
+/// The base of small entries that are held by Ptr in great number: it adds a count and nothing
+/// else.
 template <class Derived>
 using Counted = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
 
@@ -29,13 +31,14 @@ Ptr<T> makeObject(Args&&... args) {
   return Ptr<T>(new T(std::forward<Args>(args)...));
 }
 
-/// The type test of a lookup by path: null when the object is null or of another class.
+/// Gives the object as a T; null when it is null or of another class. The type test of a lookup by
+/// path.
 template <class T, class U>
 Ptr<T> objectCast(Ptr<U> const& object) {
   return boost::dynamic_pointer_cast<T>(object);
 }
 
-/// `pointer`, which must not be null: RangeException "null ValidPtr" otherwise.
+/// Gives back `pointer`; raises RangeException "null ValidPtr" when it is null.
 template <class T>
 Ptr<T> validPtr(Ptr<T> pointer) {
   if (!pointer) throw RangeException("null ValidPtr");

@@ -1,16 +1,17 @@
 #pragma once
-// An ordered collection with iterators that survive every change of it.
+// An ordered collection whose iterators survive every change of it.
 //
-// A b-tree and a count of modifications. Mapped is a Ptr to an entry, or a plain value. Inserting,
-// finding and erasing descend the tree once; memory is what the keys and values need and about a
+// It is a b-tree and a count of modifications. Mapped is a Ptr to an entry, or a plain value. To
+// insert, find or erase descends the tree once. Memory is what keys and values need, and about a
 // quarter more.
 //
-// Iterators hold their key and a copy of their value (of a Ptr: a counted reference), so a row that
-// was erased under an iterator can still be read through it. Stepping goes to the next greater key
-// that the map holds at that moment: one increment while the map has not changed, a descent from
-// the root after it has. Rows that stay are neither repeated nor skipped, whatever comes and goes
-// in between. No allocation per step; copyable. An iterator must not be stepped after its map.
-// One thread.
+// An iterator holds its key and a copy of its value (of a Ptr, a counted reference), so that a row
+// which was erased under it can still be read. A step goes to the next greater key that the map
+// holds at that moment: it costs an increment while the map has not changed, and a descent from the
+// root after it has. Rows that stay are neither repeated nor skipped, whatever comes and goes in
+// between. A step allocates nothing. An iterator may outlive its map, but not step then.
+//
+// Entries may look into the map while they are destroyed: it is whole at that moment. One thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -36,13 +37,13 @@ struct ConstMapped<Ptr<Entry>> {
   using Type = Ptr<Entry const>;
 };
 
-/// A place in the order of keys, which need not be a key: order(key) is how the key stands to it.
+/// A place in the order of keys, which need not be a key: order(key) tells how a key stands to it.
 template <class Order>
 struct Place {
   Order const& order;
 };
 
-/// One three-way comparison a step of a descent, which the b-tree also ends early on equality.
+/// One three-way comparison for each step of a descent, which ends early on equality.
 struct KeyOrder {
   using is_transparent = void;  // a Place descends too
 
@@ -86,7 +87,7 @@ class OrderedMap {
   class Cursor;
 
   OrderedMap() = default;
-  /// Entries that go may look into the map, which is empty and whole by then.
+  /// The map is empty and whole when its entries go: they may look into it.
   ~OrderedMap() { clear(); }
   OrderedMap(OrderedMap const&) = delete;
   OrderedMap& operator=(OrderedMap const&) = delete;
@@ -107,8 +108,8 @@ class OrderedMap {
     return found ? *found : Mapped{};
   }
 
-  /// The value of `key`, which `create()` makes when there is none, and whether it did. The
-  /// reference is valid until the next modification. `create` may modify the map.
+  /// Gives the value of `key`, which `create()` makes when there is none, and whether it was made.
+  /// The reference is valid until the next modification. `create` may modify the map.
   template <class Create>
   std::pair<Mapped const&, bool> insertOrGet(Key const& key, Create const& create) {
     auto place = tree_.lower_bound(key);
@@ -123,8 +124,8 @@ class OrderedMap {
     return {place->second, inserted};
   }
 
-  /// Inserts or overwrites; true when it inserted. Overwriting moves no row: iterators that stand
-  /// on it keep the value that they have.
+  /// Inserts the value or overwrites one; true when it inserted. An iterator that stands on an
+  /// overwritten row keeps the value that it has.
   bool put(Key const& key, Mapped value) {
     auto const [place, inserted] = tree_.try_emplace(key, std::move(value));
     if (inserted) {
@@ -135,7 +136,7 @@ class OrderedMap {
     return inserted;
   }
 
-  /// False when there was none.
+  /// Erases the row; false when there was none.
   bool erase(Key const& key) {
     auto const found = tree_.find(key);
     if (found == tree_.end()) return false;
@@ -162,8 +163,9 @@ class OrderedMap {
   Iterator atOrAfter(Key const& key) { return {this, tree_.lower_bound(key)}; }
   IteratorConst atOrAfter(Key const& key) const { return {this, tree_.lower_bound(key)}; }
 
-  /// Descents to a place that need not be a key: `order(key)` is how a key stands to it, in the
-  /// order of the map. Null when there is no such key; valid until the next modification.
+  /// Find the first key after a place, or at or after it, by one descent. The place need not be a
+  /// key: `order(key)` tells how a key stands to it, in the order of the map. Null when there is no
+  /// such key; the pointer is valid until the next modification.
   template <class Order>
   Key const* firstAfter(Order const& order) const {
     return keyAt(tree_.upper_bound(Detail::Place<Order>{order}));
@@ -182,40 +184,41 @@ class OrderedMap {
   std::uint64_t modifications_ = 0;  // of the set of keys
 };
 
-/// A place before a row, or at the end, where rows are changed. Stays with its map; whoever else
-/// changes the set of keys makes it stand nowhere until it seeks again. Iterators of the map hear
-/// of what it does as of any other change.
+/// Stands before a row, or at the end, and changes rows there: work that is done in the order of
+/// keys costs no descent. When somebody else changes the set of keys, the cursor stands nowhere
+/// until it seeks again. Iterators of the map survive what it does as they survive any other
+/// change. It must not outlive its map.
 template <class KeyType, class MappedType>
 class OrderedMap<KeyType, MappedType>::Cursor {
  public:
-  /// Seek before anything else.
+  /// Stands nowhere: seek() comes first.
   explicit Cursor(OrderedMap& map) : map_(map), position_(map.tree_.end()) {}
 
-  /// To the first row whose key is not less than `key`: one descent, or none when that is where the
-  /// cursor stands, or one row further.
+  /// Goes to the first row whose key is not less than `key`. That costs a descent, or none when the
+  /// cursor stands there already, or one row before.
   void seek(Key const& key) {
     if (isUnmoved() && (isPlaceOf(key) || isNextPlaceOf(key))) return;
     position_ = map_.tree_.lower_bound(key);
     modifications_ = map_.modifications_;
   }
 
-  /// Whether there is a row. Its key and value are valid until the next change of the map.
+  /// True when it stands before a row, whose key and value are valid until the next change.
   explicit operator bool() const { return position_ != map_.tree_.end(); }
   Key const& key() const { return position_->first; }
   Mapped const& value() const { return position_->second; }
 
-  /// To the next row.
+  /// Goes to the next row.
   void step() { ++position_; }
   /// Gives the row another value.
   void replace(Mapped value) { std::swap(position_->second, value); }
-  /// Erases the row; to the next one.
+  /// Erases the row and goes to the next one.
   void erase() {
     [[maybe_unused]] Mapped const erased = std::move(position_->second);  // destroyed at the end
     position_ = map_.tree_.erase(position_);
     modifications_ = ++map_.modifications_;
   }
-  /// Inserts before the row on which it stands, and stays on that. The place must be the one that
-  /// the last seek() to `key` found, and the key a new one.
+  /// Inserts a row before the one that it stands on, and stays there. `key` is new, and the last
+  /// seek() was to it.
   void insert(Key const& key, Mapped value) {
     position_ = std::next(map_.tree_.try_emplace(position_, key, std::move(value)));
     modifications_ = ++map_.modifications_;
@@ -240,7 +243,7 @@ class OrderedMap<KeyType, MappedType>::Cursor {
   std::uint64_t modifications_ = 0;
 };
 
-/// On a row, or at the end, where it is false and has neither key nor value and stays.
+/// Stands on a row, or at the end, where it is false, has neither key nor value, and stays.
 template <class KeyType, class MappedType>
 template <class Value>
 class OrderedMap<KeyType, MappedType>::BasicIterator {

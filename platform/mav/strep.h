@@ -25,7 +25,7 @@
 
 namespace Mav {
 
-/// Reads tokens from a text, which must outlive it. Each read skips white space first.
+/// Reads tokens from a text, which must outlive the reader. Each read skips white space first.
 class StrepReader {
  public:
   StrepReader(char const* from, char const* to) : begin_(from), at_(from), end_(to) {}
@@ -39,12 +39,12 @@ class StrepReader {
 
   void skipSpace();
   void expect(std::string_view token);
-  /// The content of a quoted string, without quotes and escapes.
+  /// Reads a quoted string, and gives its content without quotes and escapes.
   std::string quoted();
   template <std::integral T>
   T number();
 
-  /// "expected WHAT at column N".
+  /// Raises RangeException "expected WHAT at column N".
   [[noreturn]] void fail(std::string_view what) const;
 
  private:
@@ -70,9 +70,9 @@ T StrepReader::number() {
   return value;
 }
 
-/// `bytes` with escapes, without quotes.
+/// Gives `bytes` with escapes, without quotes.
 std::string escaped(std::string_view bytes);
-/// `bytes` with escapes, in single quotes.
+/// Gives `bytes` with escapes, in single quotes.
 std::string quoted(std::string_view bytes);
 
 template <class T>
@@ -125,8 +125,8 @@ T strepToValue(std::string_view text) {
   return value;
 }
 
-/// What a value's constructor from a pair of iterators yields: parses from the front of the text
-/// and moves `from` behind it. After an error `from` stands where it stood.
+/// Parses a value from the front of a text and moves `from` behind it: the work of a value's
+/// constructor from a pair of iterators. After an error `from` is as it was.
 template <class T>
 T parsedStrep(char const*& from, char const* to) {
   StrepReader in(from, to);

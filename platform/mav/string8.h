@@ -1,5 +1,5 @@
 #pragma once
-// A string of 8-bit units without an encoding. Its strep is quoted, with escapes (strep.h).
+// A string of 8-bit units that claims no encoding. Its strep is quoted, with escapes (strep.h).
 
 #include <string>
 

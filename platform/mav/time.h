@@ -1,20 +1,22 @@
 #pragma once
-// The platform's time: seconds as a double, on CLOCK_MONOTONIC, so that it never steps back.
-// Tests put a SimulatedTime in its place; nothing else in the program reads a clock.
+// The platform's time: seconds as a double, of CLOCK_MONOTONIC, so that it never steps back when
+// somebody sets the machine's clock. Tests put a SimulatedTime in its place. What outlives a
+// process (a publisher's sign of life) is told in seconds since 1970 instead, by the system's
+// clock.
 
 #include <limits>
 
 namespace Mav {
 
-/// Times of a clock reactor (`timeMin`): as soon as possible, and not armed.
+/// Two times of a clock reactor (`timeMin`): as soon as possible, and not armed.
 inline constexpr double asap = 0.0;
 inline constexpr double never = std::numeric_limits<double>::infinity();
 
-/// Seconds on the platform's clock. A vDSO call: about 25 ns.
+/// Gives the seconds of the platform's clock: a vDSO call of about 25 ns.
 double now();
 
-/// While one lives, now() is what it says. Starts at 1000 s, so that "long ago" can be expressed.
-/// At most one at a time.
+/// While one lives, now() is what it says. It starts at 1000 s, so that a test can say "long ago".
+/// At most one lives at a time.
 class SimulatedTime {
  public:
   explicit SimulatedTime(double start = 1000.0);
@@ -23,8 +25,8 @@ class SimulatedTime {
   SimulatedTime& operator=(SimulatedTime const&) = delete;
 
   void advance(double seconds) { now_ += seconds; }
-  /// Every reading of now() moves the time on by this much (0 at first): code that watches a
-  /// deadline makes progress in a test.
+  /// Has every reading of now() move the time on by this much (0 at first), so that code which
+  /// watches a deadline gets there in a test.
   void stepPerReading(double seconds) { step_ = seconds; }
 
  private:

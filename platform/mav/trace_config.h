@@ -6,7 +6,7 @@
 //   NAME/0-2    those levels
 //
 // White space around an item is ignored, and so are empty items. Several items for one handle add
-// up. An item that reads otherwise is ignored and kept for a message.
+// up. An item of another form has no effect and is kept, to be told once.
 
 #include <cstdint>
 #include <string>
@@ -19,7 +19,7 @@ class TraceConfig {
  public:
   explicit TraceConfig(std::string_view text);
 
-  /// The levels that are on for this handle, level n as bit n; level 0 always is.
+  /// Gives the levels that are on for this handle, level n as bit n. Level 0 is always on.
   std::uint32_t levels(std::string_view handleName) const;
 
   /// The items that could not be read, as they were written.

@@ -1,6 +1,6 @@
 #pragma once
-// The full name of a type as its users write it ("IpSnmp::InetAddress"), taken from the compiler:
-// it cannot drift from the declaration.
+// The full name of a type as its users write it ("IpSnmp::InetAddress"). It comes from the
+// compiler, so that it cannot drift from the declaration.
 
 #include <string_view>
 
@@ -26,7 +26,7 @@ constexpr std::string_view typeName() {
                           signature.size() - Detail::signatureHead - Detail::signatureTail);
 }
 
-/// The last component of typeName().
+/// Gives the last component of typeName().
 template <class T>
 constexpr std::string_view shortTypeName() {
   std::string_view const name = typeName<T>();

@@ -1,5 +1,5 @@
 #pragma once
-// Values: immutable, regular types that are nothing but their attributes.
+// Values: immutable types that are nothing but their attributes. A class lists these once:
 //
 //   class ArpTableIndex : public Mav::Value<ArpTableIndex> {
 //    public:
@@ -13,17 +13,18 @@
 //                         Mav::Attribute("ipAddr", &ArpTableIndex::ipAddr_)};
 //     }
 //
-// From that one list come ==, <=> and the rest (the first attribute that differs decides),
-// operator! (equal to the default), the hash, and the strep and operator<<, which both write
+// That list makes ==, <=> and the rest (the first attribute that differs decides), operator! (equal
+// to the default), the hash, and the strep and operator<<, which both write
 //
 //   Value('IpSnmp::ArpTableIndex', ** {'ifIndex': 3, 'ipAddr': '10.0.0.1'})
 //
-// and the parser of that form: attributes in any order, absent ones keep their default, the last
-// one of a name wins. Parse errors are RangeExceptions, and yield no value:
+// and the parser of that form. It takes attributes in any order; an absent one keeps its default,
+// and of several of one name the last one counts. A parse error is a RangeException, and yields no
+// value:
 //   "premature end of value type ArpTableIndex", "ArpTableIndex has no such attribute: NAME",
 //   "expected TOKEN at column N", and those of the attributes' own types.
 //
-// PlainValue is the same without an order.
+// A PlainValue is the same without an order.
 
 #include <compare>
 #include <ostream>
