@@ -7,7 +7,7 @@ import time
 from ovo.addresses import expected
 from ovo.churn import Churn, Walker, changing_lines
 from ovo.costs import ColumnCost, in_turns, populate
-from ovo.daemons import STOCK_OUT
+from ovo.daemons import WITHOUT
 from ovo.internet import Asker
 from ovo.router import Router
 from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
@@ -32,7 +32,7 @@ def router_of(count, links=20):
 def served(router):
     publisher = router.publish()
     # The daemon's ifTable loads every address of every link every few seconds, for seconds.
-    agent = router.agent(without=f"{STOCK_OUT},ifTable,ifXTable")
+    agent = router.agent(without=f"{WITHOUT},ifTable,ifXTable")
     assert agent.answers()
     router.agrees(agent, within=30)
     return publisher, agent
@@ -75,7 +75,7 @@ def beside_the_stock_modules():
     yield "column", "this module", "stock", "ratio"
     with router_of(STOCK) as router:
         _, ours = served(router)
-        stock = router.agent(plugin=False, without="-smux")
+        stock = router.agent(plugin=False)
         for table, name in COLUMNS:
             ours_cost = walk_time(ours, table.column(name))
             stock_cost = walk_time(stock, table.column(name))

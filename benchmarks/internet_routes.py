@@ -245,7 +245,7 @@ def routes_beside_the_stock_module():
             internet.take(internet.lines)
             router.publish()
             ours = filled(router.agent(), size + 4)
-            stock = router.agent(plugin=False, without="-smux")
+            stock = router.agent(plugin=False)
             stock.client.patience = STOCK_PATIENCE
             try:
                 costs = [walk_time(agent, size) for agent in (ours, stock)]

@@ -6,6 +6,7 @@
 #include "platform/snmp/callback.h"
 #include "platform/snmp/snmp_log_sink.h"
 #include "plugin/plugin.h"
+#include "plugin/stock_objects.h"
 
 namespace OvoSnmp {
 
@@ -16,6 +17,7 @@ constexpr unsigned retrySeconds = 5;
 // Plain pointers, freed by deinit_OvoSnmp: a daemon that exits without calling it runs the static
 // destructors after net-snmp has shut down, when there is nothing left to unregister from.
 Plugin* plugin = nullptr;
+KeepToken* keepToken = nullptr;
 unsigned startAlarm = 0;  // 0: none armed
 bool startFailed = false;
 
@@ -50,6 +52,7 @@ void init_OvoSnmp() noexcept {
   Snmp::guarded("init_OvoSnmp", [] {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     OvoSnmp::armStart(0);
+    OvoSnmp::keepToken = new OvoSnmp::KeepToken;
   });
 }
 
@@ -58,6 +61,7 @@ void deinit_OvoSnmp() noexcept {
     if (OvoSnmp::startAlarm != 0) snmp_alarm_unregister(OvoSnmp::startAlarm);
     OvoSnmp::startAlarm = 0;
     delete std::exchange(OvoSnmp::plugin, nullptr);
+    delete std::exchange(OvoSnmp::keepToken, nullptr);
     Mav::Directory::root().unmountAll();
     Mav::traceSinkIs({});
   });

@@ -13,6 +13,7 @@
 #include "platform/state/mirrors/mirrors.h"
 #include "plugin/caches.h"
 #include "plugin/select_loop_watch.h"
+#include "plugin/stock_objects.h"
 
 namespace OvoSnmp {
 
@@ -42,7 +43,7 @@ class Plugin : private State::MountObserver {
   State::Mirrors mirrors_;
   Pondo::Fib::SharedFib fib_;
   Caches caches_;
-  Snmp::Framework framework_;
+  Snmp::Framework framework_{stockObjectsToDisplace()};
   bool stateKnown_ = false;
   double filedBy_ = Mav::never;
   Mav::Timer filing_;

@@ -2,12 +2,15 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/handler_registration.h"
 #include "platform/snmp/registrations.h"
 
 namespace Snmp {
+
+Framework::Framework(std::vector<Place> displacedToo) : displacement_(std::move(displacedToo)) {}
 
 Framework::~Framework() { unregisterAll(); }
 
@@ -21,6 +24,7 @@ void Framework::registerAll() {
       Mav::log(Mav::Severity::error, std::string("a handler unit failed to register: ") + e.what());
     }
   }
+  displacement_.run();
 }
 
 void Framework::unregisterAll() noexcept {

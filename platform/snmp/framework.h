@@ -1,15 +1,21 @@
 #pragma once
 // Decides when the handler units register: once there is state to serve, and again after the set
 // of mounted entities changed, since registrations hold plain pointers to entities. Nothing is
-// registered before the state is known, and nothing outlives the framework.
+// registered before the state is known, and nothing outlives the framework. Once they have, the
+// daemon's own registrations for these objects go (displacement.h).
 //
 // At most one lives. On snmpd's thread, never from inside a request.
+
+#include <vector>
+
+#include "platform/snmp/displacement.h"
 
 namespace Snmp {
 
 class Framework {
  public:
-  Framework() = default;
+  /// `displacedToo`: what goes besides the daemon's own of what the units register.
+  explicit Framework(std::vector<Place> displacedToo = {});
   ~Framework();
   Framework(Framework const&) = delete;
   Framework& operator=(Framework const&) = delete;
@@ -25,6 +31,7 @@ class Framework {
 
  private:
   bool registered_ = false;
+  Displacement displacement_;
 };
 
 }  // namespace Snmp

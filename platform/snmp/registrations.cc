@@ -1,10 +1,12 @@
 #include "platform/snmp/registrations.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/mav/trace_handle.h"
+#include "platform/snmp/displacement.h"
 
 namespace Snmp {
 
@@ -26,6 +28,7 @@ int registerAndRemember(netsnmp_handler_registration* registration,
                         std::unique_ptr<IteratorTable> table, Register const& registerIt) {
   remembered().reserve(remembered().size() + 1);  // nothing may fail once net-snmp has it
   std::string const name = registration->handlerName;
+  takeOut(placeOf(*registration));
   int const status = registerIt();
   if (status == MIB_REGISTERED_OK) {
     remembered().push_back({registration, std::move(table)});
@@ -46,6 +49,21 @@ void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* han
            std::string("net-snmp takes no further handler of ") + registration->handlerName);
 }
 
+/// Where a subagent has registered a part before, net-snmp has cut the registration into slices,
+/// and each has a copy of its handlers.
+template <class Call>
+void forEachSlice(netsnmp_handler_registration const& registration, Call const& call) {
+  for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
+    for (auto* entry = slice; entry; entry = entry->children) {
+      bool const isOne =
+          entry->priority == registration.priority &&
+          std::equal(entry->name_a, entry->name_a + entry->namelen, registration.rootoid,
+                     registration.rootoid + registration.rootoid_len);
+      if (isOne) call(entry->reginfo);
+    }
+  }
+}
+
 }  // namespace
 
 int registerScalar(netsnmp_handler_registration* registration) {
@@ -61,8 +79,10 @@ int registerTable(netsnmp_handler_registration* registration,
     return netsnmp_register_table_iterator(registration, &iterator);
   });
   if (status != MIB_REGISTERED_OK) return status;
-  if (server) inject(registration, server->createHandler(), TABLE_HANDLER_NAME);
-  inject(registration, netsnmp_get_serialize_handler(), nullptr);
+  forEachSlice(*registration, [server](netsnmp_handler_registration* slice) {
+    if (server) inject(slice, server->createHandler(), TABLE_HANDLER_NAME);
+    inject(slice, netsnmp_get_serialize_handler(), nullptr);
+  });
   return status;
 }
 
@@ -76,5 +96,19 @@ void unregisterAll() noexcept {
 }
 
 std::size_t registrationCount() noexcept { return remembered().size(); }
+
+std::vector<netsnmp_handler_registration const*> registrations() {
+  std::vector<netsnmp_handler_registration const*> all;
+  for (auto const& one : remembered()) all.push_back(one.registration);
+  return all;
+}
+
+bool isRegistered(std::span<oid const> name, int priority) noexcept {
+  return std::any_of(remembered().begin(), remembered().end(), [&](auto const& one) {
+    auto const& ours = *one.registration;
+    return ours.priority == priority &&
+           std::equal(name.begin(), name.end(), ours.rootoid, ours.rootoid + ours.rootoid_len);
+  });
+}
 
 }  // namespace Snmp

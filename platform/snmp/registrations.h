@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
+#include <vector>
 
 #include "platform/snmp/iterator_table.h"
 #include "platform/snmp/net_snmp.h"
@@ -24,5 +26,11 @@ void unregisterAll() noexcept;
 
 /// How many registrations are remembered.
 std::size_t registrationCount() noexcept;
+
+/// All remembered, in the order in which they came.
+std::vector<netsnmp_handler_registration const*> registrations();
+
+/// Whether what stands in net-snmp's registry with this name and priority is remembered.
+bool isRegistered(std::span<oid const> name, int priority) noexcept;
 
 }  // namespace Snmp

@@ -255,13 +255,3 @@ def test_link_local_addresses_stay_out(router):
     assert stays(lambda: status(agent, "fe80::1") == "noSuchInstance", 0.3)
     router.batch("addr del fe80::1/64 dev eth1")
     router.agrees(agent)
-
-
-def test_it_stands_before_the_stock_modules(router):
-    router.links_up("eth1")
-    router.batch("addr add 10.0.0.1/24 dev eth1", "addr add 2001:db8::1/64 dev eth1 nodad")
-    router.publish()
-    agent = router.agent(without="-smux")
-    for column in ("ipAddressOrigin", "ipAddressStorageType"):
-        asked = (*ADDRESS.column(column), *index(ipaddress.ip_address("10.0.0.1")))
-        assert eventually(lambda: agent.client.ask(asked) == 1), column

@@ -82,7 +82,7 @@ def test_a_kernel_without_ipv6_gives_an_error_there_and_nothing_else(router):
 
 def test_it_stands_before_the_stock_modules(router):
     router.load(IPV4_ALONE + IPV6_TOO)
-    agent = router.agent(without="-smux")
+    agent = router.agent()
     for name, _ in FLAGS:
         assert eventually(lambda: agent.ask(name) == FORWARDING)
         assert agent.set(name, NOT_FORWARDING) == "notWritable"

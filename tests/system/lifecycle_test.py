@@ -3,14 +3,14 @@
 import re
 import shutil
 
-from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually, stays
+from ovo.daemons import FORWARDING, NOT_FORWARDING, WITHOUT_SCALARS, eventually, stays
 
 UNKNOWN = ("noSuchObject", "genErr")
 
 
 def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router):
     router.forward4(True)
-    agent = router.agent()
+    agent = router.agent(without=WITHOUT_SCALARS)
     assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, 1)
     assert agent.get("ipForwarding.0") in UNKNOWN
     assert isinstance(agent.get("sysDescr.0"), str)

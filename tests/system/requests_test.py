@@ -11,11 +11,13 @@ from ovo.addresses import expected
 from ovo.ber import Binding, dotted
 from ovo.daemons import eventually
 from ovo.routes import tree as route_tree
-from ovo.tables import ADDR, ADDRESS, PREFIX, ROUTE, TABLES
+from ovo.tables import ADDR, ADDRESS, IP, PREFIX, ROUTE, ROUTE_NUMBER, TABLES
 
 MANY = 2**31
 MOST = 2**32 - 1
 LONGEST = 128  # sub-identifiers of an object identifier (RFC 2578, 7.1.3)
+# The daemon's own that read every route of the kernel: ipRouteTable, inetCidrRouteNumber and -Table.
+READERS = ((*IP, 21), (*IP, 24, 6), (*IP, 24, 7))
 EVERY_TABLE = pytest.mark.parametrize("table", (*TABLES, ROUTE), ids=lambda table: table.name)
 
 
@@ -76,6 +78,35 @@ def test_every_object_by_get_and_by_getnext(asked, table):
     asked.check_next(tree, table.oid)
     for binding in tree.bindings:
         asked.check(tree, binding.oid)
+
+
+def test_a_walk_of_all_ip_objects_meets_each_once_and_ours_for_the_daemons(asked):
+    walked = list(asked.client.walk(IP, repetitions=30))
+    oids = [binding.oid for binding in walked]
+    assert oids == sorted(set(oids))
+    for table, tree in asked.trees.items():
+        assert [one for one in walked if one.oid[:len(table.oid)] == table.oid] == tree.bindings
+    scalars = {one.oid[:-1] for one in walked if one.oid[-1] == 0}
+    assert {(*IP, 1), (*IP, 25), ROUTE_NUMBER} <= scalars
+    assert not any(one.oid[:len(reader)] == reader for one in walked for reader in READERS)
+    assert len(asked.agent.daemon.lines("taken out of the daemon's own objects: ipForwarding, ")) == 1
+
+
+def test_an_operator_keeps_a_stock_table_through_reloads(router):
+    router.links_up("eth1")
+    router.batch("route add 10.0.0.0/8 dev eth1")
+    router.publish()
+    agent = router.agent(config="ovosnmpKeep ipRouteTable\novosnmpKeep ipAddrTable\n")
+    assert agent.answers()
+    assert agent.daemon.lines("ovosnmpKeep: expected ipRouteTable, ")
+    for _ in range(2):
+        seen = {table: next(agent.client.walk(table), None) is not None for table in READERS}
+        assert seen == {READERS[0]: True, READERS[1]: False, READERS[2]: False}
+        agent.reload_and_wait()
+        assert eventually(lambda: agent.ask("ipForwarding.0") == 2)
+    agent.config(plugin=False)
+    agent.reload_and_wait()
+    assert agent.ask("ipForwarding.0") == "noSuchObject"
 
 
 @EVERY_TABLE

@@ -27,9 +27,10 @@ OIDS = {
 }
 FORWARDING, NOT_FORWARDING = 1, 2
 
-# What of the daemon's own would answer for our objects, or is slow to start.
-STOCK_OUT = ("-smux,ip,at,ip_scalars,ipAddressTable,ipAddressPrefixTable,ipCidrRouteTable,"
-             "inetCidrRouteTable")
+# As Debian starts it: smux is an old protocol with a TCP port of its own.
+WITHOUT = "-smux,mteTrigger,mteTriggerConf"
+# For tests of what the plug-in does not know yet: the daemon would answer for ipForwarding meanwhile.
+WITHOUT_SCALARS = WITHOUT + ",ip_scalars"
 
 # The reasons and exceptions as the net-snmp tools print them.
 _REFUSALS = {
@@ -118,13 +119,13 @@ class Daemon:
 class Agent:
     """An snmpd of its own with the plug-in, asked by the net-snmp tools or, quickly, by a client.
 
-    The stock modules that would answer for our objects are out, unless `without` leaves them in:
-    each answer is the plug-in's.
+    The daemon's own modules are in, as Debian has them. `config` is more of its snmpd.conf.
     """
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
-                 without=STOCK_OUT, env=None, module="OvoSnmp"):
+                 without=WITHOUT, env=None, module="OvoSnmp", config=""):
         self._router, self._env, self._module = router, env or {}, module
+        self._more_config = config
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
         self.config(plugin)
@@ -162,7 +163,8 @@ class Agent:
         """Writes its configuration; `reload` has it read."""
         (self.dir / "snmpd.conf").write_text(
             "rwcommunity public\ndontLogTCPWrappersConnects yes\n"
-            + (f"dlmod {self._module} {BUILD}/lib/lib{self._module}.so\n" if plugin else ""))
+            + (f"dlmod {self._module} {BUILD}/lib/lib{self._module}.so\n" if plugin else "")
+            + self._more_config)
         (self.dir / "snmpd.conf").chmod(0o644)
 
     def reload(self):
@@ -240,8 +242,12 @@ class Agent:
         return {table: list(self.client.walk(table.oid, repetitions=50)) for table in TABLES}
 
     def answers(self, name="ipForwarding.0", within=10):
-        """Waits until the object has a value."""
-        return eventually(lambda: isinstance(self.ask(name, 0.2), int), within)
+        """Waits until the object has a value, and not by the daemon's own module."""
+        return eventually(lambda: self._displaced() and isinstance(self.ask(name, 0.2), int),
+                          within)
+
+    def _displaced(self):
+        return self._module != "OvoSnmp" or bool(self.daemon.lines("taken out of the daemon's own"))
 
     def up(self, within=20):
         """Waits until the daemon answers at all; under ASan its start takes seconds."""

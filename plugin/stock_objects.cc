@@ -1,0 +1,63 @@
+#include "plugin/stock_objects.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string>
+
+#include "platform/snmp/callback.h"
+
+namespace OvoSnmp {
+
+namespace {
+
+constexpr char const* token = "ovosnmpKeep";
+
+std::array<Snmp::Place, 3> const& objects() {
+  static std::array<Snmp::Place, 3> const all{{
+      {"ipRouteTable", {1, 3, 6, 1, 2, 1, 4, 21}},
+      {"inetCidrRouteNumber", {1, 3, 6, 1, 2, 1, 4, 24, 6}},
+      {"inetCidrRouteTable", {1, 3, 6, 1, 2, 1, 4, 24, 7}},
+  }};
+  return all;
+}
+
+std::set<std::string>& kept() {
+  static std::set<std::string> names;
+  return names;
+}
+
+void parse(char const* /*token*/, char const* line) noexcept {
+  Snmp::guarded(token, [&] {
+    std::string const name(line);
+    bool const known = std::any_of(objects().begin(), objects().end(),
+                                   [&](auto const& object) { return object.name == name; });
+    if (known) {
+      kept().insert(name);
+    } else {
+      netsnmp_config_error("%s: expected ipRouteTable, inetCidrRouteNumber or inetCidrRouteTable",
+                           token);
+    }
+  });
+}
+
+void forget() noexcept { kept().clear(); }
+
+}  // namespace
+
+KeepToken::KeepToken() { snmpd_register_const_config_handler(token, parse, forget, "OBJECT"); }
+
+KeepToken::~KeepToken() {
+  snmpd_unregister_config_handler(token);
+  forget();
+}
+
+std::vector<Snmp::Place> stockObjectsToDisplace() {
+  std::vector<Snmp::Place> places;
+  for (auto const& object : objects()) {
+    if (!kept().contains(object.name)) places.push_back(object);
+  }
+  return places;
+}
+
+}  // namespace OvoSnmp
