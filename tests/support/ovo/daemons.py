@@ -30,7 +30,7 @@ FORWARDING, NOT_FORWARDING = 1, 2
 # As Debian starts it: smux is an old protocol with a TCP port of its own.
 WITHOUT = "-smux,mteTrigger,mteTriggerConf"
 # For tests of what the plug-in does not know yet: the daemon would answer for ipForwarding meanwhile.
-WITHOUT_SCALARS = WITHOUT + ",ip_scalars"
+WITHOUT_SCALARS = WITHOUT + ",ip,ip_scalars"
 
 # The reasons and exceptions as the net-snmp tools print them.
 _REFUSALS = {
