@@ -1,11 +1,11 @@
 #pragma once
-// Timing messages of functions that react to events. A Timer stands for one call:
+// Timing messages of the functions that react to events. A Timer stands for one call of one:
 //
 //   void IpRouteTableSm::handleRoute(Prefix const& prefix) {
 //     Blipmark::Timer const blip("IpSnmp::IpRouteTableSm::handleRoute(Dovel::Prefix)");
 //
-// Two static probes, `blipmark:enter` and `blipmark:leave`, each with the name as its argument,
-// tell a tracer of every call, without a word to the program:
+// Two static probes, `blipmark:enter` and `blipmark:leave`, tell a tracer of every call. Each has
+// the name as its argument. The program need not be told, nor restarted:
 //
 //   bpftrace -e 'usdt:PATH:blipmark:enter { @[str(arg0)] = count(); }'
 //

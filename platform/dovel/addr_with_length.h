@@ -1,7 +1,8 @@
 #pragma once
 // What addresses with a prefix length have in common: an address, a length in bits, the text
-// "ADDRESS/LENGTH", and the order by address, then length. For IPv4 that is also the order by
-// (address, mask), since masks grow with their lengths.
+// "ADDRESS/LENGTH", and the order by address, then length. With IPv4 that is the order by address,
+// then mask as well, because a longer mask is the greater number: tables whose index is (address,
+// mask) are walked in the order of these values.
 
 #include <compare>
 #include <cstdint>
@@ -20,7 +21,7 @@ class AddrWithLength : public Mav::TextValue<D> {
   /// RangeException when `length` is more than the address has bits.
   constexpr AddrWithLength(Addr const& address, unsigned length)
       : address_(address), length_(static_cast<std::uint8_t>(checkedLength(length, Addr::bits))) {}
-  /// From "ADDRESS/LENGTH"; RangeException otherwise.
+  /// Reads "ADDRESS/LENGTH"; raises RangeException for anything else.
   explicit AddrWithLength(std::string_view text) : AddrWithLength(splitLength(text, Addr::bits)) {}
 
   constexpr Addr const& address() const { return address_; }

@@ -1,6 +1,6 @@
 #pragma once
-// An Ethernet (MAC) address of 6 octets, in transmission order. Printed as "02:00:5e:10:00:01";
-// parsed in either case.
+// An Ethernet (MAC) address: 6 octets in transmission order. It is printed as "02:00:5e:10:00:01",
+// and parsed in upper and lower case.
 
 #include <array>
 #include <compare>
@@ -21,11 +21,12 @@ class EthAddr : public Mav::TextValue<EthAddr> {
   /// 00:00:00:00:00:00
   constexpr EthAddr() = default;
   explicit constexpr EthAddr(Octets const& octets) : octets_(octets) {}
-  /// From six groups of two hexadecimal digits, with colons; RangeException otherwise.
+  /// Reads six groups of two hexadecimal digits with colons between; raises RangeException
+  /// otherwise.
   explicit EthAddr(std::string_view text);
   EthAddr(char const*& from, char const* to) : EthAddr(Mav::parsedStrep<EthAddr>(from, to)) {}
 
-  /// From a link address of any kind of interface; RangeException when it has not 6 octets.
+  /// Takes the link address of any kind of link; raises RangeException when it has not 6 octets.
   static EthAddr fromBytes(std::span<std::uint8_t const> bytes);
 
   constexpr Octets const& octets() const { return octets_; }

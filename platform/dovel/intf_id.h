@@ -1,6 +1,7 @@
 #pragma once
-// An interface identifier: the interface's name, or a name made from it for a further address
-// ("eth0#2"). A plain value without allocation. The empty identifier means "no interface".
+// The identifier of an interface: the name of a link, or a name made from it for a further IPv4
+// address of that link ("eth0#2"). A plain value that allocates nothing. The empty identifier means
+// "no interface".
 
 #include <array>
 #include <compare>
@@ -14,11 +15,11 @@ namespace Dovel {
 
 class IntfId : public Mav::TextValue<IntfId> {
  public:
-  /// Longest name, in bytes: IFNAMSIZ - 1, and room for a '#' and a number.
+  /// The longest name, in bytes: IFNAMSIZ - 1 (linux/if.h), and room for a '#' and a number.
   static constexpr std::size_t sizeMax = 31;
 
   constexpr IntfId() = default;
-  /// Mav::RangeException when longer than sizeMax or holding a NUL byte.
+  /// Raises Mav::RangeException when `name` is longer than sizeMax or holds a NUL byte.
   explicit IntfId(std::string_view name);
   IntfId(char const*& from, char const* to) : IntfId(Mav::parsedStrep<IntfId>(from, to)) {}
 
@@ -26,7 +27,7 @@ class IntfId : public Mav::TextValue<IntfId> {
   std::string stringValue() const { return std::string(name()); }
   bool empty() const { return name_[0] == '\0'; }
 
-  /// Byte order of the names.
+  /// The order of the names' bytes, as memcmp(3) has it.
   friend bool operator==(IntfId const& a, IntfId const& b) {
     return std::memcmp(a.name_.data(), b.name_.data(), a.name_.size()) == 0;
   }

@@ -1,6 +1,7 @@
 #pragma once
-// An IPv6 address. Ordered octet by octet: the order of the SNMP instances that it indexes. Printed
-// in the compressed form of inet_ntop(3); every form of RFC 4291 section 2.2 is parsed.
+// An IPv6 address. It is ordered octet by octet, which is the order of the SNMP instances that it
+// indexes. It is printed in the compressed form of inet_ntop(3), and every form of RFC 4291 section
+// 2.2 is parsed.
 
 #include <array>
 #include <bit>
@@ -20,17 +21,17 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
 
   /// ::
   constexpr Ip6Addr() = default;
-  /// From octets, first octet first: struct in6_addr's own layout.
+  /// Takes octets, first octet first: the layout of struct in6_addr.
   explicit constexpr Ip6Addr(Octets const& octets) : octets_(octets) {}
-  /// RangeException when `text` is no IPv6 address. Zones ("%eth0") are not part of an address.
+  /// Raises RangeException when `text` is no IPv6 address. A zone ("%eth0") is not part of one.
   explicit Ip6Addr(std::string_view text);
   Ip6Addr(char const*& from, char const* to) : Ip6Addr(Mav::parsedStrep<Ip6Addr>(from, to)) {}
 
   constexpr Octets const& octets() const { return octets_; }
-  /// This address with all but the first `length` bits cleared; RangeException above 128.
+  /// Gives this address with all but the first `length` bits cleared; RangeException above 128.
   Ip6Addr masked(unsigned length) const;
   constexpr bool isUnspecified() const { return *this == Ip6Addr(); }
-  /// fe80::/10 (RFC 4291 section 2.5.6).
+  /// True within fe80::/10 (RFC 4291 section 2.5.6).
   constexpr bool isLinkLocal() const { return octets_[0] == 0xfe && (octets_[1] & 0xc0) == 0x80; }
   std::string stringValue() const;
 

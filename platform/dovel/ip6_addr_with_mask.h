@@ -1,6 +1,6 @@
 #pragma once
-// An IPv6 address as an interface has it: with the length of its network's prefix. Host bits are
-// kept; subnet() clears them.
+// An IPv6 address as an interface has it: with the length of its prefix. It keeps its host bits;
+// subnet() gives the prefix without them.
 
 #include "platform/dovel/addr_with_length.h"
 #include "platform/dovel/ip6_addr.h"

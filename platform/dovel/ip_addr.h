@@ -1,6 +1,6 @@
 #pragma once
-// An IPv4 address. Ordered as a number, first octet most significant: the order of the SNMP
-// instances that it indexes. Printed and parsed as a dotted quad.
+// An IPv4 address. It is ordered as a number whose first octet is the most significant, which is
+// the order of the SNMP instances that it indexes. It is printed and parsed as a dotted quad.
 
 #include <array>
 #include <bit>
@@ -21,29 +21,30 @@ class IpAddr : public Mav::TextValue<IpAddr> {
 
   /// 0.0.0.0
   constexpr IpAddr() = default;
-  /// From a number in host order: 0x0a000001 is 10.0.0.1.
+  /// Takes a number in host order: 0x0a000001 is 10.0.0.1.
   explicit constexpr IpAddr(std::uint32_t value) : value_(value) {}
-  /// From octets, first octet first.
+  /// Takes octets, first octet first.
   explicit constexpr IpAddr(Octets const& o)
       : value_(std::uint32_t{o[0]} << 24 | std::uint32_t{o[1]} << 16 | std::uint32_t{o[2]} << 8 |
                o[3]) {}
-  /// From a dotted quad, four decimal numbers without leading zeros; RangeException otherwise.
+  /// Reads a dotted quad of four decimal numbers without leading zeros; raises RangeException for
+  /// anything else, as inet_pton(3) refuses it.
   explicit IpAddr(std::string_view text);
   IpAddr(char const*& from, char const* to) : IpAddr(Mav::parsedStrep<IpAddr>(from, to)) {}
 
-  /// From a number as it lies in a packet, a netlink attribute or struct in_addr.
+  /// Takes a number as it lies in a packet, a netlink attribute or struct in_addr.
   static constexpr IpAddr fromNetworkOrder(std::uint32_t value) { return IpAddr(swapped(value)); }
 
-  /// The mask of a prefix length; RangeException above 32.
+  /// Gives the mask of a prefix length; RangeException above 32.
   static constexpr IpAddr netmask(unsigned length) {
     return IpAddr(checkedLength(length, bits) == 0 ? 0 : ~std::uint32_t{0} << (bits - length));
   }
 
-  /// In host order.
+  /// Gives the number in host order.
   constexpr std::uint32_t value() const { return value_; }
   constexpr std::uint32_t networkOrder() const { return swapped(value_); }
   constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
-  /// This address with all but the first `length` bits cleared; RangeException above 32.
+  /// Gives this address with all but the first `length` bits cleared; RangeException above 32.
   constexpr IpAddr masked(unsigned length) const { return IpAddr(value_ & netmask(length).value_); }
   constexpr bool isUnspecified() const { return value_ == 0; }
   std::string stringValue() const;

@@ -1,6 +1,6 @@
 #pragma once
-// An IPv4 address as an interface has it: with the length of its network's prefix. Host bits are
-// kept; prefix() clears them.
+// An IPv4 address as an interface has it: with the length of its prefix. It keeps its host bits;
+// prefix() gives the prefix without them.
 
 #include "platform/dovel/addr_with_length.h"
 #include "platform/dovel/ip_addr.h"

@@ -1,6 +1,6 @@
 #pragma once
 // An IPv4 prefix: the destination of a route. Its host bits are zero, so that equal prefixes are
-// equal values; IpAddrWithMask::prefix() makes one from an address within it.
+// equal values. IpAddrWithMask::prefix() makes one of an address within it.
 
 #include "platform/dovel/addr_with_length.h"
 #include "platform/dovel/ip_addr.h"
@@ -11,9 +11,9 @@ class Prefix : public AddrWithLength<Prefix, IpAddr> {
  public:
   /// 0.0.0.0/0
   constexpr Prefix() = default;
-  /// RangeException "prefix 10.0.0.1/8 has host bits set", or when `length` is above 32.
+  /// Raises RangeException "prefix 10.0.0.1/8 has host bits set", and when `length` is above 32.
   Prefix(IpAddr const& address, unsigned length);
-  /// As above, from "ADDRESS/LENGTH".
+  /// Reads "ADDRESS/LENGTH", with the same checks.
   explicit Prefix(std::string_view text);
   Prefix(char const*& from, char const* to) : Prefix(Mav::parsedStrep<Prefix>(from, to)) {}
 

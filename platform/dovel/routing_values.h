@@ -1,5 +1,6 @@
 #pragma once
-// The values of a route, as the forwarding table gives them.
+// The values of a route, as the forwarding table gives them. They stand here because the publisher
+// writes them, the agent's state machines read them and the tables hold them.
 
 #include <cstdint>
 
@@ -8,13 +9,14 @@
 
 namespace Routing {
 
-/// The kernel's priority of a route; smaller wins.
+/// The kernel's priority of a route (RTA_PRIORITY). The smaller one wins.
 class RouteMetric : public Mav::NumberValue<RouteMetric, std::uint32_t> {
  public:
   using NumberValue::NumberValue;
 };
 
-/// The administrative distance of a route's protocol; smaller wins.
+/// The administrative distance of a route's protocol, as routers usually have it. The smaller one
+/// wins; the kernel knows nothing of it.
 class RoutePreference : public Mav::NumberValue<RoutePreference, std::uint8_t> {
  public:
   using NumberValue::NumberValue;
@@ -22,8 +24,8 @@ class RoutePreference : public Mav::NumberValue<RoutePreference, std::uint8_t> {
 
 namespace Fib {
 
-/// Where a route comes from. The first four carry no traffic and are not served to managers. The
-/// numbers are part of the shared tables: they never change their meaning.
+/// Where a route comes from. Routes of the first four types carry no traffic and are not served to
+/// managers. The numbers are part of the shared tables: they never change their meaning.
 // clang-format off
 MAV_ENUM(RouteType,
          (routeTypeUnknown, 0),

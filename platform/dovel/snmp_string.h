@@ -1,9 +1,9 @@
 #pragma once
-// An octet string as SNMP carries it. Up to 16 octets (an IPv6 address) are held without
-// allocation.
+// An octet string as SNMP carries it. Up to 16 octets (an IPv6 address) need no allocation.
 //
-// Ordered by length, then octet by octet: the order of instances where a string of variable length
-// is an index, since its length comes first there (RFC 2578 section 7.7).
+// It is ordered by length, then octet by octet. That is the order of the instances of a table whose
+// index is a string of variable length, because the length comes first there (RFC 2578
+// section 7.7).
 
 #include <compare>
 #include <cstdint>
@@ -42,7 +42,7 @@ class String {
   }
   friend bool operator!(String const& string) { return string.empty(); }
 
-  /// The octets, with escapes (mav/strep.h) for what is not printable.
+  /// Prints the octets, with escapes (mav/strep.h) for what is not printable.
   friend std::ostream& operator<<(std::ostream& out, String const& string);
   friend std::string valueToStrep(String const& string) { return Mav::quoted(string.bytes()); }
   friend void parseStrep(Mav::StrepReader& in, String& string) { string = String(in.quoted()); }
