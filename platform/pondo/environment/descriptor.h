@@ -1,5 +1,5 @@
 #pragma once
-// An owned file descriptor; closed when dropped.
+// A file descriptor with an owner: dropping it closes it.
 
 #include <utility>
 
@@ -28,7 +28,7 @@ class Descriptor {
   int fd_ = -1;
 };
 
-/// Which file a path or a descriptor leads to.
+/// Tells which file a path or a descriptor leads to. A file that was replaced has another one.
 struct FileIdentity {
   dev_t device = 0;
   ino_t inode = 0;

@@ -1,5 +1,6 @@
 #pragma once
-// What goes wrong with shared tables. Texts are "PATH: what; what to do", one line each.
+// What can go wrong with the shared tables. Each text is one line of the form "PATH: what is wrong;
+// what to do", which an operator reads as it is (docs/errors.md).
 
 #include <string>
 
@@ -7,8 +8,8 @@
 
 namespace Pondo {
 
-/// The run directory, its files or the library refuse. A reader waits and tries again; a writer
-/// reports and ends or retries.
+/// The run directory, its files or LMDB refuse. A reader waits and tries again; a publisher that
+/// starts ends with the text, one that runs tells it and tries again.
 class EnvironmentException : public Mav::Exception {
  public:
   enum class Reason {

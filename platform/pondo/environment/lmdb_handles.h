@@ -1,6 +1,6 @@
 #pragma once
-// LMDB's handles as owners, and its codes as exceptions. The one place, with lmdb_handles.cc, that
-// knows how this program opens environments.
+// LMDB's handles with owners, and its codes as exceptions. This header and lmdb_handles.cc alone
+// know how this program opens an environment, and which of LMDB's codes means what.
 
 #include <array>
 #include <cstdint>
@@ -17,14 +17,15 @@
 
 namespace Pondo {
 
-/// Throws an EnvironmentException for an LMDB code or an errno other than 0.
-/// `what` says what was being done ("open", "read"); `path` names the directory or file.
+/// Throws an EnvironmentException when `code`, of LMDB or an errno, is not 0. `what` says what was
+/// being done ("open", "read"), `path` which directory or file it was done to.
 void check(int code, std::filesystem::path const& path, std::string_view what);
 
-/// The same, unconditionally.
+/// Throws the same, whatever the code.
 [[noreturn]] void throwCode(int code, std::filesystem::path const& path, std::string_view what);
 
-/// An aborted transaction is as good as none; commit() gives it up beforehand.
+/// Aborts the transaction of a TxnPtr that is dropped. Who commits releases the pointer first,
+/// because a commit frees the transaction, whether it succeeds or not.
 struct TxnAbort {
   void operator()(MDB_txn* txn) const { mdb_txn_abort(txn); }
 };
@@ -53,13 +54,14 @@ struct TableHandles {
   MDB_dbi operator[](TableId id) const { return tables.at(static_cast<std::size_t>(id)); }
 };
 
-/// An open environment. Only one per directory in a process (format.h, caveats): a second one is
-/// refused with an EnvironmentException.
+/// An open environment. A process has one of a directory at most (format.h, caveats): a second one
+/// is refused with an EnvironmentException.
 class Environment {
  public:
   enum class Mode { read, write };
 
-  /// Opens `directory`, whose files must have been checked (checkFiles) or be new.
+  /// Opens `directory`. Its files have been checked before (checkFiles), or are new: LMDB itself
+  /// would crash on some of what can lie there.
   Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize);
   ~Environment();
   Environment(Environment const&) = delete;
@@ -67,13 +69,13 @@ class Environment {
 
   MDB_env* get() const { return env_; }
   std::filesystem::path const& directory() const { return directory_; }
-  /// The directory was renamed.
+  /// Takes note that the directory was renamed.
   void directoryIs(std::filesystem::path directory) { directory_ = std::move(directory); }
 
   FileIdentity dataIdentity() const { return data_; }
-  /// False when data.mdb has become shorter than it must be: reading would end in SIGBUS.
+  /// False when data.mdb has become shorter than it was: to read it then would end in SIGBUS.
   bool whole() const;
-  /// The size that whole() requires from now on.
+  /// Sets the size that whole() requires from now on.
   void sizeIs(std::int64_t size) { size_ = size; }
 
  private:
@@ -84,10 +86,11 @@ class Environment {
   FileIdentity data_;
 };
 
-/// Opens (or makes, in a write transaction) all tables. Foreign when one is missing.
+/// Opens all tables, or makes them in a write transaction. The reason of its exception is foreign
+/// when a table is missing, schema when the tables are of another version.
 TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& directory);
 
-/// The meta record, checked: foreign or schema exceptions.
+/// Reads and checks the meta record. The reason of its exception is foreign or schema.
 Format::MetaRecord readMeta(MDB_txn* txn, MDB_dbi meta, std::filesystem::path const& directory);
 
 }  // namespace Pondo

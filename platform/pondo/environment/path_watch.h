@@ -1,10 +1,11 @@
 #pragma once
-// Watches, by inotify, where the tables of a run directory are or will be.
+// Watches by inotify(7) where the tables of a run directory are, or will be.
 //
-// Where they are: the doorbell's modifications, and what happens to the names in tables/ and to the
-// two directories themselves. Nothing else: not what is written to the data file, not the other
-// files of the run directory (publisher.lock is touched every second). Where they are not: the
-// nearest directory that exists, for the next component of the path to come or to change its mode.
+// Where the tables are, it watches the doorbell's modifications, the names in tables/, and the two
+// directories themselves. It watches nothing else, so that nobody is woken without need: not what
+// is written to the data file, and not the other files of the run directory, of which
+// publisher.lock is touched every second. Where there are no tables, it watches the nearest
+// directory that exists, until the next component of the path comes or changes its mode.
 
 #include <cstdint>
 #include <filesystem>
@@ -21,21 +22,21 @@ namespace Pondo {
 class PathWatch {
  public:
   struct Events {
-    bool rang = false;         // the doorbell
-    bool pathChanged = false;  // the path may lead elsewhere, or somewhere again
+    bool rang = false;         // the doorbell was written
+    bool pathChanged = false;  // the path may lead elsewhere by now, or lead somewhere again
   };
 
-  /// `runDir` is absolute. Without inotify (its limits are per user) there is a log line, fd() is
-  /// -1 and nothing is ever seen.
+  /// `runDir` is absolute. Where the kernel gives no inotify instance (its limit is one of the
+  /// user's processes together), a log line tells so, fd() is -1, and no event ever comes.
   explicit PathWatch(std::filesystem::path runDir);
 
   int fd() const { return inotify_.get(); }
 
-  /// Watches what is there now. To be called before looking at the path, so that nothing which
-  /// happens after the look is missed; and again whenever pathChanged.
+  /// Watches what is there now. The caller calls it before it looks at the path, so that nothing
+  /// which happens after the look is missed, and again whenever pathChanged.
   void arm();
 
-  /// Takes what has happened since the last call. Never blocks.
+  /// Gives what has happened since the last call. Never blocks.
   Events take();
 
  private:
@@ -46,7 +47,7 @@ class PathWatch {
   };
 
   bool add(std::filesystem::path const& path, std::uint32_t events, Watched watched);
-  /// False when they are not there, or out of reach.
+  /// False when the tables are not there, or out of reach.
   bool watchTables();
   /// True when what was missing has come meanwhile.
   bool watchAncestor();

@@ -1,7 +1,8 @@
 #pragma once
-// RUNDIR/publisher.lock, held: says that this process is the one publisher, who it is, and that it
-// lives. An open file description lock (F_OFD_SETLK): it ends with the process however that ends,
-// and readers can test it without harm to it.
+// RUNDIR/publisher.lock, held: it says that this process is the one publisher, who that is, and
+// that it lives. The lock is one of an open file description (F_OFD_SETLK, fcntl(2)): it ends with
+// the process however that ends, and a reader that tests it does it no harm, as it would to a lock
+// of the classic kind when it closes the file.
 
 #include <filesystem>
 #include <optional>
@@ -15,14 +16,16 @@ namespace Pondo {
 
 class PublisherLock {
  public:
-  /// PublisherRunningException when another holds it.
+  /// Takes the lock and writes the publisher's name and process id. PublisherRunningException when
+  /// another process holds it.
   PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
                 std::optional<gid_t> group);
 
-  /// A sign of life.
+  /// Gives a sign of life: the file's modification time becomes now.
   void touch() const;
 
-  /// False when the path leads elsewhere by now: the run directory was deleted or replaced.
+  /// False when the path leads elsewhere by now, because the run directory was deleted or replaced:
+  /// another publisher could then lock the file at the path.
   bool atPath() const;
 
  private:

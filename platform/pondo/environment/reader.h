@@ -1,10 +1,12 @@
 #pragma once
-// The reading side: an environment opened read-only, and snapshots of it. A Snapshot is a read
-// transaction: what it shows is one generation, whole. It pins memory of the shared file, so it is
-// short-lived: never kept across a turn of the loop, at most sliceMax records each.
+// The reading side of the shared tables: an environment that is open for reading, and snapshots of
+// it. A Snapshot is a read transaction: it shows one generation, whole, whatever is committed
+// meanwhile. The publisher cannot use the pages again that a snapshot shows, so a snapshot lives
+// short: it ends with the turn of the loop, and work on it goes in slices of sliceMax records.
 //
-// One per process and environment, made after any fork; one thread. A process that holds a Writer
-// of the same run directory cannot open a Reader of it (format.h, caveats): that is refused.
+// A process has one Reader of an environment, made after any fork, on one thread. A process that
+// has a Writer of the same run directory cannot open a Reader of it (format.h, caveats): it is
+// refused.
 
 #include <cstddef>
 #include <cstdint>
@@ -24,18 +26,18 @@
 namespace Pondo {
 
 inline constexpr std::size_t sliceMax = 256;
-/// For the few scans that have to be whole.
+/// The limit of the few scans that have to be whole.
 inline constexpr auto noLimit = std::numeric_limits<std::size_t>::max();
 
 class Reader;
 
-/// Where the change log stands: entries first to next - 1 are there. Another instance is another
-/// history: its sequence numbers have nothing to do with the earlier ones.
+/// Where the change log stands: the entries from first to next - 1 are there. Another instance has
+/// another history: its sequence numbers have nothing to do with those of the earlier one.
 struct LogState {
   std::uint64_t instance = 0;
   std::uint64_t first = 0;
   std::uint64_t next = 0;
-  /// False while a publisher fills new tables for the first time: what is absent says nothing.
+  /// False while a publisher fills new tables for the first time. What is absent then says nothing.
   bool complete = false;
 };
 
@@ -47,7 +49,8 @@ class Snapshot {
 
   std::uint64_t generation() const;
 
-  /// The record, or nothing when absent (or not well-formed: counted in Reader::rejected()).
+  /// Gives the record, or nothing when there is none. A malformed one counts as none, and in
+  /// Reader::rejected().
   template <class Table>
   std::optional<typename Table::Record> get(typename Table::Key const& key) const {
     auto const bytes = getBytes(Table::id, encodeKey<Table>(key));
@@ -57,9 +60,9 @@ class Snapshot {
     return record;
   }
 
-  /// Calls visit(key, record) for up to `limit` records from the first key not less than `from`
-  /// (bytes; empty: the first), in key order. Returns the key bytes to go on from, or nothing at
-  /// the end. Malformed records are skipped and counted.
+  /// Calls visit(key, record) for up to `limit` records in key order, beginning with the first key
+  /// not less than `from` (bytes; empty is the first of all). Returns the key bytes to go on from,
+  /// or nothing at the end of the table. Malformed records are skipped and counted.
   template <class Table, class Visit>
   std::optional<std::string> scan(std::string_view from, std::size_t limit,
                                   Visit const& visit) const {
@@ -75,20 +78,20 @@ class Snapshot {
                      });
   }
 
-  /// Number of records, malformed ones included.
+  /// Counts the records, malformed ones included.
   std::size_t count(TableId table) const;
 
-  /// As get and scan, undecoded. The views die with the snapshot.
-  /// Gets in ascending order of keys, near one another, are several times faster than others.
+  /// Do what get and scan do, without decoding. The views end with the snapshot. Gets of keys that
+  /// ascend, near one another, are several times faster than others.
   std::optional<std::string_view> getBytes(TableId table, std::string_view key) const;
   std::optional<std::string> scanBytes(
       TableId table, std::string_view from, std::size_t limit,
       absl::FunctionRef<void(std::string_view, std::string_view)> visit) const;
 
   LogState log() const;
-  /// Calls visit(table, key) for up to `limit` entries of the change log, or until it says false,
-  /// from sequence `from` on, which must not be less than log().first. Returns the sequence to go
-  /// on from. Malformed entries are skipped and counted.
+  /// Calls visit(table, key) for up to `limit` entries of the change log, or until visit says
+  /// false. It begins with the sequence `from`, which is not less than log().first, and returns the
+  /// one to go on from. Malformed entries are skipped and counted.
   std::uint64_t scanLog(std::uint64_t from, std::size_t limit,
                         absl::FunctionRef<bool(TableId, std::string_view)> visit) const;
 
@@ -103,20 +106,21 @@ class Snapshot {
 
 class Reader {
  public:
-  /// EnvironmentException: absent, unreadable, foreign, truncated, wrong schema, or on a mount
-  /// where readers cannot be registered (a snapshot would then not hold).
+  /// Opens the tables. EnvironmentException when they are absent, unreadable, foreign, truncated,
+  /// of another schema, or on a mount where readers cannot be registered: a snapshot would not hold
+  /// there.
   explicit Reader(std::filesystem::path runDir);
   ~Reader();
   Reader(Reader const&) = delete;
   Reader& operator=(Reader const&) = delete;
 
-  /// At most one lives at a time. EnvironmentException when the library refuses.
+  /// Takes a snapshot; one lives at a time. EnvironmentException when LMDB refuses.
   Snapshot snapshot() const;
 
-  /// False when the path leads to another environment (or to none) by now: open a new Reader.
+  /// False when the path leads to another environment by now, or to none: a new Reader is needed.
   bool current() const;
 
-  /// Records skipped as malformed so far.
+  /// Counts the records that were skipped as malformed so far.
   std::uint64_t rejected() const;
 
  private:

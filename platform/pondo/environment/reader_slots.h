@@ -1,5 +1,8 @@
 #pragma once
-// The readers of an environment, as its lock file knows them.
+// The readers of an environment, as its lock file knows them. A reader has a slot there, with its
+// process id and the transaction that it reads. Pages that changed since that transaction cannot be
+// used again, so a reader that died or stopped inside one would in time fill the map. The publisher
+// looks once a second, by the functions below.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,10 +14,10 @@
 
 namespace Pondo {
 
-/// Frees the slots of readers that died inside a snapshot; says how many.
+/// Frees the slots of readers that died inside a snapshot, and tells how many.
 int freeDeadSlots(MDB_env* env);
 
-/// The oldest transaction that a reader is inside of, or nothing.
+/// Gives the oldest transaction that a reader is inside of, or nothing.
 std::optional<std::uint64_t> oldestReader(MDB_env* env);
 
 struct Space {
@@ -22,15 +25,16 @@ struct Space {
   std::size_t live = 0;  // of these, what the newest transaction needs
 };
 
-/// EnvironmentException when the library refuses.
+/// Measures the environment. EnvironmentException when LMDB refuses.
 Space spaceOf(Environment const& env, TableHandles const& handles);
 
-/// Tells a reader that has stopped for good: one that has stayed inside the same transaction.
+/// Knows a reader that has stopped: the oldest transaction stays the same for stoppedAfter seconds.
 class StoppedReaderWatch {
  public:
   static constexpr double stoppedAfter = 10.0;
 
-  /// To be told the oldest reader about once a second; true when it has not moved for that long.
+  /// Takes the oldest reader's transaction, about once a second; true when it has not moved for so
+  /// long.
   bool hasStopped(std::optional<std::uint64_t> oldest, double now);
 
  private:

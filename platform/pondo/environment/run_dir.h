@@ -14,7 +14,7 @@
 
 namespace Pondo {
 
-/// $KELBASE_RUNDIR, or /run/kelbase.
+/// Gives $KELBASE_RUNDIR, or /run/kelbase where that is not set.
 std::filesystem::path defaultRunDir();
 
 struct PublisherInfo {
@@ -25,8 +25,8 @@ struct PublisherInfo {
   bool alive = false;    // holds the lock at this moment
 };
 
-/// Reads publisher.lock without disturbing the lock. Nothing when there never was a publisher;
-/// EnvironmentException when the file cannot be read.
+/// Reads publisher.lock, and leaves its lock alone. Gives nothing when no publisher has ever been
+/// there; raises EnvironmentException when the file cannot be read.
 std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir);
 
 }  // namespace Pondo

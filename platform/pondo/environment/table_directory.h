@@ -1,7 +1,8 @@
 #pragma once
-// How RUNDIR/tables comes to be, on the publisher's side. A new environment is always built whole
-// in a directory beside it and then put in place by one rename: a reader finds the old tables or
-// the new ones, never half of either. Only for the holder of the publisher lock.
+// How RUNDIR/tables comes to be, on the publisher's side. A new environment is built whole in a
+// directory beside it, and one rename (renameat2(2)) puts it in place: a reader finds the old
+// tables or the new ones, never half of either. Only the holder of the publisher lock calls these
+// functions.
 
 #include <cstddef>
 #include <filesystem>
@@ -20,14 +21,15 @@ struct FileSettings {
   std::optional<gid_t> group;
 };
 
-/// Makes the run directory where missing (0750), and gives it its group when it is this user's.
+/// Makes the run directory where it is missing (0750), and gives it its group when it belongs to
+/// this user.
 void makeRunDir(std::filesystem::path const& runDir, std::optional<gid_t> group);
 
-/// Removes what a publisher that was killed while making tables has left.
+/// Removes the half-built tables of a publisher that was killed.
 void removeLeftovers(std::filesystem::path const& runDir);
 
-/// Opens the tables of an earlier publisher. Where there are none, or none that can be used, makes
-/// them anew, with a line in the log that says why. What belongs to somebody else is kept, under
+/// Opens the tables of an earlier publisher. Where there are none, or none that can be used, it
+/// makes them anew, with a log line that tells why. What belongs to somebody else is kept under
 /// another name. Throws when permissions or the like are in the way.
 std::unique_ptr<Environment> openOrMakeTables(std::filesystem::path const& runDir,
                                               FileSettings const& settings);
@@ -35,11 +37,12 @@ std::unique_ptr<Environment> openOrMakeTables(std::filesystem::path const& runDi
 std::unique_ptr<Environment> makeEmptyTables(std::filesystem::path const& runDir,
                                              FileSettings const& settings);
 
-/// A compacting copy of `old` takes its place: the same instance, generation and change log.
+/// Puts a compacted copy of `old` in its place, with the same instance, generation and change log:
+/// readers follow it without a comparison.
 std::unique_ptr<Environment> makeCopiedTables(std::filesystem::path const& runDir,
                                               FileSettings const& settings, Environment& old);
 
-/// The doorbell, made where missing.
+/// Opens the doorbell, and makes it where it is missing.
 Descriptor openDoorbell(std::filesystem::path const& runDir, FileSettings const& settings);
 
 }  // namespace Pondo

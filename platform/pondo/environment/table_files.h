@@ -1,6 +1,6 @@
 #pragma once
-// The files of RUNDIR/tables, before and around LMDB: what LMDB itself does not check, and would
-// answer with a crash or a silent wrong result.
+// The files of RUNDIR/tables, looked at before LMDB opens them: for what LMDB does not check
+// itself, and would answer with a crash (a truncated file, SIGBUS) or a wrong result in silence.
 
 #include <filesystem>
 #include <optional>
@@ -16,18 +16,19 @@ namespace Pondo {
 /// regular files (no symbolic links), and data.mdb is an LMDB file that has all pages it uses.
 void checkFiles(std::filesystem::path const& tables);
 
-/// What a path leads to now, symbolic links not followed; nothing when absent or out of reach.
+/// Tells what a path leads to now, without following a symbolic link; nothing when there is
+/// nothing, or it is out of reach.
 std::optional<FileIdentity> identityAt(std::filesystem::path const& path);
 
-/// The group's number. EnvironmentException when there is none of that name.
+/// Gives the group's number. EnvironmentException when there is no group of that name.
 gid_t groupByName(std::string const& name);
 
-/// Gives a file or directory (never a symbolic link's target) its mode, whatever the umask, and
-/// its group where given. A group that may not be given is said once, in the log.
+/// Gives a file or directory its mode, whatever the umask, and its group where there is one; never
+/// the target of a symbolic link. Where the group may not be given, a log line tells so.
 void ownershipIs(std::filesystem::path const& path, mode_t mode, std::optional<gid_t> group);
 
-/// Removes a directory of table files. Files of other names are left alone, and then it stays:
-/// false.
+/// Removes a directory of table files. It leaves files of other names alone; the directory stays
+/// then, and the result is false.
 bool removeTableDirectory(std::filesystem::path const& directory) noexcept;
 
 }  // namespace Pondo

@@ -1,6 +1,7 @@
 #pragma once
-// One LMDB write transaction over the tables and their change log. Dropped without commit() it
-// leaves no trace. After an exception it can only be dropped.
+// One LMDB write transaction over the tables and their change log: a change and its log entry are
+// committed together or not at all. Dropped without commit() it leaves no trace; after an exception
+// it can only be dropped. Writer makes it, on the publisher's thread.
 
 #include <array>
 #include <optional>
@@ -18,9 +19,9 @@ class WriteTransaction {
  public:
   WriteTransaction(Environment const& env, TableHandles const& handles);
 
-  /// unchanged, added or changed.
+  /// Writes the record: unchanged, added or changed.
   Outcome put(TableId table, std::string_view key, std::string_view value);
-  /// unchanged or removed.
+  /// Removes the record: unchanged or removed.
   Outcome erase(TableId table, std::string_view key);
 
   /// Calls visit(key, value) for every record of the table, in key order.
@@ -36,11 +37,11 @@ class WriteTransaction {
     if (code != MDB_NOTFOUND) fail(code, "read");
   }
 
-  /// Says that the tables hold everything there is.
+  /// Marks the tables as complete: they hold everything there is.
   void completeIs() { meta_.complete = 1; }
 
-  /// Makes the changes visible, with the next generation; keeps `logMax` entries of the change log
-  /// or a little more.
+  /// Makes the changes visible, with the next generation, and trims the change log to `logMax`
+  /// entries or a little more.
   Format::MetaRecord commit(std::size_t logMax);
 
  private:

@@ -1,18 +1,20 @@
 #pragma once
 // The publisher's side of the shared tables: the one writer of a run directory.
 //
-// Creates the run directory and the environment where missing, takes the publisher lock, and keeps
-// what an earlier publisher left (its state is served on, and the new one writes only differences).
-// Changes gather in one LMDB transaction; commit() makes them visible at once, with a new
-// generation, their entries in the change log and a ring of the doorbell. put and erase of what is
-// there already (or gone already) change nothing, log nothing, and say false. A batch of more than
-// batchMax changes commits by itself.
+// A Writer makes the run directory and the environment where they are missing, takes the publisher
+// lock, and keeps what an earlier publisher has left: that state is served on, and only differences
+// are written. Changes gather in one LMDB transaction. commit() makes them visible at once, with a
+// new generation and their entries in the change log, and rings the doorbell. A put of what is
+// there already, and an erase of what is not, change nothing, log nothing, and say false. A batch
+// of batchMax changes is committed without being asked.
 //
-// When an operation throws, the transaction is aborted and the tables are as after the last commit.
-// Once an environment is lost (run directory deleted, file truncated, library in panic) put, erase
-// and commit throw until service() has made it anew.
-// Made after any fork; one thread. A process that holds a Writer cannot open a Reader of the same
-// run directory (format.h, caveats): that is refused.
+// When an operation throws, the transaction is aborted and the tables are as after the last commit:
+// the caller writes everything again. Once an environment is lost (the run directory was deleted, a
+// file truncated, LMDB calls it broken), put, erase and commit throw until service() has made it
+// anew.
+//
+// A Writer is made after any fork and used on one thread. A process that has one cannot open a
+// Reader of the same run directory (format.h, caveats): it is refused.
 
 #include <cstddef>
 #include <cstdint>
@@ -43,9 +45,9 @@ class Writer {
     std::string publisher = "kelbased";  // name told in publisher.lock
     std::string group;                   // group of the files; empty: leave as created
     std::size_t mapSize = std::size_t{16} << 30U;
-    std::size_t logMax = 200'000;  // change log entries kept, at least
+    std::size_t logMax = 200'000;  // change log entries that are kept, at least
     // A reader that has stopped inside a snapshot may pin this many bytes beyond twice the live
-    // ones; after that the tables move to a new environment without it.
+    // ones. Beyond that the tables move to a new environment, and leave that reader the old one.
     std::size_t pinnedMax = std::size_t{64} << 20U;
   };
 
@@ -53,7 +55,8 @@ class Writer {
     std::size_t added = 0, changed = 0, removed = 0, unchanged = 0;
   };
 
-  /// EnvironmentException, PublisherRunningException (names the other's pid).
+  /// Takes the run directory. EnvironmentException when it is not to be had;
+  /// PublisherRunningException, which names the other's process id, when another publisher has it.
   Writer(std::filesystem::path runDir, Options options);
   ~Writer();
   Writer(Writer const&) = delete;
@@ -77,8 +80,8 @@ class Writer {
   template <class Table>
   SyncCounts sync(std::map<typename Table::Key, typename Table::Record> const& wanted);
 
-  /// Calls visit(key, record) for every record of the table, in key order, what is not committed
-  /// yet included. Malformed ones are skipped: a put of their keys mends them. `visit` must not
+  /// Calls visit(key, record) for every record of the table in key order, with what is not
+  /// committed yet. Malformed records are skipped; a put of their keys mends them. `visit` must not
   /// call the writer; what it throws ends the scan and aborts what was not committed.
   template <class Table, class Visit>
   void scan(Visit const& visit) {
@@ -89,28 +92,29 @@ class Writer {
     });
   }
 
-  /// No effect when nothing changed.
+  /// Makes the changes visible; has no effect when nothing changed.
   void commit();
-  /// As commit(), and says that the tables hold everything there is: readers of new tables wait for
-  /// it, so that they never take what is not there yet for what is gone. Once said, it holds until
-  /// the tables are made anew. Before, changes are not logged, which is far faster.
+  /// Does the same and marks the tables as complete. Readers of new tables wait for that mark, so
+  /// that they never take what is not there yet for what has gone. It stays until the tables are
+  /// made anew. Changes before it are not logged, which is far faster.
   void commitComplete();
-  /// Forgets what was not committed.
+  /// Forgets the changes that were not committed.
   void abort();
 
   std::uint64_t generation() const;
 
-  /// To be called about once a second, and when noticeFd() is readable: shows a sign of life,
-  /// frees the slots of dead readers, replaces the environment when a stopped reader pins too much
-  /// of it, and makes the run directory anew when it was deleted or replaced. True when the tables
-  /// are new and empty: everything has to be published again. PublisherRunningException when
-  /// another publisher has taken the path over.
+  /// Gives a sign of life, frees the slots of dead readers, replaces the environment when a stopped
+  /// reader pins too much of it, and makes the run directory anew when it was deleted or replaced.
+  /// The caller calls it about once a second, and when noticeFd() is readable. True when the tables
+  /// are new and empty, so that everything has to be published again. PublisherRunningException
+  /// when another publisher has taken the path over.
   [[nodiscard]] bool service();
 
   /// Readable when something happened to the run directory's files (inotify).
   int noticeFd() const;
 
-  /// As put, erase and sync, encoded. Keys in ascending order are appended, which is far faster.
+  /// Do what put, erase, scan and sync do, with encoded keys and records. Keys that come in
+  /// ascending order are appended, which is far faster.
   using Bytes = std::string;
   bool putBytes(TableId table, std::string_view key, std::string_view value);
   bool eraseBytes(TableId table, std::string_view key);

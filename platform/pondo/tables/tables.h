@@ -30,8 +30,8 @@ enum class TableId : std::uint8_t {
 
 enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
 
-/// Whether the host forwards packets between all its interfaces, by IP version. Of a version that the
-/// kernel lacks: it does not.
+/// Whether the host forwards packets between all its interfaces, by IP version. Of a version that
+/// the kernel lacks: it does not.
 struct ForwardingTable {
   static constexpr TableId id = TableId::forwarding;
   static constexpr std::string_view name = "forwarding";
