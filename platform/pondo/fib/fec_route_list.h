@@ -1,8 +1,10 @@
 #pragma once
-// For each fec, the prefixes of the routes that use it. Filled by FecRouteListSm, read by the route
-// state machine when a fec changes; a million routes are held, so it counts octets: 18 a route when
-// filled in order. What is done in the order of prefixes is done where the last was, without a
-// descent. One thread.
+// The prefixes of the routes that use each fec. FecRouteListSm fills it; the route state machine
+// reads it when a fec changes, to learn which prefixes it has to look at again.
+//
+// It holds a million routes in 18 bytes each when it is filled in order: a prefix and the slot of
+// its fec take eight, the prefix in the set of that fec as many again. An operation on the prefix
+// that follows the last one costs no descent. All on the agent's thread.
 
 #include <array>
 #include <cstddef>
@@ -23,22 +25,23 @@ class FecRouteList : public Mav::Object {
  public:
   using Prefixes = absl::btree_set<Dovel::Prefix>;
 
-  /// In the order of prefixes; null when no route uses the fec. Valid until the next change.
+  /// Gives the prefixes in their order; null when no route uses the fec. Valid until the next
+  /// change.
   Prefixes const* routes(FecId fecId) const;
 
-  /// The route of `prefix` uses `fecId` from now on, and no other. Mav::RangeException beyond
+  /// Files the prefix under `fecId`, and under no other from now on. Mav::RangeException beyond
   /// fecsMax.
   void routeIs(Dovel::Prefix const& prefix, FecId fecId);
-  /// The prefix has no route any more. No effect when it had none.
+  /// Takes the prefix out: it has no route any more. No effect when it had none.
   void routeDel(Dovel::Prefix const& prefix);
 
-  /// The fec under which the prefix is filed.
+  /// Gives the fec under which the prefix is filed.
   std::optional<FecId> fecId(Dovel::Prefix const& prefix) const;
-  /// The first prefix not less than `from` that is filed.
+  /// Gives the first prefix not less than `from` that is filed.
   std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const;
   std::size_t size() const { return filed_.size(); }
 
-  /// Fecs that are in use at a time.
+  /// The number of fecs that can be in use at a time: three bytes of slots.
   static constexpr std::size_t fecsMax = std::size_t{1} << 24U;
 
  private:

@@ -1,8 +1,8 @@
 #pragma once
-// Keeps a FecRouteList in step with the routes: one look into the table for each route that is
-// announced. Routes of the types that carry no traffic, which have no fec, are filed under fec 0,
-// so that their going is noticed too. Fecs need no watching: which routes use one, the routes say.
-// All on the agent's thread.
+// Keeps a FecRouteList in step with the routes. It looks into the table once for each route that is
+// announced. A route of a type that carries no traffic has no fec; it is filed under fec 0, so that
+// its going is noticed too. Fecs need no watching, because the routes say which fec they use. All
+// on the agent's thread.
 
 #include "platform/pondo/fib/fec_route_list.h"
 #include "platform/pondo/fib/forwarding_status.h"
@@ -12,7 +12,7 @@ namespace Pondo::Fib {
 
 class FecRouteListSm : public Mav::Object {
  public:
-  /// Files every route that is there. Either status may be null: nothing to follow.
+  /// Files every route that is there. Where a status is null there is nothing to follow.
   /// ConsistencyException when the routes cannot be read now.
   FecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
                  Mav::Ptr<ForwardingStatus const> forwardingStatus,

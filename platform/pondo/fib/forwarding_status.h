@@ -1,5 +1,7 @@
 #pragma once
-// The fecs of the forwarding table, by id. As RouteStatus in all else (route_status.h).
+// The fecs of the forwarding table, by id, as the route state machine sees them: decoded, read in
+// place, and of the same moment as the routes of that turn. RouteStatus has the rules
+// (route_status.h).
 
 #include <memory>
 
@@ -17,12 +19,12 @@ class ForwardingStatus : public Mav::Entity {
   class NotifieeConst : public Mav::Notifiee<ForwardingStatus const, NotifieeConst> {
    public:
     using Notifiee::Notifiee;
-    /// The fec may have come, changed or gone: look.
+    /// The fec may have come, changed or gone: whoever holds it looks again.
     virtual void onFec(FecId /*fecId*/) {}
   };
 
-  /// The fec, decoded, or null. Valid until the end of the turn. ConsistencyException when the
-  /// table cannot be read now.
+  /// Gives the fec, decoded, or null; valid until the end of the turn. ConsistencyException when
+  /// the table cannot be read now.
   virtual Fec const* fec(FecId fecId) const = 0;
 
   /// Calls visit(fecId, fec) for every fec, in the order of ids.

@@ -1,9 +1,10 @@
 #pragma once
-// The routes of the forwarding table, by prefix, as state machines see them: read in place, never
-// copied. SharedFib is the one over the shared tables; tests have one in memory.
+// The routes of the forwarding table, by prefix, as the state machines see them: read in place,
+// never copied. SharedFib shows those of the shared tables; tests have an implementation in memory.
 //
-// All on the agent's thread. Never blocks. Readers call from a turn of the activity; what they read
-// in one turn is of one moment, together with ForwardingStatus.
+// A notification says that something may have changed, never what: the handler reads what is there
+// now. All reads of one turn of the activity show one moment, those of ForwardingStatus included.
+// All on the agent's thread, from inside a turn. Never blocks.
 
 #include <cstddef>
 #include <optional>
@@ -23,26 +24,26 @@ class RouteStatus : public Mav::Entity {
   class NotifieeConst : public Mav::Notifiee<RouteStatus const, NotifieeConst> {
    public:
     using Notifiee::Notifiee;
-    /// The route of `prefix` may have come, changed or gone: look.
+    /// The route of `prefix` may have come, changed or gone: whoever holds it looks again.
     virtual void onRoute(Dovel::Prefix const& /*prefix*/) {}
-    /// The first prefix, in the order of prefixes, not less than `from` for which this notifiee
-    /// keeps something: it hears of it (onRoute) when a table is compared anew, even though the
-    /// route may have gone unnoticed meanwhile. Nothing when it keeps none.
+    /// Gives the first prefix not less than `from` for which this notifiee holds something, or
+    /// nothing. A comparison announces these prefixes too (onRoute), so that a route that has gone
+    /// unnoticed is noticed then.
     virtual std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& /*from*/) const {
       return std::nullopt;
     }
   };
 
-  /// The route of exactly this prefix, or nothing. ConsistencyException when the table cannot be
-  /// read now: what is known stays true until it can.
+  /// Gives the route of exactly this prefix, or nothing. ConsistencyException when the table cannot
+  /// be read now; the caller keeps what it has until it can.
   virtual std::optional<Route> route(Dovel::Prefix const& prefix) const = 0;
 
-  /// Calls visit(prefix, route) for every route, in the order of prefixes (address, then length).
+  /// Calls visit(prefix, route) for every route in the order of prefixes (address, then length).
   /// ConsistencyException as above.
   virtual void forEachRoute(
       absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const = 0;
 
-  /// ConsistencyException as above.
+  /// Counts the routes. ConsistencyException as above.
   virtual std::size_t routes() const = 0;
 
   std::string_view typeName() const override { return "Pondo::Fib::RouteStatus"; }

@@ -1,6 +1,7 @@
 #pragma once
-// The changes of a transaction that has not been committed, kept so that they can be made once more
-// after room was made or the tables were moved.
+// The changes of a transaction that has not been committed. The Writer keeps them, because they
+// have to be made once more in a new transaction after room was made in a full map, or after the
+// tables moved to another environment.
 
 #include <cstdint>
 #include <string>
@@ -30,7 +31,7 @@ class Batch {
     bytes_.clear();
   }
 
-  /// put(table, key, value) and erase(table, key), in the order in which they were added.
+  /// Calls put(table, key, value) and erase(table, key) in the order in which they were added.
   template <class Put, class Erase>
   void replay(Put const& put, Erase const& erase) const {
     std::string_view rest = bytes_;

@@ -1,6 +1,8 @@
 #pragma once
-// Walks, in slices, over everything that listeners have to read again to be exact: every key of
-// their tables and every key that one of them has filed, in order of table and key, each once.
+// The walk of a comparison: it goes over everything that listeners have to read again to be exact,
+// in slices. That is every key of their tables and every key that one of them has filed, in the
+// order of table and key, each once. A key that stands nowhere but with a listener is one that has
+// gone. What changes behind the walk is in the change log.
 
 #include <optional>
 #include <span>
@@ -17,12 +19,13 @@ class Comparison {
 
   bool ended() const { return table_ == tables_.size(); }
 
-  /// Appends the next keys, up to `limit`, and moves on.
+  /// Appends the next keys to `changes`, up to `limit`, and moves on.
   void take(Snapshot const& snapshot, std::size_t limit, std::vector<Change>& changes);
 
  private:
   void takeFromTable(Snapshot const& snapshot, std::size_t limit, std::vector<Change>& changes);
-  /// From the lesser of the two; from the next table where there is neither.
+  /// Sets the walk to go on from the lesser of the two, or in the next table where there is
+  /// neither.
   void goOnFrom(std::optional<std::string> const& row, std::string const* filed);
 
   std::span<Listener* const> listeners_;
@@ -31,7 +34,7 @@ class Comparison {
   std::string from_;  // first key not yet taken
 };
 
-/// Whether the listener hears of the table.
+/// True when the listener hears of the table.
 bool hears(Listener const& listener, TableId table);
 
 }  // namespace Pondo

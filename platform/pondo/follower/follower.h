@@ -1,18 +1,24 @@
 #pragma once
 // Follows the tables of a run directory and tells listeners which keys may have changed.
 //
-// The follower opens the environment, compares it with what the listeners have filed, then follows
-// the change log, woken by the doorbell (inotify) and by a slow look every lookInterval seconds.
-// Whatever happens to the run directory (absent, deleted, recreated, replaced, unreadable, wrong
-// schema), it says so in one log line, keeps what the listeners have, backs off and comes back by
-// itself; a reader that fell behind the log compares everything again.
+// The follower opens the environment, compares it with what the listeners have filed, and follows
+// the change log from then on. The doorbell (inotify) wakes it, and so does a look every
+// lookInterval seconds, which finds what no notification tells.
 //
-// A comparison announces, in key order and in slices, every key of the table and every key that a
-// listener has filed: what is announced has to be read again. So after onInSync() a listener is
-// exact, deletions included, as of some generation not older than the comparison's start.
+//   waiting ──► comparing ──► following ──► comparing    it fell behind the log, or the instance is
+//      ▲            │             │                      another one: everything is compared again
+//      └────────────┴─────────────┘                      the environment was lost
 //
-// Work is done in slices of at most sliceMax keys, in each turn of the activity as many as begin
-// within turnQuantum seconds: snmpd answers requests between turns. A change that may mean much
+// Whatever happens to the run directory (absent, deleted, made again, replaced, unreadable, another
+// schema), the follower tells it in one log line, leaves the listeners what they have, and comes
+// back by itself.
+//
+// A comparison announces every key of the tables and every key that a listener has filed, in key
+// order and in slices: whatever is announced is read again. So after onInSync() a listener is
+// exact, with what has gone taken away, as of a generation not older than the comparison's start.
+//
+// Work goes in slices of at most sliceMax keys. A turn of the activity takes as many as begin
+// within turnQuantum seconds, and snmpd answers requests between turns. A change that may mean much
 // work (Listener::isHeavy) ends its slice. Never blocks. All on the activity's thread.
 
 #include <cstdint>
@@ -32,30 +38,31 @@ namespace Pondo {
 struct Change {
   TableId table;
   std::string key;  // bytes; decodeKey<Table>()
-  /// The record (bytes) as the snapshot has it, when the follower has met it: spares a look. Empty:
-  /// look. Only a comparison tells records.
+  /// The record (bytes) as the snapshot has it, which spares the listener a look. Empty when the
+  /// follower has not met it: only a comparison meets records.
   std::string_view record = {};
 };
 
-/// Hears of changes of some tables. Must outlive its Follower.
+/// Hears of changes of some tables. A listener must outlive its Follower.
 class Listener {
  public:
   virtual ~Listener() = default;
 
   virtual std::span<TableId const> tables() const = 0;
-  /// Whether a change in the table may mean much work, so that a slice should end with it.
+  /// True when a change in the table may mean much work, so that a slice ends with it.
   virtual bool isHeavy(TableId /*table*/) const { return false; }
 
-  /// Keys that may have changed, each once a slice: in the order of the change log (the order in
-  /// which the publisher wrote them), or by table and key during a comparison. Read what is there
-  /// now from `snapshot`, which dies when the call returns. An exception is logged and the slice
-  /// is tried again after a pause.
+  /// Takes keys that may have changed, each once a slice. They come in the order in which the
+  /// publisher wrote them, or by table and key during a comparison. The listener reads what is
+  /// there now from `snapshot`, which ends when the call returns. An exception is logged, and the
+  /// same slice comes again after a pause: to take it twice must come to the same as once.
   virtual void onChanges(Snapshot const& snapshot, std::span<Change const> changes) = 0;
 
-  /// The first key (bytes) not less than `from` that this listener holds from `table`, or nothing.
+  /// Gives the first key (bytes) not less than `from` that this listener has filed of `table`, or
+  /// nothing.
   virtual std::optional<std::string> filedKey(TableId table, std::string_view from) const = 0;
 
-  /// A comparison has ended: this listener's tables are known. Called again after every later one.
+  /// Hears that a comparison has ended: this listener's tables are known. Called after every one.
   virtual void onInSync() = 0;
 };
 
@@ -66,7 +73,8 @@ class Follower {
 
   enum class State { waiting, comparing, following };
 
-  /// Listeners are told in the order of `listeners`. Starts at the next turn of the activity.
+  /// Starts at the next turn of the activity. Listeners hear of a slice in the order of
+  /// `listeners`.
   Follower(Mav::Activity& activity, std::filesystem::path runDir, std::vector<Listener*> listeners);
   ~Follower();
   Follower(Follower const&) = delete;
@@ -74,10 +82,10 @@ class Follower {
 
   State state() const;
 
-  /// The tables as of this turn of the activity, for reads in place: the snapshot is taken at the
-  /// first call of a turn, by the follower's own work too, and dies with the turn (earlier, when
-  /// the tables are replaced). Null while there are none to show: absent, unreadable, or not filled
-  /// yet. EnvironmentException when the library refuses.
+  /// Gives the tables as of this turn of the activity, for reads in place. The snapshot is taken at
+  /// the first call of a turn, which may be the follower's own, and ends with the turn, or earlier
+  /// when the tables are replaced. Null while there are none to show: absent, unreadable, or not
+  /// complete yet. EnvironmentException when LMDB refuses.
   Snapshot const* snapshot() const;
 
  private:

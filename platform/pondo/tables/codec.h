@@ -1,8 +1,8 @@
 #pragma once
-// Keys and records to bytes and back. The layouts themselves are in format.h. Key bytes sort as
-// the keys do. Decoding checks everything (version, length, enumerations, ranges, zero padding)
-// and yields nothing for what is not well-formed;
-// encoding throws Mav::RangeException for what readers would refuse.
+// Keys and records as bytes, and back. The layouts themselves are in format.h. The bytes of keys
+// sort as the keys do. Decoding checks everything (version, length, enumerations, ranges, zero
+// padding) and gives nothing for what is malformed. Encoding throws Mav::RangeException for what
+// readers would refuse, so that a publisher never writes it.
 
 #include <array>
 #include <optional>
@@ -86,12 +86,12 @@ std::string encodeRecord<FecTable>(Fib::Fec const& record);
 template <>
 std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes);
 
-/// As encodeKey and encodeRecord, without an allocation: there are a million routes.
+/// Do what encodeKey and encodeRecord do, without an allocation: there are a million routes.
 std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix);
 std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route);
 
-/// What the keys of all addresses and neighbours of a link begin with, in their tables, and no
-/// other key does.
+/// Gives what the keys of all addresses and neighbours of a link begin with, in their tables, and
+/// no other key begins with.
 std::string addressKeysOf(Dovel::IntfId const& link);
 
 }  // namespace Pondo

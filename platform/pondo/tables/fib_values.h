@@ -1,6 +1,6 @@
 #pragma once
-// What the forwarding table holds: routes, and the sets of next hops (forwarding equivalence
-// classes, fecs) that routes share. Plain values, on either side of the shared tables.
+// What the forwarding table holds: routes, and the sets of next hops that routes share, called fecs
+// (forwarding equivalence classes). Plain values, the same on either side of the shared tables.
 
 #include <compare>
 #include <cstddef>
@@ -14,7 +14,7 @@
 
 namespace Pondo::Fib {
 
-/// Names a fec. 0 names none.
+/// The name of a fec. 0 names none.
 class FecId : public Mav::NumberValue<FecId, std::uint64_t> {
  public:
   using NumberValue::NumberValue;
@@ -39,10 +39,10 @@ class ViaIndex {
   std::uint8_t value_ = 0;
 };
 
-/// A fec has no more; a kernel set that does is cut.
+/// The most vias that a fec has. A set of the kernel that has more is cut, with a log line.
 inline constexpr std::size_t viasMax = ViaIndex::max + 1;
 
-/// One way to forward: to a neighbour (nextHop), out of an interface, or both.
+/// A next hop in a fec: the address of a neighbour (nextHop), an interface, or both.
 struct Via {
   Dovel::IpAddr nextHop;     // 0.0.0.0: none, the destination is on the link
   Dovel::IntfId intfId;      // empty: none
@@ -51,12 +51,13 @@ struct Via {
   bool operator==(Via const&) const = default;
 };
 
-/// In the order of the kernel's set.
+/// A published set of next hops, in the order of the kernel's set.
 struct Fec {
   std::vector<Via> vias;  // 1 to viasMax
   bool operator==(Fec const&) const = default;
 };
 
+/// A published route; its prefix is the key.
 struct Route {
   FecId fecId;  // none for the types that carry no traffic
   Routing::RouteMetric metric;

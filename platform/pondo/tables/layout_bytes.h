@@ -1,5 +1,6 @@
 #pragma once
-// A layout of format.h as bytes, and back. Bytes in the map are not aligned: they are copied.
+// A layout of format.h as bytes, and back. Bytes in the map are not aligned, so they are copied: to
+// read a number through a pointer into the map would be undefined (and a trap on some machines).
 
 #include <array>
 #include <cstddef>
@@ -32,8 +33,8 @@ std::string_view asView(std::array<char, N> const& bytes) {
   return {bytes.data(), N};
 }
 
-/// A name that a layout has in a field padded with NUL, or nothing when the padding is not that or
-/// not there. A view of the field.
+/// Gives the name in a field that is padded with NUL, as a view of the field; nothing when the
+/// padding is missing or is anything else.
 template <std::size_t N>
 std::optional<std::string_view> paddedName(std::array<char, N> const& field) {
   std::string_view const bytes(field.data(), N);

@@ -1,7 +1,7 @@
 #pragma once
-// Keys that begin with a link: its name, a NUL, then what tells its rows apart, addresses first.
-// For the codecs alone. A name has no NUL, so the byte after it sorts before all that a longer
-// name goes on with, and the bytes sort as (link, rest) does.
+// Keys that begin with a link: its name, a NUL, then what tells its records apart, addresses first.
+// The codecs alone use them. A name has no NUL, so the NUL after it sorts before every byte that a
+// longer name goes on with, and the bytes sort as (link, rest) does.
 
 #include <optional>
 #include <string>
@@ -12,7 +12,8 @@
 
 namespace Pondo {
 
-/// IFNAMSIZ - 1: what is made of a name has to fit a Dovel::IntfId too.
+/// The longest name of a link: IFNAMSIZ - 1 (linux/if.h). What the agent makes of a name, such as
+/// "eth0#2", has to fit a Dovel::IntfId too.
 inline constexpr std::size_t linkNameMax = 15;
 
 struct LinkAndRest {
@@ -31,7 +32,7 @@ void appendAddress(std::string& bytes, Addr const& addr) {
   bytes += toBytes(addr.octets());
 }
 
-/// The address in `bytes` at `offset`, all of which is there.
+/// Gives the address in `bytes` at `offset`; the caller has checked that it lies within.
 template <class Addr>
 Addr addressAt(std::string_view bytes, std::size_t offset) {
   using Octets = typename Addr::Octets;

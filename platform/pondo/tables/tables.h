@@ -3,7 +3,8 @@
 // LMDB name, its key and its record; format.h says how they lie in memory. Both are plain values
 // on either side of the border.
 //
-// A record that cannot be decoded (version, lengths, ranges) is nothing: readers skip and count it.
+// A record that cannot be decoded (version, lengths, ranges) is malformed: readers skip and count
+// it.
 
 #include <compare>
 #include <cstdint>
@@ -30,8 +31,8 @@ enum class TableId : std::uint8_t {
 
 enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
 
-/// Whether the host forwards packets between all its interfaces, by IP version. Of a version that
-/// the kernel lacks: it does not.
+/// Whether the machine forwards packets between all its links, by IP version. A version that the
+/// kernel lacks is not forwarded.
 struct ForwardingTable {
   static constexpr TableId id = TableId::forwarding;
   static constexpr std::string_view name = "forwarding";
@@ -42,7 +43,7 @@ struct ForwardingTable {
   };
 };
 
-/// The host's interfaces, by name.
+/// The links of the machine, by name.
 struct LinkTable {
   static constexpr TableId id = TableId::link;
   static constexpr std::string_view name = "link";
@@ -55,9 +56,9 @@ struct LinkTable {
   };
 };
 
-/// The IPv4 addresses of the host's interfaces. The kernel tells them apart by interface, address,
-/// mask and the network of the peer (net/ipv4/devinet.c, __inet_insert_ifa): an interface may have
-/// an address with several lengths, and with several peers.
+/// The IPv4 addresses of the links. The kernel tells them apart by link, address, mask and the
+/// network of the peer (net/ipv4/devinet.c, __inet_insert_ifa): a link may have an address with
+/// several lengths, and with several peers.
 struct Address4Table {
   static constexpr TableId id = TableId::address4;
   static constexpr std::string_view name = "address4";
@@ -75,7 +76,7 @@ struct Address4Table {
   };
 };
 
-/// The IPv6 addresses of the host's interfaces. An interface has an address once, with one length
+/// The IPv6 addresses of the links. A link has an address once, with one length
 /// (net/ipv6/addrconf.c, ipv6_add_addr_hash).
 struct Address6Table {
   static constexpr TableId id = TableId::address6;
@@ -95,9 +96,9 @@ struct Address6Table {
   };
 };
 
-/// The IPv4 neighbours of the host's interfaces whose link address the kernel knows and may use:
-/// none that it is still looking for, has failed to find, answers for (proxy) or never asks for
-/// (NUD_NOARP). A link address of another size than 6 octets has no record.
+/// The IPv4 neighbours whose link address the kernel knows and may use. It leaves out those that
+/// the kernel is still looking for, has failed to find, answers for (proxy) or never asks for
+/// (NUD_NOARP). A neighbour whose link address has not 6 octets has no record.
 struct Neighbour4Table {
   static constexpr TableId id = TableId::neighbour4;
   static constexpr std::string_view name = "neighbour4";
@@ -121,8 +122,9 @@ struct RouteTable {
   using Record = Fib::Route;
 };
 
-/// The sets of next hops that routes share. A route's fec is written no later than the route, in
-/// the same commit or an earlier one, and removed no earlier.
+/// The sets of next hops that routes share. The fec of a route is written no later than the route,
+/// in the same commit or an earlier one, and removed no earlier: a reader that meets a route finds
+/// its fec.
 struct FecTable {
   static constexpr TableId id = TableId::fec;
   static constexpr std::string_view name = "fec";
