@@ -8,6 +8,7 @@ import pytest
 
 import clang
 import includes
+import log_texts
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
@@ -89,3 +90,13 @@ def test_a_moved_from_value_is_found_by_tidy(tree):
         "command": f"clang++ -std=c++20 -c {root}/stats/x.cc"}]))
     found = clang.check_tidy(root, root)
     assert len(found) == 1 and "bugprone-use-after-move" in found[0]
+
+
+def test_a_log_line_without_its_place_in_the_document_is_found(tree):
+    code = {"agent/x.cc": 'Mav::log(Mav::Severity::warning,\n'
+                          '         fmt::format("{}: the map "\n             "is full", path));\n'}
+    line = "| `<path>: the map is full` | | |\n"
+    assert log_texts.check(tree(code | {"docs/errors.md": line})) == []
+    assert "the map is full" in log_texts.check(tree({"docs/errors.md": "# Errors\n"}))[0]
+    stale = tree({"docs/errors.md": line + "| `<path>: has gone away` | | |\n"})
+    assert "nowhere" in log_texts.check(stale)[0]
