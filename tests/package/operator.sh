@@ -21,7 +21,8 @@ etc_sum() { find /etc -type f ! -path '/etc/systemd/system/*' ! -name 'ld.so.cac
 step "a Debian as it is"
 . /etc/os-release; echo "$PRETTY_NAME, snmpd $(dpkg-query -W -f '${Version}' snmpd)"
 ip link set lo up
-ip link add eth7 type dummy; ip addr add 192.0.2.7/24 dev eth7; ip link set eth7 up
+ip link add eth7 type veth peer name far7; ip link set far7 up
+ip addr add 192.0.2.7/24 dev eth7; ip link set eth7 up
 ip route add 198.51.100.0/24 via 192.0.2.1
 systemctl restart snmpd; is_up snmpd
 etc_sum >before.etc
