@@ -116,6 +116,7 @@ void Activity::Impl::drop(std::uint64_t token) {
   auto const found = watched.find(token);
   if (found == watched.end()) return;
   int const descriptor = found->second.fd;
+  // The number of a descriptor is not its identity (epoll(7), questions and answers 6).
   // A descriptor that was closed has left the epoll set by itself; its number may be in use again,
   // by a newer watch or by nobody that we know.
   if (auto const current = tokens.find(descriptor);
@@ -179,6 +180,7 @@ void Activity::Impl::call(std::uint64_t token, std::uint32_t events) {
 void Activity::Impl::rest(std::uint64_t token) {
   auto const found = watched.find(token);
   if (found == watched.end()) return;
+  // Level-triggered: a descriptor that nobody reads stays ready, and each turn would begin with it.
   epoll_ctl(epoll.get(), EPOLL_CTL_DEL, found->second.fd, nullptr);
   rested.push_back(token);
   if (resume.timeMin() == never) resume.timeMinIs(now() + Clock::retryDelay);
@@ -201,6 +203,7 @@ void Activity::Impl::arm() {
   double next = turnEnds.empty() ? clock->timeNext() : asap;
   if (next <= asap) next = asap;
   if (next != asap && timeIsSimulated()) next = never;
+  // Arming costs a system call, and most turns leave the next time where it is.
   if (next == armed) return;
   if ((next == asap) != (armed == asap)) ring(next == asap);
   if (next != asap) timerIs(next);
@@ -208,6 +211,8 @@ void Activity::Impl::arm() {
 }
 
 void Activity::Impl::ring(bool on) const {
+  // An eventfd stays readable until it is read, so a foreign loop comes back until the work is
+  // done.
   std::uint64_t value = 1;
   auto const done =
       on ? write(bell.get(), &value, sizeof value) : read(bell.get(), &value, sizeof value);

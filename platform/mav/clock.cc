@@ -46,6 +46,8 @@ void Clock::deliver() const {
   double const time = now();
   ++depth_;
   std::size_t const end = reactors_.size();
+  // A reactor that comes meanwhile stands behind `end` and waits for the next turn; one that leaves
+  // becomes null, so that the others keep their places.
   for (std::size_t i = 0; i < end; ++i) {
     if (reactors_[i] && reactors_[i]->timeDue() <= time) callReactor(i);
   }
@@ -53,6 +55,7 @@ void Clock::deliver() const {
 }
 
 void Clock::callReactor(std::size_t i) const {
+  // Its rest, if it had one, is over. onTime() may destroy it: from there on only the slot tells.
   reactors_[i]->notBefore_ = 0.0;
   try {
     reactors_[i]->onTime();

@@ -45,6 +45,8 @@ constexpr CodeText codeTexts[] = {
     {MDB_PANIC, Reason::foreign, remake},
 };
 
+// LMDB protects an environment by a record lock on lock.mdb, which the process loses when it closes
+// any descriptor of that file (fcntl(2)). A second environment would take the first one's away.
 // Environments open in this process, by data file.
 std::vector<FileIdentity>& openInProcess() {
   static std::vector<FileIdentity> open;
@@ -88,6 +90,9 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
   refuseSecond(directory_);
   check(mdb_env_create(&env_), directory_, "open");
   std::unique_ptr<MDB_env, void (*)(MDB_env*)> guard(env_, &mdb_env_close);
+  // No fsync: a tmpfs does not outlive the machine anyway. No slot bound to a thread, so that a
+  // snapshot belongs to its object. No read-ahead of what lies in memory. No MDB_WRITEMAP: a full
+  // tmpfs is an error of write(2) then, and not a SIGBUS.
   mdb_env_set_maxdbs(env_, Format::tableIdEnd + 2);
   if (mode == Mode::write) check(mdb_env_set_mapsize(env_, mapSize), directory_, "size the map");
   unsigned const flags =

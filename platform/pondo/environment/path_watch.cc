@@ -100,6 +100,7 @@ PathWatch::Events PathWatch::take() {
 }
 
 void PathWatch::note(inotify_event const& event, std::string_view name, Events& events) const {
+  // The kernel has dropped events (inotify(7)): anything may have happened.
   if ((event.mask & IN_Q_OVERFLOW) != 0) events = {.rang = true, .pathChanged = true};
   for (auto const& watched : watched_) {
     if (watched.descriptor != event.wd) continue;

@@ -45,6 +45,7 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, std::string co
                              std::optional<gid_t> group)
     : file_(runDir / Format::publisherLockFile) {
   do {
+    // A lock of an open file description, not of the process: readers test it, and close the file.
     // Again when the file was deleted between open and lock: that lock would exclude nobody.
     fd_ = openLockFile(file_);
     struct flock lock {};

@@ -81,6 +81,8 @@ Reader::Impl::Impl(std::filesystem::path const& runDir)
 }
 
 void Reader::Impl::requireSlot() const {
+  // On a read-only mount LMDB goes on without a lock table and says nothing (mdb.c,
+  // mdb_env_setup_locks): the publisher would reuse pages under the snapshot.
   MDB_envinfo info{};
   mdb_env_info(env.get(), &info);
   if (info.me_numreaders > 0) return;
@@ -106,6 +108,7 @@ void Reader::Impl::begin() {
         Reason::truncated);
   }
   if (txn) {
+    // A transaction that was reset has kept its slot: to renew it takes no lock and no search.
     int const code = mdb_txn_renew(txn.get());
     if (code != MDB_SUCCESS) fail(code);
   } else {
@@ -129,6 +132,7 @@ MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
 }
 
 void Reader::Impl::end() {
+  // From here on the publisher may use the snapshot's pages again; the slot stays.
   mdb_txn_reset(txn.get());
   for (auto* const cursors : {&scans, &gets}) {
     for (auto& cursor : *cursors) cursor.isOfTxn = false;

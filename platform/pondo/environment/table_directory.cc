@@ -38,6 +38,8 @@ class Staging {
   fs::path path() const { return name_; }
 
   void install() const {
+    // rename(2) does not replace a directory that has files in it. An exchange does, and the path
+    // leads to whole tables at every moment.
     if (::renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, place_.c_str(), RENAME_NOREPLACE) == 0) {
       return;
     }
@@ -65,6 +67,8 @@ class Staging {
 void makeSparse(Environment& env, std::size_t mapSize) {
   auto const file = env.directory() / Format::dataFile;
   struct rlimit limit {};
+  // To grow a file beyond the limit is answered with SIGXFSZ (setrlimit(2)), which ends the
+  // process.
   if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
     mapSize = std::min<std::size_t>(mapSize, limit.rlim_cur);
   }
@@ -97,6 +101,7 @@ void makeTables(Environment& env) {
 }
 
 void openFiles(fs::path const& tables, FileSettings const& settings) {
+  // The directory last: new tables are open to the group only when their files are.
   ownershipIs(tables / Format::dataFile, 0640, settings.group);
   ownershipIs(tables / Format::lockFile, 0660, settings.group);
   ownershipIs(tables, 0750, settings.group);

@@ -72,6 +72,7 @@ void WriteTransaction::store(TableCursor& table, std::string_view key, std::stri
 Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view value) {
   auto& table = cursorOf(id);
   if (isBeyondLast(table, key)) {
+    // Appending compares nothing, which is right beyond the last key alone.
     store(table, key, value, MDB_APPEND);
     table.last = key;
     logChange(id, key);
@@ -115,6 +116,7 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
 }
 
 void WriteTransaction::trimLog(std::size_t logMax) {
+  // Trimmed in strokes: a commit of one change does not pay for deleting an entry as well.
   auto const kept = meta_.logNext - meta_.logFirst;
   if (kept <= logMax + logMax / trimSlack) return;
   auto const cursor = openCursor(txn_.get(), handles_.log, env_.directory());
@@ -135,6 +137,8 @@ Format::MetaRecord WriteTransaction::commit(std::size_t logMax) {
   MDB_val value{sizeof meta_, &meta_};
   int code = mdb_put(txn_.get(), handles_.meta, &key, &value, 0);
   if (code != MDB_SUCCESS) fail(code, "write");
+  // A cursor of a write transaction ends with it (lmdb.h, mdb_cursor_open): closing one afterwards
+  // would free it twice. A commit frees the transaction also where it fails.
   for (auto& table : tables_) table.cursor.reset();
   logCursor_.reset();
   code = mdb_txn_commit(txn_.release());

@@ -85,6 +85,7 @@ Writer::Impl::Impl(std::filesystem::path const& path, Options given)
       notices(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   if (!notices) throwCode(errno, runDir, "watch");
   makeRunDir(runDir, settings.group);
+  // The lock before anything else is touched: of two that start at once, one makes the tables.
   lock.emplace(runDir, options.publisher, settings.group);
   removeLeftovers(runDir);
   adopt(openOrMakeTables(runDir, settings));
@@ -161,6 +162,8 @@ auto Writer::Impl::attempt(Operation const& operation) {
 }
 
 bool Writer::Impl::makeRoom(int stage) {
+  // A killed reader holds pages by its slot alone. A copy helps where at most half of what is used
+  // is still live.
   if (stage == 0 && freeDeadSlots(env->get()) > 0) return true;
   auto const space = spaceOf(*env, handles);
   if (stage > 1 || space.used / 2 < space.live) return false;

@@ -72,6 +72,8 @@ std::optional<Dovel::Prefix> FecRouteList::filedRoute(Dovel::Prefix const& from)
 }
 
 FecRouteList::Filed::const_iterator FecRouteList::lowerBound(Key const& key) const {
+  // Passes and comparisons go in the order of prefixes: mostly the answer is the last one or the
+  // next.
   auto const end = filed_.end();
   if (last_ != end && last_->first < key) {
     if (++last_ == end || !(last_->first < key)) return last_;

@@ -54,6 +54,8 @@ class SharedFib::Tables : public Mav::Object {
   /// Reads within `announce` go to `snapshot`. ConsistencyException when one of them failed.
   template <class Announce>
   void announceFrom(Snapshot const& snapshot, Announce const& announce) {
+    // What a handler throws stays with its notifiee (notifiee.h). That a read failed is kept here,
+    // so that the slice comes again.
     fault_.clear();
     announced_ = &snapshot;
     announce();  // notifying does not throw
@@ -149,6 +151,7 @@ class SharedFib::Fecs : public ForwardingStatus {
  private:
   Fec const* found(Snapshot const& now, FecId fecId) const {
     Moment const moment{now.log().instance, now.generation()};
+    // Many routes share a fec: it is decoded once a generation.
     if (moment != decodedAt_) decoded_.clear();
     decodedAt_ = moment;
     auto const [it, isNew] = decoded_.try_emplace(fecId);
@@ -190,6 +193,7 @@ void SharedFib::onChanges(Snapshot const& snapshot, std::span<Change const> chan
   sharedTables_->announceFrom(snapshot, [&] {
     for (auto const& change : changes) {
       if (change.table == TableId::route) routes_->announce(change);
+      // A comparison announces all routes, and whoever looks at one looks at its fec.
       bool const isCompared = !change.record.empty();
       if (change.table == TableId::fec && !isCompared) fecs_->announce(change);
     }

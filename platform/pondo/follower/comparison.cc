@@ -78,6 +78,8 @@ void Comparison::takeFromTable(Snapshot const& snapshot, std::size_t limit,
   auto const rowBeyond = snapshot.scanBytes(
       table, from_, limit - changes.size(),
       [&](std::string_view key, std::string_view record) { rows.emplace_back(key, record); });
+  // Two walks in the order of keys, merged: a filed key without a record has gone, and is announced
+  // as well.
   FiledKeys filed(listeners_, table, from_);
   auto row = rows.begin();
   while (changes.size() < limit && (row != rows.end() || filed.head())) {

@@ -114,6 +114,7 @@ Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
 void Follower::Impl::onNotice() {
   auto const events = paths.take();
   pathChanged = pathChanged || events.pathChanged;
+  // A ring after the turn's snapshot was taken tells of what that does not show.
   rangSince = turnSnapshot.has_value();
   if (pathChanged) {
     turn.timeMinIs(Mav::asap);
@@ -184,6 +185,7 @@ void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
   closeReader();
   state = State::waiting;
   double delay = lookInterval;
+  // What passes by itself passes soon. All else waits for a notice of the path, or the next look.
   if (e.reason() == Reason::busy) {
     delay = std::exchange(backOff, std::min(2 * backOff, lookInterval));
   }
@@ -232,8 +234,10 @@ bool Follower::Impl::turnSlices() {
 }
 
 bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
+  // The log has been trimmed past this reader, or the tables have another history.
   bool const behind = log.instance != instance || position < log.first || position > log.next;
   if (behind) startComparison(log);
+  // Tables that were away and are the same still: the log alone makes the reader exact again.
   if (!behind && !comparison && state == State::waiting) inSyncAt = log.next;
   if (state == State::waiting) state = State::comparing;
   try {
@@ -250,6 +254,7 @@ bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
 }
 
 bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
+  // Log and comparison take turns: a busy log is not trimmed away under a long comparison.
   logsTurn = !comparison || (!logsTurn && position != log.next);
   bool const more = logsTurn ? followSlice(snapshot, log) : compareSlice(snapshot, log);
   if (state == State::comparing && !comparison && position >= inSyncAt) announceInSync();
@@ -274,6 +279,7 @@ bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log)
   comparison = std::move(after);  // not before all listeners have taken the slice
   if (comparison->ended()) {
     comparison.reset();
+    // What was committed behind the walk stands in the log, up to here.
     inSyncAt = log.next;
   }
   return position != log.next;
