@@ -13,6 +13,7 @@ sys.path.insert(0, str(ROOT / "tests/support"))
 
 import addresses  # noqa: E402
 import internet_routes  # noqa: E402
+import picture  # noqa: E402
 
 BENCHMARKS = addresses.BENCHMARKS + internet_routes.BENCHMARKS
 
@@ -69,6 +70,8 @@ def main(names):
     print(text)
     if not names:
         (ROOT / "docs/benchmarks.md").write_text(f"{header}\n{text}")
+        if not failed:
+            picture.write()
     if failed:
         sys.exit(f"bench: failed: {', '.join(failed)}")
 
