@@ -34,6 +34,8 @@ std::map<std::string_view, Statistics>& byName() {
   return map;
 }
 
+// Asked once, at the call's begin: switching on or off in between neither adds nor loses half a
+// call.
 Statistics* statisticsOf(char const* name) {
   if (!isEnabled) [[likely]] {
     return nullptr;

@@ -4,6 +4,7 @@
 
 namespace Mav {
 
+// The list is walked: the longest one has some twenty enumerators.
 std::string Enumeration::stringValue(std::int32_t value) const {
   for (Enumerator const& e : enumerators) {
     if (e.value == value) return std::string(e.name);

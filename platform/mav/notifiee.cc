@@ -20,6 +20,7 @@ void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exc
             "exception in handler of attribute " << attribute << ": " << exceptionText(exception));
 }
 
+// noexcept: a notification goes on whatever a notifiee makes of its exception.
 void NotifieeBase::deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept {
   if (!notifiee) return traceNotifieeException(attribute, std::current_exception());
   try {

@@ -6,6 +6,7 @@ namespace Mav {
 
 namespace {
 
+// What isspace(3) has in the C locale, without asking the process's.
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 }  // namespace
@@ -35,6 +36,7 @@ std::string StrepReader::quoted() {
 }
 
 char StrepReader::takeEscaped() {
+  // Two escapes and no more: what printing makes, parsing takes, and nothing else is guessed.
   if (*at_ != '\\') return *at_++;
   if (end_ - at_ >= 2 && (at_[1] == '\\' || at_[1] == '\'')) {
     at_ += 2;

@@ -21,6 +21,7 @@ bool timeIsSimulated() { return simulated != nullptr; }
 
 double now() {
   if (simulated) {
+    // The step comes after the reading, so that the first one is the time that the test has set.
     double const reading = simulated->now_;
     simulated->now_ += simulated->step_;
     return reading;

@@ -32,6 +32,7 @@ std::optional<std::uint32_t> levelRange(std::string_view text) {
   auto const low = level(text.substr(0, dash));
   auto const high = dash == std::string_view::npos ? low : level(text.substr(dash + 1));
   if (!low || !high || *low > *high) return std::nullopt;
+  // The bits up to high, less those below low.
   return (everyLevel >> (TraceHandle::levelMax - *high)) & ~((1U << *low) - 1);
 }
 

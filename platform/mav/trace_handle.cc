@@ -99,6 +99,7 @@ void TraceHandle::enabledIs(int level, bool on) {
   if (level < 0 || level > levelMax) {
     throw RangeException(fmt::format("trace level {} is not within 0 to {}", level, levelMax));
   }
+  // Levels are bits, so that a trace that is off costs one test.
   auto const bit = 1U << level;
   levels_ = on ? levels_ | bit : levels_ & ~bit;
 }

@@ -14,6 +14,7 @@ void readValueHead(StrepReader& in, std::string_view typeName) {
 bool readAttributeName(StrepReader& in, std::string_view shortTypeName, bool first,
                        std::string& name) {
   in.skipSpace();
+  // A text that ends too early gets a message of its own, with the type's name.
   if (in.atEnd()) {
     throw RangeException("premature end of value type " + std::string(shortTypeName));
   }

@@ -19,6 +19,7 @@ struct CodeText {
   char const* advice;
 };
 
+// What LMDB says of a file that was damaged counts as foreign: the publisher makes another.
 constexpr char const* remake = "restart the publisher, which makes the tables anew";
 constexpr CodeText codeTexts[] = {
     {ENOENT, Reason::absent, "start kelbased, or set KELBASE_RUNDIR to its run directory"},
@@ -151,6 +152,7 @@ Format::MetaRecord readMeta(MDB_txn* txn, MDB_dbi meta, std::filesystem::path co
   std::array<std::uint32_t, 2> head{};  // magic, schema: these never move
   bool const hasHead = code == MDB_SUCCESS && value.mv_size >= sizeof head;
   if (hasHead) std::memcpy(head.data(), value.mv_data, sizeof head);
+  // Magic and version come first and never move, so that every version can tell another one.
   if (head[0] != Format::metaMagic) {
     throw EnvironmentException(
         fmt::format("{}: holds other data; remove it and restart the publisher", file),

@@ -46,6 +46,7 @@ Space spaceOf(Environment const& env, TableHandles const& handles) {
   auto const pagesOf = [](MDB_stat const& s) {
     return s.ms_branch_pages + s.ms_leaf_pages + s.ms_overflow_pages;
   };
+  // Pages that LMDB keeps for reuse count as used and not as live.
   std::size_t pages = 2 + pagesOf(stat);  // the meta pages, the table of tables
   auto const add = [&](MDB_dbi table) {
     check(mdb_stat(raw, table, &stat), env.directory(), "read");

@@ -72,6 +72,8 @@ std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) 
   parseLines(readStart(fd.get(), file), info);
   info.seenAt = static_cast<double>(status.st_mtim.tv_sec) +
                 static_cast<double>(status.st_mtim.tv_nsec) * 1e-9;
+  // F_OFD_GETLK asks and takes nothing. The process id in the file proves nothing: it may be
+  // another process's by now.
   info.alive = isLocked(fd.get(), file);
   return info;
 }

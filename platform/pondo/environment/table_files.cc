@@ -56,6 +56,7 @@ void requireRegular(std::filesystem::path const& file) {
       Reason::truncated);
 }
 
+// pread(2) into memory of our own, never through the map: a short file is then a short read.
 MetaPage metaPageAt(int fd, std::uint64_t offset, std::filesystem::path const& file,
                     std::uint64_t size) {
   MetaPage page{};
@@ -80,6 +81,7 @@ void requireWhole(std::filesystem::path const& file) {
   auto const size = static_cast<std::uint64_t>(status.st_size);
   auto const first = metaPageAt(fd.get(), 0, file, size);
   auto const second = metaPageAt(fd.get(), first.pageSize, file, size);
+  // LMDB writes its two meta pages in turn; the newer one says how long the file has to be.
   auto const& newest = second.transaction > first.transaction ? second : first;
   if (newest.lastPage >= UINT64_MAX / newest.pageSize ||
       size < (newest.lastPage + 1) * newest.pageSize) {

@@ -124,6 +124,7 @@ void Writer::Impl::drainNotices() const {
 }
 
 WriteTransaction& Writer::Impl::transaction() {
+  // Until service() has made the tables anew, nothing may be written that nobody would find.
   if (!env) {
     throw EnvironmentException(runDir.string() + ": the tables are lost; they are made anew",
                                Reason::absent);
@@ -238,6 +239,7 @@ void Writer::Impl::makeAnew() {
 
 bool Writer::Impl::service() {
   drainNotices();
+  // The path is what readers follow: an environment that is whole but not there any more is lost.
   if (isLost()) {
     makeAnew();
     return true;
@@ -252,6 +254,7 @@ bool Writer::Impl::service() {
 }
 
 void Writer::Impl::moveAwayFromStoppedReader() {
+  // A copy writes all that is live: where it fails, it is not tried again at once.
   constexpr double copyPause = 60.0;
   double const now = Mav::now();
   if (!stopped.hasStopped(oldestReader(env->get()), now) || now < copyNotBefore) return;

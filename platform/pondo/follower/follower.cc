@@ -202,6 +202,7 @@ void Follower::Impl::lookAtPublisher() {
   } catch (EnvironmentException const& e) {
     MAV_TRACE(traceHandle(), 1, e.what());  // the tables may well be readable
   }
+  // Told when it turns. A run directory in which no publisher has ever been is no news.
   if (!publisher || publisher->alive != publisherGone) return;
   publisherGone = !publisher->alive;
   if (publisherGone) {
@@ -290,6 +291,7 @@ bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) 
   std::vector<Change> changes;
   absl::btree_set<std::pair<TableId, std::string_view>> seen;
   changes.reserve(sliceMax);
+  // A key that changed often within a slice is announced once: what is read is the state now.
   auto const next = snapshot.scanLog(position, sliceMax, [&](TableId table, std::string_view key) {
     if (!seen.emplace(table, key).second) return true;
     changes.push_back({table, std::string(key)});

@@ -9,6 +9,7 @@
 namespace Pondo {
 namespace {
 
+// A number from the map is looked at before it becomes an enumerator: nothing expects a third one.
 bool isFamily(std::uint8_t number) {
   return number == static_cast<std::uint8_t>(Family::ipv4) ||
          number == static_cast<std::uint8_t>(Family::ipv6);
@@ -77,6 +78,7 @@ std::string encodeRecord<LinkTable>(LinkTable::Record const& record) {
 
 template <>
 std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes) {
+  // A bit of another meaning comes with another schema: here it makes the record malformed.
   constexpr unsigned known = Format::linkAdminUp | Format::linkOperUp;
   auto const layout = fromBytes<Format::LinkRecord>(bytes);
   if (!layout || layout->version != Format::linkVersion || (layout->flags & ~known) != 0 ||

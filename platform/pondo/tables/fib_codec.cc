@@ -20,6 +20,7 @@ constexpr bool areNumberedInOrder() {
   }
   return true;
 }
+// The test of a number is then one comparison: there are a million records.
 static_assert(areNumberedInOrder());
 
 bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); }
@@ -60,6 +61,8 @@ std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix
   auto const octets = prefix.address().octets();
   std::array<char, Format::routeKeySize> bytes{};
   std::copy(octets.begin(), octets.end(), bytes.begin());
+  // Address before length, most significant octet first: bytes sort as prefixes do, so that a scan
+  // is in the order of the instances and a bulk write appends.
   bytes.back() = static_cast<char>(prefix.length());
   return bytes;
 }
@@ -86,6 +89,7 @@ std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes) {
   if (!layout) return std::nullopt;
   Dovel::IpAddr const address({(*layout)[0], (*layout)[1], (*layout)[2], (*layout)[3]});
   unsigned const length = layout->back();
+  // A prefix with host bits has no place in the order of prefixes.
   if (length > Dovel::IpAddr::bits || address.masked(length) != address) return std::nullopt;
   return Dovel::Prefix(address, length);
 }
