@@ -31,6 +31,7 @@ constexpr std::array routeRules{
     AttributeRule{RTA_VIA, "RTA_VIA", atLeast(sizeof(rtvia))},
     numberRule(RTA_OIF, "RTA_OIF"),
     numberRule(RTA_FLOW, "RTA_FLOW"),
+    AttributeRule{RTA_ENCAP_TYPE, "RTA_ENCAP_TYPE", exactly(sizeof(std::uint16_t))},
     AttributeRule{RTA_ENCAP, "RTA_ENCAP", {}},
     AttributeRule{RTA_MULTIPATH, "RTA_MULTIPATH", atLeast(sizeof(rtnexthop))},
     numberRule(RTA_NH_ID, "RTA_NH_ID"),
@@ -40,6 +41,7 @@ constexpr std::array pathRules{
     AttributeRule{RTA_GATEWAY, "RTA_MULTIPATH: RTA_GATEWAY", exactly(addressSize)},
     AttributeRule{RTA_VIA, "RTA_MULTIPATH: RTA_VIA", atLeast(sizeof(rtvia))},
     numberRule(RTA_FLOW, "RTA_MULTIPATH: RTA_FLOW"),
+    AttributeRule{RTA_ENCAP_TYPE, "RTA_MULTIPATH: RTA_ENCAP_TYPE", exactly(sizeof(std::uint16_t))},
     AttributeRule{RTA_ENCAP, "RTA_MULTIPATH: RTA_ENCAP", {}},
 };
 
@@ -96,18 +98,30 @@ Dovel::Prefix prefixOf(NetlinkMessage const& message, Dovel::IpAddr const& addre
   return {address, length};
 }
 
+/// Flags that come and go while the route stays the same (net/ipv4/fib_semantics.c,
+/// RTNH_COMPARE_MASK), and those of the message about it.
+constexpr std::uint32_t passingFlags =
+    RTNH_COMPARE_MASK | RTM_F_OFFLOAD | RTM_F_TRAP | RTM_F_OFFLOAD_FAILED;
+
+/// A next hop with its flags (RTNH_F_...). Dead is also one without carrier where the link has
+/// ignore_routes_with_linkdown (fib_nexthop_info): the flag tells what fib_table_lookup() goes by.
 void addHop(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index,
-            RouteMessage& route, Fingerprint& identity) {
+            std::uint32_t flags, ListedRoute& route, Fingerprint& identity) {
   Hop const hop{addressOf(attributes, RTA_GATEWAY), checkedIndex(message, index)};
   identity.add(hop.nextHop.value()).add(static_cast<std::uint64_t>(hop.ifIndex));
-  identity.add(attributes.bytes(RTA_VIA)).add(attributes.bytes(RTA_FLOW));
-  identity.add(attributes.bytes(RTA_ENCAP));
-  route.hops.push_back(hop);
+  identity.add(flags & ~passingFlags);
+  for (auto const type : {RTA_VIA, RTA_FLOW, RTA_ENCAP_TYPE, RTA_ENCAP}) {
+    identity.add(attributes.bytes(type));
+  }
+  if ((flags & RTNH_F_DEAD) != 0) {
+    route.deadLinks.push_back(hop.ifIndex);
+  } else {
+    route.hops.push_back(hop);
+  }
 }
 
-/// Each next hop: struct rtnexthop, then attributes of its own. Its flags tell whether it is dead;
-/// it is the route's all the same.
-void readPaths(NetlinkMessage const& message, Bytes left, RouteMessage& route,
+/// Each next hop: struct rtnexthop, then attributes of its own.
+void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute& route,
                Fingerprint& identity) {
   while (!left.empty()) {
     rtnexthop path;
@@ -118,8 +132,8 @@ void readPaths(NetlinkMessage const& message, Bytes left, RouteMessage& route,
     }
     Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
     identity.add(path.rtnh_hops);
-    addHop(message, Attributes(message.name(), nested, pathRules), path.rtnh_ifindex, route,
-           identity);
+    addHop(message, Attributes(message.name(), nested, pathRules), path.rtnh_ifindex,
+           path.rtnh_flags, route, identity);
     left = left.subspan(std::min<std::size_t>(RTNH_ALIGN(path.rtnh_len), left.size()));
   }
 }
@@ -128,25 +142,45 @@ bool hasHops(Attributes const& attributes) {
   return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
 }
 
+RouteKind kindOf(std::uint8_t type) {
+  switch (type) {
+    case RTN_UNICAST:
+      return RouteKind::unicast;
+    case RTN_BLACKHOLE:
+      return RouteKind::blackhole;
+    case RTN_UNREACHABLE:
+      return RouteKind::unreachable;
+    case RTN_PROHIBIT:
+      return RouteKind::prohibit;
+    default:
+      return RouteKind::other;
+  }
+}
+
 /// The kernel may write out a nexthop object's content too (net.ipv4.nexthop_compat_mode), which
-/// changes with the object while the route stays the same.
-void readHops(NetlinkMessage const& message, Attributes const& attributes, RouteMessage& route,
-              Fingerprint& identity) {
+/// changes with the object while the route stays the same, as do then the flags. With the object
+/// turns the type, too: while it is a blackhole, so are its routes.
+void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes const& attributes,
+              ListedRoute& route, Fingerprint& identity) {
   route.hops.clear();
+  route.deadLinks.clear();
+  route.kind = kindOf(header.rtm_type);
   route.object = attributes.value<std::uint32_t>(RTA_NH_ID).value_or(0);
   if (route.object != 0) {
-    route.type = RTN_UNICAST;  // the kernel says RTN_BLACKHOLE while the object is one
     identity.add(route.object);
-  } else if (auto const paths = attributes.bytes(RTA_MULTIPATH)) {
+    return;
+  }
+  identity.add(header.rtm_type).add(header.rtm_flags & ~passingFlags);
+  if (auto const paths = attributes.bytes(RTA_MULTIPATH)) {
     readPaths(message, *paths, route, identity);
   } else if (hasHops(attributes)) {
     auto const index = attributes.value<std::int32_t>(RTA_OIF).value_or(0);
-    addHop(message, attributes, index, route, identity);
+    addHop(message, attributes, index, header.rtm_flags, route, identity);
   }
-  identity.add(route.type);
+  if (route.hops.empty() && !route.deadLinks.empty()) route.kind = RouteKind::dead;
 }
 
-void readMembers(NetlinkMessage const& message, Bytes group, NexthopMessage& nexthop) {
+void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& nexthop) {
   if (group.size() % sizeof(nexthop_grp) != 0) {
     throw BadMessage(fmt::format("{}: NHA_GROUP: {} bytes, expected a multiple of {}",
                                  message.name(), group.size(), sizeof(nexthop_grp)));
@@ -160,7 +194,7 @@ void readMembers(NetlinkMessage const& message, Bytes group, NexthopMessage& nex
 
 }  // namespace
 
-bool readRoute(NetlinkMessage const& message, RouteMessage& route) {
+bool readRoute(NetlinkMessage const& message, ListedRoute& route) {
   auto const header = message.header<rtmsg>();
   if (header.rtm_family != AF_INET || (header.rtm_flags & RTM_F_CLONED) != 0) return false;
   Attributes const attributes(message.name(), message.attributes<rtmsg>(), routeRules);
@@ -172,21 +206,20 @@ bool readRoute(NetlinkMessage const& message, RouteMessage& route) {
   route.metric = attributes.value<std::uint32_t>(RTA_PRIORITY).value_or(0);
   route.tos = header.rtm_tos;
   route.protocol = header.rtm_protocol;
-  route.type = header.rtm_type;
   route.preferredSource.reset();
   if (attributes.has(RTA_PREFSRC)) route.preferredSource = addressOf(attributes, RTA_PREFSRC);
   Fingerprint identity;
   identity.add(header.rtm_protocol).add(header.rtm_scope);
   identity.add(attributes.bytes(RTA_PREFSRC)).add(attributes.bytes(RTA_METRICS));
-  readHops(message, attributes, route, identity);
+  readHops(message, header, attributes, route, identity);
   route.identity = identity.value();
   return true;
 }
 
-NexthopMessage readNexthop(NetlinkMessage const& message) {
+ListedNexthop readNexthop(NetlinkMessage const& message) {
   auto const header = message.header<nhmsg>();
   Attributes const attributes(message.name(), message.attributes<nhmsg>(), nexthopRules);
-  NexthopMessage nexthop;
+  ListedNexthop nexthop;
   nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
   if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
   if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);

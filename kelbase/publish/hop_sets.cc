@@ -30,24 +30,12 @@ bool HopSets::HopsEqual::operator()(std::span<Hop const> a, std::span<Hop const>
 
 HopSets::HopSets(LinkNames& names) : names_(names) { names.observerIs(*this); }
 
-HopSets::Handle HopSets::newSet() {
-  if (free_.empty()) {
-    sets_.emplace_back();
-    return static_cast<Handle>(sets_.size() - 1);
-  }
-  Handle const handle = free_.back();
-  free_.pop_back();
-  return handle;
-}
-
-HopSets::Handle HopSets::inlineSet(std::span<Hop const> all) {
-  if (all.empty()) return none;
-  auto const hops = cutHops(all);
+HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
+  if (hops.empty()) return none;
   auto const found = inline_.find(hops);
   if (found != inline_.end()) return found->second;
-  Handle const handle = newSet();
+  Handle const handle = sets_.make();
   sets_[handle].hops.assign(hops.begin(), hops.end());
-  cutIs(sets_[handle], all.size());
   inline_.emplace(sets_[handle].hops, handle);
   for (auto const& hop : hops) setsOfLink_.insert(static_cast<std::uint32_t>(hop.ifIndex), handle);
   unused(handle);  // until a route uses it
@@ -57,16 +45,12 @@ HopSets::Handle HopSets::inlineSet(std::span<Hop const> all) {
 HopSets::Handle HopSets::objectSet(std::uint32_t object) {
   auto const [place, isNew] = objectSets_.try_emplace(object, none);
   if (isNew) {
-    place->second = newSet();
+    place->second = sets_.make();
     sets_[place->second].object = object;
     sets_[place->second].fecId = object;
     unused(place->second);
   }
   return place->second;
-}
-
-std::span<Hop const> HopSets::cutHops(std::span<Hop const> hops) {
-  return hops.first(std::min(hops.size(), Pondo::Fib::viasMax));
 }
 
 void HopSets::cutIs(Set& set, std::size_t hops) {
@@ -99,13 +83,10 @@ void HopSets::unused(Handle handle) {
   if (!std::exchange(sets_[handle].isUnused, true)) unused_.push_back(handle);
 }
 
-void HopSets::objectIs(NexthopMessage const& message) {
+void HopSets::objectIs(ListedNexthop const& message) {
   auto& object = objects_[message.id];
-  auto const& old = object.content;
-  bool const isSame = old.id == message.id && old.members == message.members &&
-                      old.isBlackhole == message.isBlackhole && old.hop == message.hop;
   object.dump = dump_;
-  if (isSame) return;
+  if (object.content == message) return;
   MAV_TRACE(traceHandle(), 2, "nexthop object " << message.id << " changed");
   contentIs(object.content, message);
   changedObjects_.insert(message.id);
@@ -129,8 +110,8 @@ void HopSets::dumpEnd(bool whole) {
   for (auto const id : gone) objectDel(id);
 }
 
-void HopSets::contentIs(NexthopMessage& content, NexthopMessage const& message) {
-  auto const link = [](NexthopMessage const& object) {
+void HopSets::contentIs(ListedNexthop& content, ListedNexthop const& message) {
+  auto const link = [](ListedNexthop const& object) {
     return static_cast<std::uint32_t>(object.hop.ifIndex);
   };
   objectsOfLink_.erase(link(content), content.id);
@@ -190,9 +171,15 @@ bool HopSets::isContentKnown(Set const& set) const {
   return set.object == 0 || objects_.contains(set.object);
 }
 
+bool HopSets::consistsOf(std::uint32_t object, std::uint32_t part) const {
+  auto const groups = groupsOfMember_.of(part);
+  return object == part || std::any_of(groups.begin(), groups.end(),
+                                       [&](auto const& pair) { return pair.second == object; });
+}
+
 /// A group with a blackhole has no other member (net/ipv4/nexthop.c, valid_group_nh).
-bool HopSets::discards(Set const& set) const {
-  auto const object = objects_.find(set.object);
+bool HopSets::discards(std::uint32_t id) const {
+  auto const object = objects_.find(id);
   if (object == objects_.end()) return false;
   auto const& members = object->second.content.members;
   return object->second.content.isBlackhole ||
@@ -202,7 +189,7 @@ bool HopSets::discards(Set const& set) const {
          });
 }
 
-HopSets::Hops HopSets::hopsOf(Set& set) {
+HopSets::Hops HopSets::hopsOf(Set const& set) const {
   if (set.object == 0) return set.hops;
   auto const& object = objects_.at(set.object).content;
   if (object.members.empty()) return {object.hop};
@@ -211,15 +198,15 @@ HopSets::Hops HopSets::hopsOf(Set& set) {
     auto const found = objects_.find(member);
     if (found != objects_.end()) hops.push_back(found->second.content.hop);
   }
-  cutIs(set, hops.size());
-  hops.resize(cutHops(hops).size());
   return hops;
 }
 
 /// What leads nowhere that can be named yet is left out.
 Fec HopSets::fecOf(Set& set) {
+  auto const hops = hopsOf(set);
+  cutIs(set, hops.size());
   Fec fec;
-  for (auto const& hop : hopsOf(set)) {
+  for (auto const& hop : std::span(hops).first(std::min(hops.size(), Pondo::Fib::viasMax))) {
     auto const name = names_.linkName(hop.ifIndex);
     if (name) {
       fec.vias.push_back({hop.nextHop, *name, hop.ifIndex});
@@ -246,8 +233,9 @@ bool HopSets::writeFec(Pondo::Writer& writer, Handle handle) {
     return false;
   }
   auto const fec = fecOf(set);
-  if (discards(set) || fec.vias.empty()) {
-    wayIs(handle, discards(set) ? Way::discard : Way::unknown);
+  bool const isBlackhole = set.object != 0 && discards(set.object);
+  if (isBlackhole || fec.vias.empty()) {
+    wayIs(handle, isBlackhole ? Way::discard : Way::unknown);
     return false;
   }
   if (set.fecId == 0) set.fecId = fecNext_++;
@@ -266,33 +254,42 @@ void HopSets::writeFecs(Pondo::Writer& writer) {
   }
 }
 
-/// By what the kernel goes by: a name that changed meanwhile rewrites one fec, not its routes.
-void HopSets::adopt(std::uint64_t id, Fec const& fec) {
-  Hops hops;
-  for (auto const& via : fec.vias) hops.push_back({via.nextHop, via.ifIndex});
-  auto const found = inline_.find(hops);
-  if (found == inline_.end() || sets_[found->second].fecId != 0) return;
-  sets_[found->second].fecId = id;
-}
-
-Pondo::Writer::SyncCounts HopSets::writeAll(Pondo::Writer& writer) {
-  dirtyChangedObjects();
+/// Finds the sets whose fecs an earlier publisher wrote, by what the kernel goes by: a name that
+/// changed meanwhile rewrites one fec, not its routes. An id that a set has is no other's. Returns
+/// the ids that the table holds.
+absl::flat_hash_set<std::uint64_t> HopSets::adopt(Pondo::Writer& writer) {
+  absl::flat_hash_set<std::uint64_t> owned;
+  absl::flat_hash_map<Hops, Set*, HopsHash, HopsEqual> orphans;
+  sets_.forEach([&](Handle /*handle*/, Set& set) {
+    auto const shown = std::span(set.hops).first(std::min(set.hops.size(), Pondo::Fib::viasMax));
+    if (set.fecId != 0) owned.insert(set.fecId);
+    if (set.fecId == 0) orphans.try_emplace(Hops(shown.begin(), shown.end()), &set);
+  });
   absl::flat_hash_set<std::uint64_t> present;
   writer.scan<Pondo::FecTable>([&](FecId id, Fec const& fec) {
     present.insert(id.value());
     fecNext_ = std::max(fecNext_, id.value() + 1);
-    if (id.value() >= inlineFecMin) adopt(id.value(), fec);
+    if (id.value() < inlineFecMin || owned.contains(id.value())) return;
+    Hops hops;
+    for (auto const& via : fec.vias) hops.push_back({via.nextHop, via.ifIndex});
+    auto const orphan = orphans.find(hops);
+    if (orphan == orphans.end()) return;
+    orphan->second->fecId = id.value();
+    orphans.erase(orphan);
   });
+  return present;
+}
+
+Pondo::Writer::SyncCounts HopSets::writeAll(Pondo::Writer& writer) {
+  dirtyChangedObjects();
+  auto present = adopt(writer);
   Pondo::Writer::SyncCounts counts;
-  for (Handle handle = 1; handle < sets_.size(); ++handle) {
+  sets_.forEach([&](Handle handle, Set const& set) {
     bool const changed = writeFec(writer, handle);
-    bool const wasThere = present.erase(sets_[handle].fecId) != 0;
-    if (!isPublished(sets_[handle])) {
-      unused(handle);
-      continue;
-    }
+    bool const wasThere = present.erase(set.fecId) != 0;
+    if (!isPublished(set)) return unused(handle);
     ++(!wasThere ? counts.added : (changed ? counts.changed : counts.unchanged));
-  }
+  });
   for (auto const handle : dirty_) sets_[handle].isDirty = false;
   dirty_.clear();
   turned_.clear();  // every route is compared now
@@ -309,12 +306,11 @@ void HopSets::eraseUnused(Pondo::Writer& writer) {
       writer.erase<Pondo::FecTable>(FecId(id));
     }
   }
-  for (auto const handle : std::exchange(unused_, {})) {
-    Set& set = sets_[handle];
+  for (; !unused_.empty(); unused_.pop_back()) {
+    Set& set = sets_[unused_.back()];
+    if (!isPublished(set) && set.fecId != 0) writer.erase<Pondo::FecTable>(FecId(set.fecId));
     set.isUnused = false;
-    if (isPublished(set)) continue;
-    if (set.fecId != 0) writer.erase<Pondo::FecTable>(FecId(set.fecId));
-    if (set.refs == 0) forget(handle);
+    if (set.refs == 0) forget(unused_.back());
   }
 }
 
@@ -329,8 +325,7 @@ void HopSets::forget(Handle handle) {
     }
   }
   cutIs(set, 0);
-  set = {};
-  free_.push_back(handle);
+  sets_.free(handle);
 }
 
 }  // namespace Kelbase

@@ -27,7 +27,8 @@
 #include "kelbase/model/hop.h"
 #include "kelbase/model/link_names.h"
 #include "kelbase/model/relation.h"
-#include "kelbase/netlink/route_message.h"
+#include "kelbase/model/route.h"
+#include "kelbase/model/slots.h"
 #include "platform/pondo/environment/writer.h"
 
 namespace Kelbase {
@@ -49,7 +50,7 @@ class HopSets : private LinkNames::Observer {
   /// `names` must outlive it.
   explicit HopSets(LinkNames& names);
 
-  /// The set of these next hops; the first Pondo::Fib::viasMax of them count.
+  /// The set of these next hops; none: `none`. The fec has the first Pondo::Fib::viasMax of them.
   Handle inlineSet(std::span<Hop const> hops);
   /// The set that the nexthop object is, whether it is known already or not.
   Handle objectSet(std::uint32_t object);
@@ -57,7 +58,7 @@ class HopSets : private LinkNames::Observer {
   void ref(Handle handle);
   void unref(Handle handle);
 
-  void objectIs(NexthopMessage const& object);
+  void objectIs(ListedNexthop const& object);
   /// Its routes go with it, and so the set stays as it was until they have.
   void objectDel(std::uint32_t id);
   void dumpBegin() { ++dump_; }
@@ -85,6 +86,10 @@ class HopSets : private LinkNames::Observer {
   bool usesLink(std::int32_t ifIndex) const;
   /// Whether routes use the object, alone or in a group.
   bool usesObject(std::uint32_t id) const;
+  /// Whether it is the object, or a member of its group.
+  bool consistsOf(std::uint32_t object, std::uint32_t part) const;
+  /// Whether the object, or the group's one member, is a blackhole.
+  bool discards(std::uint32_t object) const;
 
   /// Sets that routes use.
   std::size_t size() const { return used_; }
@@ -95,7 +100,7 @@ class HopSets : private LinkNames::Observer {
  private:
   using Hops = std::vector<Hop>;
   struct Set {
-    std::uint32_t object = 0;  // 0: inline, or no set at all
+    std::uint32_t object = 0;  // 0: inline
     std::uint32_t refs = 0;
     std::uint64_t fecId = 0;  // 0: not drawn yet
     Hops hops;                // inline
@@ -106,7 +111,7 @@ class HopSets : private LinkNames::Observer {
     bool isCut = false;
   };
   struct Object {
-    NexthopMessage content;
+    ListedNexthop content;
     std::uint64_t dump = 0;  // the last dump that mentioned it
   };
   struct HopsHash {
@@ -121,30 +126,26 @@ class HopSets : private LinkNames::Observer {
   void onLinkName(std::int32_t index, Dovel::IntfId const& name) override;
   void onLinkGone(std::int32_t /*index*/) override {}
 
-  Handle newSet();
   void dirty(Handle handle);
   void unused(Handle handle);
   bool isUsed(std::uint32_t object) const;
   void dirtyObject(std::uint32_t object);
   void dirtyWithGroups(std::uint32_t object);
   void dirtyChangedObjects();
-  void contentIs(NexthopMessage& content, NexthopMessage const& message);
-  static std::span<Hop const> cutHops(std::span<Hop const> hops);
+  void contentIs(ListedNexthop& content, ListedNexthop const& message);
   void cutIs(Set& set, std::size_t hops);
-  Hops hopsOf(Set& set);
+  Hops hopsOf(Set const& set) const;
   Pondo::Fib::Fec fecOf(Set& set);
-  bool discards(Set const& set) const;
   bool isContentKnown(Set const& set) const;
   static bool isPublished(Set const& set) { return set.refs > 0 && set.way == Way::forward; }
   void wayIs(Handle handle, Way way);
   /// True when the fec was written and is another than before.
   bool writeFec(Pondo::Writer& writer, Handle handle);
-  void adopt(std::uint64_t id, Pondo::Fib::Fec const& fec);
+  absl::flat_hash_set<std::uint64_t> adopt(Pondo::Writer& writer);
   void forget(Handle handle);
 
   LinkNames const& names_;
-  std::vector<Set> sets_{1};  // by handle
-  std::vector<Handle> free_;
+  Slots<Set> sets_;
   absl::flat_hash_map<Hops, Handle, HopsHash, HopsEqual> inline_;
   absl::flat_hash_map<std::uint32_t, Handle> objectSets_;
   absl::flat_hash_map<std::uint32_t, Object> objects_;

@@ -6,6 +6,8 @@
 #include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 
+#include "kelbase/netlink/route_message.h"
+
 namespace Kelbase {
 namespace {
 

@@ -1,26 +1,13 @@
 #include "kelbase/publish/route_book.h"
 
 #include <algorithm>
-
-#include <linux/rtnetlink.h>
+#include <iterator>
 
 namespace Kelbase {
 namespace {
 
-/// The type of a slot whose routes are in the list beside; the kernel's types are small numbers.
-constexpr std::uint8_t severalType = 255;
-
-bool isServed(KernelRoute const& route) {
-  switch (route.type) {
-    case RTN_UNICAST:
-    case RTN_BLACKHOLE:
-    case RTN_UNREACHABLE:
-    case RTN_PROHIBIT:
-      return true;
-    default:
-      return false;
-  }
-}
+/// The kind of a slot whose routes are in the list beside.
+constexpr auto severalKind = RouteKind(255);
 
 bool areRivals(KernelRoute const& a, KernelRoute const& b) {
   return a.tos == b.tos && a.metric == b.metric;
@@ -39,15 +26,28 @@ bool isBetter(KernelRoute const& a, KernelRoute const& b) {
 }
 
 bool looksSame(KernelRoute const& a, KernelRoute const& b) {
-  return a.metric == b.metric && a.hops == b.hops && a.protocol == b.protocol && a.type == b.type;
+  return a.metric == b.metric && a.hops == b.hops && a.protocol == b.protocol && a.kind == b.kind;
 }
 
 std::optional<KernelRoute> best(std::vector<KernelRoute> const& list) {
   KernelRoute const* result = nullptr;
   for (auto const& route : list) {
-    if (isServed(route) && (!result || isBetter(route, *result))) result = &route;
+    if (route.kind == RouteKind::dead) continue;
+    if (!result || isBetter(route, *result)) result = &route;
   }
   return result ? std::optional(*result) : std::nullopt;
+}
+
+/// The one of the list that a message about `route` means: of those that look like it the first of
+/// its kind.
+template <class List>
+auto findSame(List& list, KernelRoute const& route) {
+  auto const same = std::find_if(list.begin(), list.end(), [&](KernelRoute const& other) {
+    return areSame(other, route) && other.kind == route.kind;
+  });
+  if (same != list.end()) return same;
+  return std::find_if(list.begin(), list.end(),
+                      [&](KernelRoute const& other) { return areSame(other, route); });
 }
 
 }  // namespace
@@ -82,15 +82,16 @@ bool RouteBook::addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRout
     if (place == Place::listed) return beginAnew(prefix, slot, route);
     slot.dump = dump_;
   }
-  if (slot.type == severalType) return addToSeveral(prefix, slot, route, place);
+  if (slot.kind == severalKind) return addToSeveral(prefix, slot, route, place);
   bool const ousts = place == Place::replaced || place == Place::only;
-  if (areSame(slot, route) || (ousts && areRivals(slot, route))) {
+  bool const repeats = place != Place::listed && areSame(slot, route);
+  if (repeats || (ousts && areRivals(slot, route))) {
     bool const changed = !looksSame(slot, route);
     assign(slot, route);
     return changed;
   }
   several_[prefix].assign(1, slot);
-  slot = {.type = severalType, .dump = dump_};
+  slot = {.kind = severalKind, .dump = dump_};
   return addToSeveral(prefix, slot, route, place);
 }
 
@@ -114,9 +115,10 @@ bool RouteBook::addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot,
 }
 
 void RouteBook::putInto(List& list, KernelRoute const& route, Place place) {
-  auto const same = std::find_if(list.begin(), list.end(),
-                                 [&](KernelRoute const& other) { return areSame(other, route); });
-  if (same != list.end()) return assign(*same, route);
+  if (place != Place::listed) {
+    auto const same = findSame(list, route);
+    if (same != list.end()) return assign(*same, route);
+  }
   auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
   auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
   if (place == Place::replaced && begin != end) return assign(*begin, route);
@@ -125,11 +127,17 @@ void RouteBook::putInto(List& list, KernelRoute const& route, Place place) {
 }
 
 void RouteBook::eraseRivals(List& list, KernelRoute const& route) {
-  std::erase_if(list, [&](KernelRoute const& other) {
-    bool const goes = areRivals(other, route) && !areSame(other, route);
-    if (goes) sets_.unref(other.hops);
-    return goes;
-  });
+  auto const same = findSame(list, route);
+  auto const kept = same == list.end() ? nullptr : &*same;
+  auto const goes = [&](KernelRoute const& other) {
+    return areRivals(other, route) && &other != kept;
+  };
+  for (auto const& other : list) {
+    if (goes(other)) sets_.unref(other.hops);
+  }
+  List left;
+  std::remove_copy_if(list.begin(), list.end(), std::back_inserter(left), goes);
+  list = std::move(left);
 }
 
 /// The prefix has one route left, which needs no list.
@@ -144,7 +152,7 @@ bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return false;
   KernelRoute& slot = found->second;
-  if (slot.type != severalType) {
+  if (slot.kind != severalKind) {
     if (!areSame(slot, route)) return false;
     if (!isStale(slot)) --fresh_;
     sets_.unref(slot.hops);
@@ -152,8 +160,7 @@ bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
     return true;
   }
   auto& list = several_.at(prefix);
-  auto const same = std::find_if(list.begin(), list.end(),
-                                 [&](KernelRoute const& other) { return areSame(other, route); });
+  auto const same = findSame(list, route);
   if (same == list.end()) return false;
   sets_.unref(same->hops);
   list.erase(same);
@@ -169,15 +176,30 @@ bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route)
   });
 }
 
+std::size_t RouteBook::count(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+  auto const found = routes_.find(prefix);
+  if (found == routes_.end()) return 0;
+  if (found->second.kind != severalKind) return areSame(found->second, route) ? 1 : 0;
+  auto const& list = several_.at(prefix);
+  return static_cast<std::size_t>(std::count_if(
+      list.begin(), list.end(), [&](KernelRoute const& other) { return areSame(other, route); }));
+}
+
 void RouteBook::drop(Dovel::Prefix const& prefix, KernelRoute const& slot) {
-  if (slot.type != severalType) return sets_.unref(slot.hops);
+  if (slot.kind != severalKind) return sets_.unref(slot.hops);
   for (auto const& route : several_.at(prefix)) sets_.unref(route.hops);
   several_.erase(prefix);
 }
 
 void RouteBook::dumpBegin() {
-  ++dump_;
+  if (++dump_ == 0) forgetDumps();
   fresh_ = 0;
+}
+
+/// Of 255 dumps one after the other none may have been whole: nothing may look fresh for its age.
+void RouteBook::forgetDumps() {
+  for (auto& [prefix, slot] : routes_) slot.dump = 0;
+  dump_ = 1;
 }
 
 void RouteBook::sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
@@ -213,10 +235,14 @@ void RouteBook::keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
   routes_ = std::move(kept);
 }
 
+bool RouteBook::isServed(KernelRoute const& route) {
+  return route.kind != RouteKind::other && route.kind != RouteKind::dead;
+}
+
 std::optional<KernelRoute> RouteBook::servedOf(Dovel::Prefix const& prefix,
                                                KernelRoute const& slot) const {
-  if (slot.type == severalType) return best(several_.at(prefix));
-  return isServed(slot) ? std::optional(slot) : std::nullopt;
+  auto const chosen = slot.kind == severalKind ? best(several_.at(prefix)) : slot;
+  return chosen && isServed(*chosen) ? chosen : std::nullopt;
 }
 
 std::optional<KernelRoute> RouteBook::served(Dovel::Prefix const& prefix) const {

@@ -5,9 +5,13 @@
 // A prefix may have several routes, told apart by tos and metric, and, when appended, by anything
 // else (net/ipv4/fib_trie.c, fib_table_insert). All are kept, in the kernel's order (tos
 // descending, metric ascending, then as appended), since the kernel tells of the removal of each,
-// but says nothing of those that are replaced. Served is the lowest metric; of equal ones tos 0
-// before others, then the first. Types that neither forward nor refuse (throw, local ...) count for
-// the order alone.
+// but says nothing of those that are replaced. Chosen is, as by the kernel (fib_table_lookup), the
+// lowest metric that has a next hop alive; of equal ones tos 0 before others, then the first. What
+// kind it is of counts then: one that neither forwards nor refuses (throw, local ...) is not
+// served, but hides those behind it.
+//
+// Two that look the same in every message about them (see ListedRoute) are two here as well when a
+// dump lists both; a message means either, and another dump tells which is left.
 //
 // Made for a million: 24 octets a prefix and the tree's slack; the rare prefix with several routes
 // has a list beside. In order of prefixes, as the kernel lists them and as the table wants them.
@@ -21,6 +25,7 @@
 #include <absl/container/flat_hash_map.h>
 #include <absl/functional/function_ref.h>
 
+#include "kelbase/model/route.h"
 #include "kelbase/publish/hop_sets.h"
 #include "platform/dovel/prefix.h"
 
@@ -30,11 +35,11 @@ namespace Kelbase {
 struct KernelRoute {
   std::uint32_t metric = 0;
   HopSets::Handle hops = HopSets::none;
-  std::uint32_t identity = 0;  // see RouteMessage
+  std::uint32_t identity = 0;  // see ListedRoute
   std::uint8_t tos = 0;
   std::uint8_t protocol = 0;  // RTPROT_...
-  std::uint8_t type = 0;      // RTN_...
-  std::uint8_t dump = 0;      // the last dump, modulo 256, that mentioned it
+  RouteKind kind = RouteKind::unicast;
+  std::uint8_t dump = 0;  // the last dump that mentioned it; 0: none of the last 255
 };
 static_assert(sizeof(KernelRoute) == 16);
 
@@ -71,7 +76,7 @@ class RouteBook {
   };
 
   /// True when what is served of the prefix may be another now. A route that is there already is
-  /// taken as repeated, and stays in its place.
+  /// taken as repeated, and stays in its place; but a dump repeats nothing.
   bool add(Dovel::Prefix const& prefix, KernelRoute route, Place place);
   /// As above. One that is not there changes nothing.
   bool remove(Dovel::Prefix const& prefix, KernelRoute const& route);
@@ -82,6 +87,8 @@ class RouteBook {
 
   /// Whether the prefix has others of the route's tos and metric.
   bool hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+  /// How many of the prefix's routes look like this one.
+  std::size_t count(Dovel::Prefix const& prefix, KernelRoute const& route) const;
 
   std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const;
   /// Prefixes.
@@ -92,7 +99,9 @@ class RouteBook {
   using Routes = absl::btree_map<Dovel::Prefix, KernelRoute>;
 
   bool isStale(KernelRoute const& route) const { return route.dump != dump_; }
+  static bool isServed(KernelRoute const& route);
   std::optional<KernelRoute> servedOf(Dovel::Prefix const& prefix, KernelRoute const& slot) const;
+  void forgetDumps();
   void assign(KernelRoute& slot, KernelRoute const& route);
   bool addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, Place place);
   bool beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route);
@@ -107,8 +116,8 @@ class RouteBook {
 
   HopSets& sets_;
   Routes routes_;
-  absl::flat_hash_map<Dovel::Prefix, List> several_;  // where the slot's type says so
-  std::uint8_t dump_ = 0;
+  absl::flat_hash_map<Dovel::Prefix, List> several_;  // where the slot's kind says so
+  std::uint8_t dump_ = 1;
   std::size_t fresh_ = 0;  // prefixes that the last dump, or a message since, mentioned
 };
 

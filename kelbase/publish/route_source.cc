@@ -10,6 +10,7 @@
 
 #include "kelbase/model/route_protocols.h"
 #include "kelbase/model/trace.h"
+#include "kelbase/netlink/route_message.h"
 #include "platform/mav/time.h"
 #include "platform/pondo/tables/codec.h"
 
@@ -51,7 +52,7 @@ std::span<unsigned const> RouteSource::groups() const { return routeGroups; }
 
 bool RouteSource::takes(std::uint16_t messageType) const {
   return messageType == RTM_NEWROUTE || messageType == RTM_DELROUTE ||
-         SilentRemovals::takes(messageType);
+         messageType == RTM_NEWNEXTHOP || SilentRemovals::takes(messageType);
 }
 
 void RouteSource::dumpBegin() {
@@ -67,13 +68,31 @@ void RouteSource::dumpEnd(bool whole) {
 }
 
 void RouteSource::receive(NetlinkMessage const& message) {
-  if (message.type() == RTM_NEWROUTE || message.type() == RTM_DELROUTE) {
-    return receiveRoute(message);
+  switch (message.type()) {
+    case RTM_NEWROUTE:
+    case RTM_DELROUTE:
+      return receiveRoute(message);
+    case RTM_NEWNEXTHOP:
+      return objectIs(message);
+    default:
+      if (silent_.hints(message)) readAgain(message);
   }
-  if (!silent_.hints(message)) return;
-  MAV_TRACE(traceHandle(), 1, message.name() << ": routes may be gone: reading them again");
+}
+
+void RouteSource::readAgain(NetlinkMessage const& why) const {
+  MAV_TRACE(traceHandle(), 1, why.name() << ": routes may be others: reading them again");
   nexthops_.wantDump(hintDelay);
   wantDump(hintDelay);
+}
+
+/// NexthopSource has heard of the message before.
+void RouteSource::objectIs(NetlinkMessage const& message) {
+  if (hidingObjects_.empty()) return;
+  auto const id = readNexthop(message).id;
+  auto const shows = [&](std::uint32_t object) {
+    return sets_.consistsOf(object, id) && !sets_.discards(object);
+  };
+  if (absl::erase_if(hidingObjects_, shows) > 0) readAgain(message);
 }
 
 void RouteSource::receiveRoute(NetlinkMessage const& message) {
@@ -82,15 +101,16 @@ void RouteSource::receiveRoute(NetlinkMessage const& message) {
                     .identity = message_.identity,
                     .tos = message_.tos,
                     .protocol = message_.protocol,
-                    .type = message_.type};
-  if (isReplay_) doubt(route, message);
+                    .kind = message_.kind};
+  if (isInDoubt(route, message)) wantDump(doubtDelay);
   if (message.type() == RTM_DELROUTE) {
     if (book_.remove(message_.prefix, route)) mark(message_.prefix);
     return;
   }
   if (message_.object != 0) {
     route.hops = sets_.objectSet(message_.object);
-  } else if (message_.type == RTN_UNICAST) {
+    if (route.kind == RouteKind::blackhole) hidingObjects_.insert(message_.object);
+  } else {
     route.hops = sets_.inlineSet(message_.hops);
   }
   silent_.routeIs(message_);
@@ -99,12 +119,16 @@ void RouteSource::receiveRoute(NetlinkMessage const& message) {
 
 /// Replayed over a dump that may be newer, all ends right as long as a prefix has but one route of
 /// a tos and metric: each message then says all of it. Among appended ones a replacement, say, hits
-/// the wrong one when its own had gone before the dump.
-void RouteSource::doubt(KernelRoute const& route, NetlinkMessage const& message) const {
+/// the wrong one when its own had gone before the dump. And of routes that look the same none can
+/// be told from the other, nor a second one from the first.
+bool RouteSource::isInDoubt(KernelRoute const& route, NetlinkMessage const& message) const {
+  if (isDumping_) return false;
   auto const place = placeOf(message);
-  bool const joins = message.type() == RTM_NEWROUTE &&
-                     (place == RouteBook::Place::appended || place == RouteBook::Place::first);
-  if (joins || book_.hasRivals(message_.prefix, route)) wantDump(doubtDelay);
+  bool const isNew = message.type() == RTM_NEWROUTE;
+  bool const joins =
+      isNew && (place == RouteBook::Place::appended || place == RouteBook::Place::first);
+  if (isReplay_ && (joins || book_.hasRivals(message_.prefix, route))) return true;
+  return (joins || !isNew) && book_.count(message_.prefix, route) > (isNew ? 0 : 1);
 }
 
 RouteBook::Place RouteSource::placeOf(NetlinkMessage const& message) const {
@@ -125,14 +149,14 @@ Pondo::Fib::Route RouteSource::recordOf(KernelRoute const& route) const {
   Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
                            .metric = Routing::RouteMetric(route.metric),
                            .preference = Routing::RoutePreference(protocol.preference)};
-  switch (route.type) {
-    case RTN_BLACKHOLE:
+  switch (route.kind) {
+    case RouteKind::blackhole:
       record.routeType = Routing::Fib::routeTypeBlackhole;
       return record;
-    case RTN_UNREACHABLE:
+    case RouteKind::unreachable:
       record.routeType = Routing::Fib::routeTypeUnreachable;
       return record;
-    case RTN_PROHIBIT:
+    case RouteKind::prohibit:
       record.routeType = Routing::Fib::routeTypeProhibit;
       return record;
     default:

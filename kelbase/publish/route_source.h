@@ -48,7 +48,9 @@ class RouteSource : public TableSource {
 
  private:
   void receiveRoute(NetlinkMessage const& message);
-  void doubt(KernelRoute const& route, NetlinkMessage const& message) const;
+  void readAgain(NetlinkMessage const& why) const;
+  void objectIs(NetlinkMessage const& message);
+  bool isInDoubt(KernelRoute const& route, NetlinkMessage const& message) const;
   RouteBook::Place placeOf(NetlinkMessage const& message) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Dovel::Prefix const& prefix);
@@ -61,7 +63,10 @@ class RouteSource : public TableSource {
   RouteBook book_;
   SilentRemovals silent_;
   std::vector<NetlinkRequest> requests_;
-  RouteMessage message_;  // its memory is used again
+  ListedRoute message_;  // its memory is used again
+  // Objects of routes that were listed as blackholes: while the object is one the kernel does not
+  // tell the routes' own type.
+  absl::flat_hash_set<std::uint32_t> hidingObjects_;
   bool isDumping_ = false;
   bool isReplay_ = false;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked

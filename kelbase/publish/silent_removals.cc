@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <linux/if.h>
 #include <linux/if_addr.h>
+#include <linux/netconf.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
@@ -25,6 +26,12 @@ constexpr std::array addressRules{
     AttributeRule{IFA_FLAGS, "IFA_FLAGS", exactly(sizeof(std::uint32_t))},
 };
 
+constexpr std::array settingRules{
+    AttributeRule{NETCONFA_IFINDEX, "NETCONFA_IFINDEX", exactly(sizeof(std::int32_t)), required},
+    AttributeRule{NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN, "NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN",
+                  exactly(sizeof(std::int32_t))},
+};
+
 /// Where the network of an address is local, and no route of table main leads to it
 /// (fib_add_ifaddr). In every network namespace (net/core/dev.c).
 constexpr std::int32_t loopback = 1;
@@ -38,7 +45,8 @@ std::optional<Dovel::IpAddr> addressOf(Attributes const& attributes, std::uint16
 
 bool SilentRemovals::takes(std::uint16_t messageType) {
   return messageType == RTM_NEWLINK || messageType == RTM_DELLINK || messageType == RTM_NEWADDR ||
-         messageType == RTM_DELADDR || messageType == RTM_DELNEXTHOP;
+         messageType == RTM_DELADDR || messageType == RTM_DELNEXTHOP ||
+         messageType == RTM_NEWNETCONF;
 }
 
 bool SilentRemovals::hints(NetlinkMessage const& message) {
@@ -46,6 +54,8 @@ bool SilentRemovals::hints(NetlinkMessage const& message) {
     case RTM_NEWADDR:
     case RTM_DELADDR:
       return addressHints(message);
+    case RTM_NEWNETCONF:
+      return settingHints(message);
     case RTM_DELNEXTHOP:
       return sets_.usesObject(readNexthop(message).id);
     default:
@@ -53,23 +63,41 @@ bool SilentRemovals::hints(NetlinkMessage const& message) {
   }
 }
 
-/// Of a link that is heard of for the first time nothing is known: it may have fallen.
+/// Of a link that is heard of for the first time nothing is known: it may have fallen, or risen.
 bool SilentRemovals::linkHints(NetlinkMessage const& message) {
   auto const info = message.header<ifinfomsg>();
   if (info.ifi_family != AF_UNSPEC) return false;
   if (message.type() == RTM_DELLINK) {
     links_.erase(info.ifi_index);
     addressesDel(info.ifi_index);
-    return sets_.usesLink(info.ifi_index);
+    ignores_.erase(info.ifi_index);
+    return usesLink(info.ifi_index);
   }
   Attributes const attributes(message.name(), message.attributes<ifinfomsg>(), linkRules);
-  Link const now{(info.ifi_flags & IFF_UP) != 0,
-                 (info.ifi_flags & (IFF_RUNNING | IFF_LOWER_UP)) != 0,
+  Link const now{(info.ifi_flags & IFF_UP) != 0, (info.ifi_flags & IFF_RUNNING) != 0,
+                 (info.ifi_flags & IFF_LOWER_UP) != 0,
                  attributes.value<std::uint32_t>(IFLA_MASTER).value_or(0)};
-  Link const before = std::exchange(links_[info.ifi_index], now);
-  bool const falls = (before.isUp && !now.isUp) || (before.hasCarrier && !now.hasCarrier) ||
+  auto const [entry, isNew] = links_.try_emplace(info.ifi_index);
+  Link const before = std::exchange(entry->second, now);
+  bool const falls = (before.isUp && !now.isUp) || (before.hasCarrier() && !now.hasCarrier()) ||
                      before.master != now.master;
-  return falls && sets_.usesLink(info.ifi_index);
+  if (falls) return usesLink(info.ifi_index);
+  return (isNew || before != now) && dead_.contains(info.ifi_index);
+}
+
+/// Of one link, or of all: either turns it on (IN_DEV_IGNORE_ROUTES_WITH_LINKDOWN). What is set for
+/// links to come is no matter yet.
+bool SilentRemovals::settingHints(NetlinkMessage const& message) {
+  if (message.header<netconfmsg>().ncm_family != AF_INET) return false;
+  Attributes const attributes(message.name(), message.attributes<netconfmsg>(), settingRules);
+  auto const link = *attributes.value<std::int32_t>(NETCONFA_IFINDEX);
+  auto const setting = attributes.value<std::int32_t>(NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN);
+  if (!setting || link == NETCONFA_IFINDEX_DEFAULT) return false;
+  bool const now = *setting != 0;
+  auto const [entry, isNew] = ignores_.try_emplace(link, now);
+  if (std::exchange(entry->second, now) == now && !isNew) return false;
+  if (link == NETCONFA_IFINDEX_ALL) return sets_.size() > 0 || !dead_.empty();
+  return usesLink(link);
 }
 
 bool SilentRemovals::addressHints(NetlinkMessage const& message) {
@@ -86,12 +114,11 @@ bool SilentRemovals::addressHints(NetlinkMessage const& message) {
                         local.value_or(peer.value_or(Dovel::IpAddr())),
                         peer.value_or(Dovel::IpAddr()), info.ifa_prefixlen};
   if (message.type() == RTM_NEWADDR) {
-    addresses_.insert(address);
-    return false;
+    return addresses_.insert(address).second && dead_.contains(address.link);
   }
   addresses_.erase(address);
   auto const flags = attributes.value<std::uint32_t>(IFA_FLAGS).value_or(info.ifa_flags);
-  return (!hasAddress(address.link) && sets_.usesLink(address.link)) || isPreferred(address, flags);
+  return (!hasAddress(address.link) && usesLink(address.link)) || isPreferred(address, flags);
 }
 
 SilentRemovals::Addresses::const_iterator SilentRemovals::firstOf(std::int32_t link) const {
@@ -123,15 +150,16 @@ bool SilentRemovals::isPreferred(Address const& address, std::uint32_t flags) co
          only->prefix != Dovel::Prefix(network, address.length);
 }
 
-std::optional<SilentRemovals::Connected> SilentRemovals::connectedBy(RouteMessage const& route) {
-  if (route.protocol != RTPROT_KERNEL || route.type != RTN_UNICAST || route.tos != 0 ||
+std::optional<SilentRemovals::Connected> SilentRemovals::connectedBy(ListedRoute const& route) {
+  if (route.protocol != RTPROT_KERNEL || route.kind != RouteKind::unicast || route.tos != 0 ||
       route.object != 0 || route.hops.size() != 1 || !route.hops[0].nextHop.isUnspecified()) {
     return std::nullopt;
   }
   return Connected{route.prefix, route.hops[0].ifIndex, route.metric, route.identity};
 }
 
-void SilentRemovals::routeIs(RouteMessage const& route) {
+void SilentRemovals::routeIs(ListedRoute const& route) {
+  for (auto const link : route.deadLinks) dead_[link] = dump_;
   if (!route.preferredSource) return;
   auto const connected = connectedBy(route);
   auto& preference = preferences_[*route.preferredSource];
@@ -151,6 +179,7 @@ void SilentRemovals::dumpBegin() {
 void SilentRemovals::dumpEnd(bool whole) {
   isWhole_ = whole;
   if (!whole) return;
+  absl::erase_if(dead_, [this](auto const& entry) { return entry.second != dump_; });
   absl::erase_if(preferences_, [this](auto const& entry) { return entry.second.dump != dump_; });
 }
 

@@ -1,10 +1,16 @@
 #pragma once
-// When the kernel takes IPv4 routes away without a word: it removes them with what they hang on,
-// and tells of that alone (net/ipv4/fib_frontend.c, fib_disable_ip and fib_flush):
+// When the kernel takes IPv4 routes away, or declares next hops dead or alive, without a word: it
+// tells of what they hang on alone (net/ipv4/fib_frontend.c, fib_disable_ip, fib_netdev_event and
+// fib_flush; net/ipv4/fib_semantics.c, fib_sync_down_dev and fib_sync_up):
 //
-//   a link goes down, is deleted, or joins a VRF     the routes through it, its nexthop objects
+//   a link goes down, is deleted, or joins a VRF     the routes through it, its nexthop objects;
+//                                                    of routes with other next hops these alone
 //   a link loses its carrier                         its nexthop objects, and their routes
-//                                                    (net/ipv4/nexthop.c, nh_netdev_event)
+//                                                    (net/ipv4/nexthop.c, nh_netdev_event); its
+//                                                    next hops, where it has
+//                                                    ignore_routes_with_linkdown
+//   a link comes up, gets its carrier, an address    its next hops are alive again
+//   ignore_routes_with_linkdown is set or not        the next hops through links without carrier
 //   an address goes                                  the routes that prefer it as their source
 //   a link's last address goes                       all through the link
 //   a nexthop object goes                            its routes
@@ -24,8 +30,8 @@
 #include <absl/container/btree_set.h>
 #include <absl/container/flat_hash_map.h>
 
+#include "kelbase/model/route.h"
 #include "kelbase/netlink/netlink_message.h"
-#include "kelbase/netlink/route_message.h"
 #include "kelbase/publish/hop_sets.h"
 
 namespace Kelbase {
@@ -37,11 +43,12 @@ class SilentRemovals {
 
   static bool takes(std::uint16_t messageType);
 
-  /// True when routes or nexthop objects that are known may be gone, or going, for this.
+  /// True when routes or nexthop objects that are known may be gone, or going, for this, or next
+  /// hops of theirs be alive no more, or again.
   bool hints(NetlinkMessage const& message);
 
   /// The kernel has this route.
-  void routeIs(RouteMessage const& route);
+  void routeIs(ListedRoute const& route);
 
   /// Addresses and routes are listed anew from here on.
   void dumpBegin();
@@ -51,8 +58,11 @@ class SilentRemovals {
  private:
   struct Link {
     bool isUp = true;  // administratively
-    bool hasCarrier = true;
+    bool isRunning = true;
+    bool hasLower = true;  // what it runs over
     std::uint32_t master = 0;
+    bool hasCarrier() const { return isRunning || hasLower; }  // to fib_netdev_event
+    bool operator==(Link const&) const = default;
   };
   /// Told apart as by the kernel, which may have one with several peers (net/ipv4/devinet.c).
   struct Address {
@@ -82,13 +92,17 @@ class SilentRemovals {
   void addressesDel(std::int32_t link);
   bool hasAddress(std::int32_t link) const;
   bool addressHints(NetlinkMessage const& message);
+  bool settingHints(NetlinkMessage const& message);
+  bool usesLink(std::int32_t link) const { return sets_.usesLink(link) || dead_.contains(link); }
   bool isPreferred(Address const& address, std::uint32_t flags) const;
-  static std::optional<Connected> connectedBy(RouteMessage const& route);
+  static std::optional<Connected> connectedBy(ListedRoute const& route);
 
   HopSets const& sets_;
   absl::flat_hash_map<std::int32_t, Link> links_;  // by index; those that were ever heard of
   Addresses addresses_;                            // that are there, but for some in a dump
   absl::flat_hash_map<Dovel::IpAddr, Preference> preferences_;
+  absl::flat_hash_map<std::int32_t, std::uint64_t> dead_;  // by link with dead next hops: the dump
+  absl::flat_hash_map<std::int32_t, bool> ignores_;        // by link: the setting, once heard of
   std::uint64_t dump_ = 0;
   bool isWhole_ = false;  // the last dump left nothing out
 };

@@ -41,6 +41,12 @@ class NetlinkBuilder {
     header().nlmsg_flags = static_cast<std::uint16_t>(flags);
     return *this;
   }
+  /// rtm_flags.
+  NetlinkBuilder& routeFlags(unsigned flags) {
+    std::memcpy(bytes_.data() + sizeof(nlmsghdr) + offsetof(rtmsg, rtm_flags), &flags,
+                sizeof flags);
+    return *this;
+  }
   NetlinkBuilder& cutTo(std::size_t payload) {
     bytes_.resize(sizeof(nlmsghdr) + payload);
     header().nlmsg_len = static_cast<std::uint32_t>(bytes_.size());

@@ -18,7 +18,7 @@ class RouteMessageTest : public testing::Test {
     return route_.identity;
   }
 
-  RouteMessage route_;
+  ListedRoute route_;
 };
 
 NetlinkBuilder plain() {
@@ -52,6 +52,9 @@ TEST_F(RouteMessageTest, IdentityTellsApartWhatTheKernelDoes) {
                          .value(RTA_OIF, 3)),
             base);
   EXPECT_NE(identity(routeMessage(RTM_NEWROUTE, "10.1.0.0/16", RTN_BLACKHOLE)), base);
+  EXPECT_NE(identity(plain().routeFlags(RTNH_F_ONLINK)), base);
+  EXPECT_NE(identity(plain().value(RTA_ENCAP_TYPE, std::uint16_t{1})), base);
+  EXPECT_EQ(identity(plain().routeFlags(RTNH_F_DEAD | RTNH_F_LINKDOWN | RTM_F_OFFLOAD)), base);
 }
 
 TEST_F(RouteMessageTest, ANexthopObjectsContentIsNotTheRoutes) {
@@ -62,7 +65,7 @@ TEST_F(RouteMessageTest, ANexthopObjectsContentIsNotTheRoutes) {
   EXPECT_EQ(route_.object, 7U);
   EXPECT_TRUE(route_.hops.empty());
   EXPECT_EQ(identity(route(7, RTN_BLACKHOLE).value(RTA_OIF, 1)), base);
-  EXPECT_EQ(route_.type, RTN_UNICAST);
+  EXPECT_EQ(route_.kind, RouteKind::blackhole);
   EXPECT_NE(identity(route(8, RTN_UNICAST)), base);
 }
 

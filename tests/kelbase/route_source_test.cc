@@ -1,5 +1,3 @@
-#include "kelbase/publish/route_source.h"
-
 #include <map>
 #include <numeric>
 #include <random>
@@ -10,15 +8,12 @@
 #include <linux/if.h>
 #include <linux/if_addr.h>
 
-#include "kelbase/netlink/link_decoder.h"
-#include "kelbase/netlink/model_source.h"
-#include "tests/kelbase/netlink_builder.h"
-#include "tests/kelbase/route_text.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/kelbase/route_source_fixture.h"
 
 namespace Kelbase {
 namespace {
 
+using RouteSourceTest = RouteSourceFixture;
 using Dovel::IpAddr;
 using Lines = std::vector<std::string>;
 using testing::Each;
@@ -26,101 +21,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Pair;
-
-/// Messages in, table rows out: route("10.1.0.0/16", 2) has next hop 10.0.0.2 on link 3, "a".
-class RouteSourceTest : public testing::Test {
- protected:
-  RouteSourceTest() {
-    link(3, "a");
-    link(4, "b");
-    for (auto* source : std::initializer_list<TableSource*>{&nexthops_, &routes_}) {
-      source->dumpWishIs([this, source](double) { wishes_ += std::string(source->name()) + " "; });
-    }
-  }
-
-  void link(int index, std::string_view name, unsigned flags = IFF_UP | IFF_RUNNING) {
-    auto const builder = linkMessage(RTM_NEWLINK, index, flags).text(IFLA_IFNAME, name);
-    linkSource_.receive(builder.message());
-    routes_.receive(builder.message());
-  }
-  static NetlinkBuilder message(int type, char const* prefix, int hop, int metric = 0,
-                                int tos = 0) {
-    auto builder = routeMessage(type, prefix, RTN_UNICAST, tos);
-    if (metric != 0) builder.value(RTA_PRIORITY, metric);
-    builder.value(RTA_GATEWAY, IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets());
-    return builder.value(RTA_OIF, 3);
-  }
-  void route(char const* prefix, int hop, int metric = 0, int flags = 0, int tos = 0) {
-    routes_.receive(message(RTM_NEWROUTE, prefix, hop, metric, tos).flags(flags).message());
-  }
-  void typed(char const* prefix, int type, int metric = 0, int flags = 0) {
-    routes_.receive(routeMessage(RTM_NEWROUTE, prefix, type)
-                        .value(RTA_PRIORITY, metric)
-                        .flags(flags)
-                        .message());
-  }
-  void gone(char const* prefix, int hop, int metric = 0, int tos = 0) {
-    routes_.receive(message(RTM_DELROUTE, prefix, hop, metric, tos).message());
-  }
-  void overObject(std::string_view prefix, std::uint32_t id) {
-    routes_.receive(routeMessage(RTM_NEWROUTE, prefix).value(RTA_NH_ID, id).message());
-  }
-  void object(std::uint32_t id, int hop, int index = 3) {
-    nexthops_.receive(
-        nexthopMessage(RTM_NEWNEXTHOP, id)
-            .value(NHA_OIF, index)
-            .value(NHA_GATEWAY, IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets())
-            .message());
-  }
-  void group(std::uint32_t id, std::vector<std::uint32_t> const& members) {
-    std::vector<nexthop_grp> entries;
-    for (auto const member : members) entries.push_back({member, 0, 0, 0});
-    nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, id)
-                          .raw(NHA_GROUP, entries.data(), entries.size() * sizeof(nexthop_grp))
-                          .message());
-  }
-  void blackhole(std::uint32_t id) {
-    nexthops_.receive(nexthopMessage(RTM_NEWNEXTHOP, id).raw(NHA_BLACKHOLE, "", 0).message());
-  }
-  /// In a network of 24 bits.
-  void address(int type, char const* local, int flags = 0, unsigned index = 3) {
-    auto builder = addressMessage(type, AF_INET, index, 24);
-    for (auto const attribute : {IFA_ADDRESS, IFA_LOCAL}) {
-      builder.value(attribute, IpAddr(local).octets());
-    }
-    routes_.receive(builder.value(IFA_FLAGS, flags).message());
-  }
-  void objectGone(std::uint32_t id) {
-    auto const builder = nexthopMessage(RTM_DELNEXTHOP, id);
-    nexthops_.receive(builder.message());
-    routes_.receive(builder.message());
-  }
-
-  /// As Publisher does it.
-  std::vector<std::string> written() {
-    if (!std::exchange(compared_, true)) {
-      nexthops_.writeAll(*writer_);
-      routes_.writeAll(*writer_);
-    }
-    do {
-      nexthops_.writeRest(*writer_);
-      routes_.writeRest(*writer_);
-    } while (nexthops_.hasMore() || routes_.hasMore());
-    nexthops_.writeUnused(*writer_);
-    writer_->commit();
-    return RouteText::routes(*writer_);
-  }
-  std::vector<std::string> fecs() { return RouteText::fecs(*writer_); }
-
-  ScratchDir scratch_;
-  std::optional<Pondo::Writer> writer_{std::in_place, scratch_ / "run", Pondo::Writer::Options{}};
-  Links links_;
-  ModelSource<LinkDecoder, Links> linkSource_{links_};
-  NexthopSource nexthops_{links_};
-  RouteSource routes_{nexthops_};
-  std::string wishes_;
-  bool compared_ = false;
-};
 
 TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
   route("10.1.0.0/16", 2, 20);
@@ -169,8 +69,58 @@ TEST_F(RouteSourceTest, TypesWithoutTraffic) {
                                      "10.3.0.0/16 unreachable 0"));
   typed("10.2.0.0/16", RTN_THROW, 0, NLM_F_REPLACE);
   typed("10.1.0.0/16", RTN_THROW, 10, NLM_F_REPLACE);
-  EXPECT_THAT(written(),
-              ElementsAre("10.1.0.0/16 static 20 10.0.0.2@a", "10.3.0.0/16 unreachable 0"));
+  EXPECT_THAT(written(), ElementsAre("10.3.0.0/16 unreachable 0"))
+      << "who throws at the best metric hides what is behind it";
+}
+
+TEST_F(RouteSourceTest, WhatHasNoNextHopAliveGivesWay) {
+  route("10.1.0.0/16", 2, 20);
+  alive("10.1.0.0/16", {{3, true}, {4, false}}, 10);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 10 10.0.0.3@a"));
+  alive("10.1.0.0/16", {{3, false}, {4, false}}, 10);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 20 10.0.0.2@a"));
+  alive("10.1.0.0/16", {{3, false}, {4, true}}, 10);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 10 10.0.0.4@a"));
+  gone("10.1.0.0/16", 2, 20);
+  alive("10.1.0.0/16", {{3, false}, {4, false}}, 10);
+  EXPECT_THAT(written(), IsEmpty());
+  EXPECT_THAT(fecs(), IsEmpty());
+}
+
+TEST_F(RouteSourceTest, OnlyABlackholeObjectTurnsTheType) {
+  object(7, 7);
+  overObject("10.1.0.0/16", 7, RTN_PROHIBIT);
+  overObject("10.2.0.0/16", 7, RTN_MULTICAST);
+  overObject("10.3.0.0/16", 7);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 prohibit 0", "10.3.0.0/16 static 0 10.0.0.7@a"));
+  object(9, 0);
+  group(90, {9});
+  blackhole(9);
+  overObject("10.1.0.0/16", 90, RTN_BLACKHOLE, NLM_F_REPLACE);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 blackhole 0", "10.3.0.0/16 static 0 10.0.0.7@a"));
+  object(7, 8);
+  EXPECT_EQ(wishes_, "");
+  object(9, 9);
+  EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it may be prohibit or throw as well";
+}
+
+TEST_F(RouteSourceTest, RoutesThatLookTheSameAreReadAgain) {
+  object(7, 7);
+  auto const list = [this](std::vector<int> const& types) {
+    routes_.dumpBegin();
+    for (auto const type : types) overObject("10.1.0.0/16", 7, type);
+    routes_.dumpEnd(true);
+  };
+  list({RTN_PROHIBIT, RTN_UNICAST});
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 prohibit 0"));
+  EXPECT_EQ(wishes_, "");
+  routes_.receive(
+      routeMessage(RTM_DELROUTE, "10.1.0.0/16", RTN_PROHIBIT).value(RTA_NH_ID, 7).message());
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.7@a"));
+  EXPECT_EQ(std::exchange(wishes_, ""), "IPv4 routes ");
+  list({RTN_UNICAST});
+  overObject("10.1.0.0/16", 7, RTN_PROHIBIT, NLM_F_CREATE | NLM_F_APPEND);
+  EXPECT_EQ(wishes_, "IPv4 routes ");
 }
 
 TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
@@ -338,6 +288,19 @@ TEST_F(RouteSourceTest, WhatAnotherLeftIsMadeRight) {
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a", "10.2.0.0/16 static 0 10.0.0.3@a"));
   EXPECT_EQ(fecs().size(), 2U);
+}
+
+TEST_F(RouteSourceTest, EachSetHasAFecOfItsOwnAfterTheTablesWereLost) {
+  route("10.1.0.0/16", 2);
+  written();
+  gone("10.1.0.0/16", 2);
+  written();
+  loseTables();
+  written();
+  route("10.51.0.0/16", 7);
+  route("10.52.0.0/16", 8);
+  EXPECT_THAT(written(),
+              ElementsAre("10.51.0.0/16 static 0 10.0.0.7@a", "10.52.0.0/16 static 0 10.0.0.8@a"));
 }
 
 TEST_F(RouteSourceTest, AHintIsWhatALinkOrAnObjectIsUsedByNow) {

@@ -107,11 +107,18 @@ class Router:
 
     def kernel_routes(self, *which):
         """The rows that the kernel's routes make, or `which` of them (`ip route show`)."""
-        def tell(*what):
-            return json.loads(self.space.run("ip", "-json", *what, timeout=120) or "[]")
+        return self._rows("-4", "route", "show", "table", "main", *which)
 
-        return routes.expected(tell("-details", "-4", "route", "show", "table", "main", *which),
-                               tell("nexthop"),
+    def kernel_lookup(self, address):
+        """The rows of the route that a lookup of the address finds."""
+        return self._rows("route", "get", "fibmatch", address)
+
+    def _rows(self, *what):
+        def tell(*arguments):
+            return json.loads(self.space.run("ip", "-json", *arguments, timeout=120,
+                                             check="get" not in arguments) or "[]")
+
+        return routes.expected(tell("-details", *what), tell("nexthop"),
                                {link["ifname"]: link["ifindex"] for link in tell("link")})
 
     # The publisher.

@@ -11,7 +11,6 @@ from ovo import ber
 from ovo.tables import ROUTE, ROUTE_NUMBER, Tree
 
 VIAS_MAX = 128
-REFUSING = ("blackhole", "unreachable", "prohibit")
 # ipCidrRouteProto and the usual administrative distance, by rtm_protocol.
 PROTOCOLS = {"kernel": (2, 0), "boot": (3, 1), "static": (3, 1), "bgp": (14, 20),
              "eigrp": (1, 90), "babel": (1, 100), "ospf": (13, 110), "isis": (1, 115),
@@ -64,7 +63,7 @@ def _hop(entry):
 
 
 class _Hops:
-    """Next hops of routes: their own, or those of the nexthop object that they name."""
+    """Next hops of routes: their own that are alive, or those of the nexthop object they name."""
 
     def __init__(self, nexthops):
         self._objects = {one["id"]: one for one in nexthops}
@@ -72,7 +71,8 @@ class _Hops:
     def of(self, route):
         if "nhid" in route and self._objects:
             return self._of_object(route["nhid"])
-        return [_hop(one) for one in route.get("nexthops", [route])]
+        return [_hop(one) for one in route.get("nexthops", [route])
+                if "dead" not in one.get("flags", ())]
 
     def _of_object(self, number):
         one = self._objects[number]
@@ -81,30 +81,32 @@ class _Hops:
         return [_hop(one)]
 
 
-def _chosen(routes):
-    """One route a prefix: the lowest metric, of these one without TOS, of these the first."""
+def _chosen(routes, hops):
+    """One route a prefix, with its next hops: of the lowest metric, of these without TOS, of these
+    the first that either has a next hop alive or needs none."""
     best = {}
     for place, route in enumerate(routes):
-        kind = route.get("type", "unicast")
-        if kind != "unicast" and kind not in REFUSING:
+        sends = "dev" in route or "nexthops" in route or "gateway" in route
+        vias = hops.of(route) if sends else []
+        if sends and not vias:
             continue
         rank = route.get("metric", 0), "tos" in route, place
         key = route["dst"]
         if key not in best or rank < best[key][0]:
-            best[key] = rank, route
-    return (route for _, route in best.values())
+            best[key] = rank, route, vias
+    return ((route, vias) for _, route, vias in best.values())
 
 
 def expected(routes, nexthops, links):
     """The rows in their order. `links`: index by name; a link that is not there has no rows."""
     hops = _Hops(nexthops)
     rows = {}
-    for route in _chosen(routes):
-        if route.get("type", "unicast") in REFUSING:
+    for route, vias in _chosen(routes, hops):
+        if route.get("type", "unicast") != "unicast":
             continue
         dest, length = destination(route["dst"])
         protocol, preference = PROTOCOLS.get(route.get("protocol", "boot"), OTHERS)
-        for hop, link in hops.of(route)[:VIAS_MAX]:
+        for hop, link in vias[:VIAS_MAX]:
             key = dest, length, hop
             if link in links and key not in rows:
                 rows[key] = Row(dest, MASKS[length], hop, links[link], protocol,

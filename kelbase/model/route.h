@@ -1,0 +1,50 @@
+#pragma once
+// An IPv4 route and a nexthop object as the kernel lists them, in plain values: what the decoders
+// of its messages make, and what the model takes.
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "kelbase/model/hop.h"
+#include "platform/dovel/prefix.h"
+
+namespace Kelbase {
+
+/// What becomes of a packet for which the route was chosen.
+enum class RouteKind : std::uint8_t {
+  unicast,      // it is sent to a next hop
+  blackhole,    // it is refused, in one of three ways
+  unreachable,  //
+  prohibit,     //
+  other,        // neither: it is for this host or for many, or another table is asked (throw)
+  dead,         // none is chosen for it: no next hop is alive
+};
+
+struct ListedRoute {
+  Dovel::Prefix prefix;
+  std::uint32_t metric = 0;  // the kernel's priority
+  std::uint8_t tos = 0;
+  std::uint8_t protocol = 0;  // RTPROT_...
+  /// `blackhole` also where the nexthop object is one: the kernel does not tell the route's own.
+  RouteKind kind = RouteKind::unicast;
+  std::uint32_t object = 0;             // the nexthop object's id; 0: the next hops are in `hops`
+  std::vector<Hop> hops;                // those that are alive
+  std::vector<std::int32_t> deadLinks;  // through which the others lead
+  std::optional<Dovel::IpAddr> preferredSource;
+  /// Over everything that the kernel tells of a route beside prefix, tos, metric and what may
+  /// change while it stays the same route: equal in every message about one route, and different
+  /// for different ones, but for what the kernel goes by in silence (fib_find_info, nh_comp): the
+  /// type of a route with a nexthop object, the scope of a next hop, flags that no tool sets.
+  std::uint32_t identity = 0;
+};
+
+struct ListedNexthop {
+  std::uint32_t id = 0;
+  std::vector<std::uint32_t> members;  // of a group, in its order; empty: no group
+  bool isBlackhole = false;
+  Hop hop;
+  bool operator==(ListedNexthop const&) const = default;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,176 @@
+"""Random histories of routes and of all that they hang on, and of faults: after each step the agent
+serves what the kernel would use then, and at the end a publisher that has seen nothing of it finds
+the same."""
+
+import json
+import os
+import random
+import signal
+
+import pytest
+
+from ovo import routes
+from ovo.daemons import BUILD, eventually
+
+SEEDS = range(int(os.environ.get("OVO_HISTORIES", "2")))
+STEPS = 45
+EXACT = 20.0
+PREFIXES = [f"40.{n}.0.0/24" for n in range(7)]
+START = ("link add name eth1 type veth peer name eth1-far", "link set dev eth1-far up",
+         "link set dev eth1 up", "addr add 10.1.0.1/24 dev eth1",
+         "link add name eth2 type veth peer name eth2-far", "link set dev eth2-far up",
+         "link set dev eth2 up", "addr add 10.2.0.1/24 dev eth2",
+         "nexthop add id 7 via 10.1.0.7 dev eth1", "nexthop add id 8 via 10.2.0.8 dev eth2",
+         "nexthop add id 70 group 7/8")
+
+
+class History:
+    """One router, and changes drawn at random; what the kernel refuses is no change."""
+
+    def __init__(self, router, seed):
+        self._router, self._random = router, random.Random(seed)
+        self._name = "eth1"  # of the first link, now
+        self._told = []
+        router.batch(*START)
+        self._publisher = self._publish()
+        self.agent = router.agent()
+
+    def _publish(self):
+        # An ordinary user's buffer holds some 250 notifications.
+        return self._router.publish(user="nobody")
+
+    def _one(self, *choices):
+        return self._random.choice(choices)
+
+    def _ip(self, *lines):
+        self._told += lines
+        self._router.space.run("ip", "-force", "-batch", "-", text="\n".join(lines) + "\n",
+                               check=False)
+
+    def _via(self):
+        link, net = self._one((self._name, 1), ("eth2", 2))
+        return self._one(f"via 10.{net}.0.{self._random.randint(2, 5)} dev {link}",
+                         f"via 10.{net}.0.{self._random.randint(2, 5)} dev {link} onlink",
+                         f"dev {link}")
+
+    def _route(self):
+        kind = self._random.randrange(12)
+        if kind < 2:
+            return self._one("throw", "prohibit", "blackhole", "unreachable"), ""
+        if kind == 2:
+            return "multicast", self._via()
+        if kind < 5:
+            return self._one("unicast", "unicast", "prohibit"), f"nhid {self._one(7, 8, 70)}"
+        if kind < 8:
+            return "unicast", " ".join(f"nexthop {self._via()}" for _ in range(self._one(2, 3)))
+        return "unicast", self._via() + self._one("", "", " src 10.1.0.1", " mtu 1400")
+
+    def _changed_routes(self):
+        lines = []
+        for _ in range(self._random.randint(1, 8)):
+            kind, hops = self._route()
+            verb = self._one("add", "append", "append", "prepend", "replace", "replace", "del")
+            where = f"{self._one(*PREFIXES)} metric {self._one(0, 5, 10)}"
+            lines.append(f"route del {where}" if self._random.random() < 0.25 else
+                         f"route {verb} {kind} {where} {self._one('', '', 'proto bgp')} {hops}")
+        self._ip(*lines)
+
+    def _changed_objects(self):
+        self._ip(*self._random.sample((
+            f"nexthop replace id 7 via 10.1.0.{self._random.randint(2, 9)} dev {self._name}",
+            f"nexthop replace id 8 via 10.2.0.{self._random.randint(2, 9)} dev eth2",
+            "nexthop replace id 7 blackhole", "nexthop replace id 70 group 7/8",
+            "nexthop replace id 70 group 8", "nexthop replace id 70 group 7", "nexthop del id 7",
+            f"nexthop add id 7 via 10.1.0.7 dev {self._name}",
+            "nexthop add id 8 via 10.2.0.8 dev eth2"), self._random.randint(1, 4)))
+
+    def _changed_links(self):
+        self._ip(*self._random.sample((
+            "link set dev eth1-far down", "link set dev eth1-far up", "link set dev eth2-far down",
+            "link set dev eth2-far up", f"link set dev {self._name} up", "link set dev eth2 up",
+            f"link set dev {self._one(self._name, 'eth2')} down",
+            f"addr del 10.1.0.1/24 dev {self._name}", f"addr add 10.1.0.1/24 dev {self._name}",
+            "addr add 10.2.0.1/24 dev eth2"), self._random.randint(1, 3)))
+
+    def _renamed(self):
+        name = "wan" if self._name == "eth1" else "eth1"
+        up = json.loads(self._router.ip("-json", "link", "show", "dev", self._name))[0]["flags"]
+        self._ip(f"link set dev {self._name} down", f"link set dev {self._name} name {name}",
+                 f"link set dev {name} {'up' if 'UP' in up else 'down'}")
+        self._name = name
+
+    def _ignores_linkdown(self):
+        where = self._one("all", self._name, "eth2")
+        self._told.append(f"ignore_routes_with_linkdown of {where} turned")
+        path = f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown"
+        self._router.space.run("sh", "-c", f"echo $((1 - $(cat {path}))) > {path}")
+
+    def _lost_tables(self):
+        self._told.append("the run directory lost")
+        self._router.forget_tables()
+
+    def _killed(self):
+        self._told.append("the publisher killed")
+        self._publisher.kill()
+        self._changed_routes()
+        self._publisher = self._publish()
+
+    def _overrun(self):
+        self._told.append("the publisher stopped")
+        self._publisher.send(signal.SIGSTOP)
+        try:
+            self._router.batch(*(f"route {verb} 41.0.{n}.0/24 dev lo" for n in range(250)
+                                 for verb in ("add", "del")))
+            self.change()
+        finally:
+            self._publisher.send(signal.SIGCONT)
+
+    def change(self):
+        self._random.choices(
+            (self._changed_routes, self._changed_objects, self._changed_links, self._renamed,
+             self._ignores_linkdown), (12, 4, 5, 1, 2))[0]()
+
+    def fault(self):
+        self._one(self._lost_tables, self._killed, self._overrun)()
+
+    def step(self):
+        """Some changes, now and then amid a fault; then what is served is what is in use."""
+        if self._random.random() < 0.15:
+            self.fault()
+        for _ in range(self._random.randint(1, 3)):
+            self.change()
+        try:
+            rows = self._router.routes_agree(self.agent, EXACT)
+        except AssertionError as why:
+            raise AssertionError("\n".join(["the last changes:", *self._told[-40:], str(why)]))
+        self._lookups_agree(rows)
+
+    def _lookups_agree(self, rows):
+        """The rows of each prefix are those of the route that a lookup in the kernel ends at. (Which
+        of its next hops a packet takes is another matter: the kernel shares them out anew when a
+        link turns, and not when ignore_routes_with_linkdown does.)"""
+        for prefix in PREFIXES:
+            base = routes.destination(prefix)[0]
+            got = self._router.kernel_lookup(prefix.replace(".0/24", ".1"))
+            assert got == [row for row in rows if row.dest == base], self._router.ip("-d", "route")
+
+    def shown(self, rundir):
+        text = self._router.space.run(BUILD / "bin/kelbasectl", "--rundir", rundir, "--json", "show",
+                                      "routes", check=False)
+        return [{**row, "fec": None} for row in json.loads(text or "[]")]
+
+    def ends_as_a_cold_start(self):
+        fresh = self._router.fresh_dir("cold") / "run"
+        other = self._router.start(self._router.dir / "cold.log", BUILD / "bin/kelbased",
+                                   "--rundir", fresh)
+        assert eventually(lambda: other.lines("publishing in"), EXACT), other.text()
+        warm = self.shown(self._router.rundir)
+        assert eventually(lambda: self.shown(fresh) == warm, EXACT), (warm, self.shown(fresh))
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_any_history_ends_as_the_kernel_does(router, seed):
+    history = History(router, seed)
+    for _ in range(STEPS):
+        history.step()
+    history.ends_as_a_cold_start()
