@@ -1,5 +1,5 @@
 #pragma once
-// ipAddrTable (RFC 4293, deprecated there): the IPv4 addresses of the device. Every column is read
+// ipAddrTable (RFC 4293, deprecated there): the IPv4 addresses of the machine. Every column is read
 // through the row of ipAddressTable that has the same address.
 
 #include "handlers/table_functions.h"

@@ -1,5 +1,5 @@
 #pragma once
-// ipAddressTable (RFC 4293): the addresses of the device, IPv4 and IPv6.
+// ipAddressTable (RFC 4293): the addresses of the machine, IPv4 and IPv6.
 
 #include "handlers/table_functions.h"
 

@@ -5,7 +5,7 @@
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/net_snmp.h"
 
-/// Registers the scalars ipForwarding and ipv6IpForwarding.
+/// Registers the scalars ipForwarding and ipv6IpForwarding, and the tables of IP-MIB.
 void init_IpBase();
 
 /// net-snmp handler callbacks. They read the entity in `registration->my_reg_void`, which they do

@@ -1,6 +1,6 @@
 #pragma once
-// ipCidrRouteTable (RFC 4292, deprecated there): the IPv4 routes of the device, a row for each next
-// hop, by destination, mask, type of service (always 0) and next hop.
+// ipCidrRouteTable (RFC 4292, deprecated there): the IPv4 routes of the machine, a row for each
+// next hop, by destination, mask, type of service (always 0) and next hop.
 
 #include "handlers/table_functions.h"
 

@@ -1,7 +1,7 @@
 #pragma once
-// Whether the host forwards, by version of IP: net.ipv4.ip_forward and net.ipv6.conf.all.forwarding
-// of the namespace. A version that the kernel lacks (ipv6.disable=1) is not known here, and not
-// forwarded. One thread.
+// Whether the machine forwards, by version of IP: net.ipv4.ip_forward and
+// net.ipv6.conf.all.forwarding of the namespace. A version that the kernel lacks (ipv6.disable=1)
+// is not known here, and not forwarded. One thread.
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
-// Whether the host forwards, as rows of Pondo::ForwardingTable: one row a version of IP. A version
-// that the kernel lacks is not forwarded; with no row at all, readers could not tell that from
-// a publisher that has yet to come, and the object would end a manager's walk with genErr.
+// Whether the machine forwards, as rows of Pondo::ForwardingTable: one row a version of IP. A
+// version that the kernel lacks is not forwarded; with no row at all, readers could not tell that
+// from a publisher that has yet to come, and the object would end a manager's walk with genErr.
 
 #include <array>
 
