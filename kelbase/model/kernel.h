@@ -8,6 +8,7 @@
 #include "kelbase/model/address.h"
 #include "kelbase/model/forwarding.h"
 #include "kelbase/model/links.h"
+#include "kelbase/model/neighbour.h"
 
 namespace Kelbase {
 
@@ -16,6 +17,7 @@ struct Kernel {
   Forwarding forwarding;
   Addresses4 addresses4{links};
   Addresses6 addresses6{links};
+  Neighbours4 neighbours4{links};
 };
 
 }  // namespace Kelbase

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,19 +45,26 @@ class OnLinks : private Links::Observer {
 
   void observerIs(Observer& observer) { observers_.push_back(&observer); }
 
-  void is(Object const& object) {
-    if (!objects_.is({object.link, object.key}, object.state)) return;
+  /// The kernel has this. True when it was not known, or was another.
+  bool is(Object const& object) {
+    if (!objects_.is({object.link, object.key}, object.state)) return false;
     for (auto* observer : observers_) observer->onObject(object);
+    return true;
   }
-  void del(Object const& object) {
-    objects_.del({object.link, object.key});
+  /// The kernel has it no more. True when it was known.
+  bool del(Object const& object) {
+    bool const isKnown = objects_.del({object.link, object.key});
     for (auto* observer : observers_) observer->onObjectGone(object);
+    return isKnown;
   }
   void dumpBegin() { objects_.dumpBegin(); }
   void dumpEnd(bool whole) {
     if (!whole) return;
     for (auto const& place : objects_.unmarked()) {
-      del({place.first, place.second, *objects_.find(place)});
+      Object object{};
+      std::tie(object.link, object.key) = place;
+      object.state = *objects_.find(place);
+      del(object);
     }
   }
 

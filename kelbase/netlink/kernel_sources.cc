@@ -4,6 +4,7 @@
 #include "kelbase/netlink/forwarding_decoder.h"
 #include "kelbase/netlink/link_decoder.h"
 #include "kelbase/netlink/model_source.h"
+#include "kelbase/netlink/neighbour_source.h"
 
 namespace Kelbase {
 namespace {
@@ -21,6 +22,7 @@ KernelSources makeKernelSources(Kernel& kernel) {
   sources.push_back(sourceOf<ForwardingDecoder>(kernel.forwarding));
   sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));
   sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
+  sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours4));
   return sources;
 }
 

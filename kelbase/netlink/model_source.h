@@ -36,6 +36,9 @@ class ModelSource : public KernelSource {
   }
   std::string summary() const override { return model_.summary(); }
 
+ protected:
+  Model& model() { return model_; }
+
  private:
   Model& model_;
   std::vector<NetlinkRequest> const requests_;

@@ -25,6 +25,8 @@ constexpr std::array typeNames{
     TypeName{RTM_NEWROUTE, "RTM_NEWROUTE"},     TypeName{RTM_DELROUTE, "RTM_DELROUTE"},
     TypeName{RTM_GETROUTE, "RTM_GETROUTE"},     TypeName{RTM_NEWNEXTHOP, "RTM_NEWNEXTHOP"},
     TypeName{RTM_DELNEXTHOP, "RTM_DELNEXTHOP"}, TypeName{RTM_GETNEXTHOP, "RTM_GETNEXTHOP"},
+    TypeName{RTM_NEWNEIGH, "RTM_NEWNEIGH"},     TypeName{RTM_DELNEIGH, "RTM_DELNEIGH"},
+    TypeName{RTM_GETNEIGH, "RTM_GETNEIGH"},
 };
 
 constexpr std::array extendedErrorRules{

@@ -1,8 +1,6 @@
 #pragma once
 // Addresses as rows of Pondo::Address4Table and Pondo::Address6Table.
 
-#include <optional>
-
 #include "kelbase/model/address.h"
 #include "platform/pondo/tables/tables.h"
 
@@ -18,8 +16,8 @@ struct Address4Row {
   static Address4::Key objectKey(Table::Key const& key) {
     return {key.local, key.length, key.peer};
   }
-  static std::optional<Table::Record> record(Address4::State const& state) {
-    return Table::Record{state.label, state.isSecondary};
+  static Table::Record record(Address4::State const& state) {
+    return {state.label, state.isSecondary};
   }
 };
 
@@ -29,9 +27,8 @@ struct Address6Row {
 
   static Table::Key key(Dovel::IntfId const& link, Address6::Key const& key) { return {link, key}; }
   static Address6::Key objectKey(Table::Key const& key) { return key.local; }
-  static std::optional<Table::Record> record(Address6::State const& state) {
-    return Table::Record{state.length, state.peer, state.isTentative, state.hasFailed,
-                         state.isDeprecated};
+  static Table::Record record(Address6::State const& state) {
+    return {state.length, state.peer, state.isTentative, state.hasFailed, state.isDeprecated};
   }
 };
 

@@ -3,6 +3,7 @@
 #include "kelbase/publish/address_rows.h"
 #include "kelbase/publish/forwarding_view.h"
 #include "kelbase/publish/link_view.h"
+#include "kelbase/publish/neighbour_rows.h"
 #include "kelbase/publish/on_links_view.h"
 
 namespace Kelbase {
@@ -13,6 +14,7 @@ TableViews makeTableViews(Kernel& kernel) {
   views.push_back(std::make_unique<ForwardingView>(kernel.forwarding));
   views.push_back(std::make_unique<OnLinksView<Address4Row>>(kernel.links, kernel.addresses4));
   views.push_back(std::make_unique<OnLinksView<Address6Row>>(kernel.links, kernel.addresses6));
+  views.push_back(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours4));
   return views;
 }
 

@@ -7,7 +7,7 @@
 //
 //   Table, Object
 //   key(name, object's key), objectKey(row's key)
-//   record(state)          what the row holds; nothing when the object has no row
+//   record(state)
 
 #include <optional>
 
@@ -39,7 +39,7 @@ class OnLinksView : public RowView<typename Row::Table>,
     auto const index = links_.linkIndex(key.link);
     if (!index) return std::nullopt;
     auto const* state = objects_.find(*index, Row::objectKey(key));
-    return state ? Row::record(*state) : std::nullopt;
+    return state ? std::optional(Row::record(*state)) : std::nullopt;
   }
 
  private:
@@ -48,8 +48,7 @@ class OnLinksView : public RowView<typename Row::Table>,
   void forEachRow(Visit visit) const override {
     objects_.forEach([&](std::int32_t link, auto const& key, auto const& state) {
       auto const name = links_.linkName(link);
-      auto const record = Row::record(state);
-      if (name && record) visit(Row::key(*name, key), *record);
+      if (name) visit(Row::key(*name, key), Row::record(state));
     });
   }
 

@@ -24,11 +24,11 @@ class NamespaceTest : public testing::Test {
 
   /// Commands for `ip`, one a line, which must succeed.
   static void ip(std::string const& lines) {
-    FILE* const pipe = popen("ip -batch -", "w");
-    ASSERT_NE(pipe, nullptr);
-    ASSERT_EQ(std::fwrite(lines.data(), 1, lines.size(), pipe), lines.size());
-    ASSERT_EQ(pclose(pipe), 0) << lines.substr(0, 1000);
+    ASSERT_EQ(run("ip -batch -", lines), 0) << lines.substr(0, 1000);
   }
+  /// Commands that may fail, each for itself.
+  static void ipForce(std::string const& lines) { run("ip -force -batch - 2>/dev/null", lines); }
+
   /// Writes /proc/sys/net/PATH of the namespace.
   static void sysctl(std::string const& path, int value) {
     std::ofstream file("/proc/sys/net/" + path);
@@ -50,6 +50,13 @@ class NamespaceTest : public testing::Test {
   }
 
   Mav::Activity activity_;
+
+ private:
+  static int run(char const* command, std::string const& lines) {
+    FILE* const pipe = popen(command, "w");
+    if (!pipe || std::fwrite(lines.data(), 1, lines.size(), pipe) != lines.size()) return -1;
+    return pclose(pipe);
+  }
 };
 
 }  // namespace Kelbase

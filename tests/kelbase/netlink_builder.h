@@ -110,6 +110,16 @@ inline NetlinkBuilder nexthopMessage(int type, std::uint32_t id, int family = AF
   return NetlinkBuilder(type, header).value(NHA_ID, id);
 }
 
+inline NetlinkBuilder neighbourMessage(int type, int index, unsigned state, int family = AF_INET,
+                                       unsigned flags = 0) {
+  ndmsg header{};
+  header.ndm_family = static_cast<unsigned char>(family);
+  header.ndm_ifindex = index;
+  header.ndm_state = static_cast<__u16>(state);
+  header.ndm_flags = static_cast<__u8>(flags);
+  return NetlinkBuilder(type, header);
+}
+
 inline NetlinkBuilder netconfMessage(int type, int family) {
   return NetlinkBuilder(type, netconfmsg{static_cast<__u8>(family)});
 }

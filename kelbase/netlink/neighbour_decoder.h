@@ -1,0 +1,29 @@
+#pragma once
+// RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4, read into Neighbour4.
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <linux/rtnetlink.h>
+
+#include "kelbase/model/neighbour.h"
+#include "kelbase/netlink/netlink_message.h"
+#include "kelbase/netlink/netlink_request.h"
+
+namespace Kelbase {
+
+struct NeighbourDecoder {
+  static constexpr std::string_view name = Neighbour4::kinds;
+  static constexpr std::array groups{unsigned{RTNLGRP_NEIGH}};
+  static constexpr std::uint16_t newType = RTM_NEWNEIGH;
+  static constexpr std::uint16_t delType = RTM_DELNEIGH;
+
+  static std::vector<NetlinkRequest> requests();
+  /// Nothing for IPv6, for what a bridge forwards by (AF_BRIDGE), and for addresses that this host
+  /// answers for (NTF_PROXY): the group tells of all of them.
+  static std::optional<Neighbour4> read(NetlinkMessage const& message);
+};
+
+}  // namespace Kelbase
