@@ -116,7 +116,6 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
 }
 
 void WriteTransaction::trimLog(std::size_t logMax) {
-  // Trimmed in strokes: a commit of one change does not pay for deleting an entry as well.
   auto const kept = meta_.logNext - meta_.logFirst;
   if (kept <= logMax + logMax / trimSlack) return;
   auto const cursor = openCursor(txn_.get(), handles_.log, env_.directory());
