@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -18,7 +19,7 @@ namespace {
 
 Descriptor openLockFile(std::filesystem::path const& file) {
   Descriptor fd(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
-  if (!fd) throwCode(errno, file, "open");
+  if (!fd) throwNotMine(errno, file, "open");
   struct stat status {};
   if (::fstat(fd.get(), &status) != 0) throwCode(errno, file, "open");
   if (S_ISREG(status.st_mode)) return fd;
@@ -33,6 +34,17 @@ Descriptor openLockFile(std::filesystem::path const& file) {
                   runDir.string(), other.name.empty() ? "another program" : other.name, other.pid));
 }
 
+double epoch() {
+  using Seconds = std::chrono::duration<double>;
+  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+std::string oneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' '; }, '?');
+  return text;
+}
+
 FileIdentity identityOf(int fd) {
   struct stat status {};
   ::fstat(fd, &status);
@@ -41,7 +53,7 @@ FileIdentity identityOf(int fd) {
 
 }  // namespace
 
-PublisherLock::PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
+PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher const& publisher,
                              std::optional<gid_t> group)
     : file_(runDir / Format::publisherLockFile) {
   do {
@@ -56,24 +68,30 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, std::string co
     throwCode(errno, file_, "lock");
   } while (!atPath());
   ownershipIs(file_, 0640, group);
-  write(publisher);
+  // The predecessor's word counts until this process has one of its own.
+  if (auto const before = publisherInfo(runDir)) exactAt_ = before->exactAt.value_or(0);
+  head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), epoch(),
+                      oneLine(publisher.name));
+  if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);
+  if (!write(head_)) throwCode(errno, file_, "write");
 }
 
-void PublisherLock::write(std::string const& publisher) const {
-  using Seconds = std::chrono::duration<double>;
-  std::string name = publisher;
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return c < ' '; }, '?');
-  auto const started = Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
-  auto const text =
-      fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), started, name);
-  if (::pwrite(fd_.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()) ||
-      ::ftruncate(fd_.get(), static_cast<off_t>(text.size())) != 0) {
-    throwCode(errno, file_, "write");
-  }
+bool PublisherLock::write(std::string const& text) const {
+  return ::pwrite(fd_.get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+         ::ftruncate(fd_.get(), static_cast<off_t>(text.size())) == 0;
 }
 
-void PublisherLock::touch() const { ::futimens(fd_.get(), nullptr); }
+bool PublisherLock::tell(SignOfLife const& sign) {
+  double const now = epoch();
+  double const before = exactAt_;
+  if (std::isfinite(sign.exactAge)) exactAt_ = now - sign.exactAge;
+  auto text = fmt::format("{}exact={:.3f}\n", head_, exactAt_);
+  if (!sign.trouble.empty()) text += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
+  for (auto const& [name, count] : sign.counters)
+    text += fmt::format("counter.{}={}\n", name, count);
+  write(text);
+  return exactAt_ - before > exactWithin;
+}
 
 bool PublisherLock::atPath() const { return identityAt(file_) == identityOf(fd_.get()); }
 

@@ -5,34 +5,53 @@
 // of the classic kind when it closes the file.
 
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <string>
 
 #include <sys/types.h>
 
 #include "platform/pondo/environment/descriptor.h"
+#include "platform/pondo/environment/run_dir.h"
 
 namespace Pondo {
 
+/// What a publisher tells of itself, about once a second.
+struct SignOfLife {
+  /// Seconds since the tables were last exact; infinity: not yet by this process.
+  double exactAge = std::numeric_limits<double>::infinity();
+  std::string trouble = {};  // why they are not exact now
+  Counters counters = {};
+};
+
 class PublisherLock {
  public:
-  /// Takes the lock and writes the publisher's name and process id. PublisherRunningException when
-  /// another process holds it.
-  PublisherLock(std::filesystem::path const& runDir, std::string const& publisher,
+  struct Publisher {
+    std::string name;
+    std::string version;
+  };
+
+  /// Takes the lock and writes who the publisher is. PublisherRunningException when another process
+  /// holds it.
+  PublisherLock(std::filesystem::path const& runDir, Publisher const& publisher,
                 std::optional<gid_t> group);
 
-  /// Gives a sign of life: the file's modification time becomes now.
-  void touch() const;
+  /// Gives a sign of life: rewrites the file. True when the tables are exact again after a while
+  /// (exactWithin) in which they were not, or nobody told. What cannot be written is lost, and its
+  /// absence tells.
+  bool tell(SignOfLife const& sign);
 
   /// False when the path leads elsewhere by now, because the run directory was deleted or replaced:
   /// another publisher could then lock the file at the path.
   bool atPath() const;
 
  private:
-  void write(std::string const& publisher) const;
+  bool write(std::string const& text) const;
 
   std::filesystem::path file_;
   Descriptor fd_;
+  std::string head_;    // the lines that stay
+  double exactAt_ = 0;  // seconds since the epoch
 };
 
 }  // namespace Pondo

@@ -152,6 +152,8 @@ Format::MetaRecord const& Snapshot::meta() const {
 
 std::uint64_t Snapshot::generation() const { return meta().generation; }
 
+Origin Snapshot::origin() const { return static_cast<Origin>(meta().origin); }
+
 LogState Snapshot::log() const {
   return {meta().instance, meta().logFirst, meta().logNext, meta().complete != 0};
 }

@@ -48,6 +48,8 @@ class Snapshot {
   Snapshot& operator=(Snapshot const&) = delete;
 
   std::uint64_t generation() const;
+  /// Whose state it is.
+  Origin origin() const;
 
   /// Gives the record, or nothing when there is none. A malformed one counts as none, and in
   /// Reader::rejected().

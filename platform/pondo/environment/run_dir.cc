@@ -1,5 +1,6 @@
 #include "platform/pondo/environment/run_dir.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -15,11 +16,25 @@
 namespace Pondo {
 namespace {
 
+constexpr std::string_view counterPrefix = "counter.";
+
 std::string readStart(int fd, std::filesystem::path const& file) {
-  std::array<char, 1024> buffer{};
+  std::array<char, 4096> buffer{};
   auto const got = ::pread(fd, buffer.data(), buffer.size(), 0);
   if (got < 0) throwCode(errno, file, "read");
   return {buffer.data(), static_cast<std::size_t>(got)};
+}
+
+// A write and a read of a file exclude each other on no file system: two equal reads are whole.
+std::string readWhole(int fd, std::filesystem::path const& file) {
+  constexpr int triesMax = 8;
+  auto text = readStart(fd, file);
+  for (int i = 1; i < triesMax; ++i) {
+    auto again = readStart(fd, file);
+    if (again == text) break;
+    text = std::move(again);
+  }
+  return text;
 }
 
 template <class Number>
@@ -27,18 +42,27 @@ void parseNumber(std::string_view text, Number& number) {
   std::from_chars(text.data(), text.data() + text.size(), number);
 }
 
-// Lines "name=...", "pid=...", "started=..."; what is missing keeps its default.
+void parseField(std::string_view field, std::string_view value, PublisherInfo& info) {
+  if (field == "name") info.name = value;
+  if (field == "version") info.version = value;
+  if (field == "trouble") info.trouble = value;
+  if (field == "pid") parseNumber(value, info.pid);
+  if (field == "started") parseNumber(value, info.startedAt);
+  if (field == "exact") parseNumber(value, info.exactAt.emplace());
+  if (field.starts_with(counterPrefix)) {
+    auto& counter = info.counters.emplace_back(field.substr(counterPrefix.size()), 0);
+    parseNumber(value, counter.second);
+  }
+}
+
+// Lines "FIELD=VALUE"; what is missing keeps its default.
 void parseLines(std::string_view text, PublisherInfo& info) {
   while (!text.empty()) {
     auto const line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(text.size(), line.size() + 1));
     auto const equals = line.find('=');
     if (equals == std::string_view::npos) continue;
-    auto const field = line.substr(0, equals);
-    auto const value = line.substr(equals + 1);
-    if (field == "name") info.name = value;
-    if (field == "pid") parseNumber(value, info.pid);
-    if (field == "started") parseNumber(value, info.startedAt);
+    parseField(line.substr(0, equals), line.substr(equals + 1), info);
   }
 }
 
@@ -51,6 +75,18 @@ bool isLocked(int fd, std::filesystem::path const& file) {
 }
 
 }  // namespace
+
+Keeping PublisherInfo::keeping(double now) const {
+  if (!alive) return Keeping::gone;
+  if (!exactAt || now - *exactAt <= exactWithin) return Keeping::exact;
+  if (now - startedAt <= exactWithin) return Keeping::starting;
+  return now - seenAt > exactWithin ? Keeping::still : Keeping::behind;
+}
+
+double PublisherInfo::age(double now) const {
+  // Clocks of the file system and of the process may differ by a tick.
+  return std::max(0.0, now - (exactAt && *exactAt > 0 ? *exactAt : seenAt));
+}
 
 std::filesystem::path defaultRunDir() {
   char const* const set = std::getenv("KELBASE_RUNDIR");
@@ -69,7 +105,7 @@ std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) 
                                EnvironmentException::Reason::foreign);
   }
   PublisherInfo info;
-  parseLines(readStart(fd.get(), file), info);
+  parseLines(readWhole(fd.get(), file), info);
   info.seenAt = static_cast<double>(status.st_mtim.tv_sec) +
                 static_cast<double>(status.st_mtim.tv_nsec) * 1e-9;
   // F_OFD_GETLK asks and takes nothing. The process id in the file proves nothing: it may be

@@ -2,7 +2,8 @@
 // The run directory: where publisher and readers meet.
 //
 //   RUNDIR/publisher.lock   locked (F_OFD_SETLK) by the one publisher while it lives; its text says
-//                           who it is, its mtime is the publisher's last sign of life
+//                           who it is, when the tables were last exact, and its
+//                           counters; rewritten with each sign of life, once a second
 //   RUNDIR/tables/          data.mdb, lock.mdb (LMDB) and doorbell; replaced as a whole by rename
 //
 // Directories 0750, data 0640, lock and doorbell 0660, group of the SNMP daemon where allowed.
@@ -11,18 +12,43 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Pondo {
 
 /// Gives $KELBASE_RUNDIR, or /run/kelbase where that is not set.
 std::filesystem::path defaultRunDir();
 
+using Counters = std::vector<std::pair<std::string, std::uint64_t>>;
+
+/// Seconds that the tables of a publisher in good health are behind at most: it says once a second
+/// whether they are exact.
+inline constexpr double exactWithin = 4.0;
+
+enum class Keeping {
+  exact,     // the tables hold what the kernel says, or did within exactWithin
+  starting,  // the publisher was started within exactWithin, and has not made them exact yet
+  behind,    // the publisher runs, but does not make them exact
+  still,     // the publisher's process exists, but stands still
+  gone,      // no publisher
+};
+
+/// What publisher.lock says. Times are seconds since the epoch.
 struct PublisherInfo {
-  std::string name;  // "kelbased", "kelbasectl load routes.json"
+  std::string name;     // "kelbased", "kelbasectl load routes.json"
+  std::string version;  // empty: not told
   std::int64_t pid = 0;
-  double startedAt = 0;  // seconds since the epoch
-  double seenAt = 0;     // last sign of life, seconds since the epoch
-  bool alive = false;    // holds the lock at this moment
+  double startedAt = 0;
+  double seenAt = 0;              // last sign of life
+  std::optional<double> exactAt;  // the tables were last exact; 0: never; nothing: it does not tell
+  std::string trouble;            // why they are not exact now; empty when they are
+  Counters counters;
+  bool alive = false;  // holds the lock at this moment
+
+  Keeping keeping(double now) const;
+  /// Seconds since the state was known to be right.
+  double age(double now) const;
 };
 
 /// Reads publisher.lock, and leaves its lock alone. Gives nothing when no publisher has ever been

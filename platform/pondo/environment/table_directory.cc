@@ -169,10 +169,10 @@ void makeRunDir(fs::path const& runDir, std::optional<gid_t> group) {
     ownershipIs(runDir, 0750, group);
     return;
   }
-  if (errno != EEXIST) throwCode(errno, runDir, "make");
+  if (errno != EEXIST) throwNotMine(errno, runDir, "make");
   struct stat status {};
   if (::stat(runDir.c_str(), &status) != 0) throwCode(errno, runDir, "use");
-  if (!S_ISDIR(status.st_mode)) throwCode(ENOTDIR, runDir, "use");
+  if (!S_ISDIR(status.st_mode)) throwNotMine(ENOTDIR, runDir, "use");
   if (group && status.st_uid == ::geteuid()) ownershipIs(runDir, status.st_mode & 07777U, group);
 }
 

@@ -104,6 +104,17 @@ void checkFiles(std::filesystem::path const& tables) {
   requireWhole(tables / Format::dataFile);
 }
 
+void throwNotMine(int code, std::filesystem::path const& path, std::string_view what) {
+  if (code != ENOENT && code != ENOTDIR && code != EACCES && code != EPERM) {
+    throwCode(code, path, what);
+  }
+  throw EnvironmentException(
+      fmt::format("{}: cannot {}: {}; choose a directory of this user's own with --rundir, or run "
+                  "as the user who may write there",
+                  path.string(), what, std::strerror(code)),
+      code == EACCES || code == EPERM ? Reason::denied : Reason::absent);
+}
+
 std::optional<FileIdentity> identityAt(std::filesystem::path const& path) {
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0) return std::nullopt;

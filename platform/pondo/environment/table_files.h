@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sys/types.h>
 
@@ -15,6 +16,10 @@ namespace Pondo {
 /// Throws an EnvironmentException unless `tables` is a directory whose data.mdb and lock.mdb are
 /// regular files (no symbolic links), and data.mdb is an LMDB file that has all pages it uses.
 void checkFiles(std::filesystem::path const& tables);
+
+/// As throwCode(), for the side that publishes: who may not make or open a file is told to choose
+/// another place, not to start a publisher.
+[[noreturn]] void throwNotMine(int code, std::filesystem::path const& path, std::string_view what);
 
 /// Tells what a path leads to now, without following a symbolic link; nothing when there is
 /// nothing, or it is out of reach.

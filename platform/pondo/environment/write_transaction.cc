@@ -129,8 +129,9 @@ void WriteTransaction::trimLog(std::size_t logMax) {
   }
 }
 
-Format::MetaRecord WriteTransaction::commit(std::size_t logMax) {
+Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {
   trimLog(logMax);
+  meta_.origin = static_cast<std::uint64_t>(origin);
   ++meta_.generation;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{sizeof meta_, &meta_};

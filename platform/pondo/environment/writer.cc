@@ -11,7 +11,6 @@
 
 #include "platform/mav/time.h"
 #include "platform/mav/trace_handle.h"
-#include "platform/pondo/environment/publisher_lock.h"
 #include "platform/pondo/environment/reader_slots.h"
 #include "platform/pondo/environment/table_directory.h"
 #include "platform/pondo/environment/table_files.h"
@@ -50,6 +49,7 @@ struct Writer::Impl {
   WriteTransaction& transaction();
   bool makeRoom(int stage);
   bool isLost() const;
+  void takeLock();
   void adopt(std::unique_ptr<Environment> environment);
   void makeAnew();
   void moveAwayFromStoppedReader();
@@ -86,10 +86,15 @@ Writer::Impl::Impl(std::filesystem::path const& path, Options given)
   if (!notices) throwCode(errno, runDir, "watch");
   makeRunDir(runDir, settings.group);
   // The lock before anything else is touched: of two that start at once, one makes the tables.
-  lock.emplace(runDir, options.publisher, settings.group);
+  takeLock();
   removeLeftovers(runDir);
   adopt(openOrMakeTables(runDir, settings));
   ring();  // readers learn that the publisher is back
+}
+
+void Writer::Impl::takeLock() {
+  lock.emplace(runDir, PublisherLock::Publisher{options.publisher, options.version},
+               settings.group);
 }
 
 void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
@@ -191,17 +196,18 @@ void Writer::Impl::commit() {
     txn.reset();  // gives the write lock back
     return;
   }
-  meta = attempt([this](WriteTransaction& t) { return t.commit(options.logMax); });
+  meta = attempt([this](WriteTransaction& t) { return t.commit(options.logMax, options.origin); });
   txn.reset();
   batch.clear();
   ring();
 }
 
 void Writer::Impl::commitComplete() {
-  if (env && meta.complete != 0) return commit();
+  bool const known = meta.origin == static_cast<std::uint64_t>(options.origin);
+  if (env && meta.complete != 0 && known) return commit();
   meta = attempt([this](WriteTransaction& t) {
     t.completeIs();
-    return t.commit(options.logMax);
+    return t.commit(options.logMax, options.origin);
   });
   txn.reset();
   batch.clear();
@@ -230,7 +236,7 @@ void Writer::Impl::makeAnew() {
   abort();
   env.reset();
   makeRunDir(runDir, settings.group);
-  if (!lock->atPath()) lock.emplace(runDir, options.publisher, settings.group);
+  if (!lock->atPath()) takeLock();
   adopt(makeEmptyTables(runDir, settings));
   Mav::log(Mav::Severity::warning,
            runDir.string() + ": was deleted, replaced or damaged; the tables are made anew");
@@ -244,7 +250,6 @@ bool Writer::Impl::service() {
     makeAnew();
     return true;
   }
-  lock->touch();
   if (!identityAt(runDir / Format::tablesDirectory / Format::doorbellFile)) {
     doorbell = openDoorbell(runDir, settings);
   }
@@ -328,6 +333,9 @@ void Writer::commitComplete() { impl_->commitComplete(); }
 void Writer::abort() { impl_->abort(); }
 std::uint64_t Writer::generation() const { return impl_->meta.generation; }
 bool Writer::service() { return impl_->service(); }
+void Writer::tell(SignOfLife const& sign) {
+  if (impl_->lock->tell(sign)) impl_->ring();
+}
 int Writer::noticeFd() const { return impl_->notices.get(); }
 
 }  // namespace Pondo

@@ -31,6 +31,7 @@
 #include <absl/functional/function_ref.h>
 
 #include "platform/pondo/environment/errors.h"
+#include "platform/pondo/environment/publisher_lock.h"
 #include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/layout_bytes.h"
 #include "platform/pondo/tables/tables.h"
@@ -43,7 +44,9 @@ class Writer {
 
   struct Options {
     std::string publisher = "kelbased";  // name told in publisher.lock
-    std::string group;                   // group of the files; empty: leave as created
+    std::string version = {};            // the same
+    Origin origin = Origin::kernel;      // of the state that is written
+    std::string group = {};              // group of the files; empty: leave as created
     std::size_t mapSize = std::size_t{16} << 30U;
     std::size_t logMax = 200'000;  // change log entries that are kept, at least
     // A reader that has stopped inside a snapshot may pin this many bytes beyond twice the live
@@ -96,19 +99,24 @@ class Writer {
   void commit();
   /// Does the same and marks the tables as complete. Readers of new tables wait for that mark, so
   /// that they never take what is not there yet for what has gone. It stays until the tables are
-  /// made anew. Changes before it are not logged, which is far faster.
+  /// made anew. Changes before it are not logged, which is far faster. It writes
+  /// the origin even where nothing else changed.
   void commitComplete();
   /// Forgets the changes that were not committed.
   void abort();
 
   std::uint64_t generation() const;
 
-  /// Gives a sign of life, frees the slots of dead readers, replaces the environment when a stopped
-  /// reader pins too much of it, and makes the run directory anew when it was deleted or replaced.
+  /// Frees the slots of dead readers, replaces the environment when a stopped reader pins too much
+  /// of it, and makes the run directory anew when it was deleted or replaced.
   /// The caller calls it about once a second, and when noticeFd() is readable. True when the tables
   /// are new and empty, so that everything has to be published again. PublisherRunningException
   /// when another publisher has taken the path over.
   [[nodiscard]] bool service();
+
+  /// Tells readers how the publisher does (publisher.lock), and rings when it does well again.
+  /// Once a second, whatever service() says. Never throws.
+  void tell(SignOfLife const& sign);
 
   /// Readable when something happened to the run directory's files (inotify).
   int noticeFd() const;

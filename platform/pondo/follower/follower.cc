@@ -41,6 +41,17 @@ std::string nameOf(PublisherInfo const& publisher) {
                      publisher.pid);
 }
 
+std::string failureOf(PublisherInfo const& publisher, double now) {
+  switch (publisher.keeping(now)) {
+    case Keeping::gone:
+      return "has gone";
+    case Keeping::still:
+      return "stands still";
+    default:
+      return fmt::format("cannot keep the tables exact ({})", publisher.trouble);
+  }
+}
+
 }  // namespace
 
 struct Follower::Impl {
@@ -94,7 +105,7 @@ struct Follower::Impl {
   double backOff = backOffMin;
   std::string situation;  // what the log was last told
   std::string listenerFault;
-  bool publisherGone = false;
+  bool publisherFails = false;  // gone, or its tables are not exact
   Mav::Timer turn;
   Mav::Activity::TurnEnd turnEnd;
   Mav::Activity::Watch watch;
@@ -127,7 +138,7 @@ void Follower::Impl::onTurn() {
   bool more = false;
   try {
     if (pathChanged || Mav::now() >= nextLook) look();
-    if (publisherGone) lookAtPublisher();
+    if (publisherFails) lookAtPublisher();
     if (reader && Mav::now() >= notBefore) more = turnSlices();
     if (std::exchange(rangSince, false)) more = true;  // nothing of it was seen
   } catch (EnvironmentException const& e) {
@@ -202,16 +213,21 @@ void Follower::Impl::lookAtPublisher() {
   } catch (EnvironmentException const& e) {
     MAV_TRACE(traceHandle(), 1, e.what());  // the tables may well be readable
   }
-  // Told when it turns. A run directory in which no publisher has ever been is no news.
-  if (!publisher || publisher->alive != publisherGone) return;
-  publisherGone = !publisher->alive;
-  if (publisherGone) {
+  // Told when it turns. A run directory in which no publisher has ever been is no news, nor is
+  // one that was started a moment ago.
+  double const now = secondsSinceEpoch();
+  auto const keeping = publisher ? publisher->keeping(now) : Keeping::starting;
+  bool const fails = keeping != Keeping::exact;
+  if (keeping == Keeping::starting || fails == publisherFails) return;
+  publisherFails = fails;
+  if (publisherFails) {
     Mav::log(Mav::Severity::warning,
-             fmt::format("{}: publisher {} has gone; serving the last known state, {:.0f} s old",
-                         runDir.string(), nameOf(*publisher),
-                         std::max(0.0, secondsSinceEpoch() - publisher->seenAt)));
+             fmt::format("{}: publisher {} {}; serving the last known state, {:.0f} s old",
+                         runDir.string(), nameOf(*publisher), failureOf(*publisher, now),
+                         publisher->age(now)));
   } else {
-    Mav::log(Mav::Severity::notice,
+    // As loud as the line before it: whoever read that one is to read this one.
+    Mav::log(Mav::Severity::warning,
              fmt::format("{}: publisher {} is back", runDir.string(), nameOf(*publisher)));
   }
 }

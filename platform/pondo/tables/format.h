@@ -51,7 +51,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 4;
+inline constexpr std::uint32_t schemaVersion = 5;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -109,11 +109,13 @@ struct MetaRecord {
   std::uint64_t logFirst = 0;    // sequence of the oldest entry of the change log
   std::uint64_t logNext = 0;     // sequence that the next entry will have
   std::uint64_t complete = 0;    // 0 until the publisher has filled new tables, then 1
+  std::uint64_t origin = 0;      // Origin: whose state the last commit wrote
 };
-static_assert(std::is_trivially_copyable_v<MetaRecord> && sizeof(MetaRecord) == 48);
+static_assert(std::is_trivially_copyable_v<MetaRecord> && sizeof(MetaRecord) == 56);
 static_assert(offsetof(MetaRecord, schema) == 4 && offsetof(MetaRecord, instance) == 8 &&
               offsetof(MetaRecord, generation) == 16 && offsetof(MetaRecord, logFirst) == 24 &&
-              offsetof(MetaRecord, logNext) == 32 && offsetof(MetaRecord, complete) == 40);
+              offsetof(MetaRecord, logNext) == 32 && offsetof(MetaRecord, complete) == 40 &&
+              offsetof(MetaRecord, origin) == 48);
 
 inline constexpr std::uint8_t forwardingVersion = 1;
 struct ForwardingRecord {

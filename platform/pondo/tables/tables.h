@@ -29,6 +29,13 @@ enum class TableId : std::uint8_t {
   fec = 7,
 };
 
+/// Where the state comes from that the tables hold; it is committed with the state itself.
+enum class Origin : std::uint64_t {
+  nobody = 0,  // new tables, not written yet
+  kernel = 1,  // kelbased
+  files = 2,   // kelbasectl load
+};
+
 enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
 
 /// Whether the machine forwards packets between all its links, by IP version. A version that the

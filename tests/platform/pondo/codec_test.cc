@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_literals;
 
-static_assert(Format::schemaVersion == 4);
+static_assert(Format::schemaVersion == 5);
 using namespace Routing::Fib;
 static_assert(routeTypeUnknown <= 3 && routeTypeBlackhole <= 3 && routeTypeUnreachable <= 3 &&
               routeTypeProhibit <= 3 && routeTypeStatic == 4 && routeTypeRip == 6 &&
@@ -73,12 +73,12 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
             "\x0a\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"s);
 
   Format::MetaRecord const meta{
-      .instance = 2, .generation = 3, .logFirst = 4, .logNext = 5, .complete = 1};
+      .instance = 2, .generation = 3, .logFirst = 4, .logNext = 5, .complete = 1, .origin = 2};
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
   EXPECT_EQ(bytes,
-            "OVOT\x04\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
-            "\x01\0\0\0\0\0\0\0"s);
+            "OVOT\x05\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "\x01\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0"s);
 }
 
 /// The bytes of keys sort as the keys do, and each key comes back.

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "platform/mav/time.h"
+#include "platform/pondo/tables/format.h"
 #include "tests/platform/pondo/peer_process.h"
 
 namespace Pondo::Test {
@@ -270,6 +271,32 @@ TEST_F(FollowerTest, diedPublisherIsToldWithTheAgeOfTheState) {
   successor.tell("commit");
   turn();
   EXPECT_EQ(mirror.links.size(), 2U);
+}
+
+/// As if the publisher had been started in 1970.
+void startedLongAgo(std::filesystem::path const& runDir) {
+  std::fstream file(runDir / Format::publisherLockFile);
+  std::string const text{std::istreambuf_iterator<char>(file), {}};
+  file.seekp(
+      static_cast<std::streamoff>(text.find("started=") + std::string_view("started=").size()));
+  file << "0000000000";
+}
+
+TEST_F(FollowerTest, aPublisherThatLivesButCannotKeepTheTablesExactIsTold) {
+  followPublisher();
+  for (auto const* const age : {"1", "30"}) {  // seconds
+    publisher.tell(std::string("exact ") + age);
+    startedLongAgo(runDir);
+    time.advance(Follower::lookInterval);
+    turns(2);
+  }
+  EXPECT_THAT(lines.take(),
+              ElementsAre(testing::MatchesRegex(
+                  ".* cannot keep the tables exact \\(full\\); serving the last known state, "
+                  "3[0-9] s old")));
+  publisher.tell("exact 0");  // it rings
+  turn();
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
 }
 
 TEST_F(FollowerTest, movedTablesAreFollowedWithoutAComparison) {

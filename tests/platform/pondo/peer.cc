@@ -147,6 +147,7 @@ std::string answer(std::string const& line) {
   if (verb == "commit") return writer->commit(), std::to_string(writer->generation());
   if (verb == "complete") return writer->commitComplete(), "ok";
   if (verb == "service") return writer->service() ? "1" : "0";
+  if (verb == "exact") return writer->tell({next<double>(words), "full", {}}), "ok";
   if (verb == "advance") return simulated.advance(next<double>(words)), "ok";
   if (verb == "churn") return forkChurn(words);
   if (verb == "hold") return hold(words);
