@@ -15,10 +15,15 @@ class Daemon {
  public:
   explicit Daemon(DaemonOptions const& options)
       : signals_(activity_, [this](int signal) { onSignal(signal); }),
-        notifier_(activity_),
+        notifier_(activity_, [this] { return publisher_.exactAge(); }),
         runDir_(options.runDir),
-        publisher_(activity_, {options.runDir, {.group = options.group}},
-                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}) {}
+        publisher_(activity_,
+                   {options.runDir, {.version = options.version, .group = options.group}},
+                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}) {
+    // The run directory is taken: whoever starts after this finds it. How long the kernel's first
+    // answer takes is nobody's business to wait for.
+    notifier_.ready();
+  }
 
   int run() {
     activity_.run();
@@ -33,7 +38,7 @@ class Daemon {
                fmt::format("publishing in {}: {}", runDir_.native(), publisher_.summary()));
     }
     told_ = true;
-    notifier_.ready(publisher_.summary());
+    notifier_.statusIs(publisher_.summary());
   }
 
   void onLost(std::string const& why) {

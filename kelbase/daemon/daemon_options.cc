@@ -15,10 +15,9 @@ namespace {
 constexpr char const* snmpGroup = "Debian-snmp";
 
 constexpr char const* description =
-    "Publishes the state of this kernel's interfaces and IP forwarding, in the network namespace\n"
-    "it is started in, to libOvoSnmp. Stays in the foreground; SIGTERM and SIGINT end it, and "
-    "what\n"
-    "it published stays.";
+    "Publishes the interfaces, addresses, neighbours, routes and IP forwarding of this kernel, in\n"
+    "the network namespace it is started in, to libOvoSnmp. Stays in the foreground; SIGTERM and\n"
+    "SIGINT end it, and what it published stays.";
 
 constexpr char const* footer =
     "Examples:\n"
@@ -41,7 +40,7 @@ std::string defaultGroup() {
 }
 
 ParsedOptions parseDaemonOptions(int argc, char const* const* argv, std::string const& version) {
-  DaemonOptions options{Pondo::defaultRunDir(), defaultGroup()};
+  DaemonOptions options{Pondo::defaultRunDir(), defaultGroup(), version};
   CLI::App app(description, "kelbased");
   app.footer(footer);
   app.set_version_flag("--version", "kelbased " + version);

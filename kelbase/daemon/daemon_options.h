@@ -10,6 +10,7 @@ namespace Kelbase {
 struct DaemonOptions {
   std::filesystem::path runDir;
   std::string group;  // empty: files keep the group they are created with
+  std::string version;
   bool verbose = false;
 };
 

@@ -8,9 +8,26 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
       views_(makeTableViews(kernel_)),
       nexthops_(kernel_.links),
       routes_(nexthops_),
-      publisher_(activity, {options.runDir, options.writer}, views(),
-                 {[this] { return feed_.settled(); }, hooks.published, hooks.lost}),
+      publisher_(activity, {options.runDir, options.writer}, views(), publisherHooks(hooks)),
       feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
+
+Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {
+  return {[this] { return feed_.settled(); }, [this] { return feed_.exact(); },
+          [this] { return counters(); }, hooks.published, hooks.lost};
+}
+
+Pondo::Counters KernelPublisher::counters() const {
+  auto const& heard = feed_.counters();
+  auto const& dumps = feed_.dumpCounters();
+  return {{"notifications", heard.events},
+          {"overruns", heard.overruns},
+          {"dumps", dumps.dumps},
+          {"dumpsInterrupted", dumps.interrupted},
+          {"dumpsFailed", dumps.failed},
+          {"messagesRejected", heard.rejected},
+          {"messagesForeign", heard.foreign},
+          {"bufferBytes", heard.buffer}};
+}
 
 std::vector<KernelSource*> KernelPublisher::sources() {
   std::vector<KernelSource*> result;

@@ -39,13 +39,17 @@ class KernelPublisher {
   /// The tables have been equal to the kernel once.
   bool published() const { return publisher_.published(); }
   /// The tables hold all that the kernel has said, and nothing of it is known to be missing.
-  bool exact() const { return feed_.exact() && publisher_.exact(); }
+  bool exact() const { return publisher_.exact(); }
+  /// Seconds since they last did; infinity: never yet.
+  double exactAge() const { return publisher_.exactAge(); }
   NetlinkFeed const& feed() const { return feed_; }
   std::string summary() const { return publisher_.summary(); }
 
  private:
   std::vector<KernelSource*> sources();
   std::vector<TableView*> views();
+  Publisher::Hooks publisherHooks(Hooks const& hooks);
+  Pondo::Counters counters() const;
 
   Kernel kernel_;
   KernelSources const sources_;

@@ -1,5 +1,6 @@
 #include "kelbase/daemon/service_notifier.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include <fmt/format.h>
@@ -7,26 +8,27 @@
 
 namespace Kelbase {
 
-ServiceNotifier::ServiceNotifier(Mav::Activity& activity)
-    : watchdogTimer_(activity.clock(), [this] { onWatchdog(); }),
-      statusTimer_(activity.clock(), [this] { sendStatus(); }) {
+ServiceNotifier::ServiceNotifier(Mav::Activity& activity, std::function<double()> exactAge)
+    : exactAge_(std::move(exactAge)),
+      watchdogTimer_(activity.clock(), [this] { onWatchdog(); }),
+      statusTimer_(activity.clock(), [this] { sendStatus(); }),
+      startedAt_(Mav::now()) {
   std::uint64_t microseconds = 0;
   if (sd_watchdog_enabled(0, &microseconds) <= 0) return;
   watchdogInterval_ = static_cast<double>(microseconds) / 1e6;
-  onWatchdog();
+  watchdogTimer_.timeMinIs(Mav::asap);
 }
 
 void ServiceNotifier::onWatchdog() {
-  sd_notify(0, "WATCHDOG=1");
+  double const age = std::min(exactAge_(), Mav::now() - startedAt_);
+  if (age <= watchdogInterval_) sd_notify(0, "WATCHDOG=1");
   watchdogTimer_.timeMinIs(Mav::now() + watchdogInterval_ / 2);
 }
 
-void ServiceNotifier::ready(std::string const& status) {
+void ServiceNotifier::ready() const { sd_notify(0, "READY=1"); }
+
+void ServiceNotifier::statusIs(std::string const& status) {
   status_ = status;
-  if (!ready_) {
-    ready_ = true;
-    sd_notify(0, "READY=1");
-  }
   if (status_ != statusSent_) statusTimer_.timeMinIs(statusAt_);
 }
 

@@ -35,8 +35,8 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
           {[this](KernelSource& source, NetlinkMessage const& message) { give(source, message); },
            [this] { onDumpsIdle(); }}),
       replay_(activity.clock(), [this] { replay(); }) {
-  std::size_t const granted = events_.receiveBufferIs(options_.eventBuffer);
-  MAV_TRACE(traceHandle(), 1, "notification buffer: " << granted << " bytes");
+  counters_.buffer = events_.receiveBufferIs(options_.eventBuffer);
+  MAV_TRACE(traceHandle(), 1, "notification buffer: " << counters_.buffer << " bytes");
   for (auto const* source : sources_) {
     for (unsigned const group : source->groups()) events_.subscribe(group);
   }

@@ -44,6 +44,7 @@ class NetlinkFeed {
     std::uint64_t rejected = 0;  // messages that were not as declared
     std::uint64_t foreign = 0;   // datagrams not from the kernel
     std::uint64_t overruns = 0;  // losses noticed
+    std::uint64_t buffer = 0;    // not a count: bytes of notifications that can wait
   };
 
   /// The sources must outlive the feed. Mav::Exception when the kernel refuses the sockets.

@@ -19,7 +19,7 @@ Publisher::Publisher(Mav::Activity& activity, Options const& options, std::vecto
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {
   watchNotices();
-  service_.timeMinIs(Mav::now() + serviceInterval);
+  service_.timeMinIs(Mav::asap);
 }
 
 std::string Publisher::summary() const {
@@ -59,14 +59,44 @@ void Publisher::write() {
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
   published_ = true;
-  if (failing_)
+  if (!failure_.empty())
     Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));
-  failing_ = false;
+  failure_.clear();
+  noteExact();
   hooks_.published();
 }
 
 bool Publisher::exact() const {
-  return !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
+  return hooks_.isWhole() && !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
+}
+
+double Publisher::exactAge() const { return exact() ? 0.0 : Mav::now() - exactAt_; }
+
+// After a write: what the kernel has said meanwhile waits for the next one, and takes nothing back.
+void Publisher::noteExact() {
+  if (!hooks_.isWhole()) return;
+  exactAt_ = Mav::now();
+  if (!toldExact_) tell();
+}
+
+void Publisher::tell() {
+  if (exact()) exactAt_ = Mav::now();
+  double const age = Mav::now() - exactAt_;
+  toldExact_ = age <= Pondo::exactWithin;
+  writer_.tell({age, trouble(), counters()});
+}
+
+std::string Publisher::trouble() const {
+  if (!failure_.empty()) return failure_;
+  if (exact()) return {};
+  return hooks_.isWhole() ? "writing what the kernel has told" : "reading the kernel's state";
+}
+
+Pondo::Counters Publisher::counters() const {
+  auto counters = hooks_.counters();
+  counters.emplace_back("writesFailed", failures_);
+  counters.emplace_back("tablesMadeAnew", anew_);
+  return counters;
 }
 
 bool Publisher::hasMore() const {
@@ -102,8 +132,16 @@ void Publisher::onNotice() {
 
 void Publisher::service() {
   service_.timeMinIs(Mav::now() + serviceInterval);
+  serveWriter();
+  tell();
+}
+
+void Publisher::serveWriter() {
   try {
-    if (writer_.service()) everything_ = true;
+    if (writer_.service()) {
+      everything_ = true;
+      ++anew_;
+    }
   } catch (Pondo::PublisherRunningException const& error) {
     return hooks_.lost(error.what());
   } catch (Pondo::EnvironmentException const& error) {
@@ -115,8 +153,10 @@ void Publisher::service() {
 }
 
 void Publisher::onFailure(char const* what) {
-  if (!failing_) Mav::log(Mav::Severity::error, fmt::format("{}; trying again every second", what));
-  failing_ = true;
+  ++failures_;
+  if (failure_.empty())
+    Mav::log(Mav::Severity::error, fmt::format("{}; trying again every second", what));
+  failure_ = what;
 }
 
 }  // namespace Kelbase

@@ -9,6 +9,9 @@
 // replaced, or a write failed, everything is published again. A failing environment is told in one
 // line, and tried again every second; the tables stay as after the last commit.
 //
+// Once a second the readers are told when the tables were last exact, why they are not, and what
+// was counted (Pondo::SignOfLife): that is all that health means here.
+//
 // All on the activity's thread; never blocks.
 
 #include <cstdint>
@@ -38,6 +41,10 @@ class Publisher {
   struct Hooks {
     /// Whether the model is worth publishing now: not amid a dump.
     std::function<bool()> isSettled;
+    /// Whether the model holds all that there is: nothing of it is known to be missing.
+    std::function<bool()> isWhole;
+    /// What has been counted on the model's way here, for the operator.
+    std::function<Pondo::Counters()> counters;
     /// What the kernel said so far is in the tables. Called after each write, changes or not.
     std::function<void()> published;
     /// It cannot go on: another publisher has taken the run directory over.
@@ -55,8 +62,10 @@ class Publisher {
 
   /// The tables have been equal to the model once.
   bool published() const { return published_; }
-  /// The tables hold all that the model does.
+  /// The tables hold all that there is.
   bool exact() const;
+  /// Seconds since they were last known to; infinity: never yet.
+  double exactAge() const;
   /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
   std::string summary() const;
 
@@ -69,6 +78,11 @@ class Publisher {
   void watchNotices();
   void onNotice();
   void service();
+  void serveWriter();
+  void noteExact();
+  void tell();
+  std::string trouble() const;
+  Pondo::Counters counters() const;
   void onFailure(char const* what);
 
   std::filesystem::path const runDir_;
@@ -83,7 +97,11 @@ class Publisher {
   bool published_ = false;
   bool everything_ = true;  // the tables may differ from the model anywhere
   bool complete_ = false;   // they have been equal to the model since they were made
-  bool failing_ = false;
+  std::string failure_;     // why nothing can be written; empty: it can
+  std::uint64_t failures_ = 0;
+  std::uint64_t anew_ = 0;  // times that the tables were made anew
+  double exactAt_ = -Mav::never;
+  bool toldExact_ = false;
 };
 
 }  // namespace Kelbase
