@@ -7,7 +7,7 @@ import socket
 import struct
 import time
 
-from ovo import routes
+from ovo import made_routes, routes
 from ovo.costs import in_turns
 from ovo.daemons import eventually
 from ovo.internet import OID_OF_UPTIME, Asker, Internet, instances, some
@@ -43,10 +43,15 @@ def stub_file(router, rows):
     return path
 
 
+def load(router, made):
+    router.ctl("load", "-", text=made_routes.ip_json(made), timeout=120)
+
+
 def generated(router, count):
     """Publishes such a table without a kernel; its rows."""
-    router.ctl("generate", "--routes", count, timeout=120)
-    lines = Internet(router, count).lines
+    internet = Internet(router, count)
+    load(router, internet.made)
+    lines = internet.lines
     links = {f"gen{n}": n + 2 for n in range(4)}
     connected = [routes.Row(routes.address(f"198.18.{n}.0"), routes.MASKS[24], 0, n + 2, 2, 0, 0)
                  for n in range(4)]
@@ -137,10 +142,10 @@ def start_on_published_routes():
     """snmpd started on published routes: when the last row is there (wall clock), and its memory"""
     yield "rows", "from its start", "first answer after", "processor time", "octets a row"
     with a_router() as router:
-        router.ctl("generate", "--routes", 0)
+        load(router, [])
         empty = filled(router.agent(), 4)
         size = anonymous(empty.daemon)
-        router.ctl("generate", "--routes", FULL, timeout=120)
+        load(router, made_routes.routes(FULL))
         filled(empty, FULL + 4)
         times = []
         for _ in range(3):

@@ -1,6 +1,7 @@
 #include "kelbase/ctl/command.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <filesystem>
 #include <functional>
@@ -10,12 +11,12 @@
 #include <fmt/format.h>
 #include <system_error>
 
-#include "kelbase/ctl/generate.h"
-#include "kelbase/ctl/generated_table.h"
+#include "kelbase/ctl/check/check.h"
 #include "kelbase/ctl/load.h"
 #include "kelbase/ctl/show.h"
 #include "kelbase/ctl/status.h"
 #include "kelbase/ctl/table_view.h"
+#include "kelbase/ctl/words.h"
 #include "platform/pondo/environment/run_dir.h"
 
 namespace Kelbase::Ctl {
@@ -24,55 +25,55 @@ namespace {
 constexpr char const* mainExamples =
     "Examples:\n"
     "  kelbasectl status                          is the state kept, and how old is it\n"
+    "  kelbasectl check                           what is wrong, and what to do\n"
     "  kelbasectl show links                      the interfaces that the agent knows\n"
     "  kelbasectl --json show links | jq '.[].name'\n"
     "  ip -json link | kelbasectl --rundir /tmp/try load -\n"
-    "'kelbasectl COMMAND --help' tells more of a command.";
+    "'kelbasectl help COMMAND' tells more of a command. Commands and tables can be abbreviated:\n"
+    "'kelbasectl sh rou'.";
 
 constexpr char const* statusExamples =
-    "Exits with 0 when a publisher is alive, with 3 when the state is there but nobody keeps it,\n"
-    "and with 1 when it cannot be read.\n"
+    "Exits with 0 when a publisher keeps the state exact, with 3 when the state is there but has\n"
+    "not been exact for some seconds, and with 1 when it cannot be read.\n"
     "Examples:\n"
     "  kelbasectl status\n"
-    "  kelbasectl --json status | jq .publisher.ageSeconds";
+    "  kelbasectl status -j | jq .publisher.counters";
+
+constexpr char const* checkExamples =
+    "Looks at the publisher, the run directory, the SNMP daemon and its answers, and tells of "
+    "each\n"
+    "fault what to do. Exits with 0 when nothing is wrong, else with 1. Root sees most; what "
+    "cannot\n"
+    "be seen is marked with '?' and counts as no fault.\n"
+    "Examples:\n"
+    "  sudo kelbasectl check\n"
+    "  kelbasectl check --agent 192.0.2.1:161 --community secret\n"
+    "  kelbasectl check -j | jq '.[] | select(.verdict == \"bad\")'";
 
 constexpr char const* showExamples =
     "Examples:\n"
     "  kelbasectl show links\n"
-    "  kelbasectl show forwarding --json\n"
+    "  kelbasectl show                                 which tables there are\n"
+    "  kelbasectl show forwarding -j\n"
     "  kelbasectl show routes --to 192.0.2.7           the route that packets there take\n"
     "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones";
-
-constexpr char const* generateExamples =
-    "Writes links gen0 to gen3, their addresses, next hops behind them and that many routes: the\n"
-    "same for the same seed. Replaces what the run directory holds of these. Refused while a\n"
-    "publisher runs. With --batch it prints input of 'ip -batch' instead, which gives a kernel\n"
-    "the same routes.\n"
-    "Examples:\n"
-    "  kelbasectl --rundir /tmp/try generate --routes 1000000\n"
-    "  ip netns add lab; kelbasectl generate --routes 10000 --batch | ip -n lab -batch -\n"
-    "  kelbasectl generate --routes 10000 --batch --routes-only | sed 's/add/del/' |\n"
-    "    ip -n lab -batch -";
 
 constexpr char const* loadExamples =
     "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4 "
     "or\n"
-    "-6), 'ip -json -details route' and 'ip -json nexthop', in any number of files. Replaces\n"
+    "-6), 'ip -json neighbour', 'ip -json -details route' and 'ip -json nexthop', in any number of "
+    "files. Replaces\n"
     "exactly the tables that they speak of, and writes nothing unless every file is good. Refused\n"
-    "while a publisher runs.\n"
+    "while a publisher runs; and where kelbased has published, unless --force is given: an agent\n"
+    "serves what is loaded there as the state of this machine.\n"
     "Examples:\n"
     "  ip -json link > links.json; ip -json netconf > netconf.json\n"
     "  kelbasectl --rundir /tmp/try load links.json netconf.json\n"
-    "  ip -json -details route > routes.json; kelbasectl load links.json routes.json\n"
+    "  ip -json -details route > routes.json; kelbasectl \\\n"
+    "    --rundir /tmp/try load links.json routes.json\n"
     "  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -";
 
-std::string tableHelp() {
-  std::string help = "Table to show:";
-  for (TableView const& view : tableViews()) {
-    help += fmt::format("\n{} ({})", view.name, view.help);
-  }
-  return help;
-}
+constexpr std::array<std::string_view, 5> commandNames{"check", "help", "load", "show", "status"};
 
 /// Says why a text is none.
 template <class Value>
@@ -95,16 +96,16 @@ class CommandLine {
     app_.name("kelbasectl");
     app_.footer(mainExamples);
     app_.set_version_flag("--version", "kelbasectl " + context.version);
-    app_.add_option("--rundir", runDir_, "Run directory of the publisher")
-        ->type_name("DIR")
-        ->capture_default_str();
-    app_.add_flag("--json", json_, "Print JSON");
+    runDirOption_ = app_.add_option("--rundir", runDir_, "Run directory of the publisher")
+                        ->type_name("DIR")
+                        ->capture_default_str();
+    app_.add_flag("-j,--json", json_, "Print JSON");
     app_.require_subcommand(1);
     app_.fallthrough();
     addStatus();
+    addCheck();
     addShow();
     addLoad();
-    addGenerate();
   }
 
   CLI::App& app() { return app_; }
@@ -124,16 +125,28 @@ class CommandLine {
                statusExamples, [this] { return status(context_, runDir_, json_); });
   }
 
+  void addCheck() {
+    CLI::App& added = addCommand("check", "Tell what is wrong between the kernel and a manager",
+                                 checkExamples, [this] {
+                                   check_.json = json_;
+                                   return check(context_, runDir_, check_);
+                                 });
+    added.add_option("--agent", check_.agent, "The SNMP daemon to ask")
+        ->type_name("HOST[:PORT]")
+        ->capture_default_str();
+    added.add_option("--community", check_.community, "As whom to ask it")
+        ->type_name("NAME")
+        ->capture_default_str();
+  }
+
   void addShow() {
-    std::vector<std::string> names;
-    for (TableView const& view : tableViews()) names.emplace_back(view.name);
     CLI::App& added = addCommand("show", "Show what a table holds", showExamples, [this] {
-      return show(context_, runDir_, *findTableView(table_), routeQuestion(), json_);
+      return table_.empty()
+                 ? showTables(context_, json_)
+                 : show(context_, runDir_, *findTableView(table_), routeQuestion(), json_);
     });
-    added.add_option("TABLE", table_, tableHelp())
-        ->required()
-        ->type_name("")
-        ->check(CLI::IsMember(names));
+    added.add_option("TABLE", table_, "Table to show; without it, which tables there are")
+        ->type_name("");
     auto* const within = added
                              .add_option("--within", within_,
                                          "Of routes: that of this prefix and more specific ones")
@@ -157,58 +170,60 @@ class CommandLine {
   }
 
   void addLoad() {
-    addCommand("load", "Load tables from the output of 'ip -json'", loadExamples,
-               [this] { return load(context_, runDir_, files_, json_); })
-        .add_option("FILE", files_, "Files to load; - is the standard input")
+    CLI::App& added =
+        addCommand("load", "Load tables from the output of 'ip -json'", loadExamples, [this] {
+          if (runDirOption_->count() == 0) {
+            throw UsageException("load needs --rundir DIR");
+          }
+          load_.json = json_;
+          return load(context_, runDir_, load_);
+        });
+    added.add_option("FILE", load_.files, "Files to load; - is the standard input")
         ->required()
         ->type_name("");
-  }
-
-  void addGenerate() {
-    CLI::App& added = addCommand("generate", "Make up an internet-like table of routes",
-                                 generateExamples, [this] {
-                                   generated_.json = json_;
-                                   return generate(context_, runDir_, generated_);
-                                 });
-    added.add_option("--routes", generated_.routes, "How many, besides those of the links")
-        ->type_name("N")
-        ->capture_default_str()
-        ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{GeneratedTable::routesMax}));
-    added.add_option("--seed", generated_.seed, "Which of all such tables")
-        ->type_name("S")
-        ->capture_default_str();
-    auto* const batch =
-        added.add_flag("--batch", generated_.batch, "Print input of 'ip -batch', write nothing");
-    added.add_flag("--routes-only", generated_.routesOnly, "Print no links and addresses")
-        ->needs(batch);
+    added.add_flag("--force", load_.force, "Also where kelbased has published");
   }
 
   Context const& context_;
-  CLI::App app_{"Show, load and make up the shared tables that kelbased publishes."};
+  CLI::App app_{
+      "Shows the state that kelbased publishes, tells how it is kept, and loads tables to try."};
   std::string runDir_ = Pondo::defaultRunDir().string();
   std::string table_;
   std::string within_;
   std::string to_;
-  GenerateOptions generated_;
-  std::vector<std::string> files_;
+  LoadOptions load_;
+  CheckOptions check_;
+  CLI::Option* runDirOption_ = nullptr;
   bool json_ = false;
   std::function<int()> command_;
 };
 
+std::vector<std::string> parsed(std::vector<std::string> arguments) {
+  std::vector<std::string_view> tables;
+  for (TableView const& view : tableViews()) tables.push_back(view.name);
+  arguments = inFull(std::move(arguments), commandNames, tables);
+  std::ranges::reverse(arguments);  // CLI11 takes them from the back
+  return arguments;
+}
+
+int reportUsage(Context const& context, std::string_view what) {
+  context.err << "kelbasectl: " << what << "\nTry 'kelbasectl help'.\n";
+  return exitUsage;
+}
+
 int parseAndExecute(Context const& context, std::vector<std::string> arguments) {
   CommandLine line(context);
   try {
-    std::ranges::reverse(arguments);  // CLI11 takes them from the back
-    line.app().parse(std::move(arguments));
+    line.app().parse(parsed(std::move(arguments)));
+    return line.execute();
+  } catch (CLI::Success const& e) {
+    line.app().exit(e, context.out, context.err);  // --help and --version
+    return exitOk;
   } catch (CLI::ParseError const& e) {
-    if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-      line.app().exit(e, context.out, context.err);  // --help and --version
-      return exitOk;
-    }
-    context.err << "kelbasectl: " << e.what() << "\nTry 'kelbasectl --help'.\n";
-    return exitUsage;
+    return reportUsage(context, e.what());
+  } catch (UsageException const& e) {
+    return reportUsage(context, e.what());
   }
-  return line.execute();
 }
 
 int report(Context const& context, std::string_view what) {

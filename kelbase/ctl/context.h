@@ -23,7 +23,7 @@ enum ExitCode : int {
   exitOk = 0,
   exitError = 1,
   exitUsage = 2,
-  exitUnkept = 3,  // status: the state is there, but no publisher keeps it
+  exitUnkept = 3,  // status: the state is there, but no publisher keeps it exact
 };
 
 }  // namespace Kelbase::Ctl

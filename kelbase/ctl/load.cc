@@ -51,6 +51,8 @@ void readFile(Context const& context, std::string const& file, LoadBatch& batch)
 struct Present {
   LoadBatch::Forwarding forwarding;
   LoadBatch::Links links;
+  Pondo::Origin origin = Pondo::Origin::nobody;
+  std::string unreadable;  // why; empty when they can be read, or are not there
 };
 
 Present readPresent(std::filesystem::path const& runDir) {
@@ -58,6 +60,7 @@ Present readPresent(std::filesystem::path const& runDir) {
   try {
     Pondo::Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
+    present.origin = snapshot.origin();
     snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax,
                                           [&](auto const& family, auto const& record) {
                                             present.forwarding.emplace(family, record);
@@ -68,15 +71,30 @@ Present readPresent(std::filesystem::path const& runDir) {
           *from, Pondo::sliceMax,
           [&](auto const& name, auto const& record) { present.links.emplace(name, record); });
     }
-  } catch (Pondo::EnvironmentException const&) {
-    return {};
+  } catch (Pondo::EnvironmentException const& e) {
+    present = {};
+    if (e.reason() != Pondo::EnvironmentException::Reason::absent) present.unreadable = e.what();
   }
   return present;
 }
 
-/// Not Writer::sync: a version that the files do not speak of stays.
-SyncCounts writeForwarding(Pondo::Writer& writer, LoadBatch::Forwarding const& told,
+void refuseKernelState(std::filesystem::path const& runDir, Present const& present) {
+  constexpr std::string_view remedy = "load into another directory, or overwrite it with --force";
+  if (!present.unreadable.empty()) {
+    throw LoadException(fmt::format("{}; it may be kelbased's: {}", present.unreadable, remedy));
+  }
+  if (present.origin != Pondo::Origin::kernel) return;
+  throw LoadException(fmt::format("{}: holds what kelbased published of this machine; {}",
+                                  runDir.string(), remedy));
+}
+
+/// Not Writer::sync: a version that the files do not speak of stays, and does not forward where
+/// nothing is known of it (else its object would answer genErr, which ends a manager's walk).
+SyncCounts writeForwarding(Pondo::Writer& writer, LoadBatch::Forwarding told,
                            LoadBatch::Forwarding const& present) {
+  for (auto const family : {Pondo::Family::ipv4, Pondo::Family::ipv6}) {
+    if (!present.contains(family)) told.try_emplace(family);
+  }
   SyncCounts counts;
   for (auto const& [family, record] : told) {
     bool const written = writer.put<Pondo::ForwardingTable>(family, record);
@@ -104,13 +122,15 @@ void writeRoutes(Context const& context, Pondo::Writer& writer, Fib const& fib,
 }
 
 std::vector<Written> write(Context const& context, std::filesystem::path const& runDir,
-                           std::vector<std::string> const& files, LoadBatch& batch) {
+                           LoadOptions const& given, LoadBatch& batch) {
   // Before the writer: LMDB allows one environment of a directory in a process.
   Present const present = readPresent(runDir);
+  if (!given.force) refuseKernelState(runDir, present);
   std::optional<Fib> fib;
   if (batch.tellsRoutes()) fib = batch.fib(present.links);
   Pondo::Writer::Options options;
-  options.publisher = publisherName(files);
+  options.publisher = publisherName(given.files);
+  options.origin = Pondo::Origin::files;
   Pondo::Writer writer(runDir, options);
   std::vector<Written> written;
   if (batch.tellsLinks()) {
@@ -122,10 +142,11 @@ std::vector<Written> write(Context const& context, std::filesystem::path const& 
     auto const counts6 = writer.sync<Pondo::Address6Table>(batch.addresses6());
     written.push_back({"addresses", sum(counts4, counts6)});
   }
-  if (!batch.forwarding().empty()) {
-    written.push_back(
-        {"forwarding", writeForwarding(writer, batch.forwarding(), present.forwarding)});
+  if (batch.tellsNeighbours()) {
+    written.push_back({"neighbours", writer.sync<Pondo::Neighbour4Table>(batch.neighbours())});
   }
+  written.push_back(
+      {"forwarding", writeForwarding(writer, batch.forwarding(), present.forwarding)});
   if (fib) writeRoutes(context, writer, *fib, written);
   writer.commitComplete();
   return written;
@@ -133,13 +154,12 @@ std::vector<Written> write(Context const& context, std::filesystem::path const& 
 
 }  // namespace
 
-int load(Context const& context, std::filesystem::path const& runDir,
-         std::vector<std::string> const& files, bool json) {
+int load(Context const& context, std::filesystem::path const& runDir, LoadOptions const& options) {
   refuseWhilePublished(runDir);
   LoadBatch batch;
-  for (std::string const& file : files) readFile(context, file, batch);
+  for (std::string const& file : options.files) readFile(context, file, batch);
   batch.check();
-  printWritten(context.out, write(context, runDir, files, batch), json);
+  printWritten(context.out, write(context, runDir, options, batch), options.json);
   return exitOk;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 // `kelbasectl load FILE...`: writes tables from `ip -json` output, so that the agent can be tried
 // and measured without root and without a network. Replaces exactly the tables that the files speak
-// of. All files are read and checked before the first write.
+// of; a version of IP whose forwarding nobody ever told does not forward. All files are read and
+// checked before the first write. A directory whose state kelbased published is left alone unless
+// `force` says otherwise: an agent serves what is loaded there as this router's own.
 
 #include <filesystem>
 #include <string>
@@ -13,9 +15,14 @@
 
 namespace Kelbase::Ctl {
 
-/// "-" is the standard input. LoadException, Pondo::EnvironmentException; and
-/// Pondo::PublisherRunningException while a publisher keeps the run directory.
-int load(Context const& context, std::filesystem::path const& runDir,
-         std::vector<std::string> const& files, bool json);
+struct LoadOptions {
+  std::vector<std::string> files;  // "-" is the standard input
+  bool force = false;
+  bool json = false;
+};
+
+/// LoadException, Pondo::EnvironmentException; and Pondo::PublisherRunningException while a
+/// publisher keeps the run directory.
+int load(Context const& context, std::filesystem::path const& runDir, LoadOptions const& options);
 
 }  // namespace Kelbase::Ctl

@@ -56,6 +56,16 @@ Dovel::IntfId label(Fields const& fields) {
   return Dovel::IntfId(text);
 }
 
+/// Nothing where there is none, or one of another kind of link.
+std::optional<Dovel::EthAddr> ethAddrOf(Fields const& fields) {
+  if (!fields.has("lladdr")) return std::nullopt;
+  try {
+    return Dovel::EthAddr(std::string_view(fields.text("lladdr", "a link address")));
+  } catch (Mav::RangeException const&) {
+    return std::nullopt;
+  }
+}
+
 [[noreturn]] void failToldOtherwise(Fields const& fields, std::string const& local,
                                     Dovel::IntfId const& link) {
   fields.fail("local", fmt::format("{} of \"{}\" was told otherwise before", local, link.name()));
@@ -73,6 +83,7 @@ LoadBatch::Kind const LoadBatch::kinds[] = {
     {"ip -json address", "addr_info", &LoadBatch::takeAddress},
     {"ip -json link", "ifname", &LoadBatch::takeLink},
     {"ip -json netconf", "interface", &LoadBatch::takeNetconf},
+    {"ip -json neighbour", "state", &LoadBatch::takeNeighbour},
     {"ip -json -details route", "dst", &LoadBatch::takeRoute},
     {"ip -json nexthop", "id", &LoadBatch::takeNexthop},
 };
@@ -221,6 +232,27 @@ bool LoadBatch::takeNetconf(Fields const& fields) {
                 fmt::format("was told otherwise at {}", forwardingPlaces_.at(*ipVersion)));
   }
   forwardingPlaces_.emplace(*ipVersion, fields.place("forwarding"));
+  return true;
+}
+
+bool LoadBatch::takeNeighbour(Fields const& fields) {
+  tellsNeighbours_ = true;
+  constexpr std::string_view expected = "an IP address";
+  if (fields.text("dst", expected).find(':') != std::string::npos) return true;
+  Neighbours::key_type const key{interfaceName(fields, "dev"),
+                                 ipAddress<Dovel::IpAddr>(fields, "dst")};
+  auto const states = fields.names("state");
+  bool const isUsable = std::ranges::none_of(states, [](auto state) {
+    return state == "FAILED" || state == "INCOMPLETE" || state == "NOARP";
+  });
+  auto const ethAddr = ethAddrOf(fields);
+  if (!isUsable || !ethAddr) return true;
+  Neighbours::mapped_type const record{*ethAddr, has(states, "PERMANENT")};
+  auto const [told, added] = neighbours_.emplace(key, record);
+  if (!added && !(told->second == record)) {
+    fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before", key.addr.stringValue(),
+                                   key.link.name()));
+  }
   return true;
 }
 

@@ -3,8 +3,8 @@
 //
 // Files add up: the same link may stand in several of them as long as they agree. An `ip -json
 // link` tells all links, an `ip -json address` all addresses besides; an `ip -json netconf` tells
-// the forwarding of the IP versions in it and nothing of the other one; an `ip -json route` all
-// routes (ctl_route_batch.h). RUNNING is not among the
+// the forwarding of the IP versions in it and nothing of the other one; an `ip -json neighbour` all
+// neighbours; an `ip -json route` all routes (route_batch.h). RUNNING is not among the
 // flags that `ip` prints: it prints NO-CARRIER for a link that is UP without RUNNING (iproute2,
 // print_link_flags).
 
@@ -26,6 +26,7 @@ class LoadBatch {
   using Links = std::map<Dovel::IntfId, Pondo::LinkTable::Record>;
   using Addresses4 = std::map<Pondo::Address4Table::Key, Pondo::Address4Table::Record>;
   using Addresses6 = std::map<Pondo::Address6Table::Key, Pondo::Address6Table::Record>;
+  using Neighbours = std::map<Pondo::Neighbour4Table::Key, Pondo::Neighbour4Table::Record>;
   using Forwarding = std::map<Pondo::Family, Pondo::ForwardingTable::Record>;
 
   /// Adds a file. `file` is the name for messages; `onBlock` as LineSource's. LoadException: not
@@ -41,6 +42,8 @@ class LoadBatch {
   bool tellsAddresses() const { return tellsAddresses_; }
   Addresses4 const& addresses4() const { return addresses4_; }
   Addresses6 const& addresses6() const { return addresses6_; }
+  bool tellsNeighbours() const { return tellsNeighbours_; }
+  Neighbours const& neighbours() const { return neighbours_; }
   /// The IP versions that the files speak of.
   Forwarding const& forwarding() const { return forwarding_; }
   bool tellsRoutes() const { return routes_.tellsRoutes(); }
@@ -60,6 +63,7 @@ class LoadBatch {
   void takeAddress6(Dovel::IntfId const& link, Fields const& fields);
   bool takeLink(Fields const& fields);
   bool takeNetconf(Fields const& fields);
+  bool takeNeighbour(Fields const& fields);
   bool takeRoute(Fields const& fields) { return routes_.takeRoute(fields); }
   bool takeNexthop(Fields const& fields) { return routes_.takeNexthop(fields); }
 
@@ -69,6 +73,8 @@ class LoadBatch {
   bool tellsAddresses_ = false;
   Addresses4 addresses4_;
   Addresses6 addresses6_;
+  bool tellsNeighbours_ = false;
+  Neighbours neighbours_;
   Forwarding forwarding_;
   std::map<Pondo::Family, std::string> forwardingPlaces_;  // of "all"
   std::map<Pondo::Family, std::string> familyPlaces_;      // of any interface

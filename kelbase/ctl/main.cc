@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <unistd.h>
@@ -15,6 +17,12 @@ namespace {
 
 double epoch() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+/// A terminal that takes colours and a line drawn again.
+bool isTerminal(int fd) {
+  char const* const kind = std::getenv("TERM");
+  return ::isatty(fd) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
 }  // namespace
@@ -30,8 +38,8 @@ int main(int argc, char** argv) {
       .err = std::cerr,
       .epoch = epoch,
       .version = OVO_VERSION,
-      .outTerminal = ::isatty(STDOUT_FILENO) == 1,
-      .errTerminal = ::isatty(STDERR_FILENO) == 1,
+      .outTerminal = isTerminal(STDOUT_FILENO),
+      .errTerminal = isTerminal(STDERR_FILENO),
   };
   return Kelbase::Ctl::run(context, {argv + 1, argv + argc});
 }

@@ -42,7 +42,7 @@ class RouteRows {
   void add(Dovel::Prefix const& prefix, Route const& route) {
     rows_.push_back({prefix.stringValue(), typeText(route.routeType),
                      std::int64_t{route.metric.value()}, std::int64_t{route.preference.value()},
-                     static_cast<std::int64_t>(route.fecId.value()), hops(route.fecId)});
+                     FecNumber{route.fecId.value()}, hops(route.fecId)});
   }
 
  private:
@@ -74,8 +74,8 @@ std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string
                                     std::vector<Row>& rows) {
   return snapshot.scan<FecTable>(
       from, Pondo::sliceMax, [&](FecId const& fecId, Pondo::Fib::Fec const& fec) {
-        rows.push_back({static_cast<std::int64_t>(fecId.value()),
-                        static_cast<std::int64_t>(fec.vias.size()), hopsOf(fec)});
+        rows.push_back(
+            {FecNumber{fecId.value()}, static_cast<std::int64_t>(fec.vias.size()), hopsOf(fec)});
       });
 }
 

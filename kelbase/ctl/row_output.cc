@@ -27,6 +27,13 @@ std::string hopsText(Hops const& hops, std::size_t most) {
   return text;
 }
 
+/// "nh 12" of the kernel's nexthop object or group 12, "own" of a set that routes bring themselves.
+std::string fecText(FecNumber fec) {
+  constexpr std::uint64_t ownMin = std::uint64_t{1} << 32U;
+  if (fec.value == 0) return "";
+  return fec.value < ownMin ? fmt::format("nh {}", fec.value) : "own";
+}
+
 nlohmann::ordered_json hopsJson(Hops const& hops) {
   auto array = nlohmann::ordered_json::array();
   for (Hop const& hop : hops) {
@@ -41,6 +48,7 @@ std::string cellText(Column const& column, Cell const& cell) {
   }
   if (auto const* hops = std::get_if<Hops>(&cell)) return hopsText(*hops, column.hopsMax);
   if (auto const* number = std::get_if<std::int64_t>(&cell)) return fmt::to_string(*number);
+  if (auto const* fec = std::get_if<FecNumber>(&cell)) return fecText(*fec);
   return std::get<std::string>(cell);
 }
 
@@ -48,6 +56,7 @@ nlohmann::ordered_json cellJson(Cell const& cell) {
   if (auto const* hops = std::get_if<Hops>(&cell)) return hopsJson(*hops);
   if (auto const* number = std::get_if<std::int64_t>(&cell)) return *number;
   if (auto const* flag = std::get_if<bool>(&cell)) return *flag;
+  if (auto const* fec = std::get_if<FecNumber>(&cell)) return fec->value;
   return std::get<std::string>(cell);
 }
 

@@ -1,5 +1,6 @@
 #include "kelbase/ctl/show.h"
 
+#include <array>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -30,7 +31,21 @@ int reportNone(Context const& context, RouteQuestion const& question) {
   return exitError;
 }
 
+constexpr std::array<Column, 2> listColumns{{{"TABLE", "name"}, {"HOLDS", "holds"}}};
+
 }  // namespace
+
+int showTables(Context const& context, bool json) {
+  std::vector<Row> rows;
+  for (TableView const& view : tableViews()) {
+    rows.push_back({std::string(view.name), std::string(view.help)});
+  }
+  auto const output =
+      json ? jsonOutput(context.out, listColumns) : textOutput(context.out, listColumns);
+  output->write(rows);
+  output->end();
+  return exitOk;
+}
 
 int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
          RouteQuestion const& question, bool json) {

@@ -20,4 +20,7 @@ struct RouteQuestion {
 int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
          RouteQuestion const& question, bool json);
 
+/// Prints which tables there are.
+int showTables(Context const& context, bool json);
+
 }  // namespace Kelbase::Ctl

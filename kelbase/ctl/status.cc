@@ -19,9 +19,12 @@
 namespace Kelbase::Ctl {
 namespace {
 
-// A publisher shows a sign of life once a second; one that is alive and silent for longer than
-// this is stopped, or starved.
-constexpr double silentAfter = 10.0;
+using Pondo::Keeping;
+
+constexpr std::array<Column, 2> counterColumns{{
+    {"COUNTED", "name"},
+    {"SINCE THE START", "count"},
+}};
 
 constexpr std::array<Column, 3> tableColumns{{
     {"TABLE", "name"},
@@ -43,6 +46,7 @@ void readTables(Status& status) {
     status.tables.push_back({view.name, countTable(reader, view)});
   }
   status.generation = generation;
+  status.origin = reader.snapshot().origin();
 }
 
 std::string timeText(double epoch) {
@@ -52,14 +56,28 @@ std::string timeText(double epoch) {
   return fmt::format("{:%Y-%m-%d %H:%M:%S %z}", local);
 }
 
-/// Clocks of the file system and of the process may differ by a tick.
 double age(double now, double then) { return std::max(0.0, now - then); }
 
-std::string livenessText(Pondo::PublisherInfo const& publisher, double now) {
-  if (!publisher.alive) return "not running";
-  double const silent = age(now, publisher.seenAt);
-  if (silent <= silentAfter) return "alive";
-  return fmt::format("alive, but silent for {}", spanText(silent));
+std::string livenessText(Keeping keeping) {
+  if (keeping == Keeping::gone) return "not running";
+  return keeping == Keeping::still ? "stands still" : "alive";
+}
+
+std::string stateText(Pondo::PublisherInfo const& publisher, double now) {
+  std::string const old = spanText(publisher.age(now)) + " old";
+  switch (publisher.keeping(now)) {
+    case Keeping::exact:
+      return "exact";
+    case Keeping::gone:
+      return old + ", kept by nobody";
+    case Keeping::still:
+      return old + ", the publisher stands still";
+    case Keeping::starting:
+      return "not exact yet: " + publisher.trouble;
+    case Keeping::behind:
+      break;
+  }
+  return fmt::format("{}, not exact: {}", old, publisher.trouble);
 }
 
 std::string coloured(Context const& context, bool good, std::string const& text) {
@@ -67,45 +85,89 @@ std::string coloured(Context const& context, bool good, std::string const& text)
   return fmt::format("\033[{}m{}\033[0m", good ? 32 : 31, text);
 }
 
+void printTime(std::ostream& out, std::string_view label, double then, double now) {
+  out << fmt::format("{:<15}{}, {} ago\n", label, timeText(then), spanText(age(now, then)));
+}
+
 void printPublisher(Context const& context, Status const& status) {
   if (!status.publisher) {
-    context.out << "publisher      none has been here\n";
+    context.out << "publisher      "
+                << (status.publisherKnown ? "none has been here\n" : "not known\n");
     return;
   }
   Pondo::PublisherInfo const& publisher = *status.publisher;
   double const now = context.epoch();
-  std::string const liveness = livenessText(publisher, now);
-  auto const line = [&](std::string_view label, double then) {
-    context.out << fmt::format("{:<15}{}, {} ago\n", label, timeText(then),
-                               spanText(age(now, then)));
-  };
-  context.out << fmt::format("publisher      {}, pid {}, {}\n", publisher.name, publisher.pid,
-                             coloured(context, liveness == "alive", liveness));
-  line("started", publisher.startedAt);
-  line("last seen", publisher.seenAt);
+  auto const keeping = publisher.keeping(now);
+  bool const good = keeping == Keeping::exact;
+  context.out << fmt::format("publisher      {}{}{}, pid {}, {}\nstate          {}\n",
+                             publisher.name, publisher.version.empty() ? "" : " ",
+                             publisher.version, publisher.pid,
+                             coloured(context, good, livenessText(keeping)),
+                             coloured(context, good, stateText(publisher, now)));
+  if (publisher.exactAt.value_or(0) > 0)
+    printTime(context.out, "last exact", *publisher.exactAt, now);
+  printTime(context.out, "last seen", publisher.seenAt, now);
+  printTime(context.out, "started", publisher.startedAt, now);
 }
 
-void printText(Context const& context, Status const& status) {
-  context.out << "run directory  " << status.runDir.string()
-              << (status.runDirPresent ? "\n" : " (absent)\n");
-  if (status.runDirPresent) printPublisher(context, status);
+void printRows(std::ostream& out, std::span<Column const> columns, std::vector<Row> const& rows) {
+  auto const output = textOutput(out, columns);
+  output->write(rows);
+  output->end();
+}
+
+void printCounters(std::ostream& out, Pondo::Counters const& counters) {
+  if (counters.empty()) return;
+  std::vector<Row> rows;
+  for (auto const& [name, count] : counters)
+    rows.push_back({name, static_cast<std::int64_t>(count)});
+  out << '\n';
+  printRows(out, counterColumns, rows);
+}
+
+void printTables(std::ostream& out, Status const& status) {
   if (!status.generation) return;
-  context.out << "schema         " << Pondo::Format::schemaVersion << '\n'
-              << "generation     " << *status.generation << "\n\n";
   std::vector<Row> rows;
   for (auto const& table : status.tables) {
     rows.push_back({std::string(table.name), static_cast<std::int64_t>(table.counts.records),
                     static_cast<std::int64_t>(table.counts.malformed)});
   }
-  auto const output = textOutput(context.out, tableColumns);
-  output->write(rows);
-  output->end();
+  out << '\n';
+  printRows(out, tableColumns, rows);
+}
+
+void printText(Context const& context, Status const& status) {
+  context.out << "run directory  " << status.runDir.string() << status.runDirNote << '\n';
+  if (status.runDirPresent) printPublisher(context, status);
+  if (status.generation) {
+    context.out << "schema         " << Pondo::Format::schemaVersion << '\n'
+                << "generation     " << *status.generation << '\n';
+  }
+  printTables(context.out, status);
+  if (status.publisher) printCounters(context.out, status.publisher->counters);
 }
 
 nlohmann::ordered_json publisherJson(Pondo::PublisherInfo const& publisher, double now) {
-  return {{"name", publisher.name},     {"pid", publisher.pid},
-          {"alive", publisher.alive},   {"startedAt", publisher.startedAt},
-          {"seenAt", publisher.seenAt}, {"ageSeconds", age(now, publisher.seenAt)}};
+  nlohmann::ordered_json json{{"name", publisher.name},
+                              {"version", publisher.version},
+                              {"pid", publisher.pid},
+                              {"alive", publisher.alive},
+                              {"exact", publisher.keeping(now) == Keeping::exact},
+                              {"startedAt", publisher.startedAt},
+                              {"seenAt", publisher.seenAt},
+                              {"exactAt", nullptr},
+                              {"ageSeconds", publisher.age(now)},
+                              {"trouble", nullptr},
+                              {"counters", nlohmann::ordered_json::object()}};
+  if (publisher.exactAt) json["exactAt"] = *publisher.exactAt;
+  if (!publisher.trouble.empty()) json["trouble"] = publisher.trouble;
+  for (auto const& [name, count] : publisher.counters) json["counters"][name] = count;
+  return json;
+}
+
+char const* originText(Pondo::Origin origin) {
+  if (origin == Pondo::Origin::kernel) return "kernel";
+  return origin == Pondo::Origin::files ? "files" : "nobody";
 }
 
 void printJson(Context const& context, Status const& status) {
@@ -116,9 +178,11 @@ void printJson(Context const& context, Status const& status) {
   if (status.publisher) json["publisher"] = publisherJson(*status.publisher, context.epoch());
   json["schema"] = nullptr;
   json["generation"] = nullptr;
+  json["origin"] = nullptr;
   if (status.generation) {
     json["schema"] = Pondo::Format::schemaVersion;
     json["generation"] = *status.generation;
+    json["origin"] = originText(status.origin);
   }
   json["tables"] = nlohmann::ordered_json::array();
   for (auto const& table : status.tables) {
@@ -136,10 +200,16 @@ void printJson(Context const& context, Status const& status) {
 Status readStatus(std::filesystem::path const& runDir) {
   Status status;
   status.runDir = runDir;
-  std::error_code ignored;
-  status.runDirPresent = std::filesystem::is_directory(runDir, ignored);
+  std::error_code error;
+  status.runDirPresent = std::filesystem::is_directory(runDir, error);
+  if (error == std::errc::permission_denied) {
+    status.runDirNote = " (no permission to look)";
+  } else if (!status.runDirPresent) {
+    status.runDirNote = " (absent)";
+  }
   try {
     status.publisher = Pondo::publisherInfo(runDir);
+    status.publisherKnown = true;
     readTables(status);
   } catch (Mav::Exception const& e) {
     status.error = e.what();
@@ -150,16 +220,12 @@ Status readStatus(std::filesystem::path const& runDir) {
 
 int status(Context const& context, std::filesystem::path const& runDir, bool json) {
   Status const status = readStatus(runDir);
-  if (json) {
-    printJson(context, status);
-  } else {
-    printText(context, status);
-  }
+  (json ? printJson : printText)(context, status);
   if (!status.error.empty()) {
     context.err << "kelbasectl: " << status.error << '\n';
     return exitError;
   }
-  return status.kept() ? exitOk : exitUnkept;
+  return status.kept(context.epoch()) ? exitOk : exitUnkept;
 }
 
 std::string spanText(double seconds) {

@@ -1,6 +1,6 @@
 #pragma once
-// `kelbasectl status`: is there a run directory, does a publisher keep it, how old is the state,
-// and what do the tables hold.
+// `kelbasectl status`: is there a run directory, does a publisher keep it exact, how old is the
+// state, what do the tables hold, and what has the publisher counted.
 
 #include <cstdint>
 #include <filesystem>
@@ -23,19 +23,25 @@ struct Status {
 
   std::filesystem::path runDir;
   bool runDirPresent = false;
+  std::string runDirNote;                         // " (absent)"; empty when all is well
+  bool publisherKnown = false;                    // it could be asked whether there is one
   std::optional<Pondo::PublisherInfo> publisher;  // the present or the last one
   std::optional<std::uint64_t> generation;        // with it, the tables could be read
+  Pondo::Origin origin = Pondo::Origin::nobody;   // of what the tables hold
   std::vector<Table> tables;
   std::string error;  // why something could not be read; else empty
 
-  bool kept() const { return publisher && publisher->alive; }
+  bool kept(double now) const {
+    return publisher && publisher->keeping(now) == Pondo::Keeping::exact;
+  }
 };
 
 /// Reads all that can be read; never throws for what the run directory is like.
 Status readStatus(std::filesystem::path const& runDir);
 
-/// Prints it. exitOk when a publisher is alive, exitUnkept when the state is there but nobody keeps
-/// it, exitError when something could not be read (said on context.err too).
+/// Prints it. exitOk when a publisher keeps the state exact, exitUnkept when the state is there but
+/// has not been exact for Pondo::exactWithin, exitError when something could not be read (said on
+/// context.err too).
 int status(Context const& context, std::filesystem::path const& runDir, bool json);
 
 /// A span of time in words, two units at most: "0.4 s", "3 min 20 s", "2 d 4 h".

@@ -99,6 +99,18 @@ constexpr std::array<Field<Address6>, 7> address6Fields{{
      }},
 }};
 
+using Neighbour = Pondo::Neighbour4Table;
+constexpr std::array<Field<Neighbour>, 4> neighbourFields{{
+    {{"INTERFACE", "interface"},
+     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
+    {{"ADDRESS", "address"},
+     [](auto const& key, auto const&) -> Cell { return key.addr.stringValue(); }},
+    {{"LINK ADDRESS", "linkAddress"},
+     [](auto const&, auto const& record) -> Cell { return record.ethAddr.stringValue(); }},
+    {{"PERMANENT", "permanent"},
+     [](auto const&, auto const& record) -> Cell { return record.isStatic; }},
+}};
+
 template <class Table, std::size_t size>
 constexpr auto columnsOf(std::array<Field<Table>, size> const& fields) {
   std::array<Column, size> columns{};
@@ -109,6 +121,7 @@ constexpr auto columnsOf(std::array<Field<Table>, size> const& fields) {
 constexpr auto forwardingColumns = columnsOf(forwardingFields);
 constexpr auto linkColumns = columnsOf(linkFields);
 constexpr auto addressColumns = columnsOf(address4Fields);
+constexpr auto neighbourColumns = columnsOf(neighbourFields);
 
 template <class Table, auto const& fields>
 std::optional<std::string> readSlice(Pondo::Snapshot const& snapshot, std::string_view from,
@@ -174,6 +187,8 @@ constexpr std::array views{
     view<Forwarding, forwardingFields>("forwarding", forwardingColumns,
                                        "whether the host forwards packets, by IP version"),
     view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
+    view<Neighbour, neighbourFields>("neighbours", neighbourColumns,
+                                     "the IPv4 neighbours whose link address is known"),
     TableView{"routes", "the IPv4 routes of the main table, one a prefix", routeColumns,
               &readRoutes, &countSlice<Pondo::RouteTable>},
 };

@@ -27,7 +27,12 @@ struct Hop {
 };
 using Hops = std::vector<Hop>;
 
-using Cell = std::variant<bool, std::int64_t, std::string, Hops>;
+/// The number of a set of next hops; text tells whose it is.
+struct FecNumber {
+  std::uint64_t value = 0;
+};
+
+using Cell = std::variant<bool, std::int64_t, std::string, Hops, FecNumber>;
 using Row = std::vector<Cell>;
 
 struct Column {

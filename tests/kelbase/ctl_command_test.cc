@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <map>
 #include <string>
 #include <vector>
@@ -80,8 +81,8 @@ class CtlCommandTest : public CtlFixture {
     writer.put<Pondo::ForwardingTable>(Pondo::Family::ipv4, {.routing = false});
     writer.put<Pondo::ForwardingTable>(Pondo::Family::ipv6, {.routing = true});
   }
-  void publishOnce() const {
-    Pondo::Writer writer(runDir(), Pondo::Writer::Options{});
+  void publishOnce(Pondo::Origin origin = Pondo::Origin::files) const {
+    Pondo::Writer writer(runDir(), {.origin = origin});
     publishSome(writer);
     writer.commit();
   }
@@ -107,15 +108,17 @@ TEST_F(CtlCommandTest, LoadsIntoANewDirectoryAndShows) {
       << err();
   EXPECT_EQ(out(),
             "links: 3 added, 0 changed, 0 removed, 0 unchanged\n"
-            "forwarding: 1 added, 0 changed, 0 removed, 0 unchanged\n");
+            "forwarding: 2 added, 0 changed, 0 removed, 0 unchanged\n");
   EXPECT_EQ(shown(),
             "INTERFACE  IFINDEX  ADMIN  OPER\n"
             "lo               1  up     up\n"
             "v0               3  up     down\n"
             "v1               2  down   down\n"
             "FAMILY  ROUTING\n"
-            "ipv4    on\n");
+            "ipv4    on\n"
+            "ipv6    off\n");
   EXPECT_EQ(ctl({"--json", "status"}), exitUnkept);
+  EXPECT_EQ(outJson()["origin"], "files");
   EXPECT_THAT(outJson()["publisher"]["name"], EndsWith("links.json -"));
 }
 
@@ -139,14 +142,35 @@ TEST_F(CtlCommandTest, LoadReplacesWhatTheFilesSpeakOfAndLeavesTheRest) {
   ASSERT_EQ(ctl({"load", file("up.json", Samples::addressesUp)}), exitOk);
   EXPECT_EQ(out(),
             "links: 0 added, 0 changed, 1 removed, 2 unchanged\n"
-            "addresses: 1 added, 0 changed, 0 removed, 0 unchanged\n");
+            "addresses: 1 added, 0 changed, 0 removed, 0 unchanged\n"
+            "forwarding: 0 added, 0 changed, 0 removed, 0 unchanged\n");
+}
+
+TEST_F(CtlCommandTest, LoadLeavesAloneWhatKelbasedHasPublished) {
+  publishOnce(Pondo::Origin::kernel);
+  auto const links = file("links.json", Samples::links);
+  EXPECT_EQ(ctl({"load", links}), exitError);
+  EXPECT_EQ(err(), "kelbasectl: " + runDir().string() +
+                       ": holds what kelbased published of this machine; load into another "
+                       "directory, or overwrite it with --force\n");
+  EXPECT_EQ(shown(), someShown);
+  // Nor what it cannot look into; and a program's name in publisher.lock decides nothing.
+  std::filesystem::resize_file(runDir() / "tables" / "data.mdb", 8192);
+  EXPECT_EQ(ctl({"load", links}), exitError);
+  EXPECT_THAT(err(), HasSubstr("; it may be kelbased's: load into another directory, or "));
+  EXPECT_EQ(ctl({"load", "--force", links}), exitOk) << err();
+  EXPECT_EQ(ctl({"load", links}), exitOk) << err();
+  // A kelbased that finds nothing to change has published nevertheless.
+  Pondo::Writer(runDir(), {}).commitComplete();
+  EXPECT_EQ(ctl({"load", links}), exitError);
 }
 
 TEST_F(CtlCommandTest, AddressesOfBothVersionsAreShownAsOneTable) {
   ASSERT_EQ(ctl({"load", file("a.json", Samples::addresses)}), exitOk) << err();
   EXPECT_EQ(out(),
             "links: 1 added, 0 changed, 0 removed, 0 unchanged\n"
-            "addresses: 4 added, 0 changed, 0 removed, 0 unchanged\n");
+            "addresses: 4 added, 0 changed, 0 removed, 0 unchanged\n"
+            "forwarding: 2 added, 0 changed, 0 removed, 0 unchanged\n");
   ASSERT_EQ(ctl({"--json", "show", "addresses"}), exitOk) << err();
   EXPECT_EQ(outJson(), json::parse(R"([
       {"interface":"v0","family":"ipv4","address":"10.0.0.1","prefixLength":24,"peer":"",
@@ -163,6 +187,16 @@ TEST_F(CtlCommandTest, AddressesOfBothVersionsAreShownAsOneTable) {
   EXPECT_EQ(ctl({"--json", "status"}), exitUnkept);
   EXPECT_EQ(outJson()["tables"][0],
             json::parse(R"({"name":"addresses","records":1,"malformed":0})"));
+}
+
+TEST_F(CtlCommandTest, NeighboursThatTheKernelMayUseAreLoaded) {
+  ASSERT_EQ(ctl({"load", "-"}, Samples::neighbours), exitOk) << err();
+  EXPECT_THAT(out(), HasSubstr("neighbours: 2 added, 0 changed, 0 removed, 0 unchanged\n"));
+  ASSERT_EQ(ctl({"show", "neighbours"}), exitOk);
+  EXPECT_EQ(out(),
+            "INTERFACE  ADDRESS   LINK ADDRESS       PERMANENT\n"
+            "eth0       10.0.0.2  02:00:00:00:00:02  no\n"
+            "eth0       10.0.0.3  02:00:00:00:00:03  yes\n");
 }
 
 TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {
@@ -211,23 +245,60 @@ TEST_F(CtlCommandTest, BesideALivePublisherStatusIsToldAndLoadIsRefused) {
                              "fecs              0          0\n"
                              "forwarding        2          0\n"
                              "links             1          0\n"
+                             "neighbours        0          0\n"
                              "routes            0          0\n")));
   EXPECT_EQ(ctl({"load", file("links.json", Samples::links)}), exitError);
   EXPECT_EQ(err(), "kelbasectl: " + runDir().string() + ": kelbased (pid " + publisher.pid() +
                        ") publishes here and would overwrite what is loaded; stop it, or load into "
                        "another directory with --rundir\n");
   EXPECT_EQ(shown(), someShown);
+}
 
+TEST_F(CtlCommandTest, StatusTellsWhenTheTablesWereLastExact) {
+  OtherPublisher const publisher(runDir(), [](Pondo::Writer& writer) {
+    publishSome(writer);
+    writer.tell({.exactAge = 0, .trouble = {}, .counters = {{"overruns", 3}, {"dumps", 8}}});
+  });
+  EXPECT_EQ(ctl({"status"}), exitOk) << err();
+  EXPECT_THAT(out(), AllOf(HasSubstr(", alive\nstate          exact\nlast exact     "),
+                           EndsWith("COUNTED   SINCE THE START\n"
+                                    "overruns                3\n"
+                                    "dumps                   8\n")));
   epoch_ += 60;  // without a sign of life
-  EXPECT_EQ(ctl({"status"}), exitOk);
-  EXPECT_THAT(out(), HasSubstr(", alive, but silent for "));
+  EXPECT_EQ(ctl({"status"}), exitUnkept);
+  EXPECT_THAT(out(), MatchesRegex(".*, stands still\nstate          (59 s|1 min [01] s) old, the "
+                                  "publisher stands still\n.*"));
+  EXPECT_EQ(ctl({"status", "-j"}), exitUnkept);
+  json const told = outJson()["publisher"];
+  EXPECT_EQ(told["alive"], true);
+  EXPECT_EQ(told["exact"], false);
+  EXPECT_NEAR(told["ageSeconds"].get<double>(), 60, 2);
+  EXPECT_EQ(told["counters"], json::parse(R"({"overruns":3,"dumps":8})"));
+}
+
+TEST_F(CtlCommandTest, StatusTellsWhyTheTablesAreNotExact) {
+  OtherPublisher const publisher(runDir(), [](Pondo::Writer& writer) {
+    publishSome(writer);
+    writer.tell({.exactAge = 60, .trouble = "no\nspace", .counters = {}});
+  });
+  EXPECT_EQ(ctl({"status"}), exitUnkept);
+  EXPECT_THAT(out(), HasSubstr("\nstate          not exact yet: no?space\n"));
+  auto const lock = runDir() / "publisher.lock";
+  std::fstream file(lock);
+  std::string const text{std::istreambuf_iterator<char>(file), {}};
+  file.seekp(static_cast<std::streamoff>(text.find("started=") + 8));
+  file << "0000000000" << std::flush;
+  EXPECT_EQ(ctl({"status"}), exitUnkept);
+  EXPECT_THAT(out(), MatchesRegex(".*, alive\nstate          .* old, not exact: no\\?space\n.*"));
+  EXPECT_EQ(ctl({"status", "-j"}), exitUnkept);
+  EXPECT_EQ(outJson()["publisher"]["trouble"], "no?space");
 }
 
 TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
   publishOnce();
   epoch_ += 3'600;
   EXPECT_EQ(ctl({"status"}), exitUnkept);
-  EXPECT_THAT(out(), HasSubstr(", not running\n"));
+  EXPECT_THAT(out(), HasSubstr(", not running\nstate          "));
   EXPECT_EQ(err(), "");
   EXPECT_EQ(ctl({"status", "--json"}), exitUnkept);
   json const told = outJson();
@@ -284,35 +355,51 @@ TEST_F(CtlCommandTest, StatusAndShowWithoutARunDirectoryOrTables) {
   EXPECT_THAT(err(), StartsWith("kelbasectl: "));
 }
 
-TEST_F(CtlCommandTest, UsageErrorsExitWithTwo) {
+TEST_F(CtlCommandTest, UsageErrorsExitWithTwoAndNameTheWrongWord) {
   for (auto const& [arguments, error] : std::map<std::vector<std::string>, std::string>{
            {{}, "A subcommand is required"},
+           {{"statsu"}, "no such command: 'statsu'; there are check, help, load, show, status"},
+           {{"s"}, "'s' may be show or status"},
+           {{"status", "now"}, "The following argument was not expected: now"},
            {{"load"}, "FILE is required"},
-           {{"show"}, "TABLE is required"},
-           {{"show", "routs"}, "TABLE: routs not in {addresses,fecs,forwarding,links,routes}"},
+           {{"show", "routs"},
+            "no such table: 'routs'; there are addresses, fecs, forwarding, links, neighbours, "
+            "routes"},
+           {{"show", "f"}, "'f' may be fecs or forwarding"},
            {{"show", "links", "--to", "192.0.2.1"}, "--to: is for routes alone"},
            {{"show", "routes", "--to", "192.0.2"}, "--to: invalid IPv4 address '192.0.2'"},
            {{"show", "routes", "--within", "10.0.0.1/8"},
             "--within: prefix 10.0.0.1/8 has host bits set"},
            {{"show", "routes", "--within", "10.0.0.0/8", "--to", "10.0.0.1"},
             "--within excludes --to"},
-           {{"generate", "--routes", "4000001"},
-            "--routes: Value 4000001 not in range 0 to 4000000"},
-           {{"generate", "--routes-only"}, "--routes-only requires --batch"},
        }) {
     EXPECT_EQ(ctl(arguments), exitUsage);
-    EXPECT_EQ(err(), "kelbasectl: " + error + "\nTry 'kelbasectl --help'.\n");
+    EXPECT_EQ(err(), "kelbasectl: " + error + "\nTry 'kelbasectl help'.\n");
     EXPECT_EQ(out(), "");
   }
+  EXPECT_EQ(
+      run({.in = std::cin, .out = out_, .err = err_, .epoch = {}, .version = {}}, {"load", "-"}),
+      exitUsage);
+  EXPECT_THAT(err(), HasSubstr("kelbasectl: load needs --rundir DIR\n"));
 }
 
-TEST_F(CtlCommandTest, HelpHasExamplesAndVersionIsToldForScripts) {
-  for (auto const* command : {"status", "show", "load", "generate"}) {
+TEST_F(CtlCommandTest, HelpHasExamplesAndWordsMayBeShort) {
+  for (auto const* command : {"status", "check", "show", "load"}) {
     EXPECT_EQ(ctl({command, "--help"}), exitOk);
-    EXPECT_THAT(out(), HasSubstr("Examples:\n  ")) << command;
+    std::string const help = out();
+    EXPECT_THAT(help, HasSubstr("Examples:\n  ")) << command;
+    EXPECT_EQ(ctl({"h", command}), exitOk);
+    EXPECT_EQ(out(), help);
   }
+  EXPECT_EQ(ctl({"help"}), exitOk);
+  EXPECT_THAT(out(), HasSubstr("Commands and tables can be abbreviated"));
   EXPECT_EQ(ctl({"--version"}), exitOk);
   EXPECT_EQ(out(), "kelbasectl 1.2.3\n");
+  publishOnce();
+  EXPECT_EQ(ctl({"sh", "-j", "li"}), exitOk);
+  EXPECT_EQ(outJson()[0]["name"], "v0");
+  EXPECT_EQ(ctl({"show"}), exitOk);
+  EXPECT_THAT(out(), HasSubstr("\nlinks       the host's interfaces\n"));
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST_F(LoadBatchTest, AFileLongerThanABufferKeepsItsLines) {
 TEST_F(LoadBatchTest, BadFormIsRefusedNamingFileAndLine) {
   std::string const nothing =
       ": holds nothing to load; known are the outputs of 'ip -json address', 'ip -json link', "
-      "'ip -json netconf', 'ip -json -details route', 'ip -json nexthop'";
+      "'ip -json netconf', 'ip -json neighbour', 'ip -json -details route', 'ip -json nexthop'";
   std::string const array = "expected an array, as 'ip -json' prints it, got ";
   std::string const form = "not JSON as 'ip -json' prints it: syntax error while parsing ";
   expectErrors({

@@ -45,7 +45,7 @@ LIBRARIES = {
     "lmdb.h": {"platform/pondo"},
     "libmnl": {"kelbase/netlink"},
     "systemd": {"kelbase/daemon"},
-    "CLI": {"kelbase/daemon", "kelbase/ctl", "benchmarks"},
+    "CLI": {"kelbase/daemon", "kelbase/ctl"},
     "nlohmann": {"kelbase/ctl"},
 }
 

@@ -1,4 +1,4 @@
-"""A router with a table of the internet's size, as `kelbasectl generate` makes it."""
+"""A router with a table of the internet's size, as made_routes makes it."""
 
 import contextlib
 import gc
@@ -7,7 +7,7 @@ import os
 import random
 import time
 
-from ovo import routes
+from ovo import made_routes, routes
 from ovo.snmp import Silence
 from ovo.tables import ROUTE
 
@@ -19,14 +19,12 @@ class Internet:
 
     def __init__(self, router, count, seed=1):
         self._router = router
-        lines = router.ctl("generate", "--routes", count, "--seed", seed, "--batch",
-                           timeout=120).splitlines()
-        self._links = [line for line in lines if not line.startswith("route")]
-        self.lines = [line for line in lines if line.startswith("route")]
+        self.made = made_routes.routes(count, seed)
+        self.lines = made_routes.batch_of_routes(self.made)
 
     def connect(self):
         """Makes the links."""
-        self._router.batch(*self._links)
+        self._router.batch(*made_routes.batch_of_links())
         return self
 
     def links(self):

@@ -115,7 +115,7 @@ def expected(routes, nexthops, links):
 
 
 def of_batch(lines, links):
-    """The rows of lines as `kelbasectl generate --batch` prints them, each prefix once."""
+    """The rows of lines as made_routes makes them, each prefix once."""
     rows = []
     hops = _Remembering(address)
     for line in lines:

@@ -1,0 +1,190 @@
+#include "kelbase/ctl/check/agent_answers.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include <fmt/format.h>
+
+namespace Kelbase::Ctl {
+namespace {
+
+/// An object of ours. It has no row while the published table has none.
+struct Object {
+  std::string_view name;
+  std::string_view oid;
+  std::string_view table;  // empty: always answered
+};
+
+constexpr std::array objects{
+    Object{"ipForwarding", "1.3.6.1.2.1.4.1", {}},
+    Object{"ipAddrTable", "1.3.6.1.2.1.4.20", "addresses"},
+    Object{"ipNetToMediaTable", "1.3.6.1.2.1.4.22", "neighbours"},
+    Object{"ipCidrRouteNumber", "1.3.6.1.2.1.4.24.3", {}},
+    Object{"ipCidrRouteTable", "1.3.6.1.2.1.4.24.4", "routes"},
+    Object{"ipv6IpForwarding", "1.3.6.1.2.1.4.25", {}},
+    Object{"ipAddressPrefixTable", "1.3.6.1.2.1.4.32", "addresses"},
+    Object{"ipAddressTable", "1.3.6.1.2.1.4.34", "addresses"},
+    Object{"brivetSwFwdIpStatsTable", "1.3.6.1.4.1.99999.3.1.1.1", {}},
+};
+
+constexpr int ourPriority = 64;
+constexpr std::string_view sysUpTime = "1.3.6.1.2.1.1.3";
+constexpr std::string_view moduleNames = "1.3.6.1.4.1.8072.1.2.1.1.4";
+
+bool isBelow(std::string_view oid, std::string_view root) {
+  return oid.starts_with(root) && (oid.size() == root.size() || oid[root.size()] == '.');
+}
+
+template <class Number>
+Number numberAt(std::string_view& oid) {
+  Number number{};
+  auto const [end, error] = std::from_chars(oid.data(), oid.data() + oid.size(), number);
+  oid.remove_prefix(static_cast<std::size_t>(end - oid.data()));
+  if (oid.starts_with('.')) oid.remove_prefix(1);
+  return error == std::errc{} ? number : Number{};
+}
+
+std::optional<Registration> registrationOf(std::string_view line) {
+  constexpr std::string_view equals = " = STRING: ";
+  auto const middle = line.find(equals);
+  if (!line.starts_with('.') || middle == line.npos) return std::nullopt;
+  auto index = line.substr(1, middle - 1);
+  if (!isBelow(index, moduleNames) || index.size() == moduleNames.size()) return std::nullopt;
+  index.remove_prefix(moduleNames.size() + 1);
+  if (numberAt<std::size_t>(index) != 0) return std::nullopt;  // a context with a name
+  Registration registration;
+  for (auto left = numberAt<std::size_t>(index); left > 0 && !index.empty(); --left) {
+    if (!registration.oid.empty()) registration.oid += '.';
+    registration.oid += fmt::to_string(numberAt<std::uint64_t>(index));
+  }
+  registration.priority = numberAt<int>(index);
+  registration.name = line.substr(middle + equals.size());
+  std::erase(registration.name, '"');
+  return registration;
+}
+
+class Asker {
+ public:
+  Asker(AgentAddress const& address, RunTool const& run) : address_(address), run_(run) {}
+
+  std::optional<std::string> ask(std::string const& tool, std::string_view oid) const {
+    return run_({tool, "-v2c", "-c", address_.community, "-t", "2", "-r", "1", "-On",
+                 address_.agent, std::string(oid)});
+  }
+  /// Whether the next object after `oid` is below it; nothing when it does not answer.
+  std::optional<bool> answers(std::string_view oid, std::string& said) const {
+    said = ask("snmpgetnext", oid).value_or("");
+    said = said.substr(0, said.find('\n'));
+    if (!said.starts_with('.')) return std::nullopt;
+    return isBelow(std::string_view(said).substr(1, said.find(' ') - 1), oid);
+  }
+
+ private:
+  AgentAddress const& address_;
+  RunTool const& run_;
+};
+
+Finding silentFinding(AgentAddress const& address, std::string const& said) {
+  return {Verdict::bad, "answers",
+          fmt::format("{} gives community \"{}\" none: {}", address.agent, address.community, said),
+          "is snmpd running, on that address (--agent HOST:PORT), and does its configuration name "
+          "that community (--community NAME)?"};
+}
+
+bool hasRows(Object const& object, Status const& status) {
+  auto const table = std::ranges::find(status.tables, object.table, &Status::Table::name);
+  return object.table.empty() || table == status.tables.end() || table->counts.records > 0;
+}
+
+constexpr char const* loadRemedy =
+    "put the dlmod line into snmpd.conf; snmpd's log tells what the module waits for";
+
+std::string showRemedy(Object const& object) {
+  bool const isStandard = isBelow(object.oid, "1.3.6.1.2.1.4");
+  return fmt::format(
+      "view NAME included .{} in snmpd.conf, for the view of this community (Debian: "
+      "systemonly)",
+      isStandard ? "1.3.6.1.2.1.4" : "1.3.6.1.4.1.99999.3");
+}
+
+/// Nothing where the view does not show who has registered what.
+std::optional<bool> isRegistered(Object const& object,
+                                 std::vector<Registration> const& registrations) {
+  if (registrations.empty()) return std::nullopt;
+  return std::ranges::any_of(registrations, [&](Registration const& one) {
+    return one.oid == object.oid && one.priority == ourPriority;
+  });
+}
+
+Finding objectFinding(Asker const& asker, Object const& object, Status const& status,
+                      std::vector<Registration> const& registrations) {
+  std::string const name(object.name);
+  std::string said;
+  auto const answered = asker.answers(object.oid, said);
+  if (!answered && said.find("No more variables") == std::string::npos) {
+    return {Verdict::bad, name, said, "snmpd's log tells why"};
+  }
+  auto const registered = isRegistered(object, registrations);
+  if (registered == false) {
+    return {Verdict::bad, name,
+            fmt::format("the module has not registered it{}",
+                        answered.value_or(false) ? "; another one answers" : ""),
+            loadRemedy};
+  }
+  if (answered.value_or(false)) return {Verdict::good, name, "answered", {}};
+  if (!hasRows(object, status)) return {Verdict::good, name, "no rows, as published", {}};
+  if (registered) return {Verdict::bad, name, "not answered: a view hides it", showRemedy(object)};
+  return {Verdict::bad, name, "not answered: a view hides it, or the module is not there",
+          fmt::format("{}; or {}", showRemedy(object), loadRemedy)};
+}
+
+Finding foreignFinding(std::vector<Registration> const& registrations) {
+  if (registrations.empty()) {
+    return {
+        Verdict::unknown, "other modules", "the view does not show who has registered what", {}};
+  }
+  std::string names;
+  for (auto const& one : registrations) {
+    bool const overlaps = std::ranges::any_of(
+        objects, [&](Object const& object) { return isBelow(one.oid, object.oid); });
+    if (!overlaps || one.priority == ourPriority) continue;
+    names += fmt::format("{}{} at {}", names.empty() ? "" : ", ", one.name, one.oid);
+  }
+  if (names.empty()) return {Verdict::good, "other modules", "none answers for these objects", {}};
+  return {Verdict::bad, "other modules", "answer for these objects too: " + names,
+          "leave them out (snmpd -I -NAME), or stop the subagent that registers them"};
+}
+
+}  // namespace
+
+std::vector<Registration> registrationsOf(std::string_view walked) {
+  std::vector<Registration> found;
+  while (!walked.empty()) {
+    auto const line = walked.substr(0, walked.find('\n'));
+    walked.remove_prefix(std::min(walked.size(), line.size() + 1));
+    if (auto registration = registrationOf(line)) found.push_back(std::move(*registration));
+  }
+  return found;
+}
+
+Findings answerFindings(AgentAddress const& address, Status const& status, RunTool const& run) {
+  Asker const asker(address, run);
+  if (!asker.ask("snmpgetnext", sysUpTime)) {
+    return {{Verdict::unknown, "answers", "net-snmp's tools are not there", "apt install snmp"}};
+  }
+  std::string said;
+  auto const alive = asker.answers(sysUpTime, said);
+  if (!alive && said.find("No more variables") == std::string::npos) {
+    return {silentFinding(address, said)};
+  }
+  auto const registrations = registrationsOf(asker.ask("snmpbulkwalk", moduleNames).value_or(""));
+  Findings findings;
+  for (auto const& object : objects) {
+    findings.push_back(objectFinding(asker, object, status, registrations));
+  }
+  findings.push_back(foreignFinding(registrations));
+  return findings;
+}
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,39 @@
+#pragma once
+// What the SNMP daemon answers to a manager, object by object, and why not: asked for with a
+// community, through net-snmp's snmpgetnext and snmpbulkwalk. The daemon's own list of
+// registrations (NET-SNMP-AGENT-MIB's nsModuleTable), where the community may see it, tells a view
+// that hides from a module that is not there, and names who else has registered our objects.
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kelbase/ctl/check/finding.h"
+#include "kelbase/ctl/status.h"
+
+namespace Kelbase::Ctl {
+
+/// outputOf(), or a test's.
+using RunTool = std::function<std::optional<std::string>(std::vector<std::string> const&)>;
+
+struct AgentAddress {
+  std::string agent;
+  std::string community;
+};
+
+Findings answerFindings(AgentAddress const& address, Status const& status, RunTool const& run);
+
+/// An entry of nsModuleTable.
+struct Registration {
+  std::string name;
+  std::string oid;  // "1.3.6.1.2.1.4.20"
+  int priority = 0;
+};
+
+/// Of lines ".1.3.6.1.4.1.8072.1.2.1.1.4.CONTEXT.OID.PRIORITY = STRING: NAME" (-On); others, and
+/// those of a context with a name, are left out.
+std::vector<Registration> registrationsOf(std::string_view walked);
+
+}  // namespace Kelbase::Ctl

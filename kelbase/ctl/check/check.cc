@@ -1,0 +1,57 @@
+#include "kelbase/ctl/check/check.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "kelbase/ctl/check/agent_answers.h"
+#include "kelbase/ctl/check/snmp_process.h"
+#include "kelbase/ctl/check/tool.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+std::string_view word(Verdict verdict) {
+  if (verdict == Verdict::good) return "ok";
+  return verdict == Verdict::bad ? "WRONG" : "?";
+}
+
+void printText(std::ostream& out, Findings const& findings) {
+  for (auto const& [verdict, what, found, remedy] : findings) {
+    out << fmt::format("{:<6} {}: {}\n", word(verdict), what, found);
+    if (verdict != Verdict::good && !remedy.empty()) out << fmt::format("       -> {}\n", remedy);
+  }
+}
+
+void printJson(std::ostream& out, Findings const& findings) {
+  auto array = nlohmann::ordered_json::array();
+  for (auto const& [verdict, what, found, remedy] : findings) {
+    array.push_back({{"check", what},
+                     {"verdict", verdict == Verdict::good  ? "good"
+                                 : verdict == Verdict::bad ? "bad"
+                                                           : "unknown"},
+                     {"found", found},
+                     {"remedy", remedy}});
+  }
+  out << array.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+void append(Findings& all, Findings more) { std::ranges::move(more, std::back_inserter(all)); }
+
+}  // namespace
+
+int check(Context const& context, std::filesystem::path const& runDir,
+          CheckOptions const& options) {
+  Status const status = readStatus(runDir);
+  Findings findings = publisherFindings(status, context.epoch());
+  append(findings, processFindings(snmpProcesses(), runDir));
+  append(findings, answerFindings({options.agent, options.community}, status, outputOf));
+  (options.json ? printJson : printText)(context.out, findings);
+  bool const wrong = std::ranges::any_of(
+      findings, [](Finding const& finding) { return finding.verdict == Verdict::bad; });
+  return wrong ? exitError : exitOk;
+}
+
+}  // namespace Kelbase::Ctl

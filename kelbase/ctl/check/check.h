@@ -1,0 +1,28 @@
+#pragma once
+// `kelbasectl check`: what is wrong on the road from the kernel to a manager, and what to do. It
+// looks from outside, as an operator would: at the run directory, at the SNMP daemon's process in
+// /proc, and at its answers, which it asks for by net-snmp's own tools. What it cannot look at
+// (another user's process, no tools installed) it says so of, and judges nothing by it.
+
+#include <filesystem>
+#include <string>
+
+#include "kelbase/ctl/check/finding.h"
+#include "kelbase/ctl/context.h"
+#include "kelbase/ctl/status.h"
+
+namespace Kelbase::Ctl {
+
+struct CheckOptions {
+  std::string agent = "127.0.0.1";  // as net-snmp's tools take it: HOST, udp:HOST:PORT
+  std::string community = "public";
+  bool json = false;
+};
+
+/// Prints what it found. exitOk when nothing is wrong, else exitError.
+int check(Context const& context, std::filesystem::path const& runDir, CheckOptions const& options);
+
+/// Of the publisher and its tables.
+Findings publisherFindings(Status const& status, double now);
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,24 @@
+#pragma once
+// What `kelbasectl check` has found out about one thing.
+
+#include <string>
+#include <vector>
+
+namespace Kelbase::Ctl {
+
+enum class Verdict {
+  good,
+  bad,
+  unknown,  // it could not be looked at
+};
+
+struct Finding {
+  Verdict verdict = Verdict::unknown;
+  std::string what;    // "publisher", "ipAddrTable"
+  std::string found;   // "alive"
+  std::string remedy;  // what to do; empty when good
+};
+
+using Findings = std::vector<Finding>;
+
+}  // namespace Kelbase::Ctl

@@ -1,0 +1,91 @@
+#include <fmt/format.h>
+
+#include "kelbase/ctl/check/check.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+// What kelbased asks for. A million routes that change at once fill it in some tenths of a second.
+constexpr std::uint64_t bufferWanted = std::uint64_t{16} << 20U;
+
+Finding publisherFinding(Status const& status, double now) {
+  Finding finding{Verdict::bad, "publisher", {}, {}};
+  if (!status.publisherKnown) {
+    finding.found = status.error;
+    finding.remedy = "run this as root, or as a member of the run directory's group";
+    return finding;
+  }
+  if (!status.publisher) {
+    finding.found = fmt::format("none has been in {}", status.runDir.string());
+    finding.remedy = "systemctl start kelbased; or name its run directory with --rundir";
+    return finding;
+  }
+  auto const& publisher = *status.publisher;
+  auto const told = fmt::format("{} {}, pid {}", publisher.name, publisher.version, publisher.pid);
+  auto const age = spanText(publisher.age(now));
+  switch (publisher.keeping(now)) {
+    case Pondo::Keeping::exact:
+      return {Verdict::good, "publisher", told + ", the tables are exact", {}};
+    case Pondo::Keeping::gone:
+      finding.found = fmt::format("{}, is not running; the state is {} old", told, age);
+      finding.remedy = "systemctl start kelbased; journalctl -u kelbased tells why it ended";
+      return finding;
+    case Pondo::Keeping::still:
+      finding.found = fmt::format("{}, stands still; the state is {} old", told, age);
+      finding.remedy = fmt::format("kill -CONT {}; or systemctl restart kelbased", publisher.pid);
+      return finding;
+    case Pondo::Keeping::starting:
+      return {Verdict::unknown, "publisher", told + ", has just been started", "wait a moment"};
+    case Pondo::Keeping::behind:
+      break;
+  }
+  finding.found = fmt::format("{}, cannot keep the tables exact: {}", told, publisher.trouble);
+  finding.remedy = "mend that; journalctl -u kelbased tells more";
+  return finding;
+}
+
+Finding tablesFinding(Status const& status) {
+  if (!status.generation) {
+    return {Verdict::bad, "tables", status.error, "see what the error says; else restart kelbased"};
+  }
+  if (status.origin == Pondo::Origin::files) {
+    return {Verdict::bad, "tables", "hold what 'kelbasectl load' read from files",
+            "start kelbased, which publishes this machine's state"};
+  }
+  for (auto const& table : status.tables) {
+    if (table.counts.malformed == 0) continue;
+    return {Verdict::bad, "tables",
+            fmt::format("{} malformed records of {}", table.counts.malformed, table.name),
+            "install kelbased, the module and kelbasectl of one version; restart kelbased"};
+  }
+  return {
+      Verdict::good, "tables", fmt::format("well-formed, generation {}", *status.generation), {}};
+}
+
+Finding bufferFinding(Pondo::Counters const& counters) {
+  std::uint64_t buffer = 0;
+  std::uint64_t overruns = 0;
+  for (auto const& [name, count] : counters) {
+    if (name == "bufferBytes") buffer = count;
+    if (name == "overruns") overruns = count;
+  }
+  auto found =
+      fmt::format("{} KiB for what the kernel tells; overrun {} times", buffer / 1024, overruns);
+  if (buffer == 0) return {Verdict::unknown, "netlink buffer", "not told", {}};
+  if (buffer >= bufferWanted) return {Verdict::good, "netlink buffer", std::move(found), {}};
+  // An overrun costs a fresh dump and loses nothing: a small buffer alone is no fault.
+  return {overruns == 0 ? Verdict::good : Verdict::bad, "netlink buffer", std::move(found),
+          fmt::format("sysctl -w net.core.rmem_max={}; then restart kelbased", bufferWanted)};
+}
+
+}  // namespace
+
+Findings publisherFindings(Status const& status, double now) {
+  Findings findings{publisherFinding(status, now)};
+  if (!status.publisherKnown || !status.publisher) return findings;
+  findings.push_back(tablesFinding(status));
+  if (status.kept(now)) findings.push_back(bufferFinding(status.publisher->counters));
+  return findings;
+}
+
+}  // namespace Kelbase::Ctl

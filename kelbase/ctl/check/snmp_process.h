@@ -1,0 +1,36 @@
+#pragma once
+// The SNMP daemons of this machine, as /proc shows them: who they run as, whether they can reach
+// the run directory, and whether they have loaded the module.
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "kelbase/ctl/check/finding.h"
+
+namespace Kelbase::Ctl {
+
+struct SnmpProcess {
+  std::int64_t pid = 0;
+  std::string name;  // snmpd, ovosnmpd
+  uid_t user = 0;
+  std::vector<gid_t> groups;
+  std::optional<bool> loaded;  // the module; nothing: another user's process
+  bool stale = false;          // what it has loaded has been replaced on disk since
+};
+
+/// Those of this network namespace, as far as that can be seen.
+std::vector<SnmpProcess> snmpProcesses();
+
+/// The first directory on the way to `path` (or `path` itself) that the process cannot use.
+std::optional<std::filesystem::path> unreachable(SnmpProcess const& process,
+                                                 std::filesystem::path const& path);
+
+Findings processFindings(std::vector<SnmpProcess> const& processes,
+                         std::filesystem::path const& runDir);
+
+}  // namespace Kelbase::Ctl

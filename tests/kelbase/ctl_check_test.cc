@@ -1,0 +1,138 @@
+// kelbasectl check: what it makes of what it finds. The road to a real snmpd is the system tests'.
+
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "kelbase/ctl/check/agent_answers.h"
+#include "kelbase/ctl/check/check.h"
+#include "kelbase/ctl/check/snmp_process.h"
+#include "tests/kelbase/scratch_dir.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// "WHAT: FOUND" of those that are not good.
+std::vector<std::string> faults(Findings const& findings) {
+  std::vector<std::string> lines;
+  for (auto const& finding : findings) {
+    if (finding.verdict != Verdict::good) lines.push_back(finding.what + ": " + finding.found);
+  }
+  return lines;
+}
+
+/// An agent that shows some objects, and perhaps its registrations.
+struct Agent {
+  std::string shown;  // all below it
+  std::string registrations;
+
+  std::optional<std::string> operator()(std::vector<std::string> const& command) const {
+    auto const& oid = command.back();
+    if (command.front() == "snmpbulkwalk") return registrations;
+    if (oid == "1.3.6.1.2.1.1.3" || (!shown.empty() && oid.starts_with(shown))) {
+      return "." + oid + ".0 = INTEGER: 1\n";
+    }
+    return ".1.3.6.1.6.3.1 = INTEGER: 1\n";
+  }
+};
+
+Status published(std::size_t neighbours) {
+  Status status;
+  for (auto const* name : {"addresses", "routes"}) status.tables.push_back({name, {1, 0}});
+  status.tables.push_back({"neighbours", {neighbours, 0}});
+  return status;
+}
+
+/// Lines of nsModuleTable, as a walk gives them.
+std::string registered(std::string const& oid, int priority) {
+  auto const length = std::to_string(std::ranges::count(oid, '.') + 1);
+  return ".1.3.6.1.4.1.8072.1.2.1.1.4.0." + length + "." + oid + "." + std::to_string(priority) +
+         " = STRING: \"name\"\n";
+}
+
+std::string ours() {
+  std::string lines = ".1.3.6.1.4.1.8072.1.2.1.1.4.3.97.98.99.1.1.127 = STRING: \"elsewhere\"\n";
+  for (auto const* sub : {"1", "20", "22", "24.3", "24.4", "25", "32", "34"}) {
+    lines += registered(std::string("1.3.6.1.2.1.4.") + sub, 64);
+  }
+  return lines + registered("1.3.6.1.4.1.99999.3.1.1.1", 64) + "Timeout\n";
+}
+
+TEST(CheckAnswersTest, AViewThatHidesIsToldFromAModuleThatIsNotThere) {
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), Agent{"1.3.6.1.2.1.4", ours()})),
+              ElementsAre("brivetSwFwdIpStatsTable: not answered: a view hides it"));
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), Agent{"1.3.6.1.4.1.99999", ""})),
+              Contains("ipNetToMediaTable: not answered: a view hides it, or the module is not "
+                       "there"));
+  auto const stock = registered("1.3.6.1.2.1.4.22.1.2", 127);
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), Agent{"1.3.6.1.2.1.4", stock})),
+              Contains("ipNetToMediaTable: the module has not registered it; another one answers"));
+  // A table without rows is right to be silent.
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(0), Agent{"", ours()})),
+              Not(Contains(HasSubstr("ipNetToMediaTable"))));
+}
+
+TEST(CheckAnswersTest, WhoElseHasRegisteredOurObjectsIsNamed) {
+  auto const both = ours() + registered("1.3.6.1.2.1.4.22.1.2", 127);
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), Agent{"1.3.6.1", both})),
+              ElementsAre("other modules: answer for these objects too: name at "
+                          "1.3.6.1.2.1.4.22.1.2"));
+}
+
+TEST(CheckAnswersTest, SilenceAndMissingToolsAreTold) {
+  auto const silent = [](auto const&) { return std::string("Timeout: No Response from a\n"); };
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), silent)),
+              ElementsAre("answers: a gives community \"c\" none: Timeout: No Response from a"));
+  auto const absent = [](auto const&) { return std::optional<std::string>(); };
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), absent)),
+              ElementsAre("answers: net-snmp's tools are not there"));
+}
+
+TEST(CheckProcessTest, TheDaemonsWayToTheRunDirectoryIsWalked) {
+  ScratchDir const top;
+  auto const runDir = top / "run";
+  ASSERT_EQ(::mkdir(runDir.c_str(), 0750), 0);
+  ASSERT_EQ(::chmod((top / ".").c_str(), 0755), 0);
+  SnmpProcess const stranger{
+      .pid = 7, .name = "snmpd", .user = 12345, .groups = {12345}, .loaded = true};
+  auto const findings = processFindings({stranger}, runDir);
+  EXPECT_EQ(faults(findings).size(), 1U);
+  EXPECT_THAT(findings.back().remedy, HasSubstr("put that user into the group"));
+  SnmpProcess member = stranger;
+  member.groups.push_back(::getegid());
+  ASSERT_EQ(::chmod(runDir.c_str(), 0750), 0);
+  EXPECT_EQ(unreachable(member, "/"), std::nullopt);
+  EXPECT_EQ(unreachable(SnmpProcess{}, runDir), std::nullopt) << "root";
+}
+
+TEST(CheckPublisherTest, EachFaultHasItsRemedy) {
+  Status status;
+  status.publisherKnown = true;
+  status.generation = 1;
+  status.origin = Pondo::Origin::kernel;
+  EXPECT_THAT(faults(publisherFindings(status, 0)), ElementsAre(HasSubstr("none has been in")));
+  auto& publisher = status.publisher.emplace();
+  publisher.alive = true;
+  publisher.seenAt = 100;
+  publisher.exactAt = 100;
+  publisher.counters = {{"bufferBytes", 212'992}, {"overruns", 0}};
+  EXPECT_THAT(faults(publisherFindings(status, 101)), testing::IsEmpty());
+  publisher.counters.back().second = 1;
+  status.origin = Pondo::Origin::files;
+  EXPECT_THAT(faults(publisherFindings(status, 101)),
+              ElementsAre(HasSubstr("tables: hold what 'kelbasectl load'"),
+                          HasSubstr("netlink buffer: 208 KiB")));
+  EXPECT_THAT(faults(publisherFindings(status, 160))[0], HasSubstr("stands still"));
+  publisher.alive = false;
+  EXPECT_THAT(faults(publisherFindings(status, 160))[0], HasSubstr("is not running"));
+}
+
+}  // namespace
+}  // namespace Kelbase::Ctl
