@@ -1,9 +1,18 @@
 """kelbased as a daemon: one at a time, clean ends, what it publishes of links."""
 
+import pathlib
+import re
+import shutil
 import signal
 import socket
+import subprocess
+import tempfile
+import time
 
-from ovo.daemons import BUILD, eventually
+import pytest
+from ovo.daemons import BUILD, as_user, eventually
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def links_agree(router):
@@ -29,7 +38,7 @@ def test_what_cannot_work_is_said(router):
     nowhere = "/proc/no-such-place"
     for rundir, options, status, said in [
             (router.rundir, ("--group", "no-such-group"), 1, "kelbased: group no-such-group: "),
-            (nowhere, (), 1, f"kelbased: {nowhere}: "),
+            (nowhere, (), 1, f"kelbased: {nowhere}: cannot make: No such file or directory; choose "),
             (router.rundir, ("--no-such-option",), 2, "--no-such-option")]:
         daemon = router.start(router.dir / "refused.log", BUILD / "bin/kelbased", "--rundir",
                               rundir, *options)
@@ -58,6 +67,63 @@ def test_its_service_manager_and_the_journal_are_told(router):
         assert daemon.stop() == 0
         hear(b"STOPPING=1")
     assert daemon.lines("^<6>publishing in "), daemon.text()
+
+
+def test_a_publisher_that_stands_still_is_told_everywhere(router):
+    daemon, agent = router.publish(), router.agent()
+    assert agent.answers()
+    assert router.status()["publisher"]["exact"] is True
+    started = time.monotonic()
+    daemon.send(signal.SIGSTOP)
+    assert eventually(lambda: agent.daemon.lines("stands still; serving the last known state"), 11)
+    assert time.monotonic() - started < 10.5
+    code, _ = router.ctl_fails("status")
+    assert code == 3 and router.status()["publisher"]["exact"] is False
+    assert "the publisher stands still" in router.ctl("status", check=False)
+    daemon.send(signal.SIGCONT)
+    assert eventually(lambda: agent.daemon.lines("is back"), 2), agent.daemon.text()
+    assert router.status()["publisher"]["exact"] is True
+
+
+def test_tables_that_cannot_be_written_are_told_and_no_watchdog_is_fed(router):
+    router.space.run("mount", "-t", "tmpfs", "-o", "size=512k", "tmpfs", router.rundir.parent)
+    log, notify = router.dir / "full.log", router.dir / "notify"
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.bind(str(notify))
+        manager.settimeout(4)
+        daemon = router.start(log, "env", f"NOTIFY_SOCKET={notify}", "WATCHDOG_USEC=2000000",
+                              BUILD / "bin/kelbased", "--rundir", router.rundir)
+        router.wait_published(daemon)
+        router.batch(*(f"route add blackhole 10.{n >> 8}.{n & 255}.0/24" for n in range(20000)))
+        assert eventually(lambda: router.status()["publisher"]["exact"] is False, 10)
+        status = router.status()["publisher"]
+        assert "cannot" in status["trouble"] and status["counters"]["writesFailed"] > 0
+        with pytest.raises(TimeoutError):
+            while True:
+                manager.recv(4096)
+        router.space.run("mount", "-o", "remount,size=64m", router.rundir.parent)
+        assert eventually(lambda: router.status()["publisher"]["exact"], 10), daemon.text()
+
+
+def test_a_state_that_may_not_be_read_is_not_said_to_be_absent(router):
+    router.publish()
+    done = subprocess.run(
+        router.space.command(*as_user("nobody"), BUILD / "bin/kelbasectl", "--rundir",
+                             router.rundir, "status"), capture_output=True, text=True, timeout=30)
+    assert done.returncode == 1
+    assert "none has been here" not in done.stdout and "ermission" in done.stderr
+
+
+def test_the_unit_is_closed_as_far_as_it_goes():
+    if not shutil.which("systemd-analyze"):
+        pytest.skip("no systemd-analyze")
+    unit = (ROOT / "packaging/kelbased.service").read_text()
+    with tempfile.TemporaryDirectory() as directory:
+        path = pathlib.Path(directory) / "kelbased.service"
+        path.write_text(unit.replace("ExecStart=kelbased", "ExecStart=/bin/true"))
+        text = subprocess.run(["systemd-analyze", "security", "--offline=true", path],
+                              capture_output=True, text=True, check=False).stdout
+    assert float(re.search(r"exposure level .*: ([0-9.]+)", text).group(1)) <= 1.0
 
 
 def test_links_that_change_before_and_after_the_start(router):

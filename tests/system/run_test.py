@@ -145,6 +145,12 @@ def test_a_run_directory_of_the_users(router):
     assert not router.rundir.exists()
 
 
+def test_a_port_that_needs_root_is_not_said_to_be_taken(router):
+    run = Run(router, "--once", "--port", "1", user="nobody")
+    run.read_until(r"udp:127\.0\.0\.1:1 needs root; choose \d+ or more with --port")
+    assert run.process.wait(20) == 1
+
+
 @pytest.mark.parametrize("arguments, problem", [
     (["--port", "x"], '--port: expected a number from 1 to 65535, got "x"'),
     (["--port", "65536"], '--port: expected a number from 1 to 65535, got "65536"'),
