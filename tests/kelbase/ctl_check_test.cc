@@ -39,6 +39,7 @@ struct Agent {
     if (oid == "1.3.6.1.2.1.1.3" || (!shown.empty() && oid.starts_with(shown))) {
       return "." + oid + ".0 = INTEGER: 1\n";
     }
+    if (shown.empty()) return "." + oid + " = No more variables left in this MIB View\n";
     return ".1.3.6.1.6.3.1 = INTEGER: 1\n";
   }
 };

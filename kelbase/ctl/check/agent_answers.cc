@@ -75,8 +75,11 @@ class Asker {
   /// Whether the next object after `oid` is below it; nothing when it does not answer.
   std::optional<bool> answers(std::string_view oid, std::string& said) const {
     said = ask("snmpgetnext", oid).value_or("");
-    said = said.substr(0, said.find('\n'));
+    if (said.ends_with('\n')) said.pop_back();
+    std::ranges::replace(said, '\n', ' ');
     if (!said.starts_with('.')) return std::nullopt;
+    // "No more variables left in this MIB View", told of the object that was asked for.
+    if (said.find(" = No ") != std::string::npos) return false;
     return isBelow(std::string_view(said).substr(1, said.find(' ') - 1), oid);
   }
 
@@ -122,17 +125,15 @@ Finding objectFinding(Asker const& asker, Object const& object, Status const& st
   std::string const name(object.name);
   std::string said;
   auto const answered = asker.answers(object.oid, said);
-  if (!answered && said.find("No more variables") == std::string::npos) {
-    return {Verdict::bad, name, said, "snmpd's log tells why"};
-  }
+  if (!answered) return {Verdict::bad, name, said, "snmpd's log tells why"};
   auto const registered = isRegistered(object, registrations);
   if (registered == false) {
-    return {Verdict::bad, name,
-            fmt::format("the module has not registered it{}",
-                        answered.value_or(false) ? "; another one answers" : ""),
-            loadRemedy};
+    return {
+        Verdict::bad, name,
+        fmt::format("the module has not registered it{}", *answered ? "; another one answers" : ""),
+        loadRemedy};
   }
-  if (answered.value_or(false)) return {Verdict::good, name, "answered", {}};
+  if (*answered) return {Verdict::good, name, "answered", {}};
   if (!hasRows(object, status)) return {Verdict::good, name, "no rows, as published", {}};
   if (registered) return {Verdict::bad, name, "not answered: a view hides it", showRemedy(object)};
   return {Verdict::bad, name, "not answered: a view hides it, or the module is not there",
@@ -174,10 +175,7 @@ Findings answerFindings(AgentAddress const& address, Status const& status, RunTo
     return {{Verdict::unknown, "answers", "net-snmp's tools are not there", "apt install snmp"}};
   }
   std::string said;
-  auto const alive = asker.answers(sysUpTime, said);
-  if (!alive && said.find("No more variables") == std::string::npos) {
-    return {silentFinding(address, said)};
-  }
+  if (!asker.answers(sysUpTime, said)) return {silentFinding(address, said)};
   auto const registrations = registrationsOf(asker.ask("snmpbulkwalk", moduleNames).value_or(""));
   Findings findings;
   for (auto const& object : objects) {
