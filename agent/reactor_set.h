@@ -1,5 +1,6 @@
 #pragma once
-// The reactors of one kind, by interface. Finding one costs a descent of a small tree.
+// The reactors of one kind in a state machine, by the key that the reactor's class gives their
+// entity (keyOf). Finding one costs a descent of a small tree.
 
 #include "platform/dovel/intf_id.h"
 #include "platform/mav/object.h"
@@ -7,38 +8,37 @@
 
 namespace IpSnmp {
 
-class IpAddressTableSm;
-
-/// Reactor derives from IntfReactor. It may be incomplete where the set is declared.
-template <class Reactor>
+/// React derives from Reactor. It may be incomplete where the set is declared.
+template <class React, class Key = Dovel::IntfId>
 class ReactorSet {
  public:
-  /// Null when the interface has none.
-  Mav::Ptr<Reactor> get(Dovel::IntfId const& intfId) const { return reactors_.get(intfId); }
+  /// Null when there is none.
+  Mav::Ptr<React> get(Key const& key) const { return reactors_.get(key); }
   std::size_t size() const { return reactors_.size(); }
 
   /// Creates the reactor of `entity`, unless it is there. One of another entity, whose place this
   /// one took, goes first.
-  template <class Entity>
-  void is(IpAddressTableSm& sm, Mav::Ptr<Entity const> const& entity) {
-    Dovel::IntfId const intfId = entity->intfId();
-    if (auto const existing = get(intfId)) {
+  template <class Sm, class Entity>
+  void is(Sm& sm, Mav::Ptr<Entity const> const& entity) {
+    Key const key = React::keyOf(*entity);
+    if (auto const existing = get(key)) {
       if (existing->notifier() == entity) return;
-      del(intfId);
+      del(key);
     }
-    reactors_.put(intfId, Mav::makeObject<Reactor>(sm, entity));
+    reactors_.put(key, Mav::makeObject<React>(sm, entity));
   }
 
-  /// Removes the reactor of the interface, which withdraws what it handed over.
-  void del(Dovel::IntfId const& intfId) {
-    auto const reactor = get(intfId);
+  /// Removes the reactor, which withdraws what it filed. The key is a copy: the caller's may live
+  /// in the reactor.
+  void del(Key key) {
+    auto const reactor = get(key);
     if (!reactor) return;
-    reactors_.erase(intfId);
+    reactors_.erase(key);
     reactor->handleDel();
     reactor->disconnect();
   }
 
-  /// Removes those whose interface `stays` denies.
+  /// Removes those whose key `stays` denies.
   template <class Stays>
   void delUnless(Stays const& stays) {
     for (auto reactor = reactors_.first(); reactor; ++reactor) {
@@ -58,7 +58,7 @@ class ReactorSet {
   }
 
  private:
-  Mav::OrderedMap<Dovel::IntfId, Mav::Ptr<Reactor>> reactors_;
+  Mav::OrderedMap<Key, Mav::Ptr<React>> reactors_;
 };
 
 }  // namespace IpSnmp

@@ -24,6 +24,21 @@ Mav::Ptr<IpAddressTableSm> Root::ipAddressTableSmIs(
   return ipAddressTableSm_;
 }
 
+Mav::Ptr<ArpTableSm> Root::arpTableSmIs(
+    Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+    Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir, Mav::Ptr<IpMib> const& ipMib,
+    Mav::Ptr<Arp::NeighborDir const> const& arpStatus) {
+  if (auto const& sm = arpTableSm_) {
+    Mav::checkConstructorParameter("_activityConfig", activityConfig, sm->activityConfig());
+    Mav::checkConstructorParameter("_intfStatusDir", intfStatusDir, sm->intfStatusDir());
+    Mav::checkConstructorParameter("_ipMib", ipMib, sm->ipMib());
+    Mav::checkConstructorParameter("_status", arpStatus, sm->status());
+  } else {
+    arpTableSm_ = Mav::makeObject<ArpTableSm>(activityConfig, intfStatusDir, ipMib, arpStatus);
+  }
+  return arpTableSm_;
+}
+
 Mav::Ptr<IpRouteTableSm> Root::ipRouteTableSmIs(
     Mav::Ptr<Mav::ActivityConfig> const& activityConfig, Mav::Ptr<IpForwardMib> const& ipForwardMib,
     Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
@@ -54,6 +69,7 @@ Mav::AttributeTable const& Root::attributeTable() const {
       Mav::plainAttribute<&Root::arpStatus, &Root::arpStatusIs>("arpStatus"),
       Mav::plainAttribute<&Root::ipMib, &Root::ipMibIs>("ipMib"),
       Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
+      Mav::plainAttribute<&Root::arpTableSm>("arpTableSm"),
       Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib"),
       Mav::plainAttribute<&Root::ipRouteTableSm>("ipRouteTableSm")};
   return table;

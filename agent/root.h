@@ -7,10 +7,10 @@
 // Deleting a state machine, or the Root, disconnects its reactors; the caches stay with whoever
 // holds them. All on the agent's thread, not from inside a notification of what is wired.
 
+#include "agent/arp_table_sm.h"
 #include "agent/ip_address_table_sm.h"
 #include "agent/ip_route_table_sm.h"
 #include "model/ip_forward_mib.h"
-#include "platform/state/entities/arp_neighbor_dir.h"
 
 namespace IpSnmp {
 
@@ -51,6 +51,14 @@ class Root : public Mav::Entity {
   /// No effect when there is none.
   void ipAddressTableSmDel() { ipAddressTableSm_.reset(); }
 
+  Mav::Ptr<ArpTableSm> const& arpTableSm() const { return arpTableSm_; }
+  /// As ipAddressTableSmIs.
+  Mav::Ptr<ArpTableSm> arpTableSmIs(
+      Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+      Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
+      Mav::Ptr<IpMib> const& ipMib, Mav::Ptr<Arp::NeighborDir const> const& arpStatus);
+  void arpTableSmDel() { arpTableSm_.reset(); }
+
   Mav::Ptr<IpRouteTableSm> const& ipRouteTableSm() const { return ipRouteTableSm_; }
   /// As ipAddressTableSmIs.
   Mav::Ptr<IpRouteTableSm> ipRouteTableSmIs(
@@ -74,6 +82,7 @@ class Root : public Mav::Entity {
   Mav::Ptr<Arp::NeighborDir const> arpStatus_;
   Mav::Ptr<IpMib> ipMib_;
   Mav::Ptr<IpAddressTableSm> ipAddressTableSm_;
+  Mav::Ptr<ArpTableSm> arpTableSm_;
   Mav::Ptr<IpForwardMib> ipForwardMib_;
   Mav::Ptr<IpRouteTableSm> ipRouteTableSm_;
 };

@@ -21,7 +21,7 @@ TEST_F(RootTest, inputsAreSetByNameInAnyOrder) {
   }
   EXPECT_THAT(names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status",
                                           "intfStatusDir", "arpStatus", "ipMib", "ipAddressTableSm",
-                                          "ipForwardMib", "ipRouteTableSm"));
+                                          "arpTableSm", "ipForwardMib", "ipRouteTableSm"));
   root_->attributeIs("ip6Config", Mav::Ptr<Ip6::Config const>(config6_));
   EXPECT_EQ(root_->ip6Config(), config6_);
   EXPECT_THROW(root_->attributeIs("ip6Config", ipMib_), Mav::RangeException);

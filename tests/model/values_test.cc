@@ -101,7 +101,7 @@ TEST(ArpEntryStatus, printsAndParses) {
   Arp::ArpEntryStatus const fixed(IpAddr("10.0.0.1"), Dovel::EthAddr("02:00:5e:10:00:01"), true);
   EXPECT_EQ(shown(fixed),
             "Value('Arp::ArpEntryStatus', ** {'addr': '10.0.0.1', 'ethAddr': "
-            "'02:00:5e:10:00:01', 'isStatic': True})");
+            "'02:00:5e:10:00:01', 'isStatic': True, 'isPresent': True})");
   expectStrepRoundTrip(fixed);
   EXPECT_EQ(strepError<Arp::ArpEntryStatus>("Value('Arp::ArpEntryStatus', ** {'isStatic': 1})"),
             "expected \"False\" at column 45");

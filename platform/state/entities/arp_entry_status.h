@@ -1,6 +1,7 @@
 #pragma once
 // One IPv4 neighbour of an interface: its address, its link address, and whether it is fixed by
-// configuration (permanent). A default value stands for no neighbour.
+// configuration (permanent). A default value stands for no neighbour and equals none: the kernel
+// has neighbours of address 0.0.0.0 (on loopback and point-to-point links) and of link address 0.
 
 #include <tuple>
 
@@ -14,24 +15,27 @@ class ArpEntryStatus : public Mav::Value<ArpEntryStatus> {
  public:
   ArpEntryStatus() = default;
   ArpEntryStatus(Dovel::IpAddr addr, Dovel::EthAddr ethAddr, bool isStatic)
-      : addr_(addr), ethAddr_(ethAddr), isStatic_(isStatic) {}
+      : addr_(addr), ethAddr_(ethAddr), isStatic_(isStatic), isPresent_(true) {}
   ArpEntryStatus(char const*& from, char const* to)
       : ArpEntryStatus(Mav::parsedStrep<ArpEntryStatus>(from, to)) {}
 
   Dovel::IpAddr const& addr() const { return addr_; }
   Dovel::EthAddr const& ethAddr() const { return ethAddr_; }
   bool isStatic() const { return isStatic_; }
+  bool isPresent() const { return isPresent_; }
 
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("addr", &ArpEntryStatus::addr_),
                       Mav::Attribute("ethAddr", &ArpEntryStatus::ethAddr_),
-                      Mav::Attribute("isStatic", &ArpEntryStatus::isStatic_)};
+                      Mav::Attribute("isStatic", &ArpEntryStatus::isStatic_),
+                      Mav::Attribute("isPresent", &ArpEntryStatus::isPresent_)};
   }
 
  private:
   Dovel::IpAddr addr_;
   Dovel::EthAddr ethAddr_;
   bool isStatic_ = false;
+  bool isPresent_ = false;
 };
 
 }  // namespace Arp

@@ -1,0 +1,73 @@
+#include "agent/arp_table_sm.h"
+
+#include "agent/arp_reactors.h"
+#include "agent/trace.h"
+#include "platform/blipmark/blipmark.h"
+
+namespace IpSnmp {
+
+ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
+                       Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir,
+                       Mav::Ptr<IpMib> ipMib, Mav::Ptr<Arp::NeighborDir const> status)
+    : activityConfig_(std::move(activityConfig)), ipMib_(std::move(ipMib)) {
+  if (intfStatusDir) {
+    mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
+  }
+  if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
+  if (status) {
+    mavStatus_ = std::make_unique<MavStatus>(*this, std::move(status));
+    mavStatus_->onArpIntfStatus();
+  }
+}
+
+ArpTableSm::~ArpTableSm() { statusDel(); }
+
+Mav::Ptr<Interface::AllIntfStatusDir const> ArpTableSm::intfStatusDir() const {
+  return mavIntfStatusDir_ ? mavIntfStatusDir_->notifier() : nullptr;
+}
+Mav::Ptr<Arp::NeighborDir const> ArpTableSm::status() const {
+  return mavStatus_ ? mavStatus_->notifier() : nullptr;
+}
+
+void ArpTableSm::intfStatusDirDel() { mavIntfStatusDir_.reset(); }
+
+void ArpTableSm::ipMibDel() {
+  mavIpMib_.reset();
+  ipMib_.reset();
+}
+
+void ArpTableSm::statusDel() {
+  mavStatus_.reset();
+  arpIntfStatusDelAll();
+}
+
+Mav::Ptr<Interface::IntfStatus const> ArpTableSm::intfStatus(Dovel::IntfId const& intf) const {
+  return mavIntfStatusDir_ ? mavIntfStatusDir_->notifier()->intfStatus(intf) : nullptr;
+}
+
+Mav::Ptr<ArpTableSm::MavArpIntfStatus> ArpTableSm::arpIntfStatus(Mav::Name const& name) const {
+  return arpIntfStatus_.get(name);
+}
+void ArpTableSm::arpIntfStatusIs(Mav::Ptr<Arp::ArpIntfStatus const> const& entity) {
+  arpIntfStatus_.is(*this, entity);
+}
+void ArpTableSm::arpIntfStatusDel(Mav::Name const& name) { arpIntfStatus_.del(name); }
+void ArpTableSm::arpIntfStatusDelAll() { arpIntfStatus_.delAll(); }
+
+void ArpTableSm::handleIntfStatus(Dovel::IntfId intf) {
+  constexpr auto signature = "void IpSnmp::ArpTableSm::handleIntfStatus(Dovel::IntfId)";
+  Blipmark::Timer const blip(signature);
+  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
+  if (auto const reactor = arpIntfStatus(intf.stringValue())) {
+    reactor->intfStatusIs(intfStatus(intf));
+  }
+}
+
+void ArpTableSm::handleIntfStatus() {
+  Blipmark::Timer const blip("void IpSnmp::ArpTableSm::handleIntfStatus()");
+  auto const dir = intfStatusDir();
+  if (!dir) return;
+  for (auto i = dir->intfStatusIterator(); i; ++i) handleIntfStatus(i.key());
+}
+
+}  // namespace IpSnmp

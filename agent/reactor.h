@@ -1,0 +1,49 @@
+#pragma once
+// What the reactors of one interface share, whatever they watch: the back pointer to their state
+// machine, and the interface's status, without which they file nothing.
+//
+// Sm is the state machine, Entity what is watched (Ip::IpIntfConfig, Arp::ArpIntfStatus ...). A
+// reactor lives in a ReactorSet of the state machine while its entity is in the collection that it
+// came from. One thread.
+
+#include "platform/mav/object.h"
+#include "platform/state/entities/intf_status.h"
+
+namespace IpSnmp {
+
+template <class Sm, class Entity>
+class Reactor : public Mav::Counted<Reactor<Sm, Entity>>, public Entity::NotifieeConst {
+ public:
+  /// Null while the interface has no status.
+  Mav::Ptr<Interface::IntfStatus const> const& intfStatus() const { return intfStatus_; }
+
+  /// Another status (or none) than the one held is held from now on, and handleIntfStatus() runs.
+  void intfStatusIs(Mav::Ptr<Interface::IntfStatus const> intfStatus) {
+    if (intfStatus_ == intfStatus) return;
+    intfStatus_ = std::move(intfStatus);
+    handleIntfStatus();
+  }
+
+  /// Another status is held.
+  virtual void handleIntfStatus() = 0;
+  /// The entity has left: withdraws what was filed.
+  virtual void handleDel() = 0;
+
+  /// The state machine lets go: nothing is heard or filed from now on.
+  void disconnect() {
+    this->notifierIs(nullptr);
+    sm_ = nullptr;
+  }
+
+ protected:
+  Reactor(Sm& sm, Mav::Ptr<Entity const> const& entity) : Entity::NotifieeConst(entity), sm_(&sm) {}
+
+  /// Null once the state machine has let the reactor go.
+  Sm* sm() const { return sm_; }
+
+ private:
+  Sm* sm_;
+  Mav::Ptr<Interface::IntfStatus const> intfStatus_;
+};
+
+}  // namespace IpSnmp

@@ -1,0 +1,136 @@
+// Which rows of arpTable there are, whatever comes first: the neighbour, its ARP status, the
+// interface.
+
+#include "agent/arp_table_sm.h"
+
+#include "agent/arp_reactors.h"
+#include "tests/agent/device_fixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ArpTableSmTest : public DeviceFixture {
+ protected:
+  void neighbour(char const* intf, char const* addr, char const* ethAddr = "02:00:00:00:00:01",
+                 bool isStatic = false) {
+    status_->arpIntfStatusIs(intf)->arpEntryIs(
+        {Dovel::IpAddr(addr), Dovel::EthAddr(ethAddr), isStatic});
+  }
+  void neighbourGone(char const* intf, char const* addr) {
+    status_->arpIntfStatus(intf)->arpEntryDel(Dovel::IpAddr(addr));
+  }
+  void linkGone(std::string_view name) { dir_->intfStatusDel(id(name)); }
+
+  /// "IFINDEX ADDRESS".
+  Texts rows() const {
+    Texts texts;
+    for (auto row = ipMib_->arpTableIterator(); row; ++row) {
+      texts.push_back(std::to_string(row.key().ifIndex()) + ' ' + row.key().ipAddr().stringValue());
+    }
+    return texts;
+  }
+
+  Mav::Ptr<IpSnmp::IpMib> const ipMib_ = Mav::makeObject<IpSnmp::IpMib>("ipmib");
+  Mav::Ptr<Arp::NeighborDir> const status_ = Mav::makeObject<Arp::NeighborDir>();
+  Mav::Ptr<IpSnmp::ArpTableSm> sm_ =
+      Mav::makeObject<IpSnmp::ArpTableSm>(nullptr, dir_, ipMib_, status_);
+};
+
+TEST_F(ArpTableSmTest, NeighboursAreFiledOnceTheirInterfaceHasAnIndex) {
+  neighbour("eth1", "10.0.0.2");
+  neighbour("eth1", "10.0.0.1");
+  link("eth10", 10);
+  EXPECT_THAT(rows(), IsEmpty());
+  link("eth1", 7);
+  neighbour("eth1", "200.0.0.1");
+  link("zero", 0);
+  neighbour("zero", "10.0.0.1");
+  EXPECT_THAT(rows(), ElementsAre("0 10.0.0.1", "7 10.0.0.1", "7 10.0.0.2", "7 200.0.0.1"));
+  neighbourGone("eth1", "10.0.0.2");
+  EXPECT_THAT(rows(), ElementsAre("0 10.0.0.1", "7 10.0.0.1", "7 200.0.0.1"));
+
+  auto const cold = IpSnmp::ipMibFactory("cold");
+  auto const sm = Mav::makeObject<IpSnmp::ArpTableSm>(nullptr, dir_, cold, status_);
+  EXPECT_EQ(cold->arpTableMap().size(), 3U);
+}
+
+TEST_F(ArpTableSmTest, ARowShowsItsNeighbourAsItIs) {
+  link("lo", 1);
+  neighbour("lo", "0.0.0.0", "00:00:00:00:00:00");
+  IpSnmp::ArpTableIndex const key(1, Dovel::IpAddr());
+  auto const row = ipMib_->arpTable(key);
+  ASSERT_TRUE(row) << "a neighbour of zeros is one";
+  neighbour("lo", "0.0.0.0", "02:00:00:00:00:02", true);
+  EXPECT_EQ(ipMib_->arpTable(key), row);
+  EXPECT_EQ(row->physAddress(), Dovel::EthAddr("02:00:00:00:00:02"));
+  EXPECT_TRUE(row->arpEntry().isStatic());
+}
+
+TEST_F(ArpTableSmTest, AnArpStatusThatGoesTakesAllRowsOfItsIndexAndNoOthers) {
+  link("a", 6);
+  link("b", 7);
+  link("c", 7);
+  link("d", 8);
+  for (auto const* intf : {"a", "b", "d"}) neighbour(intf, "10.0.0.1");
+  neighbour("c", "10.0.0.2");
+  neighbour("no-index", "10.0.0.3");
+  status_->arpIntfStatusDel("b");
+  status_->arpIntfStatusDel("no-index");
+  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "8 10.0.0.1"));
+  EXPECT_FALSE(sm_->arpIntfStatus("b"));
+}
+
+TEST_F(ArpTableSmTest, RowsStayWhenTheirInterfaceGoesOrHasAnotherIndex) {
+  link("a", 6);
+  neighbour("a", "10.0.0.1");
+  linkGone("a");
+  neighbour("a", "10.0.0.2");
+  EXPECT_EQ(sm_->arpIntfStatus("a")->intfStatus(), nullptr);
+  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "6 10.0.0.2"));
+  link("a", 7);
+  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "6 10.0.0.2", "7 10.0.0.1", "7 10.0.0.2"));
+  status_->arpIntfStatusDelAll();
+  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "6 10.0.0.2"));
+}
+
+TEST_F(ArpTableSmTest, AnInputThatIsTakenAwayIsNotHeardAnyMore) {
+  link("a", 6);
+  neighbour("a", "10.0.0.1");
+  auto const reactor = sm_->arpIntfStatus("a");
+  sm_->intfStatusDirDel();
+  linkGone("a");
+  link("a", 7);
+  EXPECT_EQ(reactor->ifIndex(), 6);
+  sm_->statusDel();
+  EXPECT_EQ(reactor->arpTableSm(), nullptr);
+  sm_.reset();
+  neighbour("a", "10.0.0.2");
+  status_->arpIntfStatusDelAll();
+  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1"));
+}
+
+TEST_F(ArpTableSmTest, TellsWhatItDecides) {
+  neighbour("a", "10.0.0.1");
+  AgentLines lines(8);
+  std::string const reactor = "void IpSnmp::ArpTableSm::MavArpIntfStatus::";
+  auto const entry = "handleArpEntry: " + reactor + "handleArpEntry(Dovel::IpAddr) for 10.0.0.1";
+  auto const del = "handleDel: " + reactor + "handleDel()";
+  neighbour("a", "10.0.0.1", "02:00:00:00:00:02");
+  EXPECT_THAT(lines.take(), ElementsAre(entry, "handleArpEntry: no ifIndex (yet?)"));
+  link("a", 6);
+  EXPECT_THAT(lines.take(), ElementsAre("handleIntfStatus: void "
+                                        "IpSnmp::ArpTableSm::handleIntfStatus(Dovel::IntfId) for a",
+                                        entry));
+  status_->arpIntfStatusDel("a");
+  EXPECT_THAT(lines.take(), ElementsAre(del));
+  status_->arpIntfStatusIs("b");
+  EXPECT_THAT(lines.take(), ElementsAre("handleNew: " + reactor + "handleNew() for b"));
+  status_->arpIntfStatusDel("b");
+  EXPECT_THAT(lines.take(), ElementsAre(del,
+                                        "handleDel: no ifIndex (hope there were no entries "
+                                        "that I should have deleted)"));
+}
+
+}  // namespace
