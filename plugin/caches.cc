@@ -13,11 +13,13 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
   root_->ip6ConfigIs(mirrors.ip6Config());
   root_->ip6StatusIs(mirrors.ip6Status());
   root_->intfStatusDirIs(mirrors.intfStatusDir());
+  root_->arpStatusIs(mirrors.arpStatus());
   root_->ipMibIs(ipMib_);
   root_->ipForwardMibIs(ipForwardMib_);
   auto const activityConfig = Mav::makeObject<Mav::ActivityConfig>(activity);
   root_->ipAddressTableSmIs(activityConfig, root_->intfStatusDir(), ipMib_, root_->ipConfig(),
                             root_->ipStatus(), root_->ip6Config(), root_->ip6Status());
+  root_->arpTableSmIs(activityConfig, root_->intfStatusDir(), ipMib_, root_->arpStatus());
   root_->ipRouteTableSmIs(activityConfig, ipForwardMib_, root_->intfStatusDir(), fib.routeStatus(),
                           fib.forwardingStatus(), activity.clock());
   directory_.mount(IpSnmp::IpMib::path, ipMib_);

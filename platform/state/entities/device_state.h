@@ -3,6 +3,7 @@
 // State::Mirrors.
 
 #include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/entities/arp_neighbor_dir.h"
 #include "platform/state/entities/ip6_config.h"
 #include "platform/state/entities/ip6_status.h"
 #include "platform/state/entities/ip_config.h"
@@ -18,6 +19,7 @@ struct DeviceState {
   Mav::Ptr<Ip::Status> ipStatus = Mav::makeObject<Ip::Status>();
   Mav::Ptr<Ip6::Config> ip6Config = Mav::makeObject<Ip6::Config>();
   Mav::Ptr<Ip6::Status> ip6Status = Mav::makeObject<Ip6::Status>();
+  Mav::Ptr<Arp::NeighborDir> arpStatus = Mav::makeObject<Arp::NeighborDir>();
 };
 
 }  // namespace State

@@ -6,6 +6,7 @@
 #include "platform/state/mirrors/address6_mirror.h"
 #include "platform/state/mirrors/forwarding_mirror.h"
 #include "platform/state/mirrors/link_mirror.h"
+#include "platform/state/mirrors/neighbour4_mirror.h"
 
 namespace State {
 
@@ -21,6 +22,7 @@ std::vector<std::unique_ptr<Mirror>> allMirrors(Mav::Directory& directory,
   mirrors.push_back(
       std::make_unique<Address4Mirror>(link, state.intfStatusDir, state.ipConfig, state.ipStatus));
   mirrors.push_back(std::make_unique<Address6Mirror>(link, state.ip6Config, state.ip6Status));
+  mirrors.push_back(std::make_unique<Neighbour4Mirror>(state.arpStatus));
   return mirrors;
 }
 

@@ -32,6 +32,7 @@ class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
   Mav::Ptr<Ip::Status const> ipStatus() const { return state_.ipStatus; }
   Mav::Ptr<Ip6::Config const> ip6Config() const { return state_.ip6Config; }
   Mav::Ptr<Ip6::Status const> ip6Status() const { return state_.ip6Status; }
+  Mav::Ptr<Arp::NeighborDir const> arpStatus() const { return state_.arpStatus; }
 
   std::span<Pondo::TableId const> tables() const override { return tables_; }
   void onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) override;

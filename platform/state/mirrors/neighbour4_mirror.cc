@@ -1,0 +1,85 @@
+#include "platform/state/mirrors/neighbour4_mirror.h"
+
+namespace State {
+
+namespace {
+
+Arp::ArpEntryStatus entryStatus(Pondo::Neighbour4Table::Key const& key,
+                                Pondo::Neighbour4Table::Record const& record) {
+  return {key.addr, record.ethAddr, record.isStatic};
+}
+
+}  // namespace
+
+void Neighbour4Mirror::begin() {
+  TableMirror::begin();
+  changes_.clear();
+  unsettled_.clear();
+}
+
+void Neighbour4Mirror::interfaceChanged(Pondo::Snapshot const& snapshot,
+                                        InterfaceChange const& change) {
+  if (change.before && change.after && !change.leaves()) return;
+  changes_.push_back(change);
+  forEachFiled(Pondo::addressKeysOf(change.intfId),
+               [&](std::string_view keyBytes) { read(snapshot, keyBytes); });
+}
+
+void Neighbour4Mirror::apply(Phase phase) {
+  if (phase == Phase::withdraw) withdraw();
+  if (phase == Phase::announce) announce();
+}
+
+void Neighbour4Mirror::withdraw() {
+  for (auto const& [link, before, after] : changes_) {
+    statusDel(link);
+    if (!before) continue;
+    links_.erase({before->ifIndex, link});
+    unsettled_.insert(before->ifIndex);
+  }
+  for (auto const& [link, before, after] : changes_) {
+    if (!after) continue;
+    links_.insert({after->ifIndex, link});
+    unsettled_.insert(after->ifIndex);
+  }
+  for (auto const ifIndex : unsettled_) {
+    auto const* const owner = ownerOf(ifIndex);
+    for (auto it = links_.lower_bound({ifIndex, {}}); it != links_.end() && it->ifIndex == ifIndex;
+         ++it) {
+      if (it->link != *owner) statusDel(it->link);
+    }
+  }
+  for (auto const& delta : deltas()) {
+    if (delta.after) continue;
+    if (auto const status = dir_->arpIntfStatus(delta.key.link.stringValue())) {
+      status->arpEntryDel(delta.key.addr);
+    }
+  }
+}
+
+void Neighbour4Mirror::announce() {
+  for (auto const ifIndex : unsettled_) {
+    auto const* const owner = ownerOf(ifIndex);
+    if (owner) fill(*dir_->arpIntfStatusIs(owner->stringValue()), *owner);
+  }
+  for (auto const& delta : deltas()) {
+    if (!delta.after) continue;
+    if (auto const status = dir_->arpIntfStatus(delta.key.link.stringValue())) {
+      status->arpEntryIs(entryStatus(delta.key, *delta.after));
+    }
+  }
+}
+
+Dovel::IntfId const* Neighbour4Mirror::ownerOf(std::int32_t ifIndex) const {
+  auto const first = links_.lower_bound({ifIndex, {}});
+  return first != links_.end() && first->ifIndex == ifIndex ? &first->link : nullptr;
+}
+
+void Neighbour4Mirror::fill(Arp::ArpIntfStatus& status, Dovel::IntfId const& link) const {
+  forEachFiled(Pondo::addressKeysOf(link), [&](std::string_view keyBytes) {
+    auto const key = *Pondo::decodeKey<Pondo::Neighbour4Table>(keyBytes);
+    if (auto const record = now(key)) status.arpEntryIs(entryStatus(key, *record));
+  });
+}
+
+}  // namespace State
