@@ -8,6 +8,7 @@
 #include "handlers/ip_addr_table.h"
 #include "handlers/ip_address_prefix_table.h"
 #include "handlers/ip_address_table.h"
+#include "handlers/ip_net_to_media_table.h"
 #include "handlers/trace.h"
 #include "handlers/unit_registration.h"
 #include "platform/snmp/callback.h"
@@ -55,6 +56,7 @@ void init_IpBase() {
   registerForwarding<Routing6::Config>(ipv6IpForwardingScalar, handle_ipv6IpForwarding,
                                        ipv6IpForwardingOid);
   initialize_table_ipAddrTable();
+  initialize_table_ipNetToMediaTable();
   initialize_table_ipAddressPrefixTable();
   initialize_table_ipAddressTable();
 }

@@ -3,6 +3,7 @@
 // whatever is registered for its object in the agent library of this process.
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/snmp/net_snmp.h"
@@ -27,6 +28,7 @@ struct Reply {
   int error = 0;     // in the request
   unsigned char type = ASN_NULL;
   std::optional<long> value;  // of an INTEGER or a Gauge32
+  std::string octets;         // of an OCTET STRING
   Oid name;
 };
 
@@ -64,9 +66,12 @@ class AgentRequest {
 
  private:
   Reply reply(int returned) const {
-    Reply reply{returned, request_.status, variable_->type, std::nullopt, {}};
+    Reply reply{returned, request_.status, variable_->type, std::nullopt, {}, {}};
     if (variable_->type == ASN_INTEGER || variable_->type == ASN_GAUGE) {
       reply.value = *variable_->val.integer;
+    }
+    if (variable_->type == ASN_OCTET_STR) {
+      reply.octets.assign(variable_->val.string, variable_->val.string + variable_->val_len);
     }
     reply.name.assign(variable_->name, variable_->name + variable_->name_length);
     return reply;

@@ -150,7 +150,7 @@ class IpBaseTest : public testing::Test {
 TEST_F(IpBaseTest, RegistrationsAreReadWriteBeforeOtherModulesAndGoWithoutATrace) {
   for (int round = 0; round < 3; ++round) {
     framework_.registerAll();
-    EXPECT_EQ(Snmp::registrationCount(), 7U);
+    EXPECT_EQ(Snmp::registrationCount(), 8U);
     for (auto const& object : {ipForwarding, ipv6IpForwarding}) {
       auto const* const subtree = netsnmp_subtree_find(object.data(), object.size(), nullptr, "");
       EXPECT_EQ(subtree->reginfo->priority, 64);
@@ -191,6 +191,7 @@ TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
   EXPECT_THAT(traces.lines,
               ElementsAre(line("init_IpBase", ".4.1"), line("init_IpBase", ".4.25"),
                           line("initialize_table_ipAddrTable", ".4.20"),
+                          line("initialize_table_ipNetToMediaTable", ".4.22"),
                           line("initialize_table_ipAddressPrefixTable", ".4.32"),
                           line("initialize_table_ipAddressTable", ".4.34"),
                           line("init_IpForward", ".24.3"), line("init_IpForward", ".24.4"),

@@ -161,4 +161,31 @@ TEST_F(IpTablesTest, ARouteIsReadAndNeverSet) {
   }
 }
 
+TEST_F(IpTablesTest, ANeighbourIsReadAsItIsNowAndNeverSet) {
+  auto const eth0 = Mav::makeObject<Arp::ArpIntfStatus>("eth0");
+  IpAddr const addr("10.1.2.3");
+  eth0->arpEntryIs({addr, Dovel::EthAddr("02:00:00:00:00:ff"), true});
+  mib_->arpTableIs({70000, addr}, eth0);
+  mib_->arpTableIs({9, IpAddr("200.0.0.1")}, eth0);
+  auto const cell = [](oid column) { return ip({22, 1, column, 70000, 10, 1, 2, 3}); };
+  EXPECT_EQ(ask(MODE_GET, cell(1)).value, 70000);
+  EXPECT_EQ(ask(MODE_GETNEXT, ip({22, 1, 1, 9, 200, 0, 0, 1})).name, cell(1));
+  EXPECT_EQ(ask(MODE_GET, cell(2)).octets, std::string("\x02\0\0\0\0\xff", 6));
+  EXPECT_EQ(ask(MODE_GET, cell(3)).type, ASN_IPADDRESS);
+  EXPECT_EQ(ask(MODE_GET, cell(4)).value, 4);
+  eth0->arpEntryDel(addr);
+  EXPECT_EQ(ask(MODE_GET, cell(2)).octets, std::string(6, '\0'));
+  EXPECT_EQ(ask(MODE_GET, cell(4)).value, 3);
+
+  std::vector<std::string> const told{"SET is not configured for column ipNetToMediaIfIndex",
+                                      "SET is not configured for column ipNetToMediaPhysAddress",
+                                      "SET is not configured for column ipNetToMediaNetAddress",
+                                      "SET is not configured for column ipNetToMediaType"};
+  for (oid column = 1; column <= 4; ++column) {
+    Testing::Traces const traces(2);
+    EXPECT_EQ(ask(MODE_SET_RESERVE1, cell(column)).error, SNMP_ERR_NOTWRITABLE) << column;
+    EXPECT_EQ(traces.lines.back(), "ipNetToMediaTable_handler: " + told[column - 1]);
+  }
+}
+
 }  // namespace
