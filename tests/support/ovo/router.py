@@ -6,12 +6,12 @@ import shutil
 import subprocess
 import tempfile
 
-from ovo import routes
+from ovo import neighbours, routes
 from ovo.addresses import expected
 from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
-from ovo.tables import ADDRESS
+from ovo.tables import ADDRESS, NET_TO_MEDIA
 
 
 class Router:
@@ -104,6 +104,12 @@ class Router:
     def kernel_addresses(self):
         """Every link with its addresses, as `ip` tells."""
         return json.loads(self.ip("-json", "-d", "address"))
+
+    def kernel_neighbours(self):
+        """The tree that the kernel's neighbours make."""
+        return neighbours.expected(
+            json.loads(self.ip("-json", "neighbour", "show", "nud", "all") or "[]"),
+            {link["ifname"]: link["ifindex"] for link in json.loads(self.ip("-json", "link"))})
 
     def kernel_routes(self, *which):
         """The rows that the kernel's routes make, or `which` of them (`ip route show`)."""
@@ -204,6 +210,18 @@ class Router:
 
         assert eventually(none, within), "\n".join(found)
         return rows
+
+    def neighbours_agree(self, agent, within=1.0):
+        """The same of ipNetToMediaTable; what is served."""
+        served, found = [], []
+
+        def none():
+            served[:] = agent.client.walk(NET_TO_MEDIA.oid, repetitions=50)
+            found[:] = self.kernel_neighbours().differences(served)
+            return not found
+
+        assert eventually(none, within), "\n".join(found[:40])
+        return served
 
     def churn_of_routes(self, agent, staying, seconds=4):
         """Routes that come and go beside those that stay, under walkers; a context."""

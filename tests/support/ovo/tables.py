@@ -39,6 +39,14 @@ ADDR = Table("ipAddrTable", (*IP, 20), _columns(1, """
     ipAdEntBcastAddr     INTEGER
     ipAdEntReasmMaxSize  INTEGER"""), ("address",))
 
+NET_TO_MEDIA = Table("ipNetToMediaTable", (*IP, 22), _columns(1, """
+    ipNetToMediaIfIndex      INTEGER
+    ipNetToMediaPhysAddress  OCTET STRING
+    ipNetToMediaNetAddress   IpAddress
+    ipNetToMediaType         INTEGER"""), ("number", "address"),
+    ("ipNetToMediaIfIndex", "ipNetToMediaPhysAddress", "ipNetToMediaNetAddress",
+     "ipNetToMediaType"))
+
 PREFIX = Table("ipAddressPrefixTable", (*IP, 32), _columns(5, """
     ipAddressPrefixOrigin                INTEGER
     ipAddressPrefixOnLinkFlag            INTEGER

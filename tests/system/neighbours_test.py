@@ -1,0 +1,223 @@
+"""ipNetToMediaTable is what the kernel's IPv4 neighbours make it, whatever happens.
+
+Every scenario runs twice: before the daemons start, and step by step after it, each step visible
+within a second.
+"""
+
+import random
+import socket
+
+import pytest
+
+from ovo.costs import ColumnCost, in_turns
+from ovo.daemons import eventually, stays
+from ovo.tables import NET_TO_MEDIA, ROUTE
+
+PAIR = ("link add name eth1 type veth peer name eth1-far", "link set eth1-far up",
+        "link set eth1 up")
+PAIR2 = tuple(line.replace("eth1", "eth2") for line in PAIR)
+
+
+def neighbour(address, link="eth1", mac=1, state="permanent", verb="replace"):
+    return f"neigh {verb} {address} lladdr 02:00:00:00:00:{mac:02x} dev {link} nud {state}"
+
+
+SCENARIOS = {
+    "states": [
+        PAIR,
+        [neighbour(f"10.0.0.{n}", state=state) for n, state in enumerate(
+            ("permanent", "reachable", "stale", "delay", "probe", "noarp"))]
+        + ["neigh add 10.0.1.1 dev eth1 nud failed", "neigh add 10.0.1.2 dev eth1 nud incomplete",
+           "neigh add 10.0.1.3 dev eth1 nud none", "neigh add proxy 10.0.1.4 dev eth1",
+           neighbour("2001:db8::1"), neighbour("2001:db8::2", state="reachable")],
+        [neighbour("10.0.0.0", state="stale"), neighbour("10.0.0.2", state="permanent"),
+         neighbour("10.0.0.5", state="reachable"), "neigh change 10.0.0.1 dev eth1 nud failed",
+         neighbour("10.0.1.1", state="stale"), neighbour("10.0.1.4")],
+        [neighbour("10.0.0.2", state="noarp"), "neigh del 10.0.1.4 dev eth1",
+         "neigh del proxy 10.0.1.4 dev eth1", "neigh del 10.0.1.1 dev eth1"],
+    ],
+    "of several links, in the order of their indexes": [
+        ("link add name zz index 70000 type veth peer name aa index 2147483647",
+         "link set aa up", "link set zz up") + PAIR + PAIR2,
+        [neighbour(address, link, n) for n, link in enumerate(("zz", "aa", "eth1", "eth2"))
+         for address in ("200.0.0.1", "10.0.0.1", "9.255.0.1")],
+        ("link del eth1",),
+        (*PAIR, neighbour("10.0.0.1")),
+        ("link set zz down",),
+    ],
+    "flushed": [
+        PAIR + PAIR2,
+        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable"),
+         neighbour("10.0.0.1", "eth2", state="stale")],
+        ("neigh flush dev eth1",),
+        ("neigh flush dev eth1 nud permanent", "neigh flush dev eth2"),
+    ],
+    "a link that loses its carrier, and goes down": [
+        PAIR,
+        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable")],
+        ("link set eth1-far down",),
+        ("link set eth1-far up", neighbour("10.0.0.3", state="reachable")),
+        ("link set eth1 down",),
+        ("link set eth1 up", neighbour("10.0.0.4")),
+    ],
+    "hardware addresses": [
+        PAIR,
+        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="stale")],
+        [neighbour("10.0.0.1", mac=2), neighbour("10.0.0.2", mac=3, state="stale")],
+        ("link set eth1 address 02:00:00:00:01:00",),
+        ("link set eth1-far address 02:00:00:00:01:01",),
+    ],
+    "zeros": [
+        ("neigh add 10.0.0.1 lladdr 00:00:00:00:00:00 dev lo nud stale",),  # filed as 0.0.0.0
+        ("neigh replace 10.0.0.1 lladdr 02:00:00:00:00:01 dev lo nud permanent",),
+        ("neigh del 0.0.0.0 dev lo",),
+    ],
+    "renamed": [
+        PAIR,
+        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable")],
+        ("link set eth1 name wan0",),
+        (neighbour("10.0.0.3", "wan0"),),
+        ("link set wan0 name eth1",),
+    ],
+    "an index under another name": [
+        ("link add name eth1 index 500 type veth peer name eth1-far", "link set eth1 up",
+         neighbour("10.0.0.1"), neighbour("10.0.0.2")),
+        ("link del eth1", "link add name lan0 index 500 type veth peer name lan0-far",
+         "link set lan0 up", neighbour("10.0.0.2", "lan0", 2)),
+        ("link del lan0", "link add name lan0 index 501 type veth peer name lan0-far",
+         "link set lan0 up", neighbour("10.0.0.2", "lan0", 3)),
+    ],
+    "names exchanged": [
+        PAIR + PAIR2,
+        [neighbour("10.0.0.1"), neighbour("10.0.0.2", "eth2", 2)],
+        ("link set eth1 name aside", "link set eth2 name eth1", "link set aside name eth2"),
+    ],
+}
+BY_NAME = pytest.mark.parametrize("steps", SCENARIOS.values(), ids=SCENARIOS)
+
+
+def started(router):
+    publisher, agent = router.publish(), router.agent()
+    agent.publisher = publisher
+    assert agent.answers()
+    return agent
+
+
+@BY_NAME
+def test_each_step_shows_within_a_second(router, steps):
+    agent = started(router)
+    for step in steps:
+        router.batch(*step)
+        router.neighbours_agree(agent)
+
+
+@BY_NAME
+def test_what_happened_before_the_start(router, steps):
+    for step in steps[:-1]:
+        router.batch(*step)
+    agent = started(router)
+    router.neighbours_agree(agent)
+    router.batch(*steps[-1])
+    router.neighbours_agree(agent)
+
+
+def request_of(sender, target):
+    """An ARP request (RFC 826) from `sender` of 02:00:00:00:00:77, as a frame to everybody."""
+    mac = bytes.fromhex("020000000077")
+    return (b"\xff" * 6 + mac + bytes.fromhex("0806" "0001080006040001") + mac
+            + socket.inet_aton(sender) + bytes(6) + socket.inet_aton(target)).ljust(60, b"\0")
+
+
+def test_a_neighbour_that_the_kernel_learns_and_one_that_it_does_not_find(router):
+    agent = started(router)
+    router.batch(*PAIR, "addr add 10.0.0.1/24 dev eth1")
+    wire = router.space.inside(lambda: socket.socket(socket.AF_PACKET, socket.SOCK_RAW))
+    with wire:
+        wire.bind(("eth1-far", 0))
+        wire.send(request_of("10.0.0.2", "10.0.0.1"))
+    index = next(index for name, index, _ in router.kernel_links() if name == "eth1")
+    found = (*NET_TO_MEDIA.column("ipNetToMediaPhysAddress"), index, 10, 0, 0, 2)
+    assert eventually(lambda: agent.client.ask(found) == bytes.fromhex("020000000077"))
+    missing = (*found[:-1], 3)
+    router.space.run("ping", "-c1", "-W1", "10.0.0.3", check=False)
+    assert stays(lambda: agent.client.ask(missing) == "noSuchInstance", 0.5)
+    router.neighbours_agree(agent)
+
+
+def test_ten_thousand(router):
+    """They come, change and go at once, and a row costs a walker what a row of routes does."""
+    agent = started(router)
+    addresses = [f"10.{n // 4000}.{n % 4000 // 16}.{1 + n % 16}" for n in range(10_000)]
+    router.batch(*PAIR, "addr add 192.0.2.1/24 dev eth1", *map(neighbour, addresses))
+    assert len(router.neighbours_agree(agent, within=5)) == 40_000
+    router.batch(*(f"route add {address} via 192.0.2.9" for address in addresses))
+    router.routes_agree(agent, within=10, columns=(5,))
+    columns = [ColumnCost(agent, table, name) for table, name in (
+        (NET_TO_MEDIA, "ipNetToMediaIfIndex"), (ROUTE, "ipCidrRouteIfIndex"))]
+    neighbours, routes = in_turns(3, *(lambda one=one: one.walk(50) for one in columns))
+    print(f"{neighbours:.0f} ns a row, of routes {routes:.0f}")
+    assert neighbours < 1.25 * routes
+    router.batch(*(neighbour(address, mac=2) for address in addresses))
+    router.neighbours_agree(agent, within=5)
+    router.batch("link del eth1")
+    router.neighbours_agree(agent, within=5)
+
+
+def history(chance, links):
+    """One batch of changes; `links` (name to index) is kept in step."""
+    lines = []
+    for _ in range(chance.randint(1, 12)):
+        name, other = (f"lan{chance.randrange(4)}" for _ in range(2))
+        kind = chance.random()
+        if name not in links:
+            links[name] = chance.choice([n for n in range(600, 606) if n not in links.values()])
+            lines += [f"link add name {name} index {links[name]} type bridge",
+                      f"link set {name} up"]
+        elif kind < 0.08:
+            lines += [f"link del {name}"]
+            del links[name]
+        elif kind < 0.16 and other not in links:
+            lines += [f"link set {name} name {other}"]
+            links[other] = links.pop(name)
+        elif kind < 0.2:
+            lines += [f"link set {name} down", f"link set {name} up"]
+        elif kind < 0.24:
+            lines += [f"neigh flush dev {name}"]
+        elif kind < 0.3:
+            lines += [f"addr replace 10.0.0.{chance.randint(1, 9)}/24 dev {name}"]
+        else:
+            state = chance.choice(("permanent", "reachable", "stale", "failed", "noarp"))
+            lines += [neighbour(f"10.0.0.{chance.randint(10, 30)}", name, chance.randint(1, 3),
+                                state)]
+    return lines
+
+
+@pytest.mark.parametrize("seed", range(2))
+def test_a_random_history(router, seed):
+    """With faults in the middle, changes after each, and at the end a second agent beside it."""
+    chance, links = random.Random(seed), {}
+    agent = started(router)
+
+    def changes(rounds):
+        for _ in range(rounds):
+            router.batch(*history(chance, links))
+            router.neighbours_agree(agent)
+
+    changes(25)
+    router.forget_tables()
+    router.batch(*history(chance, links))
+    router.neighbours_agree(agent, within=5)
+    changes(8)
+    agent.publisher.kill()
+    router.batch(*history(chance, links))
+    router.publish()
+    router.neighbours_agree(agent, within=5)
+    changes(8)
+    with agent.stopped():
+        router.batch(*history(chance, links))
+    agent.reload_and_wait()
+    router.batch(*history(chance, links))
+    router.neighbours_agree(agent, within=5)
+    changes(8)
+    cold = router.agent()
+    assert router.neighbours_agree(cold, within=5) == router.neighbours_agree(agent)
