@@ -12,14 +12,15 @@
 namespace Kelbase {
 namespace {
 
-/// Repeats `step` until it says false or the time is up.
+/// Repeats `step` until it says false or the time is up, which is false.
 template <class Step>
-void repeatFor(double seconds, Step const& step) {
+bool repeatFor(double seconds, Step const& step) {
   constexpr std::size_t stepsALook = 32;
   double const end = Mav::now() + seconds;
   for (std::size_t steps = 1; step(); ++steps) {
-    if (steps % stepsALook == 0 && Mav::now() > end) return;
+    if (steps % stepsALook == 0 && Mav::now() > end) return false;
   }
+  return true;
 }
 
 }  // namespace
@@ -30,10 +31,12 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
       sources_(sources.begin(), sources.end()),
       options_(options),
       onSettled_(std::move(onSettled)),
+      events_(batch),
       dumper_(
           activity, sources_,
           {[this](KernelSource& source, NetlinkMessage const& message) { give(source, message); },
            [this] { onDumpsIdle(); }}),
+      stream_(activity.clock(), [this] { onStreamTime(); }),
       replay_(activity.clock(), [this] { replay(); }) {
   counters_.buffer = events_.receiveBufferIs(options_.eventBuffer);
   MAV_TRACE(traceHandle(), 1, "notification buffer: " << counters_.buffer << " bytes");
@@ -43,13 +46,40 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
   for (auto* source : sources_) {
     source->dumpWishIs([this, source](double delay) { dumper_.want(*source, Mav::now() + delay); });
   }
-  watch_ = activity_.watch(events_.fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+  watchEvents();
   dumper_.wantAll(Mav::now());
 }
 
+void NetlinkFeed::watchEvents() {
+  watch_ = activity_.watch(events_.fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+}
+
 void NetlinkFeed::onReadable() {
-  repeatFor(sliceTime, [this] { return receiveOne(); });
+  double const now = Mav::now();
+  bool const isStream = counters_.buffer >= streamBufferMin && now - lastRead_ < streamDelay;
+  if (isStream) {
+    watch_ = {};
+    stream_.timeMinIs(now + streamDelay);
+    return;
+  }
+  if (read() != Found::nothing) lastRead_ = Mav::now();
+}
+
+void NetlinkFeed::onStreamTime() {
+  stream_.timeMinIs(Mav::now() + streamDelay);  // whatever the reading throws
+  auto const found = read();
+  if (found == Found::more) return stream_.timeMinIs(Mav::asap);
+  if (found == Found::all) return;
+  stream_.timeMinIs(Mav::never);
+  watchEvents();
+}
+
+NetlinkFeed::Found NetlinkFeed::read() {
+  std::size_t datagrams = 0;
+  bool const isEmpty = repeatFor(sliceTime, [&] { return receiveOne() && ++datagrams > 0; });
   if (settled()) onSettled_();
+  if (!isEmpty) return Found::more;
+  return datagrams > 0 ? Found::all : Found::nothing;
 }
 
 /// False when there is nothing more to read now.

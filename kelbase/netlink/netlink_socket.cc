@@ -1,10 +1,10 @@
 #include "kelbase/netlink/netlink_socket.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include <fmt/format.h>
-#include <sys/socket.h>
 
 namespace Kelbase {
 namespace {
@@ -18,8 +18,12 @@ constexpr std::size_t bufferSize = std::size_t{32} * 1024;
 
 }  // namespace
 
-NetlinkSocket::NetlinkSocket()
-    : socket_(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK)), buffer_(bufferSize) {
+NetlinkSocket::NetlinkSocket(std::size_t batch)
+    : socket_(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK)),
+      sizeWanted_(bufferSize),
+      senders_(batch),
+      parts_(batch),
+      messages_(batch) {
   constexpr std::string_view remedy = "allow this process sockets of family AF_NETLINK";
   if (!socket_) throwErrno("cannot open a netlink socket", remedy);
   if (mnl_socket_bind(socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0) {
@@ -51,27 +55,46 @@ void NetlinkSocket::strictChecksOn() {
   mnl_socket_setsockopt(socket_.get(), NETLINK_EXT_ACK, &on, sizeof on);
 }
 
-NetlinkSocket::Received NetlinkSocket::receive() {
-  sockaddr_nl sender{};
-  iovec part{buffer_.data(), buffer_.size()};
-  msghdr message{};
-  message.msg_name = &sender;
-  message.msg_namelen = sizeof sender;
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  ssize_t size = -1;
-  do {
-    size = recvmsg(fd(), &message, MSG_DONTWAIT | MSG_TRUNC);
-  } while (size < 0 && errno == EINTR);
-  if (size < 0) return {errno == EAGAIN ? Outcome::empty : Outcome::overrun, {}};
+void NetlinkSocket::buffersAre(std::size_t size) {
+  size_ = size;
+  buffers_.reset(new std::byte[size * messages_.size()]);  // not to be written before it is read
+  for (std::size_t i = 0; i < messages_.size(); ++i) parts_[i] = {buffers_.get() + i * size, size};
+}
 
-  auto const length = static_cast<std::size_t>(size);
-  if (message.msg_namelen != sizeof sender || sender.nl_pid != 0) return {Outcome::foreign, {}};
-  if ((message.msg_flags & MSG_TRUNC) != 0 || length > buffer_.size()) {
-    buffer_.resize(MNL_ALIGN(length));
+int NetlinkSocket::fetch() {
+  if (size_ != sizeWanted_) buffersAre(sizeWanted_);
+  for (std::size_t i = 0; i < messages_.size(); ++i) {
+    msghdr header{};
+    header.msg_name = &senders_[i];
+    header.msg_namelen = sizeof senders_[i];
+    header.msg_iov = &parts_[i];
+    header.msg_iovlen = 1;
+    messages_[i] = {header, 0};
+  }
+  int count = -1;
+  do {
+    count = recvmmsg(fd(), messages_.data(), static_cast<unsigned>(messages_.size()),
+                     MSG_DONTWAIT | MSG_TRUNC, nullptr);
+  } while (count < 0 && errno == EINTR);
+  next_ = 0;
+  fetched_ = count < 0 ? 0 : static_cast<std::size_t>(count);
+  return count < 0 ? errno : 0;
+}
+
+NetlinkSocket::Received NetlinkSocket::receive() {
+  if (next_ == fetched_) {
+    int const error = fetch();
+    if (error != 0) return {error == EAGAIN ? Outcome::empty : Outcome::overrun, {}};
+  }
+  auto const& [header, length] = messages_[next_];
+  Bytes const buffer(buffers_.get() + next_ * size_, size_);
+  auto const& sender = senders_[next_++];
+  if (header.msg_namelen != sizeof sender || sender.nl_pid != 0) return {Outcome::foreign, {}};
+  if ((header.msg_flags & MSG_TRUNC) != 0 || length > size_) {
+    sizeWanted_ = std::max<std::size_t>(sizeWanted_, MNL_ALIGN(length));
     return {Outcome::truncated, {}};
   }
-  return {Outcome::datagram, Bytes(buffer_.data(), length)};
+  return {Outcome::datagram, buffer.first(length)};
 }
 
 bool NetlinkSocket::send(NetlinkRequest const& request, std::uint32_t sequence) {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include <libmnl/libmnl.h>
+#include <sys/socket.h>
 
 #include "kelbase/netlink/netlink_message.h"
 #include "kelbase/netlink/netlink_request.h"
@@ -33,8 +34,9 @@ class NetlinkSocket {
     Bytes datagram;  // valid until the next receive()
   };
 
-  /// Mav::Exception saying what the kernel refused and what to do.
-  NetlinkSocket();
+  /// Reads up to `batch` datagrams with one call of the kernel (recvmmsg(2)). Mav::Exception saying
+  /// what the kernel refused and what to do.
+  explicit NetlinkSocket(std::size_t batch = 1);
 
   int fd() const { return mnl_socket_get_fd(socket_.get()); }
   std::uint32_t portId() const { return mnl_socket_get_portid(socket_.get()); }
@@ -60,8 +62,19 @@ class NetlinkSocket {
     void operator()(mnl_socket* socket) const { mnl_socket_close(socket); }
   };
 
+  void buffersAre(std::size_t size);
+  /// The errno that the kernel answers; 0 when there are datagrams.
+  int fetch();
+
   std::unique_ptr<mnl_socket, Closer> socket_;
-  std::vector<std::byte> buffer_;
+  std::size_t size_ = 0;  // of a buffer
+  std::size_t sizeWanted_;
+  std::unique_ptr<std::byte[]> buffers_;  // pages that no datagram reaches cost nothing
+  std::vector<sockaddr_nl> senders_;
+  std::vector<iovec> parts_;
+  std::vector<mmsghdr> messages_;
+  std::size_t fetched_ = 0;
+  std::size_t next_ = 0;  // of those fetched, to be handed out
 };
 
 }  // namespace Kelbase
