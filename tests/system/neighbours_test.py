@@ -68,9 +68,9 @@ SCENARIOS = {
         ("link set eth1-far address 02:00:00:00:01:01",),
     ],
     "zeros": [
-        ("neigh add 10.0.0.1 lladdr 00:00:00:00:00:00 dev lo nud stale",),  # filed as 0.0.0.0
-        ("neigh replace 10.0.0.1 lladdr 02:00:00:00:00:01 dev lo nud permanent",),
-        ("neigh del 0.0.0.0 dev lo",),
+        (*PAIR, "neigh add 0.0.0.0 lladdr 00:00:00:00:00:00 dev eth1 nud stale"),
+        (neighbour("0.0.0.0"),),
+        ("neigh del 0.0.0.0 dev eth1",),
     ],
     "renamed": [
         PAIR,
