@@ -17,6 +17,7 @@ namespace {
 /// Starts it with both outputs at `out`; 0 when there is no such program.
 pid_t start(std::vector<std::string> const& command, int out) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (auto const& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
