@@ -27,7 +27,7 @@ struct Reply {
   int returned = 0;  // by the handler
   int error = 0;     // in the request
   unsigned char type = ASN_NULL;
-  std::optional<long> value;  // of an INTEGER or a Gauge32
+  std::optional<long> value;  // of a number
   std::string octets;         // of an OCTET STRING
   Oid name;
 };
@@ -67,11 +67,22 @@ class AgentRequest {
  private:
   Reply reply(int returned) const {
     Reply reply{returned, request_.status, variable_->type, std::nullopt, {}, {}};
-    if (variable_->type == ASN_INTEGER || variable_->type == ASN_GAUGE) {
-      reply.value = *variable_->val.integer;
-    }
-    if (variable_->type == ASN_OCTET_STR) {
-      reply.octets.assign(variable_->val.string, variable_->val.string + variable_->val_len);
+    switch (variable_->type) {
+      case ASN_INTEGER:
+      case ASN_COUNTER:
+      case ASN_GAUGE:
+      case ASN_TIMETICKS:
+        reply.value = *variable_->val.integer;
+        break;
+      case ASN_COUNTER64:
+        reply.value = static_cast<long>(variable_->val.counter64->high << 32U |
+                                        variable_->val.counter64->low);
+        break;
+      case ASN_OCTET_STR:
+        reply.octets.assign(variable_->val.string, variable_->val.string + variable_->val_len);
+        break;
+      default:
+        break;
     }
     reply.name.assign(variable_->name, variable_->name + variable_->name_length);
     return reply;
