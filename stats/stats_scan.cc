@@ -1,19 +1,23 @@
 #include "stats/stats_scan.h"
 
+#include <array>
 #include <cstdint>
+#include <limits>
 #include <span>
+#include <sstream>
+#include <string_view>
+#include <utility>
 
 #include "stats/counter.h"
-#include "stats/text_scanner.h"
 
 namespace Ip {
 
 namespace {
 
-constexpr std::size_t headerMax = 1024;
-constexpr std::size_t leadingWordMax = 100;
+constexpr int headerMax = 1024;
+constexpr int leadingWordMax = 100;
+constexpr int lineMax = 4096;
 constexpr std::size_t sectionNameMax = 9;
-constexpr std::size_t lineMax = 4096;
 constexpr std::size_t statNameMax = 79;
 
 using FieldMutator = void (SwFwdStatsData::*)(std::uint64_t);
@@ -35,19 +39,36 @@ constexpr FieldMutator ipExtColumns[] = {
     &SwFwdStatsData::inMcastPktsIs, &SwFwdStatsData::outMcastPktsIs,
     &SwFwdStatsData::inBcastPktsIs, &SwFwdStatsData::outBcastPktsIs};
 
-void readColumns(TextScanner& in, std::span<FieldMutator const> columns, SwFwdStatsData& data) {
-  for (FieldMutator const columnIs : columns) (data.*columnIs)(in.number());
+// A stream that has failed leaves the variable alone.
+std::uint64_t number(std::istream& in) {
+  std::uint64_t value = 0;
+  in >> value;
+  return value;
 }
 
-// Stands behind the tag of the value line afterwards; false when the text has no such line.
-bool findIpExtValues(TextScanner& in) {
-  bool headerSeen = false;
-  while (in.good()) {
-    if (in.word(sectionNameMax) == "IpExt:") {
-      if (headerSeen) return true;
-      headerSeen = true;
-    }
-    in.skip(lineMax, '\n');
+/// Up to a space, which stays, and at most `max` characters; valid until the next one is read.
+template <std::size_t max>
+class Word {
+ public:
+  std::string_view read(std::istream& in) {
+    in.get(text_.data(), static_cast<std::streamsize>(text_.size()), ' ');
+    return {text_.data(), static_cast<std::size_t>(in.gcount())};
+  }
+
+ private:
+  std::array<char, max + 1> text_{};
+};
+
+void readColumns(std::istream& in, std::span<FieldMutator const> columns, SwFwdStatsData& data) {
+  for (FieldMutator const columnIs : columns) (data.*columnIs)(number(in));
+}
+
+/// Stands behind the tag of the value line afterwards; false when the text has no such line.
+bool findIpExtValues(std::istream& in) {
+  Word<sectionNameMax> section;
+  for (bool headerSeen = false; in.good(); in.ignore(lineMax, '\n')) {
+    if (section.read(in) != "IpExt:") continue;
+    if (std::exchange(headerSeen, true)) return true;
   }
   return false;
 }
@@ -72,27 +93,29 @@ Mav::TraceHandle& statsTrace() {
   return handle;
 }
 
-std::size_t scanSnmp(std::string_view text, SwFwdStatsData& data) {
-  TextScanner in(text);
-  std::size_t const headerLength = in.skip(headerMax, '\n');
+std::size_t scanSnmp(std::string text, SwFwdStatsData& data) {
+  std::istringstream in(std::move(text));
+  in.ignore(headerMax, '\n');
+  auto const headerLength = static_cast<std::size_t>(in.gcount());
   if (headerLength != snmpHeaderLength) return headerLength;
-  for (int leading = 0; leading < 3; ++leading) in.skip(leadingWordMax, ' ');
+  for (int leading = 0; leading < 3; ++leading) in.ignore(leadingWordMax, ' ');
   readColumns(in, snmpColumns, data);
   return headerLength;
 }
 
-void scanNetstat(std::string_view text, SwFwdStatsData& data) {
-  TextScanner in(text);
+void scanNetstat(std::string text, SwFwdStatsData& data) {
+  std::istringstream in(std::move(text));
   if (findIpExtValues(in)) readColumns(in, ipExtColumns, data);
 }
 
-void scanSnmp6(std::string_view text, SwFwdStatsData& data) {
-  TextScanner in(text);
-  while (in.good() && !in.exhausted()) {
-    std::string_view const name = in.word(statNameMax);
-    std::uint64_t const value = in.number();
-    in.skip(1, '\n');
-    setStat(name, value, data);
+void scanSnmp6(std::string text, SwFwdStatsData& data) {
+  std::istringstream in(std::move(text));
+  Word<statNameMax> name;
+  while (in.peek() != std::istream::traits_type::eof()) {
+    std::string_view const stat = name.read(in);
+    std::uint64_t const value = number(in);
+    in.ignore(1);
+    setStat(stat, value, data);
   }
 }
 

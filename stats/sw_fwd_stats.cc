@@ -1,6 +1,8 @@
 #include "stats/sw_fwd_stats.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/mav/time.h"
 #include "stats/stats_file.h"
@@ -10,31 +12,31 @@ namespace Ip {
 
 namespace {
 
-bool readText(StatsFile file, std::string& text) {
+std::optional<std::string> readText(StatsFile file) {
   std::string const& path = statsPath(file);
-  if (readStatsFile(path, text)) return true;
+  std::string text;
+  if (readStatsFile(path, text)) return text;
   MAV_TRACE_AS(statsTrace(), 0, "doRead", "Failed to open " << path);
-  return false;
+  return std::nullopt;
 }
 
 bool readIpv4(SwFwdStatsData& data) {
-  std::string text;
-  if (!readText(StatsFile::snmp, text)) return false;
-  std::size_t const headerLength = scanSnmp(text, data);
+  auto snmp = readText(StatsFile::snmp);
+  if (!snmp) return false;
+  std::size_t const headerLength = scanSnmp(*std::move(snmp), data);
   if (headerLength != snmpHeaderLength) {
     MAV_TRACE_AS(statsTrace(), 0, "doRead", "Header is " << headerLength);
     return false;
   }
-  if (!readText(StatsFile::netstat, text)) return false;
-  scanNetstat(text, data);
-  return true;
+  auto netstat = readText(StatsFile::netstat);
+  if (netstat) scanNetstat(*std::move(netstat), data);
+  return netstat.has_value();
 }
 
 bool readIpv6(SwFwdStatsData& data) {
-  std::string text;
-  if (!readText(StatsFile::snmp6, text)) return false;
-  scanSnmp6(text, data);
-  return true;
+  auto snmp6 = readText(StatsFile::snmp6);
+  if (snmp6) scanSnmp6(*std::move(snmp6), data);
+  return snmp6.has_value();
 }
 
 bool readFiles(IpVersion version, SwFwdStatsData& data) {
