@@ -1,14 +1,37 @@
 #include "plugin/plugin.h"
 
-namespace OvoSnmp {
+#include <cstdlib>
+#include <string>
 
-Plugin::Plugin(std::filesystem::path runDir)
+#include "platform/pondo/tables/format.h"
+#include "stats/stats_file.h"
+#include "stats/stats_scan.h"
+
+namespace OvoSnmp {
+namespace {
+
+// A layout of /proc/net/snmp that the reader of the IPv4 counters refuses: the publisher keeps the
+// same in the known one (kelbase/publish/net_snmp_file.h). The reader chooses its path once, so it
+// is led there from the beginning, whether the file is there yet or not.
+void chooseIpv4Counters(std::filesystem::path const& runDir) {
+  constexpr auto* variable = "PROC_NET_SNMP";
+  std::string text;
+  if (std::getenv(variable) || !Ip::readStatsFile("/proc/net/snmp", text)) return;
+  if (text.find('\n') + 1 == Ip::snmpHeaderLength) return;
+  auto const file = std::filesystem::absolute(runDir) / Pondo::Format::netSnmpFile;
+  ::setenv(variable, file.c_str(), 0);
+}
+
+}  // namespace
+
+Plugin::Plugin(std::filesystem::path const& runDir)
     : mirrors_(Mav::Directory::root(), *this),
       caches_(Mav::Directory::root(), activity_, mirrors_, fib_),
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
       // Interfaces before the routes through them.
-      follower_(activity_, std::move(runDir), {&mirrors_, &fib_}),
+      follower_(activity_, runDir, {&mirrors_, &fib_}),
       loopWatch_(activity_) {
+  chooseIpv4Counters(runDir);
   fib_.followerIs(&follower_);
 }
 

@@ -25,7 +25,7 @@ class Plugin : private State::MountObserver {
   static constexpr double filingCheck = 0.01;
 
   /// Mav::Exception when the kernel or the daemon refuses a descriptor.
-  explicit Plugin(std::filesystem::path runDir);
+  explicit Plugin(std::filesystem::path const& runDir);
   /// Undoes every registration, then lets go of everything.
   ~Plugin() override;
   Plugin(Plugin const&) = delete;

@@ -7,6 +7,7 @@
 #include "kelbase/daemon/service_notifier.h"
 #include "kelbase/daemon/signal_watch.h"
 #include "kelbase/model/trace.h"
+#include "kelbase/publish/net_snmp_file.h"
 
 namespace Kelbase {
 namespace {
@@ -19,7 +20,8 @@ class Daemon {
         runDir_(options.runDir),
         publisher_(activity_,
                    {options.runDir, {.version = options.version, .group = options.group}},
-                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}) {
+                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}),
+        counters_(activity_, options.runDir, options.group) {
     // The run directory is taken: whoever starts after this finds it. How long the kernel's first
     // answer takes is nobody's business to wait for.
     notifier_.ready();
@@ -58,6 +60,7 @@ class Daemon {
   ServiceNotifier notifier_;
   std::filesystem::path const runDir_;
   KernelPublisher publisher_;
+  NetSnmpFile counters_;  // once the run directory is the publisher's
   int exitStatus_ = 0;
   bool told_ = false;
 };

@@ -43,4 +43,6 @@ def test_an_idle_agent_wakes_once_in_five_seconds_more_than_a_stock_one(router):
     assert by_nothing == 0
     assert 1 <= by_look <= LOOKS
     assert all_ours - all_stock <= LOOKS + CHANCE
-    assert by_heartbeat <= WATCHED + CHANCE
+    # A sign of life each second; where this kernel's IPv4 counters need it, a file four times.
+    each_second = 5 if (router.rundir / "net-snmp").exists() else 1
+    assert by_heartbeat <= each_second * WATCHED + CHANCE

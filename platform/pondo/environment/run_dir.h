@@ -5,6 +5,8 @@
 //                           who it is, when the tables were last exact, and its
 //                           counters; rewritten with each sign of life, once a second
 //   RUNDIR/tables/          data.mdb, lock.mdb (LMDB) and doorbell; replaced as a whole by rename
+//   RUNDIR/net-snmp         IPv4 counters, on kernels where the agent cannot read /proc/net/snmp;
+//                           replaced by rename four times a second
 //
 // Directories 0750, data 0640, lock and doorbell 0660, group of the SNMP daemon where allowed.
 

@@ -59,6 +59,8 @@ inline constexpr char const* lockFile = "lock.mdb";
 /// Eight bytes, the last generation; rewritten after every commit. Only the write matters.
 inline constexpr char const* doorbellFile = "doorbell";
 inline constexpr char const* publisherLockFile = "publisher.lock";
+/// The IPv4 counters, on kernels whose own file the agent cannot read (not a table).
+inline constexpr char const* netSnmpFile = "net-snmp";
 
 inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";

@@ -1,0 +1,167 @@
+#include "kelbase/publish/net_snmp_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/descriptor.h"
+#include "platform/pondo/environment/table_files.h"
+#include "platform/pondo/tables/format.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::string_view tag = "Ip:";
+constexpr std::array<std::string_view, 19> columns{
+    "Forwarding",    "DefaultTTL",      "InReceives",   "InHdrErrors", "InAddrErrors",
+    "ForwDatagrams", "InUnknownProtos", "InDiscards",   "InDelivers",  "OutRequests",
+    "OutDiscards",   "OutNoRoutes",     "ReasmTimeout", "ReasmReqds",  "ReasmOKs",
+    "ReasmFails",    "FragOKs",         "FragFails",    "FragCreates"};
+
+std::vector<std::string_view> words(std::string_view line) {
+  std::vector<std::string_view> result;
+  while (!line.empty()) {
+    auto const word = line.substr(0, line.find(' '));
+    if (!word.empty()) result.push_back(word);
+    line.remove_prefix(std::min(line.size(), word.size() + 1));
+  }
+  return result;
+}
+
+bool isNumber(std::string_view word) {
+  return word.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+/// Takes the first line off the text; empty when there is no whole one.
+std::string_view takeLine(std::string_view& text) {
+  auto const end = text.find('\n');
+  if (end == std::string_view::npos) return {};
+  auto const line = text.substr(0, end);
+  text.remove_prefix(end + 1);
+  return line;
+}
+
+[[noreturn]] void throwErrno(char const* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// The beginning of a file; the kernel makes the whole of it in one read.
+std::string readStart(std::filesystem::path const& file) {
+  Pondo::Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!fd) throwErrno("open");
+  std::array<char, 4096> buffer{};
+  auto const got = ::read(fd.get(), buffer.data(), buffer.size());
+  if (got < 0) throwErrno("read");
+  return {buffer.data(), static_cast<std::size_t>(got)};
+}
+
+/// A kernel that shows no such file needs none: the agent's reader says itself what is missing.
+bool hasAnotherLayout(std::filesystem::path const& kernelFile) try {
+  auto const text = readStart(kernelFile);
+  return text.find('\n') + 1 != ipHeader().size();
+} catch (std::system_error const&) {
+  return false;
+}
+
+}  // namespace
+
+std::string const& ipHeader() {
+  static std::string const header = fmt::format("{} {}\n", tag, fmt::join(columns, " "));
+  return header;
+}
+
+std::optional<std::string> ipLines(std::string_view text) {
+  auto const names = words(takeLine(text));
+  auto const numbers = words(takeLine(text));
+  bool const pairs = !names.empty() && names.size() == numbers.size() && names[0] == tag &&
+                     numbers[0] == tag && std::all_of(numbers.begin() + 1, numbers.end(), isNumber);
+  if (!pairs) return std::nullopt;
+  std::string lines = ipHeader();
+  lines += tag;
+  for (auto const column : columns) {
+    auto const found = std::find(names.begin(), names.end(), column);
+    auto const at = static_cast<std::size_t>(found - names.begin());
+    lines += ' ';
+    lines += found == names.end() ? "0" : numbers[at];
+  }
+  return lines += '\n';
+}
+
+NetSnmpFile::NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& runDir,
+                         std::string const& group, std::filesystem::path kernelFile)
+    : kernelFile_(std::move(kernelFile)),
+      file_(runDir / Pondo::Format::netSnmpFile),
+      staged_(file_.native() + ".new"),
+      group_(group.empty() ? std::nullopt : std::optional(Pondo::groupByName(group))),
+      needed_(hasAnotherLayout(kernelFile_)),
+      timer_(activity.clock(), [this] { renew(); }),
+      due_(Mav::now()) {
+  ::unlink(staged_.c_str());
+  if (needed_) return renew();
+  ::unlink(file_.c_str());
+}
+
+void NetSnmpFile::renew() {
+  // From the time that was due, not from now: four a second, not nearly four.
+  due_ = std::max(due_ + interval, Mav::now());
+  try {
+    if (wasDeleted()) {
+      due_ = Mav::now() + pause;
+    } else {
+      renewNow();
+    }
+  } catch (std::system_error const& error) {
+    onFailure(error);
+  }
+  timer_.timeMinIs(due_);
+}
+
+bool NetSnmpFile::wasDeleted() {
+  return std::exchange(isThere_, false) && ::access(file_.c_str(), F_OK) != 0;
+}
+
+void NetSnmpFile::renewNow() {
+  auto const lines = ipLines(readStart(kernelFile_));
+  if (!lines) throw std::system_error(ENOMSG, std::generic_category(), kernelFile_.native());
+  write(*lines);
+  isThere_ = true;
+  if (!std::exchange(failing_, false)) return;
+  Mav::log(Mav::Severity::notice, file_.native() + ": is kept again");
+}
+
+void NetSnmpFile::write(std::string_view text) const {
+  constexpr mode_t mode = 0640;
+  Pondo::Descriptor const fd(
+      ::open(staged_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode));
+  if (!fd) throwErrno("open");
+  // Whether the group may be given to files, the tables have told.
+  if (group_) std::ignore = ::fchown(fd.get(), static_cast<uid_t>(-1), *group_);
+  auto const wrote = ::write(fd.get(), text.data(), text.size());
+  if (::fchmod(fd.get(), mode) != 0 || wrote < 0) throwErrno("write");
+  if (static_cast<std::size_t>(wrote) != text.size()) {
+    throw std::system_error(ENOSPC, std::generic_category(), "write");
+  }
+  if (::rename(staged_.c_str(), file_.c_str()) != 0) throwErrno("replace");
+}
+
+void NetSnmpFile::onFailure(std::system_error const& error) {
+  ::unlink(staged_.c_str());
+  due_ = Mav::now() + pause;
+  // Without its directory: the publisher makes that anew, and tells.
+  if (error.code() == std::errc::no_such_file_or_directory) return;
+  if (std::exchange(failing_, true)) return;
+  Mav::log(Mav::Severity::warning,
+           fmt::format("{}: cannot be kept: {}; the IPv4 counters stand still; trying again every "
+                       "second",
+                       file_.native(), error.what()));
+}
+
+}  // namespace Kelbase
