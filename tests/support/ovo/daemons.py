@@ -8,8 +8,9 @@ import signal
 import subprocess
 import time
 
+from ovo.ber import dotted
 from ovo.snmp import Client
-from ovo.tables import TABLES
+from ovo.tables import SCALARS, TABLES
 
 BUILD = pathlib.Path(os.environ.get("OVO_BUILD", "build")).resolve()
 SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
@@ -18,9 +19,7 @@ SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
 SANITIZERS = "detect_leaks=0:handle_abort=1"
 
 OIDS = {
-    "ipForwarding.0": "1.3.6.1.2.1.4.1.0",
-    "ipv6IpForwarding.0": "1.3.6.1.2.1.4.25.0",
-    "ipCidrRouteNumber.0": "1.3.6.1.2.1.4.24.3.0",
+    **{f"{name}.0": f"{dotted(oid)}.0" for name, oid in SCALARS.items()},
     "sysDescr.0": "1.3.6.1.2.1.1.1.0",
     "sysUpTime.0": "1.3.6.1.2.1.1.3.0",
     "sysName.0": "1.3.6.1.2.1.1.5.0",

@@ -1,11 +1,13 @@
 """The tables as a manager sees them: every object with its value, in the order of a walk."""
 
 import bisect
+import pathlib
 from typing import NamedTuple
 
-from ovo.ber import Binding, dotted
+from ovo.ber import Binding, dotted, oid
 
 IP = (1, 3, 6, 1, 2, 1, 4)
+OBJECTS = pathlib.Path(__file__).resolve().parents[3] / "mibs" / "objects.txt"
 
 
 class Column(NamedTuple):
@@ -18,79 +20,50 @@ class Table(NamedTuple):
     name: str
     oid: tuple
     columns: tuple
-    index: tuple = ()
+    index: tuple
     # Columns that the MIB lets a manager write; the agent refuses them all the same.
-    writable: tuple = ()
+    writable: tuple
+    # Numbers and names of the columns that are indexes alone.
+    unread: tuple
 
     def column(self, name):
         number = next(one.number for one in self.columns if one.name == name)
         return (*self.oid, 1, number)
 
 
-def _columns(first, text):
-    parts = (line.split(None, 1) for line in text.strip().splitlines())
-    return tuple(Column(number, name, kind) for number, (name, kind) in enumerate(parts, first))
+def _lines(kind):
+    """The lines of one kind, each with those of other kinds that follow it."""
+    found = []
+    for line in OBJECTS.read_text().splitlines():
+        words = line.split(None, 4)
+        if words and words[0] == kind:
+            found.append((words[1:], []))
+        elif words and words[0] != "#" and found:
+            found[-1][1].append(words)
+    return found
 
 
-ADDR = Table("ipAddrTable", (*IP, 20), _columns(1, """
-    ipAdEntAddr          IpAddress
-    ipAdEntIfIndex       INTEGER
-    ipAdEntNetMask       IpAddress
-    ipAdEntBcastAddr     INTEGER
-    ipAdEntReasmMaxSize  INTEGER"""), ("address",))
+def _table(line, behind):
+    columns = [words[1:] for words in behind if words[0] == "column"]
+    return Table(
+        line[2], oid(line[0]),
+        tuple(Column(int(one[0]), one[2], one[3]) for one in columns if one[1] != "-"),
+        tuple(line[3].split()), tuple(one[2] for one in columns if one[1] == "rw"),
+        tuple((int(one[0]), one[2]) for one in columns if one[1] == "-"))
 
-NET_TO_MEDIA = Table("ipNetToMediaTable", (*IP, 22), _columns(1, """
-    ipNetToMediaIfIndex      INTEGER
-    ipNetToMediaPhysAddress  OCTET STRING
-    ipNetToMediaNetAddress   IpAddress
-    ipNetToMediaType         INTEGER"""), ("number", "address"),
-    ("ipNetToMediaIfIndex", "ipNetToMediaPhysAddress", "ipNetToMediaNetAddress",
-     "ipNetToMediaType"))
 
-PREFIX = Table("ipAddressPrefixTable", (*IP, 32), _columns(5, """
-    ipAddressPrefixOrigin                INTEGER
-    ipAddressPrefixOnLinkFlag            INTEGER
-    ipAddressPrefixAutonomousFlag        INTEGER
-    ipAddressPrefixAdvPreferredLifetime  Gauge32
-    ipAddressPrefixAdvValidLifetime      Gauge32"""), ("number", "type", "octets", "number"))
+SCALARS = {line[2]: oid(line[0]) for line, _ in _lines("scalar")}
+EVERY_TABLE = {line[2]: _table(line, behind) for line, behind in _lines("table")}
+ABSENT = {line[2]: oid(line[0]) for line, _ in _lines("absent")}
 
-ADDRESS = Table("ipAddressTable", (*IP, 34), _columns(3, """
-    ipAddressIfIndex      INTEGER
-    ipAddressType         INTEGER
-    ipAddressPrefix       OBJECT IDENTIFIER
-    ipAddressOrigin       INTEGER
-    ipAddressStatus       INTEGER
-    ipAddressCreated      TimeTicks
-    ipAddressLastChanged  TimeTicks
-    ipAddressRowStatus    INTEGER
-    ipAddressStorageType  INTEGER"""), ("type", "octets"),
-    ("ipAddressIfIndex", "ipAddressType", "ipAddressStatus", "ipAddressRowStatus",
-     "ipAddressStorageType"))
-
-TABLES = (ADDR, PREFIX, ADDRESS)
-
-ROUTE_NUMBER = (*IP, 24, 3)
-
-ROUTE = Table("ipCidrRouteTable", (*IP, 24, 4), _columns(1, """
-    ipCidrRouteDest       IpAddress
-    ipCidrRouteMask       IpAddress
-    ipCidrRouteTos        INTEGER
-    ipCidrRouteNextHop    IpAddress
-    ipCidrRouteIfIndex    INTEGER
-    ipCidrRouteType       INTEGER
-    ipCidrRouteProto      INTEGER
-    ipCidrRouteAge        INTEGER
-    ipCidrRouteInfo       OBJECT IDENTIFIER
-    ipCidrRouteNextHopAS  INTEGER
-    ipCidrRouteMetric1    INTEGER
-    ipCidrRouteMetric2    INTEGER
-    ipCidrRouteMetric3    INTEGER
-    ipCidrRouteMetric4    INTEGER
-    ipCidrRouteMetric5    INTEGER
-    ipCidrRouteStatus     INTEGER"""), ("address", "address", "number", "address"),
-    ("ipCidrRouteIfIndex", "ipCidrRouteType", "ipCidrRouteInfo", "ipCidrRouteNextHopAS",
-     "ipCidrRouteMetric1", "ipCidrRouteMetric2", "ipCidrRouteMetric3", "ipCidrRouteMetric4",
-     "ipCidrRouteMetric5", "ipCidrRouteStatus"))
+ADDR = EVERY_TABLE["ipAddrTable"]
+NET_TO_MEDIA = EVERY_TABLE["ipNetToMediaTable"]
+PREFIX = EVERY_TABLE["ipAddressPrefixTable"]
+ADDRESS = EVERY_TABLE["ipAddressTable"]
+TABLES = (ADDR, PREFIX, ADDRESS)  # of addresses
+ROUTE_NUMBER = SCALARS["ipCidrRouteNumber"]
+ROUTE = EVERY_TABLE["ipCidrRouteTable"]
+STATS = EVERY_TABLE["brivetSwFwdIpStatsTable"]
 
 
 class Tree:
