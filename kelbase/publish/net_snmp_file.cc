@@ -105,8 +105,11 @@ NetSnmpFile::NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& r
       timer_(activity.clock(), [this] { renew(); }),
       due_(Mav::now()) {
   ::unlink(staged_.c_str());
-  if (needed_) return renew();
-  ::unlink(file_.c_str());
+  if (needed_) {
+    renew();
+  } else {
+    ::unlink(file_.c_str());
+  }
 }
 
 void NetSnmpFile::renew() {

@@ -77,7 +77,7 @@ def test_every_column_is_the_kernels_within_the_freshness_interval(router, count
         names |= {name for name in first if last[name] > first[name]}
     assert {"InReceives", "OutRequests", "InDelivers", "FragCreates", "ReasmOKs", "OutNoRoutes",
             "InMcastPkts", "InBcastPkts"} <= moved[0]
-    assert {"InReceives", "InOctets", "OutMcastOctets", "FragOKs", "OutNoRoutes"} <= moved[1]
+    assert {"InReceives", "InOctets", "FragOKs"} <= moved[1]
     time.sleep(OLD + 0.5)
     assert wrong_columns(router, counted, kernel_counters(router.space)) == []
 
@@ -87,6 +87,7 @@ def test_a_walk_has_ipv4_first_and_reads_each_file_once(router, counted):
     tracer = subprocess.Popen(["strace", "-qq", "-e", "trace=openat", "-e", "signal=none",
                                "-p", str(counted.daemon.pid), "-o", log])
     assert eventually(lambda: counted.daemon.status("TracerPid"), 5)
+    time.sleep(0.6)  # what was read to begin with is old by then
     began = time.monotonic()
     walked = [binding.oid for binding in counted.client.walk(STATS.oid, repetitions=10)]
     most = math.ceil((time.monotonic() - began) / 0.5)
