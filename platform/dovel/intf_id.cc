@@ -18,4 +18,8 @@ IntfId::IntfId(std::string_view name) {
   std::copy(name.begin(), name.end(), name_.begin());
 }
 
+std::string IntfId::stringValue() const {
+  return number_ == 0 ? std::string(name()) : fmt::format("{}#{}", name(), number_);
+}
+
 }  // namespace Dovel

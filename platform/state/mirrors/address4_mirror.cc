@@ -4,73 +4,47 @@
 
 namespace State {
 
-namespace {
-
-Dovel::IntfId numbered(Dovel::IntfId const& link, unsigned number) {
-  return Dovel::IntfId(link.stringValue() + '#' + std::to_string(number));
-}
-
-}  // namespace
-
-void Address4Mirror::interfaceChanged(Pondo::Snapshot const& snapshot,
-                                      InterfaceChange const& change) {
-  AddressMirror::interfaceChanged(snapshot, change);
-  if (!change.after) return;
-  auto const user = furtherIds_.find(change.intfId);
-  if (user != furtherIds_.end()) touch(user->second.key);  // it has to make room
+unsigned Address4Mirror::Numbers::take() {
+  return free_.empty() ? next_++ : free_.extract(free_.begin()).value();
 }
 
 void Address4Mirror::apply(Phase phase) {
+  if (phase == Phase::withdraw) renumber();
   AddressMirror::apply(phase);
   if (phase != Phase::interfacesGo) return;
   for (auto const& intfId : std::exchange(going_, {})) dir_->intfStatusDel(intfId);
+}
+
+void Address4Mirror::renumber() {
+  renumbered_.clear();
+  absl::btree_set<Key> renumbered;
+  for (auto const& key : touched()) {
+    auto const [first, end] = servedBetween({key.link, key.local, 0, {}},
+                                            {key.link, key.local, Dovel::IpAddr::bits + 1, {}});
+    bool const otherLengths = first != end && (first->first.length != key.length ||
+                                               std::prev(end)->first.length != key.length);
+    if (!otherLengths || !comes(key)) continue;
+    for (auto it = first; it != end; ++it) renumbered.insert(it->first);
+  }
+  for (auto const& key : renumbered) touch(key);
+  renumbered_ = std::move(renumbered);
 }
 
 Dovel::IpAddrWithMask Address4Mirror::addrWithMask(Key const& key, Record const&) const {
   return {key.local, key.length};
 }
 
-bool Address4Mirror::keepsIntfId(Key const& key, Served const& served) const {
-  return served.intfId == key.link || !links().link(served.intfId);
-}
-
-Dovel::IntfId Address4Mirror::intfIdFor(Key const& key, Record const& record) {
-  auto& ids = idsOf_[key.link];
-  if (!std::exchange(ids.own, true)) return key.link;
-  FurtherId further{key};
-  auto intfId = record.label;
-  if (!isFree(intfId)) {
-    further.number = takeNumber(key.link, ids);
-    intfId = numbered(key.link, further.number);
-  }
-  ++ids.further;
-  furtherIds_.emplace(intfId, further);
-  return intfId;
-}
-
-bool Address4Mirror::isFree(Dovel::IntfId const& intfId) const {
-  return !intfId.empty() && !furtherIds_.contains(intfId) && !links().link(intfId);
-}
-
-unsigned Address4Mirror::takeNumber(Dovel::IntfId const& link, LinkIds& ids) const {
-  for (auto it = ids.free.begin(); it != ids.free.end(); ++it) {
-    if (isFree(numbered(link, *it))) return ids.free.extract(it).value();
-  }
-  while (!isFree(numbered(link, ids.next))) ids.free.insert(ids.next++);
-  return ids.next++;
+Dovel::IntfId Address4Mirror::intfIdFor(Key const& key) {
+  auto const number = numbersOf_[key.link].take();
+  return number == 1 ? key.link : key.link.further(number);
 }
 
 void Address4Mirror::intfIdFree(Key const& key, Served const& served) {
-  auto& ids = idsOf_[key.link];
-  if (served.intfId == key.link) {
-    ids.own = false;
-  } else {
-    auto const further = furtherIds_.extract(served.intfId).mapped();
-    if (further.number != 0) ids.free.insert(further.number);
-    --ids.further;
-    going_.push_back(served.intfId);
-  }
-  if (!ids.own && ids.further == 0) idsOf_.erase(key.link);
+  auto const numbers = numbersOf_.find(key.link);
+  bool const own = served.intfId == key.link;
+  numbers->second.give(own ? 1 : served.intfId.number());
+  if (!own) going_.push_back(served.intfId);
+  if (numbers->second.unused()) numbersOf_.erase(numbers);
 }
 
 void Address4Mirror::interfaceIs(Key const& key, Served const& served, LinkRecord const& link) {

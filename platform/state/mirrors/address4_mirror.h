@@ -1,19 +1,20 @@
 #pragma once
 // Keeps Ip::Config and Ip::Status as the address4 table and the links say. An interface has one
-// address in these entities, so that a further address of a link has an IntfId of its own, with an
-// Interface::IntfStatus of the link's ifIndex:
+// address in these entities, so that each further address of a link has an IntfId of its own, with
+// an Interface::IntfStatus of the link's ifIndex:
 //
-//   first address of the link     the link's name
-//   further ones                  the label, where it is another one and free
-//                                 NAME#2, NAME#3 ...: the smallest that is free
+//   an address of the link     the link's name
+//   the others                 NAME#2, NAME#3 ...: the smallest number that is free
 //
-// An address keeps its IntfId while it lives, with one exception: a link that comes by that very
-// name takes it, and the address comes again under another one. Link names may hold a '#', and
-// labels need not hold a ':'.
+// An address keeps its IntfId while it lives. Which of a link's addresses has which number is
+// history, and shows nowhere but for one case: a link that has one address under several prefix
+// lengths. There the smallest IntfId decides what is served, and it is to be that of the shortest
+// prefix, whatever came first. So the numbers of one address rise with the lengths, and where
+// another length comes, all of them are drawn again. Labels decide nothing.
 
 #include <set>
 
-#include <absl/container/flat_hash_map.h>
+#include <absl/container/btree_map.h>
 
 #include "platform/dovel/ip_addr_with_mask.h"
 #include "platform/state/entities/ip_config.h"
@@ -31,26 +32,26 @@ class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrW
         config_(std::move(config)),
         status_(std::move(status)) {}
 
-  void interfaceChanged(Pondo::Snapshot const& snapshot, InterfaceChange const& change) override;
   void apply(Phase phase) override;
 
  private:
-  /// The IntfIds of one link's addresses.
-  struct LinkIds {
-    bool own = false;         // the link's own is in use
-    std::size_t further = 0;  // in use besides
-    unsigned next = 2;        // no number from here on was ever in use
-    std::set<unsigned> free;  // the ones below that are not in use
-  };
-  struct FurtherId {
-    Key key;
-    unsigned number = 0;  // 0: a label
+  /// Of one link's addresses, from 1 on: the link's own name.
+  class Numbers {
+   public:
+    /// The smallest that is free.
+    unsigned take();
+    void give(unsigned number) { free_.insert(number); }
+    bool unused() const { return free_.size() + 1 == next_; }
+
+   private:
+    unsigned next_ = 1;        // no number from here on was ever in use
+    std::set<unsigned> free_;  // the ones below that are not in use
   };
 
   Dovel::IpAddrWithMask addrWithMask(Key const& key, Record const& record) const override;
   bool active(Record const&) const override { return true; }
-  bool keepsIntfId(Key const& key, Served const& served) const override;
-  Dovel::IntfId intfIdFor(Key const& key, Record const& record) override;
+  bool keepsIntfId(Key const& key) const override { return !renumbered_.contains(key); }
+  Dovel::IntfId intfIdFor(Key const& key) override;
   void interfaceIs(Key const& key, Served const& served, LinkRecord const& link) override;
   void intfIdFree(Key const& key, Served const& served) override;
   void addressIs(AddressSource source, Dovel::IntfId const& intfId,
@@ -60,15 +61,15 @@ class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrW
   void addressAgain(AddressSource source, Dovel::IntfId const& intfId,
                     Dovel::IpAddrWithMask const& addr) override;
 
-  bool isFree(Dovel::IntfId const& intfId) const;
-  unsigned takeNumber(Dovel::IntfId const& link, LinkIds& ids) const;
+  /// Finds the addresses that leave and come again, since another length of theirs comes.
+  void renumber();
 
   Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
   Mav::Ptr<Ip::Config> const config_;
   Mav::Ptr<Ip::Status> const status_;
-  absl::flat_hash_map<Dovel::IntfId, LinkIds> idsOf_;         // by link
-  absl::flat_hash_map<Dovel::IntfId, FurtherId> furtherIds_;  // in use
-  std::vector<Dovel::IntfId> going_;                          // interfaces without address by now
+  absl::btree_map<Dovel::IntfId, Numbers> numbersOf_;  // by link
+  absl::btree_set<Key> renumbered_;                    // in this slice
+  std::vector<Dovel::IntfId> going_;                   // interfaces without address by now
 };
 
 }  // namespace State

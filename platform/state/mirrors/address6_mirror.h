@@ -20,7 +20,7 @@ class Address6Mirror : public AddressMirror<Pondo::Address6Table, Dovel::Ip6Addr
  private:
   Dovel::Ip6AddrWithMask addrWithMask(Key const& key, Record const& record) const override;
   bool active(Record const& record) const override;
-  Dovel::IntfId intfIdFor(Key const& key, Record const&) override { return key.link; }
+  Dovel::IntfId intfIdFor(Key const& key) override { return key.link; }
   void addressIs(AddressSource source, Dovel::IntfId const& intfId,
                  Dovel::Ip6AddrWithMask const& addr) override;
   void addressDel(AddressSource source, Dovel::IntfId const& intfId,

@@ -73,6 +73,19 @@ class AddressMirror : public TableMirror<Table> {
   /// To look at `key` in this slice, whether its record has changed or not. Kept until the slice
   /// has succeeded.
   void touch(Key const& key) { touched_.insert(key); }
+  absl::btree_set<Key> const& touched() const { return touched_; }
+
+  /// Whether the address will be announced in this slice, as one that was not there.
+  bool comes(Key const& key) const {
+    auto const want = wanted(key);
+    auto const it = served_.find(key);
+    return want && (it == served_.end() || !stays(key, it->second, want));
+  }
+
+  /// What is served under keys from `from` on, before `to`: begin and end.
+  auto servedBetween(Key const& from, Key const& to) const {
+    return std::pair(served_.lower_bound(from), served_.lower_bound(to));
+  }
 
  private:
   using Addr = std::remove_cvref_t<decltype(AddrWithMask().address())>;
@@ -81,10 +94,11 @@ class AddressMirror : public TableMirror<Table> {
   virtual AddrWithMask addrWithMask(Key const& key, Record const& record) const = 0;
   /// Given that its link is up.
   virtual bool active(Record const& record) const = 0;
-  /// Whether `served` can go on under its IntfId.
-  virtual bool keepsIntfId(Key const&, Served const&) const { return true; }
-  /// The IntfId for an address that comes, and its interface if it is not the link's own.
-  virtual Dovel::IntfId intfIdFor(Key const& key, Record const& record) = 0;
+  /// Whether an address that is served can go on under its IntfId.
+  virtual bool keepsIntfId(Key const&) const { return true; }
+  /// The IntfId for an address that comes.
+  virtual Dovel::IntfId intfIdFor(Key const& key) = 0;
+  /// Its interface, if it is not the link's own.
   virtual void interfaceIs(Key const&, Served const&, LinkRecord const&) {}
   /// The address has gone; so may its IntfId, once this phase is over.
   virtual void intfIdFree(Key const&, Served const&) {}
@@ -113,7 +127,7 @@ class AddressMirror : public TableMirror<Table> {
 
   bool stays(Key const& key, Served const& served, std::optional<Wanted> const& want) const {
     return want && want->link.ifIndex == served.ifIndex &&
-           addrWithMask(key, want->record) == served.addr && keepsIntfId(key, served);
+           addrWithMask(key, want->record) == served.addr && keepsIntfId(key);
   }
 
   bool wantsStatus(Wanted const& want) const { return want.link.operUp && active(want.record); }
@@ -141,8 +155,7 @@ class AddressMirror : public TableMirror<Table> {
       if (!want) continue;
       auto it = served_.find(key);
       if (it == served_.end()) {
-        Served const served{intfIdFor(key, want->record), want->link.ifIndex,
-                            addrWithMask(key, want->record)};
+        Served const served{intfIdFor(key), want->link.ifIndex, addrWithMask(key, want->record)};
         it = served_.emplace(key, served).first;
       }
       interfaceIs(key, it->second, want->link);

@@ -25,11 +25,15 @@ TEST(IntfId, refusesWhatItCannotHold) {
             "interface name 'eth\\x001' holds a NUL byte");
 }
 
-TEST(IntfId, ordersByBytesOfTheName) {
-  expectRising<IntfId>({IntfId(), IntfId("Eth0"), IntfId("eth"), IntfId("eth0"), IntfId("eth0#2"),
-                        IntfId("eth1"), IntfId("eth10"), IntfId("eth2"), IntfId("\xc3\xa9")});
+TEST(IntfId, ordersByNameThenNumber) {
+  IntfId const eth0("eth0");
+  expectRising<IntfId>({IntfId(), IntfId("Eth0"), IntfId("eth"), eth0, eth0.further(2),
+                        eth0.further(10), IntfId("eth0!"), IntfId("eth0#2"), IntfId("eth1"),
+                        IntfId("eth10"), IntfId("eth2"), IntfId("\xc3\xa9")});
+  EXPECT_EQ(shown(eth0.further(2)), "eth0#2");
+  EXPECT_EQ(eth0.further(2).name(), "eth0");
   EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
-      {IntfId(), IntfId("eth0"), IntfId("eth0#2"), IntfId("eth1")}));
+      {IntfId(), eth0, eth0.further(2), IntfId("eth0#2"), IntfId("eth1")}));
 }
 
 }  // namespace

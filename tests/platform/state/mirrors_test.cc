@@ -194,44 +194,30 @@ TEST_F(MirrorsTest, FiledKeysAreFoundInOrderFromAnyBytes) {
   EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::forwarding, ""), std::nullopt);
 }
 
-TEST_F(MirrorsTest, EachAddressOfALinkHasAnIntfIdOfItsOwn) {
+TEST_F(MirrorsTest, EachAddressOfALinkHasAnIntfIdOfItsOwnAndTheSmallestFreeIsGivenNext) {
   link("a", 7);
-  address("a", "10.0.0.1/24", "a");
-  address("a", "10.0.0.2/24", "a");
-  address("a", "10.0.0.3/24", "a:x");
-  address("a", "10.0.0.4/24", "a:x");
-  address("a", "10.0.0.4/16");
+  link("a#3", 8);  // nothing to do with the third address of a
+  address("a#3", "9.0.0.1/8");
+  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8"}) address("a", addr, "a:x");
   slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 10.0.0.1/24", "a#2=7 10.0.0.2/24", "a#3=7 10.0.0.4/16",
-                                    "a#4=7 10.0.0.4/24", "a:x=7 10.0.0.3/24"));
+  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/8", "a#2=7 2.0.0.1/8", "a#3=7 3.0.0.1/8",
+                                    "a#3=8 9.0.0.1/8"));
+  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8"}) addressGone("a", addr);
+  slice();
+  for (auto const* addr : {"4.0.0.1/8", "5.0.0.1/8", "6.0.0.1/8"}) address("a", addr);
+  slice();
+  EXPECT_THAT(config(), ElementsAre("a=7 4.0.0.1/8", "a#2=7 5.0.0.1/8", "a#3=7 3.0.0.1/8",
+                                    "a#4=7 6.0.0.1/8", "a#3=8 9.0.0.1/8"));
 }
 
-TEST_F(MirrorsTest, IntfIdsAreKeptForLifeAndTheSmallestFreeIsGivenNext) {
+TEST_F(MirrorsTest, NumbersOfOneAddressRiseWithItsLengths) {
   link("a", 7);
-  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8", "4.0.0.1/8"}) address("a", addr);
+  for (auto const* addr : {"1.0.0.1/24", "2.0.0.1/8"}) address("a", addr);
   slice();
-  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8"}) addressGone("a", addr);
+  for (auto const* addr : {"1.0.0.1/32", "1.0.0.1/16"}) address("a", addr);
   slice();
-  EXPECT_THAT(config(), ElementsAre("a#4=7 4.0.0.1/8"));
-  for (auto const* addr : {"5.0.0.1/8", "6.0.0.1/8", "7.0.0.1/8", "8.0.0.1/8"}) address("a", addr);
-  slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 5.0.0.1/8", "a#2=7 6.0.0.1/8", "a#3=7 7.0.0.1/8",
-                                    "a#4=7 4.0.0.1/8", "a#5=7 8.0.0.1/8"));
-}
-
-TEST_F(MirrorsTest, AnIntfIdMakesRoomForALinkOfThatName) {
-  link("a", 7);
-  address("a", "1.0.0.1/8");
-  address("a", "2.0.0.1/8");
-  address("a", "3.0.0.1/8", "b");
-  slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/8", "a#2=7 2.0.0.1/8", "b=7 3.0.0.1/8"));
-  link("b", 8);
-  link("a#2", 9);
-  address("b", "4.0.0.1/8");
-  slice();
-  EXPECT_THAT(config(),
-              ElementsAre("a=7 1.0.0.1/8", "a#3=7 2.0.0.1/8", "a#4=7 3.0.0.1/8", "b=8 4.0.0.1/8"));
+  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/16", "a#2=7 2.0.0.1/8", "a#3=7 1.0.0.1/24",
+                                    "a#4=7 1.0.0.1/32"));
 }
 
 TEST_F(MirrorsTest, WhatChangesBesideTheAddressIsNotAnnounced) {

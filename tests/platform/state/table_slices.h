@@ -58,6 +58,8 @@ class TableSlices {
  private:
   // Its own scope: a process has one environment open at a time.
   void write() {
+    if (edits_.empty() && written_) return;
+    written_ = true;
     Pondo::Writer::Options options;
     options.mapSize = std::size_t{64} << 20U;
     Pondo::Writer writer(dir_, options);
@@ -68,6 +70,7 @@ class TableSlices {
   std::filesystem::path dir_;
   std::vector<std::function<void(Pondo::Writer&)>> edits_;
   std::vector<Pondo::Change> changes_;
+  bool written_ = false;
 };
 
 /// Hears of mounts and does nothing.
