@@ -96,7 +96,7 @@ def a_minute_of_churn():
     yield "measure", "value"
     with router_of(STOCK, links=10) as router:
         publisher, agent = served(router)
-        trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
+        trees = expected(router.kernel_addresses())
         walkers = [Walker(agent, table, trees[table].indexes, repetitions)
                    for table, repetitions in zip(TABLES, (1, 10, 50))]
         latency = Asker(agent, [trees[ADDR].bindings[7].oid])

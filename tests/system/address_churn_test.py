@@ -5,7 +5,7 @@ import pytest
 from ovo.addresses import expected
 from ovo.churn import Churn, Walker, changing_lines
 from ovo.daemons import eventually
-from ovo.tables import ADDRESS, TABLES
+from ovo.tables import TABLES
 
 RATE, SECONDS = 10_000, 8
 # A machine that other work keeps busy may not bring so many; fewer than this proves nothing.
@@ -34,7 +34,7 @@ def agent(router):
 
 def watched(router, agent, churn):
     """Three walkers over the time of the churn; the growth of both daemons in its second half."""
-    trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
+    trees = expected(router.kernel_addresses())
     walkers = [Walker(agent, table, trees[table].indexes, repetitions)
                for table, repetitions in zip(TABLES, (1, 10, 50))]
     daemons = agent.daemon, agent.publisher

@@ -187,22 +187,6 @@ def test_what_happened_while_one_was_away(router, steps):
     router.agrees(router.agent(), within=10)
 
 
-@pytest.mark.parametrize("family", [4, 6])
-def test_of_one_subnet_in_every_order(router, family):
-    texts = {4: [f"10.1.0.{n}/24" for n in (1, 2, 3)],
-             6: [f"2001:db8:1::{n}/64" for n in (1, 2, 3)]}[family]
-    flags = "nodad" if family == 6 else ""
-    agent = started(router)
-    take(router, PAIR + ("sysctl net/ipv4/conf/eth1/promote_secondaries 1",))
-    for coming, going in itertools.product(itertools.permutations(texts), repeat=2):
-        for text in coming:
-            router.batch(f"addr add {text} dev eth1 {flags}")
-            router.agrees(agent)
-        for text in going:
-            router.batch(f"addr del {text} dev eth1")
-            router.agrees(agent)
-
-
 def status(agent, text):
     """ipAddressStatus of an address, or noSuchInstance."""
     return agent.client.ask((*ADDRESS.column("ipAddressStatus"),

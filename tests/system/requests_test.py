@@ -67,7 +67,7 @@ def asked(still_router):
     assert agent.answers()
     router.agrees(agent, within=5)
     rows = router.routes_agree(agent, within=5)
-    trees = expected(router.kernel_addresses(), agent.tables()[ADDRESS])
+    trees = expected(router.kernel_addresses())
     return Asked(agent, trees | {ROUTE: route_tree(rows)})
 
 

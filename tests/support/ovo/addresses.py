@@ -1,7 +1,8 @@
 """What the address tables should say, computed from what `ip -json -d address` says.
 
 An address may be on several links, or on one link under several prefix lengths, and is one row all
-the same: a link in operation goes before one that is not, then the links' names decide.
+the same: a link in operation goes before one that is not, then the links' names decide, then the
+shortest prefix does.
 """
 
 import ipaddress
@@ -23,7 +24,7 @@ class Place(NamedTuple):
     length: int
 
     def rank(self):
-        return self.state, self.link.encode()
+        return self.state, self.link.encode(), self.length
 
     def prefix(self):
         """Its index in ipAddressPrefixTable."""
@@ -62,27 +63,11 @@ def places(links):
                 yield Place(state, link["ifname"], link["ifindex"], address, info["prefixlen"])
 
 
-def _masters(links, served):
-    """The place that each address is served from.
-
-    Which of two lengths of one address on one link came first is not in `links`: there the prefix
-    that the agent serves decides, if it is one of them.
-    """
-    by_index = {}
-    for place in places(links):
-        by_index.setdefault(index(place.address), []).append(place)
-    for key, all_places in by_index.items():
-        best = min(map(Place.rank, all_places))
-        equal = [place for place in all_places if place.rank() == best]
-        yield key, next((p for p in equal if p.prefix() == served.get(key)), equal[0])
-
-
-def expected(links, served=()):
-    """The trees of the three tables; `served`: what the agent said of ipAddressTable."""
-    column = ADDRESS.column("ipAddressPrefix")
-    pointed = {binding.oid[len(column):]: binding.value[10:] for binding in served
-               if binding.oid[:len(column)] == column}
-    masters = dict(_masters(links, pointed))
+def expected(links):
+    """The trees of the three tables."""
+    masters = {}
+    for place in sorted(places(links), key=Place.rank):
+        masters.setdefault(index(place.address), place)
     return {
         ADDR: Tree(ADDR, {tuple(m.address.packed): _addr_row(m) for m in masters.values()
                           if m.address.version == 4}),

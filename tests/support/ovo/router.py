@@ -11,7 +11,7 @@ from ovo.addresses import expected
 from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
-from ovo.tables import ADDRESS, NET_TO_MEDIA
+from ovo.tables import NET_TO_MEDIA
 
 
 class Router:
@@ -184,9 +184,9 @@ class Router:
 
     def disagreements(self, agent):
         """Where the agent's address tables are not what the kernel's addresses make them."""
-        links = self.kernel_addresses()
+        trees = expected(self.kernel_addresses())
         served = agent.tables()
-        return [line for table, tree in expected(links, served[ADDRESS]).items()
+        return [line for table, tree in trees.items()
                 for line in tree.differences(served[table])]
 
     def agrees(self, agent, within=1.0):
