@@ -1,6 +1,7 @@
 #pragma once
-// What the four reactors of one interface's addresses share. Entity is what is watched
-// (Ip::IpIntfConfig ...). Another status of the interface means that the addresses are handed over
+// What the four reactors of one interface's addresses share. React is the class itself (CRTP),
+// whose `name` the traces give; Entity is what is watched (Ip::IpIntfConfig ...), `source` the side
+// that it stands for. Another status of the interface means that the addresses are handed over
 // again. One thread.
 
 #include "agent/ip_address_table_sm.h"
@@ -8,7 +9,7 @@
 
 namespace IpSnmp {
 
-template <class Entity>
+template <class React, class Entity, AddressSource source>
 class IntfReactor : public Reactor<IpAddressTableSm, Entity> {
  public:
   static Dovel::IntfId keyOf(Entity const& entity) { return entity.intfId(); }
@@ -30,6 +31,11 @@ class IntfReactor : public Reactor<IpAddressTableSm, Entity> {
     handleAddr();
     this->intfStatusIs(ipAddressTableSm()->intfStatus(intfId_));
     handleAddr();
+  }
+
+  /// "void IpSnmp::IpAddressTableSm::MavIpIntfConfig", then the function.
+  static std::string signature(std::string_view function) {
+    return std::string("void IpSnmp::IpAddressTableSm::").append(React::name).append(function);
   }
 
  private:

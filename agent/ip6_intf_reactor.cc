@@ -6,18 +6,20 @@
 
 namespace IpSnmp {
 
-template <class Side>
-void Ip6IntfReactor<Side>::handleAddr() {
-  Blipmark::Timer const blip(Side::handleAllSignature);
-  MAV_TRACE(agentTraceHandle(), 8, Side::handleAllSignature << " for " << this->intfId());
+template <class React, class Entity, AddressSource source>
+void Ip6IntfReactor<React, Entity, source>::handleAddr() {
+  static auto const signature = this->signature("::handleAddr()");
+  Blipmark::Timer const blip(signature.c_str());
+  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << this->intfId());
   for (auto addr = this->notifier()->addrIterator(); addr; ++addr) handleAddr(addr.key());
 }
 
-template <class Side>
-void Ip6IntfReactor<Side>::handleAddr(Dovel::Ip6AddrWithMask const& address) {
-  Blipmark::Timer const blip(Side::handleAddrSignature);
+template <class React, class Entity, AddressSource source>
+void Ip6IntfReactor<React, Entity, source>::handleAddr(Dovel::Ip6AddrWithMask const& address) {
+  static auto const signature = this->signature("::handleAddr(const Dovel::Ip6AddrWithMask&)");
+  Blipmark::Timer const blip(signature.c_str());
   auto const& intf = this->intfId();
-  MAV_TRACE(agentTraceHandle(), 8, Side::handleAddrSignature << " for " << intf << ", " << address);
+  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf << ", " << address);
   if (!this->intfStatus()) {
     MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
     return;
@@ -29,32 +31,27 @@ void Ip6IntfReactor<Side>::handleAddr(Dovel::Ip6AddrWithMask const& address) {
   auto* const sm = this->ipAddressTableSm();
   auto const info = this->notifier()->addr(address);
   if (!info) {
-    sm->doDelAddr6(intf, Side::source, address);
+    sm->doDelAddr6(intf, source, address);
     oldAddr_.erase(address);
     return;
   }
-  sm->doAddAddr6(intf, Side::source, Intf::ifIndex(*this->intfStatus()), address);
+  sm->doAddAddr6(intf, source, Intf::ifIndex(*this->intfStatus()), address);
   oldAddr_.put(address, {info});
 }
 
-template <class Side>
-void Ip6IntfReactor<Side>::handleDel() {
-  Blipmark::Timer const blip(Side::handleDelSignature);
+template <class React, class Entity, AddressSource source>
+void Ip6IntfReactor<React, Entity, source>::handleDel() {
+  static auto const signature = this->signature("::handleDel()");
+  Blipmark::Timer const blip(signature.c_str());
   if (!this->intfStatus()) return;
   for (auto old = oldAddr_.first(); old; ++old) {
-    this->ipAddressTableSm()->doDelAddr6(this->intfId(), Side::source, old.key());
+    this->ipAddressTableSm()->doDelAddr6(this->intfId(), source, old.key());
   }
 }
 
-template <class Side>
-void Ip6IntfReactor<Side>::onAddr() {
-  for (auto old = oldAddr_.first(); old; ++old) {
-    if (!this->notifier()->addr(old.key())) handleAddr(old.key());
-  }
-  handleAddr();
-}
-
-template class Ip6IntfReactor<Ip6IntfConfigSide>;
-template class Ip6IntfReactor<Ip6IntfStatusSide>;
+template class Ip6IntfReactor<IpAddressTableSm::MavIp6IntfConfig, Ip6::IntfConfig,
+                              addressSourceConfig>;
+template class Ip6IntfReactor<IpAddressTableSm::MavIp6IntfStatus, Ip6::IntfStatus,
+                              addressSourceStatus>;
 
 }  // namespace IpSnmp

@@ -1,10 +1,10 @@
 #pragma once
 // The reactors of the state machine's inputs. Those of the four address entities keep one reactor
-// for each interface of their entity; their constructors only register, and the handler of the
-// whole collection makes the first pass.
+// for each interface of their entity.
 
 #include "agent/ip6_intf_reactor.h"
 #include "agent/ip_intf_reactor.h"
+#include "platform/blipmark/blipmark.h"
 
 namespace IpSnmp {
 
@@ -13,7 +13,6 @@ class IpAddressTableSm::MavIntfStatusDir final : public Interface::AllIntfStatus
   MavIntfStatusDir(IpAddressTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
       : NotifieeConst(std::move(dir)), sm_(sm) {}
   void onIntfStatus(Dovel::IntfId const& intf) override { sm_.handleIntfStatus(intf); }
-  void onIntfStatus() override;
 
  private:
   IpAddressTableSm& sm_;
@@ -25,48 +24,70 @@ class IpAddressTableSm::MavIpMib final : public IpMib::NotifieeConst {
   using IpMib::NotifieeConst::NotifieeConst;
 };
 
-class IpAddressTableSm::MavConfig final : public Ip::Config::NotifieeConst {
+/// Dir is the entity (Ip::Config ...), React what watches one of its interfaces.
+template <class Dir, class React>
+class IntfDirReactor : public Dir::NotifieeConst {
  public:
-  MavConfig(IpAddressTableSm& sm, Mav::Ptr<Ip::Config const> config)
-      : NotifieeConst(std::move(config)), sm_(sm) {}
-  void onIpIntfConfig(Dovel::IntfId const& intf) override;
-  void onIpIntfConfig() override;
+  /// Only registers: handleIntf() makes the first pass.
+  IntfDirReactor(IpAddressTableSm& sm, ReactorSet<React>& reactors, Mav::Ptr<Dir const> dir)
+      : Dir::NotifieeConst(std::move(dir)), sm_(sm), reactors_(reactors) {}
+
+  /// The interface came or went.
+  void handleIntf(Dovel::IntfId const& intf) {
+    if (auto const entity = this->notifier()->intf(intf)) {
+      reactors_.is(sm_, entity);
+    } else {
+      reactors_.del(intf);
+    }
+  }
+  /// Any may have come or gone.
+  void handleIntf() {
+    for (auto i = this->notifier()->intfIterator(); i; ++i) reactors_.is(sm_, i.value());
+    reactors_.delUnless(
+        [this](Dovel::IntfId const& intf) { return bool(this->notifier()->intf(intf)); });
+  }
 
  private:
   IpAddressTableSm& sm_;
+  ReactorSet<React>& reactors_;
 };
 
-class IpAddressTableSm::MavStatus final : public Ip::Status::NotifieeConst {
+class IpAddressTableSm::MavConfig final : public IntfDirReactor<Ip::Config, MavIpIntfConfig> {
  public:
-  MavStatus(IpAddressTableSm& sm, Mav::Ptr<Ip::Status const> status)
-      : NotifieeConst(std::move(status)), sm_(sm) {}
-  void onIpIntfStatus(Dovel::IntfId const& intf) override;
-  void onIpIntfStatus() override;
-
- private:
-  IpAddressTableSm& sm_;
+  using IntfDirReactor::IntfDirReactor;
+  void onIpIntfConfig(Dovel::IntfId const& intf) override {
+    Blipmark::Timer const blip(
+        "void IpSnmp::IpAddressTableSm::MavConfig::onIpIntfConfig(Dovel::IntfId)");
+    handleIntf(intf);
+  }
 };
 
-class IpAddressTableSm::MavConfig6 final : public Ip6::Config::NotifieeConst {
+class IpAddressTableSm::MavStatus final : public IntfDirReactor<Ip::Status, MavIpIntfStatus> {
  public:
-  MavConfig6(IpAddressTableSm& sm, Mav::Ptr<Ip6::Config const> config)
-      : NotifieeConst(std::move(config)), sm_(sm) {}
-  void onIntf(Dovel::IntfId const& intf) override;
-  void onIntf() override;
-
- private:
-  IpAddressTableSm& sm_;
+  using IntfDirReactor::IntfDirReactor;
+  void onIpIntfStatus(Dovel::IntfId const& intf) override {
+    Blipmark::Timer const blip(
+        "void IpSnmp::IpAddressTableSm::MavStatus::onIpIntfStatus(Dovel::IntfId)");
+    handleIntf(intf);
+  }
 };
 
-class IpAddressTableSm::MavStatus6 final : public Ip6::Status::NotifieeConst {
+class IpAddressTableSm::MavConfig6 final : public IntfDirReactor<Ip6::Config, MavIp6IntfConfig> {
  public:
-  MavStatus6(IpAddressTableSm& sm, Mav::Ptr<Ip6::Status const> status)
-      : NotifieeConst(std::move(status)), sm_(sm) {}
-  void onIntf(Dovel::IntfId const& intf) override;
-  void onIntf() override;
+  using IntfDirReactor::IntfDirReactor;
+  void onIntf(Dovel::IntfId const& intf) override {
+    Blipmark::Timer const blip("void IpSnmp::IpAddressTableSm::MavConfig6::onIntf(Dovel::IntfId)");
+    handleIntf(intf);
+  }
+};
 
- private:
-  IpAddressTableSm& sm_;
+class IpAddressTableSm::MavStatus6 final : public IntfDirReactor<Ip6::Status, MavIp6IntfStatus> {
+ public:
+  using IntfDirReactor::IntfDirReactor;
+  void onIntf(Dovel::IntfId const& intf) override {
+    Blipmark::Timer const blip("void IpSnmp::IpAddressTableSm::MavStatus6::onIntf(Dovel::IntfId)");
+    handleIntf(intf);
+  }
 };
 
 }  // namespace IpSnmp

@@ -72,22 +72,18 @@ IpAddressTableSm::IpAddressTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
     mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
   }
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
-  if (config) {
-    mavConfig_ = std::make_unique<MavConfig>(*this, std::move(config));
-    mavConfig_->onIpIntfConfig();
-  }
-  if (status) {
-    mavStatus_ = std::make_unique<MavStatus>(*this, std::move(status));
-    mavStatus_->onIpIntfStatus();
-  }
-  if (config6) {
-    mavConfig6_ = std::make_unique<MavConfig6>(*this, std::move(config6));
-    mavConfig6_->onIntf();
-  }
-  if (status6) {
-    mavStatus6_ = std::make_unique<MavStatus6>(*this, std::move(status6));
-    mavStatus6_->onIntf();
-  }
+  watch(mavConfig_, ipIntfConfig_, std::move(config));
+  watch(mavStatus_, ipIntfStatus_, std::move(status));
+  watch(mavConfig6_, ip6IntfConfig_, std::move(config6));
+  watch(mavStatus6_, ip6IntfStatus_, std::move(status6));
+}
+
+template <class Reactor, class IntfReactor, class Dir>
+void IpAddressTableSm::watch(std::unique_ptr<Reactor>& reactor, ReactorSet<IntfReactor>& intfs,
+                             Mav::Ptr<Dir const> dir) {
+  if (!dir) return;
+  reactor = std::make_unique<Reactor>(*this, intfs, std::move(dir));
+  reactor->handleIntf();
 }
 
 IpAddressTableSm::~IpAddressTableSm() {

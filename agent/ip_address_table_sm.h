@@ -106,6 +106,10 @@ class IpAddressTableSm : public Mav::Object {
   void doDelAddr6(Dovel::IntfId intf, AddressSource source, Dovel::Ip6AddrWithMask const& address);
 
  private:
+  /// Files what the entity holds, and from now on hears of it. Null: nothing.
+  template <class Reactor, class IntfReactor, class Dir>
+  void watch(std::unique_ptr<Reactor>& reactor, ReactorSet<IntfReactor>& intfs,
+             Mav::Ptr<Dir const> dir);
   /// The entry of the address; null when it is ignored.
   template <class AddrWithMask>
   Mav::Ptr<IpAddressEntry> addToIpAddressTable(IntfDataKey const& key, std::int32_t ifIndex,

@@ -6,30 +6,34 @@
 
 namespace IpSnmp {
 
-template <class Side>
-void IpIntfReactor<Side>::handleAddr() {
-  Blipmark::Timer const blip(Side::handleAddrSignature);
+template <class React, class Entity, AddressSource source>
+void IpIntfReactor<React, Entity, source>::handleAddr() {
+  static auto const signature = this->signature("::handleAddr()");
+  Blipmark::Timer const blip(signature.c_str());
   auto const& intf = this->intfId();
-  MAV_TRACE(agentTraceHandle(), 8, Side::handleAddrSignature << " for " << intf);
+  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
   if (!this->intfStatus()) {
     MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
     return;
   }
   auto* const sm = this->ipAddressTableSm();
-  if (!oldAddress_.address().isUnspecified()) sm->doDelAddr(intf, Side::source, oldAddress_);
-  auto const current = (this->notifier().get()->*Side::address)();
-  sm->doAddAddr(intf, Side::source, Intf::ifIndex(*this->intfStatus()), current);
+  if (!oldAddress_.address().isUnspecified()) sm->doDelAddr(intf, source, oldAddress_);
+  auto const current = this->notifier()->address();
+  sm->doAddAddr(intf, source, Intf::ifIndex(*this->intfStatus()), current);
   oldAddress_ = current;
 }
 
-template <class Side>
-void IpIntfReactor<Side>::handleDel() {
-  Blipmark::Timer const blip(Side::handleDelSignature);
+template <class React, class Entity, AddressSource source>
+void IpIntfReactor<React, Entity, source>::handleDel() {
+  static auto const signature = this->signature("::handleDel()");
+  Blipmark::Timer const blip(signature.c_str());
   if (!this->intfStatus()) return;
-  this->ipAddressTableSm()->doDelAddr(this->intfId(), Side::source, oldAddress_);
+  this->ipAddressTableSm()->doDelAddr(this->intfId(), source, oldAddress_);
 }
 
-template class IpIntfReactor<IpIntfConfigSide>;
-template class IpIntfReactor<IpIntfStatusSide>;
+template class IpIntfReactor<IpAddressTableSm::MavIpIntfConfig, Ip::IpIntfConfig,
+                             addressSourceConfig>;
+template class IpIntfReactor<IpAddressTableSm::MavIpIntfStatus, Ip::IpIntfStatus,
+                             addressSourceStatus>;
 
 }  // namespace IpSnmp

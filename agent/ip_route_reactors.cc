@@ -1,15 +1,9 @@
 #include "agent/ip_route_reactors.h"
 
-#include "platform/blipmark/blipmark.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/errors.h"
 
 namespace IpSnmp {
-
-void IpRouteTableSm::MavIntfStatusDir::onIntfStatus() {
-  Blipmark::Timer const blip("void IpSnmp::IpRouteTableSm::MavIntfStatusDir::onIntfStatus()");
-  for (auto list = sm_.intfDepIterator(); list; ++list) sm_.handleIntfStatus(list.key());
-}
 
 std::optional<Dovel::Prefix> IpRouteTableSm::MavRouteStatus::filedRoute(
     Dovel::Prefix const& from) const {

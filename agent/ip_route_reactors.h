@@ -25,8 +25,6 @@ class IpRouteTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDi
   MavIntfStatusDir(IpRouteTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
       : NotifieeConst(std::move(dir)), sm_(sm) {}
   void onIntfStatus(Dovel::IntfId const& intfId) override { sm_.handleIntfStatus(intfId); }
-  /// Every interface that somebody waits for may have come.
-  void onIntfStatus() override;
 
  private:
   IpRouteTableSm& sm_;

@@ -77,15 +77,27 @@ IpRouteTableSm::~IpRouteTableSm() = default;
 
 void IpRouteTableSm::doInstantiate() {
   for (auto const& [type, protocol] : protocols) protocolMap().protocolIs(type, protocol);
-  newFecRouteList();
+  listRoutesOfFecs();
 }
 
-void IpRouteTableSm::newFecRouteList() {
+void IpRouteTableSm::listRoutesOfFecs() {
+  fecRouteListIs();
+  fecRouteListSmIs(routeStatus(), forwardingStatus(), fecRouteList_);
+}
+
+void IpRouteTableSm::fecRouteListIs() {
   fecRouteListSm_.reset();
   fecRouteList_ = Mav::makeObject<Pondo::Fib::FecRouteList>();
-  if (!mavRouteStatus_) return;
+}
+
+void IpRouteTableSm::fecRouteListSmIs(
+    Mav::Ptr<Pondo::Fib::RouteStatus const> const& routeStatus,
+    Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+    Mav::Ptr<Pondo::Fib::FecRouteList> const& fecRouteList) {
+  fecRouteListSm_.reset();
+  if (!routeStatus) return;
   fecRouteListSm_ =
-      Mav::makeObject<Pondo::Fib::FecRouteListSm>(routeStatus(), forwardingStatus(), fecRouteList_);
+      Mav::makeObject<Pondo::Fib::FecRouteListSm>(routeStatus, forwardingStatus, fecRouteList);
 }
 
 Mav::Ptr<IpForwardMib> IpRouteTableSm::ipForwardMib() const {
@@ -118,7 +130,7 @@ void IpRouteTableSm::routeStatusIs(Mav::Ptr<Pondo::Fib::RouteStatus const> route
   if (routeStatus) {
     mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
   }
-  newFecRouteList();
+  listRoutesOfFecs();
 }
 
 void IpRouteTableSm::forwardingStatusIs(
@@ -128,7 +140,7 @@ void IpRouteTableSm::forwardingStatusIs(
     mavForwardingStatus_ =
         std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
   }
-  newFecRouteList();
+  listRoutesOfFecs();
 }
 
 void IpRouteTableSm::clockIs(Mav::Ptr<Mav::Clock const> clock) {
@@ -146,7 +158,7 @@ void IpRouteTableSm::backlogIs(Dovel::Prefix const& prefix, bool value) {
 }
 
 Mav::Ptr<PrefixList> IpRouteTableSm::intfDepIs(Dovel::IntfId const& intfId) {
-  return intfDep_.insertOrGet(intfId, [&] { return Mav::makeObject<PrefixList>(intfId); }).first;
+  return intfDep_.insertOrGet(intfId, [&] { return newIntfDep(intfId); }).first;
 }
 
 void IpRouteTableSm::handleRoute() {

@@ -76,6 +76,20 @@ class IpRouteTableSm : public Mav::Object {
   void forwardingStatusIs(Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus);
   /// A pass that is pending is so on the new clock.
   void clockIs(Mav::Ptr<Mav::Clock const> clock);
+  /// None is watched from now on.
+  void ipForwardMibDel() { ipForwardMibIs(nullptr); }
+  void intfStatusDirDel() { intfStatusDirIs(nullptr); }
+  void routeStatusDel() { routeStatusIs(nullptr); }
+  void forwardingStatusDel() { forwardingStatusIs(nullptr); }
+  void clockDel() { clockIs(nullptr); }
+
+  /// A new list, which nobody keeps up to date yet.
+  void fecRouteListIs();
+  /// What keeps `fecRouteList` up to date, in the place of what did before. Without `routeStatus`
+  /// there are no routes to list, and nothing is made.
+  void fecRouteListSmIs(Mav::Ptr<Pondo::Fib::RouteStatus const> const& routeStatus,
+                        Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+                        Mav::Ptr<Pondo::Fib::FecRouteList> const& fecRouteList);
 
   BacklogMap const& backlog() const { return backlog_; }
   BacklogIterator backlogIterator() { return backlog_.first(); }
@@ -97,6 +111,10 @@ class IpRouteTableSm : public Mav::Object {
   Mav::Ptr<PrefixList> intfDep(Dovel::IntfId const& intfId) const { return intfDep_.get(intfId); }
   IntfDepIterator intfDepIterator() { return intfDep_.first(); }
   IntfDepIteratorConst intfDepIterator() const { return intfDep_.first(); }
+  /// An empty list, not filed yet.
+  static Mav::Ptr<PrefixList> newIntfDep(Dovel::IntfId const& intfId) {
+    return Mav::makeObject<PrefixList>(intfId);
+  }
   /// The list of the interface, a new one if there is none.
   Mav::Ptr<PrefixList> intfDepIs(Dovel::IntfId const& intfId);
   void intfDepDel(Dovel::IntfId const& intfId) { intfDep_.erase(intfId); }
@@ -117,7 +135,7 @@ class IpRouteTableSm : public Mav::Object {
 
  private:
   void doInstantiate();
-  void newFecRouteList();
+  void listRoutesOfFecs();
   /// Whether the backlog is worked off by then.
   bool workOff(double deadline);
   void process(Dovel::Prefix const& prefix);

@@ -9,7 +9,7 @@ bool PrefixList::prefixDel(Dovel::Prefix const& prefix) {
 }
 
 void PrefixList::prefixDelAll() {
-  if (notifiees_.anyActive()) {
+  if (isHeard()) {
     prefix_.delAll();
   } else {
     prefix_.map().clear();

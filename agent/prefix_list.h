@@ -20,11 +20,10 @@ class PrefixList : public Mav::Entity {
     using Notifiee::Notifiee;
     /// A prefix came or went, or its bool changed.
     virtual void onPrefix(Dovel::Prefix const& /*prefix*/) {}
-    /// The collection changed as a whole.
-    virtual void onPrefix() {}
   };
 
   struct MavPrefix {
+    Dovel::Prefix prefix;
     bool value = false;
     bool operator==(MavPrefix const&) const = default;
   };
@@ -41,23 +40,23 @@ class PrefixList : public Mav::Entity {
   std::size_t prefixes() const { return prefix_.map().size(); }
   PrefixIteratorConst prefixIterator() const { return prefix_.map().first(); }
 
+  /// A member, not entered yet.
+  static MavPrefix newPrefix(Dovel::Prefix const& prefix, bool value) { return {prefix, value}; }
   /// Enters the prefix, or overwrites its bool.
-  void prefixIs(Dovel::Prefix const& prefix, bool value) { prefix_.put(prefix, {value}); }
+  void prefixIs(Dovel::Prefix const& prefix, bool value) {
+    prefix_.put(prefix, newPrefix(prefix, value));
+  }
   /// Its bool; false when it was absent.
   bool prefixDel(Dovel::Prefix const& prefix);
   void prefixDelAll();
 
   std::string_view typeName() const override { return "IpSnmp::PrefixList"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
  private:
   Dovel::IntfId const intfId_;
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
-  Mav::AnnouncedMap<PrefixMap, NotifieeConst, prefixAttributeId, &NotifieeConst::onPrefix,
-                    &NotifieeConst::onPrefix>
-      prefix_{notifiees_};
+  Mav::AnnouncedMap<PrefixMap, NotifieeConst, prefixAttributeId, &NotifieeConst::onPrefix> prefix_{
+      *this};
 };
 
 }  // namespace IpSnmp

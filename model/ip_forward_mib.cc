@@ -62,7 +62,7 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop co
   auto const key = [&](Hop const& hop) {
     return IpCidrRouteTableIndex(first.dest(), first.mask(), first.tos(), hop.nextHop);
   };
-  if (notifiees_.anyActive()) {
+  if (isHeard()) {
     for (auto row = ipCidrRouteTableMap().atOrAfter(first); row && isOfSamePrefix(row.key(), first);
          ++row) {
       ipCidrRouteTableDel(row.key());
@@ -90,11 +90,6 @@ Mav::AttributeTable const& IpForwardMib::attributeTable() const {
   static Mav::AttributeTable const table{
       Mav::collectionAttribute<nullptr, &IpForwardMib::ipCidrRouteTableDel>("ipCidrRouteTable")};
   return table;
-}
-
-void IpForwardMib::notifyIsNondestructing() {
-  notifiees_.notify(Mav::isNondestructingAttributeId,
-                    [](NotifieeConst& n) { n.onIsNondestructing(); });
 }
 
 Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name) {

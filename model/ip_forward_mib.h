@@ -5,15 +5,17 @@
 #include <optional>
 #include <span>
 
-#include "model/collection.h"
 #include "model/ip_cidr_route_table_entry.h"
 #include "platform/dovel/prefix.h"
+#include "platform/mav/announced_map.h"
 
 namespace IpSnmp {
 
 class IpForwardMib : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/ip/ipforwardmib";
+
+  static constexpr Mav::AttributeId ipCidrRouteTableAttributeId = Mav::firstAttributeId;
 
   class NotifieeConst : public Mav::Notifiee<IpForwardMib const, NotifieeConst> {
    public:
@@ -22,12 +24,26 @@ class IpForwardMib : public Mav::Entity {
     virtual void onIpCidrRouteTable(IpCidrRouteTableIndex const& /*key*/) {}
     /// The collection changed as a whole.
     virtual void onIpCidrRouteTable() {}
-    virtual void onIsNondestructing() {}
   };
 
   /// ipForwardMibFactory makes the one that is served.
   explicit IpForwardMib(Mav::Name name) : Entity(std::move(name)) {}
 
+  using IpCidrRouteTableMap =
+      Mav::OrderedMap<IpCidrRouteTableIndex, Mav::Ptr<IpCidrRouteTableEntry>>;
+  using IpCidrRouteTableIterator = IpCidrRouteTableMap::Iterator;
+  using IpCidrRouteTableIteratorConst = IpCidrRouteTableMap::IteratorConst;
+  IpCidrRouteTableMap const& ipCidrRouteTableMap() const { return ipCidrRouteTable_.map(); }
+  Mav::Ptr<IpCidrRouteTableEntry const> ipCidrRouteTable(IpCidrRouteTableIndex const& key) const {
+    return ipCidrRouteTable_.map().get(key);
+  }
+  Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTable(IpCidrRouteTableIndex const& key) {
+    return ipCidrRouteTable_.map().get(key);
+  }
+  auto ipCidrRouteTableIterator() const { return ipCidrRouteTable_.map().first(); }
+  auto ipCidrRouteTableIterator() { return ipCidrRouteTable_.map().first(); }
+  void ipCidrRouteTableDel(IpCidrRouteTableIndex const& key) { ipCidrRouteTable_.del(key); }
+  void ipCidrRouteTableDelAll() { ipCidrRouteTable_.delAll(); }
   Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTableIs(IpCidrRouteTableIndex const& key,
                                                      std::uint32_t ifIndex,
                                                      Routing::RouteMetric const& metric,
@@ -58,18 +74,11 @@ class IpForwardMib : public Mav::Entity {
 
   std::string_view typeName() const override { return "IpSnmp::IpForwardMib"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
- protected:
-  void notifyIsNondestructing() override;
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
-
-  // clang-format off
-  IP_SNMP_COLLECTION(ipCidrRouteTable, IpCidrRouteTable, 0, OrderedByKey<IpCidrRouteTableIndex, IpCidrRouteTableEntry>);
-  // clang-format on
+  Mav::AnnouncedMap<IpCidrRouteTableMap, NotifieeConst, ipCidrRouteTableAttributeId,
+                    &NotifieeConst::onIpCidrRouteTable>
+      ipCidrRouteTable_{*this};
   IpCidrRouteTableMap::Cursor place_{ipCidrRouteTable_.map()};
 };
 

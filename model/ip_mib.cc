@@ -51,11 +51,6 @@ Mav::AttributeTable const& IpMib::attributeTable() const {
   return table;
 }
 
-void IpMib::notifyIsNondestructing() {
-  notifiees_.notify(Mav::isNondestructingAttributeId,
-                    [](NotifieeConst& n) { n.onIsNondestructing(); });
-}
-
 Mav::Ptr<IpMib> ipMibFactory(Mav::Name name) {
   auto ipMib = Mav::makeObject<IpMib>(std::move(name));
   for (auto version : {Ip::ipVersion4, Ip::ipVersion6}) ipMib->memberIs("ipSwFwdStats", version);

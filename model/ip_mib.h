@@ -3,16 +3,17 @@
 // its only writers; handlers read it, walking the collections in key order, which is the order of
 // the SNMP instances. All on the agent's thread.
 //
-// collection.h has the names that each collection brings. Entries that are made by key are made
-// once: the Is functions give the one that exists, and raise Mav::NameInUseException, changing
-// nothing, when it was made with other parameters.
+// A collection x has x(key), the entry or null; xIterator(), on the first entry; xMap() for the
+// other ways to look; xDel(key), without effect when there is no such entry, and xDelAll(), one by
+// one. Entries that are made by key are made once: xIs gives the one that exists, and raises
+// Mav::NameInUseException, changing nothing, when it was made with other parameters. Every entry
+// that comes or goes is announced.
 
 #include "model/arp_table_entry.h"
-#include "model/collection.h"
 #include "model/ip_addr_entry.h"
 #include "model/ip_address_entry.h"
 #include "model/ip_address_prefix_entry.h"
-#include "platform/mav/hash_map.h"
+#include "platform/mav/announced_map.h"
 #include "stats/sw_fwd_stats.h"
 
 namespace IpSnmp {
@@ -20,6 +21,12 @@ namespace IpSnmp {
 class IpMib : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/ip/ipmib";
+
+  static constexpr Mav::AttributeId ipAddressTableAttributeId = Mav::firstAttributeId;
+  static constexpr Mav::AttributeId ipAddressPrefixTableAttributeId = Mav::firstAttributeId + 1;
+  static constexpr Mav::AttributeId ipAddrTableAttributeId = Mav::firstAttributeId + 2;
+  static constexpr Mav::AttributeId arpTableAttributeId = Mav::firstAttributeId + 3;
+  static constexpr Mav::AttributeId ipSwFwdStatsAttributeId = Mav::firstAttributeId + 4;
 
   /// With a key: one entry came or went (a prefix: or another took its place). Without: the
   /// collection changed as a whole.
@@ -36,40 +43,105 @@ class IpMib : public Mav::Entity {
     virtual void onArpTable() {}
     virtual void onIpSwFwdStats(Ip::IpVersion const& /*key*/) {}
     virtual void onIpSwFwdStats() {}
-    virtual void onIsNondestructing() {}
   };
 
   /// Without rows; ipMibFactory makes the one that is served.
   explicit IpMib(Mav::Name name) : Entity(std::move(name)) {}
 
+  using IpAddressTableMap = Mav::OrderedMap<InetAddress, Mav::Ptr<IpAddressEntry>>;
+  using IpAddressTableIterator = IpAddressTableMap::Iterator;
+  using IpAddressTableIteratorConst = IpAddressTableMap::IteratorConst;
+  IpAddressTableMap const& ipAddressTableMap() const { return ipAddressTable_.map(); }
+  auto ipAddressTable(InetAddress const& key) const {
+    return asConst(ipAddressTable_.map().get(key));
+  }
+  auto ipAddressTable(InetAddress const& key) { return ipAddressTable_.map().get(key); }
+  auto ipAddressTableIterator() const { return ipAddressTable_.map().first(); }
+  auto ipAddressTableIterator() { return ipAddressTable_.map().first(); }
   Mav::Ptr<IpAddressEntry> ipAddressTableIs(InetAddress const& key);
+  void ipAddressTableDel(InetAddress const& key) { ipAddressTable_.del(key); }
+  void ipAddressTableDelAll() { ipAddressTable_.delAll(); }
+
+  using IpAddressPrefixTableMap =
+      Mav::OrderedMap<IpAddressPrefixKey, Mav::Ptr<IpAddressPrefixEntry const>>;
+  using IpAddressPrefixTableIterator = IpAddressPrefixTableMap::Iterator;
+  using IpAddressPrefixTableIteratorConst = IpAddressPrefixTableMap::IteratorConst;
+  IpAddressPrefixTableMap const& ipAddressPrefixTableMap() const {
+    return ipAddressPrefixTable_.map();
+  }
+  auto ipAddressPrefixTable(IpAddressPrefixKey const& key) const {
+    return ipAddressPrefixTable_.map().get(key);
+  }
+  auto ipAddressPrefixTableIterator() const { return ipAddressPrefixTable_.map().first(); }
   /// Files the entry under its own key, in the place of another one that has it. RangeException
   /// when it is null.
   void ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& entry);
+  void ipAddressPrefixTableDel(IpAddressPrefixKey const& key) { ipAddressPrefixTable_.del(key); }
+  void ipAddressPrefixTableDelAll() { ipAddressPrefixTable_.delAll(); }
+
+  using IpAddrTableMap = Mav::OrderedMap<Dovel::IpAddr, Mav::Ptr<IpAddrEntry>>;
+  using IpAddrTableIterator = IpAddrTableMap::Iterator;
+  using IpAddrTableIteratorConst = IpAddrTableMap::IteratorConst;
+  IpAddrTableMap const& ipAddrTableMap() const { return ipAddrTable_.map(); }
+  auto ipAddrTable(Dovel::IpAddr const& key) const { return asConst(ipAddrTable_.map().get(key)); }
+  auto ipAddrTable(Dovel::IpAddr const& key) { return ipAddrTable_.map().get(key); }
+  auto ipAddrTableIterator() const { return ipAddrTable_.map().first(); }
+  auto ipAddrTableIterator() { return ipAddrTable_.map().first(); }
   /// The key is the master entry's address. RangeException when it is null.
   Mav::Ptr<IpAddrEntry> ipAddrTableIs(Mav::Ptr<IpAddressEntry const> const& masterEntry);
+  void ipAddrTableDel(Dovel::IpAddr const& key) { ipAddrTable_.del(key); }
+  void ipAddrTableDelAll() { ipAddrTable_.delAll(); }
+
+  using ArpTableMap = Mav::OrderedMap<ArpTableIndex, Mav::Ptr<ArpTableEntry>>;
+  using ArpTableIterator = ArpTableMap::Iterator;
+  using ArpTableIteratorConst = ArpTableMap::IteratorConst;
+  ArpTableMap const& arpTableMap() const { return arpTable_.map(); }
+  auto arpTable(ArpTableIndex const& key) const { return asConst(arpTable_.map().get(key)); }
+  auto arpTable(ArpTableIndex const& key) { return arpTable_.map().get(key); }
+  auto arpTableIterator() const { return arpTable_.map().first(); }
+  auto arpTableIterator() { return arpTable_.map().first(); }
   Mav::Ptr<ArpTableEntry> arpTableIs(ArpTableIndex const& key,
                                      Mav::Ptr<Arp::ArpIntfStatus const> const& arpIntfStatus);
+  void arpTableDel(ArpTableIndex const& key) { arpTable_.del(key); }
+  void arpTableDelAll() { arpTable_.delAll(); }
+
+  using IpSwFwdStatsMap = Mav::OrderedMap<Ip::IpVersion, Mav::Ptr<Ip::SwFwdStats>>;
+  using IpSwFwdStatsIterator = IpSwFwdStatsMap::Iterator;
+  using IpSwFwdStatsIteratorConst = IpSwFwdStatsMap::IteratorConst;
+  IpSwFwdStatsMap const& ipSwFwdStatsMap() const { return ipSwFwdStats_.map(); }
+  auto ipSwFwdStats(Ip::IpVersion version) const {
+    return asConst(ipSwFwdStats_.map().get(version));
+  }
+  auto ipSwFwdStats(Ip::IpVersion version) { return ipSwFwdStats_.map().get(version); }
+  auto ipSwFwdStatsIterator() const { return ipSwFwdStats_.map().first(); }
+  auto ipSwFwdStatsIterator() { return ipSwFwdStats_.map().first(); }
   Mav::Ptr<Ip::SwFwdStats> ipSwFwdStatsIs(Ip::IpVersion version);
+  void ipSwFwdStatsDel(Ip::IpVersion version) { ipSwFwdStats_.del(version); }
+  void ipSwFwdStatsDelAll() { ipSwFwdStats_.delAll(); }
 
   std::string_view typeName() const override { return "IpSnmp::IpMib"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
- protected:
-  void notifyIsNondestructing() override;
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
+  template <class Entry>
+  static Mav::Ptr<Entry const> asConst(Mav::Ptr<Entry> entry) {
+    return entry;
+  }
 
-  // clang-format off
-  IP_SNMP_COLLECTION(ipAddressTable, IpAddressTable, 0, OrderedByKey<InetAddress, IpAddressEntry>);
-  IP_SNMP_COLLECTION(ipAddressPrefixTable, IpAddressPrefixTable, 1, OrderedByKey<IpAddressPrefixKey, IpAddressPrefixEntry const>);
-  IP_SNMP_COLLECTION(ipAddrTable, IpAddrTable, 2, OrderedByKey<Dovel::IpAddr, IpAddrEntry>);
-  IP_SNMP_COLLECTION(arpTable, ArpTable, 3, OrderedByKey<ArpTableIndex, ArpTableEntry>);
-  IP_SNMP_COLLECTION(ipSwFwdStats, IpSwFwdStats, 4, Mav::HashMap<Ip::IpVersion, Mav::Ptr<Ip::SwFwdStats>>);
-  // clang-format on
+  Mav::AnnouncedMap<IpAddressTableMap, NotifieeConst, ipAddressTableAttributeId,
+                    &NotifieeConst::onIpAddressTable>
+      ipAddressTable_{*this};
+  Mav::AnnouncedMap<IpAddressPrefixTableMap, NotifieeConst, ipAddressPrefixTableAttributeId,
+                    &NotifieeConst::onIpAddressPrefixTable>
+      ipAddressPrefixTable_{*this};
+  Mav::AnnouncedMap<IpAddrTableMap, NotifieeConst, ipAddrTableAttributeId,
+                    &NotifieeConst::onIpAddrTable>
+      ipAddrTable_{*this};
+  Mav::AnnouncedMap<ArpTableMap, NotifieeConst, arpTableAttributeId, &NotifieeConst::onArpTable>
+      arpTable_{*this};
+  Mav::AnnouncedMap<IpSwFwdStatsMap, NotifieeConst, ipSwFwdStatsAttributeId,
+                    &NotifieeConst::onIpSwFwdStats>
+      ipSwFwdStats_{*this};
 };
 
 /// With the statistics rows of both IP versions.

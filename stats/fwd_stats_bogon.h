@@ -4,7 +4,6 @@
 // one; the type stands for what publishes such counters.
 
 #include "platform/mav/announced_map.h"
-#include "platform/mav/hash_map.h"
 #include "stats/sw_fwd_stats.h"
 
 namespace Ip {
@@ -20,10 +19,9 @@ class FwdStatsBogon : public Mav::Entity {
     virtual void onBogon(IpVersion const& /*version*/) {}
     /// The collection changed as a whole.
     virtual void onBogon() {}
-    virtual void onIsNondestructing() {}
   };
 
-  using BogonMap = Mav::HashMap<IpVersion, Mav::Ptr<SwFwdStats>>;
+  using BogonMap = Mav::OrderedMap<IpVersion, Mav::Ptr<SwFwdStats>>;
 
   explicit FwdStatsBogon(Mav::Name name = "bogon") : Entity(std::move(name)) {}
 
@@ -43,20 +41,10 @@ class FwdStatsBogon : public Mav::Entity {
         Mav::collectionAttribute<&FwdStatsBogon::bogonIs, &FwdStatsBogon::bogonDel>("bogon")};
     return table;
   }
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
- protected:
-  void notifyIsNondestructing() override {
-    notifiees_.notify(Mav::isNondestructingAttributeId,
-                      [](NotifieeConst& n) { n.onIsNondestructing(); });
-  }
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
-  Mav::AnnouncedMap<BogonMap, NotifieeConst, bogonAttributeId, &NotifieeConst::onBogon,
-                    &NotifieeConst::onBogon>
-      bogon_{notifiees_};
+  Mav::AnnouncedMap<BogonMap, NotifieeConst, bogonAttributeId, &NotifieeConst::onBogon> bogon_{
+      *this};
 };
 
 }  // namespace Ip

@@ -56,13 +56,13 @@ bool readFiles(IpVersion version, SwFwdStatsData& data) {
 void SwFwdStats::dataIs(SwFwdStatsData const& data) {
   if (data_ == data) return;
   data_ = data;
-  notifiees_.notify(dataAttributeId, [](NotifieeConst& n) { n.onData(); });
+  notify(dataAttributeId, &NotifieeConst::onData);
 }
 
 void SwFwdStats::lastUpdateIs(double time) {
   if (lastUpdate_ == time) return;
   lastUpdate_ = time;
-  notifiees_.notify(lastUpdateAttributeId, [](NotifieeConst& n) { n.onLastUpdate(); });
+  notify(lastUpdateAttributeId, &NotifieeConst::onLastUpdate);
 }
 
 std::uint64_t SwFwdStats::inForwDatagrams() const {
@@ -102,11 +102,6 @@ void SwFwdStats::commit(SwFwdStatsData const& data) {
   } const committing(committing_);
   dataIs(data);
   lastUpdateIs(Mav::now());
-}
-
-void SwFwdStats::notifyIsNondestructing() {
-  notifiees_.notify(Mav::isNondestructingAttributeId,
-                    [](NotifieeConst& n) { n.onIsNondestructing(); });
 }
 
 Mav::AttributeTable const& SwFwdStats::attributeTable() const {

@@ -36,7 +36,6 @@ class SwFwdStats : public Mav::Entity {
     using Notifiee::Notifiee;
     virtual void onData() {}
     virtual void onLastUpdate() {}
-    virtual void onIsNondestructing() {}
   };
 
   /// Made by swFwdStatsFactory; named after the version.
@@ -76,11 +75,6 @@ class SwFwdStats : public Mav::Entity {
 
   std::string_view typeName() const override { return "Ip::SwFwdStats"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
- protected:
-  void notifyIsNondestructing() override;
 
  private:
   SwFwdStatsData const& fresh() const {
@@ -94,7 +88,6 @@ class SwFwdStats : public Mav::Entity {
   SwFwdStatsData data_;
   double lastUpdate_ = 0.0;
   bool committing_ = false;
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
 
 Mav::Ptr<SwFwdStats> swFwdStatsFactory(IpVersion version);

@@ -42,7 +42,6 @@ class IpAddr : public Mav::TextValue<IpAddr> {
 
   /// Gives the number in host order.
   constexpr std::uint32_t value() const { return value_; }
-  constexpr std::uint32_t networkOrder() const { return swapped(value_); }
   constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
   /// Gives this address with all but the first `length` bits cleared; RangeException above 32.
   constexpr IpAddr masked(unsigned length) const { return IpAddr(value_ & netmask(length).value_); }

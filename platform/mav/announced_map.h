@@ -8,7 +8,6 @@
 //      public:
 //       using Notifiee::Notifiee;
 //       virtual void onRoute(Prefix const&) {}  // one member came, went or changed
-//       virtual void onRoute() {}               // the collection as a whole
 //     };
 //     using RouteMap = Mav::OrderedMap<Prefix, Mav::Ptr<Route>>;
 //     using RouteIteratorConst = RouteMap::IteratorConst;
@@ -25,10 +24,8 @@
 //     void routeDelAll() { route_.delAll(); }
 //
 //    private:
-//     mutable Mav::NotifieeList<NotifieeConst> notifiees_;
-//     Mav::AnnouncedMap<RouteMap, NotifieeConst, routeAttributeId, &NotifieeConst::onRoute,
-//                       &NotifieeConst::onRoute>
-//         route_{notifiees_};
+//     Mav::AnnouncedMap<RouteMap, NotifieeConst, routeAttributeId, &NotifieeConst::onRoute>
+//         route_{*this};
 //   };
 //
 // A change is made first and announced then, to the notifiees that are registered at that moment.
@@ -37,21 +34,20 @@
 
 #include <utility>
 
-#include "platform/mav/notifiee.h"
+#include "platform/mav/entity.h"
 #include "platform/mav/ordered_map.h"
 
 namespace Mav {
 
-/// Map is an OrderedMap or a HashMap, N the notifiee interface, `id` the attribute's number.
-template <class Map, class N, AttributeId id, void (N::*onMember)(typename Map::Key const&),
-          void (N::*onWhole)()>
+/// Map is an OrderedMap, N the notifiee interface of the entity, `id` the attribute's number.
+template <class Map, class N, AttributeId id, void (N::*onMember)(typename Map::Key const&)>
 class AnnouncedMap {
  public:
   using Key = typename Map::Key;
   using Mapped = typename Map::Mapped;
 
-  /// `notifiees` is the entity's list, which lives as long as this.
-  explicit AnnouncedMap(NotifieeList<N>& notifiees) : notifiees_(notifiees) {}
+  /// A member of `entity`.
+  explicit AnnouncedMap(Entity const& entity) : entity_(entity) {}
 
   /// Serves lookups and iteration.
   Map const& map() const { return map_; }
@@ -98,17 +94,10 @@ class AnnouncedMap {
   }
 
   /// Announces that a member has changed within.
-  void announce(Key const& key) {
-    notifiees_.notify(id, [&key](N& notifiee) { (notifiee.*onMember)(key); });
-  }
-
-  /// Says that anything may have changed.
-  void announceWhole() {
-    notifiees_.notify(id, [](N& notifiee) { (notifiee.*onWhole)(); });
-  }
+  void announce(Key const& key) { entity_.notify(id, onMember, key); }
 
  private:
-  NotifieeList<N>& notifiees_;
+  Entity const& entity_;
   Map map_;
 };
 

@@ -60,14 +60,10 @@ void Detail::throwAttributeType(Entity const& entity, std::string_view expected,
 }
 
 void Entity::isNondestructingIs(bool value) {
-  if (value == isNondestructing_) return;
-  isNondestructing_ = value;
-  notifyIsNondestructing();
+  store(isNondestructing_, value, isNondestructingAttributeId, &NotifieeBase::onIsNondestructing);
 }
 
 std::string_view Entity::attributeString(AttributeId id) const {
-  if (id == nameAttributeId) return "name";
-  if (id == isNondestructingAttributeId) return "isNondestructing";
   return attributeTable().attributeString(id);
 }
 

@@ -89,13 +89,40 @@ class Entity : public Object {
   void memberIs(std::string_view collectionName, std::any const& key);
   void memberDel(std::string_view collectionName, std::any const& key);
 
+  /// For Notifiee, which registers itself: listening does not change an entity.
+  void addNotifiee(NotifieeBase* notifiee) const { notifiees_.add(notifiee); }
+  void removeNotifiee(NotifieeBase* notifiee) const { notifiees_.remove(notifiee); }
+
  protected:
-  /// Tells the notifiees (onIsNondestructing) after the flag changed.
-  virtual void notifyIsNondestructing() {}
+  /// Calls the handler of every notifiee, as notifiee.h says. N is the entity's own NotifieeConst:
+  /// there is no other kind among its notifiees.
+  template <class N>
+  void notify(AttributeId attribute, void (N::*handler)()) const {
+    notifiees_.notify(attribute, [handler](NotifieeBase& n) { (static_cast<N&>(n).*handler)(); });
+  }
+  template <class N, class Key>
+  void notify(AttributeId attribute, void (N::*handler)(Key const&), Key const& key) const {
+    notifiees_.notify(attribute,
+                      [&, handler](NotifieeBase& n) { (static_cast<N&>(n).*handler)(key); });
+  }
+  /// Whether anybody would hear a notification now.
+  bool isHeard() const { return notifiees_.anyActive(); }
+
+  /// Stores a value that differs, and announces it; the same again does nothing.
+  template <class Value, class N>
+  void store(Value& attribute, Value const& value, AttributeId id, void (N::*handler)()) {
+    if (attribute == value) return;
+    attribute = value;
+    notify(id, handler);
+  }
 
  private:
+  template <class Map, class N, AttributeId id, void (N::*onMember)(typename Map::Key const&)>
+  friend class AnnouncedMap;
+
   Name const name_;
   bool isNondestructing_ = false;
+  mutable NotifieeList<NotifieeBase> notifiees_;
 };
 
 namespace Detail {

@@ -13,8 +13,8 @@
 // A notifiee that overrides one of two handlers of a name names the other by using
 // NotifieeConst::onX, which would be hidden otherwise.
 //
-// The entity has a mutable NotifieeList<NotifieeConst> and announces after a change:
-//   notifiees_.notify(attributeId, [](NotifieeConst& n) { n.onRouting(); });
+// The entity (entity.h) announces after a change:
+//   notify(attributeId, &NotifieeConst::onRouting);
 //
 // Rules.
 // - Notification is synchronous, in the order of registration.
@@ -59,6 +59,9 @@ class NotifieeBase {
   bool hasNotificationActive() const { return active_; }
   virtual void hasNotificationActiveIs(bool active) { active_ = active; }
 
+  /// Hears that the entity's isNondestructing() has turned.
+  virtual void onIsNondestructing() {}
+
   /// Takes what a handler of this notifiee threw. The default traces it.
   virtual void onException(AttributeId attribute, std::exception_ptr exception) {
     traceNotifieeException(attribute, exception);
@@ -72,8 +75,7 @@ class NotifieeBase {
   bool active_ = true;
 };
 
-/// The list of an entity's notifiees, in the order of registration. It owns none of them. Entities
-/// have it `mutable`, because listening to a const entity does not change its state.
+/// The list of an entity's notifiees, in the order of registration. It owns none of them.
 template <class N>
 class NotifieeList {
  public:

@@ -19,13 +19,13 @@ class AddressReactors : public AddressFixture,
 
   void address(std::string_view intf, std::string_view text) {
     if (configured()) {
-      config_->ipIntfConfigIs(id(intf))->addrWithMaskIs(v4(text));
+      config_->intfIs(id(intf))->addrWithMaskIs(v4(text));
     } else {
-      status_->ipIntfStatusIs(id(intf))->activeAddrWithMaskIs(v4(text));
+      status_->intfIs(id(intf))->activeAddrWithMaskIs(v4(text));
     }
   }
   void intfGoes(std::string_view intf) {
-    configured() ? config_->ipIntfConfigDel(id(intf)) : status_->ipIntfStatusDel(id(intf));
+    configured() ? config_->intfDel(id(intf)) : status_->intfDel(id(intf));
   }
   void address6(std::string_view intf, std::string_view text) {
     Ip6::AddressInfo const info(v6(text));
@@ -201,28 +201,30 @@ TEST_F(AddressFixture, aChangedCollectionIsComparedWithTheReactors) {
   auto const sm = newSm();
   sm->configDel();
   sm->config6Del();
-  config_->ipIntfConfigIs(id("eth1"))->addrWithMaskIs(v4("10.0.0.1/24"));
-  config_->ipIntfConfigIs(id("eth2"))->addrWithMaskIs(v4("10.0.1.1/24"));
+  config_->intfIs(id("eth1"))->addrWithMaskIs(v4("10.0.0.1/24"));
+  config_->intfIs(id("eth2"))->addrWithMaskIs(v4("10.0.1.1/24"));
   auto const eth1 = config6_->intfIs(id("eth1"));
   config6_->intfIs(id("eth2"));
-  IpSnmp::IpAddressTableSm::MavConfig config(*sm, config_);
-  IpSnmp::IpAddressTableSm::MavConfig6 config6(*sm, config6_);
-  config.onIpIntfConfig();
-  config6.onIntf();
+  IpSnmp::ReactorSet<IpSnmp::IpAddressTableSm::MavIpIntfConfig> intfs;
+  IpSnmp::ReactorSet<IpSnmp::IpAddressTableSm::MavIp6IntfConfig> intfs6;
+  IpSnmp::IpAddressTableSm::MavConfig config(*sm, intfs, config_);
+  IpSnmp::IpAddressTableSm::MavConfig6 config6(*sm, intfs6, config6_);
+  config.handleIntf();
+  config6.handleIntf();
   eth1->addrIs(Ip6::AddressInfo(v6("2001:db8::1/64")));
   EXPECT_THAT(addresses(),
               ElementsAre("10.0.0.1 3 (eth1)", "10.0.1.1 5 (eth2)", "2001:db8::1 3 (eth1)"));
 
   // Others took the place of eth1, and eth2 went.
   auto const later = Mav::makeObject<Ip::Config>();
-  later->ipIntfConfigIs(id("eth1"))->addrWithMaskIs(v4("10.0.2.1/24"));
+  later->intfIs(id("eth1"))->addrWithMaskIs(v4("10.0.2.1/24"));
   config.notifierIs(later);
-  config.onIpIntfConfig();
+  config.handleIntf();
   config6.notifierIs(Mav::makeObject<Ip6::Config>());
-  config6.onIntf();
+  config6.handleIntf();
   EXPECT_THAT(addresses(), ElementsAre("10.0.2.1 3 (eth1)"));
   EXPECT_THAT(prefixes(), ElementsAre("3 10.0.2.0/24"));
-  EXPECT_EQ(sm->ip6IntfConfig(id("eth2")), nullptr);
+  EXPECT_EQ(intfs6.get(id("eth2")), nullptr);
 }
 
 }  // namespace

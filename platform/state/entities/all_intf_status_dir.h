@@ -39,14 +39,11 @@ class AllIntfStatusDir : public Mav::Entity {
 
   std::string_view typeName() const override { return "Interface::AllIntfStatusDir"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
   Mav::AnnouncedMap<IntfStatusMap, NotifieeConst, intfStatusAttributeId,
-                    &NotifieeConst::onIntfStatus, &NotifieeConst::onIntfStatus>
-      intfStatus_{notifiees_};
+                    &NotifieeConst::onIntfStatus>
+      intfStatus_{*this};
 };
 
 }  // namespace Interface

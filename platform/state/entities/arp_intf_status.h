@@ -39,14 +39,10 @@ class ArpIntfStatus : public Mav::Entity {
 
   std::string_view typeName() const override { return "Arp::ArpIntfStatus"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
-  Mav::AnnouncedMap<ArpEntryMap, NotifieeConst, arpEntryAttributeId, &NotifieeConst::onArpEntry,
-                    &NotifieeConst::onArpEntry>
-      arpEntry_{notifiees_};
+  Mav::AnnouncedMap<ArpEntryMap, NotifieeConst, arpEntryAttributeId, &NotifieeConst::onArpEntry>
+      arpEntry_{*this};
 };
 
 }  // namespace Arp

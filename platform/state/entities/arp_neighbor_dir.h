@@ -44,14 +44,11 @@ class NeighborDir : public Mav::Entity {
 
   std::string_view typeName() const override { return "Arp::NeighborDir"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
   Mav::AnnouncedMap<ArpIntfStatusMap, NotifieeConst, arpIntfStatusAttributeId,
-                    &NotifieeConst::onArpIntfStatus, &NotifieeConst::onArpIntfStatus>
-      arpIntfStatus_{notifiees_};
+                    &NotifieeConst::onArpIntfStatus>
+      arpIntfStatus_{*this};
 };
 
 }  // namespace Arp

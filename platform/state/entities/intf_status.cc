@@ -2,12 +2,6 @@
 
 namespace Interface {
 
-void IntfStatus::operUpIs(bool operUp) {
-  if (operUp_ == operUp) return;
-  operUp_ = operUp;
-  notifiees_.notify(operUpAttributeId, [](NotifieeConst& n) { n.onOperUp(); });
-}
-
 Mav::AttributeTable const& IntfStatus::attributeTable() const {
   static Mav::AttributeTable const table{
       Mav::plainAttribute<&IntfStatus::intfId>("intfId"),

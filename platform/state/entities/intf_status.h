@@ -32,18 +32,17 @@ class IntfStatus : public Mav::Entity {
 
   /// Up and running (IFF_UP and IFF_RUNNING).
   bool operUp() const { return operUp_; }
-  void operUpIs(bool operUp);
+  void operUpIs(bool operUp) {
+    store(operUp_, operUp, operUpAttributeId, &NotifieeConst::onOperUp);
+  }
 
   std::string_view typeName() const override { return "Interface::IntfStatus"; }
   Mav::AttributeTable const& attributeTable() const override;
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
  private:
   Dovel::IntfId const intfId_;
   std::int32_t const ifIndex_;
   bool operUp_;
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
 
 }  // namespace Interface

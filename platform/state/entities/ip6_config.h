@@ -1,6 +1,7 @@
 #pragma once
 // The IPv6 addresses as configured.
 
+#include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip6_intf_addresses.h"
 
 namespace Ip6 {
@@ -12,9 +13,18 @@ class IntfConfig : public State::Ip6IntfAddresses<IntfConfig> {
   std::string_view typeName() const override { return "Ip6::IntfConfig"; }
 };
 
-class Config : public State::Ip6IntfDir<Config, IntfConfig> {
+class Config : public State::IntfDir<Config, IntfConfig> {
  public:
-  explicit Config(Mav::Name name = "config") : Ip6IntfDir(std::move(name)) {}
+  class NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// An interface came or went. Its addresses are its own to tell.
+    virtual void onIntf(Dovel::IntfId const& /*intfId*/) {}
+  };
+  static constexpr auto onIntfOf = &NotifieeConst::onIntf;
+  static constexpr std::string_view intfName = "intf";
+
+  explicit Config(Mav::Name name = "config") : IntfDir(std::move(name)) {}
 
   std::string_view typeName() const override { return "Ip6::Config"; }
 };

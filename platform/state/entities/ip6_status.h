@@ -1,6 +1,7 @@
 #pragma once
 // The IPv6 addresses in operation: of links that are up, neither tentative nor failed (RFC 4862).
 
+#include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip6_intf_addresses.h"
 
 namespace Ip6 {
@@ -12,9 +13,18 @@ class IntfStatus : public State::Ip6IntfAddresses<IntfStatus> {
   std::string_view typeName() const override { return "Ip6::IntfStatus"; }
 };
 
-class Status : public State::Ip6IntfDir<Status, IntfStatus> {
+class Status : public State::IntfDir<Status, IntfStatus> {
  public:
-  explicit Status(Mav::Name name = "status") : Ip6IntfDir(std::move(name)) {}
+  class NotifieeConst : public Mav::Notifiee<Status const, NotifieeConst> {
+   public:
+    using Notifiee::Notifiee;
+    /// An interface came or went. Its addresses are its own to tell.
+    virtual void onIntf(Dovel::IntfId const& /*intfId*/) {}
+  };
+  static constexpr auto onIntfOf = &NotifieeConst::onIntf;
+  static constexpr std::string_view intfName = "intf";
+
+  explicit Status(Mav::Name name = "status") : IntfDir(std::move(name)) {}
 
   std::string_view typeName() const override { return "Ip6::Status"; }
 };

@@ -24,9 +24,7 @@ class RoutingFlag : public Mav::Entity {
 
   bool routing() const { return routing_; }
   void routingIs(bool routing) {
-    if (routing_ == routing) return;
-    routing_ = routing;
-    notifiees_.notify(routingAttributeId, [](NotifieeConst& n) { n.onRouting(); });
+    store(routing_, routing, routingAttributeId, &NotifieeConst::onRouting);
   }
 
   Mav::AttributeTable const& attributeTable() const override {
@@ -35,12 +33,8 @@ class RoutingFlag : public Mav::Entity {
     return table;
   }
 
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
  private:
   bool routing_ = false;
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
 
 }  // namespace State

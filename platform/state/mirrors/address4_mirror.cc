@@ -55,18 +55,18 @@ void Address4Mirror::interfaceIs(Key const& key, Served const& served, LinkRecor
 void Address4Mirror::addressIs(AddressSource source, Dovel::IntfId const& intfId,
                                Dovel::IpAddrWithMask const& addr) {
   if (source == AddressSource::config) {
-    config_->ipIntfConfigIs(intfId)->addrWithMaskIs(addr);
+    config_->intfIs(intfId)->addrWithMaskIs(addr);
   } else {
-    status_->ipIntfStatusIs(intfId)->activeAddrWithMaskIs(addr);
+    status_->intfIs(intfId)->activeAddrWithMaskIs(addr);
   }
 }
 
 void Address4Mirror::addressDel(AddressSource source, Dovel::IntfId const& intfId,
                                 Dovel::IpAddrWithMask const&) {
   if (source == AddressSource::config) {
-    config_->ipIntfConfigDel(intfId);
+    config_->intfDel(intfId);
   } else {
-    status_->ipIntfStatusDel(intfId);
+    status_->intfDel(intfId);
   }
 }
 

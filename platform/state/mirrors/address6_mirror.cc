@@ -8,7 +8,7 @@ template <class Dir>
 void del(Dir& dir, Dovel::IntfId const& intfId, Dovel::Ip6AddrWithMask const& addr) {
   auto const intf = dir.intfIs(intfId);
   intf->addrDel(addr);
-  if (intf->addrCount() == 0) dir.intfDel(intfId);
+  if (!intf->hasAddr()) dir.intfDel(intfId);
 }
 
 template <class Dir>

@@ -18,7 +18,6 @@ using testing::ElementsAre;
 class Listener : public CounterEntity::NotifieeConst {
  public:
   using NotifieeConst::NotifieeConst;
-  using NotifieeConst::onPart;
   void onPart(int const& key) override {
     heard.push_back((notifier()->part(key) ? "+" : "-") + std::to_string(key));
     if (action) action(key);

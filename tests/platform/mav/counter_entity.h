@@ -29,8 +29,6 @@ class CounterEntity : public Mav::Entity {
     using Notifiee::Notifiee;
     virtual void onValue() {}
     virtual void onPart(int const&) {}
-    virtual void onPart() {}
-    virtual void onIsNondestructing() {}
   };
 
   CounterEntity() : Entity("counter") {}
@@ -38,7 +36,7 @@ class CounterEntity : public Mav::Entity {
   int value() const { return value_; }
   void valueIs(int value) {
     value_ = value;
-    notifiees_.notify(valueAttributeId, [](NotifieeConst& n) { n.onValue(); });
+    notify(valueAttributeId, &NotifieeConst::onValue);
   }
 
   using PartMap = Mav::OrderedMap<int, Mav::Ptr<Part>>;
@@ -62,21 +60,9 @@ class CounterEntity : public Mav::Entity {
   }
   int doubled() const { return 2 * value_; }
 
-  void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
-  void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
-
- protected:
-  void notifyIsNondestructing() override {
-    notifiees_.notify(Mav::isNondestructingAttributeId,
-                      [](NotifieeConst& n) { n.onIsNondestructing(); });
-  }
-
  private:
-  mutable Mav::NotifieeList<NotifieeConst> notifiees_;
   int value_ = 0;
-  Mav::AnnouncedMap<PartMap, NotifieeConst, partAttributeId, &NotifieeConst::onPart,
-                    &NotifieeConst::onPart>
-      part_{notifiees_};
+  Mav::AnnouncedMap<PartMap, NotifieeConst, partAttributeId, &NotifieeConst::onPart> part_{*this};
 };
 
 }  // namespace Test

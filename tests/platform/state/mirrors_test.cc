@@ -53,9 +53,8 @@ class Witness : public Interface::AllIntfStatusDir::NotifieeConst {
   struct Config : Ip::Config::NotifieeConst {
     Config(Mav::Ptr<Ip::Config const> config, Story& told)
         : NotifieeConst(std::move(config)), story(told) {}
-    using NotifieeConst::onIpIntfConfig;
     void onIpIntfConfig(IntfId const& intfId) override {
-      auto const intf = notifier()->ipIntfConfig(intfId);
+      auto const intf = notifier()->intf(intfId);
       story.push_back(intfId.stringValue() + (intf ? " has" : " has none"));
       if (!intf) return;
       EXPECT_EQ(intf->addrWithMask(), Dovel::IpAddrWithMask()) << "created with its address";
@@ -97,7 +96,7 @@ class MirrorsTest : public testing::Test {
   /// "a=7 10.0.0.1/24", for each.
   Story config() const {
     Story result;
-    for (auto it = mirrors_.ipConfig()->ipIntfConfigIterator(); it; ++it) {
+    for (auto it = mirrors_.ipConfig()->intfIterator(); it; ++it) {
       auto const status = mirrors_.intfStatusDir()->intfStatus(it.key());
       result.push_back(it.key().stringValue() + '=' + std::to_string(status->ifIndex()) + ' ' +
                        it->addrWithMask().stringValue());
