@@ -10,9 +10,10 @@
 //   bpftrace -e 'usdt:PATH:blipmark:enter { @[str(arg0)] = count(); }'
 //
 // Calls are counted and timed here too while that is on: from the start when the environment
-// variable BLIPMARK is 1, or after enabledIs(true). While it is off a Timer costs a call and a
-// branch. Times are wall time and include calls within. A call is counted when it ends, and only
-// if counting was on when it began. One thread.
+// variable BLIPMARK is 1, or after enabledIs(true). The module of snmpd writes report() to the
+// daemon's log when it is unloaded: at SIGHUP and at the end. While counting is off a Timer costs a
+// call and a branch. Times are wall time and include calls within. A call is counted when it ends,
+// and only if counting was on when it began. One thread.
 
 #include <cstdint>
 #include <iosfwd>

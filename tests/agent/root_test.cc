@@ -1,5 +1,8 @@
 #include "agent/root.h"
 
+#include <algorithm>
+#include <random>
+
 #include "tests/agent/address_fixture.h"
 #include "tests/support/simulated_fib.h"
 
@@ -11,10 +14,69 @@ class RootTest : public AddressFixture {
     return root_->ipAddressTableSmIs(activityConfig_, dir_, ipMib_, config, status_, config6_,
                                      status6_);
   }
+  Mav::Ptr<IpSnmp::IpRouteTableSm> createRoutes(Mav::Ptr<Mav::Clock const> const& clock) {
+    return root_->ipRouteTableSmIs(activityConfig_, ipForwardMib_, dir_, routes_, fecs_, clock);
+  }
+  void createAll() {
+    create(config_);
+    createRoutes(activity_.clock());
+  }
+  void turnUntilFiled() {
+    do activity_.deliver();
+    while (root_->ipRouteTableSm() && !root_->ipRouteTableSm()->backlog().empty());
+  }
+  /// As whoever takes a state machine away does: nobody keeps its rows from now on.
+  void addressesGo() {
+    root_->ipAddressTableSmDel();
+    ipMib_->ipAddressTableDelAll();
+    ipMib_->ipAddrTableDelAll();
+    ipMib_->ipAddressPrefixTableDelAll();
+  }
+  void routesGo() {
+    root_->ipRouteTableSmDel();
+    ipForwardMib_->ipCidrRouteTableDelAll();
+  }
+  void change(std::mt19937& random);
+  Texts served() const {
+    Texts texts = addresses();
+    for (auto const& text : prefixes()) texts.push_back(text);
+    for (auto row = ipForwardMib_->ipCidrRouteTableIterator(); row; ++row) {
+      texts.push_back(valueToStrep(row.key()) + std::to_string(row->ifIndex()));
+    }
+    return texts;
+  }
+
+  Mav::Ptr<Pondo::Fib::SimulatedRouteStatus> routes_ =
+      Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
+  Mav::Ptr<Pondo::Fib::SimulatedForwardingStatus> fecs_ =
+      Mav::makeObject<Pondo::Fib::SimulatedForwardingStatus>();
+  Mav::Ptr<IpSnmp::IpForwardMib> ipForwardMib_ = IpSnmp::ipForwardMibFactory("ipforwardmib");
   Mav::Ptr<IpSnmp::Root> root_ = IpSnmp::rootFactory("root");
 };
 
-TEST_F(RootTest, inputsAreSetByNameInAnyOrder) {
+void RootTest::change(std::mt19937& random) {
+  auto const link = static_cast<std::int32_t>(1 + random() % 4);
+  std::string const intf = "eth" + std::to_string(link);
+  auto const number = std::to_string(random() % 8);
+  switch (random() % 5) {
+    case 0:
+      dir_->intfStatusIs(id(intf), link, true);
+      return;
+    case 1:
+      return config_->intfIs(id(intf))->addrWithMaskIs(v4("10.0.0." + number + "/32"));
+    case 2:
+      return status_->intfIs(id(intf))->activeAddrWithMaskIs(v4("10.0.0." + number + "/32"));
+    case 3:
+      return fecs_->fecIs(Pondo::Fib::FecId(1 + random() % 3),
+                          {{{Dovel::IpAddr("192.0.2." + number), id(intf), 2}}});
+    default:
+      return routes_->routeIs(Dovel::Prefix("10." + number + ".0.0/16"),
+                              {Pondo::Fib::FecId(1 + random() % 3), Routing::RouteMetric(20),
+                               Routing::RoutePreference(1), Routing::Fib::routeTypeStatic});
+  }
+}
+
+TEST_F(RootTest, attributesHaveTheirOrderAndNothingElseHasAName) {
   Texts names;
   for (auto id = Mav::firstAttributeId; root_->attributeString(id) != "unknown"; ++id) {
     names.emplace_back(root_->attributeString(id));
@@ -22,9 +84,36 @@ TEST_F(RootTest, inputsAreSetByNameInAnyOrder) {
   EXPECT_THAT(names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status",
                                           "intfStatusDir", "arpStatus", "ipMib", "ipAddressTableSm",
                                           "arpTableSm", "ipForwardMib", "ipRouteTableSm"));
-  root_->attributeIs("ip6Config", Mav::Ptr<Ip6::Config const>(config6_));
-  EXPECT_EQ(root_->ip6Config(), config6_);
+  EXPECT_EQ(root_->attributeString(Mav::firstAttributeId - 1), "unknown");
+  for (auto const& name : names) root_->attribute(name);  // each can be read
+  EXPECT_FALSE(root_->isNondestructing());
+  root_->attributeIs("isNondestructing", true);
+  EXPECT_TRUE(root_->isNondestructing());
+}
+
+TEST_F(RootTest, inputsAndCachesAreSetByNameInAnyOrder) {
+  auto const arp = Mav::makeObject<Arp::NeighborDir>();
+  std::vector<std::pair<std::string, std::any>> attributes{
+      {"ipConfig", Mav::Ptr<Ip::Config const>(config_)},
+      {"ipStatus", Mav::Ptr<Ip::Status const>(status_)},
+      {"ip6Config", Mav::Ptr<Ip6::Config const>(config6_)},
+      {"ip6Status", Mav::Ptr<Ip6::Status const>(status6_)},
+      {"intfStatusDir", Mav::Ptr<Interface::AllIntfStatusDir const>(dir_)},
+      {"arpStatus", Mav::Ptr<Arp::NeighborDir const>(arp)},
+      {"ipMib", ipMib_},
+      {"ipForwardMib", ipForwardMib_}};
+  std::mt19937 random(3);
+  for (int round = 0; round < 5; ++round) {
+    std::shuffle(attributes.begin(), attributes.end(), random);
+    auto const root = IpSnmp::rootFactory("root");
+    for (auto const& [name, value] : attributes) root->attributeIs(name, value);
+    EXPECT_TRUE(root->ipConfig() == config_ && root->ipStatus() == status_ &&
+                root->ip6Config() == config6_ && root->ip6Status() == status6_ &&
+                root->intfStatusDir() == dir_ && root->arpStatus() == arp &&
+                root->ipMib() == ipMib_ && root->ipForwardMib() == ipForwardMib_);
+  }
   EXPECT_THROW(root_->attributeIs("ip6Config", ipMib_), Mav::RangeException);
+  EXPECT_THROW(root_->attributeIs("ipRouteTableSm", ipMib_), Mav::RangeException);
 }
 
 TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
@@ -37,12 +126,6 @@ TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   root_->ipAddressTableSmDel();
   EXPECT_EQ(sm->use_count(), 1U);
 
-  auto const mib = IpSnmp::ipForwardMibFactory("ipforwardmib");
-  auto const routes = Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
-  auto const fecs = Mav::makeObject<Pondo::Fib::SimulatedForwardingStatus>();
-  auto const createRoutes = [&](Mav::Ptr<Mav::Clock const> const& clock) {
-    return root_->ipRouteTableSmIs(activityConfig_, mib, dir_, routes, fecs, clock);
-  };
   auto const clock = activity_.clock();
   auto const routeSm = createRoutes(clock);
   EXPECT_EQ(createRoutes(clock), routeSm);
@@ -50,6 +133,34 @@ TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   EXPECT_EQ(root_->ipRouteTableSm(), routeSm);
   root_->ipRouteTableSmDel();
   EXPECT_EQ(routeSm->use_count(), 1U);
+}
+
+TEST_F(RootTest, stateMachinesComeAndGoUnderTraffic) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 2'000; ++round) {
+    change(random);
+    if (random() % 8 == 0) addressesGo();
+    if (random() % 8 == 0) routesGo();
+    if (random() % 4 == 0) createAll();
+    if (random() % 4 == 0) activity_.deliver();
+  }
+  createAll();
+  turnUntilFiled();
+  auto const lived = served();
+  EXPECT_GT(lived.size(), 8U);
+  addressesGo();
+  routesGo();
+  createAll();
+  turnUntilFiled();
+  EXPECT_EQ(served(), lived);
+
+  root_.reset();
+  for (int n = 0; n < 100; ++n) change(random);
+  activity_.deliver();
+  EXPECT_EQ(dir_->use_count() + config_->use_count() + status_->use_count() +
+                config6_->use_count() + status6_->use_count() + routes_->use_count() +
+                fecs_->use_count() + ipMib_->use_count() + ipForwardMib_->use_count(),
+            9U);
 }
 
 }  // namespace

@@ -77,3 +77,12 @@ def test_a_living_publisher_makes_a_deleted_run_directory_anew(router):
     router.forward4(True)
     assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING, 2), agent.daemon.text()
     assert router.status()["publisher"]["alive"] is True
+
+
+def test_times_are_in_the_log_of_a_daemon_that_was_told_to_count(router):
+    router.publish()
+    agent = router.agent(env={"BLIPMARK": "1"})
+    assert agent.answers()
+    agent.daemon.stop()
+    assert agent.daemon.lines(r" us .* us"), agent.daemon.text()
+    assert agent.daemon.lines("IpSnmp::IpRouteTableSm::handleRoute"), agent.daemon.text()

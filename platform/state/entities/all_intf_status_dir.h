@@ -16,8 +16,6 @@ class AllIntfStatusDir : public Mav::Entity {
     using Notifiee::Notifiee;
     /// An interface came or went. What changes within one is the IntfStatus's own to tell.
     virtual void onIntfStatus(Dovel::IntfId const& /*intfId*/) {}
-    /// The collection changed as a whole.
-    virtual void onIntfStatus() {}
   };
 
   using IntfStatusMap = Mav::OrderedMap<Dovel::IntfId, Mav::Ptr<IntfStatus>>;

@@ -36,7 +36,6 @@ class Witness : public Interface::AllIntfStatusDir::NotifieeConst {
  public:
   Witness(Mirrors const& mirrors, Story& story)
       : NotifieeConst(mirrors.intfStatusDir()), story_(story), config_(mirrors.ipConfig(), story) {}
-  using NotifieeConst::onIntfStatus;
   void onIntfStatus(IntfId const& intfId) override {
     auto const status = notifier()->intfStatus(intfId);
     story_.push_back(intfId.stringValue() +
