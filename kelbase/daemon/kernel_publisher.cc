@@ -6,8 +6,6 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
                                  Hooks const& hooks)
     : sources_(makeKernelSources(kernel_)),
       views_(makeTableViews(kernel_)),
-      nexthops_(kernel_.links),
-      routes_(nexthops_),
       publisher_(activity, {options.runDir, options.writer}, views(), publisherHooks(hooks)),
       feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
 
@@ -32,16 +30,12 @@ Pondo::Counters KernelPublisher::counters() const {
 std::vector<KernelSource*> KernelPublisher::sources() {
   std::vector<KernelSource*> result;
   for (auto const& source : sources_) result.push_back(source.get());
-  result.push_back(&nexthops_);
-  result.push_back(&routes_);
   return result;
 }
 
 std::vector<TableView*> KernelPublisher::views() {
   std::vector<TableView*> result;
   for (auto const& view : views_) result.push_back(view.get());
-  result.push_back(&nexthops_);
-  result.push_back(&routes_);
   return result;
 }
 

@@ -14,7 +14,6 @@
 #include "kelbase/netlink/netlink_feed.h"
 #include "kelbase/publish/kernel_views.h"
 #include "kelbase/publish/publisher.h"
-#include "kelbase/publish/route_source.h"
 #include "platform/mav/activity.h"
 
 namespace Kelbase {
@@ -54,8 +53,6 @@ class KernelPublisher {
   Kernel kernel_;
   KernelSources const sources_;
   TableViews const views_;
-  NexthopSource nexthops_;
-  RouteSource routes_;
   Publisher publisher_;
   NetlinkFeed feed_;
 };

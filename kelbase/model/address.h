@@ -26,6 +26,7 @@ struct Address4 {
   struct State {
     Dovel::IntfId label;
     bool isSecondary = false;
+    bool makesRoute = true;  // to its network: not with IFA_F_NOPREFIXROUTE
     bool operator==(State const&) const = default;
   };
 

@@ -9,6 +9,8 @@
 #include "kelbase/model/forwarding.h"
 #include "kelbase/model/links.h"
 #include "kelbase/model/neighbour.h"
+#include "kelbase/model/nexthops.h"
+#include "kelbase/model/routes.h"
 
 namespace Kelbase {
 
@@ -18,6 +20,9 @@ struct Kernel {
   Addresses4 addresses4{links};
   Addresses6 addresses6{links};
   Neighbours4 neighbours4{links};
+  Nexthops nexthops;
+  HopSets hopSets{links, nexthops};
+  Routes routes{links, addresses4, nexthops, hopSets};
 };
 
 }  // namespace Kelbase

@@ -82,6 +82,8 @@ class OnLinks : private Links::Observer {
   void forEach(Visit const& visit) const {
     for (auto const& [place, marked] : objects_) visit(place.first, place.second, marked.value);
   }
+  /// Whether the link has any.
+  bool isOn(std::int32_t link) const { return isOf(link, objects_.lowerBound({link, Key{}})); }
   std::size_t size() const { return objects_.size(); }
   /// "3 IPv4 addresses"
   std::string summary() const {

@@ -45,9 +45,11 @@ class Slots {
 
   /// Calls `visit(handle, thing)` for each, in order of handles; it may make none and free none.
   template <class Visit>
-  void forEach(Visit const& visit) {
+  void forEach(Visit const& visit) const {
     for (std::size_t i = 1; i < slots_.size(); ++i) {
-      if (auto* const thing = std::get_if<T>(&slots_[i])) visit(static_cast<Handle>(i), *thing);
+      if (auto const* const thing = std::get_if<T>(&slots_[i])) {
+        visit(static_cast<Handle>(i), *thing);
+      }
     }
   }
 

@@ -70,10 +70,12 @@ std::optional<Address4> Address4Decoder::read(NetlinkMessage const& message) {
   auto const local = attributes.address<Dovel::IpAddr>(IFA_LOCAL).value_or(peer);
   checkAddress(message, local, info->ifa_prefixlen);
   auto const label = attributes.text(IFA_LABEL);
+  auto const flags = flagsOf(attributes, *info);
   return Address4{.link = static_cast<std::int32_t>(info->ifa_index),
                   .key = {local, info->ifa_prefixlen, peer},
                   .state = {.label = label ? Dovel::IntfId(*label) : Dovel::IntfId(),
-                            .isSecondary = (flagsOf(attributes, *info) & IFA_F_SECONDARY) != 0}};
+                            .isSecondary = (flags & IFA_F_SECONDARY) != 0,
+                            .makesRoute = (flags & IFA_F_NOPREFIXROUTE) == 0}};
 }
 
 std::vector<NetlinkRequest> Address6Decoder::requests() { return dumpOf(AF_INET6); }

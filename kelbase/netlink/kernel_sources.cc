@@ -5,6 +5,8 @@
 #include "kelbase/netlink/link_decoder.h"
 #include "kelbase/netlink/model_source.h"
 #include "kelbase/netlink/neighbour_source.h"
+#include "kelbase/netlink/nexthop_decoder.h"
+#include "kelbase/netlink/route_source.h"
 
 namespace Kelbase {
 namespace {
@@ -23,6 +25,8 @@ KernelSources makeKernelSources(Kernel& kernel) {
   sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));
   sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
   sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours4));
+  sources.push_back(sourceOf<NexthopDecoder>(kernel.nexthops));
+  sources.push_back(std::make_unique<RouteSource>(kernel.routes, *sources.back()));
   return sources;
 }
 

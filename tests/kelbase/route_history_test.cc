@@ -105,7 +105,7 @@ class RouteHistoryTest : public RouteSourceFixture {
     dump(routes_);
   }
 
-  void dump(RouteSource& routes, bool whole = true) {
+  void dump(KernelSource& routes, bool whole = true) {
     routes.dumpBegin();
     for (auto const& [i, list] : kernel_) {
       for (auto const& route : list) routes.receive(builder(RTM_NEWROUTE, i, route).message());
@@ -191,7 +191,7 @@ TEST_F(RouteHistoryTest, WhatIsServedIsWhatTheKernelHas) {
   object(7, gateways_[7]);
   object(8, gateways_[8]);
   group(100, members_);
-  for (unsigned step = 0; step < 4000; ++step) {
+  for (unsigned step = 0; step < 2500; ++step) {
     this->step();
     if (any(3) == 0) continue;
     ASSERT_EQ(written(), expected()) << "step " << step;

@@ -1,6 +1,7 @@
 #pragma once
 // Sources of nexthop objects and routes, told by hand, and what they write.
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,9 +10,8 @@
 #include <gtest/gtest.h>
 #include <linux/if.h>
 
-#include "kelbase/netlink/link_decoder.h"
-#include "kelbase/netlink/model_source.h"
-#include "kelbase/publish/route_source.h"
+#include "kelbase/netlink/kernel_sources.h"
+#include "kelbase/publish/kernel_views.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/kelbase/scratch_dir.h"
@@ -30,9 +30,14 @@ class RouteSourceFixture : public testing::Test {
   }
 
   void tell(NetlinkBuilder const& builder) {
-    for (auto* source : std::initializer_list<KernelSource*>{&linkSource_, &nexthops_, &routes_}) {
+    for (auto const& source : sources_) {
       if (source->takes(builder.message().type())) source->receive(builder.message());
     }
+  }
+  template <class Kind>
+  static Kind& named(std::vector<std::unique_ptr<Kind>> const& kinds, std::string_view name) {
+    return **std::find_if(kinds.begin(), kinds.end(),
+                          [&](auto const& one) { return one->name() == name; });
   }
   void link(int index, std::string_view name, unsigned flags = IFF_UP | IFF_RUNNING) {
     tell(linkMessage(RTM_NEWLINK, index, flags).text(IFLA_IFNAME, name));
@@ -104,21 +109,21 @@ class RouteSourceFixture : public testing::Test {
     for (auto const attribute : {IFA_ADDRESS, IFA_LOCAL}) {
       builder.value(attribute, Dovel::IpAddr(local).octets());
     }
-    routes_.receive(builder.value(IFA_FLAGS, flags).message());
+    tell(builder.value(IFA_FLAGS, flags));
   }
   void objectGone(std::uint32_t id) { tell(nexthopMessage(RTM_DELNEXTHOP, id)); }
 
   /// As Publisher does it.
   std::vector<std::string> written() {
     if (!std::exchange(compared_, true)) {
-      nexthops_.writeAll(*writer_);
-      routes_.writeAll(*writer_);
+      fecRows_.writeAll(*writer_);
+      routeRows_.writeAll(*writer_);
     }
     do {
-      nexthops_.writeRest(*writer_);
-      routes_.writeRest(*writer_);
-    } while (nexthops_.hasMore() || routes_.hasMore());
-    nexthops_.writeUnused(*writer_);
+      fecRows_.writeRest(*writer_);
+      routeRows_.writeRest(*writer_);
+    } while (fecRows_.hasMore() || routeRows_.hasMore());
+    fecRows_.writeUnused(*writer_);
     writer_->commit();
     return RouteText::routes(*writer_);
   }
@@ -129,9 +134,9 @@ class RouteSourceFixture : public testing::Test {
   }
   /// A write fails in its middle, as on a full file system.
   void failToWrite() {
-    nexthops_.writeRest(*writer_);
-    routes_.writeRest(*writer_);
-    if (!nexthops_.hasMore() && !routes_.hasMore()) nexthops_.writeUnused(*writer_);
+    fecRows_.writeRest(*writer_);
+    routeRows_.writeRest(*writer_);
+    if (!fecRows_.hasMore() && !routeRows_.hasMore()) fecRows_.writeUnused(*writer_);
     writer_->abort();
     compared_ = false;
   }
@@ -139,10 +144,14 @@ class RouteSourceFixture : public testing::Test {
 
   ScratchDir scratch_;
   std::optional<Pondo::Writer> writer_{std::in_place, scratch_ / "run", Pondo::Writer::Options{}};
-  Links links_;
-  ModelSource<LinkDecoder, Links> linkSource_{links_};
-  NexthopSource nexthops_{links_};
-  RouteSource routes_{nexthops_};
+  Kernel kernel_;
+  KernelSources const sources_ = makeKernelSources(kernel_);
+  TableViews const views_ = makeTableViews(kernel_);
+  KernelSource& addresses_ = named(sources_, "IPv4 addresses");
+  KernelSource& nexthops_ = named(sources_, "nexthop objects");
+  KernelSource& routes_ = named(sources_, "IPv4 routes");
+  TableView& fecRows_ = named(views_, "next hops");
+  TableView& routeRows_ = named(views_, "IPv4 routes");
   std::string wishes_;
   bool compared_ = false;
   int runs_ = 0;

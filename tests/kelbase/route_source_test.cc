@@ -30,7 +30,7 @@ TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
               ElementsAre("0.0.0.0/0 static 0 10.0.0.3@a", "10.1.0.0/16 static 20 10.0.0.2@a",
                           "10.2.0.0/16 static 0 10.0.0.2@a"));
   EXPECT_THAT(fecs(), ElementsAre("4294967296: 10.0.0.2@a", "4294967297: 10.0.0.3@a"));
-  EXPECT_EQ(routes_.summary(), "3 routes, 2 next-hop sets");
+  EXPECT_EQ(routeRows_.summary(), "3 routes, 2 next-hop sets");
   gone("10.1.0.0/16", 2, 20);
   gone("0.0.0.0/0", 3);
   EXPECT_THAT(written(), ElementsAre("10.2.0.0/16 static 0 10.0.0.2@a"));
@@ -138,7 +138,7 @@ TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
   gone("10.1.0.0/16", 4);
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
-  EXPECT_EQ(routes_.summary(), "2 routes, 2 next-hop sets");
+  EXPECT_EQ(routeRows_.summary(), "2 routes, 2 next-hop sets");
 }
 
 /// A route added, replaced and deleted at random, and dumped anywhere in between: whatever of it is
@@ -204,8 +204,8 @@ TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
   constexpr int many = 30'000;
   auto const prefix = [](int i) { return fmt::format("11.{}.{}.0/24", i / 256, i % 256); };
   auto const writeOnce = [this] {
-    nexthops_.writeRest(*writer_);
-    routes_.writeRest(*writer_);
+    fecRows_.writeRest(*writer_);
+    routeRows_.writeRest(*writer_);
   };
   auto const types = [this] {
     std::map<std::string, int> result;
@@ -218,7 +218,7 @@ TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
   written();
   blackhole(7);
   writeOnce();
-  ASSERT_TRUE(routes_.hasMore()) << "one slice took them all";
+  ASSERT_TRUE(routeRows_.hasMore()) << "one slice took them all";
   blackhole(8);
   routes_.receive(routeMessage(RTM_DELROUTE, prefix(many - 1)).value(RTA_NH_ID, 7).message());
   overObject("10.1.0.0/16", 7);
@@ -235,10 +235,10 @@ TEST_F(RouteSourceTest, SetsThatAreCutAreCounted) {
   group(200, members);
   overObject("10.1.0.0/16", 200);
   EXPECT_THAT(written(), ElementsAre(EndsWith(" 10.0.0.128@a")));
-  EXPECT_THAT(routes_.summary(), EndsWith(" (1 cut to 128 next hops)"));
+  EXPECT_THAT(routeRows_.summary(), EndsWith(" (1 cut to 128 next hops)"));
   group(200, {1, 2});
   written();
-  EXPECT_EQ(routes_.summary(), "1 route, 1 next-hop set");
+  EXPECT_EQ(routeRows_.summary(), "1 route, 1 next-hop set");
 }
 
 TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
@@ -267,9 +267,9 @@ TEST_F(RouteSourceTest, RoutesWaitForTheFecsOfManySets) {
   written();
   link(3, "north");
   route("10.1.0.0/16", 2);
-  nexthops_.writeRest(*writer_);
-  routes_.writeRest(*writer_);
-  ASSERT_TRUE(nexthops_.hasMore()) << "one slice took them all";
+  fecRows_.writeRest(*writer_);
+  routeRows_.writeRest(*writer_);
+  ASSERT_TRUE(fecRows_.hasMore()) << "one slice took them all";
   EXPECT_EQ(RouteText::routes(*writer_).size(), 10'000U);
   auto const rows = written();
   EXPECT_EQ(rows.size(), 10'001U);
@@ -353,8 +353,10 @@ TEST_F(RouteSourceTest, AHintIsTheLastAddressOfALinkAndThePreferredOnes) {
                         .message());
   };
   auto const dump = [&](bool whole = true) {
-    routes_.dumpBegin();
+    addresses_.dumpBegin();
     for (auto const* local : {"10.0.0.1", "10.0.0.2", "10.0.1.1"}) address(RTM_NEWADDR, local);
+    addresses_.dumpEnd(true);
+    routes_.dumpBegin();
     route("10.1.0.0/16", 2);
     connected("10.0.0.0/24", "10.0.0.1");
     connected("10.0.1.0/24", "10.0.1.1");

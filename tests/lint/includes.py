@@ -28,7 +28,7 @@ ARROWS = {
                  "platform/state"},
     "kelbase/model": VALUES,
     "kelbase/netlink": VALUES | {"kelbase/model"},
-    "kelbase/publish": TABLES | {"kelbase/model", "kelbase/netlink"},
+    "kelbase/publish": TABLES | {"kelbase/model"},
     "kelbase/daemon": TABLES | {"kelbase/model", "kelbase/netlink", "kelbase/publish"},
     "kelbase/ctl": TABLES | {"kelbase/model", "kelbase/publish"},
     "kelbase": {"kelbase/daemon", "kelbase/ctl"},

@@ -1,4 +1,4 @@
-#include "kelbase/publish/route_book.h"
+#include "kelbase/model/route_book.h"
 
 #include <algorithm>
 #include <iterator>
@@ -176,13 +176,19 @@ bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route)
   });
 }
 
-std::size_t RouteBook::count(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+bool RouteBook::contains(Dovel::Prefix const& prefix, KernelRoute const& route) const {
   auto const found = routes_.find(prefix);
-  if (found == routes_.end()) return 0;
-  if (found->second.kind != severalKind) return areSame(found->second, route) ? 1 : 0;
+  if (found == routes_.end()) return false;
+  if (found->second.kind != severalKind) return areSame(found->second, route);
   auto const& list = several_.at(prefix);
-  return static_cast<std::size_t>(std::count_if(
-      list.begin(), list.end(), [&](KernelRoute const& other) { return areSame(other, route); }));
+  return findSame(list, route) != list.end();
+}
+
+bool RouteBook::hasTwins(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+  auto const found = several_.find(prefix);
+  if (found == several_.end()) return false;
+  auto const looksLike = [&](KernelRoute const& other) { return areSame(other, route); };
+  return std::count_if(found->second.begin(), found->second.end(), looksLike) > 1;
 }
 
 void RouteBook::drop(Dovel::Prefix const& prefix, KernelRoute const& slot) {

@@ -15,64 +15,55 @@
 //   a link's last address goes                       all through the link
 //   a nexthop object goes                            its routes
 //
-// The message comes first, the removal after it, both under the kernel's RTNL lock: who has waited
+// The message comes first, the change after it, both under the kernel's RTNL lock: who has waited
 // for that lock sees the end of it. The connected route of an address prefers it too, but goes with
 // a message of its own (fib_del_ifaddr).
 //
-// A link's addresses are counted, none twice. The dump that lists the routes lists them first: one
-// that comes later cannot hide that the last has gone while the routes were listed. What a dump
-// leaves out makes for a hint too many, never for one too few. Fed by RouteSource. One thread.
+// The model's addresses may be ahead of the message that is taken: while messages are replayed over
+// a newer dump, one that is gone may hide behind one that came after it. Then any that goes casts
+// doubt. What a dump of routes leaves out makes for a hint too many, never for one too few. Asked
+// by Routes alone. One thread.
 
-#include <compare>
 #include <cstdint>
+#include <functional>
 #include <optional>
 
-#include <absl/container/btree_set.h>
 #include <absl/container/flat_hash_map.h>
 
+#include "kelbase/model/address.h"
+#include "kelbase/model/hop_sets.h"
 #include "kelbase/model/route.h"
-#include "kelbase/netlink/netlink_message.h"
-#include "kelbase/publish/hop_sets.h"
 
 namespace Kelbase {
 
-class SilentRemovals {
+class SilentChanges : private Links::Observer,
+                      private Addresses4::Observer,
+                      private Nexthops::Observer {
  public:
-  /// `sets` must outlive it.
-  explicit SilentRemovals(HopSets const& sets) : sets_(sets) {}
+  /// Routes or nexthop objects that are known may be gone, or going, or next hops of theirs be
+  /// alive no more, or again. `surely` false: only if a replayed message is as old as it looks.
+  using Hint = std::function<void(bool surely)>;
 
-  static bool takes(std::uint16_t messageType);
+  /// All must outlive it.
+  SilentChanges(Links& links, Addresses4& addresses, Nexthops& nexthops, HopSets const& sets,
+                Hint hint);
 
-  /// True when routes or nexthop objects that are known may be gone, or going, for this, or next
-  /// hops of theirs be alive no more, or again.
-  bool hints(NetlinkMessage const& message);
+  /// Whether next hops through the link count while it has no carrier: its
+  /// ignore_routes_with_linkdown, or that of all links (allLinks).
+  void ignoresLinkdownIs(std::int32_t link, bool on);
+  static constexpr std::int32_t allLinks = -1;
 
   /// The kernel has this route.
   void routeIs(ListedRoute const& route);
 
-  /// Addresses and routes are listed anew from here on.
+  /// Routes are listed anew from here on.
   void dumpBegin();
   /// `whole`: nothing was left out.
   void dumpEnd(bool whole);
+  /// From here on the messages may be older than what the model has, or are not any more.
+  void replayIs(bool on) { isReplay_ = on; }
 
  private:
-  struct Link {
-    bool isUp = true;  // administratively
-    bool isRunning = true;
-    bool hasLower = true;  // what it runs over
-    std::uint32_t master = 0;
-    bool hasCarrier() const { return isRunning || hasLower; }  // to fib_netdev_event
-    bool operator==(Link const&) const = default;
-  };
-  /// Told apart as by the kernel, which may have one with several peers (net/ipv4/devinet.c).
-  struct Address {
-    std::int32_t link = 0;
-    Dovel::IpAddr local;
-    Dovel::IpAddr peer;  // `local` where there is none
-    unsigned length = 0;
-    auto operator<=>(Address const&) const = default;
-  };
-  using Addresses = absl::btree_set<Address>;
   /// The route to an address's network.
   struct Connected {
     Dovel::Prefix prefix;
@@ -87,24 +78,29 @@ class SilentRemovals {
     std::uint64_t dump = 0;         // the last that mentioned one
   };
 
-  bool linkHints(NetlinkMessage const& message);
-  Addresses::const_iterator firstOf(std::int32_t link) const;
-  void addressesDel(std::int32_t link);
-  bool hasAddress(std::int32_t link) const;
-  bool addressHints(NetlinkMessage const& message);
-  bool settingHints(NetlinkMessage const& message);
+  void onLink(Link const* before, Link const& now) override;
+  void onLinkGone(std::int32_t link) override { hintIf(usesLink(link)); }
+  void onObject(Address4 const& address) override;
+  void onObjectGone(Address4 const& address) override;
+  void onNexthop(std::uint32_t /*id*/) override {}
+  void onNexthopGone(std::uint32_t id) override { hintIf(sets_.usesObject(id)); }
+
+  void hintIf(bool changed) const {
+    if (changed) hint_(true);
+  }
   bool usesLink(std::int32_t link) const { return sets_.usesLink(link) || dead_.contains(link); }
-  bool isPreferred(Address const& address, std::uint32_t flags) const;
+  bool isPreferred(Address4 const& address) const;
   static std::optional<Connected> connectedBy(ListedRoute const& route);
 
+  Addresses4 const& addresses_;
   HopSets const& sets_;
-  absl::flat_hash_map<std::int32_t, Link> links_;  // by index; those that were ever heard of
-  Addresses addresses_;                            // that are there, but for some in a dump
+  Hint const hint_;
   absl::flat_hash_map<Dovel::IpAddr, Preference> preferences_;
   absl::flat_hash_map<std::int32_t, std::uint64_t> dead_;  // by link with dead next hops: the dump
   absl::flat_hash_map<std::int32_t, bool> ignores_;        // by link: the setting, once heard of
   std::uint64_t dump_ = 0;
   bool isWhole_ = false;  // the last dump left nothing out
+  bool isReplay_ = false;
 };
 
 }  // namespace Kelbase

@@ -25,8 +25,8 @@
 #include <absl/container/flat_hash_map.h>
 #include <absl/functional/function_ref.h>
 
+#include "kelbase/model/hop_sets.h"
 #include "kelbase/model/route.h"
-#include "kelbase/publish/hop_sets.h"
 #include "platform/dovel/prefix.h"
 
 namespace Kelbase {
@@ -87,8 +87,9 @@ class RouteBook {
 
   /// Whether the prefix has others of the route's tos and metric.
   bool hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const;
-  /// How many of the prefix's routes look like this one.
-  std::size_t count(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+  /// Whether one of the prefix's routes looks like this one; whether several do.
+  bool contains(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+  bool hasTwins(Dovel::Prefix const& prefix, KernelRoute const& route) const;
 
   std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const;
   /// Prefixes.

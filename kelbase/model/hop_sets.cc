@@ -1,0 +1,113 @@
+#include "kelbase/model/hop_sets.h"
+
+#include <algorithm>
+
+#include <absl/hash/hash.h>
+
+namespace Kelbase {
+
+std::size_t HopSets::HopsHash::operator()(std::span<Hop const> hops) const {
+  return absl::HashOf(absl::MakeConstSpan(hops.data(), hops.size()));
+}
+
+bool HopSets::HopsEqual::operator()(std::span<Hop const> a, std::span<Hop const> b) const {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+
+HopSets::HopSets(Links& links, Nexthops& nexthops) : links_(links), nexthops_(nexthops) {
+  links.observerIs(*this);
+  nexthops.observerIs(*this);
+}
+
+HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
+  if (hops.empty()) return none;
+  auto const found = inline_.find(hops);
+  if (found != inline_.end()) return found->second;
+  Handle const handle = sets_.make(Set{.hops = Hops(hops.begin(), hops.end())});
+  inline_.emplace(sets_[handle].hops, handle);
+  for (auto const& hop : hops) setsOfLink_.insert(static_cast<std::uint32_t>(hop.ifIndex), handle);
+  tellUnused(handle);  // until a route uses it
+  return handle;
+}
+
+HopSets::Handle HopSets::objectSet(std::uint32_t object) {
+  auto const [place, isNew] = objectSets_.try_emplace(object, none);
+  if (isNew) {
+    place->second = sets_.make(Set{.object = object, .hops = {}});
+    tellUnused(place->second);
+  }
+  return place->second;
+}
+
+void HopSets::ref(Handle handle) {
+  if (handle == none || sets_[handle].refs++ > 0) return;
+  ++used_;
+  tell(handle);
+}
+
+void HopSets::unref(Handle handle) {
+  if (handle == none || --sets_[handle].refs > 0) return;
+  --used_;
+  tellUnused(handle);
+}
+
+void HopSets::forget(Handle handle) {
+  Set const& set = sets_[handle];
+  if (set.object != 0) {
+    objectSets_.erase(set.object);
+  } else {
+    inline_.erase(set.hops);
+    for (auto const& hop : set.hops) {
+      setsOfLink_.erase(static_cast<std::uint32_t>(hop.ifIndex), handle);
+    }
+  }
+  sets_.free(handle);
+}
+
+bool HopSets::isKnown(Handle handle) const {
+  return sets_[handle].object == 0 || nexthops_.isKnown(sets_[handle].object);
+}
+
+bool HopSets::isBlackhole(Handle handle) const {
+  return sets_[handle].object != 0 && nexthops_.isBlackhole(sets_[handle].object);
+}
+
+std::vector<Hop> HopSets::hopsOf(Handle handle) const {
+  Set const& set = sets_[handle];
+  return set.object == 0 ? set.hops : nexthops_.hopsOf(set.object);
+}
+
+/// A link that is renamed, or comes, changes what every set through it shows. One that has lost its
+/// name does not: its routes are about to go too, and until then nothing is made up.
+void HopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
+  if (!links_.linkName(index)) return;
+  for (auto const& [link, handle] : setsOfLink_.of(static_cast<std::uint32_t>(index))) {
+    if (isUsed(handle)) tell(handle);
+  }
+  for (auto const& [link, object] : nexthops_.ofLink(index)) changeWith(object);
+}
+
+void HopSets::changeWith(std::uint32_t object) {
+  nexthops_.anyWith(object, [this](std::uint32_t id) {
+    if (isObjectUsed(id)) tell(objectSets_.at(id));
+    return false;
+  });
+}
+
+bool HopSets::isObjectUsed(std::uint32_t object) const {
+  auto const set = objectSets_.find(object);
+  return set != objectSets_.end() && isUsed(set->second);
+}
+
+bool HopSets::usesLink(std::int32_t ifIndex) const {
+  if (!nexthops_.ofLink(ifIndex).empty()) return true;
+  auto const sets = setsOfLink_.of(static_cast<std::uint32_t>(ifIndex));
+  return std::any_of(sets.begin(), sets.end(),
+                     [this](auto const& pair) { return isUsed(pair.second); });
+}
+
+bool HopSets::usesObject(std::uint32_t id) const {
+  return nexthops_.anyWith(id, [this](std::uint32_t one) { return isObjectUsed(one); });
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,118 @@
+#pragma once
+// The sets of next hops that the kernel's routes use: a million routes have some hundred of them.
+//
+// A set is either written out in its routes (equal ones are one set, as long as equally many of
+// their next hops are alive: the dead ones are left out) or is a nexthop object, single or group.
+// Which sets, and so routes, lead through a link or use an object is looked up, never searched for.
+//
+// The routes count their references; a set without any is told to the observer, which says when it
+// may be forgotten: rows may refer to what they show of it until then. One thread.
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include <absl/container/flat_hash_map.h>
+
+#include "kelbase/model/links.h"
+#include "kelbase/model/nexthops.h"
+#include "kelbase/model/relation.h"
+#include "kelbase/model/slots.h"
+
+namespace Kelbase {
+
+class HopSets : private Links::Observer, private Nexthops::Observer {
+ public:
+  /// Names a set while it has references, and until forget() after that.
+  using Handle = std::uint32_t;
+  static constexpr Handle none = 0;
+
+  /// Hears of changes after they were made, from inside the call that made them; must not make
+  /// any.
+  class Observer {
+   public:
+    virtual ~Observer() = default;
+    /// A set that routes use is new, or what it consists of is another, or the name of a link.
+    virtual void onSet(Handle handle) = 0;
+    /// No route uses the set (yet, or any more).
+    virtual void onSetUnused(Handle handle) = 0;
+  };
+
+  /// Both must outlive it.
+  HopSets(Links& links, Nexthops& nexthops);
+  HopSets(HopSets const&) = delete;
+  HopSets& operator=(HopSets const&) = delete;
+
+  /// The one observer there is; it must forget the sets. Before the first set is made.
+  void observerIs(Observer& observer) { observer_ = &observer; }
+
+  /// The set of these next hops; none: `none`.
+  Handle inlineSet(std::span<Hop const> hops);
+  /// The set that the nexthop object is, whether it is known already or not.
+  Handle objectSet(std::uint32_t object);
+  /// One more route, or one less, that uses the set. `none` is allowed.
+  void ref(Handle handle);
+  void unref(Handle handle);
+  /// The set is unused, and its handle free for another.
+  void forget(Handle handle);
+
+  bool isUsed(Handle handle) const { return sets_[handle].refs > 0; }
+  /// The nexthop object that the set is; 0: its next hops are written out.
+  std::uint32_t objectOf(Handle handle) const { return sets_[handle].object; }
+  /// False: an object that is not known (any more).
+  bool isKnown(Handle handle) const;
+  /// What is sent to it is dropped.
+  bool isBlackhole(Handle handle) const;
+  std::vector<Hop> hopsOf(Handle handle) const;
+  /// Calls visit(handle) for every set, used or not.
+  template <class Visit>
+  void forEach(Visit const& visit) const {
+    sets_.forEach([&](Handle handle, Set const& /*set*/) { visit(handle); });
+  }
+
+  /// Whether routes, or nexthop objects, lead through the link.
+  bool usesLink(std::int32_t ifIndex) const;
+  /// Whether routes use the object, alone or in a group.
+  bool usesObject(std::uint32_t id) const;
+  /// Sets that routes use.
+  std::size_t size() const { return used_; }
+
+ private:
+  using Hops = std::vector<Hop>;
+  struct Set {
+    std::uint32_t object = 0;  // 0: inline
+    std::uint32_t refs = 0;
+    Hops hops;  // inline
+  };
+  struct HopsHash {
+    using is_transparent = void;
+    std::size_t operator()(std::span<Hop const> hops) const;
+  };
+  struct HopsEqual {
+    using is_transparent = void;
+    bool operator()(std::span<Hop const> a, std::span<Hop const> b) const;
+  };
+
+  void onLinkName(std::int32_t index, Dovel::IntfId const& name) override;
+  void onNexthop(std::uint32_t id) override { changeWith(id); }
+  void onNexthopGone(std::uint32_t id) override { changeWith(id); }
+  void tell(Handle handle) const {
+    if (observer_) observer_->onSet(handle);
+  }
+  void tellUnused(Handle handle) const {
+    if (observer_) observer_->onSetUnused(handle);
+  }
+  bool isObjectUsed(std::uint32_t object) const;
+  void changeWith(std::uint32_t object);
+
+  Links const& links_;
+  Nexthops const& nexthops_;
+  Observer* observer_ = nullptr;
+  Slots<Set> sets_;
+  absl::flat_hash_map<Hops, Handle, HopsHash, HopsEqual> inline_;
+  absl::flat_hash_map<std::uint32_t, Handle> objectSets_;
+  Relation setsOfLink_;  // inline ones
+  std::size_t used_ = 0;
+};
+
+}  // namespace Kelbase

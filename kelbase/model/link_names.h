@@ -1,6 +1,0 @@
-#pragma once
-#include "kelbase/model/links.h"
-
-namespace Kelbase {
-using LinkNames = Links;
-}
