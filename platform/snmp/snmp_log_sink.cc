@@ -10,14 +10,13 @@ int priority(Mav::Severity severity) {
   switch (severity) {
     case Mav::Severity::error:
       return LOG_ERR;
-    case Mav::Severity::warning:
-      return LOG_WARNING;
     case Mav::Severity::notice:
       return LOG_NOTICE;
+    // Traces, which someone has switched on: Debian's snmpd (-LOw) drops all below a warning.
     case Mav::Severity::info:
-      return LOG_INFO;
     case Mav::Severity::debug:
-      return LOG_DEBUG;
+    case Mav::Severity::warning:
+      return LOG_WARNING;
   }
   return LOG_ERR;
 }

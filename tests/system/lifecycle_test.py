@@ -37,6 +37,22 @@ def test_a_dead_publisher_leaves_its_last_state_and_its_age(router):
     assert eventually(lambda: agent.ask("ipForwarding.0") == NOT_FORWARDING)
 
 
+def test_what_debians_log_keeps(router):
+    daemon = router.publish()
+    agent = router.agent(log="-LOw", env={"MAV_TRACE": "Snmp/1"})
+    assert eventually(lambda: agent.daemon.lines("ipAddrTable initializing oid"), 10)
+    assert not agent.daemon.lines("in sync")  # nobody was warned
+    daemon.kill()
+    assert eventually(lambda: agent.daemon.lines("has gone"), 7)
+    daemon = router.publish()
+    assert eventually(lambda: agent.daemon.lines("is back"), 7), agent.daemon.text()
+    daemon.kill()
+    shutil.rmtree(router.rundir)
+    assert eventually(lambda: agent.daemon.lines(f"{router.rundir}: "), 7)
+    router.publish()
+    assert eventually(lambda: agent.daemon.lines("in sync"), 7), agent.daemon.text()
+
+
 def test_state_left_by_a_dead_publisher_is_served_to_a_new_agent(router):
     router.forward6(True)
     router.publish().kill()

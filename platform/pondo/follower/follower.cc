@@ -104,6 +104,7 @@ struct Follower::Impl {
   double notBefore = 0;  // no slice earlier: a listener has thrown
   double backOff = backOffMin;
   std::string situation;  // what the log was last told
+  bool warned = false;    // by a warning
   std::string listenerFault;
   bool publisherFails = false;  // gone, or its tables are not exact
   Mav::Timer turn;
@@ -350,7 +351,9 @@ void Follower::Impl::sayListenerFailed(std::string_view what) {
 void Follower::Impl::say(std::string now, Mav::Severity severity, std::string const& text) {
   if (situation == now) return;
   situation = std::move(now);
-  Mav::log(severity, text);
+  // Whoever was warned hears of the end, in a log that takes warnings alone.
+  Mav::log(warned ? Mav::Severity::warning : severity, text);
+  warned = severity == Mav::Severity::warning;
 }
 
 Follower::Follower(Mav::Activity& activity, std::filesystem::path runDir,

@@ -122,7 +122,8 @@ class Agent:
     """
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
-                 without=WITHOUT, env=None, module="OvoSnmp", config=""):
+                 without=WITHOUT, env=None, module="OvoSnmp", config="",
+                 log="-Lo"):
         self._router, self._env, self._module = router, env or {}, module
         self._more_config = config
         self.dir = router.fresh_dir("snmpd", readable=True)
@@ -130,7 +131,7 @@ class Agent:
         self.config(plugin)
         command = ["/usr/sbin/snmpd", "-r", "-C", "-c", self.dir / "snmpd.conf", "-p",
                    self.dir / "pid", "-I", without, *options]
-        command += ["-f", "-Lo"] if foreground else ["-Lf", self.dir / "forked.log"]
+        command += ["-f", log] if foreground else ["-Lf", self.dir / "forked.log"]
         command.append(f"udp:127.0.0.1:{self.port}")
         self.daemon = router.start(self.dir / "snmpd.log", *as_user(user),
                                    "env", *self._environment(), *command)
