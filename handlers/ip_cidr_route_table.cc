@@ -18,12 +18,12 @@ struct IpCidrRouteTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      ipAddressIndex("ipCidrRouteDest", "dest",
+      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteDest", "dest",
           [](Key const& key) { return key.dest(); }),
-      ipAddressIndex("ipCidrRouteMask", "mask",
+      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteMask", "mask",
           [](Key const& key) { return key.mask(); }),
       integerIndex("ipCidrRouteTos", "tos", [](Key const& key) { return key.tos(); }),
-      ipAddressIndex("ipCidrRouteNextHop", "nextHop",
+      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteNextHop", "nextHop",
           [](Key const& key) { return key.nextHop(); })};
 
   static constexpr auto readWrite = MaxAccess::readWrite;

@@ -18,10 +18,11 @@
 // the heap, owned by net-snmp. Nothing persists between requests. The entity outlives the
 // registration, which holds a plain pointer to it.
 //
-// A collection that is ordered by key is declared sorted to net-snmp. Get-first then finds a hint
-// in its loop context: the table's part of the request, with the indexes of a row, or null. The
-// hint comes from the row server (platform/snmp/row_server.h), which stands before net-snmp's
-// iterator, or from the iterator itself.
+// A collection that is ordered by key is declared sorted to net-snmp, and served by the row server
+// (platform/snmp/row_server.h), which stands before net-snmp's iterator and walks the collection
+// itself. Get-first finds a hint in its loop context: the table's part of the request, with the
+// indexes of a row, or null. It comes from the iterator, or from the row server while this is
+// traced.
 //
 // Everything here may throw: table_functions.h stands between it and net-snmp.
 
@@ -94,9 +95,10 @@ class TableFrame {
                        netsnmp_variable_list* variable);
 
   // For the row server.
+  class Sorted;
   static std::strong_ordering compare(Key const& key, Snmp::Instance instance);
-  static bool find(void const* entity, Snmp::Instance instance, Snmp::SortedRows::Search search,
-                   netsnmp_variable_list* indexes);
+  template <class Visitor>
+  static void visit(Visitor& visitor, Key const& key);
 };
 
 #define FRAME_TRACE(level, suffix, stream)                 \
@@ -136,7 +138,7 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
   registered->callbacksAre(callbacks);
   registered->iterator().myvoid = entity.get();
   if constexpr (isSorted) {
-    registered->sortedRowsAre({entity.get(), find});
+    registered->sortedRowsAre(std::make_unique<Sorted>(entity.get()));
   }
   registerTable(table, handler, std::move(registered));
   MAV_TRACE_AS(snmpTraceHandle(), 8, initializer, "Initialized table " << Table::name << ' ');
@@ -215,7 +217,12 @@ auto TableFrame<Table>::component(Index const& index, netsnmp_variable_list cons
   auto const trace = [](int level, auto const& text) {
     MAV_TRACE_AS(snmpTraceHandle(), level, function("_get_first_data_point"), text);
   };
+  auto const traceComponent = [&](auto const& value) {
+    MAV_TRACE_AS(snmpTraceHandle(), 2, function("_get_first_data_point"),
+                 "hint component " << index.name << " is '" << value << "'");
+  };
   if (variable.type != Syntax::declaredType) {
+    traceComponent(Snmp::printedValue(variable));
     trace(0, "hint for " + std::string(index.name) + " has incorrect type! Expecting " +
                  std::to_string(Syntax::declaredType) + " but got " +
                  std::to_string(variable.type));
@@ -223,10 +230,10 @@ auto TableFrame<Table>::component(Index const& index, netsnmp_variable_list cons
   }
   try {
     auto const value = Syntax::decode(variable);
-    MAV_TRACE_AS(snmpTraceHandle(), 2, function("_get_first_data_point"),
-                 "hint component " << index.name << " is '" << value << "'");
+    traceComponent(value);
     return value;
   } catch (Mav::RangeException const& e) {
+    traceComponent(Snmp::printedValue(variable));
     trace(0, "hint for index " + std::string(index.name) + " of " + std::string(Table::name) +
                  " is out of range! " + e.what());
     return std::nullopt;
@@ -238,10 +245,9 @@ netsnmp_variable_list* TableFrame<Table>::next(void* loopContext, void const* da
                                                netsnmp_variable_list* putIndexData) {
   FRAME_TRACE(2, "_get_next_data_point",
               " - advancing loop context " << loopContext << " ; data context " << dataContext);
-  if (!loopContext) return iterationHelper(Row(), putIndexData);
-  auto& row = *static_cast<Row*>(loopContext);
-  ++row;
-  auto* const result = iterationHelper(row, putIndexData);
+  auto* const row = static_cast<Row*>(loopContext);
+  if (row) ++*row;
+  auto* const result = iterationHelper(row ? *row : Row(), putIndexData);
   if (!result) FRAME_TRACE(2, "_get_next_data_point", " - at end of loop context " << loopContext);
   return result;
 }
@@ -298,30 +304,57 @@ int TableFrame<Table>::handle(int mode, netsnmp_request_info* requests) {
 }
 
 template <class Table>
-std::strong_ordering TableFrame<Table>::compare(Key const& key, Snmp::Instance instance) {
-  Snmp::InstanceOrder order(instance);
+template <class Visitor>
+void TableFrame<Table>::visit(Visitor& visitor, Key const& key) {
   forEachIndex([&](auto const& index) {
-    std::remove_cvref_t<decltype(index)>::Syntax::compare(order, index.get(key));
+    std::remove_cvref_t<decltype(index)>::Syntax::visit(visitor, index.get(key));
   });
-  return order.result();
 }
 
 template <class Table>
-bool TableFrame<Table>::find(void const* entity, Snmp::Instance instance,
-                             Snmp::SortedRows::Search search, netsnmp_variable_list* indexes) {
-  using Search = Snmp::SortedRows::Search;
-  Place const place{instance};
-  auto const& rows = Table::rows(*static_cast<Entity const*>(entity));
-  auto const* const key =
-      search == Search::after ? rows.firstAfter(place) : rows.firstAtOrAfter(place);
-  if (!key || (search == Search::at && place(*key) != 0)) return false;
-  bool complete = true;
-  forEachIndex([&](auto const& index) {
-    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
-    complete = complete && setIndex(index, Syntax::declaredType, *key, indexes);
-    if (indexes) indexes = indexes->next_variable;
-  });
-  return complete;
+std::strong_ordering TableFrame<Table>::compare(Key const& key, Snmp::Instance instance) {
+  Snmp::InstanceOrder order(instance);
+  visit(order, key);
+  return order.result();
 }
+
+/// One row is all that it holds, and the one that it has its requests answered from.
+template <class Table>
+class TableFrame<Table>::Sorted : public Snmp::SortedRows {
+ public:
+  /// `entity` may be null: then there are no rows.
+  explicit Sorted(Entity const* entity) : entity_(entity) {}
+
+  bool find(Snmp::Instance instance, Search search) override {
+    if (!entity_) return false;
+    Place const place{instance};
+    auto const& rows = Table::rows(*entity_);
+    row_ = search == Search::after ? rows.firstAfter(place) : rows.firstAtOrAfter(place);
+    return row_ && (search != Search::at || place(row_.key()) == 0);
+  }
+  bool next() override { return static_cast<bool>(++row_); }
+  void leave() override { row_ = Row(); }
+
+  std::size_t instance(std::span<oid> out) const override {
+    Snmp::InstanceWriter writer(out);
+    visit(writer, row_.key());
+    return writer.size();
+  }
+  void* row() override { return &row_; }
+  bool setIndexes(netsnmp_variable_list* variables) const override {
+    bool complete = true;
+    forEachIndex([&](auto const& index) {
+      using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+      complete = complete && setIndex(index, Syntax::declaredType, row_.key(), variables);
+      if (variables) variables = variables->next_variable;
+    });
+    return complete;
+  }
+  bool isTraced() const override { return snmpTraceHandle().enabled(2); }
+
+ private:
+  Entity const* const entity_;
+  Row row_;
+};
 
 #undef FRAME_TRACE

@@ -8,13 +8,14 @@
 //       octetStringIndex("ipAddressAddr", "addrBytes",
 //                        [](auto const& key) { return key.bytes(); })};
 //
-// A Syntax is what sets the kinds apart: the ASN types, the sub-identifiers of a value, and its way
-// from and to a variable of net-snmp.
+// A Syntax is what sets the kinds apart: the ASN types, the sub-identifiers of a value (visit, for
+// Snmp::InstanceOrder and Snmp::InstanceWriter), and its way from and to a variable of net-snmp.
 
 #include <cstdint>
 #include <string>
 #include <type_traits>
 
+#include "handlers/ip_conversions.h"
 #include "platform/mav/exception.h"
 #include "platform/mav/type_name.h"
 #include "platform/snmp/convert.h"
@@ -30,7 +31,7 @@ struct IntegerSyntax {
   static constexpr unsigned char valueType = ASN_INTEGER;
 
   static Value decode(netsnmp_variable_list const& variable) {
-    auto const number = Snmp::decodeInteger(variable);
+    auto const number = decodeNumber(variable);
     if (number < 0) throw Mav::RangeException(std::to_string(number) + " is negative");
     if constexpr (std::is_same_v<T, Ip::IpVersion>) {
       return Ip::IpVersionInstance(static_cast<std::uint32_t>(number));
@@ -38,11 +39,22 @@ struct IntegerSyntax {
       return static_cast<T>(number);
     }
   }
-  static void compare(Snmp::InstanceOrder& order, Value value) {
-    order.add(static_cast<std::uint32_t>(value));
+  template <class Visitor>
+  static void visit(Visitor& visitor, Value value) {
+    visitor.add(static_cast<std::uint32_t>(value));
   }
   static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
     return Snmp::S32ToAsnIntegerF()(static_cast<int>(value), buffer, size);
+  }
+
+ private:
+  static std::int32_t decodeNumber(netsnmp_variable_list const& variable) {
+    if constexpr (std::is_same_v<T, Ip::IpVersion>) {
+      Snmp::checkInteger(variable);
+      return AsnIntegerToIpVersion(variable.val.string);
+    } else {
+      return Snmp::decodeInteger(variable);
+    }
   }
 };
 
@@ -55,7 +67,10 @@ struct UnsignedSyntax {
   static Value decode(netsnmp_variable_list const& variable) {
     return Snmp::decodeUnsigned(variable);
   }
-  static void compare(Snmp::InstanceOrder& order, Value value) { order.add(value); }
+  template <class Visitor>
+  static void visit(Visitor& visitor, Value value) {
+    visitor.add(value);
+  }
   static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
     return Snmp::U32ToAsnUnsignedF()(value, buffer, size);
   }
@@ -72,7 +87,10 @@ struct IpAddressSyntax {
   static Value decode(netsnmp_variable_list const& variable) {
     return Snmp::decodeIpAddress(variable);
   }
-  static void compare(Snmp::InstanceOrder& order, Value value) { order.addIpAddress(value); }
+  template <class Visitor>
+  static void visit(Visitor& visitor, Value value) {
+    for (auto const octet : value.octets()) visitor.add(octet);
+  }
   static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
     return Snmp::DovelIpAddrToAsnOctetStringF()(value, buffer, size);
   }
@@ -87,8 +105,10 @@ struct OctetStringSyntax {
   static Value decode(netsnmp_variable_list const& variable) {
     return Snmp::decodeOctetString(variable);
   }
-  static void compare(Snmp::InstanceOrder& order, Value const& value) {
-    order.addOctetString(value);
+  template <class Visitor>
+  static void visit(Visitor& visitor, Value const& value) {
+    visitor.add(static_cast<std::uint32_t>(value.size()));
+    for (auto const octet : value) visitor.add(octet);
   }
   static std::int32_t convert(Value const& value, unsigned char* buffer, std::int32_t size) {
     return Snmp::writeBytes(value.data(), value.size(), buffer, size);

@@ -80,10 +80,11 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop co
 }
 
 std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(Dovel::Prefix const& from) const {
-  auto const* const key = ipCidrRouteTableMap().firstAtOrAfter(
-      [first = firstKey(from)](IpCidrRouteTableIndex const& row) { return row <=> first; });
-  if (!key) return std::nullopt;
-  return Dovel::Prefix(key->dest(), static_cast<unsigned>(std::popcount(key->mask().value())));
+  auto const row = ipCidrRouteTableMap().firstAtOrAfter(
+      [first = firstKey(from)](IpCidrRouteTableIndex const& key) { return key <=> first; });
+  if (!row) return std::nullopt;
+  auto const& key = row.key();
+  return Dovel::Prefix(key.dest(), static_cast<unsigned>(std::popcount(key.mask().value())));
 }
 
 Mav::AttributeTable const& IpForwardMib::attributeTable() const {

@@ -1,5 +1,5 @@
-// The floor: a handler that finds a row in the array by itself, without the table and iterator
-// helpers.
+// The floors: a handler that finds a row in the array by itself, without the table and iterator
+// helpers, and the same one (STUB_BULK) that fills the repetitions of a GETBULK as well.
 
 #include <algorithm>
 #include <array>
@@ -74,21 +74,46 @@ void serve(netsnmp_request_info* request, bool next) {
   answer(request, place);
 }
 
+void serveBulk(netsnmp_request_info* request) {
+  Place place = find(*request->requestvb, true);
+  while (true) {
+    if (place.row == end()) place = {place.column + 1, Stub::rows().data()};
+    if (place.column > Stub::columnMax || place.row == end()) return;
+    answer(request, place);
+    auto* const answered = request->requestvb;
+    if (request->repeat == 0 || answered->next_variable == nullptr) return;
+    --request->repeat;
+    request->requestvb = answered->next_variable;
+    snmp_set_var_objid(request->requestvb, answered->name, answered->name_length);
+    ++place.row;
+  }
+}
+
 int handle(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*registration*/,
            netsnmp_agent_request_info* info, netsnmp_request_info* requests) {
-  if (info->mode != MODE_GET && info->mode != MODE_GETNEXT) return SNMP_ERR_NOERROR;
+  int const mode = info->mode;
+  if (mode != MODE_GET && mode != MODE_GETNEXT && mode != MODE_GETBULK) return SNMP_ERR_NOERROR;
   for (auto* request = requests; request != nullptr; request = request->next) {
-    if (request->processed == 0) serve(request, info->mode == MODE_GETNEXT);
+    if (request->processed != 0) continue;
+    mode == MODE_GETBULK ? serveBulk(request) : serve(request, mode == MODE_GETNEXT);
   }
   return SNMP_ERR_NOERROR;
 }
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) void init_StubDirect() {
+#ifdef STUB_BULK
+#define STUB_INIT init_StubBulk
+constexpr int modes = HANDLER_CAN_RONLY | HANDLER_CAN_GETBULK;
+#else
+#define STUB_INIT init_StubDirect
+constexpr int modes = HANDLER_CAN_RONLY;
+#endif
+
+extern "C" __attribute__((visibility("default"))) void STUB_INIT() {
   Stub::rows();
   auto* const registration = netsnmp_create_handler_registration(
-      "stub_direct", handle, Stub::tableOid, OID_LENGTH(Stub::tableOid), HANDLER_CAN_RONLY);
+      "stub_direct", handle, Stub::tableOid, OID_LENGTH(Stub::tableOid), modes);
   registration->priority = 64;
   netsnmp_register_handler(registration);
 }

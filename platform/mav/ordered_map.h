@@ -163,23 +163,18 @@ class OrderedMap {
   Iterator atOrAfter(Key const& key) { return {this, tree_.lower_bound(key)}; }
   IteratorConst atOrAfter(Key const& key) const { return {this, tree_.lower_bound(key)}; }
 
-  /// Find the first key after a place, or at or after it, by one descent. The place need not be a
-  /// key: `order(key)` tells how a key stands to it, in the order of the map. Null when there is no
-  /// such key; the pointer is valid until the next modification.
+  /// On the first row after a place, or at or after it. The place need not be a key: `order(key)`
+  /// tells how a key stands to it, in the order of the map.
   template <class Order>
-  Key const* firstAfter(Order const& order) const {
-    return keyAt(tree_.upper_bound(Detail::Place<Order>{order}));
+  IteratorConst firstAfter(Order const& order) const {
+    return {this, tree_.upper_bound(Detail::Place<Order>{order})};
   }
   template <class Order>
-  Key const* firstAtOrAfter(Order const& order) const {
-    return keyAt(tree_.lower_bound(Detail::Place<Order>{order}));
+  IteratorConst firstAtOrAfter(Order const& order) const {
+    return {this, tree_.lower_bound(Detail::Place<Order>{order})};
   }
 
  private:
-  Key const* keyAt(typename Tree::const_iterator position) const {
-    return position == tree_.end() ? nullptr : &position->first;
-  }
-
   Tree tree_;
   std::uint64_t modifications_ = 0;  // of the set of keys
 };

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "platform/mav/exception.h"
 
 namespace Snmp {
@@ -53,8 +55,22 @@ Snmp::String AsnOctetStringToSnmpString(void const* value, std::size_t length) {
   return Snmp::String(std::string_view(static_cast<char const*>(value), length));
 }
 
-std::int32_t decodeInteger(netsnmp_variable_list const& variable) {
+void checkInteger(netsnmp_variable_list const& variable) {
   checkLength(variable, sizeof(long), "an INTEGER");
+}
+
+std::string printedValue(netsnmp_variable_list const& variable) {
+  bool const isNumber = variable.type == ASN_INTEGER || variable.type == ASN_UNSIGNED;
+  if (isNumber && variable.val_len == sizeof(long)) return std::to_string(*variable.val.integer);
+  std::string text;
+  for (std::size_t i = 0; variable.val.string && i < variable.val_len; ++i) {
+    text += fmt::format("{}{:02x}", i > 0 ? " " : "", variable.val.string[i]);
+  }
+  return text;
+}
+
+std::int32_t decodeInteger(netsnmp_variable_list const& variable) {
+  checkInteger(variable);
   return AsnIntegerToS32(variable.val.string);
 }
 

@@ -4,6 +4,7 @@
 // RangeException says that the value does not fit.
 
 #include <cstdint>
+#include <string>
 
 #include "platform/dovel/ip_addr.h"
 #include "platform/dovel/snmp_string.h"
@@ -19,6 +20,12 @@ std::uint32_t AsnUnsignedToU32(void const* value);
 Dovel::IpAddr AsnIpAddressToDovelIpAddr(void const* value);
 /// OCTET STRING.
 Snmp::String AsnOctetStringToSnmpString(void const* value, std::size_t length);
+
+/// RangeException unless the variable has the length of an INTEGER.
+void checkInteger(netsnmp_variable_list const& variable);
+
+/// What a variable holds, whatever its type is, for traces: a number, or octets in hexadecimal.
+std::string printedValue(netsnmp_variable_list const& variable);
 
 /// The same of a whole variable, with its length checked as well.
 std::int32_t decodeInteger(netsnmp_variable_list const& variable);

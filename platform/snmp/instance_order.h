@@ -1,31 +1,29 @@
 #pragma once
-// The order of a row's key relative to an instance as a request names it: raw sub-identifiers,
-// of any number and any value, that need not be the instance of any row.
+// What an index makes of its values, sub-identifier by sub-identifier (RFC 2578 section 7.7): their
+// order relative to an instance, or the instance itself. Both take the sub-identifiers one by one:
 //
-//   InstanceOrder order(instance);
-//   order.add(key.ifIndex());
-//   order.addOctetString(key.bytes());
-//   return order.result();
-//
-// Compares as object identifiers compare (RFC 2578 section 7.1.3), without building one.
+//   InstanceOrder order(instance);      InstanceWriter writer(name);
+//   order.add(key.ifIndex());           writer.add(key.ifIndex());
+//   return order.result();              return writer.size();
 
 #include <compare>
 #include <cstdint>
 #include <span>
 
-#include "platform/dovel/ip_addr.h"
-#include "platform/dovel/snmp_string.h"
 #include "platform/snmp/net_snmp.h"
 
 namespace Snmp {
 
+/// Raw sub-identifiers as a request names them, of any number and any value: they need not be the
+/// instance of any row.
 using Instance = std::span<oid const>;
 
+/// The order of a row's key relative to an instance. Compares as object identifiers compare (RFC
+/// 2578 section 7.1.3), without building one.
 class InstanceOrder {
  public:
   explicit InstanceOrder(Instance instance) : rest_(instance) {}
 
-  /// One sub-identifier, of an integer index.
   void add(std::uint32_t subIdentifier) {
     if (order_ != 0) return;
     if (rest_.empty()) {
@@ -36,17 +34,6 @@ class InstanceOrder {
     rest_ = rest_.subspan(1);
   }
 
-  /// Four sub-identifiers, of an IpAddress index.
-  void addIpAddress(Dovel::IpAddr const& addr) {
-    for (auto const octet : addr.octets()) add(octet);
-  }
-
-  /// The length and then the octets, of a string index of variable length.
-  void addOctetString(Snmp::String const& string) {
-    add(static_cast<std::uint32_t>(string.size()));
-    for (auto const octet : string) add(octet);
-  }
-
   /// How the key stands to the instance, once all of it was added.
   std::strong_ordering result() const {
     return order_ == 0 && !rest_.empty() ? std::strong_ordering::less : order_;
@@ -55,6 +42,21 @@ class InstanceOrder {
  private:
   Instance rest_;
   std::strong_ordering order_ = std::strong_ordering::equal;
+};
+
+/// Writes an instance; what does not fit is left out.
+class InstanceWriter {
+ public:
+  explicit InstanceWriter(std::span<oid> out) : out_(out) {}
+
+  void add(std::uint32_t subIdentifier) {
+    if (size_ < out_.size()) out_[size_++] = subIdentifier;
+  }
+  std::size_t size() const { return size_; }
+
+ private:
+  std::span<oid> out_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace Snmp

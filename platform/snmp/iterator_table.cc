@@ -1,6 +1,7 @@
 #include "platform/snmp/iterator_table.h"
 
 #include <cassert>
+#include <utility>
 
 namespace Snmp {
 
@@ -32,9 +33,9 @@ void IteratorTable::callbacksAre(netsnmp_iterator_info const& callbacks) {
   iterator_.free_loop_context_at_end = callbacks.free_loop_context_at_end;
 }
 
-void IteratorTable::sortedRowsAre(SortedRows rows) {
+void IteratorTable::sortedRowsAre(std::unique_ptr<SortedRows> rows) {
   iterator_.flags |= NETSNMP_ITERATOR_FLAG_SORTED;
-  server_.emplace(rows, iterator_, columnNumbers_);
+  server_.emplace(std::move(rows), iterator_, columnNumbers_);
 }
 
 }  // namespace Snmp

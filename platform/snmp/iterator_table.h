@@ -3,6 +3,7 @@
 // columns, callbacks, and our server of sorted rows. One block, which lives until the table is
 // unregistered.
 
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -28,7 +29,7 @@ class IteratorTable {
   /// For `myvoid`.
   netsnmp_iterator_info& iterator() { return iterator_; }
   /// The table is sorted, and these are its rows. Last: indexes and callbacks are there.
-  void sortedRowsAre(SortedRows rows);
+  void sortedRowsAre(std::unique_ptr<SortedRows> rows);
   /// Null of a table that is not sorted.
   RowServer* server() { return server_ ? &*server_ : nullptr; }
 

@@ -80,7 +80,7 @@ int registerTable(netsnmp_handler_registration* registration,
   });
   if (status != MIB_REGISTERED_OK) return status;
   forEachSlice(*registration, [server](netsnmp_handler_registration* slice) {
-    if (server) inject(slice, server->createHandler(), TABLE_HANDLER_NAME);
+    if (server) inject(slice, server->createHandler(), "bulk_to_next");
     inject(slice, netsnmp_get_serialize_handler(), nullptr);
   });
   return status;

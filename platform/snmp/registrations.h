@@ -17,8 +17,8 @@ namespace Snmp {
 int registerScalar(netsnmp_handler_registration* registration);
 
 /// As netsnmp_register_table_iterator, and remembers it together with `table`. A request that comes
-/// down goes through the serialize handler, the table helper, the absent-row handler (of a sorted
-/// table), the iterator, and then to the handler of `registration`.
+/// down goes through the serialize handler, the row server (of a sorted table), and from there to
+/// the handler of `registration`, or on to net-snmp's own: bulk to next, table, iterator.
 int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<IteratorTable> table);
 
 /// Undoes everything remembered, the latest first.

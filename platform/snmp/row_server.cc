@@ -1,7 +1,6 @@
 #include "platform/snmp/row_server.h"
 
-#include <algorithm>
-#include <array>
+#include <utility>
 
 #include "platform/snmp/callback.h"
 
@@ -10,14 +9,9 @@ namespace Snmp {
 namespace {
 
 constexpr char const* handlerName = "row_server";
-constexpr oid entry = 1;  // TABLE.1.COLUMN.INSTANCE
 
 Instance nameOf(netsnmp_request_info const& request) {
   return {request.requestvb->name, request.requestvb->name_length};
-}
-
-Instance rootOf(netsnmp_handler_registration const& registration) {
-  return {registration.rootoid, registration.rootoid_len};
 }
 
 /// Takes a request out of its list while it lives.
@@ -63,11 +57,11 @@ class RequestData {
   netsnmp_data_list node_{};
 };
 
-/// The mode that a table's handler sees of a GETNEXT whose row has been found.
+/// The mode that a table's handler sees of a GETNEXT or GETBULK whose row has been found.
 class GetMode {
  public:
   explicit GetMode(netsnmp_agent_request_info& info) : info_(info), mode_(info.mode) {
-    if (mode_ == MODE_GETNEXT) info.mode = MODE_GET;
+    if (mode_ == MODE_GETNEXT || mode_ == MODE_GETBULK) info.mode = MODE_GET;
   }
   ~GetMode() { info_.mode = mode_; }
   GetMode(GetMode const&) = delete;
@@ -78,58 +72,84 @@ class GetMode {
   int const mode_;
 };
 
+// The repetitions of a GETBULK: a chain of variables behind the one that is asked for. The agent
+// looks after each pass at the one that `requestvb` names: where that has no value, the next pass
+// asks whatever stands behind this table; where it is to be asked again (ASN_PRIV_RETRY), this one.
+
+/// The chains of all requests hang together, and `repeat` may be one too many: the agent gives one
+/// back for each cell that it hides, counted or not.
+bool isLastOfChain(netsnmp_request_info const& request, netsnmp_agent_session const* session) {
+  if (!request.requestvb->next_variable) return true;
+  if (!session || !session->pdu || !session->bulkcache) return false;
+  auto const place = request.index - 1 - session->pdu->errstat;  // among those that repeat
+  auto const repetitions = session->pdu->errindex;
+  return place < 0 ||
+         session->bulkcache[place * repetitions + repetitions - 1] == request.requestvb;
+}
+
+bool hasRepetitions(netsnmp_request_info const& request, netsnmp_agent_session const* session) {
+  auto const& variable = *request.requestvb;
+  if (request.repeat <= 0 || request.status != SNMP_ERR_NOERROR) return false;
+  if (isLastOfChain(request, session)) return false;
+  if (variable.type == ASN_NULL || variable.type == ASN_PRIV_RETRY) return false;
+  // Behind the range another registration comes first.
+  return !request.range_end || snmp_oid_compare(variable.name, variable.name_length,
+                                                request.range_end, request.range_end_len) < 0;
+}
+
+void toNextRepetition(netsnmp_request_info& request) {
+  --request.repeat;
+  request.requestvb = request.requestvb->next_variable;
+  request.inclusive = 0;
+}
+
+/// Leaves a repetition without an answer: the search goes on from `last`.
+void leaveRepetition(netsnmp_request_info& request, Instance last, unsigned char type) {
+  snmp_set_var_objid(request.requestvb, last.data(), last.size());
+  request.requestvb->type = type;
+}
+
+/// Whether the answer to a GETBULK certainly goes into one message. Where it may not, the agent
+/// estimates what it has after each repetition, and stops there.
+bool certainlyFits(netsnmp_agent_request_info const& info) {
+  if (!info.asp || !info.asp->pdu) return true;
+  constexpr long cellSizeMax = 160;  // by the agent's measure: sub-identifiers and octets
+  auto const& pdu = *info.asp->pdu;
+  return count_varbinds(pdu.variables) * cellSizeMax <= static_cast<long>(pdu.msgMaxSize);
+}
+
 }  // namespace
 
-/// A row that get-first has put an iteration on, by the hint.
-class RowServer::Row {
+/// What the table's functions tell of the row that the iterator would have been put on by a hint:
+/// the loop context ends when there is a data context, which ends when the table has answered.
+class RowServer::Told {
  public:
-  Row(RowServer& server, netsnmp_handler_registration const& registration, unsigned column)
-      : iterator_(server.iterator_), column_(column) {
-    loop_ = &server.hint_;
-    auto* const indexes = iterator_.get_first_data_point(&loop_, &data_, server.found_, &iterator_);
-    if (loop_ == &server.hint_) loop_ = nullptr;
-    if (!indexes) return;
-    auto const root = rootOf(registration);
-    std::array<oid, MAX_OID_LEN> prefix;
-    auto* end = std::copy(root.begin(), root.end(), prefix.begin());
-    *end++ = entry;
-    *end++ = column;
-    bool const built = build_oid_noalloc(name_.data(), name_.size(), &nameLength_, prefix.data(),
-                                         static_cast<std::size_t>(end - prefix.begin()),
-                                         indexes) == SNMPERR_SUCCESS;
-    if (!built) nameLength_ = 0;
+  Told(RowServer& server, netsnmp_table_request_info* hint, bool isRow)
+      : iterator_(server.iterator_) {
+    void* loop = hint;
+    iterator_.get_first_data_point(&loop, &data_, server.found_, &iterator_);
+    if (loop == hint) return;
+    if (isRow && !data_) data_ = iterator_.make_data_context(loop, &iterator_);
+    iterator_.free_loop_context_at_end(loop, &iterator_);
   }
-  ~Row() {
+  ~Told() {
     if (data_) iterator_.free_data_context(data_, &iterator_);
-    if (loop_) iterator_.free_loop_context_at_end(loop_, &iterator_);
   }
-  Row(Row const&) = delete;
-  Row& operator=(Row const&) = delete;
-
-  /// Of its cell; empty when there is no row.
-  Instance name() const { return {name_.data(), nameLength_}; }
-  unsigned column() const { return column_; }
-  void* data() {
-    if (!data_ && loop_) data_ = iterator_.make_data_context(loop_, &iterator_);
-    return data_;
-  }
+  Told(Told const&) = delete;
+  Told& operator=(Told const&) = delete;
 
  private:
   netsnmp_iterator_info& iterator_;
-  unsigned const column_;
-  void* loop_ = nullptr;
   void* data_ = nullptr;
-  std::array<oid, MAX_OID_LEN> name_;
-  std::size_t nameLength_ = 0;
 };
 
 int RowServer::Call::handOn(netsnmp_request_info* request) const {
   return netsnmp_call_next_handler(handler, registration, info, request);
 }
 
-RowServer::RowServer(SortedRows rows, netsnmp_iterator_info& iterator,
+RowServer::RowServer(std::unique_ptr<SortedRows> rows, netsnmp_iterator_info& iterator,
                      std::span<unsigned const> columns)
-    : rows_(rows), iterator_(iterator), columns_(columns) {
+    : rows_(std::move(rows)), iterator_(iterator), columns_(columns) {
   auto* const table = iterator.table_reginfo;
   found_ = snmp_clone_varbind(table->indexes);
   hint_.indexes = snmp_clone_varbind(table->indexes);
@@ -154,7 +174,8 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
                       netsnmp_agent_request_info* info, netsnmp_request_info* requests) noexcept {
   return guarded(handlerName, requests, [&] {
     auto& server = *static_cast<RowServer*>(handler->myvoid);
-    Call const call{handler, registration, info};
+    Call call{handler, handler, registration, info};
+    while (call.table->next) call.table = call.table->next;
     int status = SNMP_ERR_NOERROR;
     for (auto *request = requests, *next = request; request; request = next) {
       next = request->next;
@@ -168,43 +189,78 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
 }
 
 int RowServer::settle(Call const& call, netsnmp_request_info* request) {
-  if (call.info->mode == MODE_GETNEXT) return getNext(call, request);
-  auto const place = named(call, *request);
+  switch (call.info->mode) {
+    case MODE_GET:
+      return get(call, request);
+    case MODE_GETNEXT:
+    case MODE_GETBULK:
+      return walk(call, request);
+    case MODE_SET_RESERVE1:
+    case MODE_SET_RESERVE2:
+    case MODE_SET_ACTION:
+    case MODE_SET_COMMIT:
+    case MODE_SET_FREE:
+    case MODE_SET_UNDO:
+      return set(call, request);
+    default:
+      return call.handOn(request);
+  }
+}
+
+int RowServer::get(Call const& call, netsnmp_request_info* request) {
+  auto const place = CellPlace::named(nameOf(*request), call.root(), columns_);
   if (place.column == 0) return call.handOn(request);
-  if (call.info->mode == MODE_GET) return get(call, request, place);
+  if (!rows_->find(place.instance, SortedRows::Search::at)) {
+    return answerAbsent(call, request, place);
+  }
+  int const status = answer(call, request, place.column);
+  rows_->leave();
+  return status;
+}
+
+int RowServer::set(Call const& call, netsnmp_request_info* request) {
+  auto const place = CellPlace::named(nameOf(*request), call.root(), columns_);
+  if (place.column == 0) return call.handOn(request);
   return callTable(call, request, place.column, nullptr);
 }
 
-int RowServer::get(Call const& call, netsnmp_request_info* request, Place const& place) {
-  if (!find(place.instance, SortedRows::Search::at)) {
-    netsnmp_request_set_error(request, SNMP_NOSUCHINSTANCE);
-    return SNMP_ERR_NOERROR;
+int RowServer::walk(Call const& call, netsnmp_request_info* request) {
+  RowWalk walk(*rows_, call.root(), columns_, View(*call.info), [this] { tellEnd(); });
+  // Unanswered: the agent goes on behind the table.
+  if (!walk.start(nameOf(*request), request->inclusive != 0)) return SNMP_ERR_NOERROR;
+  bool const isBulk = call.info->mode == MODE_GETBULK;
+  bool const atOnce = isBulk && certainlyFits(*call.info);
+  while (true) {
+    snmp_set_var_objid(request->requestvb, walk.name().data(), walk.name().size());
+    int const status = answer(call, request, walk.column());
+    if (status != SNMP_ERR_NOERROR || !isBulk || !hasRepetitions(*request, call.info->asp))
+      return status;
+    auto const last = nameOf(*request);
+    toNextRepetition(*request);
+    if (!atOnce) return leaveRepetition(*request, last, ASN_PRIV_RETRY), SNMP_ERR_NOERROR;
+    if (!walk.step()) return leaveRepetition(*request, last, ASN_NULL), SNMP_ERR_NOERROR;
   }
-  Row row(*this, *call.registration, place.column);
-  auto const name = nameOf(*request);
-  if (!std::equal(name.begin(), name.end(), row.name().begin(), row.name().end())) {
-    return call.handOn(request);
-  }
-  return callTable(call, request, place.column, row.data());
 }
 
-int RowServer::getNext(Call const& call, netsnmp_request_info* request) {
-  bool const inclusive = request->inclusive != 0;
-  for (auto place = following(call, *request); place.column != 0;
-       place = {columnFrom(place.column + 1), {}}) {
-    bool const atToo = inclusive && !place.instance.empty();
-    if (!find(place.instance, atToo ? SortedRows::Search::atOrAfter : SortedRows::Search::after)) {
-      continue;
-    }
-    Row row(*this, *call.registration, place.column);
-    auto const name = nameOf(*request);
-    auto const order =
-        snmp_oid_compare(row.name().data(), row.name().size(), name.data(), name.size());
-    if (order < 0 || (order == 0 && !inclusive)) return call.handOn(request);
-    snmp_set_var_objid(request->requestvb, row.name().data(), row.name().size());
-    return callTable(call, request, place.column, row.data());
+int RowServer::answerAbsent(Call const& call, netsnmp_request_info* request,
+                            CellPlace const& place) {
+  if (rows_->isTraced()) {
+    bool const isIndex = parse_oid_indexes(const_cast<oid*>(place.instance.data()),
+                                           place.instance.size(), hint_.indexes) == SNMPERR_SUCCESS;
+    Told const told(*this, isIndex ? &hint_ : nullptr, false);
+    callTable(call, request, place.column, nullptr);
   }
-  return SNMP_ERR_NOERROR;  // unanswered: the agent goes on behind the table
+  netsnmp_request_set_error(request, SNMP_NOSUCHINSTANCE);
+  return SNMP_ERR_NOERROR;
+}
+
+/// By the row that the rows stand on.
+int RowServer::answer(Call const& call, netsnmp_request_info* request, unsigned column) {
+  if (!rows_->isTraced() || !rows_->setIndexes(hint_.indexes)) {
+    return callTable(call, request, column, rows_->row());
+  }
+  Told const told(*this, &hint_, true);
+  return callTable(call, request, column, rows_->row());
 }
 
 int RowServer::callTable(Call const& call, netsnmp_request_info* request, unsigned column,
@@ -213,46 +269,15 @@ int RowServer::callTable(Call const& call, netsnmp_request_info* request, unsign
   RequestData const table(*request, TABLE_HANDLER_NAME, &hint_);
   RequestData const context(*request, TABLE_ITERATOR_NAME, row);
   GetMode const mode(*call.info);
-  auto* last = call.handler;
-  while (last->next) last = last->next;
-  return netsnmp_call_handler(last, call.registration, call.info, request);
+  return netsnmp_call_handler(call.table, call.registration, call.info, request);
 }
 
-RowServer::Place RowServer::named(Call const& call, netsnmp_request_info const& request) const {
-  auto const root = rootOf(*call.registration);
-  auto const name = nameOf(request);
-  bool const isInside = name.size() > root.size() + 1 &&
-                        std::equal(root.begin(), root.end(), name.begin()) &&
-                        name[root.size()] == entry;
-  if (!isInside) return {};
-  auto const column = name[root.size() + 1];
-  if (columnFrom(column) != column) return {};
-  return {static_cast<unsigned>(column), name.subspan(root.size() + 2)};
-}
-
-/// Where the search for what follows the name begins.
-RowServer::Place RowServer::following(Call const& call, netsnmp_request_info const& request) const {
-  if (auto const place = named(call, request); place.column != 0) return place;
-  auto const root = rootOf(*call.registration);
-  auto const name = nameOf(request);
-  std::array<oid, MAX_OID_LEN> inside;
-  auto* const end = std::copy(root.begin(), root.end(), inside.begin());
-  *end = entry;
-  auto const length = root.size() + 1;
-  auto const order = snmp_oidtree_compare(name.data(), name.size(), inside.data(), length);
-  if (order > 0) return {};
-  bool const isBefore = order < 0 || name.size() <= length;
-  return {columnFrom(isBefore ? 0 : name[length]), {}};
-}
-
-/// The first column whose number is not less; 0 when there is none.
-unsigned RowServer::columnFrom(oid least) const {
-  auto const found = std::lower_bound(columns_.begin(), columns_.end(), least);
-  return found == columns_.end() ? 0 : *found;
-}
-
-bool RowServer::find(Instance instance, SortedRows::Search search) const {
-  return rows_.source && rows_.find(rows_.source, instance, search, hint_.indexes);
+/// As an iteration tells that has come to the end of a column.
+void RowServer::tellEnd() {
+  if (!rows_->isTraced()) return;
+  void* loop = nullptr;
+  void* data = nullptr;
+  iterator_.get_next_data_point(&loop, &data, found_, &iterator_);
 }
 
 }  // namespace Snmp

@@ -127,8 +127,53 @@ TEST_F(IpTablesTest, NoRequestScans) {
         ip({34, 1, 3, 1, 4, 10, 1, 2, 4294967295}), ip({34, 1, 3, 1, 4, 9, 9, 9, 9})}) {
     for (int const mode : {int{MODE_GET}, int{MODE_GETNEXT}, MODE_SET_RESERVE1}) ask(mode, name);
   }
-  EXPECT_EQ(traces.count("_get_next_data_point - advancing"), 0U);
+  EXPECT_LT(traces.count("_get_next_data_point - advancing"), 10U);  // at ends of columns
   EXPECT_GT(traces.count("_get_first_data_point - "), 0U);
+}
+
+/// As the iterator would tell of it: in the order of its calls.
+TEST_F(IpTablesTest, TracesTellOfRowsOfAbsentOnesAndOfTheEnd) {
+  addAddress(1);
+  auto const told = [](int mode, Oid const& name) {
+    Testing::Traces const traces(2);
+    ask(mode, name);
+    std::string calls;
+    for (auto const& line : traces.lines) {
+      for (auto const* const text :
+           {"' not found in table", "hintMatched=1", "allocated data context", "free_loop_context",
+            "null data context in request", "request GET for", "free_data_context",
+            "iterator is at end", "at end of loop context"}) {
+        if (line.find(text) != std::string::npos) calls += std::string(text) + '|';
+      }
+    }
+    return calls;
+  };
+  EXPECT_EQ(told(MODE_GET, ip({20, 1, 2, 10, 1, 0, 1})),
+            "hintMatched=1|allocated data context|free_loop_context|request GET for|"
+            "free_data_context|");
+  EXPECT_EQ(told(MODE_GET, ip({20, 1, 2, 10, 1, 0, 2})),
+            "' not found in table|free_loop_context|null data context in request|");
+  EXPECT_EQ(told(MODE_GETNEXT, ip({20, 1, 5, 10, 1, 0, 1})),
+            "iterator is at end|at end of loop context|");
+}
+
+/// One pass of a GETBULK; where the range of the registration ends, another one is to be asked.
+TEST_F(IpTablesTest, ABulkFillsItsRepetitionsAsGetNextWould) {
+  for (unsigned n = 0; n < 5; ++n) addAddress(n);
+  for (int repetitions = 1; repetitions <= 30; repetitions += 7) {
+    auto const start = ip({20, 1, 2, 10, 1, 0, 2});
+    AgentRequest request(MODE_GETBULK, start);
+    auto const filled = request.bulk(repetitions, ip({20, 1, 4}));
+    auto name = start;
+    for (auto const& [type, bulkName] : filled) {
+      auto const next = ask(MODE_GETNEXT, name);
+      EXPECT_EQ(bulkName, next.name);
+      EXPECT_EQ(type, next.type);
+      name = bulkName;
+    }
+    // To the end of column 3, and the first cell behind the range.
+    EXPECT_EQ(filled.size(), static_cast<std::size_t>(std::min(repetitions, 2 + 5 + 1)));
+  }
 }
 
 TEST_F(IpTablesTest, ARouteIsReadAndNeverSet) {

@@ -223,8 +223,8 @@ class Agent:
         text = done.stdout.strip()
         return int(text) if text.isdigit() else text
 
-    def new_client(self):
-        return self._router.space.inside(lambda: Client(self.port))
+    def new_client(self, community="public"):
+        return self._router.space.inside(lambda: Client(self.port, community))
 
     @property
     def client(self):

@@ -1,0 +1,63 @@
+#pragma once
+// A walk over the cells of a sorted table, column by column, as GETNEXT and GETBULK go: one descent
+// for the first cell, a step for each one behind it. Cells that the view hides are passed over, a
+// hidden subtree of any size by one descent.
+//
+// Lives within one request. On the agent's thread.
+
+#include <array>
+#include <functional>
+
+#include "platform/snmp/sorted_rows.h"
+#include "platform/snmp/view.h"
+
+namespace Snmp {
+
+class RowWalk {
+ public:
+  /// Of the table registered at `root`, with its columns in ascending order. `onEnd` is called
+  /// whenever a column has no further row.
+  RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> columns, View view,
+          std::function<void()> onEnd);
+  ~RowWalk() { rows_.leave(); }
+  RowWalk(RowWalk const&) = delete;
+  RowWalk& operator=(RowWalk const&) = delete;
+
+  /// Goes to the first cell behind `name`, or at it when that is inclusive; false where the table
+  /// has none.
+  bool start(Instance name, bool inclusive);
+  /// Goes to the cell behind; false where the table has none.
+  bool step();
+
+  /// Of the cell.
+  std::span<oid> name() { return {name_.data(), size_}; }
+  unsigned column() const { return column_; }
+
+ private:
+  bool enter(unsigned column, Instance instance, SortedRows::Search search);
+  bool settle(bool isOnRow);
+  bool passHidden();
+  unsigned columnFrom(oid least) const;
+
+  SortedRows& rows_;
+  std::span<unsigned const> const columns_;
+  View const view_;
+  std::function<void()> const onEnd_;
+  std::array<oid, MAX_OID_LEN> name_;  // ROOT.1.COLUMN.INSTANCE
+  std::size_t const prefixSize_;       // as far as COLUMN
+  std::size_t size_ = 0;
+  unsigned column_ = 0;
+  bool seesAll_ = true;  // of the column
+};
+
+/// Where in a table a name points.
+struct CellPlace {
+  static constexpr oid entry = 1;  // ROOT.1.COLUMN.INSTANCE
+
+  unsigned column = 0;  // 0: none of the table's
+  Instance instance;
+
+  static CellPlace named(Instance name, Instance root, std::span<unsigned const> columns);
+};
+
+}  // namespace Snmp
