@@ -102,11 +102,11 @@ TEST_F(NetSnmpLogTest, LinesCarryTheirSeverityAndNoFormat) {
   Snmp::snmpLogSink(Mav::Severity::error, "no run directory (100%s)");
   Snmp::snmpLogSink(Mav::Severity::notice, "in sync");
   Snmp::snmpLogSink(Mav::Severity::debug, "a trace that was switched on");
-  EXPECT_THAT(netSnmpLog(),
-              ElementsAre(std::to_string(LOG_ERR) + " OvoSnmp: no run directory (100%s)\n",
-                          std::to_string(LOG_NOTICE) + " OvoSnmp: in sync\n",
-                          std::to_string(LOG_WARNING) +
-                              " OvoSnmp: a trace that was switched on\n"));
+  EXPECT_THAT(
+      netSnmpLog(),
+      ElementsAre(std::to_string(LOG_ERR) + " OvoSnmp: no run directory (100%s)\n",
+                  std::to_string(LOG_NOTICE) + " OvoSnmp: in sync\n",
+                  std::to_string(LOG_WARNING) + " OvoSnmp: a trace that was switched on\n"));
 }
 
 TEST_F(NetSnmpLogTest, InitializingIsToldOnlyWhileDebugging) {
