@@ -6,8 +6,8 @@ import signal
 from ovo.daemons import BUILD, eventually
 
 
-# What the module does not serve yet, and the daemon answers instead.
-NOT_YET = {"ipNetToMediaTable", "brivetSwFwdIpStatsTable", "other modules"}
+# What the module does not serve yet.
+NOT_YET = {"brivetSwFwdIpStatsTable"}
 
 
 def checked(router, agent):
@@ -37,6 +37,7 @@ def test_all_is_well(router):
     found, _ = checked(router, agent)
     assert found[f"snmpd (pid {agent.daemon.pid})"]["found"] == "has loaded the module"
     assert found["ipCidrRouteTable"]["found"] == "answered"
+    assert found["other modules"]["verdict"] == "good"
 
 
 def test_what_is_wrong_comes_with_its_remedy(router):
