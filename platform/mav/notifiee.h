@@ -1,8 +1,8 @@
 #pragma once
 // Change notification. An entity E has a notifiee interface E::NotifieeConst, which derives from
-// Notifiee<E const, NotifieeConst> and has one virtual handler for each attribute. A collection has
-// two: the one with a key hears of one member, the one without hears of the collection as a whole.
-// A handler that is not overridden does nothing.
+// Notifiee<E const, NotifieeConst> and has one virtual handler for each attribute. That of a
+// collection takes the key of the member that came, went or changed. Some collections have a second
+// one, without a key, for the collection as a whole. A handler that is not overridden does nothing.
 //
 //   class Config::NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {
 //    public:
