@@ -1,6 +1,6 @@
 #pragma once
-// The IP counters of one version, for the packets that the host's own kernel receives, forwards and
-// sends: one row of the software-forwarding statistics table.
+// The IP counters of one version, for the packets that the machine's own kernel receives, forwards
+// and sends: one row of the software-forwarding statistics table.
 //
 // Holds the last snapshot and reads the kernel's files (stats_file.h) again when a counter is asked
 // for and the snapshot is older than half a second. All counters of a snapshot come from one read.

@@ -1,5 +1,5 @@
 #pragma once
-// The host's interfaces: a collection of Interface::IntfStatus by Dovel::IntfId, in the order of
+// The machine's interfaces: a collection of Interface::IntfStatus by Dovel::IntfId, in the order of
 // the names. Filled by State::LinkMirror, read by the state machines, on the agent's thread.
 
 #include "platform/mav/announced_map.h"

@@ -1,5 +1,5 @@
 #pragma once
-// The host's IPv4 neighbours: a collection of Arp::ArpIntfStatus by the name of the interface.
+// The machine's IPv4 neighbours: a collection of Arp::ArpIntfStatus by the name of the interface.
 // Filled by a mirror, read by ArpTableSm, on the agent's thread.
 
 #include "platform/state/entities/arp_intf_status.h"

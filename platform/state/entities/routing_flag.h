@@ -1,5 +1,5 @@
 #pragma once
-// The one attribute that Routing::Config and Routing6::Config have: whether the host forwards
+// The one attribute that Routing::Config and Routing6::Config have: whether the machine forwards
 // packets of that IP version between its interfaces. Config is the class itself (CRTP), so that
 // the two stay distinct types with notifiee interfaces of their own.
 //
