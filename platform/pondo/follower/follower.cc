@@ -20,6 +20,7 @@ using Reason = EnvironmentException::Reason;
 
 constexpr double backOffMin = 0.1;
 constexpr double listenerPause = 1.0;
+constexpr char const* inSync = "in sync";
 
 Mav::TraceHandle const& traceHandle() {
   static Mav::TraceHandle const handle("Pondo");
@@ -336,7 +337,7 @@ void Follower::Impl::announce(Snapshot const& snapshot, std::vector<Change> cons
 void Follower::Impl::announceInSync() {
   for (auto* const listener : listeners) listener->onInSync();
   state = State::following;
-  say("in sync", Mav::Severity::notice, runDir.string() + ": in sync with the publisher's tables");
+  say(inSync, Mav::Severity::notice, runDir.string() + ": in sync with the publisher's tables");
 }
 
 void Follower::Impl::sayListenerFailed(std::string_view what) {
@@ -353,7 +354,7 @@ void Follower::Impl::say(std::string now, Mav::Severity severity, std::string co
   situation = std::move(now);
   // Whoever was warned hears of the end, in a log that takes warnings alone.
   Mav::log(warned ? Mav::Severity::warning : severity, text);
-  warned = severity == Mav::Severity::warning;
+  warned = severity == Mav::Severity::warning || (warned && situation != inSync);
 }
 
 Follower::Follower(Mav::Activity& activity, std::filesystem::path runDir,

@@ -149,8 +149,7 @@ TEST(Decode, WhatDoesNotFitIsARangeException) {
 TEST(InstanceOrder, IsThatOfObjectIdentifiers) {
   auto const order = [](std::vector<oid> const& instance) {
     Snmp::InstanceOrder result(instance);
-    result.add(5);
-    result.addOctetString(Snmp::String(std::string_view("\x0a\x14")));
+    for (unsigned const part : {5U, 2U, 10U, 20U}) result.add(part);
     return result.result();
   };
   using Rows = std::vector<std::vector<oid>>;
