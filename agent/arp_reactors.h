@@ -12,7 +12,6 @@ class ArpTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::N
   MavIntfStatusDir(ArpTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
       : NotifieeConst(std::move(dir)), sm_(sm) {}
   void onIntfStatus(Dovel::IntfId const& intf) override { sm_.handleIntfStatus(intf); }
-  void onIntfStatus() override { sm_.handleIntfStatus(); }
 
  private:
   ArpTableSm& sm_;
