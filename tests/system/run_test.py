@@ -68,14 +68,19 @@ class Run:
 @USERS
 def test_once_prints_the_kernels_values(router, user):
     router.forward4(True)
-    router.batch("addr add 10.0.0.1/8 dev lo", "route add 10.9.0.0/16 dev lo")
+    router.links_up("eth1")
+    router.batch("addr add 10.0.0.1/8 dev lo", "route add 10.9.0.0/16 dev lo",
+                 "neigh add 192.0.2.2 lladdr 02:00:00:00:00:02 dev eth1")
+    index = {name: number for name, number, _ in router.kernel_links()}["eth1"]
     run = Run(router, "--once", user=user)
     assert run.end() == 0, run.text
-    assert run.text.splitlines()[-8:-1] == [
+    assert run.text.splitlines()[-9:-1] == [
         "ipForwarding.0 = forwarding(1)  [1.3.6.1.2.1.4.1.0]",
         "ipv6IpForwarding.0 = notForwarding(2)  [1.3.6.1.2.1.4.25.0]",
         "ipCidrRouteNumber.0 = 1  [1.3.6.1.2.1.4.24.3.0]",
         "ipAddrTable: 2 rows, ipAdEntIfIndex.127.0.0.1 = 1  [1.3.6.1.2.1.4.20]",
+        f"ipNetToMediaTable: 1 rows, ipNetToMediaIfIndex.{index}.192.0.2.2 = {index}  "
+        "[1.3.6.1.2.1.4.22]",
         "ipAddressPrefixTable: 3 rows, ipAddressPrefixOrigin.1.2.16.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0."
         "1.128 = 1  [1.3.6.1.2.1.4.32]",
         "ipAddressTable: 3 rows, ipAddressIfIndex.2.16.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.1 = 1  "
