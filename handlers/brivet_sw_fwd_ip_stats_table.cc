@@ -5,7 +5,7 @@
 namespace {
 
 using Ip::SwFwdStats;
-using Row = IpSnmp::IpMib::IpSwFwdStatsIteratorConst;
+using StatsRow = IpSnmp::IpMib::IpSwFwdStatsIteratorConst;
 
 using Reader = std::uint64_t (SwFwdStats::*)() const;
 
@@ -13,14 +13,14 @@ using Reader = std::uint64_t (SwFwdStats::*)() const;
 template <Reader reader>
 constexpr TableColumn counter32(unsigned number, char const* name, char const* attribute) {
   return column<Conversion::U64ToCounter32>(
-      number, name, attribute, [](Row const& row) { return ((*row.value()).*reader)(); });
+      number, name, attribute, [](StatsRow const& row) { return ((*row.value()).*reader)(); });
 }
 
 /// The whole of a count.
 template <Reader reader>
 constexpr TableColumn counter64(unsigned number, char const* name, char const* attribute) {
   return column<Conversion::U64ToCounter64>(
-      number, name, attribute, [](Row const& row) { return ((*row.value()).*reader)(); });
+      number, name, attribute, [](StatsRow const& row) { return ((*row.value()).*reader)(); });
 }
 
 constexpr int refreshMilliseconds = static_cast<int>(SwFwdStats::freshness * 1000);
@@ -28,7 +28,7 @@ constexpr int refreshMilliseconds = static_cast<int>(SwFwdStats::freshness * 100
 struct BrivetSwFwdIpStatsTable {
   using Entity = IpSnmp::IpMib;
   using Rows = Entity::IpSwFwdStatsMap;
-  using Row = ::Row;
+  using Row = StatsRow;
   using Key = Ip::IpVersion;
 
   static constexpr std::string_view name = "brivetSwFwdIpStatsTable";

@@ -1,5 +1,6 @@
 #include "plugin/module.h"
 
+#include <memory>
 #include <utility>
 
 #include "platform/pondo/environment/run_dir.h"
@@ -52,7 +53,7 @@ void init_OvoSnmp() noexcept {
   Snmp::guarded("init_OvoSnmp", [] {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     OvoSnmp::armStart(0);
-    OvoSnmp::keepToken = new OvoSnmp::KeepToken;
+    OvoSnmp::keepToken = std::make_unique<OvoSnmp::KeepToken>().release();
   });
 }
 

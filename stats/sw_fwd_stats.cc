@@ -29,14 +29,16 @@ bool readIpv4(SwFwdStatsData& data) {
     return false;
   }
   auto netstat = readText(StatsFile::netstat);
-  if (netstat) scanNetstat(*std::move(netstat), data);
-  return netstat.has_value();
+  if (!netstat) return false;
+  scanNetstat(*std::move(netstat), data);
+  return true;
 }
 
 bool readIpv6(SwFwdStatsData& data) {
   auto snmp6 = readText(StatsFile::snmp6);
-  if (snmp6) scanSnmp6(*std::move(snmp6), data);
-  return snmp6.has_value();
+  if (!snmp6) return false;
+  scanSnmp6(*std::move(snmp6), data);
+  return true;
 }
 
 bool readFiles(IpVersion version, SwFwdStatsData& data) {
