@@ -1,4 +1,5 @@
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <random>
@@ -70,11 +71,13 @@ class NeighbourSourceTest : public testing::Test {
 };
 
 TEST_F(NeighbourSourceTest, OnlyResolvedIpv4NeighboursHaveRows) {
-  for (unsigned const state : {NUD_REACHABLE, NUD_STALE, NUD_DELAY, NUD_PROBE, NUD_PERMANENT}) {
+  for (auto const state : std::initializer_list<unsigned>{NUD_REACHABLE, NUD_STALE, NUD_DELAY,
+                                                          NUD_PROBE, NUD_PERMANENT}) {
     hear(told(1, state));
     EXPECT_EQ(isStatic(1), state == NUD_PERMANENT) << state;
   }
-  for (unsigned const state : {NUD_NONE, NUD_INCOMPLETE, NUD_FAILED, NUD_NOARP}) {
+  for (auto const state :
+       std::initializer_list<unsigned>{NUD_NONE, NUD_INCOMPLETE, NUD_FAILED, NUD_NOARP}) {
     hear(told(1, NUD_STALE));
     hear(told(1, state));
     EXPECT_EQ(isStatic(1), std::nullopt) << state;
@@ -98,7 +101,8 @@ TEST_F(NeighbourSourceTest, StatesThatComeAndGoWriteNothing) {
   EXPECT_EQ(rowsOf(view_, writer).size(), 1U);
   writer.commit();
   auto const generation = writer.generation();
-  for (unsigned const state : {NUD_STALE, NUD_DELAY, NUD_PROBE, NUD_REACHABLE}) {
+  for (auto const state :
+       std::initializer_list<unsigned>{NUD_STALE, NUD_DELAY, NUD_PROBE, NUD_REACHABLE}) {
     hear(told(1, state));
     hear(told(2, NUD_INCOMPLETE));
     hear(told(2, NUD_FAILED));
