@@ -189,6 +189,7 @@ def test_rows_as_a_manager_reads_them(router):
                  "route add blackhole 24.0.0.0/8", "route add 9.0.0.1/32 via 10.2.0.9 proto ospf")
     publisher = router.publish()
     agent = router.agent()
+    assert agent.answers()
     eth1, eth2 = (next(index for name, index, _ in router.kernel_links() if name == wanted)
                   for wanted in ("eth1", "eth2"))
     assert eventually(lambda: cell(agent, "ipCidrRouteIfIndex", "default", "10.1.0.2") == eth1, 10)

@@ -139,6 +139,7 @@ class Agent:
             self.daemon = self._forked()
         self.sanitized = SANITIZED
         self._client = None
+        self._ours = False
         self._read = self._seen = 0
 
     def _environment(self):
@@ -243,11 +244,13 @@ class Agent:
 
     def answers(self, name="ipForwarding.0", within=10):
         """Waits until the object has a value, and not by the daemon's own module."""
-        return eventually(lambda: self._displaced() and isinstance(self.ask(name, 0.2), int),
-                          within)
+        return eventually(lambda: self.ours() and isinstance(self.ask(name, 0.2), int), within)
 
-    def _displaced(self):
-        return self._module != "OvoSnmp" or bool(self.daemon.lines("taken out of the daemon's own"))
+    def ours(self):
+        """Whether the plug-in has taken the tables: until then the daemon's own module answers."""
+        self._ours = self._ours or self._module != "OvoSnmp" or bool(
+            self.daemon.lines("taken out of the daemon's own"))
+        return self._ours
 
     def up(self, within=20):
         """Waits until the daemon answers at all; under ASan its start takes seconds."""

@@ -195,7 +195,7 @@ class Router:
 
         def none():
             found[:] = self.disagreements(agent)
-            return not found
+            return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found[:40])
 
@@ -206,7 +206,7 @@ class Router:
         def none():
             rows[:] = self.kernel_routes()
             found[:] = routes.differences(agent.client, rows, columns)
-            return not found
+            return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found)
         return rows
@@ -218,7 +218,7 @@ class Router:
         def none():
             served[:] = agent.client.walk(NET_TO_MEDIA.oid, repetitions=50)
             found[:] = self.kernel_neighbours().differences(served)
-            return not found
+            return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found[:40])
         return served
