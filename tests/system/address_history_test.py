@@ -11,6 +11,8 @@ import signal
 
 import pytest
 
+from ovo.router import SEEDS
+
 PARTS, CHANGES = 24, 40
 # More than the buffer of a publisher without privileges keeps, several times over.
 LOST = 3_000
@@ -108,7 +110,7 @@ HAPPENINGS = [nothing_else, stopped_publisher, nothing_else, stopped_agent, lost
               killed_publisher]
 
 
-@pytest.mark.parametrize("seed", range(2))
+@pytest.mark.parametrize("seed", SEEDS)
 def test_history_decides_nothing(router, seed):
     router.publisher = router.publish(user="nobody")
     agent = router.agent()

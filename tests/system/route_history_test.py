@@ -3,7 +3,6 @@ serves what the kernel would use then, and at the end a publisher that has seen 
 the same."""
 
 import json
-import os
 import random
 import signal
 
@@ -11,8 +10,8 @@ import pytest
 
 from ovo import routes
 from ovo.daemons import BUILD, eventually
+from ovo.router import SEEDS
 
-SEEDS = range(int(os.environ.get("OVO_HISTORIES", "2")))
 STEPS = 45
 EXACT = 20.0
 PREFIXES = [f"40.{n}.0.0/24" for n in range(7)]

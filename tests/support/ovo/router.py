@@ -1,6 +1,7 @@
 """A router for one test: a network namespace, a run directory, a publisher, agents."""
 
 import json
+import os
 import pathlib
 import shutil
 import subprocess
@@ -12,6 +13,9 @@ from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
 from ovo.tables import NET_TO_MEDIA
+
+# Of the random histories; a long run takes more.
+SEEDS = range(int(os.environ.get("OVO_HISTORIES", "2")))
 
 
 class Router:
