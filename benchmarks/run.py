@@ -1,4 +1,7 @@
-"""Runs the benchmarks and writes docs/benchmarks.md; with names, only these, to the terminal."""
+"""Runs the benchmarks and writes docs/benchmarks.md; with names, only these, to the terminal.
+
+Ends with 1 when a budget that is a ratio does not hold, or a benchmark failed.
+"""
 
 import os
 import pathlib
@@ -12,12 +15,19 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tests/support"))
 
 import addresses  # noqa: E402
-import internet_routes  # noqa: E402
+import beside  # noqa: E402
 import picture  # noqa: E402
+import route_changes  # noqa: E402
+import route_life  # noqa: E402
+import route_requests  # noqa: E402
+from report import Budget, table  # noqa: E402
 
-BENCHMARKS = addresses.BENCHMARKS + internet_routes.BENCHMARKS
+BENCHMARKS = [one for module in (route_requests, route_life, route_changes, beside, addresses)
+              for one in module.BENCHMARKS]
 
 HEAD = """# Benchmarks
+
+![A walk's time](walk.svg) ![A row of it](row.svg) ![A GET amid changes](latency.svg)
 
 Written by `./bench`. Times are the daemon's own processor time (`/proc/PID/schedstat`), each the
 least of several measures that took turns; wall-clock times say so. What counts are the ratios:
@@ -34,46 +44,43 @@ def machine():
             f"{time.strftime('%Y-%m-%d')}, load average {load:.1f} before the start.\n")
 
 
-def table(heads, rows):
-    widths = [max(len(str(row[at])) for row in (heads, *rows)) for at in range(len(heads))]
-
-    def line(cells):
-        return "| " + " | ".join(
-            str(cell).ljust(width) if at == 0 else str(cell).rjust(width)
-            for at, (cell, width) in enumerate(zip(cells, widths))) + " |"
-
-    rule = "|" + "|".join("-" * (width + 1) + ("-" if at == 0 else ":")
-                          for at, width in enumerate(widths)) + "|"
-    return "\n".join([line(heads), rule, *map(line, rows)]) + "\n"
-
-
-def section(benchmark, failed):
+def section(benchmark, budgets, failed):
     """One that fails takes none of the others along."""
     print(f"bench: {benchmark.__name__}", file=sys.stderr, flush=True)
+    title = f"## {benchmark.__doc__}\n\n"
     try:
         heads, *rows = benchmark()
     except Exception:
         traceback.print_exc()
         failed.append(benchmark.__name__)
-        return f"## {benchmark.__doc__}\n\nFailed.\n"
-    return f"## {benchmark.__doc__}\n\n" + table(heads, rows)
+        return title + "Failed.\n"
+    budgets += [row for row in rows if isinstance(row, Budget)]
+    return title + table(heads, [row for row in rows if not isinstance(row, Budget)])
+
+
+def budget_section(budgets):
+    return "## Budgets\n\n" + table(("measure", "at most", "measured", "holds"),
+                                    [one.row() for one in budgets])
 
 
 def main(names):
     unknown = set(names) - {one.__name__ for one in BENCHMARKS}
     if unknown:
-        sys.exit(f"bench: no such benchmark: {', '.join(sorted(unknown))}")
+        sys.exit(f"bench: no such benchmark: {', '.join(sorted(unknown))}; there are "
+                 f"{', '.join(one.__name__ for one in BENCHMARKS)}")
     header = HEAD + machine()
-    failed = []
-    text = "\n".join(section(one, failed) for one in BENCHMARKS
-                     if not names or one.__name__ in names)
+    budgets, failed = [], []
+    sections = [section(one, budgets, failed) for one in BENCHMARKS
+                if not names or one.__name__ in names]
+    text = "\n".join([budget_section(budgets)] * bool(budgets) + sections)
     print(text)
     if not names:
         (ROOT / "docs/benchmarks.md").write_text(f"{header}\n{text}")
         if not failed:
             picture.write()
+    failed += [one.name for one in budgets if not one.unit and not one.holds()]
     if failed:
-        sys.exit(f"bench: failed: {', '.join(failed)}")
+        sys.exit(f"bench: failed, or over budget: {'; '.join(failed)}")
 
 
 main(sys.argv[1:])

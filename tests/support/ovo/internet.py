@@ -18,22 +18,22 @@ class Internet:
     """The kernel's routes of a router, kept as lines of `ip -batch`; the model needs no dump."""
 
     def __init__(self, router, count, seed=1):
-        self._router = router
+        self.router = router
         self.made = made_routes.routes(count, seed)
         self.lines = made_routes.batch_of_routes(self.made)
 
     def connect(self):
         """Makes the links."""
-        self._router.batch(*made_routes.batch_of_links())
+        self.router.batch(*made_routes.batch_of_links())
         return self
 
     def links(self):
-        return {name: index for name, index, _ in self._router.kernel_links()}
+        return {name: index for name, index, _ in self.router.kernel_links()}
 
     def connected(self):
         """The rows that the links' own addresses bring."""
         # Not by their protocol: `ip` leaves out what it was asked for.
-        return self._router.kernel_routes("scope", "link")
+        return self.router.kernel_routes("scope", "link")
 
     def rows(self, lines):
         """The rows of the links and of these lines."""
@@ -43,10 +43,10 @@ class Internet:
         """Gives the lines to the kernel, with another verb if need be; the time of its end."""
         if verb is not None:
             lines = [line.replace("route add", f"route {verb}", 1) for line in lines]
-        path = self._router.dir / "batch"
+        path = self.router.dir / "batch"
         path.write_text("\n".join(lines) + "\n")
         start = time.monotonic()
-        self._router.space.run("ip", "-batch", path, timeout=300)
+        self.router.space.run("ip", "-batch", path, timeout=300)
         end = time.monotonic()
         print(f"kernel: {len(lines)} lines in {end - start:.1f} s")
         return end
