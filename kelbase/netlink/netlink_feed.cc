@@ -59,14 +59,16 @@ void NetlinkFeed::onReadable() {
   bool const isStream = counters_.buffer >= streamBufferMin && now - lastRead_ < streamDelay;
   if (isStream) {
     watch_ = {};
-    stream_.timeMinIs(now + streamDelay);
+    delay_ = streamDelay;
+    stream_.timeMinIs(now + delay_);
     return;
   }
   if (read() != Found::nothing) lastRead_ = Mav::now();
 }
 
 void NetlinkFeed::onStreamTime() {
-  stream_.timeMinIs(Mav::now() + streamDelay);  // whatever the reading throws
+  delay_ = std::min(2 * delay_, streamDelayMax);
+  stream_.timeMinIs(Mav::now() + delay_);  // whatever the reading throws
   auto const found = read();
   if (found == Found::more) return stream_.timeMinIs(Mav::asap);
   if (found == Found::all) return;
