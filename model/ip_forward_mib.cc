@@ -16,42 +16,36 @@ bool isOfSamePrefix(IpCidrRouteTableIndex const& a, IpCidrRouteTableIndex const&
   return a.dest() == b.dest() && a.mask() == b.mask();
 }
 
-bool isSame(IpCidrRouteTableEntry const& a, IpCidrRouteTableEntry const& b) {
-  return a.ifIndex() == b.ifIndex() && a.metric() == b.metric() &&
-         a.preference() == b.preference() && a.protocol() == b.protocol();
-}
-
 /// One row, where `place` has come to among the rows of its prefix; those before it go.
-void put(IpForwardMib::IpCidrRouteTableMap::Cursor& place, IpCidrRouteTableEntry const& row) {
-  auto const& key = row.key();
+void put(IpForwardMib::IpCidrRouteTableMap::Cursor& place, IpCidrRouteTableIndex const& key,
+         IpCidrRouteTableRow const& row) {
   while (place && isOfSamePrefix(place.key(), key) && place.key() < key) place.erase();
-  if (!place || place.key() != key) {
-    place.insert(key, Mav::makeObject<IpCidrRouteTableEntry>(row));
-    return;
-  }
-  // A row that somebody else holds is seen to be another than the new one, even if it is equal.
-  if (place.value()->use_count() != 1 || !isSame(*place.value(), row)) {
-    place.replace(Mav::makeObject<IpCidrRouteTableEntry>(row));
-  }
+  if (!place || place.key() != key) return place.insert(key, row);
+  place.replace(row);
   place.step();
 }
 
 }  // namespace
 
+Mav::Ptr<IpCidrRouteTableEntry const> IpForwardMib::ipCidrRouteTable(
+    IpCidrRouteTableIndex const& key) const {
+  auto const* const row = ipCidrRouteTableMap().find(key);
+  return row ? Mav::makeObject<IpCidrRouteTableEntry>(key, *row) : nullptr;
+}
+
 Mav::Ptr<IpCidrRouteTableEntry> IpForwardMib::ipCidrRouteTableIs(
     IpCidrRouteTableIndex const& key, std::uint32_t ifIndex, Routing::RouteMetric const& metric,
     Routing::RoutePreference const& preference, Routing::Fib::RouteType protocol) {
-  return ipCidrRouteTable_.is(
-      key,
-      [&] {
-        return Mav::makeObject<IpCidrRouteTableEntry>(key, ifIndex, metric, preference, protocol);
-      },
-      [&](IpCidrRouteTableEntry const& existing) {
-        Mav::checkConstructorParameter("_ifIndex", ifIndex, existing.ifIndex());
-        Mav::checkConstructorParameter("_metric", metric, existing.metric());
-        Mav::checkConstructorParameter("_preference", preference, existing.preference());
-        Mav::checkConstructorParameter("_protocol", protocol, existing.protocol());
-      });
+  IpCidrRouteTableRow const row(ifIndex, metric, preference, protocol);
+  if (auto const* const existing = ipCidrRouteTableMap().find(key)) {
+    Mav::checkConstructorParameter("_ifIndex", ifIndex, existing->ifIndex());
+    Mav::checkConstructorParameter("_metric", metric, existing->metric());
+    Mav::checkConstructorParameter("_preference", preference, existing->preference());
+    Mav::checkConstructorParameter("_protocol", protocol, existing->protocol());
+  } else {
+    ipCidrRouteTable_.put(key, row);
+  }
+  return Mav::makeObject<IpCidrRouteTableEntry>(key, row);
 }
 
 void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop const> hops,
@@ -74,7 +68,7 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop co
   }
   place_.seek(first);
   for (auto const& hop : hops) {
-    put(place_, IpCidrRouteTableEntry(key(hop), hop.ifIndex, metric, preference, protocol));
+    put(place_, key(hop), {hop.ifIndex, metric, preference, protocol});
   }
   while (place_ && isOfSamePrefix(place_.key(), first)) place_.erase();
 }

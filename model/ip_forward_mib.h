@@ -29,21 +29,17 @@ class IpForwardMib : public Mav::Entity {
   /// ipForwardMibFactory makes the one that is served.
   explicit IpForwardMib(Mav::Name name) : Entity(std::move(name)) {}
 
-  using IpCidrRouteTableMap =
-      Mav::OrderedMap<IpCidrRouteTableIndex, Mav::Ptr<IpCidrRouteTableEntry>>;
+  using IpCidrRouteTableMap = Mav::OrderedMap<IpCidrRouteTableIndex, IpCidrRouteTableRow>;
   using IpCidrRouteTableIterator = IpCidrRouteTableMap::Iterator;
   using IpCidrRouteTableIteratorConst = IpCidrRouteTableMap::IteratorConst;
   IpCidrRouteTableMap const& ipCidrRouteTableMap() const { return ipCidrRouteTable_.map(); }
-  Mav::Ptr<IpCidrRouteTableEntry const> ipCidrRouteTable(IpCidrRouteTableIndex const& key) const {
-    return ipCidrRouteTable_.map().get(key);
-  }
-  Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTable(IpCidrRouteTableIndex const& key) {
-    return ipCidrRouteTable_.map().get(key);
-  }
+  /// The row as it is now; null when there is none.
+  Mav::Ptr<IpCidrRouteTableEntry const> ipCidrRouteTable(IpCidrRouteTableIndex const& key) const;
   auto ipCidrRouteTableIterator() const { return ipCidrRouteTable_.map().first(); }
   auto ipCidrRouteTableIterator() { return ipCidrRouteTable_.map().first(); }
   void ipCidrRouteTableDel(IpCidrRouteTableIndex const& key) { ipCidrRouteTable_.del(key); }
   void ipCidrRouteTableDelAll() { ipCidrRouteTable_.delAll(); }
+  /// Makes the row. NameInUseException when there is one that was made otherwise.
   Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTableIs(IpCidrRouteTableIndex const& key,
                                                      std::uint32_t ifIndex,
                                                      Routing::RouteMetric const& metric,

@@ -249,8 +249,14 @@ class OrderedMap<KeyType, MappedType>::BasicIterator {
   explicit operator bool() const { return isOnRow_; }
   Key const& key() const { return key_; }
   Value const& value() const { return value_; }
-  /// The entry, of a map of Ptr.
-  auto* operator->() const { return value_.get(); }
+  /// The entry of a map of Ptr, or the value.
+  auto* operator->() const {
+    if constexpr (requires { value_.get(); }) {
+      return value_.get();
+    } else {
+      return &value_;
+    }
+  }
 
   BasicIterator& operator++() {
     if (!isOnRow_) return *this;

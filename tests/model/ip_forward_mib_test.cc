@@ -39,7 +39,7 @@ TEST(IpForwardMib, rowsAreAnnouncedAndStayAsTheyWereMade) {
                                    RoutePreference(preference), protocol);
   };
   auto const row = ask(3, 20, 110, routeTypeOspf);
-  EXPECT_EQ(ask(3, 20, 110, routeTypeOspf), row);
+  EXPECT_EQ(*ask(3, 20, 110, routeTypeOspf), *row);
   auto const refused = [](std::string const& name, std::string const& asked,
                           std::string const& had) {
     return testing::ThrowsMessage<Mav::NameInUseException>(
@@ -53,7 +53,8 @@ TEST(IpForwardMib, rowsAreAnnouncedAndStayAsTheyWereMade) {
   EXPECT_THAT([&] { ask(3, 20, 65, routeTypeRip); }, refused("_preference", "65", "110"));
   EXPECT_THAT([&] { ask(3, 20, 110, routeTypeRip); },
               refused("_protocol", "routeTypeRip", "routeTypeOspf"));
-  EXPECT_EQ(mib->ipCidrRouteTable(route(1)), row);
+  EXPECT_EQ(*mib->ipCidrRouteTable(route(1)), *row);
+  EXPECT_EQ(row->key(), route(1));
   mib->ipCidrRouteTableIs(route(2), 3, RouteMetric(), RoutePreference(), routeTypeRip);
   EXPECT_EQ(mib->ipCidrRouteTables(), 2U);
   mib->ipCidrRouteTableDel(route(1));
