@@ -59,13 +59,11 @@ constexpr char const* showExamples =
     "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones";
 
 constexpr char const* loadExamples =
-    "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4 "
-    "or\n"
-    "-6), 'ip -json neighbour', 'ip -json -details route' and 'ip -json nexthop', in any number of "
-    "files. Replaces\n"
-    "exactly the tables that they speak of, and writes nothing unless every file is good. Refused\n"
-    "while a publisher runs; and where kelbased has published, unless --force is given: an agent\n"
-    "serves what is loaded there as the state of this machine.\n"
+    "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4\n"
+    "or -6), 'ip -json neighbour', 'ip -json -details route' and 'ip -json nexthop', in any\n"
+    "number of files. Replaces exactly the tables that they speak of, and writes nothing unless\n"
+    "every file is good. Refused while a publisher runs; and where kelbased has published, unless\n"
+    "--force is given: an agent serves what is loaded there as the state of this machine.\n"
     "Examples:\n"
     "  ip -json link > links.json; ip -json netconf > netconf.json\n"
     "  kelbasectl --rundir /tmp/try load links.json netconf.json\n"

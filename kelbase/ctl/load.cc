@@ -4,16 +4,23 @@
 #include <cerrno>
 #include <cstdint>
 #include <fstream>
+#include <map>
 #include <optional>
+#include <ostream>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "kelbase/ctl/load_batch.h"
 #include "kelbase/ctl/progress.h"
-#include "kelbase/ctl/written.h"
+#include "kelbase/publish/kernel_views.h"
 #include "platform/pondo/environment/reader.h"
+#include "platform/pondo/environment/run_dir.h"
+#include "platform/pondo/environment/writer.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -21,6 +28,20 @@ namespace {
 using SyncCounts = Pondo::Writer::SyncCounts;
 
 constexpr std::size_t publisherNameMax = 200;
+
+struct Written {
+  std::string_view table;
+  SyncCounts counts;
+};
+
+void refuseWhilePublished(std::filesystem::path const& runDir) {
+  auto const publisher = Pondo::publisherInfo(runDir);
+  if (!publisher || !publisher->alive) return;
+  throw Pondo::PublisherRunningException(
+      fmt::format("{}: {} (pid {}) publishes here and would overwrite what is loaded; stop it, or "
+                  "load into another directory with --rundir",
+                  runDir.string(), publisher->name, publisher->pid));
+}
 
 [[noreturn]] void failToRead(std::string const& file, int error) {
   throw LoadException(
@@ -49,8 +70,8 @@ void readFile(Context const& context, std::string const& file, LoadBatch& batch)
 /// What the tables hold of what the files may not speak of; nothing where there is no table that
 /// can be read: the writer then makes a new one.
 struct Present {
-  LoadBatch::Forwarding forwarding;
-  LoadBatch::Links links;
+  std::vector<ForwardingFlag> forwarding;
+  std::vector<Link> links;
   Pondo::Origin origin = Pondo::Origin::nobody;
   std::string unreadable;  // why; empty when they can be read, or are not there
 };
@@ -61,15 +82,19 @@ Present readPresent(std::filesystem::path const& runDir) {
     Pondo::Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
     present.origin = snapshot.origin();
-    snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax,
-                                          [&](auto const& family, auto const& record) {
-                                            present.forwarding.emplace(family, record);
-                                          });
+    snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax, [&](auto family, auto record) {
+      auto const version = family == Pondo::Family::ipv4 ? IpVersion::v4 : IpVersion::v6;
+      present.forwarding.push_back({version, record.routing});
+    });
     std::optional<std::string> from = "";
     while (from) {
       from = snapshot.scan<Pondo::LinkTable>(
-          *from, Pondo::sliceMax,
-          [&](auto const& name, auto const& record) { present.links.emplace(name, record); });
+          *from, Pondo::sliceMax, [&](auto const& name, auto const& record) {
+            present.links.push_back({.index = record.ifIndex,
+                                     .name = name,
+                                     .isUp = record.adminUp,
+                                     .isRunning = record.operUp});
+          });
     }
   } catch (Pondo::EnvironmentException const& e) {
     present = {};
@@ -88,19 +113,15 @@ void refuseKernelState(std::filesystem::path const& runDir, Present const& prese
                                   runDir.string(), remedy));
 }
 
-/// Not Writer::sync: a version that the files do not speak of stays, and does not forward where
-/// nothing is known of it (else its object would answer genErr, which ends a manager's walk).
-SyncCounts writeForwarding(Pondo::Writer& writer, LoadBatch::Forwarding told,
-                           LoadBatch::Forwarding const& present) {
-  for (auto const family : {Pondo::Family::ipv4, Pondo::Family::ipv6}) {
-    if (!present.contains(family)) told.try_emplace(family);
+/// What the files do not tell stays as it is; links, since what is told may hang on them.
+void complete(Kernel& kernel, LoadBatch& batch, Present const& present) {
+  if (!batch.parts().links) {
+    for (Link const& link : present.links) kernel.links.is(link);
   }
-  SyncCounts counts;
-  for (auto const& [family, record] : told) {
-    bool const written = writer.put<Pondo::ForwardingTable>(family, record);
-    ++(!written ? counts.unchanged : present.contains(family) ? counts.changed : counts.added);
+  for (ForwardingFlag const& flag : present.forwarding) {
+    if (!batch.tellsForwarding(flag.version)) kernel.forwarding.is(flag);
   }
-  return counts;
+  batch.finish();
 }
 
 /// Stands as one line in the lock file and in messages.
@@ -112,54 +133,76 @@ std::string publisherName(std::vector<std::string> const& files) {
   return name;
 }
 
-void writeRoutes(Context const& context, Pondo::Writer& writer, Fib const& fib,
-                 std::vector<Written>& written) {
-  Progress progress(context.err, context.errTerminal, "writing routes", fib.routes.size());
-  auto const counts =
-      writeFib(writer, fib.routes, fib.fecs, [&](std::uint64_t count) { progress.at(count); });
-  written.push_back({"routes", counts.routes});
-  written.push_back({"fecs", counts.fecs});
+/// Links have come with other indexes: the fecs that leave through them say so.
+void refreshFecs(Pondo::Writer& writer, Links const& links) {
+  std::map<Pondo::Fib::FecId, Pondo::Fib::Fec> changed;
+  writer.scan<Pondo::FecTable>([&](auto const& fecId, auto fec) {
+    bool differs = false;
+    for (auto& via : fec.vias) {
+      auto const index = links.linkIndex(via.intfId);
+      if (index && std::exchange(via.ifIndex, *index) != *index) differs = true;
+    }
+    if (differs) changed.emplace(fecId, std::move(fec));
+  });
+  for (auto const& [fecId, fec] : changed) writer.put<Pondo::FecTable>(fecId, fec);
 }
 
-std::vector<Written> write(Context const& context, std::filesystem::path const& runDir,
-                           LoadOptions const& given, LoadBatch& batch) {
-  // Before the writer: LMDB allows one environment of a directory in a process.
-  Present const present = readPresent(runDir);
-  if (!given.force) refuseKernelState(runDir, present);
-  std::optional<Fib> fib;
-  if (batch.tellsRoutes()) fib = batch.fib(present.links);
-  Pondo::Writer::Options options;
-  options.publisher = publisherName(given.files);
-  options.origin = Pondo::Origin::files;
-  Pondo::Writer writer(runDir, options);
-  std::vector<Written> written;
-  if (batch.tellsLinks()) {
-    written.push_back({"links", writer.sync<Pondo::LinkTable>(batch.links())});
-    refreshFecs(writer, batch.links());
-  }
-  if (batch.tellsAddresses()) {
-    auto const counts4 = writer.sync<Pondo::Address4Table>(batch.addresses4());
-    auto const counts6 = writer.sync<Pondo::Address6Table>(batch.addresses6());
-    written.push_back({"addresses", sum(counts4, counts6)});
-  }
-  if (batch.tellsNeighbours()) {
-    written.push_back({"neighbours", writer.sync<Pondo::Neighbour4Table>(batch.neighbours())});
-  }
-  written.push_back(
-      {"forwarding", writeForwarding(writer, batch.forwarding(), present.forwarding)});
-  if (fib) writeRoutes(context, writer, *fib, written);
+/// As Publisher does it, but all at one go.
+std::vector<Written> write(Pondo::Writer& writer, Kernel& kernel, KernelParts const& parts) {
+  std::vector<Written> written;  // the two tables of addresses as one
+  if (parts.links) refreshFecs(writer, kernel.links);
+  auto const views = makeTableViews(kernel, parts);
+  views.writeAll(writer, [&](TableView const& view, SyncCounts const& counts) {
+    if (written.empty() || written.back().table != view.name()) {
+      written.push_back({view.name(), {}});
+    }
+    auto& sum = written.back().counts;
+    sum.added += counts.added;
+    sum.changed += counts.changed;
+    sum.removed += counts.removed;
+    sum.unchanged += counts.unchanged;
+  });
+  while (views.hasMore()) views.writeChanges(writer);
+  views.writeUnused(writer);
   writer.commitComplete();
   return written;
+}
+
+void printText(std::ostream& out, std::vector<Written> const& written) {
+  for (auto const& [table, counts] : written) {
+    out << fmt::format("{}: {} added, {} changed, {} removed, {} unchanged\n", table, counts.added,
+                       counts.changed, counts.removed, counts.unchanged);
+  }
+}
+
+void printJson(std::ostream& out, std::vector<Written> const& written) {
+  nlohmann::ordered_json json;
+  json["tables"] = nlohmann::ordered_json::array();
+  for (auto const& [table, counts] : written) {
+    json["tables"].push_back({{"name", table},
+                              {"added", counts.added},
+                              {"changed", counts.changed},
+                              {"removed", counts.removed},
+                              {"unchanged", counts.unchanged}});
+  }
+  out << json.dump(2) << '\n';
 }
 
 }  // namespace
 
 int load(Context const& context, std::filesystem::path const& runDir, LoadOptions const& options) {
   refuseWhilePublished(runDir);
-  LoadBatch batch;
+  Kernel kernel;
+  LoadBatch batch(kernel);
   for (std::string const& file : options.files) readFile(context, file, batch);
-  batch.check();
-  printWritten(context.out, write(context, runDir, options, batch), options.json);
+  // Before the writer: LMDB allows one environment of a directory in a process.
+  Present const present = readPresent(runDir);
+  if (!options.force) refuseKernelState(runDir, present);
+  complete(kernel, batch, present);
+  Pondo::Writer writer(runDir,
+                       {.publisher = publisherName(options.files), .origin = Pondo::Origin::files});
+  auto const written = write(writer, kernel, batch.parts());
+  (options.json ? printJson : printText)(context.out, written);
   return exitOk;
 }
 

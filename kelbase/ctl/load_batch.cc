@@ -1,77 +1,14 @@
 #include "kelbase/ctl/load_batch.h"
 
-#include <algorithm>
-#include <cctype>
-#include <limits>
-#include <optional>
-#include <vector>
+#include <utility>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <net/if.h>
 #include <system_error>
 
-#include "kelbase/ctl/ip_fields.h"
 #include "kelbase/ctl/line_source.h"
 
 namespace Kelbase::Ctl {
-namespace {
-
-using Pondo::Family;
-
-bool has(std::vector<std::string_view> const& names, std::string_view name) {
-  return std::ranges::find(names, name) != names.end();
-}
-
-/// Nothing for MPLS, which `ip netconf` lists too.
-std::optional<Family> family(Fields const& fields) {
-  constexpr std::string_view expected = R"("inet", "inet6" or "mpls")";
-  std::string const& name = fields.text("family", expected);
-  if (name == "inet") return Family::ipv4;
-  if (name == "inet6") return Family::ipv6;
-  if (name != "mpls") fields.failExpected("family", expected);
-  return std::nullopt;
-}
-
-template <class Addr>
-Addr address(Fields const& fields, std::string_view name) {
-  auto const addr = ipAddress<Addr>(fields, name);
-  if (name == "local" && addr.isUnspecified())
-    fields.failExpected(name, "an address that an interface can have");
-  return addr;
-}
-
-template <class Addr>
-std::uint8_t prefixLength(Fields const& fields) {
-  return static_cast<std::uint8_t>(fields.wholeNumber("prefixlen", 0, Addr::bits));
-}
-
-Dovel::IntfId label(Fields const& fields) {
-  static std::string const expected = fmt::format("a label of at most {} bytes", IFNAMSIZ - 1);
-  if (!fields.has("label")) return {};
-  std::string const& text = fields.text("label", expected);
-  if (text.size() >= IFNAMSIZ || text.find('\0') != text.npos) {
-    fields.failExpected("label", expected);
-  }
-  return Dovel::IntfId(text);
-}
-
-/// Nothing where there is none, or one of another kind of link.
-std::optional<Dovel::EthAddr> ethAddrOf(Fields const& fields) {
-  if (!fields.has("lladdr")) return std::nullopt;
-  try {
-    return Dovel::EthAddr(std::string_view(fields.text("lladdr", "a link address")));
-  } catch (Mav::RangeException const&) {
-    return std::nullopt;
-  }
-}
-
-[[noreturn]] void failToldOtherwise(Fields const& fields, std::string const& local,
-                                    Dovel::IntfId const& link) {
-  fields.fail("local", fmt::format("{} of \"{}\" was told otherwise before", local, link.name()));
-}
-
-}  // namespace
 
 struct LoadBatch::Kind {
   std::string_view command;  // that prints it
@@ -138,18 +75,38 @@ void LoadBatch::read(std::istream& in, std::string_view file,
   }
 }
 
-void LoadBatch::check() const {
-  for (auto const& [ipVersion, place] : familyPlaces_) {
-    if (forwarding_.contains(ipVersion)) continue;
-    throw LoadException(fmt::format(
-        R"({}: interface: no object for "all" of family "{}" (made by 'ip netconf show dev'?))",
-        place, ipVersion == Family::ipv4 ? "inet" : "inet6"));
+Link LoadBatch::addLink(Fields const& fields) {
+  Link const link = readLink(fields);
+  parts_.links = true;
+  auto const* known = kernel_.links.find(link.name);
+  if (known && *known == link) return link;
+  if (known) {
+    fields.fail("ifname", fmt::format(R"("{}" was told otherwise at {})", link.name.name(),
+                                      linkPlaces_.at(known->index)));
   }
-  if (routes_.tellsNexthops() && !routes_.tellsRoutes()) {
-    throw LoadException(fmt::format(
-        "{}: id: nexthop objects without routes; load the output of 'ip -json -details route' too",
-        routes_.nexthopPlace()));
+  auto const [place, isFree] = linkPlaces_.emplace(link.index, fields.place("ifname"));
+  if (!isFree) {
+    fields.fail("ifindex", fmt::format(R"({} is the index of "{}" at {})", link.index,
+                                       kernel_.links.linkName(link.index)->name(), place->second));
   }
+  kernel_.links.is(link);
+  return link;
+}
+
+bool LoadBatch::takeLink(Fields const& fields) {
+  addLink(fields);
+  return true;
+}
+
+template <class Objects, class Object>
+void LoadBatch::add(Objects& objects, Object const& object, Dovel::IntfId const& link,
+                    Fields const& fields) {
+  auto const* known = objects.find(object.link, object.key);
+  if (known && !(*known == object.state)) {
+    fields.fail("local", fmt::format("{} of \"{}\" was told otherwise before",
+                                     object.address().stringValue(), link.name()));
+  }
+  objects.is(object);
 }
 
 bool LoadBatch::takeAddress(Fields const& fields) {
@@ -160,100 +117,138 @@ bool LoadBatch::takeAddress(Fields const& fields) {
                 "missing: 'ip -4 address' and 'ip -6 address' leave links out; "
                 "load the output of 'ip -json address'");
   }
-  takeLink(fields);
-  tellsAddresses_ = true;
-  Dovel::IntfId const link = interfaceName(fields, "ifname");
+  Link const link = addLink(fields);
+  parts_.addresses = true;
   for (Fields const& address : fields.objects("addr_info")) {
     if (address.empty()) continue;
-    auto const ipVersion = family(address);
-    if (ipVersion == Family::ipv4) takeAddress4(link, address);
-    if (ipVersion == Family::ipv6) takeAddress6(link, address);
+    auto const version = readFamily(address);
+    if (version == IpVersion::v4) {
+      add(kernel_.addresses4, readAddress4(link.index, address), link.name, address);
+    } else if (version == IpVersion::v6) {
+      add(kernel_.addresses6, readAddress6(link.index, address), link.name, address);
+    }
   }
-  return true;
-}
-
-void LoadBatch::takeAddress4(Dovel::IntfId const& link, Fields const& fields) {
-  auto const local = address<Dovel::IpAddr>(fields, "local");
-  Addresses4::key_type const key{
-      link, local, prefixLength<Dovel::IpAddr>(fields),
-      fields.has("address") ? address<Dovel::IpAddr>(fields, "address") : local};
-  Addresses4::mapped_type const record{label(fields), fields.flag("secondary")};
-  auto const [told, added] = addresses4_.emplace(key, record);
-  if (!added && !(told->second == record)) failToldOtherwise(fields, local.stringValue(), link);
-}
-
-void LoadBatch::takeAddress6(Dovel::IntfId const& link, Fields const& fields) {
-  auto const local = address<Dovel::Ip6Addr>(fields, "local");
-  Addresses6::mapped_type const record{
-      .length = prefixLength<Dovel::Ip6Addr>(fields),
-      .peer = fields.has("address") ? address<Dovel::Ip6Addr>(fields, "address") : local,
-      .tentative = fields.flag("tentative"),
-      .dadFailed = fields.flag("dadfailed"),
-      .deprecated = fields.flag("deprecated")};
-  auto const [told, added] = addresses6_.emplace(Addresses6::key_type{link, local}, record);
-  if (!added && !(told->second == record)) failToldOtherwise(fields, local.stringValue(), link);
-}
-
-bool LoadBatch::takeLink(Fields const& fields) {
-  Dovel::IntfId const name = interfaceName(fields, "ifname");
-  auto const flags = fields.names("flags");
-  Pondo::LinkTable::Record record;
-  record.ifIndex = static_cast<std::int32_t>(
-      fields.wholeNumber("ifindex", 1, std::numeric_limits<std::int32_t>::max()));
-  record.adminUp = has(flags, "UP");
-  record.operUp = record.adminUp && !has(flags, "NO-CARRIER");
-
-  auto const [link, added] = links_.emplace(name, record);
-  if (!added) {
-    if (link->second == record) return true;
-    fields.fail("ifname",
-                fmt::format(R"("{}" was told otherwise at {})", name.name(), linkPlaces_.at(name)));
-  }
-  auto const [owner, free] = linksByIndex_.emplace(record.ifIndex, name);
-  if (!free) {
-    fields.fail("ifindex", fmt::format(R"({} is the index of "{}" at {})", record.ifIndex,
-                                       owner->second.name(), linkPlaces_.at(owner->second)));
-  }
-  linkPlaces_.emplace(name, fields.place("ifname"));
   return true;
 }
 
 bool LoadBatch::takeNetconf(Fields const& fields) {
-  auto const ipVersion = family(fields);
+  auto const version = readFamily(fields);
   std::string const& interface = fields.text("interface", "the name of an interface");
-  if (!ipVersion) return false;
-  familyPlaces_.emplace(*ipVersion, fields.place("interface"));
-  Pondo::ForwardingTable::Record const record{.routing = fields.boolean("forwarding")};
+  if (!version) return false;
+  familyPlaces_.emplace(*version, fields.place("interface"));
+  bool const forwards = fields.boolean("forwarding");
   if (interface != "all") return true;
-
-  auto const [told, added] = forwarding_.emplace(*ipVersion, record);
-  if (!added && !(told->second == record)) {
-    fields.fail("forwarding",
-                fmt::format("was told otherwise at {}", forwardingPlaces_.at(*ipVersion)));
+  auto const [told, isNew] =
+      forwards_.try_emplace(*version, Forwards{forwards, fields.place("forwarding")});
+  if (!isNew && told->second.forwards != forwards) {
+    fields.fail("forwarding", fmt::format("was told otherwise at {}", told->second.place));
   }
-  forwardingPlaces_.emplace(*ipVersion, fields.place("forwarding"));
+  kernel_.forwarding.is({*version, forwards});
   return true;
 }
 
 bool LoadBatch::takeNeighbour(Fields const& fields) {
-  tellsNeighbours_ = true;
-  constexpr std::string_view expected = "an IP address";
-  if (fields.text("dst", expected).find(':') != std::string::npos) return true;
-  Neighbours::key_type const key{interfaceName(fields, "dev"),
-                                 ipAddress<Dovel::IpAddr>(fields, "dst")};
-  auto const states = fields.names("state");
-  bool const isUsable = std::ranges::none_of(states, [](auto state) {
-    return state == "FAILED" || state == "INCOMPLETE" || state == "NOARP";
-  });
-  auto const ethAddr = ethAddrOf(fields);
-  if (!isUsable || !ethAddr) return true;
-  Neighbours::mapped_type const record{*ethAddr, has(states, "PERMANENT")};
-  auto const [told, added] = neighbours_.emplace(key, record);
-  if (!added && !(told->second == record)) {
-    fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before", key.addr.stringValue(),
-                                   key.link.name()));
+  parts_.neighbours = true;
+  auto const neighbour = readNeighbour(fields, linkNames_);
+  if (!neighbour) return true;
+  auto const [told, isNew] = neighbours_.try_emplace({neighbour->link, neighbour->key}, *neighbour);
+  if (!isNew && !(told->second.state == neighbour->state)) {
+    fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before",
+                                   neighbour->key.stringValue(), fields.text("dev", "")));
   }
   return true;
+}
+
+bool LoadBatch::takeRoute(Fields const& fields) {
+  auto const told = readRoute(fields, linkNames_);
+  if (!told) return parts_.routes;
+  parts_.routes = true;
+  Route const route{.prefix = told->prefix,
+                    .metric = told->metric,
+                    .object = told->object,
+                    .tos = told->tos,
+                    .protocol = told->protocol,
+                    .kind = told->kind,
+                    .hops = &*hopSets_.insert(told->hops).first};
+  routes_.push_back(route);
+  if (route.object != 0 && route.hops->empty() && route.kind == RouteKind::unicast) {
+    untold_.try_emplace(route.object, fields.place("nhid"));
+  }
+  return true;
+}
+
+bool LoadBatch::takeNexthop(Fields const& fields) {
+  auto const nexthop = readNexthop(fields, linkNames_);
+  auto const [told, isNew] =
+      nexthops_.try_emplace(nexthop.id, Nexthop{nexthop, fields.place("id")});
+  if (!isNew && !(told->second.told == nexthop)) {
+    fields.fail("id", fmt::format("{} was told otherwise at {}", nexthop.id, told->second.place));
+  }
+  return true;
+}
+
+void LoadBatch::checkForwarding() const {
+  for (auto const& [version, place] : familyPlaces_) {
+    if (tellsForwarding(version)) continue;
+    throw LoadException(fmt::format(
+        R"({}: interface: no object for "all" of family "{}" (made by 'ip netconf show dev'?))",
+        place, version == IpVersion::v4 ? "inet" : "inet6"));
+  }
+}
+
+void LoadBatch::checkNexthops() const {
+  if (!nexthops_.empty() && !parts_.routes) {
+    throw LoadException(fmt::format(
+        "{}: id: nexthop objects without routes; load the output of 'ip -json -details route' too",
+        nexthops_.begin()->second.place));
+  }
+  for (auto const& [id, nexthop] : nexthops_) {
+    for (auto const member : nexthop.told.members) {
+      if (nexthops_.contains(member)) continue;
+      throw LoadException(
+          fmt::format("{}: group: no nexthop object {} in the files", nexthop.place, member));
+    }
+  }
+  for (auto const& [id, place] : untold_) {
+    if (nexthops_.contains(id)) continue;
+    throw LoadException(fmt::format(
+        "{}: nhid: no nexthop object {} in the files; load the output of 'ip -json nexthop' too",
+        place, id));
+  }
+}
+
+LoadBatch::Hops LoadBatch::resolved(Hops hops) const {
+  for (Hop& hop : hops) hop.ifIndex = indexes_[static_cast<std::size_t>(hop.ifIndex)];
+  return hops;
+}
+
+void LoadBatch::finishRoutes() {
+  ListedRoute listed;
+  for (Route const& route : std::exchange(routes_, {})) {
+    listed.prefix = route.prefix;
+    listed.metric = route.metric;
+    listed.tos = route.tos;
+    listed.protocol = route.protocol;
+    listed.kind = route.kind;
+    listed.object = kernel_.nexthops.isKnown(route.object) ? route.object : 0;
+    listed.hops = listed.object == 0 ? resolved(*route.hops) : Hops();
+    kernel_.routes.is(listed, Routes::Place::listed);
+  }
+}
+
+void LoadBatch::finish() {
+  checkForwarding();
+  checkNexthops();
+  indexes_ = linkNames_.indexes(kernel_.links);
+  for (auto& [key, neighbour] : neighbours_) {
+    neighbour.link = indexes_[static_cast<std::size_t>(neighbour.link)];
+    kernel_.neighbours4.is(neighbour);
+  }
+  for (auto& [id, nexthop] : nexthops_) {
+    nexthop.told.hop = resolved({nexthop.told.hop}).front();
+    kernel_.nexthops.is(nexthop.told);
+  }
+  finishRoutes();
 }
 
 }  // namespace Kelbase::Ctl

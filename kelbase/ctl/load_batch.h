@@ -1,12 +1,14 @@
 #pragma once
-// What files of `ip -json` output say, checked, before any of it is written.
+// What files of `ip -json` output say, checked, and brought into the model.
 //
 // Files add up: the same link may stand in several of them as long as they agree. An `ip -json
 // link` tells all links, an `ip -json address` all addresses besides; an `ip -json netconf` tells
 // the forwarding of the IP versions in it and nothing of the other one; an `ip -json neighbour` all
-// neighbours; an `ip -json route` all routes (route_batch.h). RUNNING is not among the
-// flags that `ip` prints: it prints NO-CARRIER for a link that is UP without RUNNING (iproute2,
-// print_link_flags).
+// neighbours; an `ip -json route` all routes, in the kernel's order. A nexthop object that no file
+// tells is what its routes say of it.
+//
+// read() brings in what says all of itself. What names links or nexthop objects waits for finish():
+// another file may tell those.
 
 #include <cstdint>
 #include <functional>
@@ -14,42 +16,35 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include <absl/hash/hash.h>
 
 #include "kelbase/ctl/ip_json.h"
-#include "kelbase/ctl/route_batch.h"
-#include "platform/pondo/tables/tables.h"
+#include "kelbase/ctl/ip_objects.h"
+#include "kelbase/model/kernel.h"
+#include "kelbase/publish/kernel_views.h"
 
 namespace Kelbase::Ctl {
 
 class LoadBatch {
  public:
-  using Links = std::map<Dovel::IntfId, Pondo::LinkTable::Record>;
-  using Addresses4 = std::map<Pondo::Address4Table::Key, Pondo::Address4Table::Record>;
-  using Addresses6 = std::map<Pondo::Address6Table::Key, Pondo::Address6Table::Record>;
-  using Neighbours = std::map<Pondo::Neighbour4Table::Key, Pondo::Neighbour4Table::Record>;
-  using Forwarding = std::map<Pondo::Family, Pondo::ForwardingTable::Record>;
+  /// `kernel`, which is empty, must outlive it.
+  explicit LoadBatch(Kernel& kernel) : kernel_(kernel) {}
 
   /// Adds a file. `file` is the name for messages; `onBlock` as LineSource's. LoadException: not
   /// readable, of no known kind, malformed, or at odds with itself or with an earlier file.
   void read(std::istream& in, std::string_view file,
             std::function<void(std::uint64_t)> const& onBlock = {});
 
-  /// To be called after the last file: what only all files together can tell. LoadException.
-  void check() const;
+  /// Which parts of the model the files speak of, and whether of the version's forwarding.
+  KernelParts const& parts() const { return parts_; }
+  bool tellsForwarding(IpVersion version) const { return forwards_.contains(version); }
 
-  bool tellsLinks() const { return !links_.empty(); }
-  Links const& links() const { return links_; }
-  bool tellsAddresses() const { return tellsAddresses_; }
-  Addresses4 const& addresses4() const { return addresses4_; }
-  Addresses6 const& addresses6() const { return addresses6_; }
-  bool tellsNeighbours() const { return tellsNeighbours_; }
-  Neighbours const& neighbours() const { return neighbours_; }
-  /// The IP versions that the files speak of.
-  Forwarding const& forwarding() const { return forwarding_; }
-  bool tellsRoutes() const { return routes_.tellsRoutes(); }
-  /// To be called once; `present`: the links that are known when the files tell none.
-  /// LoadException.
-  Fib fib(Links const& present) { return routes_.resolved(tellsLinks() ? links_ : present); }
+  /// To be called once, after the last file; where the files tell no links, the model is to have
+  /// those that are known otherwise. LoadException: what only all files together can tell.
+  void finish();
 
  private:
   class FileVisitor;
@@ -57,28 +52,56 @@ class LoadBatch {
   static Kind const kinds[];
   static std::string kindList();
 
+  using Hops = std::vector<Hop>;
+  using HopSets = std::unordered_set<Hops, absl::Hash<Hops>>;
+  /// A ListedRoute that shares its next hops: there may be a million.
+  struct Route {
+    Dovel::Prefix prefix;
+    std::uint32_t metric = 0;
+    std::uint32_t object = 0;
+    std::uint8_t tos = 0;
+    std::uint8_t protocol = 0;
+    RouteKind kind = RouteKind::unicast;
+    Hops const* hops = nullptr;
+  };
+  struct Forwards {
+    bool forwards = false;
+    std::string place;  // "FILE:LINE", here and below
+  };
+  struct Nexthop {
+    ListedNexthop told;
+    std::string place;
+  };
+
   // False when the object says nothing of any table.
   bool takeAddress(Fields const& fields);
-  void takeAddress4(Dovel::IntfId const& link, Fields const& fields);
-  void takeAddress6(Dovel::IntfId const& link, Fields const& fields);
   bool takeLink(Fields const& fields);
   bool takeNetconf(Fields const& fields);
   bool takeNeighbour(Fields const& fields);
-  bool takeRoute(Fields const& fields) { return routes_.takeRoute(fields); }
-  bool takeNexthop(Fields const& fields) { return routes_.takeNexthop(fields); }
+  bool takeRoute(Fields const& fields);
+  bool takeNexthop(Fields const& fields);
+  Link addLink(Fields const& fields);
+  template <class Objects, class Object>
+  void add(Objects& objects, Object const& object, Dovel::IntfId const& link, Fields const& fields);
 
-  Links links_;
-  std::map<Dovel::IntfId, std::string> linkPlaces_;  // where it was told first
-  std::map<std::int32_t, Dovel::IntfId> linksByIndex_;
-  bool tellsAddresses_ = false;
-  Addresses4 addresses4_;
-  Addresses6 addresses6_;
-  bool tellsNeighbours_ = false;
-  Neighbours neighbours_;
-  Forwarding forwarding_;
-  std::map<Pondo::Family, std::string> forwardingPlaces_;  // of "all"
-  std::map<Pondo::Family, std::string> familyPlaces_;      // of any interface
-  RouteBatch routes_;
+  void checkForwarding() const;
+  void checkNexthops() const;
+  void finishRoutes();
+  Hops resolved(Hops hops) const;
+
+  Kernel& kernel_;
+  KernelParts parts_{.links = false, .addresses = false, .neighbours = false, .routes = false};
+  std::map<std::int32_t, std::string> linkPlaces_;  // by index
+  std::map<IpVersion, Forwards> forwards_;
+  std::map<IpVersion, std::string> familyPlaces_;  // of any interface
+
+  LinkNames linkNames_;
+  std::map<std::pair<std::int32_t, Dovel::IpAddr>, Neighbour4> neighbours_;
+  std::map<std::uint32_t, Nexthop> nexthops_;
+  std::map<std::uint32_t, std::string> untold_;  // objects of which a route says nothing itself
+  HopSets hopSets_;
+  std::vector<Route> routes_;
+  std::vector<std::int32_t> indexes_;  // of links, by number
 };
 
 }  // namespace Kelbase::Ctl

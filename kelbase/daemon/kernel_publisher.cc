@@ -6,7 +6,7 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
                                  Hooks const& hooks)
     : sources_(makeKernelSources(kernel_)),
       views_(makeTableViews(kernel_)),
-      publisher_(activity, {options.runDir, options.writer}, views(), publisherHooks(hooks)),
+      publisher_(activity, {options.runDir, options.writer}, views_, publisherHooks(hooks)),
       feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
 
 Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {
@@ -30,12 +30,6 @@ Pondo::Counters KernelPublisher::counters() const {
 std::vector<KernelSource*> KernelPublisher::sources() {
   std::vector<KernelSource*> result;
   for (auto const& source : sources_) result.push_back(source.get());
-  return result;
-}
-
-std::vector<TableView*> KernelPublisher::views() {
-  std::vector<TableView*> result;
-  for (auto const& view : views_) result.push_back(view.get());
   return result;
 }
 

@@ -42,11 +42,10 @@ class KernelPublisher {
   /// Seconds since they last did; infinity: never yet.
   double exactAge() const { return publisher_.exactAge(); }
   NetlinkFeed const& feed() const { return feed_; }
-  std::string summary() const { return publisher_.summary(); }
+  std::string summary() const { return views_.summary(); }
 
  private:
   std::vector<KernelSource*> sources();
-  std::vector<TableView*> views();
   Publisher::Hooks publisherHooks(Hooks const& hooks);
   Pondo::Counters counters() const;
 

@@ -7,6 +7,7 @@
 namespace Kelbase {
 
 struct Address4Row {
+  static constexpr std::string_view name = "addresses";
   using Table = Pondo::Address4Table;
   using Object = Address4;
 
@@ -22,6 +23,7 @@ struct Address4Row {
 };
 
 struct Address6Row {
+  static constexpr std::string_view name = "addresses";
   using Table = Pondo::Address6Table;
   using Object = Address6;
 

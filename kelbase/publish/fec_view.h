@@ -47,7 +47,7 @@ class FecView : public TableView, private HopSets::Observer {
   /// Sets that have more next hops than a fec has room for.
   std::size_t cut() const { return cut_; }
 
-  std::string_view name() const override { return "next hops"; }
+  std::string_view name() const override { return "fecs"; }
   std::string summary() const override { return nexthops_.summary(); }
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;

@@ -9,17 +9,22 @@
 
 namespace Kelbase {
 
-TableViews makeTableViews(Kernel& kernel) {
+TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
   TableViews views;
-  views.push_back(std::make_unique<LinkView>(kernel.links));
-  views.push_back(std::make_unique<ForwardingView>(kernel.forwarding));
-  views.push_back(std::make_unique<OnLinksView<Address4Row>>(kernel.links, kernel.addresses4));
-  views.push_back(std::make_unique<OnLinksView<Address6Row>>(kernel.links, kernel.addresses6));
-  views.push_back(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours4));
+  if (parts.links) views.add(std::make_unique<LinkView>(kernel.links));
+  views.add(std::make_unique<ForwardingView>(kernel.forwarding));
+  if (parts.addresses) {
+    views.add(std::make_unique<OnLinksView<Address4Row>>(kernel.links, kernel.addresses4));
+    views.add(std::make_unique<OnLinksView<Address6Row>>(kernel.links, kernel.addresses6));
+  }
+  if (parts.neighbours) {
+    views.add(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours4));
+  }
+  if (!parts.routes) return views;
   auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.hopSets);
   auto routes = std::make_unique<RouteView>(kernel.routes, kernel.hopSets, *fecs);
-  views.push_back(std::move(fecs));
-  views.push_back(std::move(routes));
+  views.add(std::move(fecs));
+  views.add(std::move(routes));
   return views;
 }
 

@@ -1,18 +1,21 @@
 #pragma once
 // Every part of the model that is published, and the table that shows it.
 
-#include <memory>
-#include <vector>
-
 #include "kelbase/model/kernel.h"
-#include "kelbase/publish/table_view.h"
+#include "kelbase/publish/table_views.h"
 
 namespace Kelbase {
 
-using TableViews = std::vector<std::unique_ptr<TableView>>;
+/// Whose tables are written. Forwarding's always is: its record is what tells readers that somebody
+/// has published here.
+struct KernelParts {
+  bool links = true;
+  bool addresses = true;
+  bool neighbours = true;
+  bool routes = true;  // and next hops
+};
 
-/// In the order in which readers are to hear of what comes: links before what hangs on them.
-/// `kernel` must outlive them.
-TableViews makeTableViews(Kernel& kernel);
+/// `kernel` must outlive them. What is in it already is written by TableViews::writeAll().
+TableViews makeTableViews(Kernel& kernel, KernelParts const& parts = {});
 
 }  // namespace Kelbase

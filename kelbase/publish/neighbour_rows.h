@@ -7,6 +7,7 @@
 namespace Kelbase {
 
 struct Neighbour4Row {
+  static constexpr std::string_view name = "neighbours";
   using Table = Pondo::Neighbour4Table;
   using Object = Neighbour4;
 

@@ -5,7 +5,7 @@
 //
 // What differs from kind to kind is its Row, a struct:
 //
-//   Table, Object
+//   Table, Object, name: the table as `kelbasectl` calls it
 //   key(name, object's key), objectKey(row's key)
 //   record(state)
 
@@ -32,7 +32,7 @@ class OnLinksView : public RowView<typename Row::Table>,
     objects.observerIs(*this);
   }
 
-  std::string_view name() const override { return Object::kinds; }
+  std::string_view name() const override { return Row::name; }
   std::string summary() const override { return objects_.summary(); }
 
   std::optional<Record> find(Key const& key) const override {

@@ -9,26 +9,17 @@
 
 namespace Kelbase {
 
-Publisher::Publisher(Mav::Activity& activity, Options const& options, std::vector<TableView*> views,
+Publisher::Publisher(Mav::Activity& activity, Options const& options, TableViews const& views,
                      Hooks hooks)
     : runDir_(options.runDir),
       hooks_(std::move(hooks)),
-      views_(std::move(views)),
+      views_(views),
       writer_(runDir_, options.writer),
       activity_(activity),
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {
   watchNotices();
   service_.timeMinIs(Mav::asap);
-}
-
-std::string Publisher::summary() const {
-  std::string result;
-  for (auto* view : views_) {
-    if (!result.empty()) result += ", ";
-    result += view->summary();
-  }
-  return result;
 }
 
 void Publisher::publish() {
@@ -47,15 +38,15 @@ void Publisher::write() {
     complete_ = false;
     writeAll();
   } else {
-    writeChanges();
+    views_.writeChanges(writer_);
   }
   everything_ = false;
-  if (hasMore()) {
+  if (views_.hasMore()) {
     writer_.commit();
     commit_.timeMinIs(Mav::asap);
     return;
   }
-  for (auto* view : views_) view->writeUnused(writer_);
+  views_.writeUnused(writer_);
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
   published_ = true;
@@ -67,7 +58,7 @@ void Publisher::write() {
 }
 
 bool Publisher::exact() const {
-  return hooks_.isWhole() && !everything_ && !hasMore() && commit_.timeMin() == Mav::never;
+  return hooks_.isWhole() && !everything_ && !views_.hasMore() && commit_.timeMin() == Mav::never;
 }
 
 double Publisher::exactAge() const { return exact() ? 0.0 : Mav::now() - exactAt_; }
@@ -99,26 +90,12 @@ Pondo::Counters Publisher::counters() const {
   return counters;
 }
 
-bool Publisher::hasMore() const {
-  return std::any_of(views_.begin(), views_.end(),
-                     [](auto const* view) { return view->hasMore(); });
-}
-
-// What hangs on a link goes before it, and comes after it.
-void Publisher::writeChanges() {
-  for (auto view = views_.rbegin(); view != views_.rend(); ++view) {
-    (*view)->writeRemovals(writer_);
-  }
-  for (auto* view : views_) view->writeRest(writer_);
-}
-
 void Publisher::writeAll() {
-  for (auto* view : views_) {
-    auto const counts = view->writeAll(writer_);
+  views_.writeAll(writer_, [](TableView const& view, TableViews::Counts const& counts) {
     MAV_TRACE(traceHandle(), 1,
-              view->name() << ": " << counts.added << " added, " << counts.changed << " changed, "
-                           << counts.removed << " removed, " << counts.unchanged << " unchanged");
-  }
+              view.name() << ": " << counts.added << " added, " << counts.changed << " changed, "
+                          << counts.removed << " removed, " << counts.unchanged << " unchanged");
+  });
 }
 
 void Publisher::watchNotices() {

@@ -18,9 +18,8 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <vector>
 
-#include "kelbase/publish/table_view.h"
+#include "kelbase/publish/table_views.h"
 #include "platform/mav/activity.h"
 #include "platform/pondo/environment/writer.h"
 
@@ -52,10 +51,8 @@ class Publisher {
   };
 
   /// Takes the run directory. Pondo::EnvironmentException, PublisherRunningException when it is
-  /// not to be had. The views are in the order in which readers are to hear of what comes; they
-  /// must outlive it.
-  Publisher(Mav::Activity& activity, Options const& options, std::vector<TableView*> views,
-            Hooks hooks);
+  /// not to be had. The views must outlive it.
+  Publisher(Mav::Activity& activity, Options const& options, TableViews const& views, Hooks hooks);
 
   /// The model has changed, or has settled: written in the next turn.
   void onSettled() { commit_.timeMinIs(Mav::asap); }
@@ -66,15 +63,11 @@ class Publisher {
   bool exact() const;
   /// Seconds since they were last known to; infinity: never yet.
   double exactAge() const;
-  /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
-  std::string summary() const;
 
  private:
   void publish();
   void write();
-  void writeChanges();
   void writeAll();
-  bool hasMore() const;
   void watchNotices();
   void onNotice();
   void service();
@@ -87,7 +80,7 @@ class Publisher {
 
   std::filesystem::path const runDir_;
   Hooks const hooks_;
-  std::vector<TableView*> const views_;
+  TableViews const& views_;
   Pondo::Writer writer_;
   Mav::Activity& activity_;
   Mav::Timer commit_;

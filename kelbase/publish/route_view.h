@@ -21,7 +21,7 @@ class RouteView : public TableView, private Routes::Observer {
   /// All must outlive it; the fecs are to be written before it.
   RouteView(Routes& routes, HopSets const& sets, FecView& fecs);
 
-  std::string_view name() const override { return "IPv4 routes"; }
+  std::string_view name() const override { return "routes"; }
   std::string summary() const override;
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;

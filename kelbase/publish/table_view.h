@@ -19,7 +19,7 @@ class TableView {
   TableView& operator=(TableView const&) = delete;
   virtual ~TableView() = default;
 
-  /// "links": for log lines.
+  /// "links": the table as `kelbasectl` calls it; both tables of addresses have one name.
   virtual std::string_view name() const = 0;
 
   /// Writes what changed since the last write, in two steps. Publisher takes the first step of all

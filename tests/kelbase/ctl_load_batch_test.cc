@@ -1,3 +1,4 @@
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,25 +11,27 @@
 namespace Kelbase::Ctl {
 namespace {
 
-using Pondo::Family;
-
 struct BadFile {
   std::string text, error;
 };
 
+/// Files, and what they bring into the model of a router whose tables have the link "a".
 class LoadBatchTest : public ::testing::Test {
  protected:
   void read(std::string const& text) {
     std::istringstream in(text);
-    batch_.read(in, "f.json");
+    batch_->read(in, "f.json");
   }
-  /// Why a file is refused, of a router with the link "a".
+  void finish() {
+    if (!batch_->parts().links) kernel_->links.is({.index = 4, .name = Dovel::IntfId("a")});
+    batch_->finish();
+  }
+  /// Why a file is refused.
   std::string error(std::string const& text) {
-    batch_ = LoadBatch();
+    batch_.emplace(kernel_.emplace());
     try {
       read(text);
-      batch_.check();
-      batch_.fib(links_);
+      finish();
       return "none";
     } catch (LoadException const& e) {
       return e.what();
@@ -38,18 +41,17 @@ class LoadBatchTest : public ::testing::Test {
     for (auto const& [text, expected] : files) EXPECT_EQ(error(text), "f.json" + expected) << text;
   }
 
-  LoadBatch::Links const links_{{Dovel::IntfId("a"), {.ifIndex = 4, .adminUp = true}}};
-  LoadBatch batch_;
+  std::optional<Kernel> kernel_{std::in_place};
+  std::optional<LoadBatch> batch_{std::in_place, *kernel_};
 };
 
 TEST_F(LoadBatchTest, JoinedAndAgreeingFilesAddUp) {
   read(std::string(R"([{"family":"inet6","interface":"all","forwarding":false}])") +
        Samples::links + "\n" + Samples::netconf4);
   read(Samples::addressesUp);
-  batch_.check();
-  EXPECT_EQ(batch_.links().size(), 3U);
-  EXPECT_EQ(batch_.forwarding(), (LoadBatch::Forwarding{{Family::ipv4, {.routing = true}},
-                                                        {Family::ipv6, {.routing = false}}}));
+  finish();
+  EXPECT_EQ(kernel_->links.size(), 3U);
+  EXPECT_EQ(kernel_->forwarding.summary(), "IPv4 forwarding on, IPv6 forwarding off");
 }
 
 TEST_F(LoadBatchTest, AFileLongerThanABufferKeepsItsLines) {
@@ -171,8 +173,6 @@ TEST_F(LoadBatchTest, BadRoutesAreRefusedNamingTheField) {
        ":1: dev: missing, and no gateway either"},
       {R"([{"dst":"default","nhid":0}])",
        ":1: nhid: expected a whole number from 1 to 4294967295, got 0"},
-      {R"([{"dst":"1.0.0.0/8","nhid":7,"dev":"a"},{"dst":"2.0.0.0/8","nhid":7,"dev":"b"}])",
-       ":1: nhid: the next hops of 7 were told otherwise at f.json:1"},
       {R"([{"id":7,"scope":"link"}])",
        ":1: dev: missing, and no gateway, group or blackhole either"},
       {R"([{"id":7,"dev":"a"},{"id":7,"dev":"b"}])", ":1: id: 7 was told otherwise at f.json:1"},
@@ -187,17 +187,22 @@ TEST_F(LoadBatchTest, BadRoutesAreRefusedNamingTheField) {
   });
 }
 
+/// Lowest metric that has a next hop alive, whatever its type.
 TEST_F(LoadBatchTest, ARouteIsTheOneThatTheKernelUses) {
-  read(R"([{"dst":"1.0.0.0/8","dev":"a","metric":9,"protocol":"bgp"},
+  read(R"([{"dst":"1.0.0.0/8","dev":"a","metric":4,"protocol":"bgp","flags":["dead","linkdown"]},
+           {"dst":"1.0.0.0/8","dev":"a","metric":9,"protocol":"bgp"},
            {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"ospf","tos":"0x10"},
            {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"static"},
-           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"rip"}])");
-  auto const fib = batch_.fib(links_);
-  ASSERT_EQ(fib.routes.size(), 1U);
-  EXPECT_EQ(fib.routes.front().second.routeType, Routing::Fib::routeTypeStatic);
-  EXPECT_EQ(fib.routes.front().second.metric.value(), 5U);
-  EXPECT_EQ(fib.fecs.at(fib.routes.front().second.fecId).vias,
-            (std::vector<Pondo::Fib::Via>{{{}, Dovel::IntfId("a"), 4}}));
+           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"rip"},
+           {"dst":"2.0.0.0/8","type":"throw","metric":1},
+           {"dst":"2.0.0.0/8","dev":"a","metric":2}])");
+  finish();
+  auto const route = kernel_->routes.served(Dovel::Prefix(std::string_view("1.0.0.0/8")));
+  ASSERT_TRUE(route);
+  EXPECT_EQ(route->protocol, 4);  // static
+  EXPECT_EQ(route->metric, 5U);
+  EXPECT_EQ(kernel_->hopSets.hopsOf(route->hops), (std::vector<Hop>{{{}, 4}}));
+  EXPECT_FALSE(kernel_->routes.served(Dovel::Prefix(std::string_view("2.0.0.0/8"))));
 }
 
 TEST_F(LoadBatchTest, NestingIsBounded) {

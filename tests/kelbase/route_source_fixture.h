@@ -35,7 +35,7 @@ class RouteSourceFixture : public testing::Test {
     }
   }
   template <class Kind>
-  static Kind& named(std::vector<std::unique_ptr<Kind>> const& kinds, std::string_view name) {
+  static Kind& named(auto const& kinds, std::string_view name) {
     return **std::find_if(kinds.begin(), kinds.end(),
                           [&](auto const& one) { return one->name() == name; });
   }
@@ -147,11 +147,11 @@ class RouteSourceFixture : public testing::Test {
   Kernel kernel_;
   KernelSources const sources_ = makeKernelSources(kernel_);
   TableViews const views_ = makeTableViews(kernel_);
-  KernelSource& addresses_ = named(sources_, "IPv4 addresses");
-  KernelSource& nexthops_ = named(sources_, "nexthop objects");
-  KernelSource& routes_ = named(sources_, "IPv4 routes");
-  TableView& fecRows_ = named(views_, "next hops");
-  TableView& routeRows_ = named(views_, "IPv4 routes");
+  KernelSource& addresses_ = named<KernelSource>(sources_, "IPv4 addresses");
+  KernelSource& nexthops_ = named<KernelSource>(sources_, "nexthop objects");
+  KernelSource& routes_ = named<KernelSource>(sources_, "IPv4 routes");
+  TableView& fecRows_ = named<TableView>(views_, "fecs");
+  TableView& routeRows_ = named<TableView>(views_, "routes");
   std::string wishes_;
   bool compared_ = false;
   int runs_ = 0;

@@ -126,3 +126,4 @@ def test_history_decides_nothing(router, seed):
     router.agrees(cold, within=10)
     assert cold.tables() == agent.tables()
     assert any(cold.tables().values())
+    assert router.loads_as_published()["addresses"]

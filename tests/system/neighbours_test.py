@@ -222,3 +222,4 @@ def test_a_random_history(router, seed):
     changes(8)
     cold = router.agent()
     assert router.neighbours_agree(cold, within=5) == router.neighbours_agree(agent)
+    assert router.loads_as_published()["neighbours"]

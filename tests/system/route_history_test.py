@@ -179,6 +179,8 @@ class History:
 @pytest.mark.parametrize("seed", SEEDS)
 def test_any_history_ends_as_the_kernel_does(router, seed):
     history = History(router, seed)
-    for _ in range(STEPS):
+    for step in range(STEPS):
         history.step()
+        if step % 5 == 0:
+            router.loads_as_published()
     history.ends_as_a_cold_start()

@@ -1,0 +1,296 @@
+#include "kelbase/ctl/ip_objects.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <limits>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <net/if.h>
+
+#include "kelbase/model/route_protocols.h"
+
+namespace Kelbase::Ctl {
+namespace {
+
+using Names = std::vector<std::string_view>;
+
+constexpr std::int64_t idMax = std::numeric_limits<std::uint32_t>::max();
+
+bool has(Names const& names, std::string_view name) {
+  return std::ranges::find(names, name) != names.end();
+}
+
+bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
+
+/// As dev_valid_name() of the kernel's net/core/dev.c.
+bool isLinkName(std::string_view name) {
+  return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
+         std::ranges::none_of(name, [](char c) {
+           return c == '/' || c == ':' || c == '\0' ||
+                  std::isspace(static_cast<unsigned char>(c)) != 0;
+         });
+}
+
+Dovel::IntfId linkName(Fields const& fields, std::string_view field) {
+  static std::string const expected = fmt::format(
+      "an interface name of 1 to {} bytes without '/', ':' or white space", IFNAMSIZ - 1);
+  std::string const& name = fields.text(field, expected);
+  if (!isLinkName(name)) fields.failExpected(field, expected);
+  return Dovel::IntfId(name);
+}
+
+template <class Addr>
+Addr address(Fields const& fields, std::string_view name) {
+  constexpr std::string_view expected =
+      Addr::bits == Dovel::IpAddr::bits ? "an IPv4 address" : "an IPv6 address";
+  try {
+    return Addr(std::string_view(fields.text(name, expected)));
+  } catch (Mav::RangeException const&) {
+    fields.failExpected(name, expected);
+  }
+}
+
+template <class Addr>
+Addr localAddress(Fields const& fields) {
+  auto const addr = address<Addr>(fields, "local");
+  if (addr.isUnspecified()) fields.failExpected("local", "an address that an interface can have");
+  return addr;
+}
+
+template <class Addr>
+std::uint8_t prefixLength(Fields const& fields) {
+  return static_cast<std::uint8_t>(fields.wholeNumber("prefixlen", 0, Addr::bits));
+}
+
+Dovel::IntfId label(Fields const& fields) {
+  static std::string const expected = fmt::format("a label of at most {} bytes", IFNAMSIZ - 1);
+  if (!fields.has("label")) return {};
+  std::string const& text = fields.text("label", expected);
+  if (text.size() >= IFNAMSIZ || text.find('\0') != text.npos) {
+    fields.failExpected("label", expected);
+  }
+  return Dovel::IntfId(text);
+}
+
+/// Nothing where there is none, or one of another kind of link.
+std::optional<Dovel::EthAddr> ethAddrOf(Fields const& fields) {
+  if (!fields.has("lladdr")) return std::nullopt;
+  try {
+    return Dovel::EthAddr(std::string_view(fields.text("lladdr", "a link address")));
+  } catch (Mav::RangeException const&) {
+    return std::nullopt;
+  }
+}
+
+Dovel::Prefix destination(Fields const& fields) {
+  constexpr std::string_view expected = R"(an IPv4 prefix or "default")";
+  std::string const& text = fields.text("dst", expected);
+  if (text == "default") return {};
+  try {
+    return Dovel::Prefix(text.find('/') == text.npos ? text + "/32" : text);
+  } catch (Mav::RangeException const&) {
+    fields.failExpected("dst", expected);
+  }
+}
+
+/// Other names are of /etc/iproute2, and those of nobody that is known.
+std::uint8_t protocolOf(Fields const& fields) {
+  constexpr std::string_view left = "boot";  // what `ip` leaves out without -details
+  std::string_view const text =
+      fields.has("protocol") ? fields.text("protocol", "the name of a protocol") : left;
+  std::uint8_t number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  for (RouteProtocol const& known : routeProtocols) {
+    if (known.name == text) return known.number;
+  }
+  return number;
+}
+
+RouteKind kindOf(Fields const& fields) {
+  if (!fields.has("type")) return RouteKind::unicast;
+  std::string const& type = fields.text("type", "a route type");
+  if (type == "unicast") return RouteKind::unicast;
+  if (type == "blackhole") return RouteKind::blackhole;
+  if (type == "unreachable") return RouteKind::unreachable;
+  if (type == "prohibit") return RouteKind::prohibit;
+  return RouteKind::other;
+}
+
+/// "0x10", or a name of /etc/iproute2/rt_dsfield: of those the kernel's order alone is known.
+std::uint8_t tosOf(Fields const& fields) {
+  if (!fields.has("tos")) return 0;
+  std::string_view text = fields.text("tos", "a type of service");
+  if (text.starts_with("0x")) text.remove_prefix(2);
+  std::uint8_t number = 1;
+  std::from_chars(text.data(), text.data() + text.size(), number, 16);
+  return number;
+}
+
+bool isOfMainTable(Fields const& fields) {
+  if (!fields.has("table")) return true;
+  std::string const& table = fields.text("table", "the name or number of a table");
+  return table == "main" || table == "254";
+}
+
+std::uint32_t objectId(Fields const& fields, std::string_view name) {
+  return static_cast<std::uint32_t>(fields.wholeNumber(name, 1, idMax));
+}
+
+bool hasHop(Fields const& fields) { return fields.has("gateway") || fields.has("dev"); }
+
+/// An IPv6 gateway leaves its link alone: an IPv4 row has no place for it.
+Hop readHop(Fields const& fields, LinkNames& links) {
+  Hop hop;
+  if (fields.has("gateway") && !isIp6Text(fields.text("gateway", "an address"))) {
+    hop.nextHop = address<Dovel::IpAddr>(fields, "gateway");
+  }
+  if (fields.has("dev")) hop.ifIndex = links.numberOf(fields, "dev");
+  return hop;
+}
+
+/// Dead is, too, one without carrier where the link has ignore_routes_with_linkdown.
+bool isDead(Fields const& fields) {
+  return fields.has("flags") && has(fields.names("flags"), "dead");
+}
+
+void addHop(Fields const& fields, LinkNames& links, ListedRoute& route) {
+  auto const hop = readHop(fields, links);
+  if (route.object == 0 && isDead(fields)) {
+    route.deadLinks.push_back(hop.ifIndex);
+  } else {
+    route.hops.push_back(hop);
+  }
+}
+
+void readHops(Fields const& fields, LinkNames& links, ListedRoute& route) {
+  if (fields.has("nhid")) route.object = objectId(fields, "nhid");
+  // A blackhole's routes are listed over lo.
+  if (route.object != 0 && route.kind != RouteKind::unicast) return;
+  if (fields.has("nexthops")) {
+    for (Fields const& hop : fields.objects("nexthops")) {
+      if (!hasHop(hop)) hop.fail("dev", "missing, and no gateway either");
+      addHop(hop, links, route);
+    }
+  } else if (hasHop(fields)) {
+    addHop(fields, links, route);
+  } else if (route.object == 0 && route.kind == RouteKind::unicast) {
+    fields.fail("dev", "missing, and no gateway, nexthops or nhid either");
+  }
+  if (route.hops.empty() && !route.deadLinks.empty()) route.kind = RouteKind::dead;
+}
+
+}  // namespace
+
+std::int32_t LinkNames::numberOf(Fields const& fields, std::string_view name) {
+  auto const [known, isNew] = names_.try_emplace(linkName(fields, name));
+  if (isNew) {
+    known->second = {static_cast<std::int32_t>(names_.size()), fields.place(name)};
+  }
+  return known->second.number;
+}
+
+std::vector<std::int32_t> LinkNames::indexes(Links const& links) const {
+  std::vector<std::int32_t> result(names_.size() + 1);
+  for (auto const& [name, first] : names_) {
+    auto const index = links.linkIndex(name);
+    if (!index) {
+      throw LoadException(
+          fmt::format(R"({}: dev: no link "{}" is known; load the output of 'ip -json link' too)",
+                      first.place, name.name()));
+    }
+    result[static_cast<std::size_t>(first.number)] = *index;
+  }
+  return result;
+}
+
+Link readLink(Fields const& fields) {
+  Link link;
+  link.name = linkName(fields, "ifname");
+  auto const flags = fields.names("flags");
+  link.index = static_cast<std::int32_t>(
+      fields.wholeNumber("ifindex", 1, std::numeric_limits<std::int32_t>::max()));
+  link.isUp = has(flags, "UP");
+  link.isRunning = link.isUp && !has(flags, "NO-CARRIER");
+  link.hasCarrier = has(flags, "LOWER_UP");
+  return link;
+}
+
+std::optional<IpVersion> readFamily(Fields const& fields) {
+  constexpr std::string_view expected = R"("inet", "inet6" or "mpls")";
+  std::string const& name = fields.text("family", expected);
+  if (name == "inet") return IpVersion::v4;
+  if (name == "inet6") return IpVersion::v6;
+  if (name != "mpls") fields.failExpected("family", expected);
+  return std::nullopt;
+}
+
+Address4 readAddress4(std::int32_t link, Fields const& fields) {
+  auto const local = localAddress<Dovel::IpAddr>(fields);
+  auto const length = prefixLength<Dovel::IpAddr>(fields);
+  auto const peer = fields.has("address") ? address<Dovel::IpAddr>(fields, "address") : local;
+  return {.link = link,
+          .key = {local, length, peer},
+          .state = {.label = label(fields), .isSecondary = fields.flag("secondary")}};
+}
+
+Address6 readAddress6(std::int32_t link, Fields const& fields) {
+  auto const local = localAddress<Dovel::Ip6Addr>(fields);
+  return {
+      .link = link,
+      .key = local,
+      .state = {.length = prefixLength<Dovel::Ip6Addr>(fields),
+                .peer = fields.has("address") ? address<Dovel::Ip6Addr>(fields, "address") : local,
+                .isTentative = fields.flag("tentative"),
+                .hasFailed = fields.flag("dadfailed"),
+                .isDeprecated = fields.flag("deprecated")}};
+}
+
+std::optional<Neighbour4> readNeighbour(Fields const& fields, LinkNames& links) {
+  if (isIp6Text(fields.text("dst", "an IP address"))) return std::nullopt;
+  auto const addr = address<Dovel::IpAddr>(fields, "dst");
+  auto const states = fields.names("state");
+  bool const isUsable = std::ranges::none_of(states, [](auto state) {
+    return state == "FAILED" || state == "INCOMPLETE" || state == "NOARP";
+  });
+  auto const linkAddress = ethAddrOf(fields);
+  if (!isUsable || !linkAddress) return std::nullopt;
+  return Neighbour4{.link = links.numberOf(fields, "dev"),
+                    .key = addr,
+                    .state = {*linkAddress, has(states, "PERMANENT")},
+                    .isResolved = true};
+}
+
+std::optional<ListedRoute> readRoute(Fields const& fields, LinkNames& links) {
+  // `ip -6 route` tells a preference (RFC 4191) with each route; its "default" has no other mark.
+  if (fields.has("pref") || isIp6Text(fields.text("dst", "a prefix"))) return std::nullopt;
+  if (!isOfMainTable(fields)) return std::nullopt;
+  ListedRoute route;
+  route.prefix = destination(fields);
+  route.kind = kindOf(fields);
+  route.protocol = protocolOf(fields);
+  route.tos = tosOf(fields);
+  if (fields.has("metric")) {
+    route.metric = static_cast<std::uint32_t>(fields.wholeNumber("metric", 0, idMax));
+  }
+  readHops(fields, links, route);
+  return route;
+}
+
+ListedNexthop readNexthop(Fields const& fields, LinkNames& links) {
+  ListedNexthop nexthop;
+  nexthop.id = objectId(fields, "id");
+  nexthop.isBlackhole = fields.has("blackhole");
+  if (fields.has("group")) {
+    for (Fields const& member : fields.objects("group")) {
+      nexthop.members.push_back(objectId(member, "id"));
+    }
+  } else if (!nexthop.isBlackhole) {
+    if (!hasHop(fields)) fields.fail("dev", "missing, and no gateway, group or blackhole either");
+    nexthop.hop = readHop(fields, links);
+  }
+  return nexthop;
+}
+
+}  // namespace Kelbase::Ctl

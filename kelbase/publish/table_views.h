@@ -1,0 +1,67 @@
+#pragma once
+// The views of one set of tables, written together: by Publisher turn by turn, by `kelbasectl load`
+// at one go.
+//
+//   writeAll                                once, whatever the tables hold
+//   writeChanges, as long as hasMore        then, and whenever the model has changed
+//   writeUnused                             once there is no more
+//
+// Commits nothing; what a write throws leaves it to the caller to write all again. One thread.
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <absl/functional/function_ref.h>
+
+#include "kelbase/publish/table_view.h"
+
+namespace Kelbase {
+
+class TableViews {
+ public:
+  using Counts = Pondo::Writer::SyncCounts;
+
+  /// In the order in which readers are to hear of what comes.
+  void add(std::unique_ptr<TableView> view) { views_.push_back(std::move(view)); }
+
+  /// Makes the tables equal to the model, and tells what of each differed.
+  void writeAll(Pondo::Writer& writer,
+                absl::FunctionRef<void(TableView const&, Counts const&)> told) const {
+    for (auto const& view : views_) told(*view, view->writeAll(writer));
+  }
+  /// What hangs on a link goes before it, and comes after it.
+  void writeChanges(Pondo::Writer& writer) const {
+    for (auto view = views_.rbegin(); view != views_.rend(); ++view) {
+      (*view)->writeRemovals(writer);
+    }
+    for (auto const& view : views_) view->writeRest(writer);
+  }
+  bool hasMore() const {
+    for (auto const& view : views_) {
+      if (view->hasMore()) return true;
+    }
+    return false;
+  }
+  void writeUnused(Pondo::Writer& writer) const {
+    for (auto const& view : views_) view->writeUnused(writer);
+  }
+  /// For the operator: "3 links, IPv4 forwarding on, IPv6 forwarding off, 2 IPv4 addresses, ...".
+  std::string summary() const {
+    std::string result;
+    for (auto const& view : views_) {
+      if (!result.empty()) result += ", ";
+      result += view->summary();
+    }
+    return result;
+  }
+
+  auto begin() const { return views_.begin(); }
+  auto end() const { return views_.end(); }
+
+ private:
+  std::vector<std::unique_ptr<TableView>> views_;
+};
+
+}  // namespace Kelbase
