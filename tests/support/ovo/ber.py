@@ -10,7 +10,7 @@ IP_ADDRESS, COUNTER32, GAUGE32, TIMETICKS, COUNTER64 = 0x40, 0x41, 0x42, 0x43, 0
 
 KINDS = {INTEGER: "INTEGER", OCTETS: "OCTET STRING", NULL: "NULL", OID: "OBJECT IDENTIFIER",
          IP_ADDRESS: "IpAddress", COUNTER32: "Counter32", GAUGE32: "Gauge32",
-         TIMETICKS: "TimeTicks", COUNTER64: "Counter64",
+         TIMETICKS: "TimeTicks", COUNTER64: "Counter64", 0x44: "Opaque",
          0x80: "noSuchObject", 0x81: "noSuchInstance", 0x82: "endOfMibView"}
 TAGS = {kind: tag for tag, kind in KINDS.items()}
 _SIGNED, _UNSIGNED = {INTEGER}, {COUNTER32, GAUGE32, TIMETICKS, COUNTER64}

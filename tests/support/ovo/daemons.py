@@ -122,9 +122,10 @@ class Agent:
     """
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
-                 without=WITHOUT, env=None, module="OvoSnmp", config="",
+                 without=WITHOUT, env=None, module="OvoSnmp", library=None, config="",
                  log="-Lo"):
         self._router, self._env, self._module = router, env or {}, module
+        self._library = library or module
         self._more_config = config
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
@@ -164,7 +165,7 @@ class Agent:
         """Writes its configuration; `reload` has it read."""
         (self.dir / "snmpd.conf").write_text(
             "rwcommunity public\ndontLogTCPWrappersConnects yes\n"
-            + (f"dlmod {self._module} {BUILD}/lib/lib{self._module}.so\n" if plugin else "")
+            + (f"dlmod {self._module} {BUILD}/lib/lib{self._library}.so\n" if plugin else "")
             + self._more_config)
         (self.dir / "snmpd.conf").chmod(0o644)
 

@@ -27,15 +27,11 @@ class Answer(NamedTuple):
     bindings: list
 
 
-def _answer(data):
-    """The request's number and what was answered."""
-    _, message, _ = ber.take(data)
-    _version, _community, (_, pdu) = ber.elements(message)
-    (_, request), (_, status), (_, index), (_, bindings) = ber.elements(pdu)
-    status, index = int.from_bytes(status, "big"), int.from_bytes(index, "big")
-    return int.from_bytes(request, "big"), Answer(
-        ERRORS.get(status, f"error {status}"), index,
-        [ber.decode_binding(one) for _, one in ber.elements(bindings)])
+def decoded(status, index, bindings):
+    """An answer as it came, decoded."""
+    status = int.from_bytes(status, "big")
+    return Answer(ERRORS.get(status, f"error {status}"), int.from_bytes(index, "big"),
+                  [ber.decode_binding(one) for _, one in ber.elements(bindings)])
 
 
 class Client:
@@ -86,37 +82,32 @@ class Client:
 
     def bulk_bytes(self, name, repetitions):
         """A GETBULK of the encoded name: the answer's bindings as they came."""
-        self._request += 1
-        pdu = ber.integer(self._request) + ber.integer(0) + ber.integer(repetitions)
-        pdu += ber.tlv(ber.SEQUENCE, ber.tlv(ber.SEQUENCE, ber.tlv(ber.OID, name) + b"\5\0"))
-        message = ber.integer(1) + self._community + ber.tlv(GETBULK, pdu)
-        for data in self._answers(ber.tlv(ber.SEQUENCE, message), 5.0):
-            _, _, (_, answer) = ber.elements(ber.take(data)[1])
-            (_, request), (_, status), _, (_, bindings) = ber.elements(answer)
-            if int.from_bytes(request, "big") == self._request:
-                assert not any(status), ERRORS.get(status[0])
-                return bindings
+        binding = ber.tlv(ber.SEQUENCE, ber.tlv(ber.OID, name) + b"\5\0")
+        status, _, bindings = self.raw(GETBULK, [binding], 0, repetitions)
+        assert not any(status), ERRORS.get(status[0])
+        return bindings
 
-    def _answers(self, message, timeout):
-        """Sends it, and gives whatever comes until the caller has its answer."""
-        self._socket.settimeout(timeout)
-        try:
-            self._socket.send(message)
-            while True:
-                yield self._socket.recv(65536)
-        except (TimeoutError, ConnectionRefusedError) as silence:
-            raise Silence(f"no answer in {timeout} s") from silence
-
-    def exchange(self, kind, bindings, first=0, second=0, timeout=None):
-        """One request and its answer; `first` and `second` as the PDU has them."""
+    def raw(self, kind, bindings, first=0, second=0, version=1, timeout=None):
+        """One request and its answer as it came: error status, error index, bindings."""
         self._request += 1
         pdu = ber.integer(self._request) + ber.integer(first) + ber.integer(second)
         pdu += ber.tlv(ber.SEQUENCE, b"".join(bindings))
-        message = ber.integer(1) + self._community + ber.tlv(kind, pdu)
-        for data in self._answers(ber.tlv(ber.SEQUENCE, message), timeout or self.patience):
-            request, answer = _answer(data)
-            if request == self._request:
-                return answer
+        message = ber.tlv(ber.SEQUENCE,
+                          ber.integer(version) + self._community + ber.tlv(kind, pdu))
+        self._socket.settimeout(timeout or self.patience)
+        try:
+            self._socket.send(message)
+            while True:
+                _, _, (_, answer) = ber.elements(ber.take(self._socket.recv(65536))[1])
+                (_, request), *parts = ber.elements(answer)
+                if int.from_bytes(request, "big") == self._request:
+                    return tuple(body for _, body in parts)
+        except (TimeoutError, ConnectionRefusedError) as silence:
+            raise Silence(f"no answer in {timeout or self.patience} s") from silence
+
+    def exchange(self, kind, bindings, first=0, second=0, timeout=None):
+        """One request and its answer; `first` and `second` as the PDU has them."""
+        return decoded(*self.raw(kind, bindings, first, second, timeout=timeout))
 
     def ask(self, oid, kind=GET, timeout=1.0):
         """An integer, octets, an exception's or an error's name, or None when nothing came."""
