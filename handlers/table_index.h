@@ -77,8 +77,8 @@ struct UnsignedSyntax {
 };
 
 /// IpAddress: four sub-identifiers and no length, whether the value is set as an IpAddress or as a
-/// string of implied length. (What net-snmp 5.9.3 itself makes of the former has its octets from the
-/// last to the first, on a little-endian machine. The row server writes instances by visit().)
+/// string of implied length. (What net-snmp 5.9.3 itself makes of the former has its octets from
+/// the last to the first, on a little-endian machine. The row server writes instances by visit().)
 template <unsigned char ValueType>
 struct IpAddressSyntax {
   using Value = Dovel::IpAddr;
