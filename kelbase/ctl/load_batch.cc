@@ -232,7 +232,7 @@ void LoadBatch::finishRoutes() {
     listed.kind = route.kind;
     listed.object = kernel_.nexthops.isKnown(route.object) ? route.object : 0;
     listed.hops = listed.object == 0 ? resolved(*route.hops) : Hops();
-    kernel_.routes.is(listed, Routes::Place::listed);
+    kernel_.routes.is(listed, Routes::Rank::listed);
   }
 }
 

@@ -21,7 +21,11 @@ enum class RouteKind : std::uint8_t {
   dead,         // none is chosen for it: no next hop is alive
 };
 
+/// RT_TABLE_MAIN (linux/rtnetlink.h). A VRF has a table of its own.
+inline constexpr std::uint32_t mainTable = 254;
+
 struct ListedRoute {
+  std::uint32_t table = mainTable;
   Dovel::Prefix prefix;
   std::uint32_t metric = 0;  // the kernel's priority
   std::uint8_t tos = 0;

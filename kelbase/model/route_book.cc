@@ -52,7 +52,8 @@ auto findSame(List& list, KernelRoute const& route) {
 
 }  // namespace
 
-void RouteBook::assign(KernelRoute& slot, KernelRoute const& route) {
+template <class Prefix>
+void RouteBook<Prefix>::assign(KernelRoute& slot, KernelRoute const& route) {
   if (slot.hops != route.hops) {
     sets_.ref(route.hops);
     sets_.unref(slot.hops);
@@ -60,7 +61,8 @@ void RouteBook::assign(KernelRoute& slot, KernelRoute const& route) {
   slot = route;
 }
 
-bool RouteBook::add(Dovel::Prefix const& prefix, KernelRoute route, Place place) {
+template <class Prefix>
+bool RouteBook<Prefix>::add(Prefix const& prefix, KernelRoute route, RouteRank rank) {
   route.dump = dump_;
   // The kernel lists in this order, so that a dump of nothing known appends.
   auto const hint = !routes_.empty() && routes_.rbegin()->first < prefix
@@ -72,19 +74,20 @@ bool RouteBook::add(Dovel::Prefix const& prefix, KernelRoute route, Place place)
     ++fresh_;
     return true;
   }
-  return addTo(prefix, hint->second, route, place);
+  return addTo(prefix, hint->second, route, rank);
 }
 
-bool RouteBook::addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
-                      Place place) {
+template <class Prefix>
+bool RouteBook<Prefix>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                              RouteRank rank) {
   if (isStale(slot)) {
     ++fresh_;
-    if (place == Place::listed) return beginAnew(prefix, slot, route);
+    if (rank == RouteRank::listed) return beginAnew(prefix, slot, route);
     slot.dump = dump_;
   }
-  if (slot.kind == severalKind) return addToSeveral(prefix, slot, route, place);
-  bool const ousts = place == Place::replaced || place == Place::only;
-  bool const repeats = place != Place::listed && areSame(slot, route);
+  if (slot.kind == severalKind) return addToSeveral(prefix, slot, route, rank);
+  bool const ousts = rank == RouteRank::replaced || rank == RouteRank::only;
+  bool const repeats = rank != RouteRank::listed && areSame(slot, route);
   if (repeats || (ousts && areRivals(slot, route))) {
     bool const changed = !looksSame(slot, route);
     assign(slot, route);
@@ -92,12 +95,13 @@ bool RouteBook::addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRout
   }
   several_[prefix].assign(1, slot);
   slot = {.kind = severalKind, .dump = dump_};
-  return addToSeveral(prefix, slot, route, place);
+  return addToSeveral(prefix, slot, route, rank);
 }
 
 /// The first that a dump lists of its prefix: what it does not list again is gone.
-bool RouteBook::beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot,
-                          KernelRoute const& route) {
+template <class Prefix>
+bool RouteBook<Prefix>::beginAnew(Prefix const& prefix, KernelRoute& slot,
+                                  KernelRoute const& route) {
   bool const changed = !looksSame(slot, route);
   sets_.ref(route.hops);
   drop(prefix, slot);
@@ -105,28 +109,31 @@ bool RouteBook::beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot,
   return changed;
 }
 
-bool RouteBook::addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot,
-                             KernelRoute const& route, Place place) {
+template <class Prefix>
+bool RouteBook<Prefix>::addToSeveral(Prefix const& prefix, KernelRoute& slot,
+                                     KernelRoute const& route, RouteRank rank) {
   auto& list = several_.at(prefix);
-  if (place == Place::only) eraseRivals(list, route);
-  putInto(list, route, place);
+  if (rank == RouteRank::only) eraseRivals(list, route);
+  putInto(list, route, rank);
   if (list.size() == 1) slotIsOnly(prefix, slot);
   return true;
 }
 
-void RouteBook::putInto(List& list, KernelRoute const& route, Place place) {
-  if (place != Place::listed) {
+template <class Prefix>
+void RouteBook<Prefix>::putInto(List& list, KernelRoute const& route, RouteRank rank) {
+  if (rank != RouteRank::listed) {
     auto const same = findSame(list, route);
     if (same != list.end()) return assign(*same, route);
   }
   auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
   auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
-  if (place == Place::replaced && begin != end) return assign(*begin, route);
+  if (rank == RouteRank::replaced && begin != end) return assign(*begin, route);
   sets_.ref(route.hops);
-  list.insert(place == Place::first ? begin : end, route);
+  list.insert(rank == RouteRank::first ? begin : end, route);
 }
 
-void RouteBook::eraseRivals(List& list, KernelRoute const& route) {
+template <class Prefix>
+void RouteBook<Prefix>::eraseRivals(List& list, KernelRoute const& route) {
   auto const same = findSame(list, route);
   auto const kept = same == list.end() ? nullptr : &*same;
   auto const goes = [&](KernelRoute const& other) {
@@ -141,14 +148,16 @@ void RouteBook::eraseRivals(List& list, KernelRoute const& route) {
 }
 
 /// The prefix has one route left, which needs no list.
-void RouteBook::slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot) {
+template <class Prefix>
+void RouteBook<Prefix>::slotIsOnly(Prefix const& prefix, KernelRoute& slot) {
   auto const dump = slot.dump;
   slot = several_.at(prefix).front();
   slot.dump = dump;
   several_.erase(prefix);
 }
 
-bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
+template <class Prefix>
+bool RouteBook<Prefix>::remove(Prefix const& prefix, KernelRoute const& route) {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return false;
   KernelRoute& slot = found->second;
@@ -168,7 +177,8 @@ bool RouteBook::remove(Dovel::Prefix const& prefix, KernelRoute const& route) {
   return true;
 }
 
-bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+template <class Prefix>
+bool RouteBook<Prefix>::hasRivals(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = several_.find(prefix);
   if (found == several_.end()) return false;
   return std::any_of(found->second.begin(), found->second.end(), [&](KernelRoute const& other) {
@@ -176,7 +186,8 @@ bool RouteBook::hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route)
   });
 }
 
-bool RouteBook::contains(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+template <class Prefix>
+bool RouteBook<Prefix>::contains(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return false;
   if (found->second.kind != severalKind) return areSame(found->second, route);
@@ -184,38 +195,44 @@ bool RouteBook::contains(Dovel::Prefix const& prefix, KernelRoute const& route) 
   return findSame(list, route) != list.end();
 }
 
-bool RouteBook::hasTwins(Dovel::Prefix const& prefix, KernelRoute const& route) const {
+template <class Prefix>
+bool RouteBook<Prefix>::hasTwins(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = several_.find(prefix);
   if (found == several_.end()) return false;
   auto const looksLike = [&](KernelRoute const& other) { return areSame(other, route); };
   return std::count_if(found->second.begin(), found->second.end(), looksLike) > 1;
 }
 
-void RouteBook::drop(Dovel::Prefix const& prefix, KernelRoute const& slot) {
+template <class Prefix>
+void RouteBook<Prefix>::drop(Prefix const& prefix, KernelRoute const& slot) {
   if (slot.kind != severalKind) return sets_.unref(slot.hops);
   for (auto const& route : several_.at(prefix)) sets_.unref(route.hops);
   several_.erase(prefix);
 }
 
-void RouteBook::dumpBegin() {
+template <class Prefix>
+void RouteBook<Prefix>::dumpBegin() {
   if (++dump_ == 0) forgetDumps();
   fresh_ = 0;
 }
 
 /// Of 255 dumps one after the other none may have been whole: nothing may look fresh for its age.
-void RouteBook::forgetDumps() {
+template <class Prefix>
+void RouteBook<Prefix>::forgetDumps() {
   for (auto& [prefix, slot] : routes_) slot.dump = 0;
   dump_ = 1;
 }
 
-void RouteBook::sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+template <class Prefix>
+void RouteBook<Prefix>::sweep(absl::FunctionRef<void(Prefix const&)> gone) {
   std::size_t const stale = routes_.size() - fresh_;
   if (stale == 0) return;
   if (stale < routes_.size() / 8) return eraseStale(gone);
   keepFresh(gone);
 }
 
-void RouteBook::eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+template <class Prefix>
+void RouteBook<Prefix>::eraseStale(absl::FunctionRef<void(Prefix const&)> gone) {
   for (auto it = routes_.begin(); it != routes_.end();) {
     if (!isStale(it->second)) {
       ++it;
@@ -228,7 +245,8 @@ void RouteBook::eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
 }
 
 /// As eraseStale(), where many go: each erased alone would cost more than all that stay.
-void RouteBook::keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
+template <class Prefix>
+void RouteBook<Prefix>::keepFresh(absl::FunctionRef<void(Prefix const&)> gone) {
   Routes kept;
   for (auto const& [prefix, slot] : routes_) {
     if (!isStale(slot)) {
@@ -241,38 +259,46 @@ void RouteBook::keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone) {
   routes_ = std::move(kept);
 }
 
-bool RouteBook::isServed(KernelRoute const& route) {
+template <class Prefix>
+bool RouteBook<Prefix>::isServed(KernelRoute const& route) {
   return route.kind != RouteKind::other && route.kind != RouteKind::dead;
 }
 
-std::optional<KernelRoute> RouteBook::servedOf(Dovel::Prefix const& prefix,
-                                               KernelRoute const& slot) const {
+template <class Prefix>
+std::optional<KernelRoute> RouteBook<Prefix>::servedOf(Prefix const& prefix,
+                                                       KernelRoute const& slot) const {
   auto const chosen = slot.kind == severalKind ? best(several_.at(prefix)) : slot;
   return chosen && isServed(*chosen) ? chosen : std::nullopt;
 }
 
-std::optional<KernelRoute> RouteBook::served(Dovel::Prefix const& prefix) const {
+template <class Prefix>
+std::optional<KernelRoute> RouteBook<Prefix>::served(Prefix const& prefix) const {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return std::nullopt;
   return servedOf(prefix, found->second);
 }
 
-RouteBook::Walk::Walk(RouteBook const& book, Dovel::Prefix const& from)
+template <class Prefix>
+RouteBook<Prefix>::Walk::Walk(RouteBook<Prefix> const& book, Prefix const& from)
     : book_(book), next_(book.routes_.lower_bound(from)) {
   skipUnserved();
 }
 
-void RouteBook::Walk::next() {
+template <class Prefix>
+void RouteBook<Prefix>::Walk::next() {
   ++next_;
   skipUnserved();
 }
 
-void RouteBook::Walk::skipUnserved() {
+template <class Prefix>
+void RouteBook<Prefix>::Walk::skipUnserved() {
   route_.reset();
   for (; next_ != book_.routes_.end(); ++next_) {
     route_ = book_.servedOf(next_->first, next_->second);
     if (route_) return;
   }
 }
+
+template class RouteBook<Dovel::Prefix>;
 
 }  // namespace Kelbase

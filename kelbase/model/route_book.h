@@ -1,6 +1,6 @@
 #pragma once
-// The kernel's IPv4 routes of table main: for each prefix what the kernel has, and which of it is
-// served.
+// One routing table of the kernel, of one version of IP: for each prefix what the kernel has, and
+// which of it is served. Version and table are those of the book, and cost its routes nothing.
 //
 // A prefix may have several routes, told apart by tos and metric, and, when appended, by anything
 // else (net/ipv4/fib_trie.c, fib_table_insert). All are kept, in the kernel's order (tos
@@ -43,17 +43,19 @@ struct KernelRoute {
 };
 static_assert(sizeof(KernelRoute) == 16);
 
+/// Where among routes of the same prefix, tos and metric the kernel puts one.
+enum class RouteRank {
+  listed,    // after those that the dump under way has listed so far, and without the others
+  replaced,  // instead of the first
+  appended,  // last
+  first,
+  only,  // there is no other
+};
+
+/// `Prefix`: Dovel::Prefix, for IPv4.
+template <class Prefix>
 class RouteBook {
  public:
-  /// Where among routes of the same prefix, tos and metric the kernel puts one.
-  enum class Place {
-    listed,    // after those that the dump under way has listed so far, and without the others
-    replaced,  // instead of the first
-    appended,  // last
-    first,
-    only,  // there is no other
-  };
-
   /// `sets`, whose references it holds, must outlive it.
   explicit RouteBook(HopSets& sets) : sets_(sets) {}
 
@@ -61,9 +63,9 @@ class RouteBook {
   class Walk {
    public:
     /// From the first prefix that is not before `from`.
-    explicit Walk(RouteBook const& book, Dovel::Prefix const& from = {});
+    explicit Walk(RouteBook const& book, Prefix const& from = {});
     bool ended() const { return !route_; }
-    Dovel::Prefix const& prefix() const { return next_->first; }
+    Prefix const& prefix() const { return next_->first; }
     KernelRoute const& route() const { return *route_; }
     void next();
 
@@ -71,55 +73,57 @@ class RouteBook {
     void skipUnserved();
 
     RouteBook const& book_;
-    absl::btree_map<Dovel::Prefix, KernelRoute>::const_iterator next_;
+    typename absl::btree_map<Prefix, KernelRoute>::const_iterator next_;
     std::optional<KernelRoute> route_;
   };
 
   /// True when what is served of the prefix may be another now. A route that is there already is
   /// taken as repeated, and stays in its place; but a dump repeats nothing.
-  bool add(Dovel::Prefix const& prefix, KernelRoute route, Place place);
+  bool add(Prefix const& prefix, KernelRoute route, RouteRank rank);
   /// As above. One that is not there changes nothing.
-  bool remove(Dovel::Prefix const& prefix, KernelRoute const& route);
+  bool remove(Prefix const& prefix, KernelRoute const& route);
 
   void dumpBegin();
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
-  void sweep(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
+  void sweep(absl::FunctionRef<void(Prefix const&)> gone);
 
   /// Whether the prefix has others of the route's tos and metric.
-  bool hasRivals(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+  bool hasRivals(Prefix const& prefix, KernelRoute const& route) const;
   /// Whether one of the prefix's routes looks like this one; whether several do.
-  bool contains(Dovel::Prefix const& prefix, KernelRoute const& route) const;
-  bool hasTwins(Dovel::Prefix const& prefix, KernelRoute const& route) const;
+  bool contains(Prefix const& prefix, KernelRoute const& route) const;
+  bool hasTwins(Prefix const& prefix, KernelRoute const& route) const;
 
-  std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const;
+  std::optional<KernelRoute> served(Prefix const& prefix) const;
   /// Prefixes.
   std::size_t size() const { return routes_.size(); }
 
  private:
   using List = std::vector<KernelRoute>;
-  using Routes = absl::btree_map<Dovel::Prefix, KernelRoute>;
+  using Routes = absl::btree_map<Prefix, KernelRoute>;
 
   bool isStale(KernelRoute const& route) const { return route.dump != dump_; }
   static bool isServed(KernelRoute const& route);
-  std::optional<KernelRoute> servedOf(Dovel::Prefix const& prefix, KernelRoute const& slot) const;
+  std::optional<KernelRoute> servedOf(Prefix const& prefix, KernelRoute const& slot) const;
   void forgetDumps();
   void assign(KernelRoute& slot, KernelRoute const& route);
-  bool addTo(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, Place place);
-  bool beginAnew(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route);
-  bool addToSeveral(Dovel::Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
-                    Place place);
-  void putInto(List& list, KernelRoute const& route, Place place);
+  bool addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, RouteRank rank);
+  bool beginAnew(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route);
+  bool addToSeveral(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                    RouteRank rank);
+  void putInto(List& list, KernelRoute const& route, RouteRank rank);
   void eraseRivals(List& list, KernelRoute const& route);
-  void slotIsOnly(Dovel::Prefix const& prefix, KernelRoute& slot);
-  void drop(Dovel::Prefix const& prefix, KernelRoute const& slot);
-  void eraseStale(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
-  void keepFresh(absl::FunctionRef<void(Dovel::Prefix const&)> gone);
+  void slotIsOnly(Prefix const& prefix, KernelRoute& slot);
+  void drop(Prefix const& prefix, KernelRoute const& slot);
+  void eraseStale(absl::FunctionRef<void(Prefix const&)> gone);
+  void keepFresh(absl::FunctionRef<void(Prefix const&)> gone);
 
   HopSets& sets_;
   Routes routes_;
-  absl::flat_hash_map<Dovel::Prefix, List> several_;  // where the slot's kind says so
+  absl::flat_hash_map<Prefix, List> several_;  // where the slot's kind says so
   std::uint8_t dump_ = 1;
   std::size_t fresh_ = 0;  // prefixes that the last dump, or a message since, mentioned
 };
+
+extern template class RouteBook<Dovel::Prefix>;
 
 }  // namespace Kelbase

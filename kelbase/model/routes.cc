@@ -5,20 +5,23 @@ namespace Kelbase {
 Routes::Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, HopSets& sets)
     : nexthops_(nexthops),
       sets_(sets),
-      book_(sets),
       silent_(links, addresses, nexthops, sets,
               [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }) {
   nexthops.observerIs(*this);
+  books_.try_emplace(mainTable, sets);
 }
 
 void Routes::dumpBegin() {
-  book_.dumpBegin();
+  for (auto& [table, book] : books_) book.dumpBegin();
   silent_.dumpBegin();
 }
 
 void Routes::dumpEnd(bool whole) {
   silent_.dumpEnd(whole);
-  if (whole) book_.sweep([this](Dovel::Prefix const& prefix) { tell(prefix); });
+  if (!whole) return;
+  for (auto& [number, book] : books_) {
+    book.sweep([this, table = number](Dovel::Prefix const& prefix) { tell(table, prefix); });
+  }
 }
 
 void Routes::replayIs(bool on) {
@@ -47,12 +50,13 @@ KernelRoute Routes::keptOf(ListedRoute const& listed) {
 /// a tos and metric: each message then says all of it. Among appended ones a replacement, say, hits
 /// the wrong one when its own had gone before the dump. And a second route cannot be told from the
 /// first where they look the same. A dump leaves no doubt.
-void Routes::is(ListedRoute const& listed, Place place) {
+void Routes::is(ListedRoute const& listed, Rank rank) {
   auto route = keptOf(listed);
-  bool const joins = place == Place::appended || place == Place::first;
-  bool const isAmidRivals = isReplay_ && (joins || book_.hasRivals(listed.prefix, route));
-  bool const isSecond = joins && book_.contains(listed.prefix, route);
-  if (place != Place::listed && (isAmidRivals || isSecond)) doubt(Doubt::order);
+  auto& book = books_.try_emplace(listed.table, sets_).first->second;
+  bool const joins = rank == Rank::appended || rank == Rank::first;
+  bool const isAmidRivals = isReplay_ && (joins || book.hasRivals(listed.prefix, route));
+  bool const isSecond = joins && book.contains(listed.prefix, route);
+  if (rank != Rank::listed && (isAmidRivals || isSecond)) doubt(Doubt::order);
   if (listed.object == 0) {
     route.hops = sets_.inlineSet(listed.hops);
   } else {
@@ -60,14 +64,17 @@ void Routes::is(ListedRoute const& listed, Place place) {
     if (listed.kind == RouteKind::blackhole) hidingObjects_.insert(listed.object);
   }
   silent_.routeIs(listed);
-  if (book_.add(listed.prefix, route, place)) tell(listed.prefix);
+  if (book.add(listed.prefix, route, rank)) tell(listed.table, listed.prefix);
 }
 
 void Routes::del(ListedRoute const& listed) {
+  auto const found = books_.find(listed.table);
+  if (found == books_.end()) return;
+  auto& book = found->second;
   auto const route = keptOf(listed);
-  bool const isAmidRivals = isReplay_ && book_.hasRivals(listed.prefix, route);
-  if (isAmidRivals || book_.hasTwins(listed.prefix, route)) doubt(Doubt::order);
-  if (book_.remove(listed.prefix, route)) tell(listed.prefix);
+  bool const isAmidRivals = isReplay_ && book.hasRivals(listed.prefix, route);
+  if (isAmidRivals || book.hasTwins(listed.prefix, route)) doubt(Doubt::order);
+  if (book.remove(listed.prefix, route)) tell(listed.table, listed.prefix);
 }
 
 }  // namespace Kelbase

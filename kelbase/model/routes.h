@@ -1,5 +1,5 @@
 #pragma once
-// The kernel's IPv4 routes of table main, as one says and as another takes away: what messages
+// The kernel's IPv4 routes, table by table, as one says and as another takes away: what messages
 // about routes, links, addresses and nexthop objects mean for the route of each prefix that is in
 // use.
 //
@@ -8,6 +8,7 @@
 // thread.
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,8 +24,8 @@ namespace Kelbase {
 
 class Routes : private Nexthops::Observer {
  public:
-  using Place = RouteBook::Place;
-  using Walk = RouteBook::Walk;
+  using Rank = RouteRank;
+  using Book = RouteBook<Dovel::Prefix>;
 
   /// Hears of changes after they were made, from inside the call that made them; must not make
   /// any.
@@ -32,7 +33,7 @@ class Routes : private Nexthops::Observer {
    public:
     virtual ~Observer() = default;
     /// The route of the prefix that is in use may be another; those of a sweep come in order.
-    virtual void onRoute(Dovel::Prefix const& prefix) = 0;
+    virtual void onRoute(std::uint32_t table, Dovel::Prefix const& prefix) = 0;
   };
 
   enum class Doubt {
@@ -49,7 +50,7 @@ class Routes : private Nexthops::Observer {
   void observerIs(Observer& observer) { observer_ = &observer; }
   void doubtsAre(std::function<void(Doubt)> heard) { doubt_ = std::move(heard); }
 
-  void is(ListedRoute const& listed, Place place);
+  void is(ListedRoute const& listed, Rank rank);
   void del(ListedRoute const& listed);
   /// See SilentChanges.
   void ignoresLinkdownIs(std::int32_t link, bool on) { silent_.ignoresLinkdownIs(link, on); }
@@ -58,13 +59,8 @@ class Routes : private Nexthops::Observer {
   /// From here on messages may be older than what the last dump listed, or are not any more.
   void replayIs(bool on);
 
-  std::optional<KernelRoute> served(Dovel::Prefix const& prefix) const {
-    return book_.served(prefix);
-  }
-  /// Over what is served, from the first prefix that is not before `from`. Ends with any change.
-  Walk walk(Dovel::Prefix const& from = {}) const { return Walk(book_, from); }
-  /// Prefixes.
-  std::size_t size() const { return book_.size(); }
+  /// The routes of a table; that of main is there always. Lives as long as they.
+  Book const& table(std::uint32_t number = mainTable) const { return books_.at(number); }
 
  private:
   void onNexthop(std::uint32_t id) override;
@@ -73,13 +69,13 @@ class Routes : private Nexthops::Observer {
   void doubt(Doubt why) const {
     if (doubt_) doubt_(why);
   }
-  void tell(Dovel::Prefix const& prefix) const {
-    if (observer_) observer_->onRoute(prefix);
+  void tell(std::uint32_t table, Dovel::Prefix const& prefix) const {
+    if (observer_) observer_->onRoute(table, prefix);
   }
 
   Nexthops const& nexthops_;
   HopSets& sets_;
-  RouteBook book_;
+  std::map<std::uint32_t, Book> books_;  // by table
   SilentChanges silent_;
   Observer* observer_ = nullptr;
   std::function<void(Doubt)> doubt_;

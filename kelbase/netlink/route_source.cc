@@ -78,7 +78,7 @@ void RouteSource::receive(NetlinkMessage const& message) {
     return;
   }
   if (!readRoute(message, route_)) return;
-  message.type() == RTM_DELROUTE ? routes_.del(route_) : routes_.is(route_, placeOf(message));
+  message.type() == RTM_DELROUTE ? routes_.del(route_) : routes_.is(route_, rankOf(message));
 }
 
 void RouteSource::onDoubt(Routes::Doubt why) const {
@@ -90,17 +90,18 @@ void RouteSource::onDoubt(Routes::Doubt why) const {
   wantDump(delay);
 }
 
-Routes::Place RouteSource::placeOf(NetlinkMessage const& message) const {
-  if (isDumping_) return Routes::Place::listed;
-  if ((message.flags() & NLM_F_REPLACE) != 0) return Routes::Place::replaced;
-  if ((message.flags() & NLM_F_APPEND) != 0) return Routes::Place::appended;
+Routes::Rank RouteSource::rankOf(NetlinkMessage const& message) const {
+  if (isDumping_) return Routes::Rank::listed;
+  if ((message.flags() & NLM_F_REPLACE) != 0) return Routes::Rank::replaced;
+  if ((message.flags() & NLM_F_APPEND) != 0) return Routes::Rank::appended;
   // What the kernel notifies, not what it was asked (net/ipv4/fib_trie.c, fib_table_insert).
-  if ((message.flags() & NLM_F_EXCL) != 0) return Routes::Place::only;
-  return Routes::Place::first;
+  if ((message.flags() & NLM_F_EXCL) != 0) return Routes::Rank::only;
+  return Routes::Rank::first;
 }
 
 std::string RouteSource::summary() const {
-  return fmt::format("{} IPv4 route{}", routes_.size(), routes_.size() == 1 ? "" : "s");
+  return fmt::format("{} IPv4 route{}", routes_.table().size(),
+                     routes_.table().size() == 1 ? "" : "s");
 }
 
 }  // namespace Kelbase

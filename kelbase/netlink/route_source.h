@@ -34,7 +34,7 @@ class RouteSource : public KernelSource {
 
  private:
   void onDoubt(Routes::Doubt why) const;
-  Routes::Place placeOf(NetlinkMessage const& message) const;
+  Routes::Rank rankOf(NetlinkMessage const& message) const;
 
   Routes& routes_;
   KernelSource const& nexthops_;

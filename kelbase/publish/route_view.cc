@@ -15,7 +15,7 @@ constexpr std::size_t writesALook = 64;
 }  // namespace
 
 RouteView::RouteView(Routes& routes, HopSets const& sets, FecView& fecs)
-    : routes_(routes), sets_(sets), fecs_(fecs) {
+    : routes_(routes.table()), sets_(sets), fecs_(fecs) {
   routes.observerIs(*this);
 }
 
@@ -90,7 +90,7 @@ void RouteView::writeTurned(Pondo::Writer& writer, double end) {
     walked_ = {};
   }
   std::size_t walked = 1;
-  for (auto own = routes_.walk(walked_); !own.ended(); own.next(), ++walked) {
+  for (Routes::Book::Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
     if (walked % writesALook == 0 && Mav::now() > end) {
       walked_ = own.prefix();
       return;
@@ -118,7 +118,7 @@ Pondo::Writer::SyncCounts RouteView::writeAll(Pondo::Writer& writer) {
   turned_.clear();
   fecs_.takeTurned();
   Pondo::Writer::SyncCounts counts;
-  auto own = routes_.walk();
+  Routes::Book::Walk own(routes_);
   auto const markOwn = [&](std::size_t& count) {
     mark(own.prefix());
     own.next();

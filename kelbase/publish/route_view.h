@@ -34,14 +34,16 @@ class RouteView : public TableView, private Routes::Observer {
   std::optional<Pondo::Fib::Route> find(Dovel::Prefix const& prefix) const;
 
  private:
-  void onRoute(Dovel::Prefix const& prefix) override { mark(prefix); }
+  void onRoute(std::uint32_t table, Dovel::Prefix const& prefix) override {
+    if (table == mainTable) mark(prefix);
+  }
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Dovel::Prefix const& prefix);
   void writeChanged(Pondo::Writer& writer, double end);
   void writeTurned(Pondo::Writer& writer, double end);
   void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
 
-  Routes const& routes_;
+  Routes::Book const& routes_;
   HopSets const& sets_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked

@@ -40,6 +40,17 @@ TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
   EXPECT_THAT(fecs(), ElementsAre("4294967298: 10.0.0.4@a"));
 }
 
+TEST_F(RouteSourceTest, ARouteOfAnotherTableIsKeptApart) {
+  route("10.1.0.0/16", 2);
+  ListedRoute other{.table = 10, .prefix = Dovel::Prefix(Dovel::IpAddr("10.1.0.0"), 16)};
+  other.hops = {{Dovel::IpAddr("10.0.0.3"), 3}};
+  kernel_.routes.is(other, RouteRank::replaced);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a"));
+  gone("10.1.0.0/16", 2);
+  EXPECT_THAT(written(), IsEmpty());
+  EXPECT_EQ(kernel_.routes.table(10).size(), 1U);
+}
+
 TEST_F(RouteSourceTest, OfEqualMetricsTos0ThenTheKernelsFirst) {
   route("10.1.0.0/16", 2, 0, NLM_F_CREATE | NLM_F_EXCL, 8);
   route("10.1.0.0/16", 3, 0, NLM_F_CREATE | NLM_F_EXCL);
