@@ -42,7 +42,9 @@ TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
 
 TEST_F(RouteSourceTest, ARouteOfAnotherTableIsKeptApart) {
   route("10.1.0.0/16", 2);
-  ListedRoute other{.table = 10, .prefix = Dovel::Prefix(Dovel::IpAddr("10.1.0.0"), 16)};
+  ListedRoute other;
+  other.table = 10;
+  other.prefix = Dovel::Prefix(Dovel::IpAddr("10.1.0.0"), 16);
   other.hops = {{Dovel::IpAddr("10.0.0.3"), 3}};
   kernel_.routes.is(other, RouteRank::replaced);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a"));
