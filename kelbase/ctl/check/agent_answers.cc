@@ -5,28 +5,26 @@
 #include <charconv>
 
 #include <fmt/format.h>
+#include <served_objects.h>
 
 namespace Kelbase::Ctl {
 namespace {
 
-/// An object of ours. It has no row while the published table has none.
-struct Object {
-  std::string_view name;
-  std::string_view oid;
-  std::string_view table;  // empty: always answered
-};
-
-constexpr std::array objects{
-    Object{"ipForwarding", "1.3.6.1.2.1.4.1", {}},
-    Object{"ipAddrTable", "1.3.6.1.2.1.4.20", "addresses"},
-    Object{"ipNetToMediaTable", "1.3.6.1.2.1.4.22", "neighbours"},
-    Object{"ipCidrRouteNumber", "1.3.6.1.2.1.4.24.3", {}},
-    Object{"ipCidrRouteTable", "1.3.6.1.2.1.4.24.4", "routes"},
-    Object{"ipv6IpForwarding", "1.3.6.1.2.1.4.25", {}},
-    Object{"ipAddressPrefixTable", "1.3.6.1.2.1.4.32", "addresses"},
-    Object{"ipAddressTable", "1.3.6.1.2.1.4.34", "addresses"},
-    Object{"brivetSwFwdIpStatsTable", "1.3.6.1.4.1.99999.3.1.1.1", {}},
-};
+/// The published table without whose records one of our tables has no rows; empty of all others,
+/// which always answer.
+std::string_view publishedTableOf(ServedObject const& object) {
+  struct Filled {
+    std::string_view name;
+    std::string_view by;
+  };
+  constexpr std::array all{
+      Filled{"ipAddrTable", "addresses"},    Filled{"ipNetToMediaTable", "neighbours"},
+      Filled{"ipCidrRouteTable", "routes"},  Filled{"ipAddressPrefixTable", "addresses"},
+      Filled{"ipAddressTable", "addresses"},
+  };
+  auto const* const found = std::ranges::find(all, object.name, &Filled::name);
+  return found == all.end() ? std::string_view{} : found->by;
+}
 
 constexpr int ourPriority = 64;
 constexpr std::string_view sysUpTime = "1.3.6.1.2.1.1.3";
@@ -95,15 +93,16 @@ Finding silentFinding(AgentAddress const& address, std::string const& said) {
           "that community (--community NAME)?"};
 }
 
-bool hasRows(Object const& object, Status const& status) {
-  auto const table = std::ranges::find(status.tables, object.table, &Status::Table::name);
-  return object.table.empty() || table == status.tables.end() || table->counts.records > 0;
+bool hasRows(ServedObject const& object, Status const& status) {
+  auto const published = publishedTableOf(object);
+  auto const table = std::ranges::find(status.tables, published, &Status::Table::name);
+  return published.empty() || table == status.tables.end() || table->counts.records > 0;
 }
 
 constexpr char const* loadRemedy =
     "put the dlmod line into snmpd.conf; snmpd's log tells what the module waits for";
 
-std::string showRemedy(Object const& object) {
+std::string showRemedy(ServedObject const& object) {
   bool const isStandard = isBelow(object.oid, "1.3.6.1.2.1.4");
   return fmt::format(
       "view NAME included .{} in snmpd.conf, for the view of this community (Debian: "
@@ -112,7 +111,7 @@ std::string showRemedy(Object const& object) {
 }
 
 /// Nothing where the view does not show who has registered what.
-std::optional<bool> isRegistered(Object const& object,
+std::optional<bool> isRegistered(ServedObject const& object,
                                  std::vector<Registration> const& registrations) {
   if (registrations.empty()) return std::nullopt;
   return std::ranges::any_of(registrations, [&](Registration const& one) {
@@ -120,7 +119,7 @@ std::optional<bool> isRegistered(Object const& object,
   });
 }
 
-Finding objectFinding(Asker const& asker, Object const& object, Status const& status,
+Finding objectFinding(Asker const& asker, ServedObject const& object, Status const& status,
                       std::vector<Registration> const& registrations) {
   std::string const name(object.name);
   std::string said;
@@ -148,7 +147,7 @@ Finding foreignFinding(std::vector<Registration> const& registrations) {
   std::string names;
   for (auto const& one : registrations) {
     bool const overlaps = std::ranges::any_of(
-        objects, [&](Object const& object) { return isBelow(one.oid, object.oid); });
+        servedObjects, [&](ServedObject const& object) { return isBelow(one.oid, object.oid); });
     if (!overlaps || one.priority == ourPriority) continue;
     names += fmt::format("{}{} at {}", names.empty() ? "" : ", ", one.name, one.oid);
   }
@@ -178,7 +177,7 @@ Findings answerFindings(AgentAddress const& address, Status const& status, RunTo
   if (!asker.answers(sysUpTime, said)) return {silentFinding(address, said)};
   auto const registrations = registrationsOf(asker.ask("snmpbulkwalk", moduleNames).value_or(""));
   Findings findings;
-  for (auto const& object : objects) {
+  for (auto const& object : servedObjects) {
     findings.push_back(objectFinding(asker, object, status, registrations));
   }
   findings.push_back(foreignFinding(registrations));
