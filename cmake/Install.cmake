@@ -8,7 +8,8 @@ install(TARGETS OvoSnmp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/ovosnmp)
 configure_file(packaging/snmpd/ovosnmp.conf.in ovosnmp.conf @ONLY)
 install(FILES "${CMAKE_BINARY_DIR}/ovosnmp.conf"
         DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/snmp/snmpd.conf.d)
-install(FILES mibs/BRIVET-SW-FWD-IP-MIB.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/snmp/mibs)
+install(FILES mibs/BRIVET-KELBASE-MIB.txt mibs/BRIVET-SW-FWD-IP-MIB.txt
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/snmp/mibs)
 install(FILES packaging/ovosnmpd.conf DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/snmp)
 
 install(FILES packaging/kelbased.service packaging/ovosnmpd.service

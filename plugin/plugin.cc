@@ -7,6 +7,7 @@
 #include "platform/blipmark/blipmark.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/tables/format.h"
+#include "plugin/health_source.h"
 #include "stats/stats_file.h"
 #include "stats/stats_scan.h"
 
@@ -38,16 +39,22 @@ void logTimes() {
 Plugin::Plugin(std::filesystem::path const& runDir)
     : mirrors_(Mav::Directory::root(), *this),
       caches_(Mav::Directory::root(), activity_, mirrors_, fib_),
+      health_(IpSnmp::healthFactory("health")),
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
       // Interfaces before the routes through them.
       follower_(activity_, runDir, {&mirrors_, &fib_}),
       loopWatch_(activity_) {
   chooseIpv4Counters(runDir);
   fib_.followerIs(&follower_);
+  health_->sourceIs(HealthSource(runDir, follower_));
+  Mav::Directory::root().mount(IpSnmp::Health::path, health_);
 }
 
 Plugin::~Plugin() {
   logTimes();
+  framework_.unregisterAll();
+  Mav::Directory::root().unmount(IpSnmp::Health::path);
+  health_->sourceIs(nullptr);
   fib_.followerIs(nullptr);
 }
 

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "model/health.h"
 #include "platform/mav/activity.h"
 #include "platform/mav/directory.h"
 #include "platform/pondo/fib/shared_fib.h"
@@ -43,6 +44,7 @@ class Plugin : private State::MountObserver {
   State::Mirrors mirrors_;
   Pondo::Fib::SharedFib fib_;
   Caches caches_;
+  Mav::Ptr<IpSnmp::Health> const health_;
   Snmp::Framework framework_{stockObjectsToDisplace()};
   bool stateKnown_ = false;
   double filedBy_ = Mav::never;

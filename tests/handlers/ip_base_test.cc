@@ -196,7 +196,9 @@ TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
                           line("initialize_table_ipAddressTable", ".4.34"),
                           line("init_IpForward", ".24.3"), line("init_IpForward", ".24.4"),
                           line("initialize_table_ipCidrRouteTable", ".24.4"),
-                          line("initialize_table_brivetSwFwdIpStatsTable", ".99999.3.1.1.1")));
+                          line("initialize_table_brivetSwFwdIpStatsTable", ".99999.3.1.1.1"),
+                          line("init_KelbaseHealth", ".99999.3.2.1"),
+                          line("initialize_table_brivetKelbaseRecordsTable", ".3.2.1.9")));
 }
 
 }  // namespace

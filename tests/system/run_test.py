@@ -74,7 +74,8 @@ def test_once_prints_the_kernels_values(router, user):
     index = {name: number for name, number, _ in router.kernel_links()}["eth1"]
     run = Run(router, "--once", user=user)
     assert run.end() == 0, run.text
-    assert run.text.splitlines()[-9:-1] == [
+    lines = [line for line in run.text.splitlines() if not line.startswith("brivetKelbase")]
+    assert lines[-9:-1] == [
         "ipForwarding.0 = forwarding(1)  [1.3.6.1.2.1.4.1.0]",
         "ipv6IpForwarding.0 = notForwarding(2)  [1.3.6.1.2.1.4.25.0]",
         "ipCidrRouteNumber.0 = 1  [1.3.6.1.2.1.4.24.3.0]",
@@ -88,7 +89,9 @@ def test_once_prints_the_kernels_values(router, user):
         "ipCidrRouteTable: 1 rows, ipCidrRouteIfIndex.10.9.0.0.255.255.0.0.0.0.0.0.0 = 1  "
         "[1.3.6.1.2.1.4.24.4]"]
     assert re.fullmatch(r"brivetSwFwdIpStatsTable: 2 rows, brivetSwFwdIpStatsInReceives.2 = \d+  "
-                        r"\[1.3.6.1.4.1.99999.3.1.1.1\]", run.text.splitlines()[-1])
+                        r"\[1.3.6.1.4.1.99999.3.1.1.1\]", lines[-1])
+    assert "brivetKelbasePublisherAlive.0 = true(1)  [" in run.text
+    assert "brivetKelbaseRecordsTable: 7 rows, brivetKelbaseRecords.7 = 1  [" in run.text
     assert run.leaves_nothing()
 
 

@@ -53,6 +53,7 @@ def _table(line, behind):
 
 
 SCALARS = {line[2]: oid(line[0]) for line, _ in _lines("scalar")}
+SYNTAXES = {line[2]: line[3].split()[0] for line, _ in _lines("scalar")}
 EVERY_TABLE = {line[2]: _table(line, behind) for line, behind in _lines("table")}
 ABSENT = {line[2]: oid(line[0]) for line, _ in _lines("absent")}
 
@@ -64,6 +65,8 @@ TABLES = (ADDR, PREFIX, ADDRESS)  # of addresses
 ROUTE_NUMBER = SCALARS["ipCidrRouteNumber"]
 ROUTE = EVERY_TABLE["ipCidrRouteTable"]
 STATS = EVERY_TABLE["brivetSwFwdIpStatsTable"]
+HEALTH = (1, 3, 6, 1, 4, 1, 99999, 3, 2, 1)
+RECORDS = EVERY_TABLE["brivetKelbaseRecordsTable"]
 
 
 class Tree:

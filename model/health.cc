@@ -1,0 +1,46 @@
+#include "model/health.h"
+
+#include <utility>
+
+#include "platform/mav/time.h"
+
+namespace IpSnmp {
+
+Health::Health(Mav::Name name) : Entity(std::move(name)), takenAt_(-Mav::never) {
+  for (auto const& table : SharedTableEnumerators) {
+    records_.put(static_cast<SharedTable>(table.value), 0);
+  }
+}
+
+void Health::sourceIs(Source source) {
+  source_ = std::move(source);
+  takenAt_ = -Mav::never;
+}
+
+HealthData const& Health::data() const {
+  freshen();
+  return data_;
+}
+
+Health::Records const& Health::records() const {
+  freshen();
+  return records_;
+}
+
+void Health::freshen() const {
+  if (!source_ || Mav::now() - takenAt_ <= freshness) return;
+  source_(data_);
+  takenAt_ = Mav::now();
+  for (std::size_t i = 0; i < data_.records.size(); ++i) {
+    records_.put(static_cast<SharedTable>(SharedTableEnumerators[i].value), data_.records[i]);
+  }
+}
+
+Mav::AttributeTable const& Health::attributeTable() const {
+  static Mav::AttributeTable const table{};
+  return table;
+}
+
+Mav::Ptr<Health> healthFactory(Mav::Name name) { return Mav::makeObject<Health>(std::move(name)); }
+
+}  // namespace IpSnmp

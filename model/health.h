@@ -1,0 +1,73 @@
+#pragma once
+// How the served state is kept, as a manager sees it: whether the publisher lives, how old the
+// state is that it has written, what it has counted, and how many records the shared tables hold.
+// Mounted at "snmp/kelbase/health".
+//
+// Holds the last sample, and takes another one from its source when it is asked for one that is
+// older than half a second: what one request reads is of one sample. The source is the wiring's
+// (plugin/health_source.h); while there is none, the last sample stays. Read by handlers, on the
+// agent's thread. No notifications.
+
+#include <array>
+#include <cstdint>
+#include <functional>
+
+#include "platform/mav/entity.h"
+#include "platform/mav/enumeration.h"
+#include "platform/mav/ordered_map.h"
+
+namespace IpSnmp {
+
+/// The shared tables, numbered as their format numbers them (platform/pondo/tables/tables.h).
+MAV_ENUM(SharedTable, (sharedTableForwarding, 1), (sharedTableLink, 2), (sharedTableAddress4, 3),
+         (sharedTableAddress6, 4), (sharedTableNeighbour4, 5), (sharedTableRoute, 6),
+         (sharedTableFec, 7))
+
+struct HealthData {
+  static constexpr std::uint32_t ageUnknown = 0xFFFF'FFFF;
+
+  bool publisherAlive = false;     // it runs, and says so
+  double publisherUpTime = 0;      // seconds since it was started; 0 when it does not run
+  std::uint32_t age = ageUnknown;  // whole seconds since the tables were last known to be exact
+  bool agentInSync = false;        // the agent has filed what the tables hold, and follows them
+  std::uint64_t generation = 0;    // of the tables, one more for each commit
+  std::uint64_t overruns = 0;      // as the publisher counts since its start
+  std::uint64_t dumps = 0;
+  std::uint64_t rejected = 0;
+  std::array<std::uint64_t, std::size(SharedTableEnumerators)> records{};  // in their order
+};
+
+class Health : public Mav::Entity {
+ public:
+  static constexpr std::string_view path = "snmp/kelbase/health";
+  /// A sample this old (seconds) is still told; an older one is not.
+  static constexpr double freshness = 0.5;
+
+  /// Changes in the last sample what it can tell anew.
+  using Source = std::function<void(HealthData&)>;
+  using Records = Mav::OrderedMap<SharedTable, std::uint64_t>;
+
+  explicit Health(Mav::Name name);
+
+  /// Null: nobody can tell any more.
+  void sourceIs(Source source);
+  HealthData const& data() const;
+  /// How many records each table holds.
+  Records const& records() const;
+
+  std::string_view typeName() const override { return "IpSnmp::Health"; }
+  Mav::AttributeTable const& attributeTable() const override;
+
+ private:
+  void freshen() const;
+
+  Source source_;
+  // A cache: reading is const to who asks.
+  mutable HealthData data_;
+  mutable Records records_;
+  mutable double takenAt_;
+};
+
+Mav::Ptr<Health> healthFactory(Mav::Name name);
+
+}  // namespace IpSnmp

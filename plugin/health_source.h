@@ -1,0 +1,33 @@
+#pragma once
+// What IpSnmp::Health tells, from where it stands: the publisher's own words in
+// RUNDIR/publisher.lock (once a second it writes there), the tables by the follower's snapshot, and
+// the follower itself. A sample is one read of that small file and a handful of looks into shared
+// memory; it waits for nobody. What cannot be read now stays as it was told last, but for the
+// publisher: without its file there is none.
+
+#include <filesystem>
+#include <optional>
+
+#include "model/health.h"
+#include "platform/pondo/environment/run_dir.h"
+#include "platform/pondo/follower/follower.h"
+
+namespace OvoSnmp {
+
+class HealthSource {
+ public:
+  /// `follower` must outlive this.
+  HealthSource(std::filesystem::path runDir, Pondo::Follower const& follower);
+
+  void operator()(IpSnmp::HealthData& data);
+
+ private:
+  void tellPublisher(IpSnmp::HealthData& data);
+  void tellTables(IpSnmp::HealthData& data) const;
+
+  std::filesystem::path const runDir_;
+  Pondo::Follower const& follower_;
+  std::optional<Pondo::PublisherInfo> publisher_;  // as it was last seen
+};
+
+}  // namespace OvoSnmp
