@@ -91,7 +91,7 @@ def test_once_prints_the_kernels_values(router, user):
     assert re.fullmatch(r"brivetSwFwdIpStatsTable: 2 rows, brivetSwFwdIpStatsInReceives.2 = \d+  "
                         r"\[1.3.6.1.4.1.99999.3.1.1.1\]", lines[-1])
     assert "brivetKelbasePublisherAlive.0 = true(1)  [" in run.text
-    assert "brivetKelbaseRecordsTable: 7 rows, brivetKelbaseRecords.7 = 1  [" in run.text
+    assert "brivetKelbaseRecordsTable: 7 rows, brivetKelbaseRecords.7 = " in run.text
     assert run.leaves_nothing()
 
 
