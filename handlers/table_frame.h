@@ -26,7 +26,6 @@
 //
 // Everything here may throw: table_functions.h stands between it and net-snmp.
 
-#include <compare>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -34,6 +33,7 @@
 
 #include "handlers/table_index.h"
 #include "handlers/table_requests.h"
+#include "handlers/table_rows.h"
 #include "handlers/trace.h"
 #include "platform/mav/object.h"
 #include "platform/snmp/set_value.h"
@@ -61,25 +61,12 @@ class TableFrame {
 
  private:
   using Hint = netsnmp_table_request_info;
-  /// Where an instance stands among the keys.
-  struct Place {
-    Snmp::Instance instance;
-    std::strong_ordering operator()(Key const& key) const { return compare(key, instance); }
-  };
-
   static constexpr std::size_t indexCount = std::tuple_size_v<decltype(Table::indexes)>;
   static constexpr auto indexSequence = std::make_index_sequence<indexCount>();
-  /// Rows in the order of their instances, found by a descent.
-  static constexpr bool isSorted = requires(Rows const& rows, Snmp::Instance instance) {
-    rows.firstAfter(Place{instance});
-  };
+  static constexpr bool isSorted = TableRows<Table>::isSorted;
 
   static std::string function(char const* suffix) { return std::string(Table::name) + suffix; }
   static TableDescription const& description();
-  template <class Call>
-  static void forEachIndex(Call const& call) {
-    std::apply([&](auto const&... index) { (call(index), ...); }, Table::indexes);
-  }
 
   static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
   static std::optional<Key> hintedKey(Hint const* hint);
@@ -89,16 +76,6 @@ class TableFrame {
   template <class Index>
   static auto component(Index const& index, netsnmp_variable_list const& variable)
       -> std::optional<typename Index::Syntax::Value>;
-
-  template <class Index>
-  static bool setIndex(Index const& index, unsigned char type, Key const& key,
-                       netsnmp_variable_list* variable);
-
-  // For the row server.
-  class Sorted;
-  static std::strong_ordering compare(Key const& key, Snmp::Instance instance);
-  template <class Visitor>
-  static void visit(Visitor& visitor, Key const& key);
 };
 
 #define FRAME_TRACE(level, suffix, stream)                 \
@@ -128,7 +105,7 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
   }
   auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
   auto registered = std::make_unique<Snmp::IteratorTable>(columnNumbers(table));
-  forEachIndex([&](auto const& index) {
+  forEachIndex<Table>([&](auto const& index) {
     using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
     if (!registered->addIndex(Syntax::declaredType)) {
       MAV_TRACE_AS(snmpTraceHandle(), 0, initializer,
@@ -138,7 +115,7 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
   registered->callbacksAre(callbacks);
   registered->iterator().myvoid = entity.get();
   if constexpr (isSorted) {
-    registered->sortedRowsAre(std::make_unique<Sorted>(entity.get()));
+    registered->sortedRowsAre(std::make_unique<TableRows<Table>>(entity.get()));
   }
   registerTable(table, handler, std::move(registered));
   MAV_TRACE_AS(snmpTraceHandle(), 8, initializer, "Initialized table " << Table::name << ' ');
@@ -261,7 +238,7 @@ netsnmp_variable_list* TableFrame<Table>::iterationHelper(Row const& row,
   }
   auto* variable = putIndexData;
   bool complete = true;
-  forEachIndex([&](auto const& index) {
+  forEachIndex<Table>([&](auto const& index) {
     using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
     FRAME_TRACE(
         2, "IterationHelper",
@@ -270,15 +247,6 @@ netsnmp_variable_list* TableFrame<Table>::iterationHelper(Row const& row,
     if (variable) variable = variable->next_variable;
   });
   return complete ? putIndexData : nullptr;
-}
-
-template <class Table>
-template <class Index>
-bool TableFrame<Table>::setIndex(Index const& index, unsigned char type, Key const& key,
-                                 netsnmp_variable_list* variable) {
-  std::array<unsigned char, columnBufferSize> buffer;
-  auto const length = Index::Syntax::convert(index.get(key), buffer.data(), buffer.size());
-  return variable && Snmp::setVarTypedValue(variable, type, buffer.data(), length);
 }
 
 template <class Table>
@@ -302,59 +270,5 @@ int TableFrame<Table>::handle(int mode, netsnmp_request_info* requests) {
   static std::string const handler = function("_handler");
   return answerTable(description(), handler, mode, requests);
 }
-
-template <class Table>
-template <class Visitor>
-void TableFrame<Table>::visit(Visitor& visitor, Key const& key) {
-  forEachIndex([&](auto const& index) {
-    std::remove_cvref_t<decltype(index)>::Syntax::visit(visitor, index.get(key));
-  });
-}
-
-template <class Table>
-std::strong_ordering TableFrame<Table>::compare(Key const& key, Snmp::Instance instance) {
-  Snmp::InstanceOrder order(instance);
-  visit(order, key);
-  return order.result();
-}
-
-/// One row is all that it holds, and the one that it has its requests answered from.
-template <class Table>
-class TableFrame<Table>::Sorted : public Snmp::SortedRows {
- public:
-  /// `entity` may be null: then there are no rows.
-  explicit Sorted(Entity const* entity) : entity_(entity) {}
-
-  bool find(Snmp::Instance instance, Search search) override {
-    if (!entity_) return false;
-    Place const place{instance};
-    auto const& rows = Table::rows(*entity_);
-    row_ = search == Search::after ? rows.firstAfter(place) : rows.firstAtOrAfter(place);
-    return row_ && (search != Search::at || place(row_.key()) == 0);
-  }
-  bool next() override { return static_cast<bool>(++row_); }
-  void leave() override { row_ = Row(); }
-
-  std::size_t instance(std::span<oid> out) const override {
-    Snmp::InstanceWriter writer(out);
-    visit(writer, row_.key());
-    return writer.size();
-  }
-  void* row() override { return &row_; }
-  bool setIndexes(netsnmp_variable_list* variables) const override {
-    bool complete = true;
-    forEachIndex([&](auto const& index) {
-      using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
-      complete = complete && setIndex(index, Syntax::declaredType, row_.key(), variables);
-      if (variables) variables = variables->next_variable;
-    });
-    return complete;
-  }
-  bool isTraced() const override { return snmpTraceHandle().enabled(2); }
-
- private:
-  Entity const* const entity_;
-  Row row_;
-};
 
 #undef FRAME_TRACE

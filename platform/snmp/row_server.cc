@@ -57,6 +57,18 @@ class RequestData {
   netsnmp_data_list node_{};
 };
 
+/// The rows of one call of the handler, during which none comes or goes.
+class Forgetting {
+ public:
+  explicit Forgetting(SortedRows& rows) : rows_(rows) {}
+  ~Forgetting() { rows_.forget(); }
+  Forgetting(Forgetting const&) = delete;
+  Forgetting& operator=(Forgetting const&) = delete;
+
+ private:
+  SortedRows& rows_;
+};
+
 /// The mode that a table's handler sees of a GETNEXT or GETBULK whose row has been found.
 class GetMode {
  public:
@@ -174,8 +186,10 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
                       netsnmp_agent_request_info* info, netsnmp_request_info* requests) noexcept {
   return guarded(handlerName, requests, [&] {
     auto& server = *static_cast<RowServer*>(handler->myvoid);
-    Call call{handler, handler, registration, info};
+    Call call{handler, handler, registration, info,
+              View(*info, {registration->rootoid, registration->rootoid_len})};
     while (call.table->next) call.table = call.table->next;
+    Forgetting const forgetting(*server.rows_);
     int status = SNMP_ERR_NOERROR;
     for (auto *request = requests, *next = request; request; request = next) {
       next = request->next;
@@ -225,7 +239,7 @@ int RowServer::set(Call const& call, netsnmp_request_info* request) {
 }
 
 int RowServer::walk(Call const& call, netsnmp_request_info* request) {
-  RowWalk walk(*rows_, call.root(), columns_, View(*call.info), [this] { tellEnd(); });
+  RowWalk walk(*rows_, call.root(), columns_, call.view, [this] { tellEnd(); });
   // Unanswered: the agent goes on behind the table.
   if (!walk.start(nameOf(*request), request->inclusive != 0)) return SNMP_ERR_NOERROR;
   bool const isBulk = call.info->mode == MODE_GETBULK;

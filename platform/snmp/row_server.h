@@ -44,6 +44,7 @@ class RowServer {
     netsnmp_mib_handler* table;  // the last of the chain
     netsnmp_handler_registration* registration;
     netsnmp_agent_request_info* info;
+    View view;
 
     int handOn(netsnmp_request_info* request) const;
     Instance root() const { return {registration->rootoid, registration->rootoid_len}; }

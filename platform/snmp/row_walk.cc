@@ -17,8 +17,8 @@ CellPlace CellPlace::named(Instance name, Instance root, std::span<unsigned cons
   return {static_cast<unsigned>(column), name.subspan(root.size() + 2)};
 }
 
-RowWalk::RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> columns, View view,
-                 std::function<void()> onEnd)
+RowWalk::RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> columns,
+                 View const& view, std::function<void()> onEnd)
     : rows_(rows),
       columns_(columns),
       view_(view),

@@ -16,8 +16,8 @@ namespace Snmp {
 class RowWalk {
  public:
   /// Of the table registered at `root`, with its columns in ascending order. `onEnd` is called
-  /// whenever a column has no further row.
-  RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> columns, View view,
+  /// whenever a column has no further row. `view` must outlive it.
+  RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> columns, View const& view,
           std::function<void()> onEnd);
   ~RowWalk() { rows_.leave(); }
   RowWalk(RowWalk const&) = delete;
@@ -41,7 +41,7 @@ class RowWalk {
 
   SortedRows& rows_;
   std::span<unsigned const> const columns_;
-  View const view_;
+  View const& view_;
   std::function<void()> const onEnd_;
   std::array<oid, MAX_OID_LEN> name_;  // ROOT.1.COLUMN.INSTANCE
   std::size_t const prefixSize_;       // as far as COLUMN

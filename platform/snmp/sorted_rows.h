@@ -19,11 +19,14 @@ class SortedRows {
   SortedRows& operator=(SortedRows const&) = delete;
 
   /// Goes to the first row that stands so to `instance`, by one descent; false where there is none.
+  /// The same again, as a manager asks for the columns of a row, costs none until forget().
   virtual bool find(Instance instance, Search search) = 0;
   /// Goes to the row behind; false where there is none.
   virtual bool next() = 0;
   /// Lets go of the row.
   virtual void leave() = 0;
+  /// Forgets what was found: rows may come and go from now on.
+  virtual void forget() = 0;
 
   // Of the row that it stands on:
 

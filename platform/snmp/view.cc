@@ -2,7 +2,7 @@
 
 namespace Snmp {
 
-View::Extent View::extentOf(std::span<oid> subtree) const {
+View::Extent View::ask(std::span<oid> subtree) const {
   if (!pdu_) return Extent::all;
   switch (netsnmp_acm_check_subtree(pdu_, subtree.data(), subtree.size())) {
     case VACM_SUCCESS:

@@ -3,6 +3,7 @@
 // looks at it when an answer is there, and asks again behind a cell that is hidden; asked
 // beforehand, a hidden subtree costs one step however much is in it.
 
+#include <optional>
 #include <span>
 
 #include "platform/snmp/net_snmp.h"
@@ -13,16 +14,24 @@ class View {
  public:
   enum class Extent { all, some, none };
 
-  /// Of the request's PDU, which must outlive it; everything where there is none.
-  explicit View(netsnmp_agent_request_info const& info)
-      : pdu_(info.asp ? info.asp->pdu : nullptr) {}
+  /// Of the request's PDU, which must outlive it, below `root`; everything where there is none. One
+  /// question settles what is shown whole, or not at all.
+  View(netsnmp_agent_request_info const& info, std::span<oid> root)
+      : pdu_(info.asp ? info.asp->pdu : nullptr), root_(root) {}
 
-  /// How much of a subtree is shown; `some` also where the agent cannot tell.
-  Extent extentOf(std::span<oid> subtree) const;
+  /// How much of a subtree of the root is shown; `some` also where the agent cannot tell.
+  Extent extentOf(std::span<oid> subtree) const {
+    if (!whole_) whole_ = ask(root_);
+    return *whole_ == Extent::some ? ask(subtree) : *whole_;
+  }
   bool shows(std::span<oid> name) const;
 
  private:
+  Extent ask(std::span<oid> subtree) const;
+
   netsnmp_pdu* const pdu_;
+  std::span<oid> const root_;
+  mutable std::optional<Extent> whole_;
 };
 
 }  // namespace Snmp
