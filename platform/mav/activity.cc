@@ -25,6 +25,16 @@ namespace {
 constexpr std::uint64_t ownToken = 0;  // the timerfd and the eventfd
 constexpr int eventsMax = 64;          // of one turn; the others come in the next
 
+/// Does what is to be done about a failure: that may fail in its turn, for want of memory, and the
+/// loop goes on all the same.
+template <class Action>
+void tell(Action const& action) noexcept {
+  try {
+    action();
+  } catch (...) {  // a line less, or a busy watch
+  }
+}
+
 [[noreturn]] void throwErrno(std::string_view what) {
   throw Exception(fmt::format("activity: {}: {}", what, std::strerror(errno)));
 }
@@ -70,8 +80,8 @@ struct Activity::Impl {
   void addToEpoll(int descriptor, std::uint32_t events, std::uint64_t token) const;
   void drop(std::uint64_t token);
   void turn(int timeout);
-  void endTurn();
-  void call(std::uint64_t token, std::uint32_t events);
+  void endTurn() noexcept;
+  void call(std::uint64_t token, std::uint32_t events) noexcept;
   void rest(std::uint64_t token);
   void resumeRested();
   void arm();
@@ -132,22 +142,17 @@ void Activity::Impl::turn(int timeout) {
   std::array<epoll_event, eventsMax> events;
   int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
   if (count < 0 && errno != EINTR) throwErrno("epoll_wait");
-  {
-    inTurn = true;
-    struct Scope {
-      Impl& impl;
-      ~Scope() { impl.endTurn(); }
-    } const scope{*this};
-    for (int i = 0; i < count; ++i) {
-      auto const& event = events[static_cast<std::size_t>(i)];
-      if (event.data.u64 != ownToken) call(event.data.u64, event.events);
-    }
-    clock->deliver();
+  inTurn = true;
+  for (int i = 0; i < count; ++i) {
+    auto const& event = events[static_cast<std::size_t>(i)];
+    if (event.data.u64 != ownToken) call(event.data.u64, event.events);
   }
+  clock->deliver();
+  endTurn();
   arm();
 }
 
-void Activity::Impl::endTurn() {
+void Activity::Impl::endTurn() noexcept {
   std::size_t const count = turnEnds.size();  // what an action asks for belongs to the next turn
   for (std::size_t i = 0; i < count; ++i) {
     auto* const end = std::exchange(turnEnds[i], nullptr);
@@ -156,40 +161,47 @@ void Activity::Impl::endTurn() {
     try {
       end->action_();
     } catch (...) {
-      log(Severity::error, fmt::format("activity: end of a turn failed: {}",
-                                       exceptionText(std::current_exception())));
+      tell([] {
+        log(Severity::error, fmt::format("activity: end of a turn failed: {}",
+                                         exceptionText(std::current_exception())));
+      });
     }
   }
   turnEnds.erase(turnEnds.begin(), turnEnds.begin() + static_cast<std::ptrdiff_t>(count));
   inTurn = false;
 }
 
-void Activity::Impl::call(std::uint64_t token, std::uint32_t events) {
+void Activity::Impl::call(std::uint64_t token, std::uint32_t events) noexcept {
   auto const found = watched.find(token);
   if (found == watched.end()) return;  // dropped since the event was fetched
   auto const target = found->second;   // the callback may drop its watch
   try {
     (*target.ready)(events);
   } catch (...) {
-    log(Severity::error, fmt::format("activity: handler of descriptor {} failed: {}", target.fd,
-                                     exceptionText(std::current_exception())));
-    rest(token);
+    tell([&] {
+      log(Severity::error, fmt::format("activity: handler of descriptor {} failed: {}", target.fd,
+                                       exceptionText(std::current_exception())));
+    });
+    tell([&] { rest(token); });
   }
 }
 
 void Activity::Impl::rest(std::uint64_t token) {
   auto const found = watched.find(token);
   if (found == watched.end()) return;
+  rested.push_back(token);
   // Level-triggered: a descriptor that nobody reads stays ready, and each turn would begin with it.
   epoll_ctl(epoll.get(), EPOLL_CTL_DEL, found->second.fd, nullptr);
-  rested.push_back(token);
   if (resume.timeMin() == never) resume.timeMinIs(now() + Clock::retryDelay);
 }
 
 void Activity::Impl::resumeRested() {
-  for (auto const token : std::exchange(rested, {})) {
+  for (; !rested.empty(); rested.pop_back()) {
+    auto const token = rested.back();
     auto const found = watched.find(token);
-    if (found == watched.end() || tokens[found->second.fd] != token) continue;
+    if (found == watched.end()) continue;
+    auto const current = tokens.find(found->second.fd);
+    if (current == tokens.end() || current->second != token) continue;
     try {
       addToEpoll(found->second.fd, found->second.events, token);
     } catch (Exception const& e) {  // closed meanwhile

@@ -89,9 +89,17 @@ Timer::Timer(Ptr<Clock const> clock, std::function<void()> action)
       action_(std::make_shared<std::function<void()> const>(std::move(action))) {}
 
 void Timer::onTime() {
+  double const due = timeMin();
   timeMinIs(never);
   auto const action = action_;
-  (*action)();
+  try {
+    (*action)();
+  } catch (...) {
+    // The clock has it wait a while. Nobody but this function holds the action of a Timer that has
+    // been destroyed.
+    if (action.use_count() > 1) timeMinIs(std::min(timeMin(), due));
+    throw;
+  }
 }
 
 }  // namespace Mav

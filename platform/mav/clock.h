@@ -80,7 +80,7 @@ class Clock : public Entity {
 };
 
 /// A clock reactor whose action is a function. It is disarmed before the action runs, which may arm
-/// it again, and may destroy its Timer.
+/// it again, and may destroy its Timer. An action that throws is due again after retryDelay.
 class Timer : private Clock::NotifieeConst {
  public:
   Timer(Ptr<Clock const> clock, std::function<void()> action);

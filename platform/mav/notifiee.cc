@@ -20,13 +20,23 @@ void traceNotifieeException(AttributeId attribute, std::exception_ptr const& exc
             "exception in handler of attribute " << attribute << ": " << exceptionText(exception));
 }
 
+namespace {
+
+// The trace itself may fail for want of memory.
+void traceInFlight(AttributeId attribute) noexcept try {
+  traceNotifieeException(attribute, std::current_exception());
+} catch (...) {  // a line less
+}
+
+}  // namespace
+
 // noexcept: a notification goes on whatever a notifiee makes of its exception.
 void NotifieeBase::deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept {
-  if (!notifiee) return traceNotifieeException(attribute, std::current_exception());
+  if (!notifiee) return traceInFlight(attribute);
   try {
     notifiee->onException(attribute, std::current_exception());
   } catch (...) {
-    traceNotifieeException(attribute, std::current_exception());
+    traceInFlight(attribute);
   }
 }
 

@@ -128,4 +128,20 @@ TEST_F(ClockTest, timersAreOneShotAndMayDestroyThemselves) {
   EXPECT_EQ(calls, 2);
 }
 
+TEST_F(ClockTest, aTimerWhoseActionThrowsIsDueAgain) {
+  int calls = 0;
+  std::unique_ptr<Mav::Timer> timer;
+  timer = std::make_unique<Mav::Timer>(clock, [&] {
+    if (++calls == 2) timer.reset();
+    throw std::runtime_error("trouble");
+  });
+  timer->timeMinIs(asap);
+  clock->deliver();
+  EXPECT_EQ(clock->timeNext(), 1000.0 + Mav::Clock::retryDelay);
+  time.advance(Mav::Clock::retryDelay);
+  clock->deliver();
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(clock->timeNext(), never);
+}
+
 }  // namespace
