@@ -11,6 +11,7 @@
 
 #include <sys/signalfd.h>
 
+#include "platform/pondo/environment/descriptor.h"
 #include "platform/snmp/net_snmp.h"
 #include "plugin/module.h"
 
@@ -55,6 +56,7 @@ int readCommandLine(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Pondo::openStandardDescriptors();
   if (int const code = readCommandLine(argc, argv); code >= 0) return code;
   snmp_enable_stderrlog();
   netsnmp_enable_subagent();

@@ -12,6 +12,7 @@
 
 #include "kelbase/ctl/command.h"
 #include "kelbase/ctl/fd_output.h"
+#include "platform/pondo/environment/descriptor.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ bool isTerminal(int fd) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Pondo::openStandardDescriptors();
   // A broken pipe comes back as EPIPE, so that the tables are left in order.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios_base::sync_with_stdio(false);

@@ -69,6 +69,7 @@ class Daemon {
 
 int runDaemon(DaemonOptions const& options) try {
   logToStderr();
+  endWithoutMemory();
   for (int level = 1; options.verbose && level <= 2; ++level) traceHandle().enabledIs(level, true);
   Daemon daemon(options);
   return daemon.run();

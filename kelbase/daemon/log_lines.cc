@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <new>
 
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -25,6 +26,16 @@ bool stderrIsJournal() {
 std::string logLine(Mav::Severity severity, std::string_view text, bool journal) {
   if (!journal) return fmt::format("kelbased: {}\n", text);
   return fmt::format("<{}>{}\n", priorities.at(static_cast<std::size_t>(severity)), text);
+}
+
+void endWithoutMemory() {
+  // Made now: later there may be no memory for it.
+  static std::string const line =
+      logLine(Mav::Severity::error, "out of memory: ends, to be started again", stderrIsJournal());
+  std::set_new_handler([] {
+    [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), line.size());
+    _exit(1);
+  });
 }
 
 void logToStderr() {

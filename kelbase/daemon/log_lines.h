@@ -16,6 +16,10 @@ bool stderrIsJournal();
 /// The line as it is written, newline included.
 std::string logLine(Mav::Severity severity, std::string_view text, bool journal);
 
+/// From here on an allocation that fails ends the process with exit code 1, said in one line: what
+/// the kernel was telling would be lost with it, and a successor finds it again.
+void endWithoutMemory();
+
 /// Sends Mav::log and trace lines there for the rest of the process's life.
 void logToStderr();
 

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -27,6 +28,14 @@ class Descriptor {
  private:
   int fd_ = -1;
 };
+
+/// Opens /dev/null as each of the descriptors 0 to 2 that is closed: else a table would get its
+/// number, and with it what is written to stdout and stderr. At the start of a program.
+inline void openStandardDescriptors() {
+  int fd = 0;
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = ::open("/dev/null", O_RDWR);
+  if (fd >= 0) ::close(fd);
+}
 
 /// Tells which file a path or a descriptor leads to. A file that was replaced has another one.
 struct FileIdentity {
