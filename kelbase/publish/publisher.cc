@@ -26,11 +26,20 @@ void Publisher::publish() {
   if (!hooks_.isSettled()) return;  // it calls again
   try {
     write();
+  } catch (Pondo::EnvironmentException const& error) {
+    onWriteFailure(error.what());
+    // A transaction writes anew what it touches: to take something away, too, takes room first.
+    if (error.reason() == Pondo::EnvironmentException::Reason::noSpace && shrinks_)
+      writer_.giveUp();
   } catch (Mav::Exception const& error) {
-    everything_ = true;  // what was not committed is forgotten
-    writer_.abort();
-    onFailure(error.what());
+    onWriteFailure(error.what());
   }
+}
+
+void Publisher::onWriteFailure(char const* what) {
+  everything_ = true;  // what was not committed is forgotten
+  writer_.abort();
+  onFailure(what);
 }
 
 void Publisher::write() {
@@ -50,6 +59,7 @@ void Publisher::write() {
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
   published_ = true;
+  shrinks_ = false;
   if (!failure_.empty())
     Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));
   failure_.clear();
@@ -91,14 +101,20 @@ Pondo::Counters Publisher::counters() const {
 }
 
 void Publisher::writeAll() {
-  views_.writeAll(writer_, [](TableView const& view, TableViews::Counts const& counts) {
+  std::size_t added = 0;
+  std::size_t removed = 0;
+  views_.writeAll(writer_, [&](TableView const& view, TableViews::Counts const& counts) {
+    added += counts.added;
+    removed += counts.removed;
     MAV_TRACE(traceHandle(), 1,
               view.name() << ": " << counts.added << " added, " << counts.changed << " changed, "
                           << counts.removed << " removed, " << counts.unchanged << " unchanged");
   });
+  shrinks_ = removed > added;
 }
 
 void Publisher::watchNotices() {
+  if (writer_.noticeFd() < 0) return;  // a look every second does
   notice_ = activity_.watch(writer_.noticeFd(), EPOLLIN, [this](std::uint32_t) { onNotice(); });
 }
 

@@ -76,6 +76,7 @@ class Publisher {
   void tell();
   std::string trouble() const;
   Pondo::Counters counters() const;
+  void onWriteFailure(char const* what);
   void onFailure(char const* what);
 
   std::filesystem::path const runDir_;
@@ -90,6 +91,7 @@ class Publisher {
   bool published_ = false;
   bool everything_ = true;  // the tables may differ from the model anywhere
   bool complete_ = false;   // they have been equal to the model since they were made
+  bool shrinks_ = false;    // when all was last written, more was to go than to come
   std::string failure_;     // why nothing can be written; empty: it can
   std::uint64_t failures_ = 0;
   std::uint64_t anew_ = 0;  // times that the tables were made anew

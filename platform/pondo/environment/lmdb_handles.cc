@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace Pondo {
@@ -24,11 +27,15 @@ constexpr char const* remake = "restart the publisher, which makes the tables an
 constexpr CodeText codeTexts[] = {
     {ENOENT, Reason::absent, "start kelbased, or set KELBASE_RUNDIR to its run directory"},
     {ENOTDIR, Reason::absent, "set KELBASE_RUNDIR to a directory"},
+    {ELOOP, Reason::absent, "set KELBASE_RUNDIR to a directory"},
+    {ENAMETOOLONG, Reason::absent, "set KELBASE_RUNDIR to a directory"},
     {EACCES, Reason::denied, "let this user's group own the files (kelbased --group)"},
     {EPERM, Reason::denied, "let this user's group own the files (kelbased --group)"},
     {EROFS, Reason::readOnlyMount, "remount it read-write"},
-    {ENOSPC, Reason::noSpace, "enlarge or clear the file system"},
-    {EDQUOT, Reason::noSpace, "enlarge or clear the file system"},
+    {ENOSPC, Reason::noSpace, "the file system is full: enlarge or clear it"},
+    {EDQUOT, Reason::noSpace, "the file system is full: enlarge or clear it"},
+    // What LMDB says of a write that ended early (mdb.c, mdb_page_flush).
+    {EIO, Reason::noSpace, "the file system is full: enlarge or clear it"},
     {MDB_MAP_FULL, Reason::noSpace, "end stopped readers, or use a larger map"},
     {EAGAIN, Reason::busy, "it is tried again"},
     {EINTR, Reason::busy, "it is tried again"},
@@ -69,6 +76,29 @@ void refuseSecond(std::filesystem::path const& directory) {
                   directory.string()));
 }
 
+// As much of the map as is opened where all of it does not fit the address space that the process
+// may have (setrlimit(2)): a quarter of that. 0 where there is no limit.
+std::size_t smallerMap() {
+  struct rlimit limit {};
+  if (::getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return 0;
+  constexpr std::size_t step = std::size_t{1} << 20U;
+  return std::max<std::size_t>(limit.rlim_cur / 4 / step, 1) * step;
+}
+
+struct EnvClose {
+  void operator()(MDB_env* env) const { mdb_env_close(env); }
+};
+using EnvPtr = std::unique_ptr<MDB_env, EnvClose>;
+
+EnvPtr makeHandle(std::filesystem::path const& directory, std::size_t mapSize) {
+  MDB_env* env = nullptr;
+  check(mdb_env_create(&env), directory, "open");
+  EnvPtr owned(env);
+  mdb_env_set_maxdbs(env, Format::tableIdEnd + 2);
+  if (mapSize != 0) check(mdb_env_set_mapsize(env, mapSize), directory, "size the map");
+  return owned;
+}
+
 }  // namespace
 
 void throwCode(int code, std::filesystem::path const& path, std::string_view what) {
@@ -89,34 +119,76 @@ void check(int code, std::filesystem::path const& path, std::string_view what) {
 Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize)
     : directory_(std::move(directory)) {
   refuseSecond(directory_);
-  check(mdb_env_create(&env_), directory_, "open");
-  std::unique_ptr<MDB_env, void (*)(MDB_env*)> guard(env_, &mdb_env_close);
   // No fsync: a tmpfs does not outlive the machine anyway. No slot bound to a thread, so that a
   // snapshot belongs to its object. No read-ahead of what lies in memory. No MDB_WRITEMAP: a full
   // tmpfs is an error of write(2) then, and not a SIGBUS.
-  mdb_env_set_maxdbs(env_, Format::tableIdEnd + 2);
-  if (mode == Mode::write) check(mdb_env_set_mapsize(env_, mapSize), directory_, "size the map");
   unsigned const flags =
       MDB_NOTLS | MDB_NORDAHEAD | (mode == Mode::write ? MDB_NOSYNC : MDB_RDONLY);
-  check(mdb_env_open(env_, directory_.c_str(), flags, 0660), directory_, "open");
-  mdb_env_get_fd(env_, &dataFd_);
+  auto env = makeHandle(directory_, mapSize);
+  int code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
+  if (auto const smaller = smallerMap(); code == ENOMEM && smaller != 0) {
+    env = makeHandle(directory_, smaller);
+    code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
+  }
+  check(code, directory_, "open");
+  mdb_env_get_fd(env.get(), &dataFd_);
   struct stat status {};
   if (::fstat(dataFd_, &status) != 0) throwCode(errno, directory_, "open");
   data_ = {status.st_dev, status.st_ino};
   size_ = status.st_size;
+  watchLock();
   openInProcess().push_back(data_);
-  static_cast<void>(guard.release());
+  env_ = env.release();  // nothing throws from here on
+}
+
+void Environment::watchLock() {
+  auto const file = directory_ / Format::lockFile;
+  lock_ = Descriptor(::open(file.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!lock_ || ::fstat(lock_.get(), &status) != 0) return;
+  lockSize_ = status.st_size;
+  lockHead_ = lockHead().value_or(LockHead{});
+}
+
+std::optional<Environment::LockHead> Environment::lockHead() const {
+  LockHead head{};
+  auto const got = ::pread(lock_.get(), head.data(), head.size(), 0);
+  if (got != static_cast<ssize_t>(head.size())) return std::nullopt;
+  return head;
+}
+
+void Environment::freeBeyondLastPage() const {
+  MDB_envinfo info{};
+  MDB_stat stat{};
+  mdb_env_info(env_, &info);
+  mdb_env_stat(env_, &stat);
+  auto const used = static_cast<std::int64_t>((info.me_last_pgno + 1) * stat.ms_psize);
+  if (used >= size_) return;
+  std::ignore =
+      ::fallocate(dataFd_, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, used, size_ - used);
+}
+
+void Environment::mend() const {
+  struct stat status {};
+  if (lock_ && ::fstat(lock_.get(), &status) == 0 && status.st_size < lockSize_) {
+    std::ignore = ::ftruncate(lock_.get(), lockSize_);
+  }
 }
 
 Environment::~Environment() {
+  mend();
   mdb_env_close(env_);
   auto& open = openInProcess();
   open.erase(std::find(open.begin(), open.end(), data_));
 }
 
-bool Environment::whole() const {
+char const* Environment::damaged() const {
   struct stat status {};
-  return ::fstat(dataFd_, &status) == 0 && status.st_size >= size_;
+  if (::fstat(dataFd_, &status) != 0 || status.st_size < size_) return Format::dataFile;
+  if (!lock_) return nullptr;
+  bool const isWhole =
+      ::fstat(lock_.get(), &status) == 0 && status.st_size >= lockSize_ && lockHead() == lockHead_;
+  return isWhole ? nullptr : Format::lockFile;
 }
 
 TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& directory) {

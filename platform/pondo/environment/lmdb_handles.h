@@ -73,17 +73,34 @@ class Environment {
   void directoryIs(std::filesystem::path directory) { directory_ = std::move(directory); }
 
   FileIdentity dataIdentity() const { return data_; }
-  /// False when data.mdb has become shorter than it was: to read it then would end in SIGBUS.
-  bool whole() const;
-  /// Sets the size that whole() requires from now on.
+  /// Gives the name of a file that has become shorter than it was, or of the lock file when it
+  /// begins with other bytes; else null. To use it would end in SIGBUS, or under no lock.
+  char const* damaged() const;
+  /// Sets the size that damaged() requires of data.mdb from now on.
   void sizeIs(std::int64_t size) { size_ = size; }
+  /// Gives the file system back what transactions that failed have left beyond the last page in
+  /// use. For the writer, outside of a transaction.
+  void freeBeyondLastPage() const;
+  /// Gives a lock.mdb that was cut its length back, though not what it held: transactions, cursors
+  /// and the environment write to it when they end. For an environment that is given up.
+  void mend() const;
 
  private:
+  static constexpr std::size_t lockHeadSize = 8;  // magic and format (mdb.c, MDB_txbody)
+  using LockHead = std::array<char, lockHeadSize>;
+
+  void watchLock();
+  std::optional<LockHead> lockHead() const;
+
   std::filesystem::path directory_;
   MDB_env* env_ = nullptr;
   int dataFd_ = -1;
   std::int64_t size_ = 0;
   FileIdentity data_;
+  // Closed after LMDB's own (format.h, caveats). None where LMDB has gone on without a lock file.
+  Descriptor lock_;
+  std::int64_t lockSize_ = 0;
+  LockHead lockHead_{};
 };
 
 /// Opens all tables, or makes them in a write transaction. The reason of its exception is foreign

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -22,14 +23,23 @@ constexpr std::uint32_t names =
 
 }  // namespace
 
-PathWatch::PathWatch(std::filesystem::path runDir)
-    : runDir_(std::move(runDir)), inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-  if (inotify_) return;
+Descriptor openInotify(std::filesystem::path const& runDir) {
+  Descriptor inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (inotify) return inotify;
+  int const code = errno;
+  // EMFILE tells of either limit (inotify_init(2)).
+  bool const isOutOfFiles = code == EMFILE && !Descriptor(::open("/", O_PATH | O_CLOEXEC));
+  char const* const advice = isOutOfFiles ? "raise the open files limit (ulimit -n)"
+                                          : "raise fs.inotify.max_user_instances";
   Mav::log(Mav::Severity::warning,
-           fmt::format("{}: cannot be watched: {}; raise fs.inotify.max_user_instances; changes "
-                       "are seen with a delay of some seconds",
-                       runDir_.string(), std::strerror(errno)));
+           fmt::format("{}: cannot be watched: {}; {}; changes are seen with a delay of some "
+                       "seconds",
+                       runDir.string(), std::strerror(code), advice));
+  return inotify;
 }
+
+PathWatch::PathWatch(std::filesystem::path runDir)
+    : runDir_(std::move(runDir)), inotify_(openInotify(runDir_)) {}
 
 bool PathWatch::add(std::filesystem::path const& path, std::uint32_t events, Watched watched) {
   watched.descriptor = ::inotify_add_watch(inotify_.get(), path.c_str(), events);

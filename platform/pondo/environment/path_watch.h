@@ -19,6 +19,11 @@ struct inotify_event;
 
 namespace Pondo {
 
+/// Gives an inotify instance. Where the kernel gives none (its limit is one of the user's processes
+/// together), a log line tells so and the descriptor is empty: who watches `runDir` has to look by
+/// himself.
+Descriptor openInotify(std::filesystem::path const& runDir);
+
 class PathWatch {
  public:
   struct Events {
@@ -26,8 +31,7 @@ class PathWatch {
     bool pathChanged = false;  // the path may lead elsewhere by now, or lead somewhere again
   };
 
-  /// `runDir` is absolute. Where the kernel gives no inotify instance (its limit is one of the
-  /// user's processes together), a log line tells so, fd() is -1, and no event ever comes.
+  /// `runDir` is absolute. Without an inotify instance fd() is -1, and no event ever comes.
   explicit PathWatch(std::filesystem::path runDir);
 
   int fd() const { return inotify_.get(); }

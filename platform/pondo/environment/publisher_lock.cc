@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -69,11 +70,36 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
   } while (!atPath());
   ownershipIs(file_, 0640, group);
   // The predecessor's word counts until this process has one of its own.
-  if (auto const before = publisherInfo(runDir)) exactAt_ = before->exactAt.value_or(0);
+  if (auto const before = publisherInfo(runDir)) {
+    exactAt_ = before->exactAt.value_or(0);
+    predecessorFailed_ = before->opening;
+  }
   head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), epoch(),
                       oneLine(publisher.name));
   if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);
-  if (!write(head_)) throwCode(errno, file_, "write");
+  if (!write(text({}))) throwCode(errno, file_, "write");
+}
+
+PublisherLock::~PublisherLock() {
+  if (!isOpening_) return;
+  try {
+    opened();      // it has failed, and not died
+  } catch (...) {  // the next one takes new tables
+  }
+}
+
+void PublisherLock::opened() {
+  if (std::exchange(isOpening_, false)) write(text({}));
+}
+
+std::string PublisherLock::text(SignOfLife const& sign) const {
+  auto text = head_;
+  if (told_) text += fmt::format("exact={:.3f}\n", exactAt_);
+  if (isOpening_) text += "opening=1\n";
+  if (!sign.trouble.empty()) text += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
+  for (auto const& [name, count] : sign.counters)
+    text += fmt::format("counter.{}={}\n", name, count);
+  return text;
 }
 
 bool PublisherLock::write(std::string const& text) const {
@@ -85,11 +111,8 @@ bool PublisherLock::tell(SignOfLife const& sign) {
   double const now = epoch();
   double const before = exactAt_;
   if (std::isfinite(sign.exactAge)) exactAt_ = now - sign.exactAge;
-  auto text = fmt::format("{}exact={:.3f}\n", head_, exactAt_);
-  if (!sign.trouble.empty()) text += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
-  for (auto const& [name, count] : sign.counters)
-    text += fmt::format("counter.{}={}\n", name, count);
-  write(text);
+  told_ = true;
+  write(text(sign));
   return exactAt_ - before > exactWithin;
 }
 

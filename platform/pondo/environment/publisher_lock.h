@@ -35,6 +35,15 @@ class PublisherLock {
   /// holds it.
   PublisherLock(std::filesystem::path const& runDir, Publisher const& publisher,
                 std::optional<gid_t> group);
+  ~PublisherLock();
+  PublisherLock(PublisherLock const&) = delete;
+  PublisherLock& operator=(PublisherLock const&) = delete;
+
+  /// The publisher before this one died between taking the lock and opened(): of the tables that
+  /// it found, perhaps.
+  bool predecessorFailed() const { return predecessorFailed_; }
+  /// The tables that were found, or made, have been written to and read.
+  void opened();
 
   /// Gives a sign of life: rewrites the file. True when the tables are exact again after a while
   /// (exactWithin) in which they were not, or nobody told. What cannot be written is lost, and its
@@ -46,12 +55,16 @@ class PublisherLock {
   bool atPath() const;
 
  private:
+  std::string text(SignOfLife const& sign) const;
   bool write(std::string const& text) const;
 
   std::filesystem::path file_;
   Descriptor fd_;
   std::string head_;    // the lines that stay
   double exactAt_ = 0;  // seconds since the epoch
+  bool told_ = false;
+  bool isOpening_ = true;
+  bool predecessorFailed_ = false;
 };
 
 }  // namespace Pondo

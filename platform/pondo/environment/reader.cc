@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include "platform/pondo/environment/lmdb_handles.h"
 #include "platform/pondo/environment/table_files.h"
@@ -30,7 +31,7 @@ std::array<char, Format::sequenceSize> encodeSequence(std::uint64_t sequence) {
 
 std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
   // Tells a run directory that is absent from tables that are not there yet.
-  if (!std::filesystem::exists(runDir)) throwCode(ENOENT, runDir, "open");
+  if (::access(runDir.c_str(), F_OK) != 0) throwCode(errno, runDir, "open");
   auto tables = runDir / Format::tablesDirectory;
   checkFiles(tables);
   return tables;
@@ -40,7 +41,7 @@ std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
 
 struct Reader::Impl {
   explicit Impl(std::filesystem::path const& runDir);
-  ~Impl() = default;
+  ~Impl() { env.mend(); }
   Impl(Impl const&) = delete;
   Impl& operator=(Impl const&) = delete;
 
@@ -101,10 +102,10 @@ void Reader::Impl::begin() {
     throw EnvironmentException(tables.string() +
                                ": two snapshots of one reader at a time; drop the first one");
   }
-  if (!env.whole()) {
+  if (auto const* const file = env.damaged()) {
     throw EnvironmentException(
-        fmt::format("{}: has been truncated; restart the publisher, which makes it anew",
-                    (tables / Format::dataFile).string()),
+        fmt::format("{}: has been cut or overwritten; restart the publisher, which makes it anew",
+                    (tables / file).string()),
         Reason::truncated);
   }
   if (txn) {
@@ -132,6 +133,7 @@ MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
 }
 
 void Reader::Impl::end() {
+  env.mend();
   // From here on the publisher may use the snapshot's pages again; the slot stays.
   mdb_txn_reset(txn.get());
   for (auto* const cursors : {&scans, &gets}) {

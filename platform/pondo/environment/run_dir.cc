@@ -45,6 +45,7 @@ void parseNumber(std::string_view text, Number& number) {
 void parseField(std::string_view field, std::string_view value, PublisherInfo& info) {
   if (field == "name") info.name = value;
   if (field == "version") info.version = value;
+  if (field == "opening") info.opening = value == "1";
   if (field == "trouble") info.trouble = value;
   if (field == "pid") parseNumber(value, info.pid);
   if (field == "started") parseNumber(value, info.startedAt);

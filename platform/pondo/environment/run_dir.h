@@ -46,7 +46,8 @@ struct PublisherInfo {
   std::optional<double> exactAt;  // the tables were last exact; 0: never; nothing: it does not tell
   std::string trouble;            // why they are not exact now; empty when they are
   Counters counters;
-  bool alive = false;  // holds the lock at this moment
+  bool opening = false;  // it has not come to use the tables yet, or died before that
+  bool alive = false;    // holds the lock at this moment
 
   Keeping keeping(double now) const;
   /// Seconds since the state was known to be right.

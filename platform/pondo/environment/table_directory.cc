@@ -155,9 +155,9 @@ std::unique_ptr<Environment> openExisting(fs::path const& tables, FileSettings c
   return env;
 }
 
+// New tables would meet these too.
 bool canBeReplaced(Reason reason) {
-  return reason == Reason::absent || reason == Reason::foreign || reason == Reason::truncated ||
-         reason == Reason::schema;
+  return reason != Reason::denied && reason != Reason::readOnlyMount && reason != Reason::noSpace;
 }
 
 }  // namespace
@@ -180,7 +180,8 @@ void removeLeftovers(fs::path const& runDir) {
   std::error_code ignored;
   for (auto const& entry : fs::directory_iterator(runDir, ignored)) {
     auto const name = entry.path().filename().string();
-    if (name.starts_with(stagingPrefix)) removeTableDirectory(entry.path());
+    bool const isLeftover = name.starts_with(stagingPrefix) || name.starts_with(keptPrefix);
+    if (isLeftover && !removeTableDirectory(entry.path())) ::unlink(entry.path().c_str());
   }
 }
 

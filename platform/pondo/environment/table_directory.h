@@ -25,7 +25,8 @@ struct FileSettings {
 /// this user.
 void makeRunDir(std::filesystem::path const& runDir, std::optional<gid_t> group);
 
-/// Removes the half-built tables of a publisher that was killed.
+/// Removes the half-built tables of a publisher that was killed, and what an earlier one moved
+/// aside.
 void removeLeftovers(std::filesystem::path const& runDir);
 
 /// Opens the tables of an earlier publisher. Where there are none, or none that can be used, it

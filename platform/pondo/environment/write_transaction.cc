@@ -26,9 +26,9 @@ CursorPtr openCursor(MDB_txn* txn, MDB_dbi table, std::filesystem::path const& p
 
 WriteTransaction::WriteTransaction(Environment const& env, TableHandles const& handles)
     : env_(env), handles_(handles) {
-  if (!env.whole()) {
-    throw EnvironmentException((env.directory() / Format::dataFile).string() +
-                                   ": has been truncated; the tables are made anew",
+  if (auto const* const file = env.damaged()) {
+    throw EnvironmentException((env.directory() / file).string() +
+                                   ": has been cut or overwritten; the tables are made anew",
                                EnvironmentException::Reason::truncated);
   }
   MDB_txn* raw = nullptr;
@@ -127,6 +127,14 @@ void WriteTransaction::trimLog(std::size_t logMax) {
     if (code != MDB_SUCCESS) fail(code, "trim the change log");
     ++meta_.logFirst;
   }
+}
+
+void WriteTransaction::dropLog() {
+  logCursor_.reset();
+  int const code = mdb_drop(txn_.get(), handles_.log, 0);
+  if (code != MDB_SUCCESS) fail(code, "drop the change log");
+  meta_.logFirst = meta_.logNext;
+  logCursor_ = openCursor(txn_.get(), handles_.log, env_.directory());
 }
 
 Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {

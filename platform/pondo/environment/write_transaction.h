@@ -40,6 +40,9 @@ class WriteTransaction {
   /// Marks the tables as complete: they hold everything there is.
   void completeIs() { meta_.complete = 1; }
 
+  /// Empties the change log, by few pages: readers that have not read it to its end compare again.
+  void dropLog();
+
   /// Makes the changes visible, with the next generation and as `origin`'s state, and trims the
   /// change log to `logMax` entries or a little more.
   Format::MetaRecord commit(std::size_t logMax, Origin origin);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cassert>
 #include <cerrno>
+#include <utility>
 
 #include <fmt/format.h>
 #include <sys/inotify.h>
@@ -11,6 +12,8 @@
 
 #include "platform/mav/time.h"
 #include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/path_watch.h"
+#include "platform/pondo/environment/reader_report.h"
 #include "platform/pondo/environment/reader_slots.h"
 #include "platform/pondo/environment/table_directory.h"
 #include "platform/pondo/environment/table_files.h"
@@ -21,6 +24,11 @@ namespace Pondo {
 namespace {
 
 using Reason = EnvironmentException::Reason;
+
+/// What there is to try where a transaction has no room (takeRoomStep).
+constexpr int roomSteps = 3;
+/// Seconds until tables that cannot be used are given up.
+constexpr double failingMax = 3.0;
 
 std::filesystem::path plainPath(std::filesystem::path const& path) {
   auto plain = std::filesystem::absolute(path).lexically_normal();
@@ -41,16 +49,23 @@ struct Writer::Impl {
   Outcome erase(TableId table, std::string_view key);
   void commit();
   void commitComplete();
+  void onCommitted();
   void abort();
   bool service();
 
   template <class Operation>
   auto attempt(Operation const& operation);
   WriteTransaction& transaction();
-  bool makeRoom(int stage);
+  bool makeRoom(int& step);
+  bool takeRoomStep(int step);
+  void dropLog();
   bool isLost() const;
+  bool isReadable();
   void takeLock();
+  std::unique_ptr<Environment> replaceTables() const;
   void adopt(std::unique_ptr<Environment> environment);
+  void letGo();
+  void giveUp();
   void makeAnew();
   void moveAwayFromStoppedReader();
   void copyTables();
@@ -62,13 +77,14 @@ struct Writer::Impl {
   std::filesystem::path const runDir;
   Options const options;
   FileSettings const settings;
-  Descriptor const notices;
+  Descriptor const notices;  // may be none
 
   // Changed by the publisher's thread.
   std::optional<PublisherLock> lock;
   std::unique_ptr<Environment> env;  // null when lost
   TableHandles handles;
   Format::MetaRecord meta;
+  FileIdentity directory;
   FileIdentity lockFile;
   Descriptor doorbell;
   std::vector<int> watches;
@@ -76,20 +92,33 @@ struct Writer::Impl {
   Batch batch;
   StoppedReaderWatch stopped;
   double copyNotBefore = 0;
+  double failsSince = Mav::never;  // nothing could be written since then
+  double unreadableSince = Mav::never;
+  bool hasGivenUp = false;  // and told so
 };
 
 Writer::Impl::Impl(std::filesystem::path const& path, Options given)
     : runDir(plainPath(path)),
       options(std::move(given)),
       settings{options.mapSize, groupOf(options)},
-      notices(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-  if (!notices) throwCode(errno, runDir, "watch");
+      notices(openInotify(runDir)) {
   makeRunDir(runDir, settings.group);
   // The lock before anything else is touched: of two that start at once, one makes the tables.
   takeLock();
   removeLeftovers(runDir);
-  adopt(openOrMakeTables(runDir, settings));
+  makeReadersFile(runDir, settings.group);
+  adopt(lock->predecessorFailed() ? replaceTables() : openOrMakeTables(runDir, settings));
   ring();  // readers learn that the publisher is back
+}
+
+std::unique_ptr<Environment> Writer::Impl::replaceTables() const {
+  if (identityAt(runDir / Format::tablesDirectory)) {
+    Mav::log(Mav::Severity::warning,
+             runDir.string() +
+                 ": the publisher before this one died while it opened the tables; "
+                 "they are made anew");
+  }
+  return makeEmptyTables(runDir, settings);
 }
 
 void Writer::Impl::takeLock() {
@@ -105,9 +134,11 @@ void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
   meta = readMeta(raw, handles.meta, environment->directory());
   // A commit, though of nothing, keeps the handles open.
   check(mdb_txn_commit(reading.release()), runDir, "read");
+  directory = identityAt(environment->directory()).value_or(FileIdentity{});
   lockFile = identityAt(environment->directory() / Format::lockFile).value_or(FileIdentity{});
   doorbell = openDoorbell(runDir, settings);
   env = std::move(environment);
+  failsSince = unreadableSince = Mav::never;
   watch();
 }
 
@@ -145,17 +176,15 @@ WriteTransaction& Writer::Impl::transaction() {
 // Where there is no room, room is made and all that was not committed is done again.
 template <class Operation>
 auto Writer::Impl::attempt(Operation const& operation) {
-  for (int stage = 0;; ++stage) {
+  for (int step = 0;;) {
     try {
       return operation(transaction());
     } catch (EnvironmentException const& e) {
+      if (env) env->mend();
       txn.reset();
       auto const reason = e.reason();
-      try {
-        if (reason == Reason::noSpace && makeRoom(stage)) continue;
-      } catch (EnvironmentException const& second) {
-        Mav::log(Mav::Severity::warning, second.what());
-      }
+      if (reason == Reason::noSpace && makeRoom(step)) continue;
+      if (reason != Reason::noSpace) failsSince = std::min(failsSince, Mav::now());
       abort();
       // What the library calls broken is not used again; service() makes it anew.
       if (reason == Reason::foreign || reason == Reason::truncated) env.reset();
@@ -167,14 +196,40 @@ auto Writer::Impl::attempt(Operation const& operation) {
   }
 }
 
-bool Writer::Impl::makeRoom(int stage) {
-  // A killed reader holds pages by its slot alone. A copy helps where at most half of what is used
-  // is still live.
-  if (stage == 0 && freeDeadSlots(env->get()) > 0) return true;
+// From what costs nothing to what costs most. What fails in its turn is tried no further.
+bool Writer::Impl::makeRoom(int& step) {
+  while (step < roomSteps) {
+    try {
+      if (takeRoomStep(step++)) return true;
+    } catch (EnvironmentException const& e) {
+      if (e.reason() != Reason::noSpace) Mav::log(Mav::Severity::warning, e.what());
+    }
+  }
+  return false;
+}
+
+bool Writer::Impl::takeRoomStep(int step) {
+  if (step == 0) {
+    env->freeBeyondLastPage();
+    removeLeftovers(runDir);
+    freeDeadSlots(env->get());  // a killed reader holds pages by its slot alone
+    return true;
+  }
+  if (step == 1) {
+    dropLog();
+    return true;
+  }
+  // A copy helps where at most half of what is used is still live.
   auto const space = spaceOf(*env, handles);
-  if (stage > 1 || space.used / 2 < space.live) return false;
+  if (space.used / 2 < space.live) return false;
   copyTables();
   return true;
+}
+
+void Writer::Impl::dropLog() {
+  WriteTransaction dropping(*env, handles);
+  dropping.dropLog();
+  meta = dropping.commit(options.logMax, options.origin);
 }
 
 Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view value) {
@@ -193,12 +248,20 @@ Outcome Writer::Impl::erase(TableId table, std::string_view key) {
 
 void Writer::Impl::commit() {
   if (batch.empty()) {
+    lock->opened();
     txn.reset();  // gives the write lock back
+    failsSince = Mav::never;
     return;
   }
   meta = attempt([this](WriteTransaction& t) { return t.commit(options.logMax, options.origin); });
+  onCommitted();
+}
+
+void Writer::Impl::onCommitted() {
+  lock->opened();
   txn.reset();
   batch.clear();
+  failsSince = Mav::never;
   ring();
 }
 
@@ -209,9 +272,7 @@ void Writer::Impl::commitComplete() {
     t.completeIs();
     return t.commit(options.logMax, options.origin);
   });
-  txn.reset();
-  batch.clear();
-  ring();
+  onCommitted();
 }
 
 void Writer::Impl::abort() {
@@ -227,32 +288,64 @@ void Writer::Impl::ring() const {
 
 bool Writer::Impl::isLost() const {
   auto const tables = runDir / Format::tablesDirectory;
-  return !env || !env->whole() || !lock->atPath() ||
+  return !env || env->damaged() || !lock->atPath() || identityAt(tables) != directory ||
          identityAt(tables / Format::dataFile) != env->dataIdentity() ||
          identityAt(tables / Format::lockFile) != lockFile;
 }
 
-void Writer::Impl::makeAnew() {
+// Damage that only shows when the tables are used, to a publisher that has nothing to write.
+bool Writer::Impl::isReadable() try {
+  MDB_txn* raw = nullptr;
+  int const code = mdb_txn_begin(env->get(), nullptr, MDB_RDONLY, &raw);
+  if (code == MDB_READERS_FULL) return true;
+  check(code, runDir, "read");
+  TxnPtr const reading(raw);
+  readMeta(raw, handles.meta, env->directory());
+  return true;
+} catch (EnvironmentException const&) {
+  return false;
+}
+
+void Writer::Impl::letGo() {
+  if (env) env->mend();
   abort();
   env.reset();
+}
+
+void Writer::Impl::giveUp() {
+  letGo();
+  hasGivenUp = true;
+  removeTableDirectory(runDir / Format::tablesDirectory);  // its room is what the new ones need
+  Mav::log(Mav::Severity::warning,
+           runDir.string() + ": no room to change the tables in; they are made anew");
+}
+
+void Writer::Impl::makeAnew() {
+  letGo();
   makeRunDir(runDir, settings.group);
   if (!lock->atPath()) takeLock();
+  makeReadersFile(runDir, settings.group);
   adopt(makeEmptyTables(runDir, settings));
-  Mav::log(Mav::Severity::warning,
-           runDir.string() + ": was deleted, replaced or damaged; the tables are made anew");
+  if (!std::exchange(hasGivenUp, false)) {
+    Mav::log(Mav::Severity::warning,
+             runDir.string() + ": was deleted, replaced or damaged; the tables are made anew");
+  }
   ring();
 }
 
 bool Writer::Impl::service() {
   drainNotices();
   // The path is what readers follow: an environment that is whole but not there any more is lost.
-  if (isLost()) {
+  bool const isOver = Mav::now() - std::min(failsSince, unreadableSince) >= failingMax;
+  if (isLost() || isOver) {
     makeAnew();
     return true;
   }
+  unreadableSince = isReadable() ? Mav::never : std::min(unreadableSince, Mav::now());
   if (!identityAt(runDir / Format::tablesDirectory / Format::doorbellFile)) {
     doorbell = openDoorbell(runDir, settings);
   }
+  makeReadersFile(runDir, settings.group);
   freeDeadSlots(env->get());
   moveAwayFromStoppedReader();
   return false;
@@ -331,6 +424,7 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
 void Writer::commit() { impl_->commit(); }
 void Writer::commitComplete() { impl_->commitComplete(); }
 void Writer::abort() { impl_->abort(); }
+void Writer::giveUp() { impl_->giveUp(); }
 std::uint64_t Writer::generation() const { return impl_->meta.generation; }
 bool Writer::service() { return impl_->service(); }
 void Writer::tell(SignOfLife const& sign) {

@@ -104,6 +104,9 @@ class Writer {
   void commitComplete();
   /// Forgets the changes that were not committed.
   void abort();
+  /// Removes the tables, in which there is no room to change them: what is to be written is less
+  /// than what they hold. service() makes new ones; readers keep what they have meanwhile.
+  void giveUp();
 
   std::uint64_t generation() const;
 
@@ -118,7 +121,8 @@ class Writer {
   /// Once a second, whatever service() says. Never throws.
   void tell(SignOfLife const& sign);
 
-  /// Readable when something happened to the run directory's files (inotify).
+  /// Readable when something happened to the run directory's files (inotify); -1 where the kernel
+  /// has none to give.
   int noticeFd() const;
 
   /// Do what put, erase, scan and sync do, with encoded keys and records. Keys that come in

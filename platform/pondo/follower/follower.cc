@@ -11,6 +11,7 @@
 
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/path_watch.h"
+#include "platform/pondo/environment/reader_report.h"
 #include "platform/pondo/follower/comparison.h"
 
 namespace Pondo {
@@ -56,7 +57,8 @@ std::string failureOf(PublisherInfo const& publisher, double now) {
 }  // namespace
 
 struct Follower::Impl {
-  Impl(Mav::Activity& activity, std::filesystem::path const& path, std::vector<Listener*> heard);
+  Impl(Mav::Activity& activity, std::filesystem::path const& path, std::vector<Listener*> heard,
+       std::string const& version);
 
   void onNotice();
   void onTurn();
@@ -107,19 +109,23 @@ struct Follower::Impl {
   std::string situation;  // what the log was last told
   bool warned = false;    // by a warning
   std::string listenerFault;
-  bool publisherFails = false;  // gone, or its tables are not exact
+  bool publisherFails = false;   // gone, or its tables are not exact
+  std::uint64_t resyncs = 0;     // comparisons but for the first
+  std::uint64_t badRecords = 0;  // that earlier readers have skipped
+  std::optional<ReaderReport> report;
   Mav::Timer turn;
   Mav::Activity::TurnEnd turnEnd;
   Mav::Activity::Watch watch;
 };
 
 Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
-                     std::vector<Listener*> heard)
+                     std::vector<Listener*> heard, std::string const& version)
     : runDir(plainPath(path)),
       listeners(std::move(heard)),
       paths(runDir),
       turn(activity.clock(), [this] { onTurn(); }),
       turnEnd(activity, [this] { turnSnapshot.reset(); }) {
+  if (!version.empty()) report.emplace(activity, runDir, version);
   if (paths.fd() >= 0) watch = activity.watch(paths.fd(), EPOLLIN, [this](auto) { onNotice(); });
   turn.timeMinIs(Mav::asap);
 }
@@ -145,6 +151,10 @@ void Follower::Impl::onTurn() {
     if (std::exchange(rangSince, false)) more = true;  // nothing of it was seen
   } catch (EnvironmentException const& e) {
     loseEnvironment(e);
+  } catch (std::exception const& e) {
+    pathChanged = true;  // what is watched may be half of what there is
+    loseEnvironment(EnvironmentException(
+        fmt::format("{}: cannot be followed: {}; it is tried again", runDir.string(), e.what())));
   }
   double next = more ? Mav::asap : nextLook;
   if (notBefore > Mav::now()) next = std::min(nextLook, notBefore);
@@ -161,6 +171,7 @@ void Follower::Impl::look() {
   bool const changed = std::exchange(pathChanged, false);
   // Watched first, looked at then: what happens in between is announced.
   if (!reader || changed) paths.arm();
+  if (report) report->look();
   if (!reader) open();
   lookAtPublisher();
 }
@@ -172,6 +183,7 @@ void Follower::Impl::open() {
 
 void Follower::Impl::closeReader() {
   turnSnapshot.reset();
+  if (reader) badRecords += reader->rejected();
   reader.reset();
 }
 
@@ -249,6 +261,7 @@ bool Follower::Impl::turnSlices() {
     more = slice(now, log);
     if (Mav::now() >= deadline) break;
   }
+  if (report) report->stateIs(now.generation(), resyncs, badRecords + reader->rejected());
   return more;
 }
 
@@ -283,6 +296,7 @@ bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
 
 void Follower::Impl::startComparison(LogState const& log) {
   MAV_TRACE(traceHandle(), 1, runDir << ": comparing everything, change log at " << log.next);
+  if (instance != 0) ++resyncs;
   instance = log.instance;
   position = log.next;
   comparison.emplace(listeners);
@@ -358,8 +372,8 @@ void Follower::Impl::say(std::string now, Mav::Severity severity, std::string co
 }
 
 Follower::Follower(Mav::Activity& activity, std::filesystem::path runDir,
-                   std::vector<Listener*> listeners)
-    : impl_(std::make_unique<Impl>(activity, runDir, std::move(listeners))) {}
+                   std::vector<Listener*> listeners, std::string const& version)
+    : impl_(std::make_unique<Impl>(activity, runDir, std::move(listeners), version)) {}
 
 Follower::~Follower() = default;
 

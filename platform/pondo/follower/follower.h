@@ -74,8 +74,10 @@ class Follower {
   enum class State { waiting, comparing, following };
 
   /// Starts at the next turn of the activity. Listeners hear of a slice in the order of
-  /// `listeners`.
-  Follower(Mav::Activity& activity, std::filesystem::path runDir, std::vector<Listener*> listeners);
+  /// `listeners`. With a version, that of the program or module, it tells the operator of itself
+  /// (reader_report.h).
+  Follower(Mav::Activity& activity, std::filesystem::path runDir, std::vector<Listener*> listeners,
+           std::string const& version = {});
   ~Follower();
   Follower(Follower const&) = delete;
   Follower& operator=(Follower const&) = delete;

@@ -34,8 +34,8 @@
 //   namespaces work as long as no two of them have the same id; a container that reads the tables
 //   should share the host's PID namespace.
 // - POSIX locks belong to a process: closing any descriptor of lock.mdb drops them all. Nobody may
-//   open lock.mdb beside LMDB, nor the same environment twice in one process (Reader and Writer
-//   refuse). Nor may an environment be used across fork().
+//   open lock.mdb beside LMDB and close it before the environment, nor the same environment twice
+//   in one process (Reader and Writer refuse). Nor may an environment be used across fork().
 // - A reader without a slot in the lock table is not protected from page reuse. That happens
 //   silently on a read-only mount; Reader refuses to read then.
 // - data.mdb is made sparse to the size of the map, so that no page below the last used one ever
@@ -59,6 +59,8 @@ inline constexpr char const* lockFile = "lock.mdb";
 /// Eight bytes, the last generation; rewritten after every commit. Only the write matters.
 inline constexpr char const* doorbellFile = "doorbell";
 inline constexpr char const* publisherLockFile = "publisher.lock";
+/// What readers tell of themselves (environment/reader_report.h; not a table).
+inline constexpr char const* readersFile = "readers";
 /// The IPv4 counters, on kernels whose own file the agent cannot read (not a table).
 inline constexpr char const* netSnmpFile = "net-snmp";
 

@@ -116,7 +116,7 @@ TEST_F(FilesTest, truncatedUnderAReader) {
     FAIL();
   } catch (EnvironmentException const& e) {
     EXPECT_EQ(e.what(),
-              data() + ": has been truncated; restart the publisher, which makes it anew");
+              data() + ": has been cut or overwritten; restart the publisher, which makes it anew");
   }
 }
 
@@ -177,11 +177,29 @@ TEST_F(FilesTest, linksAreNotFollowed) {
   EXPECT_THAT(publish(), testing::HasSubstr("error: "));
 }
 
-TEST_F(FilesTest, staleStagingIsRemoved) {
-  fs::create_directory(runDir / "tables.new.abcdef");
-  std::ofstream(runDir / "tables.new.abcdef/data.mdb") << "half";
+TEST_F(FilesTest, whatAnEarlierPublisherLeftBesideTheTablesIsRemoved) {
+  for (auto const* const name : {"tables.new.abcdef", "tables.foreign.abcdef"}) {
+    fs::create_directory(runDir / name);
+    std::ofstream(runDir / name / "data.mdb") << "half";
+  }
+  std::ofstream(runDir / "tables.foreign.ghijkl") << "a file";
   ASSERT_EQ(publish(), "ok");
-  EXPECT_FALSE(fs::exists(runDir / "tables.new.abcdef"));
+  for (auto const& entry : fs::directory_iterator(runDir)) {
+    EXPECT_THAT(entry.path().filename().string(), testing::Not(testing::StartsWith("tables.")));
+  }
+}
+
+TEST_F(FilesTest, tablesThatAPublisherDiedOfAreMadeAnew) {
+  ASSERT_EQ(publish(), "ok");
+  publisher.kill();  // before its first commit
+  Peer second;
+  ASSERT_EQ(second.tell("publish " + runDir.string()), "ok");
+  EXPECT_THAT(second.tell("log"), testing::HasSubstr("died while it opened the tables"));
+  EXPECT_EQ(second.tell("commit"), "0");
+  second.kill();
+  Peer third;
+  ASSERT_EQ(third.tell("publish " + runDir.string()), "ok");
+  EXPECT_EQ(third.tell("log"), "");
 }
 
 TEST_F(FilesTest, oneEnvironmentAProcessAndOneSnapshotAReader) {

@@ -250,6 +250,22 @@ TEST_F(FollowerTest, publisherThatComesLaterIsSeenAtOnce) {
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
 }
 
+TEST_F(FollowerTest, aPathThatLeadsNowhereIsToldAndLookedAtAgain) {
+  followPublisher();
+  fs::rename(runDir, directory.path() / "aside");
+  fs::create_symlink(runDir, runDir);
+  turns(3);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("Too many levels of symbolic links; set")));
+  EXPECT_LE(activity.clock()->timeNext(), Mav::now() + Follower::lookInterval);
+  fs::remove(runDir);
+  fs::rename(directory.path() / "aside", runDir);
+  time.advance(Follower::lookInterval);
+  commit("link a 1");
+  turns(3);
+  EXPECT_EQ(mirror.links.size(), 1U);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
+}
+
 TEST_F(FollowerTest, diedPublisherIsToldWithTheAgeOfTheState) {
   followPublisher();
   commit("link a 1");

@@ -316,7 +316,7 @@ TEST_F(PublishersTest, fullMapIsFreedOfAStoppedReader) {
   ASSERT_EQ(stopped.tell("hold " + runDir.string()), "1");
   for (int i = 2; i < 100; ++i) {
     ASSERT_EQ(publisher.tell("links 0 1000 " + std::to_string(i)), "ok");
-    ASSERT_EQ(publisher.tell("commit"), std::to_string(i));
+    ASSERT_THAT(publisher.tell("commit"), MatchesRegex("[0-9]+")) << i;
   }
   Reader const reader(runDir);
   EXPECT_EQ(reader.snapshot().get<LinkTable>(Dovel::IntfId("if0000999"))->ifIndex, 99);

@@ -1,0 +1,193 @@
+"""What may befall the run directory and its files while daemons run: snmpd lives, serves what it knew,
+and agrees with the kernel again afterwards, whatever the kernel did meanwhile and does from then on."""
+
+import contextlib
+import ctypes
+import os
+import signal
+
+import pytest
+
+from ovo.daemons import BUILD, eventually, stays
+
+AS_DEBIAN = ("-u", "Debian-snmp", "-g", "Debian-snmp")
+# From the end of a fault: a look of the agent, and what the publisher waits until it makes tables anew.
+HEALED = 12.0
+
+
+def prepared(router, options=AS_DEBIAN):
+    """A router with something in every table; its publisher and an agent."""
+    router.links_up("eth1", "eth2")
+    router.batch("addr add 10.1.0.1/24 dev eth1", "addr add 2001:db8::1/64 dev eth2 nodad",
+                 "neigh add 10.1.0.9 lladdr 02:00:00:00:00:09 dev eth1",
+                 *(f"route add 10.9.{n}.0/24 via 10.1.0.{2 + n % 2}" for n in range(40)))
+    router.forward4(True)
+    router.publisher = router.publish()
+    agent = router.agent(options=options)
+    assert agent.answers(), agent.daemon.text()
+    return agent
+
+
+def change(router, turn):
+    """Something comes, goes and changes in every table."""
+    verb = ("del", "add")[turn % 2]
+    router.batch(f"addr {verb} 10.3.{turn // 2}.1/24 dev eth2" if verb == "add" else
+                 f"addr add 10.2.{turn}.1/24 dev eth2",
+                 f"neigh replace 10.1.0.{10 + turn} lladdr 02:00:00:00:01:{turn:02x} dev eth1",
+                 *(f"route replace 10.9.{n}.0/24 via 10.1.0.{4 + turn % 3}"
+                   for n in range(turn % 5, 40, 5)),
+                 f"route add 10.8.{turn}.0/24 via 10.1.0.3 metric {turn}",
+                 f"route del 10.9.{turn}.0/24")
+
+
+def agrees(router, agent, within=HEALED):
+    router.agrees(agent, within)
+    router.routes_agree(agent, within)
+    router.neighbours_agree(agent, within)
+
+
+@contextlib.contextmanager
+def closed_above(router):
+    router.rundir.parent.chmod(0)
+    yield
+    router.rundir.parent.chmod(0o777)
+
+
+@contextlib.contextmanager
+def link_loop(router):
+    aside = router.dir / "aside"
+    router.rundir.rename(aside)
+    router.rundir.symlink_to(router.rundir)
+    yield
+    router.rundir.unlink()
+
+
+@contextlib.contextmanager
+def tables_behind_a_link(router):
+    """The same files, by a path that nobody follows."""
+    (router.rundir / "tables").rename(router.rundir / "elsewhere")
+    (router.rundir / "tables").symlink_to("elsewhere")
+    yield
+
+
+@contextlib.contextmanager
+def lock_cut(router):
+    os.truncate(router.rundir / "tables" / "lock.mdb", 0)
+    yield
+
+
+@contextlib.contextmanager
+def lock_garbled(router):
+    with open(router.rundir / "tables" / "lock.mdb", "r+b") as file:
+        file.write(b"\xff" * 16)
+    yield
+
+
+@contextlib.contextmanager
+def last_page_flipped(router):
+    """Both meta pages of the data file (mdb.c, MDB_meta) name a last page beyond the map."""
+    with open(router.rundir / "tables" / "data.mdb", "r+b") as file:
+        for page in range(2):
+            file.seek(page * 4096 + 136 + 5)
+            file.write(b"\x40")
+    yield
+
+
+FAULTS = [closed_above, link_loop, tables_behind_a_link, lock_cut, lock_garbled, last_page_flipped]
+
+
+@pytest.mark.parametrize("fault", FAULTS, ids=lambda fault: fault.__name__)
+def test_both_daemons_get_over_it(router, fault):
+    agent = prepared(router)
+    agrees(router, agent)
+    with fault(router):
+        change(router, 0)
+        assert stays(agent.daemon.alive, 6), agent.daemon.text()
+        assert agent.get("ipForwarding.0") == 1
+    goes_on(router, agent)
+    assert len(agent.daemon.lines(str(router.rundir))) < 8, agent.daemon.text()
+
+
+def goes_on(router, agent):
+    agrees(router, agent)
+    for turn in range(1, 4):
+        change(router, turn)
+        agrees(router, agent, 2)
+    assert router.publisher.alive(), router.publisher.text()
+
+
+def kelbased(router, *before):
+    """A publisher started by way of other commands."""
+    log = router.dir / "other.log"
+    return router.start(log, *before, BUILD / "bin/kelbased", "--rundir", router.rundir)
+
+
+def test_a_full_file_system_that_is_freed(router):
+    router.space.run("mount", "-t", "tmpfs", "-o", "size=512k", "tmpfs", router.rundir.parent)
+    agent = prepared(router)
+    many = [f"blackhole 10.{64 + (n >> 8)}.{n & 255}.0/24" for n in range(20000)]
+    for removed in (many, many[:19500]):
+        router.batch(*(f"route add {one}" for one in many))
+        assert eventually(lambda: not router.status()["publisher"]["exact"], 10)
+        assert "full" in router.status()["publisher"]["trouble"]
+        router.batch(*(f"route del {one}" for one in removed))
+        assert eventually(lambda: router.status()["publisher"]["exact"], 10), \
+            router.publisher.text()
+        agrees(router, agent)
+    goes_on(router, agent)
+
+
+def test_address_spaces_smaller_than_the_map(router):
+    limit = ("prlimit", f"--as={600 << 20}", "--")
+    daemon = kelbased(router, *limit)
+    router.wait_published(daemon)
+    daemon.stop()
+    agent = prepared(router, options=())
+    router.space.run("prlimit", f"--as={600 << 20}", "--pid", agent.daemon.pid)
+    router.forget_tables()  # opened anew by both
+    goes_on(router, agent)
+
+
+def test_no_inotify_instance_for_the_publisher(router):
+    user = 54321
+    libc = ctypes.CDLL(None)
+    pid = os.fork()
+    if pid == 0:  # takes all that this user may have
+        os.setuid(user)
+        while libc.inotify_init() >= 0:
+            pass
+        signal.pause()
+    try:
+        daemon = router.publish(user=user)
+        assert daemon.lines("cannot be watched.*max_user_instances"), daemon.text()
+        agent = router.agent()
+        assert agent.answers()
+        router.publisher = daemon
+        router.forget_tables()
+        router.links_up("eth1")
+        router.batch("addr add 10.1.0.1/24 dev eth1")
+        agrees(router, agent)
+    finally:
+        os.kill(pid, signal.SIGKILL)
+        os.waitpid(pid, 0)
+
+
+def test_closed_standard_descriptors(router):
+    daemon = kelbased(router, "sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh")
+    assert eventually(lambda: router.status().get("generation"), 10)
+    lock = (router.rundir / "publisher.lock").read_text()
+    assert lock.startswith(f"pid={daemon.pid}") and "publishing" not in lock
+    opened = [os.readlink(f"/proc/{daemon.pid}/fd/{fd}") for fd in range(3)]
+    assert opened == ["/dev/null"] * 3
+
+
+def test_a_publisher_without_memory_ends_and_loses_nothing(router):
+    agent = prepared(router)
+    daemon = router.publisher
+    router.space.run("prlimit", f"--as={daemon.status('VmSize') << 10}", "--pid", daemon.pid)
+    router.batch(*(f"route add 10.{64 + (n >> 8)}.{n & 255}.0/24 via 10.1.0.2"
+                   for n in range(20000)))
+    assert daemon.process.wait(10) == 1, daemon.text()
+    assert daemon.text().splitlines()[-1] == "kelbased: out of memory: ends, to be started again"
+    router.publisher = router.publish()
+    goes_on(router, agent)
