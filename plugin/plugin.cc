@@ -42,7 +42,7 @@ Plugin::Plugin(std::filesystem::path const& runDir)
       health_(IpSnmp::healthFactory("health")),
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
       // Interfaces before the routes through them.
-      follower_(activity_, runDir, {&mirrors_, &fib_}),
+      follower_(activity_, runDir, {&mirrors_, &fib_}, OVO_VERSION),
       loopWatch_(activity_) {
   chooseIpv4Counters(runDir);
   fib_.followerIs(&follower_);

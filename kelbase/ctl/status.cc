@@ -110,6 +110,18 @@ void printPublisher(Context const& context, Status const& status) {
   printTime(context.out, "started", publisher.startedAt, now);
 }
 
+// "snmpd, pid 812, version 0.1.0, schema 5, generation 7, 0 resyncs, 0 bad records"
+void printReaders(std::ostream& out, Pondo::ReaderReports const& reports) {
+  for (auto const& [program, version, pid, schema, generation, resyncs, bad] : reports.readers) {
+    out << fmt::format(
+        "{:<15}{}, pid {}, version {}, schema {}, generation {}, {} resync{}, {} bad record{}\n",
+        "reader", program, pid, version, schema, generation, resyncs, resyncs == 1 ? "" : "s", bad,
+        bad == 1 ? "" : "s");
+  }
+  if (reports.malformed > 0)
+    out << fmt::format("{:<15}{} more, which tell what cannot be\n", "reader", reports.malformed);
+}
+
 void printRows(std::ostream& out, std::span<Column const> columns, std::vector<Row> const& rows) {
   auto const output = textOutput(out, columns);
   output->write(rows);
@@ -143,6 +155,7 @@ void printText(Context const& context, Status const& status) {
     context.out << "schema         " << Pondo::Format::schemaVersion << '\n'
                 << "generation     " << *status.generation << '\n';
   }
+  printReaders(context.out, status.readers);
   printTables(context.out, status);
   if (status.publisher) printCounters(context.out, status.publisher->counters);
 }
@@ -165,6 +178,20 @@ nlohmann::ordered_json publisherJson(Pondo::PublisherInfo const& publisher, doub
   return json;
 }
 
+nlohmann::ordered_json readersJson(Pondo::ReaderReports const& reports) {
+  auto array = nlohmann::ordered_json::array();
+  for (auto const& reader : reports.readers) {
+    array.push_back({{"program", reader.program},
+                     {"pid", reader.pid},
+                     {"version", reader.version},
+                     {"schema", reader.schema},
+                     {"generation", reader.generation},
+                     {"resyncs", reader.resyncs},
+                     {"badRecords", reader.badRecords}});
+  }
+  return array;
+}
+
 char const* originText(Pondo::Origin origin) {
   if (origin == Pondo::Origin::kernel) return "kernel";
   return origin == Pondo::Origin::files ? "files" : "nobody";
@@ -184,6 +211,7 @@ void printJson(Context const& context, Status const& status) {
     json["generation"] = *status.generation;
     json["origin"] = originText(status.origin);
   }
+  json["readers"] = readersJson(status.readers);
   json["tables"] = nlohmann::ordered_json::array();
   for (auto const& table : status.tables) {
     json["tables"].push_back({{"name", table.name},
@@ -207,6 +235,7 @@ Status readStatus(std::filesystem::path const& runDir) {
   } else if (!status.runDirPresent) {
     status.runDirNote = " (absent)";
   }
+  status.readers = Pondo::readerReports(runDir);
   try {
     status.publisher = Pondo::publisherInfo(runDir);
     status.publisherKnown = true;

@@ -11,6 +11,7 @@
 
 #include "kelbase/ctl/context.h"
 #include "kelbase/ctl/table_view.h"
+#include "platform/pondo/environment/reader_report.h"
 #include "platform/pondo/environment/run_dir.h"
 
 namespace Kelbase::Ctl {
@@ -29,6 +30,7 @@ struct Status {
   std::optional<std::uint64_t> generation;        // with it, the tables could be read
   Pondo::Origin origin = Pondo::Origin::nobody;   // of what the tables hold
   std::vector<Table> tables;
+  Pondo::ReaderReports readers;
   std::string error;  // why something could not be read; else empty
 
   bool kept(double now) const {

@@ -85,6 +85,27 @@ def test_a_publisher_that_stands_still_is_told_everywhere(router):
     assert router.status()["publisher"]["exact"] is True
 
 
+def test_what_a_reader_counts_is_shown_while_it_lives(router):
+    router.publish()
+    agent = router.agent(options=("-u", "Debian-snmp", "-g", "Debian-snmp"))
+    assert agent.answers()
+
+    def told(**wanted):
+        (shown,) = router.status()["readers"] or [{}]
+        return wanted.items() <= shown.items() and shown["generation"] == router.status()["generation"]
+
+    assert eventually(lambda: told(program="snmpd", pid=agent.daemon.pid, resyncs=0, badRecords=0), 3)
+    router.link_add("eth1")
+    assert eventually(lambda: told(resyncs=0), 3)
+    router.forget_tables()
+    assert eventually(lambda: told(pid=agent.daemon.pid, resyncs=1), 8), router.status()
+    assert f"snmpd, pid {agent.daemon.pid}, version " in router.ctl("status")
+    agent.reload_and_wait()
+    assert eventually(lambda: told(pid=agent.daemon.pid, resyncs=0), 8), router.status()
+    agent.daemon.kill()
+    assert router.status()["readers"] == []
+
+
 def test_tables_that_cannot_be_written_are_told_and_no_watchdog_is_fed(router):
     router.space.run("mount", "-t", "tmpfs", "-o", "size=512k", "tmpfs", router.rundir.parent)
     log, notify = router.dir / "full.log", router.dir / "notify"

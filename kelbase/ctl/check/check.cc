@@ -46,6 +46,7 @@ int check(Context const& context, std::filesystem::path const& runDir,
           CheckOptions const& options) {
   Status const status = readStatus(runDir);
   Findings findings = publisherFindings(status, context.epoch());
+  append(findings, readerFindings(status, context.version));
   append(findings, processFindings(snmpProcesses(), runDir));
   append(findings, answerFindings({options.agent, options.community}, status, outputOf));
   (options.json ? printJson : printText)(context.out, findings);

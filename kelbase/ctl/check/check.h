@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "kelbase/ctl/check/finding.h"
 #include "kelbase/ctl/context.h"
@@ -24,5 +25,7 @@ int check(Context const& context, std::filesystem::path const& runDir, CheckOpti
 
 /// Of the publisher and its tables.
 Findings publisherFindings(Status const& status, double now);
+/// Of the modules that have told of themselves; `version` is what they are to be of.
+Findings readerFindings(Status const& status, std::string_view version);
 
 }  // namespace Kelbase::Ctl

@@ -80,6 +80,24 @@ Finding bufferFinding(Pondo::Counters const& counters) {
 
 }  // namespace
 
+Findings readerFindings(Status const& status, std::string_view version) {
+  Findings findings;
+  for (auto const& reader : status.readers.readers) {
+    Finding finding{Verdict::good, "module", {}, {}};
+    finding.found =
+        fmt::format("version {} in {}, pid {}: {} resyncs, {} bad records", reader.version,
+                    reader.program, reader.pid, reader.resyncs, reader.badRecords);
+    if (reader.version != version || reader.badRecords != 0) {
+      finding.verdict = Verdict::bad;
+      finding.remedy = fmt::format(
+          "install kelbased, the module and kelbasectl of one version (this is {}); restart {}",
+          version, reader.program);
+    }
+    findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
 Findings publisherFindings(Status const& status, double now) {
   Findings findings{publisherFinding(status, now)};
   if (!status.publisherKnown || !status.publisher) return findings;
