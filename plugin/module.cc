@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/run_dir.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/snmp_log_sink.h"
@@ -24,10 +25,17 @@ bool startFailed = false;
 
 void armStart(unsigned seconds);
 
+void startOver() {
+  Mav::log(Mav::Severity::warning,
+           "memory ran out while changes were taken over; everything is read again");
+  armStart(0);
+}
+
 void start() {
   startAlarm = 0;  // a single alarm ends by itself
   try {
-    plugin = new Plugin(Pondo::defaultRunDir());
+    delete std::exchange(plugin, nullptr);
+    plugin = new Plugin(Pondo::defaultRunDir(), startOver);
     startFailed = false;
   } catch (...) {
     if (!startFailed) Snmp::logFault("cannot start, trying again every 5 s");

@@ -3,8 +3,10 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "platform/blipmark/blipmark.h"
+#include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/tables/format.h"
 #include "plugin/health_source.h"
@@ -36,11 +38,12 @@ void logTimes() {
 
 }  // namespace
 
-Plugin::Plugin(std::filesystem::path const& runDir)
+Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startOver)
     : mirrors_(Mav::Directory::root(), *this),
       caches_(Mav::Directory::root(), activity_, mirrors_, fib_),
       health_(IpSnmp::healthFactory("health")),
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
+      startOver_(activity_.clock(), std::move(startOver)),
       // Interfaces before the routes through them.
       follower_(activity_, runDir, {&mirrors_, &fib_}, OVO_VERSION),
       loopWatch_(activity_) {
@@ -48,9 +51,11 @@ Plugin::Plugin(std::filesystem::path const& runDir)
   fib_.followerIs(&follower_);
   health_->sourceIs(HealthSource(runDir, follower_));
   Mav::Directory::root().mount(IpSnmp::Health::path, health_);
+  Mav::memoryFailureHookIs([this] { startOver_.timeMinIs(Mav::now() + calm); });
 }
 
 Plugin::~Plugin() {
+  Mav::memoryFailureHookIs({});
   logTimes();
   framework_.unregisterAll();
   Mav::Directory::root().unmount(IpSnmp::Health::path);

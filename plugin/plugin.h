@@ -4,6 +4,7 @@
 // keeps the caches, and has the handler units register once there is state to serve.
 
 #include <filesystem>
+#include <functional>
 
 #include "model/health.h"
 #include "platform/mav/activity.h"
@@ -24,9 +25,12 @@ class Plugin : private State::MountObserver {
   /// nobody counts the rows of half a table; but no longer than this, should routes never rest.
   static constexpr double filingMax = 5.0;  // seconds
   static constexpr double filingCheck = 0.01;
+  /// After memory has run out amid a change, all is made anew: once it has not for so long.
+  static constexpr double calm = 5.0;  // seconds
 
+  /// `startOver` is called, outside of any request, when this one is to be replaced by another.
   /// Mav::Exception when the kernel or the daemon refuses a descriptor.
-  explicit Plugin(std::filesystem::path const& runDir);
+  Plugin(std::filesystem::path const& runDir, std::function<void()> startOver);
   /// Undoes every registration, then lets go of everything.
   ~Plugin() override;
   Plugin(Plugin const&) = delete;
@@ -49,6 +53,7 @@ class Plugin : private State::MountObserver {
   bool stateKnown_ = false;
   double filedBy_ = Mav::never;
   Mav::Timer filing_;
+  Mav::Timer startOver_;
   Pondo::Follower follower_;
   SelectLoopWatch loopWatch_;
 };

@@ -1,5 +1,6 @@
 #include "platform/mav/notifiee.h"
 
+#include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 
 namespace Mav {
@@ -32,6 +33,7 @@ void traceInFlight(AttributeId attribute) noexcept try {
 
 // noexcept: a notification goes on whatever a notifiee makes of its exception.
 void NotifieeBase::deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept {
+  noteMemoryFailure();
   if (!notifiee) return traceInFlight(attribute);
   try {
     notifiee->onException(attribute, std::current_exception());

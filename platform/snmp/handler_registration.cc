@@ -1,14 +1,18 @@
 #include "platform/snmp/handler_registration.h"
 
-#include <vector>
+#include <algorithm>
+
+#include <absl/container/inlined_vector.h>
 
 namespace Snmp {
 
 namespace {
 
-// Function-local: built on first use, whichever unit's static objects come first.
-std::vector<HandlerRegistration*>& list() {
-  static std::vector<HandlerRegistration*> registrations;
+// Function-local: built on first use, whichever unit's static objects come first. Room for all of
+// them: an allocation that fails while the library is loaded ends the daemon.
+using List = absl::InlinedVector<HandlerRegistration*, 8>;
+List& list() {
+  static List registrations;
   return registrations;
 }
 
@@ -18,7 +22,10 @@ AutoRegistree::AutoRegistree(HandlerRegistration* registration) : registration_(
   list().push_back(registration);
 }
 
-AutoRegistree::~AutoRegistree() { std::erase(list(), registration_); }
+AutoRegistree::~AutoRegistree() {
+  auto& all = list();
+  all.erase(std::remove(all.begin(), all.end(), registration_), all.end());
+}
 
 std::span<HandlerRegistration* const> handlerRegistrations() { return list(); }
 

@@ -4,7 +4,9 @@ and agrees with the kernel again afterwards, whatever the kernel did meanwhile a
 import contextlib
 import ctypes
 import os
+import pathlib
 import signal
+import subprocess
 
 import pytest
 
@@ -191,3 +193,44 @@ def test_a_publisher_without_memory_ends_and_loses_nothing(router):
     assert daemon.text().splitlines()[-1] == "kelbased: out of memory: ends, to be started again"
     router.publisher = router.publish()
     goes_on(router, agent)
+
+
+class FailingNew:
+    """Has allocations of the module fail in an agent (tests/support/failing_new.cc)."""
+
+    def __init__(self, router):
+        directory = router.fresh_dir("new", readable=True)
+        library, self._file = directory / "failing_new.so", directory / "number"
+        source = pathlib.Path(__file__).resolve().parents[1] / "support/failing_new.cc"
+        subprocess.run(["c++", "-O1", "-shared", "-fPIC", "-o", library, source], check=True)
+        self.one_of(0)
+        self.env = {"LD_PRELOAD": library, "FAILING_NEW": self._file}
+
+    def one_of(self, number):
+        with open(self._file, "r+b" if self._file.exists() else "wb") as file:
+            file.write(number.to_bytes(4, "little"))
+
+
+def ask_everything(agent):
+    """Whatever the answers are."""
+    for oid in ((1, 3, 6, 1, 2, 1, 4), (1, 3, 6, 1, 4, 1, 99999)):
+        with contextlib.suppress(Exception):
+            agent.client.walk(oid, repetitions=20)
+
+
+def test_allocations_that_fail_in_snmpd_cost_no_more_than_an_answer(router):
+    failing = FailingNew(router)
+    prepared(router).close()
+    agent = router.agent(options=AS_DEBIAN, env=failing.env)
+    assert agent.answers(), agent.daemon.text()
+    for turn, number in enumerate((2000, 500, 100, 20, 5)):
+        failing.one_of(number)
+        change(router, turn)
+        for _ in range(5):
+            ask_everything(agent)
+        if turn % 2 == 0:
+            router.forget_tables()
+            ask_everything(agent)
+        assert stays(agent.daemon.alive, 2), agent.daemon.text()[-3000:]
+        failing.one_of(0)
+        agrees(router, agent)

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <sys/epoll.h>
 
+#include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/path_watch.h"
 #include "platform/pondo/environment/reader_report.h"
@@ -277,6 +278,7 @@ bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
   } catch (EnvironmentException const&) {
     throw;
   } catch (std::exception const& e) {
+    Mav::noteMemoryFailure();
     sayListenerFailed(e.what());
   } catch (...) {
     sayListenerFailed("unknown exception");
