@@ -77,7 +77,7 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
   head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), epoch(),
                       oneLine(publisher.name));
   if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);
-  if (!write(text({}))) throwCode(errno, file_, "write");
+  if (!write(text())) throwCode(errno, file_, "write");
 }
 
 PublisherLock::~PublisherLock() {
@@ -89,17 +89,11 @@ PublisherLock::~PublisherLock() {
 }
 
 void PublisherLock::opened() {
-  if (std::exchange(isOpening_, false)) write(text({}));
+  if (std::exchange(isOpening_, false)) write(text());
 }
 
-std::string PublisherLock::text(SignOfLife const& sign) const {
-  auto text = head_;
-  if (told_) text += fmt::format("exact={:.3f}\n", exactAt_);
-  if (isOpening_) text += "opening=1\n";
-  if (!sign.trouble.empty()) text += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
-  for (auto const& [name, count] : sign.counters)
-    text += fmt::format("counter.{}={}\n", name, count);
-  return text;
+std::string PublisherLock::text() const {
+  return head_ + (isOpening_ ? "opening=1\n" : "") + told_;
 }
 
 bool PublisherLock::write(std::string const& text) const {
@@ -111,8 +105,11 @@ bool PublisherLock::tell(SignOfLife const& sign) {
   double const now = epoch();
   double const before = exactAt_;
   if (std::isfinite(sign.exactAge)) exactAt_ = now - sign.exactAge;
-  told_ = true;
-  write(text(sign));
+  told_ = fmt::format("exact={:.3f}\n", exactAt_);
+  if (!sign.trouble.empty()) told_ += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
+  for (auto const& [name, count] : sign.counters)
+    told_ += fmt::format("counter.{}={}\n", name, count);
+  write(text());
   return exactAt_ - before > exactWithin;
 }
 

@@ -55,14 +55,14 @@ class PublisherLock {
   bool atPath() const;
 
  private:
-  std::string text(SignOfLife const& sign) const;
+  std::string text() const;
   bool write(std::string const& text) const;
 
   std::filesystem::path file_;
   Descriptor fd_;
   std::string head_;    // the lines that stay
   double exactAt_ = 0;  // seconds since the epoch
-  bool told_ = false;
+  std::string told_;    // the lines of the last sign of life
   bool isOpening_ = true;
   bool predecessorFailed_ = false;
 };
