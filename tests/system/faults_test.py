@@ -130,10 +130,10 @@ def test_a_full_file_system_that_is_freed(router):
     many = [f"blackhole 10.{64 + (n >> 8)}.{n & 255}.0/24" for n in range(20000)]
     for removed in (many, many[:19500]):
         router.batch(*(f"route add {one}" for one in many))
-        assert eventually(lambda: not router.status()["publisher"]["exact"], 10)
+        assert eventually(lambda: not router.status()["publisher"]["exact"], 20)
         assert "full" in router.status()["publisher"]["trouble"]
         router.batch(*(f"route del {one}" for one in removed))
-        assert eventually(lambda: router.status()["publisher"]["exact"], 10), \
+        assert eventually(lambda: router.status()["publisher"]["exact"], 20), \
             router.publisher.text()
         agrees(router, agent)
     goes_on(router, agent)
