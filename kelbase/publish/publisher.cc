@@ -106,9 +106,9 @@ void Publisher::writeAll() {
   views_.writeAll(writer_, [&](TableView const& view, TableViews::Counts const& counts) {
     added += counts.added;
     removed += counts.removed;
-    MAV_TRACE(traceHandle(), 1,
-              view.name() << ": " << counts.added << " added, " << counts.changed << " changed, "
-                          << counts.removed << " removed, " << counts.unchanged << " unchanged");
+    MAV_TRACE_AS(traceHandle(), 1, "writeAll",
+                 view.name() << ": " << counts.added << " added, " << counts.changed << " changed, "
+                             << counts.removed << " removed, " << counts.unchanged << " unchanged");
   });
   shrinks_ = removed > added;
 }
