@@ -25,3 +25,5 @@ install(FILES packaging/kelbasectl.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kelbasectl)
 install(FILES packaging/snmpd/hardened.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.service.d-hardened.conf)
+install(FILES packaging/snmpd/agentx-master.conf
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.service.d-master.conf)

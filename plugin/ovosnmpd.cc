@@ -21,8 +21,9 @@ constexpr char usage[] =
     "usage: ovosnmpd [-x ADDRESS]\n\n"
     "Serves the objects of libOvoSnmp as an AgentX subagent, in the foreground, until SIGTERM.\n"
     "Reads ovosnmpd.conf in the directories of snmpd.conf.\n\n"
-    "  -x ADDRESS  the master's AgentX socket (unix:/var/agentx/master, tcp:localhost:705)\n"
-    "  --version   prints the version\n";
+    "  -x ADDRESS     the master's AgentX socket (unix:/var/agentx/master, tcp:localhost:705)\n"
+    "  -v, --version  prints the version\n"
+    "  -h, --help     prints this\n";
 
 bool isEnding = false;
 
@@ -42,7 +43,8 @@ void watchSignals() {
 int readCommandLine(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     std::string_view const argument = argv[i];
-    if (argument == "--version") return std::puts("ovosnmpd " OVO_VERSION), EXIT_SUCCESS;
+    if (argument == "-v" || argument == "--version")
+      return std::puts("ovosnmpd " OVO_VERSION), EXIT_SUCCESS;
     if (argument == "-h" || argument == "--help") return std::fputs(usage, stdout), EXIT_SUCCESS;
     if (argument != "-x" || i + 1 == argc) {
       std::fprintf(stderr, "ovosnmpd: unknown argument \"%s\"\n%s", argv[i], usage);
@@ -60,7 +62,9 @@ int main(int argc, char** argv) {
   if (int const code = readCommandLine(argc, argv); code >= 0) return code;
   snmp_enable_stderrlog();
   netsnmp_enable_subagent();
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
+  // Nothing to be kept. (..._DONT_PERSIST_STATE would leave the configuration unread as well.)
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE, 1);
   setenv("MIBS", "", 0);  // numbers are all it speaks: reading MIB files takes half a second
   watchSignals();
   if (init_agent("ovosnmpd") != 0) return EXIT_FAILURE;
