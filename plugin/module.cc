@@ -1,6 +1,7 @@
 #include "plugin/module.h"
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "platform/mav/trace_handle.h"
@@ -60,6 +61,8 @@ void armStart(unsigned seconds) {
 void init_OvoSnmp() noexcept {
   Snmp::guarded("init_OvoSnmp", [] {
     Mav::traceSinkIs(Snmp::snmpLogSink);
+    Mav::log(Mav::Severity::notice,
+             std::string("version " OVO_VERSION ", reading ") + Pondo::defaultRunDir().string());
     OvoSnmp::armStart(0);
     OvoSnmp::keepToken = std::make_unique<OvoSnmp::KeepToken>().release();
   });

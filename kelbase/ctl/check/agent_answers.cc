@@ -105,8 +105,9 @@ constexpr char const* loadRemedy =
 std::string showRemedy(ServedObject const& object) {
   bool const isStandard = isBelow(object.oid, "1.3.6.1.2.1.4");
   return fmt::format(
-      "view NAME included .{} in snmpd.conf, for the view of this community (Debian: "
-      "systemonly)",
+      "view NAME included .{} in snmpd.conf, for the view of this community (Debian: take the # "
+      "off "
+      "the view lines of /etc/snmp/snmpd.conf.d/ovosnmp.conf), and restart snmpd",
       isStandard ? "1.3.6.1.2.1.4" : "1.3.6.1.4.1.99999.3");
 }
 
@@ -141,8 +142,8 @@ Finding objectFinding(Asker const& asker, ServedObject const& object, Status con
 
 Finding foreignFinding(std::vector<Registration> const& registrations) {
   if (registrations.empty()) {
-    return {
-        Verdict::unknown, "other modules", "the view does not show who has registered what", {}};
+    return {Verdict::unknown, "other modules", "the view does not show who has registered what",
+            "to see it: view NAME included .1.3.6.1.4.1.8072.1.2 in snmpd.conf"};
   }
   std::string names;
   for (auto const& one : registrations) {

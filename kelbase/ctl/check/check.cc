@@ -19,9 +19,12 @@ std::string_view word(Verdict verdict) {
 }
 
 void printText(std::ostream& out, Findings const& findings) {
-  for (auto const& [verdict, what, found, remedy] : findings) {
-    out << fmt::format("{:<6} {}: {}\n", word(verdict), what, found);
-    if (verdict != Verdict::good && !remedy.empty()) out << fmt::format("       -> {}\n", remedy);
+  for (auto one = findings.begin(); one != findings.end(); ++one) {
+    out << fmt::format("{:<6} {}: {}\n", word(one->verdict), one->what, one->found);
+    if (one->verdict == Verdict::good || one->remedy.empty()) continue;
+    // Objects that one line mends are told one after the other, and the line once.
+    bool const isRepeated = one + 1 != findings.end() && (one + 1)->remedy == one->remedy;
+    if (!isRepeated) out << fmt::format("       -> {}\n", one->remedy);
   }
 }
 
