@@ -8,6 +8,14 @@
 #include "kelbase/model/trace.h"
 
 namespace Kelbase {
+namespace {
+
+bool isMissing(std::filesystem::path const& runDir) {
+  std::error_code error;
+  return !std::filesystem::exists(runDir, error) && !error;
+}
+
+}  // namespace
 
 Publisher::Publisher(Mav::Activity& activity, Options const& options, TableViews const& views,
                      Hooks hooks)
@@ -138,11 +146,20 @@ void Publisher::serveWriter() {
   } catch (Pondo::PublisherRunningException const& error) {
     return hooks_.lost(error.what());
   } catch (Pondo::EnvironmentException const& error) {
+    if (cannotMakeRunDir(error)) return hooks_.lost(error.what());
     everything_ = true;
     return onFailure(error.what());
   }
   if (!notice_) watchNotices();
   if (everything_) commit_.timeMinIs(Mav::asap);
+}
+
+// As systemd makes it for a service that may not (RuntimeDirectory=), when it starts it.
+bool Publisher::cannotMakeRunDir(Pondo::EnvironmentException const& error) const {
+  using Reason = Pondo::EnvironmentException::Reason;
+  bool const isRefused =
+      error.reason() == Reason::denied || error.reason() == Reason::readOnlyMount;
+  return isRefused && isMissing(runDir_);
 }
 
 void Publisher::onFailure(char const* what) {

@@ -6,8 +6,9 @@
 // on, one commit a turn when something changed. Where a view has more to write than fits a turn
 // (a million routes), the rest follows in the next ones; what is superfluous then (fecs without
 // routes) goes last, and new tables are said to be complete. When the run directory was deleted or
-// replaced, or a write failed, everything is published again. A failing environment is told in one
-// line, and tried again every second; the tables stay as after the last commit.
+// replaced, or a write failed, everything is published again. Where this process may not make the
+// run directory again, it ends, for whoever started it to make it. Another failing environment is
+// told in one line, and tried again every second; the tables stay as after the last commit.
 //
 // Once a second the readers are told when the tables were last exact, why they are not, and what
 // was counted (Pondo::SignOfLife): that is all that health means here.
@@ -46,7 +47,8 @@ class Publisher {
     std::function<Pondo::Counters()> counters;
     /// What the kernel said so far is in the tables. Called after each write, changes or not.
     std::function<void()> published;
-    /// It cannot go on: another publisher has taken the run directory over.
+    /// It cannot go on: another publisher has taken the run directory over, or it was deleted
+    /// where this process may not make it. Whoever started the process may.
     std::function<void(std::string const& why)> lost;
   };
 
@@ -72,6 +74,7 @@ class Publisher {
   void onNotice();
   void service();
   void serveWriter();
+  bool cannotMakeRunDir(Pondo::EnvironmentException const& error) const;
   void noteExact();
   void tell();
   std::string trouble() const;

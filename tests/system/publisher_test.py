@@ -126,6 +126,17 @@ def test_tables_that_cannot_be_written_are_told_and_no_watchdog_is_fed(router):
         assert eventually(lambda: router.status()["publisher"]["exact"], 10), daemon.text()
 
 
+def test_a_run_directory_that_it_may_not_make_again_ends_it(router):
+    """systemd then makes the directory (RuntimeDirectory=), and starts it again."""
+    router.rundir.mkdir()
+    shutil.chown(router.rundir, "nobody")
+    router.rundir.parent.chmod(0o755)
+    daemon = router.publish(user="nobody")
+    router.forget_tables()
+    assert eventually(lambda: not daemon.alive(), 5)
+    assert daemon.stop() == 1 and daemon.lines("cannot make: Permission denied")
+
+
 def test_a_state_that_may_not_be_read_is_not_said_to_be_absent(router):
     router.publish()
     done = subprocess.run(
