@@ -123,6 +123,5 @@ rm -rf /run/kelbase/*; change; all_is_well
 rm -rf /run/kelbase; change; sleep 2; all_is_well
 systemctl stop kelbased; rm -rf /run/kelbase; change; systemctl start kelbased; all_is_well
 
-echo; journalctl -b --no-pager -o cat -u snmpd -u kelbased | grep -v systemd | sort | uniq -c | sort -rn | head -n 30
-journalctl -b --no-pager -p err -o cat _COMM=systemd | tail -n 5
+echo; journalctl -b --no-pager -o cat -t snmpd -t kelbased | sort | uniq -c | sort -rn | sed -n 1,15p
 systemctl reboot; sleep 60
