@@ -5,6 +5,7 @@ within a second.
 """
 
 import random
+import signal
 import socket
 
 import pytest
@@ -37,22 +38,6 @@ SCENARIOS = {
         [neighbour("10.0.0.2", state="noarp"), "neigh del 10.0.1.4 dev eth1",
          "neigh del proxy 10.0.1.4 dev eth1", "neigh del 10.0.1.1 dev eth1"],
     ],
-    "of several links, in the order of their indexes": [
-        ("link add name zz index 70000 type veth peer name aa index 2147483647",
-         "link set aa up", "link set zz up") + PAIR + PAIR2,
-        [neighbour(address, link, n) for n, link in enumerate(("zz", "aa", "eth1", "eth2"))
-         for address in ("200.0.0.1", "10.0.0.1", "9.255.0.1")],
-        ("link del eth1",),
-        (*PAIR, neighbour("10.0.0.1")),
-        ("link set zz down",),
-    ],
-    "flushed": [
-        PAIR + PAIR2,
-        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable"),
-         neighbour("10.0.0.1", "eth2", state="stale")],
-        ("neigh flush dev eth1",),
-        ("neigh flush dev eth1 nud permanent", "neigh flush dev eth2"),
-    ],
     "a link that loses its carrier, and goes down": [
         PAIR,
         [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable")],
@@ -61,44 +46,17 @@ SCENARIOS = {
         ("link set eth1 down",),
         ("link set eth1 up", neighbour("10.0.0.4")),
     ],
-    "hardware addresses": [
-        PAIR,
-        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="stale")],
-        [neighbour("10.0.0.1", mac=2), neighbour("10.0.0.2", mac=3, state="stale")],
-        ("link set eth1 address 02:00:00:00:01:00",),
-        ("link set eth1-far address 02:00:00:00:01:01",),
-    ],
     "zeros": [
         (*PAIR, "neigh add 0.0.0.0 lladdr 00:00:00:00:00:00 dev eth1 nud stale"),
         (neighbour("0.0.0.0"),),
         ("neigh del 0.0.0.0 dev eth1",),
     ],
-    "renamed": [
-        PAIR,
-        [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable")],
-        ("link set eth1 name wan0",),
-        (neighbour("10.0.0.3", "wan0"),),
-        ("link set wan0 name eth1",),
-    ],
-    "an index under another name": [
-        ("link add name eth1 index 500 type veth peer name eth1-far", "link set eth1 up",
-         neighbour("10.0.0.1"), neighbour("10.0.0.2")),
-        ("link del eth1", "link add name lan0 index 500 type veth peer name lan0-far",
-         "link set lan0 up", neighbour("10.0.0.2", "lan0", 2)),
-        ("link del lan0", "link add name lan0 index 501 type veth peer name lan0-far",
-         "link set lan0 up", neighbour("10.0.0.2", "lan0", 3)),
-    ],
-    "names exchanged": [
-        PAIR + PAIR2,
-        [neighbour("10.0.0.1"), neighbour("10.0.0.2", "eth2", 2)],
-        ("link set eth1 name aside", "link set eth2 name eth1", "link set aside name eth2"),
-    ],
 }
 BY_NAME = pytest.mark.parametrize("steps", SCENARIOS.values(), ids=SCENARIOS)
 
 
-def started(router):
-    publisher, agent = router.publish(), router.agent()
+def started(router, user=None):
+    publisher, agent = router.publish(user=user), router.agent()
     agent.publisher = publisher
     assert agent.answers()
     return agent
@@ -171,7 +129,8 @@ def history(chance, links):
         name, other = (f"lan{chance.randrange(4)}" for _ in range(2))
         kind = chance.random()
         if name not in links:
-            links[name] = chance.choice([n for n in range(600, 606) if n not in links.values()])
+            links[name] = chance.choice([n for n in (*range(600, 606), 70000, 2147483647)
+                                         if n not in links.values()])
             lines += [f"link add name {name} index {links[name]} type bridge",
                       f"link set {name} up"]
         elif kind < 0.08:
@@ -183,9 +142,18 @@ def history(chance, links):
         elif kind < 0.2:
             lines += [f"link set {name} down", f"link set {name} up"]
         elif kind < 0.24:
-            lines += [f"neigh flush dev {name}"]
+            lines += [f"neigh flush dev {name} nud {chance.choice(('all', 'permanent'))}"]
         elif kind < 0.3:
             lines += [f"addr replace 10.0.0.{chance.randint(1, 9)}/24 dev {name}"]
+        elif kind < 0.36:
+            lines += [chance.choice((f"link set {name} address 02:00:00:00:01:{len(links):02x}",
+                                     f"link set {name} arp {chance.choice(('off', 'on'))}",
+                                     f"neigh replace proxy 10.0.0.11 dev {name}",
+                                     neighbour("fe80::1", name)))]
+        elif kind < 0.4 and other in links and other != name:
+            lines += [f"link set {name} name aside", f"link set {other} name {name}",
+                      f"link set aside name {other}"]
+            links[name], links[other] = links[other], links[name]
         else:
             state = chance.choice(("permanent", "reachable", "stale", "failed", "noarp"))
             lines += [neighbour(f"10.0.0.{chance.randint(10, 30)}", name, chance.randint(1, 3),
@@ -197,7 +165,7 @@ def history(chance, links):
 def test_a_random_history(router, seed):
     """With faults in the middle, changes after each, and at the end a second agent beside it."""
     chance, links = random.Random(seed), {}
-    agent = started(router)
+    agent = started(router, user="nobody")  # whose buffer holds some 250 notifications
 
     def changes(rounds):
         for _ in range(rounds):
@@ -211,9 +179,15 @@ def test_a_random_history(router, seed):
     changes(8)
     agent.publisher.kill()
     router.batch(*history(chance, links))
-    router.publish()
+    publisher = router.publish(user="nobody")
     router.neighbours_agree(agent, within=5)
     changes(8)
+    publisher.send(signal.SIGSTOP)
+    router.batch("link add name far type bridge",
+                 *(neighbour(f"10.1.{n % 9}.{n // 9}", "far") for n in range(900)),
+                 *history(chance, links))
+    publisher.send(signal.SIGCONT)
+    router.neighbours_agree(agent, within=10)
     with agent.stopped():
         router.batch(*history(chance, links))
     agent.reload_and_wait()

@@ -62,6 +62,9 @@ class History:
             return self._one("unicast", "unicast", "prohibit"), f"nhid {self._one(7, 8, 70)}"
         if kind < 8:
             return "unicast", " ".join(f"nexthop {self._via()}" for _ in range(self._one(2, 3)))
+        if kind == 8:
+            return "unicast", self._one(f"via inet6 fe80::9 dev {self._name}", "dev lo",
+                                        "via 10.1.0.9 dev eth2 onlink table 100")
         return "unicast", self._via() + self._one("", "", " src 10.1.0.1", " mtu 1400")
 
     def _changed_routes(self):
@@ -78,6 +81,7 @@ class History:
         self._ip(*self._random.sample((
             f"nexthop replace id 7 via 10.1.0.{self._random.randint(2, 9)} dev {self._name}",
             f"nexthop replace id 8 via 10.2.0.{self._random.randint(2, 9)} dev eth2",
+            f"nexthop replace id 7 via fe80::7 dev {self._name}",
             "nexthop replace id 7 blackhole", "nexthop replace id 70 group 7/8",
             "nexthop replace id 70 group 8", "nexthop replace id 70 group 7", "nexthop del id 7",
             f"nexthop add id 7 via 10.1.0.7 dev {self._name}",
@@ -98,10 +102,11 @@ class History:
                  f"link set dev {name} {'up' if 'UP' in up else 'down'}")
         self._name = name
 
-    def _ignores_linkdown(self):
+    def _turned_setting(self):
         where = self._one("all", self._name, "eth2")
-        self._told.append(f"ignore_routes_with_linkdown of {where} turned")
-        path = f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown"
+        path = self._one(f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown",
+                         "/proc/sys/net/ipv4/nexthop_compat_mode")
+        self._told.append(f"{path} turned")
         self._router.space.run("sh", "-c", f"echo $((1 - $(cat {path}))) > {path}")
 
     def _lost_tables(self):
@@ -127,7 +132,7 @@ class History:
     def change(self):
         self._random.choices(
             (self._changed_routes, self._changed_objects, self._changed_links, self._renamed,
-             self._ignores_linkdown), (12, 4, 5, 1, 2))[0]()
+             self._turned_setting), (12, 4, 5, 1, 2))[0]()
 
     def fault(self):
         self._one(self._lost_tables, self._killed, self._overrun)()

@@ -1,7 +1,8 @@
 """ipCidrRouteTable is what the kernel's routes make it, whatever happens.
 
 Every scenario runs three times: before the daemons start; step by step after it, each step visible
-within two seconds; and while the publisher, then the agent, is away.
+within two seconds; and while the publisher, then the agent, is away. (Any order of things:
+route_history_test.)
 """
 
 import threading
@@ -52,82 +53,6 @@ SCENARIOS = {
          "route add 21.4.0.0/16 nexthop dev eth1 nexthop dev eth2"),
         (f"route replace 21.0.0.0/8 {hops(3, 20)}", f"route replace 21.1.0.0/16 {hops(63)}"),
         ("route del 21.0.0.0/8", f"route replace 21.2.0.0/16 proto bgp {hops(128, 3)}"),
-    ],
-    "one next hop behind two links": [
-        LINKS,
-        ("addr add 10.1.0.9/24 dev eth2", "route add 22.0.0.0/8 nexthop via 10.1.0.7 dev eth1 "
-         "nexthop via 10.1.0.7 dev eth2",
-         "route add 22.1.0.0/16 nexthop via 10.1.0.7 dev eth2 nexthop via 10.1.0.7 dev eth1",
-         "route add 22.2.0.0/16 via 10.1.0.7 dev eth2"),
-        ("route change 22.2.0.0/16 via 10.1.0.7 dev eth1",),
-    ],
-    "nexthop objects and groups": [
-        LINKS,
-        ("nexthop add id 7 via 10.1.0.7 dev eth1", "nexthop add id 8 via 10.2.0.8 dev eth2",
-         "nexthop add id 9 dev eth2", "nexthop add id 70 group 7/8,5/9",
-         "nexthop add id 10 via fe80::1 dev eth1", "nexthop add id 11 blackhole",
-         "route add 23.0.0.0/8 nhid 7", "route add 23.1.0.0/16 nhid 70 proto bgp metric 20",
-         "route add 23.2.0.0/16 nhid 10", "route add 23.3.0.0/16 nhid 11",
-         "route add 23.4.0.0/16 nhid 9"),
-        ("nexthop replace id 7 via 10.2.0.77 dev eth2",),
-        ("nexthop replace id 70 group 8",),
-        ("nexthop del id 8",),
-        ("nexthop del id 7", "nexthop del id 9"),
-    ],
-    "types that are not served, and other tables": [
-        LINKS,
-        ("route add 24.0.0.0/8 via 10.1.0.2", "route add blackhole 24.1.0.0/16",
-         "route add unreachable 24.2.0.0/16", "route add prohibit 24.3.0.0/16",
-         "route add throw 24.4.0.0/16", "route add 24.5.0.0/16 via 10.1.0.2 table 100",
-         "route add 24.6.0.0/16 via 10.1.0.2 table 254",
-         "route add 24.7.0.0/16 via 10.1.0.2 table local"),
-        ("route del blackhole 24.1.0.0/16", "route add 24.1.0.0/16 via 10.1.0.3",
-         "route replace blackhole 24.0.0.0/8"),
-        ("route flush table 100", "route replace 24.0.0.0/8 via 10.2.0.3"),
-    ],
-    "several routes of one prefix": [
-        LINKS,
-        ("route add 25.0.0.0/8 via 10.1.0.2 metric 300", "route add 25.0.0.0/8 via 10.1.0.3 metric "
-         "200 proto bgp", "route add blackhole 25.1.0.0/16 metric 10",
-         "route add 25.1.0.0/16 via 10.1.0.2 metric 20", "route add 25.2.0.0/16 via 10.1.0.2",
-         "route append 25.2.0.0/16 via 10.1.0.3", "route add 25.2.0.0/16 tos 0x10 via 10.2.0.3"),
-        ("route add 25.0.0.0/8 via 10.1.0.4 metric 100",),
-        ("route del 25.0.0.0/8 metric 100", "route del 25.2.0.0/16 via 10.1.0.2"),
-        ("route del 25.0.0.0/8 metric 200", "route del blackhole 25.1.0.0/16",
-         "route prepend 25.2.0.0/16 via 10.2.0.9"),
-        ("route del 25.0.0.0/8 metric 300", "route del 25.2.0.0/16 tos 0"),
-    ],
-    "a link that falls": [
-        LINKS,
-        ("route add 26.0.0.0/8 via 10.1.0.2", f"route add 26.1.0.0/16 {hops(4)}",
-         "route add 26.2.0.0/16 via 10.2.0.2", "nexthop add id 7 via 10.1.0.7 dev eth1",
-         "nexthop add id 8 via 10.2.0.7 dev eth2", "nexthop add id 9 group 7/8",
-         "route add 26.3.0.0/16 nhid 7", "route add 26.4.0.0/16 nhid 9"),
-        ("link set eth1 down",),
-        ("link set eth1 up",),
-        ("route add 26.0.0.0/8 via 10.1.0.2", "route replace 26.1.0.0/16 via 10.1.0.3"),
-        ("link set eth1-far down",),
-        ("link set eth1-far up", "link del eth2"),
-    ],
-    "a link with another name, and another index": [
-        LINKS,
-        ("route add 27.0.0.0/8 via 10.1.0.2", f"route add 27.1.0.0/16 {hops(3)}",
-         "nexthop add id 7 via 10.1.0.7 dev eth1", "route add 27.2.0.0/16 nhid 7"),
-        ("link set eth1 down", "link set eth1 name wan", "link set wan up",
-         "route add 27.0.0.0/8 via 10.1.0.2"),
-        ("link del wan", "link add name wan index 4711 type veth peer name wan-far",
-         "link set wan-far up", "link set wan up", "addr add 10.1.0.1/24 dev wan",
-         "route add 27.0.0.0/8 via 10.1.0.2"),
-        ("link set eth2 down", "link set eth2 name eth1", "link set eth1 up"),
-    ],
-    "an address that goes": [
-        LINKS,
-        ("addr add 10.3.0.1/24 dev eth1", "addr add 10.3.0.2/24 dev eth1",
-         "route add 28.0.0.0/8 via 10.1.0.2 src 10.3.0.1", "route add 28.1.0.0/16 via 10.3.0.9",
-         "route add 28.2.0.0/16 via 10.2.0.9 src 10.1.0.1"),
-        ("addr del 10.3.0.1/24 dev eth1",),
-        ("addr del 10.1.0.1/24 dev eth1",),
-        ("addr flush dev eth2",),
     ],
     "flushed": [
         LINKS,

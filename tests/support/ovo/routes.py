@@ -86,7 +86,7 @@ def _chosen(routes, hops):
     the first that either has a next hop alive or needs none."""
     best = {}
     for place, route in enumerate(routes):
-        sends = "dev" in route or "nexthops" in route or "gateway" in route
+        sends = any(name in route for name in ("dev", "nexthops", "gateway", "nhid"))
         vias = hops.of(route) if sends else []
         if sends and not vias:
             continue
