@@ -141,8 +141,8 @@ std::uint32_t objectId(Fields const& fields, std::string_view name) {
 bool hasHop(Fields const& fields) { return fields.has("gateway") || fields.has("dev"); }
 
 /// An IPv6 gateway leaves its link alone: an IPv4 row has no place for it.
-Hop readHop(Fields const& fields, LinkNames& links) {
-  Hop hop;
+NextHop readHop(Fields const& fields, LinkNames& links) {
+  NextHop hop;
   if (fields.has("gateway") && !isIp6Text(fields.text("gateway", "an address"))) {
     hop.nextHop = address<Dovel::IpAddr>(fields, "gateway");
   }

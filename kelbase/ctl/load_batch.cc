@@ -169,7 +169,7 @@ bool LoadBatch::takeRoute(Fields const& fields) {
                     .tos = told->tos,
                     .protocol = told->protocol,
                     .kind = told->kind,
-                    .hops = &*hopSets_.insert(told->hops).first};
+                    .hops = &*sharedHops_.insert(told->hops).first};
   routes_.push_back(route);
   if (route.object != 0 && route.hops->empty() && route.kind == RouteKind::unicast) {
     untold_.try_emplace(route.object, fields.place("nhid"));
@@ -218,7 +218,7 @@ void LoadBatch::checkNexthops() const {
 }
 
 LoadBatch::Hops LoadBatch::resolved(Hops hops) const {
-  for (Hop& hop : hops) hop.ifIndex = indexes_[static_cast<std::size_t>(hop.ifIndex)];
+  for (NextHop& hop : hops) hop.ifIndex = indexes_[static_cast<std::size_t>(hop.ifIndex)];
   return hops;
 }
 

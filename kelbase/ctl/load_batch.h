@@ -52,8 +52,8 @@ class LoadBatch {
   static Kind const kinds[];
   static std::string kindList();
 
-  using Hops = std::vector<Hop>;
-  using HopSets = std::unordered_set<Hops, absl::Hash<Hops>>;
+  using Hops = std::vector<NextHop>;
+  using SharedHops = std::unordered_set<Hops, absl::Hash<Hops>>;
   /// A ListedRoute that shares its next hops: there may be a million.
   struct Route {
     Dovel::Prefix prefix;
@@ -99,7 +99,7 @@ class LoadBatch {
   std::map<std::pair<std::int32_t, Dovel::IpAddr>, Neighbour4> neighbours_;
   std::map<std::uint32_t, Nexthop> nexthops_;
   std::map<std::uint32_t, std::string> untold_;  // objects of which a route says nothing itself
-  HopSets hopSets_;
+  SharedHops sharedHops_;
   std::vector<Route> routes_;
   std::vector<std::int32_t> indexes_;  // of links, by number
 };

@@ -23,8 +23,8 @@ std::string typeText(Routing::Fib::RouteType type) {
   return text;
 }
 
-Hops hopsOf(Pondo::Fib::Fec const& fec) {
-  Hops hops;
+ShownHops hopsOf(Pondo::Fib::Fec const& fec) {
+  ShownHops hops;
   hops.reserve(fec.vias.size());
   for (auto const& via : fec.vias) {
     hops.push_back({via.nextHop.isUnspecified() ? std::string() : via.nextHop.stringValue(),
@@ -46,7 +46,7 @@ class RouteRows {
   }
 
  private:
-  Hops const& hops(FecId fecId) {
+  ShownHops const& hops(FecId fecId) {
     auto const [known, added] = known_.try_emplace(fecId);
     if (added && fecId.value() != 0) {
       if (auto const fec = snapshot_.get<FecTable>(fecId)) known->second = hopsOf(*fec);
@@ -56,7 +56,7 @@ class RouteRows {
 
   Pondo::Snapshot const& snapshot_;
   std::vector<Row>& rows_;
-  absl::flat_hash_map<FecId, Hops> known_;
+  absl::flat_hash_map<FecId, ShownHops> known_;
 };
 
 bool isWithin(Dovel::IpAddr const& address, Dovel::Prefix const& prefix) {

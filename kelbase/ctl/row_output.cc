@@ -12,13 +12,13 @@
 namespace Kelbase::Ctl {
 namespace {
 
-std::string hopText(Hop const& hop) {
+std::string hopText(ShownHop const& hop) {
   if (hop.nextHop.empty()) return "dev " + hop.interface;
   if (hop.interface.empty()) return "via " + hop.nextHop;
   return fmt::format("via {} dev {}", hop.nextHop, hop.interface);
 }
 
-std::string hopsText(Hops const& hops, std::size_t most) {
+std::string hopsText(ShownHops const& hops, std::size_t most) {
   std::string text;
   for (std::size_t i = 0; i < std::min(hops.size(), most); ++i) {
     text += (i > 0 ? ", " : "") + hopText(hops[i]);
@@ -34,9 +34,9 @@ std::string fecText(FecNumber fec) {
   return fec.value < ownMin ? fmt::format("nh {}", fec.value) : "own";
 }
 
-nlohmann::ordered_json hopsJson(Hops const& hops) {
+nlohmann::ordered_json hopsJson(ShownHops const& hops) {
   auto array = nlohmann::ordered_json::array();
-  for (Hop const& hop : hops) {
+  for (ShownHop const& hop : hops) {
     array.push_back({{"nextHop", hop.nextHop}, {"interface", hop.interface}});
   }
   return array;
@@ -46,14 +46,14 @@ std::string cellText(Column const& column, Cell const& cell) {
   if (auto const* flag = std::get_if<bool>(&cell)) {
     return std::string(*flag ? column.on : column.off);
   }
-  if (auto const* hops = std::get_if<Hops>(&cell)) return hopsText(*hops, column.hopsMax);
+  if (auto const* hops = std::get_if<ShownHops>(&cell)) return hopsText(*hops, column.hopsMax);
   if (auto const* number = std::get_if<std::int64_t>(&cell)) return fmt::to_string(*number);
   if (auto const* fec = std::get_if<FecNumber>(&cell)) return fecText(*fec);
   return std::get<std::string>(cell);
 }
 
 nlohmann::ordered_json cellJson(Cell const& cell) {
-  if (auto const* hops = std::get_if<Hops>(&cell)) return hopsJson(*hops);
+  if (auto const* hops = std::get_if<ShownHops>(&cell)) return hopsJson(*hops);
   if (auto const* number = std::get_if<std::int64_t>(&cell)) return *number;
   if (auto const* flag = std::get_if<bool>(&cell)) return *flag;
   if (auto const* fec = std::get_if<FecNumber>(&cell)) return fec->value;

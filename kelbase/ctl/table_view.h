@@ -21,18 +21,18 @@
 namespace Kelbase::Ctl {
 
 /// One way to forward; either may be empty.
-struct Hop {
+struct ShownHop {
   std::string nextHop;
   std::string interface;
 };
-using Hops = std::vector<Hop>;
+using ShownHops = std::vector<ShownHop>;
 
 /// The number of a set of next hops; text tells whose it is.
 struct FecNumber {
   std::uint64_t value = 0;
 };
 
-using Cell = std::variant<bool, std::int64_t, std::string, Hops, FecNumber>;
+using Cell = std::variant<bool, std::int64_t, std::string, ShownHops, FecNumber>;
 using Row = std::vector<Cell>;
 
 struct Column {

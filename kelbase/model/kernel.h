@@ -21,8 +21,8 @@ struct Kernel {
   Addresses6 addresses6{links};
   Neighbours4 neighbours4{links};
   Nexthops nexthops;
-  HopSets hopSets{links, nexthops};
-  Routes routes{links, addresses4, nexthops, hopSets};
+  NextHopSets nextHopSets{links, nexthops};
+  Routes routes{links, addresses4, nexthops, nextHopSets};
 };
 
 }  // namespace Kelbase

@@ -55,11 +55,11 @@ bool Nexthops::isBlackhole(std::uint32_t id) const {
          });
 }
 
-std::vector<Hop> Nexthops::hopsOf(std::uint32_t id) const {
+std::vector<NextHop> Nexthops::hopsOf(std::uint32_t id) const {
   auto const* object = objects_.find(id);
   if (!object) return {};
   if (object->members.empty()) return {object->hop};
-  std::vector<Hop> hops;
+  std::vector<NextHop> hops;
   for (auto const member : object->members) {
     if (auto const* one = objects_.find(member)) hops.push_back(one->hop);
   }

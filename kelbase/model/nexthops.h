@@ -45,7 +45,7 @@ class Nexthops {
   /// Whether the object, or the group's one member, is a blackhole.
   bool isBlackhole(std::uint32_t id) const;
   /// Of an object one, of a group those of its members that are known.
-  std::vector<Hop> hopsOf(std::uint32_t id) const;
+  std::vector<NextHop> hopsOf(std::uint32_t id) const;
   /// Calls visit(id) for the object, and for each group that it is a member of, until one says
   /// true; that is returned.
   template <class Visit>

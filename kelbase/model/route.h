@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "kelbase/model/hop.h"
+#include "kelbase/model/next_hop.h"
 #include "platform/dovel/prefix.h"
 
 namespace Kelbase {
@@ -33,7 +33,7 @@ struct ListedRoute {
   /// `blackhole` also where the nexthop object is one: the kernel does not tell the route's own.
   RouteKind kind = RouteKind::unicast;
   std::uint32_t object = 0;             // the nexthop object's id; 0: the next hops are in `hops`
-  std::vector<Hop> hops;                // those that are alive
+  std::vector<NextHop> hops;            // those that are alive
   std::vector<std::int32_t> deadLinks;  // through which the others lead
   std::optional<Dovel::IpAddr> preferredSource;
   /// Over everything that the kernel tells of a route beside prefix, tos, metric and what may
@@ -47,7 +47,7 @@ struct ListedNexthop {
   std::uint32_t id = 0;
   std::vector<std::uint32_t> members;  // of a group, in its order; empty: no group
   bool isBlackhole = false;
-  Hop hop;
+  NextHop hop;
   bool operator==(ListedNexthop const&) const = default;
 };
 

@@ -25,7 +25,7 @@
 #include <absl/container/flat_hash_map.h>
 #include <absl/functional/function_ref.h>
 
-#include "kelbase/model/hop_sets.h"
+#include "kelbase/model/next_hop_sets.h"
 #include "kelbase/model/route.h"
 #include "platform/dovel/prefix.h"
 
@@ -34,7 +34,7 @@ namespace Kelbase {
 /// A route, but for its prefix.
 struct KernelRoute {
   std::uint32_t metric = 0;
-  HopSets::Handle hops = HopSets::none;
+  NextHopSets::Handle hops = NextHopSets::none;
   std::uint32_t identity = 0;  // see ListedRoute
   std::uint8_t tos = 0;
   std::uint8_t protocol = 0;  // RTPROT_...
@@ -57,7 +57,7 @@ template <class Prefix>
 class RouteBook {
  public:
   /// `sets`, whose references it holds, must outlive it.
-  explicit RouteBook(HopSets& sets) : sets_(sets) {}
+  explicit RouteBook(NextHopSets& sets) : sets_(sets) {}
 
   /// A walk over what is served, in order of prefixes. Ends with any change of the book.
   class Walk {
@@ -117,7 +117,7 @@ class RouteBook {
   void eraseStale(absl::FunctionRef<void(Prefix const&)> gone);
   void keepFresh(absl::FunctionRef<void(Prefix const&)> gone);
 
-  HopSets& sets_;
+  NextHopSets& sets_;
   Routes routes_;
   absl::flat_hash_map<Prefix, List> several_;  // where the slot's kind says so
   std::uint8_t dump_ = 1;

@@ -2,7 +2,7 @@
 
 namespace Kelbase {
 
-Routes::Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, HopSets& sets)
+Routes::Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets& sets)
     : nexthops_(nexthops),
       sets_(sets),
       silent_(links, addresses, nexthops, sets,

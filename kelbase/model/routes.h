@@ -16,7 +16,7 @@
 #include <absl/container/flat_hash_set.h>
 
 #include "kelbase/model/address.h"
-#include "kelbase/model/hop_sets.h"
+#include "kelbase/model/next_hop_sets.h"
 #include "kelbase/model/route_book.h"
 #include "kelbase/model/silent_changes.h"
 
@@ -43,7 +43,7 @@ class Routes : private Nexthops::Observer {
   };
 
   /// All must outlive it.
-  Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, HopSets& sets);
+  Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets& sets);
   Routes(Routes const&) = delete;
   Routes& operator=(Routes const&) = delete;
 
@@ -74,7 +74,7 @@ class Routes : private Nexthops::Observer {
   }
 
   Nexthops const& nexthops_;
-  HopSets& sets_;
+  NextHopSets& sets_;
   std::map<std::uint32_t, Book> books_;  // by table
   SilentChanges silent_;
   Observer* observer_ = nullptr;

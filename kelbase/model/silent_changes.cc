@@ -17,7 +17,7 @@ bool hasCarrier(Link const& link) { return link.isRunning || link.hasCarrier; }
 }  // namespace
 
 SilentChanges::SilentChanges(Links& links, Addresses4& addresses, Nexthops& nexthops,
-                             HopSets const& sets, Hint hint)
+                             NextHopSets const& sets, Hint hint)
     : addresses_(addresses), sets_(sets), hint_(std::move(hint)) {
   links.observerIs(*this);
   addresses.observerIs(*this);

@@ -31,7 +31,7 @@
 #include <absl/container/flat_hash_map.h>
 
 #include "kelbase/model/address.h"
-#include "kelbase/model/hop_sets.h"
+#include "kelbase/model/next_hop_sets.h"
 #include "kelbase/model/route.h"
 
 namespace Kelbase {
@@ -45,7 +45,7 @@ class SilentChanges : private Links::Observer,
   using Hint = std::function<void(bool surely)>;
 
   /// All must outlive it.
-  SilentChanges(Links& links, Addresses4& addresses, Nexthops& nexthops, HopSets const& sets,
+  SilentChanges(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets const& sets,
                 Hint hint);
 
   /// Whether next hops through the link count while it has no carrier: its
@@ -93,7 +93,7 @@ class SilentChanges : private Links::Observer,
   static std::optional<Connected> connectedBy(ListedRoute const& route);
 
   Addresses4 const& addresses_;
-  HopSets const& sets_;
+  NextHopSets const& sets_;
   Hint const hint_;
   absl::flat_hash_map<Dovel::IpAddr, Preference> preferences_;
   absl::flat_hash_map<std::int32_t, std::uint64_t> dead_;  // by link with dead next hops: the dump

@@ -107,7 +107,7 @@ constexpr std::uint32_t passingFlags =
 /// ignore_routes_with_linkdown (fib_nexthop_info): the flag tells what fib_table_lookup() goes by.
 void addHop(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index,
             std::uint32_t flags, ListedRoute& route, Fingerprint& identity) {
-  Hop const hop{addressOf(attributes, RTA_GATEWAY), checkedIndex(message, index)};
+  NextHop const hop{addressOf(attributes, RTA_GATEWAY), checkedIndex(message, index)};
   identity.add(hop.nextHop.value()).add(static_cast<std::uint64_t>(hop.ifIndex));
   identity.add(flags & ~passingFlags);
   for (auto const type : {RTA_VIA, RTA_FLOW, RTA_ENCAP_TYPE, RTA_ENCAP}) {

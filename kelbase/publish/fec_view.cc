@@ -19,13 +19,13 @@ namespace {
 /// Fecs written between two looks at the clock.
 constexpr std::size_t writesALook = 16;
 
-std::span<Hop const> fitting(std::vector<Hop> const& hops) {
+std::span<NextHop const> fitting(std::vector<NextHop> const& hops) {
   return std::span(hops).first(std::min(hops.size(), Pondo::Fib::viasMax));
 }
 
 }  // namespace
 
-FecView::FecView(Links const& links, Nexthops const& nexthops, HopSets& sets)
+FecView::FecView(Links const& links, Nexthops const& nexthops, NextHopSets& sets)
     : links_(links), nexthops_(nexthops), sets_(sets) {
   sets.observerIs(*this);
 }
@@ -119,7 +119,7 @@ void FecView::writeRest(Pondo::Writer& writer) {
 /// the ids that the table holds.
 FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
   FecIds owned;
-  absl::flat_hash_map<std::vector<Hop>, Handle> orphans;
+  absl::flat_hash_map<std::vector<NextHop>, Handle> orphans;
   sets_.forEach([&](Handle handle) {
     if (shown(handle).fecId != 0) {
       owned.insert(shown(handle).fecId);
@@ -134,7 +134,7 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
     present.insert(id.value());
     fecNext_ = std::max(fecNext_, id.value() + 1);
     if (id.value() < inlineFecMin || owned.contains(id.value())) return;
-    std::vector<Hop> hops;
+    std::vector<NextHop> hops;
     for (auto const& via : fec.vias) hops.push_back({via.nextHop, via.ifIndex});
     auto const orphan = orphans.find(hops);
     if (orphan == orphans.end()) return;

@@ -16,14 +16,14 @@
 
 #include <absl/container/flat_hash_set.h>
 
-#include "kelbase/model/hop_sets.h"
+#include "kelbase/model/next_hop_sets.h"
 #include "kelbase/publish/table_view.h"
 
 namespace Kelbase {
 
-class FecView : public TableView, private HopSets::Observer {
+class FecView : public TableView, private NextHopSets::Observer {
  public:
-  using Handle = HopSets::Handle;
+  using Handle = NextHopSets::Handle;
   static constexpr std::uint64_t inlineFecMin = std::uint64_t{1} << 32U;
   static constexpr double sliceTime = 0.004;  // seconds
 
@@ -34,7 +34,7 @@ class FecView : public TableView, private HopSets::Observer {
   };
 
   /// All must outlive it. It becomes the observer of the sets.
-  FecView(Links const& links, Nexthops const& nexthops, HopSets& sets);
+  FecView(Links const& links, Nexthops const& nexthops, NextHopSets& sets);
 
   /// As of the last write that left nothing.
   Way way(Handle handle) const { return shown(handle).way; }
@@ -84,7 +84,7 @@ class FecView : public TableView, private HopSets::Observer {
 
   Links const& links_;
   Nexthops const& nexthops_;
-  HopSets& sets_;
+  NextHopSets& sets_;
   std::vector<Shown> shown_;    // by handle
   std::deque<Handle> dirty_;    // to be written, where they still are dirty
   std::vector<Handle> unused_;  // to be erased, if they still are

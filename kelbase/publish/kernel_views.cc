@@ -21,8 +21,8 @@ TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
     views.add(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours4));
   }
   if (!parts.routes) return views;
-  auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.hopSets);
-  auto routes = std::make_unique<RouteView>(kernel.routes, kernel.hopSets, *fecs);
+  auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.nextHopSets);
+  auto routes = std::make_unique<RouteView>(kernel.routes, kernel.nextHopSets, *fecs);
   views.add(std::move(fecs));
   views.add(std::move(routes));
   return views;

@@ -14,7 +14,7 @@ constexpr std::size_t writesALook = 64;
 
 }  // namespace
 
-RouteView::RouteView(Routes& routes, HopSets const& sets, FecView& fecs)
+RouteView::RouteView(Routes& routes, NextHopSets const& sets, FecView& fecs)
     : routes_(routes.table()), sets_(sets), fecs_(fecs) {
   routes.observerIs(*this);
 }
@@ -41,7 +41,7 @@ Pondo::Fib::Route RouteView::recordOf(KernelRoute const& route) const {
     default:
       break;
   }
-  switch (route.hops == HopSets::none ? FecView::Way::unknown : fecs_.way(route.hops)) {
+  switch (route.hops == NextHopSets::none ? FecView::Way::unknown : fecs_.way(route.hops)) {
     case FecView::Way::unknown:
       break;
     case FecView::Way::discard:

@@ -19,7 +19,7 @@ class RouteView : public TableView, private Routes::Observer {
   static constexpr double sliceTime = 0.004;  // seconds
 
   /// All must outlive it; the fecs are to be written before it.
-  RouteView(Routes& routes, HopSets const& sets, FecView& fecs);
+  RouteView(Routes& routes, NextHopSets const& sets, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
   std::string summary() const override;
@@ -44,14 +44,14 @@ class RouteView : public TableView, private Routes::Observer {
   void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
 
   Routes::Book const& routes_;
-  HopSets const& sets_;
+  NextHopSets const& sets_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
   absl::btree_set<Dovel::Prefix> changed_;  // to be written
   Dovel::Prefix next_;                      // of those, where the next write starts
   // The walk under way. Sets whose way turns during this walk get a walk of their own.
-  absl::flat_hash_set<HopSets::Handle> turned_;
+  absl::flat_hash_set<NextHopSets::Handle> turned_;
   Dovel::Prefix walked_;  // as far as that
 };
 

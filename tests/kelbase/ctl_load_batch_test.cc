@@ -72,13 +72,10 @@ TEST_F(LoadBatchTest, BadFormIsRefusedNamingFileAndLine) {
   std::string const form = "not JSON as 'ip -json' prints it: syntax error while parsing ";
   expectErrors({
       {"", nothing},
-      {"[]\n[ ]\n", nothing},
       {"[{},{}]", nothing},
       {R"([{"family":"mpls","interface":"lo","input":false}])", nothing},
       {"[\n{\"user\":\"default\"}]", ":2: of no known kind" + nothing.substr(nothing.find(';'))},
       {R"({"ifindex":1})", ":1: " + array + "an object"},
-      {"\n\"x\"", ":2: " + array + "\"x\""},
-      {"1: lo: <LOOPBACK,UP>", ":1: " + array + "1"},
       {"[\n1\n]", ":2: expected an object in the array, got 1"},
       {"inet all forwarding on", ":1: " + form + "value - invalid literal; last read: 'i'"},
       {"[{\"ifname\":\"lo\",\n\"ifindex\"",
@@ -94,19 +91,12 @@ TEST_F(LoadBatchTest, BadLinksAreRefusedNamingTheField) {
   expectErrors({
       {"[{\"ifname\":\"a\",\"flags\":[],\n\"ifindex\":\"x\"}]", ":2" + index + "\"x\""},
       {R"([{"ifname":"a","flags":[],"ifindex":2147483648}])", ":1" + index + "2147483648"},
-      {R"([{"ifname":"a","flags":[],"ifindex":99999999999999999999}])",
-       ":1" + index + "99999999999999999999"},
       {"[\n{\"ifname\":\"a\",\n\"flags\":[]}]", ":2: ifindex: missing"},
-      {"[{\"ifname\":\"a\",\"flags\":[],\"ifindex\":1},\n{\"flags\":[],\"ifindex\":2}]",
-       ":2: ifname: missing"},
       {R"([{"ifname":"a/b","flags":[],"ifindex":1}])", name + "\"a/b\""},
       {R"([{"ifname":"a234567890123456","flags":[],"ifindex":1}])", name + "\"a234567890123456\""},
       {R"([{"ifname":"a\u0000","flags":[],"ifindex":1}])", name + "\"a\\u0000\""},
-      {R"([{"ifname":"a","ifindex":1}])", ":1: flags: missing"},
       {R"([{"ifname":"a","flags":"UP","ifindex":1}])",
        ":1: flags: expected an array of names, got \"UP\""},
-      {R"([{"ifname":"a","flags":[{}],"ifindex":1}])",
-       ":1: flags: expected an array of names, got an object in it"},
       {R"([{"ifname":"a","flags":[],"ifindex":1},{"ifname":"a","flags":["UP"],"ifindex":1}])",
        ":1: ifname: \"a\" was told otherwise at f.json:1"},
       {R"([{"ifname":"a","flags":[],"ifindex":1},{"ifname":"b","flags":[],"ifindex":1}])",
@@ -140,11 +130,8 @@ TEST_F(LoadBatchTest, BadAddressesAreRefusedNamingTheField) {
 
 TEST_F(LoadBatchTest, BadForwardingIsRefusedNamingTheField) {
   expectErrors({
-      {R"([{"interface":"all","forwarding":true}])", ":1: family: missing"},
       {R"([{"family":"ipx","interface":"all","forwarding":true}])",
        ":1: family: expected \"inet\", \"inet6\" or \"mpls\", got \"ipx\""},
-      {R"([{"family":"inet","interface":["all"],"forwarding":true}])",
-       ":1: interface: expected the name of an interface, got an array"},
       {R"([{"family":"inet","interface":"lo","forwarding":"on"}])",
        ":1: forwarding: expected true or false, got \"on\""},
       {R"([{"family":"inet","interface":"lo","forwarding":true},
@@ -162,7 +149,6 @@ TEST_F(LoadBatchTest, BadRoutesAreRefusedNamingTheField) {
   expectErrors({
       {R"([{"dst":"10.0.0.1/8","dev":"a"}])", prefix + "\"10.0.0.1/8\""},
       {R"([{"dst":"10.0.0.0/33","dev":"a"}])", prefix + "\"10.0.0.0/33\""},
-      {R"([{"dst":7,"dev":"a"}])", ":1: dst: expected a prefix, got 7"},
       {"[{\"dst\":\"default\",\n\"gateway\":\"10.0.0\"}]",
        R"(:2: gateway: expected an IPv4 address, got "10.0.0")"},
       {R"([{"dst":"default","metric":1,"flags":[]}])",
@@ -201,7 +187,7 @@ TEST_F(LoadBatchTest, ARouteIsTheOneThatTheKernelUses) {
   ASSERT_TRUE(route);
   EXPECT_EQ(route->protocol, 4);  // static
   EXPECT_EQ(route->metric, 5U);
-  EXPECT_EQ(kernel_->hopSets.hopsOf(route->hops), (std::vector<Hop>{{{}, 4}}));
+  EXPECT_EQ(kernel_->nextHopSets.hopsOf(route->hops), (std::vector<NextHop>{{{}, 4}}));
   EXPECT_FALSE(kernel_->routes.table().served(Dovel::Prefix(std::string_view("2.0.0.0/8"))));
 }
 

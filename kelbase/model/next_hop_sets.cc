@@ -1,4 +1,4 @@
-#include "kelbase/model/hop_sets.h"
+#include "kelbase/model/next_hop_sets.h"
 
 #include <algorithm>
 
@@ -6,20 +6,21 @@
 
 namespace Kelbase {
 
-std::size_t HopSets::HopsHash::operator()(std::span<Hop const> hops) const {
+std::size_t NextHopSets::HopsHash::operator()(std::span<NextHop const> hops) const {
   return absl::HashOf(absl::MakeConstSpan(hops.data(), hops.size()));
 }
 
-bool HopSets::HopsEqual::operator()(std::span<Hop const> a, std::span<Hop const> b) const {
+bool NextHopSets::HopsEqual::operator()(std::span<NextHop const> a,
+                                        std::span<NextHop const> b) const {
   return std::equal(a.begin(), a.end(), b.begin(), b.end());
 }
 
-HopSets::HopSets(Links& links, Nexthops& nexthops) : links_(links), nexthops_(nexthops) {
+NextHopSets::NextHopSets(Links& links, Nexthops& nexthops) : links_(links), nexthops_(nexthops) {
   links.observerIs(*this);
   nexthops.observerIs(*this);
 }
 
-HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
+NextHopSets::Handle NextHopSets::inlineSet(std::span<NextHop const> hops) {
   if (hops.empty()) return none;
   auto const found = inline_.find(hops);
   if (found != inline_.end()) return found->second;
@@ -30,7 +31,7 @@ HopSets::Handle HopSets::inlineSet(std::span<Hop const> hops) {
   return handle;
 }
 
-HopSets::Handle HopSets::objectSet(std::uint32_t object) {
+NextHopSets::Handle NextHopSets::objectSet(std::uint32_t object) {
   auto const [place, isNew] = objectSets_.try_emplace(object, none);
   if (isNew) {
     place->second = sets_.make(Set{.object = object, .hops = {}});
@@ -39,19 +40,19 @@ HopSets::Handle HopSets::objectSet(std::uint32_t object) {
   return place->second;
 }
 
-void HopSets::ref(Handle handle) {
+void NextHopSets::ref(Handle handle) {
   if (handle == none || sets_[handle].refs++ > 0) return;
   ++used_;
   tell(handle);
 }
 
-void HopSets::unref(Handle handle) {
+void NextHopSets::unref(Handle handle) {
   if (handle == none || --sets_[handle].refs > 0) return;
   --used_;
   tellUnused(handle);
 }
 
-void HopSets::forget(Handle handle) {
+void NextHopSets::forget(Handle handle) {
   Set const& set = sets_[handle];
   if (set.object != 0) {
     objectSets_.erase(set.object);
@@ -64,22 +65,22 @@ void HopSets::forget(Handle handle) {
   sets_.free(handle);
 }
 
-bool HopSets::isKnown(Handle handle) const {
+bool NextHopSets::isKnown(Handle handle) const {
   return sets_[handle].object == 0 || nexthops_.isKnown(sets_[handle].object);
 }
 
-bool HopSets::isBlackhole(Handle handle) const {
+bool NextHopSets::isBlackhole(Handle handle) const {
   return sets_[handle].object != 0 && nexthops_.isBlackhole(sets_[handle].object);
 }
 
-std::vector<Hop> HopSets::hopsOf(Handle handle) const {
+std::vector<NextHop> NextHopSets::hopsOf(Handle handle) const {
   Set const& set = sets_[handle];
   return set.object == 0 ? set.hops : nexthops_.hopsOf(set.object);
 }
 
 /// A link that is renamed, or comes, changes what every set through it shows. One that has lost its
 /// name does not: its routes are about to go too, and until then nothing is made up.
-void HopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
+void NextHopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
   if (!links_.linkName(index)) return;
   for (auto const& [link, handle] : setsOfLink_.of(static_cast<std::uint32_t>(index))) {
     if (isUsed(handle)) tell(handle);
@@ -87,26 +88,26 @@ void HopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
   for (auto const& [link, object] : nexthops_.ofLink(index)) changeWith(object);
 }
 
-void HopSets::changeWith(std::uint32_t object) {
+void NextHopSets::changeWith(std::uint32_t object) {
   nexthops_.anyWith(object, [this](std::uint32_t id) {
     if (isObjectUsed(id)) tell(objectSets_.at(id));
     return false;
   });
 }
 
-bool HopSets::isObjectUsed(std::uint32_t object) const {
+bool NextHopSets::isObjectUsed(std::uint32_t object) const {
   auto const set = objectSets_.find(object);
   return set != objectSets_.end() && isUsed(set->second);
 }
 
-bool HopSets::usesLink(std::int32_t ifIndex) const {
+bool NextHopSets::usesLink(std::int32_t ifIndex) const {
   if (!nexthops_.ofLink(ifIndex).empty()) return true;
   auto const sets = setsOfLink_.of(static_cast<std::uint32_t>(ifIndex));
   return std::any_of(sets.begin(), sets.end(),
                      [this](auto const& pair) { return isUsed(pair.second); });
 }
 
-bool HopSets::usesObject(std::uint32_t id) const {
+bool NextHopSets::usesObject(std::uint32_t id) const {
   return nexthops_.anyWith(id, [this](std::uint32_t one) { return isObjectUsed(one); });
 }
 

@@ -21,7 +21,7 @@
 
 namespace Kelbase {
 
-class HopSets : private Links::Observer, private Nexthops::Observer {
+class NextHopSets : private Links::Observer, private Nexthops::Observer {
  public:
   /// Names a set while it has references, and until forget() after that.
   using Handle = std::uint32_t;
@@ -39,15 +39,15 @@ class HopSets : private Links::Observer, private Nexthops::Observer {
   };
 
   /// Both must outlive it.
-  HopSets(Links& links, Nexthops& nexthops);
-  HopSets(HopSets const&) = delete;
-  HopSets& operator=(HopSets const&) = delete;
+  NextHopSets(Links& links, Nexthops& nexthops);
+  NextHopSets(NextHopSets const&) = delete;
+  NextHopSets& operator=(NextHopSets const&) = delete;
 
   /// The one observer there is; it must forget the sets. Before the first set is made.
   void observerIs(Observer& observer) { observer_ = &observer; }
 
   /// The set of these next hops; none: `none`.
-  Handle inlineSet(std::span<Hop const> hops);
+  Handle inlineSet(std::span<NextHop const> hops);
   /// The set that the nexthop object is, whether it is known already or not.
   Handle objectSet(std::uint32_t object);
   /// One more route, or one less, that uses the set. `none` is allowed.
@@ -63,7 +63,7 @@ class HopSets : private Links::Observer, private Nexthops::Observer {
   bool isKnown(Handle handle) const;
   /// What is sent to it is dropped.
   bool isBlackhole(Handle handle) const;
-  std::vector<Hop> hopsOf(Handle handle) const;
+  std::vector<NextHop> hopsOf(Handle handle) const;
   /// Calls visit(handle) for every set, used or not.
   template <class Visit>
   void forEach(Visit const& visit) const {
@@ -78,7 +78,7 @@ class HopSets : private Links::Observer, private Nexthops::Observer {
   std::size_t size() const { return used_; }
 
  private:
-  using Hops = std::vector<Hop>;
+  using Hops = std::vector<NextHop>;
   struct Set {
     std::uint32_t object = 0;  // 0: inline
     std::uint32_t refs = 0;
@@ -86,11 +86,11 @@ class HopSets : private Links::Observer, private Nexthops::Observer {
   };
   struct HopsHash {
     using is_transparent = void;
-    std::size_t operator()(std::span<Hop const> hops) const;
+    std::size_t operator()(std::span<NextHop const> hops) const;
   };
   struct HopsEqual {
     using is_transparent = void;
-    bool operator()(std::span<Hop const> a, std::span<Hop const> b) const;
+    bool operator()(std::span<NextHop const> a, std::span<NextHop const> b) const;
   };
 
   void onLinkName(std::int32_t index, Dovel::IntfId const& name) override;

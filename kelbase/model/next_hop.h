@@ -8,14 +8,14 @@
 
 namespace Kelbase {
 
-struct Hop {
+struct NextHop {
   Dovel::IpAddr nextHop;     // 0.0.0.0: none, on the link; or an IPv6 one (RFC 8950)
   std::int32_t ifIndex = 0;  // 0: none
 
-  bool operator==(Hop const&) const = default;
+  bool operator==(NextHop const&) const = default;
 
   template <class H>
-  friend H AbslHashValue(H h, Hop const& hop) {
+  friend H AbslHashValue(H h, NextHop const& hop) {
     return H::combine(std::move(h), hop.nextHop, hop.ifIndex);
   }
 };
