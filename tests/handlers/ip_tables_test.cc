@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "handlers/ip_cidr_route_table.h"
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
 #include "model/protocol_map.h"
@@ -204,6 +205,21 @@ TEST_F(IpTablesTest, ARouteIsReadAndNeverSet) {
                   : "ipCidrRouteTable_handler: SET is not configured for column ipCidrRoute" +
                         known->second);
   }
+}
+
+TEST_F(IpTablesTest, ARoutesAddressesAreIpAddressesInItsIndex) {
+  writeRoute(0, 1);
+  netsnmp_iterator_info info{};
+  info.myvoid = routes_.get();
+  netsnmp_variable_list* row = nullptr;
+  for (int i = 0; i < 4; ++i) snmp_varlist_add_variable(&row, nullptr, 0, ASN_NULL, nullptr, 0);
+  void *loop = nullptr, *data = nullptr;
+  ASSERT_EQ(ipCidrRouteTable_get_first_data_point(&loop, &data, row, &info), row);
+  std::vector<int> types;
+  for (auto const* index = row; index; index = index->next_variable) types.push_back(index->type);
+  EXPECT_THAT(types, ElementsAre(ASN_IPADDRESS, ASN_IPADDRESS, ASN_INTEGER, ASN_IPADDRESS));
+  ipCidrRouteTable_free_loop_context_at_end(loop, &info);
+  snmp_free_varbind(row);
 }
 
 TEST_F(IpTablesTest, ANeighbourIsReadAsItIsNowAndNeverSet) {

@@ -53,6 +53,11 @@ TEST_F(RouteMessageTest, IdentityTellsApartWhatTheKernelDoes) {
             base);
   EXPECT_NE(identity(routeMessage(RTM_NEWROUTE, "10.1.0.0/16", RTN_BLACKHOLE)), base);
   EXPECT_NE(identity(plain().routeFlags(RTNH_F_ONLINK)), base);
+  auto const path = [](unsigned char flags) {
+    return routeMessage(RTM_NEWROUTE, "10.1.0.0/16")
+        .value(RTA_MULTIPATH, rtnexthop{sizeof(rtnexthop), flags, 0, 3});
+  };
+  EXPECT_NE(identity(path(RTNH_F_ONLINK)), identity(path(0)));
   EXPECT_NE(identity(plain().value(RTA_ENCAP_TYPE, std::uint16_t{1})), base);
   EXPECT_EQ(identity(plain().routeFlags(RTNH_F_DEAD | RTNH_F_LINKDOWN | RTM_F_OFFLOAD)), base);
 }
