@@ -1,7 +1,7 @@
 #pragma once
 // The tree in which entities are mounted by path, such as "Kelbase/routing/config", relative to its
 // root. A mount holds a reference to its entity. What the module mounts: the forwarding flags'
-// entities, by their mirror, and the two caches. Nobody is told of a mount: who keeps plain
+// entities, by their mirror, the two caches, the health. Nobody is told of a mount: who keeps plain
 // pointers to mounted entities is told by whoever changes the mounts (State::MountObserver). One
 // thread.
 
