@@ -36,6 +36,7 @@ void start() {
   startAlarm = 0;  // a single alarm ends by itself
   try {
     delete std::exchange(plugin, nullptr);
+    Mav::traceSinkIs(Snmp::snmpLogSink);
     plugin = new Plugin(Pondo::defaultRunDir(), startOver);
     startFailed = false;
   } catch (...) {
@@ -59,13 +60,15 @@ void armStart(unsigned seconds) {
 }  // namespace OvoSnmp
 
 void init_OvoSnmp() noexcept {
+  // Each for itself: what has no memory now must not keep the alarm from being armed.
+  Snmp::guarded("init_OvoSnmp", [] { OvoSnmp::armStart(0); });
   Snmp::guarded("init_OvoSnmp", [] {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     Mav::log(Mav::Severity::notice,
              std::string("version " OVO_VERSION ", reading ") + Pondo::defaultRunDir().string());
-    OvoSnmp::armStart(0);
-    OvoSnmp::keepToken = std::make_unique<OvoSnmp::KeepToken>().release();
   });
+  Snmp::guarded("init_OvoSnmp",
+                [] { OvoSnmp::keepToken = std::make_unique<OvoSnmp::KeepToken>().release(); });
 }
 
 void deinit_OvoSnmp() noexcept {

@@ -39,10 +39,12 @@ class TraceHandle {
  public:
   static constexpr int levelMax = 9;
 
-  /// `allLevels` starts the handle with every level on; otherwise level 0 and what MAV_TRACE says.
+  /// `name` is a literal: handles are made while a library is loaded, where an allocation that
+  /// failed would end the process. `allLevels` starts the handle with every level on; otherwise
+  /// level 0 and what MAV_TRACE says.
   explicit TraceHandle(std::string_view name, bool allLevels = false);
 
-  std::string const& name() const { return name_; }
+  std::string_view name() const { return name_; }
   bool enabled(int level) const { return ((levels_ >> level) & 1U) != 0; }
   /// RangeException when the level is not within 0 to levelMax.
   void enabledIs(int level, bool on);
@@ -52,7 +54,7 @@ class TraceHandle {
             std::string_view text) const;
 
  private:
-  std::string name_;
+  std::string_view name_;
   std::uint32_t levels_;
 };
 

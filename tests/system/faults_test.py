@@ -5,12 +5,14 @@ import contextlib
 import ctypes
 import os
 import pathlib
+import random
 import signal
 import subprocess
+import time
 
 import pytest
 
-from ovo.daemons import BUILD, eventually, stays
+from ovo.daemons import BUILD, LONG, eventually, stays
 
 AS_DEBIAN = ("-u", "Debian-snmp", "-g", "Debian-snmp")
 # From the end of a fault: a look of the agent, and what the publisher waits until it makes tables anew.
@@ -32,8 +34,7 @@ def prepared(router, options=AS_DEBIAN):
 
 def change(router, turn):
     """Something comes, goes and changes in every table."""
-    verb = ("del", "add")[turn % 2]
-    router.batch(f"addr {verb} 10.3.{turn // 2}.1/24 dev eth2" if verb == "add" else
+    router.batch(f"addr del 10.2.{turn - 1}.1/24 dev eth2" if turn % 2 else
                  f"addr add 10.2.{turn}.1/24 dev eth2",
                  f"neigh replace 10.1.0.{10 + turn} lladdr 02:00:00:00:01:{turn:02x} dev eth1",
                  *(f"route replace 10.9.{n}.0/24 via 10.1.0.{4 + turn % 3}"
@@ -57,7 +58,7 @@ def closed_above(router):
 
 @contextlib.contextmanager
 def link_loop(router):
-    aside = router.dir / "aside"
+    aside = router.fresh_dir("aside") / "run"
     router.rundir.rename(aside)
     router.rundir.symlink_to(router.rundir)
     yield
@@ -67,8 +68,9 @@ def link_loop(router):
 @contextlib.contextmanager
 def tables_behind_a_link(router):
     """The same files, by a path that nobody follows."""
-    (router.rundir / "tables").rename(router.rundir / "elsewhere")
-    (router.rundir / "tables").symlink_to("elsewhere")
+    elsewhere = router.fresh_dir("elsewhere", readable=True) / "tables"
+    (router.rundir / "tables").rename(elsewhere)
+    (router.rundir / "tables").symlink_to(elsewhere)
     yield
 
 
@@ -108,6 +110,20 @@ def test_both_daemons_get_over_it(router, fault):
         assert agent.get("ipForwarding.0") == 1
     goes_on(router, agent)
     assert len(agent.daemon.lines(str(router.rundir))) < 8, agent.daemon.text()
+
+
+@pytest.mark.parametrize("seed", range(20 if LONG else 1))
+def test_one_fault_upon_the_other(router, seed):
+    chance = random.Random(seed)
+    agent = prepared(router)
+    for turn in range(12 if LONG else 3):
+        with chance.choice(FAULTS)(router):
+            change(router, turn)
+            time.sleep(chance.uniform(0, 3))
+        assert eventually((router.rundir / "tables" / "data.mdb").exists, HEALED)
+        time.sleep(chance.uniform(0, 3))
+    agrees(router, agent)
+    assert router.publisher.alive() and agent.daemon.alive(), router.publisher.text()
 
 
 def goes_on(router, agent):
@@ -231,6 +247,12 @@ def test_allocations_that_fail_in_snmpd_cost_no_more_than_an_answer(router):
         if turn % 2 == 0:
             router.forget_tables()
             ask_everything(agent)
+        assert stays(agent.daemon.alive, 2), agent.daemon.text()[-3000:]
+        failing.one_of(0)
+        agrees(router, agent)
+    for number in (50, 5):
+        failing.one_of(number)
+        agent.reload()
         assert stays(agent.daemon.alive, 2), agent.daemon.text()[-3000:]
         failing.one_of(0)
         agrees(router, agent)
