@@ -4,9 +4,9 @@ import random
 import threading
 import time
 
-from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually
+from ovo.daemons import FORWARDING, LONG, NOT_FORWARDING, eventually
 
-KILLS = 200
+KILLS = 10_000 if LONG else 200
 
 
 class Churn(threading.Thread):

@@ -4,9 +4,9 @@ import threading
 
 import pytest
 
-from ovo.daemons import FORWARDING, WITHOUT_SCALARS, eventually
+from ovo.daemons import FORWARDING, LONG, WITHOUT_SCALARS, eventually
 
-RELOADS = 1000
+RELOADS = 10_000 if LONG else 1000
 # The daemon itself keeps some 3 kB at each reload; the module may not add to that. In kB, over all.
 ALLOWED_GROWTH = 512
 

@@ -13,6 +13,8 @@ from ovo.snmp import Client
 from ovo.tables import SCALARS, TABLES
 
 BUILD = pathlib.Path(os.environ.get("OVO_BUILD", "build")).resolve()
+# ./test --long: hours instead of minutes.
+LONG = os.environ.get("OVO_LONG") == "1"
 SANITIZED = os.environ.get("OVO_SANITIZED") == "1"
 # The search for leaks at a program's end now and then never ends (it runs on after the daemon's last
 # line, deaf to SIGABRT), and would report those of snmpd too: leaks are for the unit tests to find.
