@@ -30,7 +30,7 @@ void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const*
 }
 
 void FecRows::addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex) {
-  IpForwardMib::Hop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex)};
+  IpForwardMib::RowHop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex)};
   auto const place = std::lower_bound(
       hops_.begin(), hops_.end(), hop.nextHop,
       [](auto const& known, Dovel::IpAddr const& nextHop) { return known.nextHop < nextHop; });

@@ -26,7 +26,7 @@ class FecRows {
 
   /// In the order of next hops, which differ: of several vias with one next hop, the first that
   /// gives a row has it.
-  std::vector<IpForwardMib::Hop> const& hops() const { return hops_; }
+  std::vector<IpForwardMib::RowHop> const& hops() const { return hops_; }
   /// In the order of the vias.
   std::vector<Refusal> const& refusals() const { return refusals_; }
   /// Raises what the vias beyond the last that a fec may have raise; no effect without them.
@@ -37,7 +37,7 @@ class FecRows {
   void addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex);
 
   std::size_t const vias_;
-  std::vector<IpForwardMib::Hop> hops_;
+  std::vector<IpForwardMib::RowHop> hops_;
   std::vector<Refusal> refusals_;
 };
 

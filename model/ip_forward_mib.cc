@@ -48,12 +48,12 @@ Mav::Ptr<IpCidrRouteTableEntry> IpForwardMib::ipCidrRouteTableIs(
   return Mav::makeObject<IpCidrRouteTableEntry>(key, row);
 }
 
-void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop const> hops,
+void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop const> hops,
                                    Routing::RouteMetric const& metric,
                                    Routing::RoutePreference const& preference,
                                    Routing::Fib::RouteType protocol) {
   auto const first = firstKey(prefix);
-  auto const key = [&](Hop const& hop) {
+  auto const key = [&](RowHop const& hop) {
     return IpCidrRouteTableIndex(first.dest(), first.mask(), first.tos(), hop.nextHop);
   };
   if (isHeard()) {

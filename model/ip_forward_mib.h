@@ -47,16 +47,16 @@ class IpForwardMib : public Mav::Entity {
                                                      Routing::Fib::RouteType protocol);
 
   /// One next hop of a prefix: what its row has of its own.
-  struct Hop {
+  struct RowHop {
     Dovel::IpAddr nextHop;
     std::uint32_t ifIndex = 0;
-    bool operator==(Hop const&) const = default;
+    bool operator==(RowHop const&) const = default;
   };
   /// The prefix has these rows from now on, and no other: every row of it is deleted, and then one
   /// made for each hop. `hops` are in the order of their next hops, which differ. While nobody
   /// listens, the rows change in place, which nobody can tell from that; prefixes that come in
   /// their order then cost no descent.
-  void ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<Hop const> hops,
+  void ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop const> hops,
                        Routing::RouteMetric const& metric,
                        Routing::RoutePreference const& preference,
                        Routing::Fib::RouteType protocol);

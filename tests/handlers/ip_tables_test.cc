@@ -60,8 +60,8 @@ class IpTablesTest : public testing::Test {
     mib_->ipAddrTableDel(address(n));
   }
   void writeRoute(unsigned n, std::size_t hops) {
-    std::vector<IpSnmp::IpForwardMib::Hop> const all{{IpAddr("192.0.2.1"), 3},
-                                                     {IpAddr("192.0.2.2"), 4}};
+    std::vector<IpSnmp::IpForwardMib::RowHop> const all{{IpAddr("192.0.2.1"), 3},
+                                                        {IpAddr("192.0.2.2"), 4}};
     routes_->ipCidrRoutesAre(Dovel::Prefix(IpAddr(0x0a000000U + (n << 8)), 24),
                              std::span(all).first(hops), {}, {},
                              Routing::Fib::routeTypeOspfExternal1);
