@@ -13,8 +13,8 @@ namespace {
 
 constexpr char const* token = "ovosnmpKeep";
 
-std::array<Snmp::Place, 3> const& objects() {
-  static std::array<Snmp::Place, 3> const all{{
+std::array<Snmp::ObjectRoot, 3> const& objects() {
+  static std::array<Snmp::ObjectRoot, 3> const all{{
       {"ipRouteTable", {1, 3, 6, 1, 2, 1, 4, 21}},
       {"inetCidrRouteNumber", {1, 3, 6, 1, 2, 1, 4, 24, 6}},
       {"inetCidrRouteTable", {1, 3, 6, 1, 2, 1, 4, 24, 7}},
@@ -52,8 +52,8 @@ KeepToken::~KeepToken() {
   forget();
 }
 
-std::vector<Snmp::Place> stockObjectsToDisplace() {
-  std::vector<Snmp::Place> places;
+std::vector<Snmp::ObjectRoot> stockObjectsToDisplace() {
+  std::vector<Snmp::ObjectRoot> places;
   for (auto const& object : objects()) {
     if (!kept().contains(object.name)) places.push_back(object);
   }

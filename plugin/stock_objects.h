@@ -24,6 +24,6 @@ class KeepToken {
 };
 
 /// What of them is not kept.
-std::vector<Snmp::Place> stockObjectsToDisplace();
+std::vector<Snmp::ObjectRoot> stockObjectsToDisplace();
 
 }  // namespace OvoSnmp

@@ -13,7 +13,7 @@ namespace Snmp {
 
 namespace {
 
-bool isWithin(Place const& place, std::span<oid const> name) {
+bool isWithin(ObjectRoot const& place, std::span<oid const> name) {
   auto const& root = place.objectId;
   return name.size() >= root.size() && std::equal(root.begin(), root.end(), name.begin());
 }
@@ -34,7 +34,7 @@ struct Registered {
 };
 
 /// What others have registered there. One that lies there in slices is told once.
-std::set<Registered> othersWithin(Place const& place) {
+std::set<Registered> othersWithin(ObjectRoot const& place) {
   std::set<Registered> others;
   for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
     for (auto* entry = slice; entry; entry = entry->children) {
@@ -77,12 +77,12 @@ void tellWhatHasGone() {
 
 }  // namespace
 
-Place placeOf(netsnmp_handler_registration const& registration) {
+ObjectRoot placeOf(netsnmp_handler_registration const& registration) {
   return {registration.handlerName,
           {registration.rootoid, registration.rootoid + registration.rootoid_len}};
 }
 
-void takeOut(Place const& place) {
+void takeOut(ObjectRoot const& place) {
   LookupCache const lookupCache;
   bool any = false;
   for (auto registered : othersWithin(place)) {
@@ -91,7 +91,7 @@ void takeOut(Place const& place) {
   if (any) gone().push_back(place.name);
 }
 
-Displacement::Displacement(std::vector<Place> further) : further_(std::move(further)) {
+Displacement::Displacement(std::vector<ObjectRoot> further) : further_(std::move(further)) {
   snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_REGISTER_OID, onRegister, this);
 }
 
@@ -109,14 +109,14 @@ void Displacement::run() {
   tellWhatHasGone();
 }
 
-std::vector<Place> Displacement::places() const {
-  std::vector<Place> all;
+std::vector<ObjectRoot> Displacement::places() const {
+  std::vector<ObjectRoot> all;
   for (auto const* const registration : registrations()) all.push_back(placeOf(*registration));
   all.insert(all.end(), further_.begin(), further_.end());
   return all;
 }
 
-void Displacement::tellOfSubagents(Place const& place) {
+void Displacement::tellOfSubagents(ObjectRoot const& place) {
   for (auto const& other : othersWithin(place)) {
     if (!other.isSubagents || !subagentsTold_.insert(other.label + ' ' + place.name).second) {
       continue;

@@ -22,24 +22,24 @@
 namespace Snmp {
 
 /// An object and all below it.
-struct Place {
+struct ObjectRoot {
   std::string name;
   std::vector<oid> objectId;
 };
 
 /// Of a registration.
-Place placeOf(netsnmp_handler_registration const& registration);
+ObjectRoot placeOf(netsnmp_handler_registration const& registration);
 
 /// Takes out what others have registered at or below `place`. To be called before a registration
 /// there, too: one that net-snmp has to fit around others is cut into slices, and these stay.
 /// net-snmp's functions on a registration then reach the first slice alone.
-void takeOut(Place const& place);
+void takeOut(ObjectRoot const& place);
 
 class Displacement {
  public:
   /// Of what stands at or below the registrations of this module (registrations.h), and of
   /// `further` places, which others serve and nobody shall.
-  explicit Displacement(std::vector<Place> further = {});
+  explicit Displacement(std::vector<ObjectRoot> further = {});
   /// Leaves what is out where it is.
   ~Displacement();
   Displacement(Displacement const&) = delete;
@@ -53,10 +53,10 @@ class Displacement {
  private:
   static int onRegister(int major, int minor, void* parameters, void* self) noexcept;
   static void onAlarm(unsigned alarm, void* self) noexcept;
-  std::vector<Place> places() const;
-  void tellOfSubagents(Place const& place);
+  std::vector<ObjectRoot> places() const;
+  void tellOfSubagents(ObjectRoot const& place);
 
-  std::vector<Place> const further_;
+  std::vector<ObjectRoot> const further_;
   std::set<std::string> subagentsTold_;
   unsigned alarm_ = 0;  // 0: none is set
 };

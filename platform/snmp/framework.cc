@@ -10,7 +10,8 @@
 
 namespace Snmp {
 
-Framework::Framework(std::vector<Place> displacedToo) : displacement_(std::move(displacedToo)) {}
+Framework::Framework(std::vector<ObjectRoot> displacedToo)
+    : displacement_(std::move(displacedToo)) {}
 
 Framework::~Framework() { unregisterAll(); }
 

@@ -15,7 +15,7 @@ namespace Snmp {
 class Framework {
  public:
   /// `displacedToo`: what goes besides the daemon's own of what the units register.
-  explicit Framework(std::vector<Place> displacedToo = {});
+  explicit Framework(std::vector<ObjectRoot> displacedToo = {});
   ~Framework();
   Framework(Framework const&) = delete;
   Framework& operator=(Framework const&) = delete;
