@@ -39,24 +39,24 @@ struct ConstMapped<Ptr<Entry>> {
 
 /// A place in the order of keys, which need not be a key: order(key) tells how a key stands to it.
 template <class Order>
-struct Place {
+struct Bound {
   Order const& order;
 };
 
 /// One three-way comparison for each step of a descent, which ends early on equality.
 struct KeyOrder {
-  using is_transparent = void;  // a Place descends too
+  using is_transparent = void;  // a Bound descends too
 
   template <class Key>
   absl::weak_ordering operator()(Key const& a, Key const& b) const {
     return from(a <=> b);
   }
   template <class Key, class Order>
-  absl::weak_ordering operator()(Key const& key, Place<Order> const& place) const {
+  absl::weak_ordering operator()(Key const& key, Bound<Order> const& place) const {
     return from(place.order(key));
   }
   template <class Key, class Order>
-  absl::weak_ordering operator()(Place<Order> const& place, Key const& key) const {
+  absl::weak_ordering operator()(Bound<Order> const& place, Key const& key) const {
     auto const order = place.order(key);
     if (order < 0) return absl::weak_ordering::greater;
     return order > 0 ? absl::weak_ordering::less : absl::weak_ordering::equivalent;
@@ -167,11 +167,11 @@ class OrderedMap {
   /// tells how a key stands to it, in the order of the map.
   template <class Order>
   IteratorConst firstAfter(Order const& order) const {
-    return {this, tree_.upper_bound(Detail::Place<Order>{order})};
+    return {this, tree_.upper_bound(Detail::Bound<Order>{order})};
   }
   template <class Order>
   IteratorConst firstAtOrAfter(Order const& order) const {
-    return {this, tree_.lower_bound(Detail::Place<Order>{order})};
+    return {this, tree_.lower_bound(Detail::Bound<Order>{order})};
   }
 
  private:
