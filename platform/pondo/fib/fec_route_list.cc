@@ -23,13 +23,13 @@ Dovel::Prefix FecRouteList::Key::prefix() const {
   return {Dovel::IpAddr(static_cast<std::uint32_t>(number() >> 8U)), octets_[0]};
 }
 
-FecRouteList::Place::Place(std::size_t place) {
+FecRouteList::Slot::Slot(std::size_t place) {
   if (place >= fecsMax) throw Mav::RangeException("too many fecs are in use: 16777216 are allowed");
   octets_ = {static_cast<std::uint8_t>(place), static_cast<std::uint8_t>(place >> 8U),
              static_cast<std::uint8_t>(place >> 16U)};
 }
 
-FecRouteList::Place::operator std::size_t() const {
+FecRouteList::Slot::operator std::size_t() const {
   return octets_[0] | std::size_t{octets_[1]} << 8U | std::size_t{octets_[2]} << 16U;
 }
 
@@ -87,10 +87,10 @@ bool FecRouteList::isAt(Filed::const_iterator it, Key const& key) const {
   return it != filed_.end() && !(key < it->first);
 }
 
-FecRouteList::Place FecRouteList::placeOf(FecId fecId) {
+FecRouteList::Slot FecRouteList::placeOf(FecId fecId) {
   if (auto const found = places_.find(fecId); found != places_.end()) return found->second;
   bool const reuses = !free_.empty();
-  Place const place = reuses ? free_.back() : Place(fecs_.size());
+  Slot const place = reuses ? free_.back() : Slot(fecs_.size());
   places_.emplace(fecId, place);
   if (reuses) {
     free_.pop_back();
@@ -101,7 +101,7 @@ FecRouteList::Place FecRouteList::placeOf(FecId fecId) {
   return place;
 }
 
-void FecRouteList::remove(Place place, Dovel::Prefix const& prefix) {
+void FecRouteList::remove(Slot place, Dovel::Prefix const& prefix) {
   auto& fec = fecs_[place];
   fec.prefixes.erase(prefix);
   if (!fec.prefixes.empty()) return;

@@ -57,9 +57,9 @@ class FecRouteList : public Mav::Object {
     std::array<std::uint8_t, 5> octets_;  // least significant first: the length, then the address
   };
   /// A place in fecs_ in three octets.
-  class Place {
+  class Slot {
    public:
-    explicit Place(std::size_t place);
+    explicit Slot(std::size_t place);
     operator std::size_t() const;
 
    private:
@@ -69,18 +69,18 @@ class FecRouteList : public Mav::Object {
     FecId fecId;
     Prefixes prefixes;  // none: the place is free
   };
-  using Filed = absl::btree_map<Key, Place>;
+  using Filed = absl::btree_map<Key, Slot>;
 
   Filed::const_iterator lowerBound(Key const& key) const;
   bool isAt(Filed::const_iterator it, Key const& key) const;
-  Place placeOf(FecId fecId);
-  void remove(Place place, Dovel::Prefix const& prefix);
+  Slot placeOf(FecId fecId);
+  void remove(Slot place, Dovel::Prefix const& prefix);
 
   Filed filed_;
   mutable Filed::const_iterator last_ = filed_.end();  // where lowerBound() led
   std::vector<FecRoutes> fecs_;
-  std::vector<Place> free_;
-  absl::btree_map<FecId, Place> places_;
+  std::vector<Slot> free_;
+  absl::btree_map<FecId, Slot> places_;
 };
 
 }  // namespace Pondo::Fib
