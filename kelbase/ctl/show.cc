@@ -62,9 +62,9 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
     output->write(rows);
   }
   output->end();
-  if (reader.rejected() > 0) {
-    context.err << "kelbasectl: " << view.name << ": " << reader.rejected()
-                << (reader.rejected() == 1 ? " record" : " records")
+  if (reader.malformed() > 0) {
+    context.err << "kelbasectl: " << view.name << ": " << reader.malformed()
+                << (reader.malformed() == 1 ? " record" : " records")
                 << " not well-formed, left out\n";
   }
   if (!shown && (question.within || question.to)) return reportNone(context, question);

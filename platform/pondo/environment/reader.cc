@@ -65,7 +65,7 @@ struct Reader::Impl {
   Cursors scans;
   Cursors gets;  // apart: a visitor of a scan may get
   bool reading = false;
-  std::uint64_t rejected = 0;
+  std::uint64_t malformed = 0;
 };
 
 Reader::Impl::Impl(std::filesystem::path const& runDir)
@@ -160,7 +160,7 @@ LogState Snapshot::log() const {
   return {meta().instance, meta().logFirst, meta().logNext, meta().complete != 0};
 }
 
-void Snapshot::countRejected() const { ++reader_.impl_->rejected; }
+void Snapshot::countMalformed() const { ++reader_.impl_->malformed; }
 
 std::size_t Snapshot::count(TableId table) const {
   auto const& impl = *reader_.impl_;
@@ -217,7 +217,7 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
     if (entry.size() > 1 && Format::isTable(static_cast<std::uint8_t>(entry[0]))) {
       if (!visit(static_cast<TableId>(entry[0]), entry.substr(1))) return from;
     } else {
-      countRejected();
+      countMalformed();
     }
     code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
   }
@@ -236,6 +236,6 @@ bool Reader::current() const {
          identityAt(impl_->tables / Format::lockFile) == impl_->lockFile;
 }
 
-std::uint64_t Reader::rejected() const { return impl_->rejected; }
+std::uint64_t Reader::malformed() const { return impl_->malformed; }
 
 }  // namespace Pondo

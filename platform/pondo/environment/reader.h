@@ -52,13 +52,13 @@ class Snapshot {
   Origin origin() const;
 
   /// Gives the record, or nothing when there is none. A malformed one counts as none, and in
-  /// Reader::rejected().
+  /// Reader::malformed().
   template <class Table>
   std::optional<typename Table::Record> get(typename Table::Key const& key) const {
     auto const bytes = getBytes(Table::id, encodeKey<Table>(key));
     if (!bytes) return std::nullopt;
     auto record = decodeRecord<Table>(*bytes);
-    if (!record) countRejected();
+    if (!record) countMalformed();
     return record;
   }
 
@@ -75,7 +75,7 @@ class Snapshot {
                        if (key && record) {
                          visit(*key, *record);
                        } else {
-                         countRejected();
+                         countMalformed();
                        }
                      });
   }
@@ -100,7 +100,7 @@ class Snapshot {
  private:
   friend class Reader;
   explicit Snapshot(Reader const& reader);
-  void countRejected() const;
+  void countMalformed() const;
   Format::MetaRecord const& meta() const;
   Reader const& reader_;
   mutable std::optional<Format::MetaRecord> meta_;  // once read
@@ -123,7 +123,7 @@ class Reader {
   bool current() const;
 
   /// Counts the records that were skipped as malformed so far.
-  std::uint64_t rejected() const;
+  std::uint64_t malformed() const;
 
  private:
   friend class Snapshot;

@@ -184,7 +184,7 @@ void Follower::Impl::open() {
 
 void Follower::Impl::closeReader() {
   turnSnapshot.reset();
-  if (reader) badRecords += reader->rejected();
+  if (reader) badRecords += reader->malformed();
   reader.reset();
 }
 
@@ -262,7 +262,7 @@ bool Follower::Impl::turnSlices() {
     more = slice(now, log);
     if (Mav::now() >= deadline) break;
   }
-  if (report) report->stateIs(now.generation(), resyncs, badRecords + reader->rejected());
+  if (report) report->stateIs(now.generation(), resyncs, badRecords + reader->malformed());
   return more;
 }
 
