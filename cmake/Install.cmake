@@ -27,3 +27,5 @@ install(FILES packaging/snmpd/hardened.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.service.d-hardened.conf)
 install(FILES packaging/snmpd/agentx-master.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.service.d-master.conf)
+install(FILES packaging/snmpd/agentx-socket.conf
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.conf.d-master.conf)

@@ -12,7 +12,7 @@ eventually() {  # SECONDS COMMAND...
   for ((; tries > 0; --tries)); do "$@" >/dev/null 2>&1 && return 0; sleep 0.1; done
   "$@"
 }
-install() { apt-get install -y -qq "$@" 2>&1 | grep -v '^(Reading\|^debconf\|^Preparing\|^Select'; }
+install() { apt-get install -y -qq -o Dpkg::Options::=--force-confold "$@" 2>&1 | grep -v '^(Reading\|^debconf\|^Preparing\|^Select'; }
 walk() { snmpbulkwalk -v2c -c public -On localhost "$1" | grep -v ' = No '; }
 agrees() { python3 ovosnmp/tests/package/agrees.py "${1:-10}" || wrong "not what the kernel has"; }
 
