@@ -14,7 +14,7 @@ def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router)
     assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, 1)
     assert agent.get("ipForwarding.0") in UNKNOWN
     assert isinstance(agent.get("sysDescr.0"), str)
-    assert len(agent.daemon.lines(str(router.rundir))) == 1, agent.daemon.text()
+    assert len(agent.daemon.lines(f"{router.rundir}: ")) == 1, agent.daemon.text()
     router.publish()
     assert agent.answers(within=1), agent.daemon.text()
     assert agent.get("ipForwarding.0") == FORWARDING
