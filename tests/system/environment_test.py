@@ -86,7 +86,8 @@ def test_a_fault_at_the_start_is_told_once_and_mended(router, fault):
     with fault(router):
         agent = router.agent(options=("-u", "Debian-snmp", "-g", "Debian-snmp"),
                              without=WITHOUT_SCALARS)
-        assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, LOOK)
+        assert stays(lambda: agent.ask("ipForwarding.0", 5) in UNKNOWN, LOOK), (
+            agent.ask("ipForwarding.0", 5), agent.daemon.text())
         assert isinstance(agent.get("sysDescr.0"), str)
         lines = told(agent, router)
         assert len(lines) == 1 and WORDS[fault] in lines[0], agent.daemon.text()
