@@ -69,11 +69,17 @@ class Picture:
             " ".join(f"{x:.0f},{y:.0f}" for x, y in places) + '"/>'
         yield from (f'<circle cx="{x:.0f}" cy="{y:.0f}" r="4" fill="{line.colour}"/>'
                     for x, y in places)
-        yield words(places[-1][0] + 10, places[-1][1] + 4, line.name, "start", line.colour)
+
+    def _names(self, lines):
+        """Each at the end of its line, but clear of the one above."""
+        above = 0
+        for x, y, line in sorted((*self._place(*line.points[-1]), line) for line in lines):
+            above = max(y + 4, above + 16)
+            yield words(x + 10, above, line.name, "start", line.colour)
 
     def write(self, file, *lines):
         parts = [*self._grid(), *(part for line in lines for part in self._line(line)),
-                 words((LEFT + WIDTH - RIGHT) / 2, HEIGHT - 10, self._below),
+                 *self._names(lines), words((LEFT + WIDTH - RIGHT) / 2, HEIGHT - 10, self._below),
                  words(LEFT, 20, self._title, "start")]
         (DOCS / file).write_text(
             f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {HEIGHT}" '

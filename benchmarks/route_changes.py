@@ -15,6 +15,7 @@ from served import CONNECTED, FULL, an_internet, filled
 RATES = (1_000, 10_000, 50_000)
 TABLE = FULL // 10
 CHANGED = TABLE // 2
+SECONDS = 5  # of changes, at most
 SEEN = 500  # single changes
 
 
@@ -27,15 +28,17 @@ class Listener:
 
 
 def changed(internet, daemons, rate):
-    """Nanoseconds of each daemon's time a change; `rate` a second, or all that the kernel takes."""
-    lines = [line.replace("route add", "route replace")
-             for line in internet.moved(internet.lines[:CHANGED]) + internet.lines[:CHANGED]]
+    """Nanoseconds of each daemon's time a change; `rate` a second, or all that the kernel takes.
+
+    Routes go to other next hops and back again: the kernel says nothing of one that stays."""
+    some = internet.lines[:CHANGED if rate is None else min(CHANGED, rate * SECONDS // 2)]
+    lines = [line.replace("route add", "route replace") for line in internet.moved(some) + some]
     before = [one.cpu() for one in daemons]
     if rate is None:
         internet.take(lines)
         count = len(lines)
     else:
-        churn = Churn(internet.router, lines, rate, min(5.0, len(lines) / rate))
+        churn = Churn(internet.router, lines, rate, len(lines) / rate)
         churn.start()
         churn.join()
         count = churn.changes
