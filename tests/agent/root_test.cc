@@ -17,8 +17,12 @@ class RootTest : public AddressFixture {
   Mav::Ptr<IpSnmp::IpRouteTableSm> createRoutes(Mav::Ptr<Mav::Clock const> const& clock) {
     return root_->ipRouteTableSmIs(activityConfig_, ipForwardMib_, dir_, routes_, fecs_, clock);
   }
+  Mav::Ptr<IpSnmp::ArpTableSm> createArp(Mav::Ptr<Arp::NeighborDir const> const& neighbours) {
+    return root_->arpTableSmIs(activityConfig_, dir_, ipMib_, neighbours);
+  }
   void createAll() {
     create(config_);
+    createArp(neighbours_);
     createRoutes(activity_.clock());
   }
   void turnUntilFiled() {
@@ -32,6 +36,10 @@ class RootTest : public AddressFixture {
     ipMib_->ipAddrTableDelAll();
     ipMib_->ipAddressPrefixTableDelAll();
   }
+  void neighboursGo() {
+    root_->arpTableSmDel();
+    ipMib_->arpTableDelAll();
+  }
   void routesGo() {
     root_->ipRouteTableSmDel();
     ipForwardMib_->ipCidrRouteTableDelAll();
@@ -40,12 +48,15 @@ class RootTest : public AddressFixture {
   Texts served() const {
     Texts texts = addresses();
     for (auto const& text : prefixes()) texts.push_back(text);
+    for (auto row = ipMib_->arpTableIterator(); row; ++row)
+      texts.push_back(valueToStrep(row.key()));
     for (auto row = ipForwardMib_->ipCidrRouteTableIterator(); row; ++row) {
       texts.push_back(valueToStrep(row.key()) + std::to_string(row->ifIndex()));
     }
     return texts;
   }
 
+  Mav::Ptr<Arp::NeighborDir> neighbours_ = Mav::makeObject<Arp::NeighborDir>();
   Mav::Ptr<Pondo::Fib::SimulatedRouteStatus> routes_ =
       Mav::makeObject<Pondo::Fib::SimulatedRouteStatus>();
   Mav::Ptr<Pondo::Fib::SimulatedForwardingStatus> fecs_ =
@@ -58,7 +69,7 @@ void RootTest::change(std::mt19937& random) {
   auto const link = static_cast<std::int32_t>(1 + random() % 4);
   std::string const intf = "eth" + std::to_string(link);
   auto const number = std::to_string(random() % 8);
-  switch (random() % 5) {
+  switch (random() % 6) {
     case 0:
       dir_->intfStatusIs(id(intf), link, true);
       return;
@@ -67,6 +78,10 @@ void RootTest::change(std::mt19937& random) {
     case 2:
       return status_->intfIs(id(intf))->activeAddrWithMaskIs(v4("10.0.0." + number + "/32"));
     case 3:
+      neighbours_->arpIntfStatusIs(intf)->arpEntryIs(
+          {Dovel::IpAddr("10.0.1." + number), Dovel::EthAddr("02:00:00:00:00:01"), false});
+      return;
+    case 4:
       return fecs_->fecIs(Pondo::Fib::FecId(1 + random() % 3),
                           {{{Dovel::IpAddr("192.0.2." + number), id(intf), 2}}});
     default:
@@ -126,6 +141,13 @@ TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   root_->ipAddressTableSmDel();
   EXPECT_EQ(sm->use_count(), 1U);
 
+  auto const arpSm = createArp(neighbours_);
+  EXPECT_EQ(createArp(neighbours_), arpSm);
+  EXPECT_THROW(createArp(Mav::makeObject<Arp::NeighborDir>()), Mav::NameInUseException);
+  EXPECT_EQ(root_->arpTableSm(), arpSm);
+  root_->arpTableSmDel();
+  EXPECT_EQ(arpSm->use_count(), 1U);
+
   auto const clock = activity_.clock();
   auto const routeSm = createRoutes(clock);
   EXPECT_EQ(createRoutes(clock), routeSm);
@@ -140,6 +162,7 @@ TEST_F(RootTest, stateMachinesComeAndGoUnderTraffic) {
   for (int round = 0; round < 2'000; ++round) {
     change(random);
     if (random() % 8 == 0) addressesGo();
+    if (random() % 8 == 0) neighboursGo();
     if (random() % 8 == 0) routesGo();
     if (random() % 4 == 0) createAll();
     if (random() % 4 == 0) activity_.deliver();
@@ -149,6 +172,7 @@ TEST_F(RootTest, stateMachinesComeAndGoUnderTraffic) {
   auto const lived = served();
   EXPECT_GT(lived.size(), 8U);
   addressesGo();
+  neighboursGo();
   routesGo();
   createAll();
   turnUntilFiled();
@@ -158,9 +182,10 @@ TEST_F(RootTest, stateMachinesComeAndGoUnderTraffic) {
   for (int n = 0; n < 100; ++n) change(random);
   activity_.deliver();
   EXPECT_EQ(dir_->use_count() + config_->use_count() + status_->use_count() +
-                config6_->use_count() + status6_->use_count() + routes_->use_count() +
-                fecs_->use_count() + ipMib_->use_count() + ipForwardMib_->use_count(),
-            9U);
+                config6_->use_count() + status6_->use_count() + neighbours_->use_count() +
+                routes_->use_count() + fecs_->use_count() + ipMib_->use_count() +
+                ipForwardMib_->use_count(),
+            10U);
 }
 
 }  // namespace
