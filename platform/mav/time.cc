@@ -7,8 +7,16 @@
 namespace Mav {
 
 namespace {
+
 SimulatedTime* simulated = nullptr;
+
+double secondsOf(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
+
+}  // namespace
 
 SimulatedTime::SimulatedTime(double start) : now_(start) {
   if (simulated) throw Exception("a simulated time lives already");
@@ -20,15 +28,13 @@ SimulatedTime::~SimulatedTime() { simulated = nullptr; }
 bool timeIsSimulated() { return simulated != nullptr; }
 
 double now() {
-  if (simulated) {
-    // The step comes after the reading, so that the first one is the time that the test has set.
-    double const reading = simulated->now_;
-    simulated->now_ += simulated->step_;
-    return reading;
-  }
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  if (!simulated) return secondsOf(CLOCK_MONOTONIC);
+  // The step comes after the reading, so that the first one is the time that the test has set.
+  double const reading = simulated->now_;
+  simulated->now_ += simulated->step_;
+  return reading;
 }
+
+double bootTime() { return simulated ? now() : secondsOf(CLOCK_BOOTTIME); }
 
 }  // namespace Mav

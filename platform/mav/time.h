@@ -1,8 +1,8 @@
 #pragma once
 // The platform's time: seconds as a double, of CLOCK_MONOTONIC, so that it never steps back when
-// somebody sets the machine's clock. Tests put a SimulatedTime in its place. What outlives a
-// process (a publisher's sign of life) is told in seconds since 1970 instead, by the system's
-// clock.
+// somebody sets the machine's clock. Tests put a SimulatedTime in its place. What processes tell
+// one another is told in seconds since the machine's start (when state changed: no process is
+// older) or since 1970, by the system's clock (a publisher's sign of life).
 
 #include <limits>
 
@@ -14,6 +14,10 @@ inline constexpr double never = std::numeric_limits<double>::infinity();
 
 /// Gives the seconds of the platform's clock: a vDSO call of about 25 ns.
 double now();
+
+/// Gives the seconds of CLOCK_BOOTTIME, which goes on while the machine sleeps; of a simulated
+/// time, what now() gives.
+double bootTime();
 
 /// While one lives, now() is what it says. It starts at 1000 s, so that a test can say "long ago".
 /// At most one lives at a time.
