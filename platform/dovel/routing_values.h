@@ -47,7 +47,8 @@ MAV_ENUM(RouteType,
          (routeTypeOspfNssaExternal2, 16),
          (routeTypeBgp, 17),
          (routeTypeInternalBgp, 18),
-         (routeTypeDhcp, 19))
+         (routeTypeDhcp, 19),
+         (routeTypeRedirect, 20))
 // clang-format on
 
 }  // namespace Fib

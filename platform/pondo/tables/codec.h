@@ -86,8 +86,27 @@ std::string encodeRecord<FecTable>(Fib::Fec const& record);
 template <>
 std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes);
 
+template <>
+std::string encodeKey<Route6Table>(Dovel::Ip6Prefix const& key);
+template <>
+std::optional<Dovel::Ip6Prefix> decodeKey<Route6Table>(std::string_view bytes);
+template <>
+std::string encodeRecord<Route6Table>(Fib::Route const& record);
+template <>
+std::optional<Fib::Route> decodeRecord<Route6Table>(std::string_view bytes);
+
+template <>
+std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key);
+template <>
+std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view bytes);
+template <>
+std::string encodeRecord<NeighbourTable>(NeighbourTable::Record const& record);
+template <>
+std::optional<NeighbourTable::Record> decodeRecord<NeighbourTable>(std::string_view bytes);
+
 /// Do what encodeKey and encodeRecord do, without an allocation: there are a million routes.
 std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix);
+std::array<char, Format::route6KeySize> routeKeyBytes(Dovel::Ip6Prefix const& prefix);
 std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route);
 
 /// Gives what the keys of all addresses and neighbours of a link begin with, in their tables, and

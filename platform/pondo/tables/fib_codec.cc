@@ -27,7 +27,10 @@ bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); 
 
 // The reader's rule; the writer refuses what it forbids.
 bool leadsSomewhere(Fib::Via const& via) {
-  return via.intfId.empty() ? via.ifIndex == 0 && !via.nextHop.isUnspecified() : via.ifIndex >= 1;
+  // A next hop is of one version of IP.
+  if (!via.nextHop.isUnspecified() && !via.nextHop6.isUnspecified()) return false;
+  if (!via.intfId.empty()) return via.ifIndex >= 1;
+  return via.ifIndex == 0 && !(via.nextHop.isUnspecified() && via.nextHop6.isUnspecified());
 }
 
 Format::FecVia layoutOf(Fib::Via const& via) {
@@ -37,20 +40,26 @@ Format::FecVia layoutOf(Fib::Via const& via) {
     throw Mav::RangeException(fmt::format("interface name '{}' is longer than {} characters", name,
                                           layout.intfName.size() - 1));
   }
-  if (!leadsSomewhere(via)) {
-    throw Mav::RangeException(fmt::format("via of next hop {}, interface '{}', ifIndex {} is none",
-                                          via.nextHop.stringValue(), name, via.ifIndex));
+  if (!leadsSomewhere(via) || !isRouteType(static_cast<std::uint32_t>(via.routeType))) {
+    throw Mav::RangeException(
+        fmt::format("via of next hop {} and {}, interface '{}', ifIndex {}, type {} is none",
+                    via.nextHop.stringValue(), via.nextHop6.stringValue(), name, via.ifIndex,
+                    static_cast<std::uint32_t>(via.routeType)));
   }
   layout.nextHop = via.nextHop.octets();
   layout.ifIndex = via.ifIndex;
   std::copy(name.begin(), name.end(), layout.intfName.begin());
+  layout.nextHop6 = via.nextHop6.octets();
+  layout.routeType = static_cast<std::uint16_t>(via.routeType);
   return layout;
 }
 
 std::optional<Fib::Via> viaOf(Format::FecVia const& layout) {
   auto const name = paddedName(layout.intfName);
-  if (!name) return std::nullopt;
-  Fib::Via via{Dovel::IpAddr(layout.nextHop), Dovel::IntfId(*name), layout.ifIndex};
+  if (!name || !isRouteType(layout.routeType) || layout.zero != 0) return std::nullopt;
+  Fib::Via via{Dovel::IpAddr(layout.nextHop), Dovel::IntfId(*name), layout.ifIndex,
+               Dovel::Ip6Addr(layout.nextHop6),
+               static_cast<Routing::Fib::RouteType>(layout.routeType)};
   if (!leadsSomewhere(via)) return std::nullopt;
   return via;
 }
@@ -67,6 +76,16 @@ std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix
   return bytes;
 }
 
+std::array<char, Format::route6KeySize> routeKeyBytes(Dovel::Ip6Prefix const& prefix) {
+  std::array<char, Format::route6KeySize> bytes{};
+  auto const octets = prefix.address().octets();
+  bytes[0] = prefix.zone() != 0 ? 1 : 0;
+  auto at = std::copy(octets.begin(), octets.end(), bytes.begin() + 1);
+  for (unsigned shift = 32; shift > 0;) *at++ = static_cast<char>(prefix.zone() >> (shift -= 8));
+  *at = static_cast<char>(prefix.length());
+  return bytes;
+}
+
 std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route) {
   auto const type = static_cast<std::uint32_t>(route.routeType);
   if (!isRouteType(type)) throw Mav::RangeException(fmt::format("no route type {}", type));
@@ -74,7 +93,8 @@ std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const&
   layout.preference = route.preference.value();
   layout.routeType = static_cast<std::uint16_t>(type);
   layout.metric = route.metric.value();
-  layout.fecId = route.fecId.value();
+  layout.changedAt = route.changedAt;
+  layout.fecId = std::bit_cast<std::array<std::uint32_t, 2>>(route.fecId.value());
   return std::bit_cast<std::array<char, sizeof layout>>(layout);
 }
 
@@ -106,11 +126,43 @@ std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes) {
     return std::nullopt;
   }
   return Fib::Route{
-      .fecId = Fib::FecId(layout->fecId),
+      .fecId = Fib::FecId(std::bit_cast<std::uint64_t>(layout->fecId)),
       .metric = Routing::RouteMetric(layout->metric),
       .preference = Routing::RoutePreference(layout->preference),
       .routeType = static_cast<Routing::Fib::RouteType>(layout->routeType),
+      .changedAt = layout->changedAt,
   };
+}
+
+template <>
+std::string encodeKey<Route6Table>(Dovel::Ip6Prefix const& key) {
+  return toBytes(routeKeyBytes(key));
+}
+
+template <>
+std::optional<Dovel::Ip6Prefix> decodeKey<Route6Table>(std::string_view bytes) {
+  if (bytes.size() != Format::route6KeySize) return std::nullopt;
+  auto const address = *fromBytes<Dovel::Ip6Addr::Octets>(bytes.substr(1, 16));
+  std::uint32_t zone = 0;
+  for (char const c : bytes.substr(17, 4)) zone = zone << 8U | static_cast<unsigned char>(c);
+  unsigned const length = static_cast<unsigned char>(bytes.back());
+  if (length > Dovel::Ip6Addr::bits) return std::nullopt;
+  Dovel::Ip6Addr const prefix(address);
+  if (prefix.masked(length) != prefix || bytes[0] != (zone != 0 ? 1 : 0) ||
+      Dovel::Ip6Prefix::isZoned(prefix, length) != (zone != 0)) {
+    return std::nullopt;
+  }
+  return Dovel::Ip6Prefix(prefix, length, zone);
+}
+
+template <>
+std::string encodeRecord<Route6Table>(Fib::Route const& record) {
+  return encodeRecord<RouteTable>(record);
+}
+
+template <>
+std::optional<Fib::Route> decodeRecord<Route6Table>(std::string_view bytes) {
+  return decodeRecord<RouteTable>(bytes);
 }
 
 template <>

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/dovel/intf_id.h"
+#include "platform/dovel/ip6_addr.h"
 #include "platform/dovel/ip_addr.h"
 #include "platform/dovel/routing_values.h"
 #include "platform/mav/number_value.h"
@@ -42,12 +43,15 @@ class ViaIndex {
 /// The most vias that a fec has. A set of the kernel that has more is cut, with a log line.
 inline constexpr std::size_t viasMax = ViaIndex::max + 1;
 
-/// A next hop in a fec: the address of a neighbour (nextHop), an interface, or both.
+/// A next hop in a fec: the address of a neighbour (nextHop, or nextHop6), an interface, or both.
 struct Via {
-  Dovel::IpAddr nextHop;     // 0.0.0.0: none, the destination is on the link
+  Dovel::IpAddr nextHop;     // 0.0.0.0: none
   Dovel::IntfId intfId;      // empty: none
   std::int32_t ifIndex = 0;  // of intfId when published, 0 when that is empty. Not served: it makes
                              // the record differ when the name comes back on another interface
+  Dovel::Ip6Addr nextHop6{};  // ::, none; an IPv4 route may have one, and no nextHop (RFC 8950)
+  /// That of the route, when unknown. Known in a set of several IPv6 routes that one prefix has.
+  Routing::Fib::RouteType routeType = Routing::Fib::routeTypeUnknown;
   bool operator==(Via const&) const = default;
 };
 
@@ -63,7 +67,15 @@ struct Route {
   Routing::RouteMetric metric;
   Routing::RoutePreference preference;
   Routing::Fib::RouteType routeType = Routing::Fib::routeTypeUnknown;
+  std::uint32_t changedAt = 0;  // when the publisher saw it change: seconds of CLOCK_BOOTTIME
+                                // (clock_gettime(2)); 0: before it looked
   bool operator==(Route const&) const = default;
 };
+
+/// Whether the two are the same route, whenever it changed.
+inline bool isSameButAge(Route a, Route const& b) {
+  a.changedAt = b.changedAt;
+  return a == b;
+}
 
 }  // namespace Pondo::Fib

@@ -20,7 +20,11 @@
 //   address6     name of 1 to 15 bytes, NUL, address (16)      Address6Record
 //   neighbour4   name of 1 to 15 bytes, NUL, address (4)       Neighbour4Record
 //   route        address (4), u8 prefix length           RouteRecord
+//   route6       u8 1 with a zone, else 0, address (16),  RouteRecord
+//                zone, u32 big endian, u8 prefix length
 //   fec          id, u64 big endian                      FecRecord, then its vias: FecVia each
+//   neighbour    ifIndex, u32 big endian, u8 type,        NeighbourRecord
+//                address (4 or 16)
 //
 // Addresses are in network order, in keys and records.
 //
@@ -51,7 +55,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 5;
+inline constexpr std::uint32_t schemaVersion = 6;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -68,9 +72,9 @@ inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
 
-inline constexpr std::array<TableId, 7> tableIds{
-    TableId::forwarding, TableId::link,  TableId::address4, TableId::address6,
-    TableId::neighbour4, TableId::route, TableId::fec};
+inline constexpr std::array<TableId, 9> tableIds{
+    TableId::forwarding, TableId::link,  TableId::address4, TableId::address6, TableId::neighbour4,
+    TableId::neighbour,  TableId::route, TableId::route6,   TableId::fec};
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
@@ -98,6 +102,10 @@ constexpr std::string_view tableName(TableId id) {
       return RouteTable::name;
     case TableId::fec:
       return FecTable::name;
+    case TableId::route6:
+      return Route6Table::name;
+    case TableId::neighbour:
+      return NeighbourTable::name;
   }
   return {};
 }
@@ -181,21 +189,40 @@ struct Neighbour4Record {
 static_assert(std::is_trivially_copyable_v<Neighbour4Record> && sizeof(Neighbour4Record) == 8);
 static_assert(offsetof(Neighbour4Record, flags) == 1 && offsetof(Neighbour4Record, ethAddr) == 2);
 
+inline constexpr std::uint8_t neighbourVersion = 1;
+struct NeighbourRecord {
+  std::uint8_t version = neighbourVersion;
+  std::uint8_t origin = 0;  // NeighbourTable::Origin
+  std::uint8_t state = 0;   // NeighbourTable::State
+  std::uint8_t size = 0;    // of the link address
+  std::uint32_t zero = 0;
+  std::uint64_t updatedAt = 0;
+  std::array<std::uint8_t, Dovel::LinkAddr::sizeMax> linkAddress{};  // padded with zeros
+};
+static_assert(std::is_trivially_copyable_v<NeighbourRecord> && sizeof(NeighbourRecord) == 48);
+static_assert(offsetof(NeighbourRecord, origin) == 1 && offsetof(NeighbourRecord, state) == 2 &&
+              offsetof(NeighbourRecord, size) == 3 && offsetof(NeighbourRecord, zero) == 4 &&
+              offsetof(NeighbourRecord, updatedAt) == 8 &&
+              offsetof(NeighbourRecord, linkAddress) == 16);
+
 inline constexpr std::size_t routeKeySize = 5;
-inline constexpr std::uint8_t routeVersion = 1;
+inline constexpr std::size_t route6KeySize = 22;
+inline constexpr std::uint8_t routeVersion = 2;
 struct RouteRecord {
   std::uint8_t version = routeVersion;
   std::uint8_t preference = 0;
   std::uint16_t routeType = 0;  // of Routing::Fib::RouteType
   std::uint32_t metric = 0;
-  std::uint64_t fecId = 0;  // 0: none
+  std::uint32_t changedAt = 0;
+  std::array<std::uint32_t, 2> fecId{};  // a u64 in two halves, which needs no padding; 0: none
 };
-static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 16);
+static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 20);
 static_assert(offsetof(RouteRecord, preference) == 1 && offsetof(RouteRecord, routeType) == 2 &&
-              offsetof(RouteRecord, metric) == 4 && offsetof(RouteRecord, fecId) == 8);
+              offsetof(RouteRecord, metric) == 4 && offsetof(RouteRecord, changedAt) == 8 &&
+              offsetof(RouteRecord, fecId) == 12);
 
 inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
-inline constexpr std::uint8_t fecVersion = 1;
+inline constexpr std::uint8_t fecVersion = 2;
 struct FecRecord {
   std::uint8_t version = fecVersion;
   std::uint8_t zero = 0;
@@ -208,12 +235,17 @@ static_assert(offsetof(FecRecord, zero) == 1 && offsetof(FecRecord, viaCount) ==
 
 /// Has a next hop, a name or both.
 struct FecVia {
-  std::array<std::uint8_t, 4> nextHop{};
+  std::array<std::uint8_t, 4> nextHop{};   // zeros: none, or an IPv6 one
   std::int32_t ifIndex = 0;                // 1 or more with a name, 0 without
   std::array<char, labelSize> intfName{};  // padded with NUL, at least one
+  std::array<std::uint8_t, 16> nextHop6{};
+  std::uint16_t routeType = 0;  // of Routing::Fib::RouteType; unknown: that of the route
+  std::uint16_t zero = 0;
 };
-static_assert(std::is_trivially_copyable_v<FecVia> && sizeof(FecVia) == 24);
-static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8);
+static_assert(std::is_trivially_copyable_v<FecVia> && sizeof(FecVia) == 44);
+static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8 &&
+              offsetof(FecVia, nextHop6) == 24 && offsetof(FecVia, routeType) == 40 &&
+              offsetof(FecVia, zero) == 42);
 
 inline constexpr std::size_t sequenceSize = 8;
 inline constexpr std::size_t keyMax = 511;

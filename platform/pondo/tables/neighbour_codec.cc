@@ -1,3 +1,9 @@
+#include <algorithm>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "platform/mav/exception.h"
 #include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/format.h"
 #include "platform/pondo/tables/layout_bytes.h"
@@ -38,6 +44,87 @@ std::optional<Neighbour4Table::Record> decodeRecord<Neighbour4Table>(std::string
   return Neighbour4Table::Record{
       .ethAddr = Dovel::EthAddr(layout->ethAddr),
       .isStatic = (layout->flags & Format::neighbour4Static) != 0,
+  };
+}
+
+NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::IpAddr const& address) {
+  Key key{.ifIndex = ifIndex, .type = InetAddressType::ipv4};
+  auto const octets = address.octets();
+  std::copy(octets.begin(), octets.end(), key.octets.begin());
+  return key;
+}
+
+NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::Ip6Addr const& address) {
+  auto const type = address.isLinkLocal() ? InetAddressType::ipv6z : InetAddressType::ipv6;
+  return {.ifIndex = ifIndex, .type = type, .octets = address.octets()};
+}
+
+template <>
+std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key) {
+  if (key.ifIndex < 1) {
+    throw Mav::RangeException(fmt::format("a neighbour of the link {}", key.ifIndex));
+  }
+  std::string bytes;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    bytes += static_cast<char>(static_cast<std::uint32_t>(key.ifIndex) >> shift);
+  }
+  bytes += static_cast<char>(key.type);
+  auto const size = key.type == InetAddressType::ipv4 ? sizeof(Dovel::IpAddr::Octets)
+                                                      : sizeof(Dovel::Ip6Addr::Octets);
+  return bytes + toBytes(key.octets).substr(0, size);
+}
+
+template <>
+std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view bytes) {
+  constexpr std::size_t head = 5;
+  if (bytes.size() < head) return std::nullopt;
+  std::uint32_t ifIndex = 0;
+  for (char const c : bytes.substr(0, 4)) ifIndex = ifIndex << 8U | static_cast<unsigned char>(c);
+  if (ifIndex < 1 || ifIndex > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
+  auto const address = bytes.substr(head);
+  auto const of = [&](auto const& value) {
+    return NeighbourTable::Key::of(static_cast<std::int32_t>(ifIndex), value);
+  };
+  NeighbourTable::Key key;
+  if (address.size() == sizeof(Dovel::IpAddr::Octets)) {
+    key = of(addressAt<Dovel::IpAddr>(address, 0));
+  } else if (address.size() == sizeof(Dovel::Ip6Addr::Octets)) {
+    key = of(addressAt<Dovel::Ip6Addr>(address, 0));
+  } else {
+    return std::nullopt;
+  }
+  if (static_cast<char>(key.type) != bytes[head - 1]) return std::nullopt;
+  return key;
+}
+
+template <>
+std::string encodeRecord<NeighbourTable>(NeighbourTable::Record const& record) {
+  Format::NeighbourRecord layout;
+  layout.origin = static_cast<std::uint8_t>(record.origin);
+  layout.state = static_cast<std::uint8_t>(record.state);
+  layout.updatedAt = record.updatedAt;
+  auto const octets = record.linkAddress.octets();
+  layout.size = static_cast<std::uint8_t>(octets.size());
+  std::copy(octets.begin(), octets.end(), layout.linkAddress.begin());
+  return toBytes(layout);
+}
+
+template <>
+std::optional<NeighbourTable::Record> decodeRecord<NeighbourTable>(std::string_view bytes) {
+  auto const layout = fromBytes<Format::NeighbourRecord>(bytes);
+  if (!layout || layout->version != Format::neighbourVersion || layout->zero != 0 ||
+      layout->origin > static_cast<std::uint8_t>(NeighbourTable::Origin::own) ||
+      layout->state > static_cast<std::uint8_t>(NeighbourTable::State::failed) ||
+      layout->size > layout->linkAddress.size() ||
+      std::any_of(layout->linkAddress.begin() + layout->size, layout->linkAddress.end(),
+                  [](std::uint8_t octet) { return octet != 0; })) {
+    return std::nullopt;
+  }
+  return NeighbourTable::Record{
+      .linkAddress = Dovel::LinkAddr({layout->linkAddress.data(), layout->size}),
+      .origin = static_cast<NeighbourTable::Origin>(layout->origin),
+      .state = static_cast<NeighbourTable::State>(layout->state),
+      .updatedAt = layout->updatedAt,
   };
 }
 

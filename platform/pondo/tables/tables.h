@@ -13,7 +13,9 @@
 #include "platform/dovel/eth_addr.h"
 #include "platform/dovel/intf_id.h"
 #include "platform/dovel/ip6_addr.h"
+#include "platform/dovel/ip6_prefix.h"
 #include "platform/dovel/ip_addr.h"
+#include "platform/dovel/link_addr.h"
 #include "platform/dovel/prefix.h"
 #include "platform/pondo/tables/fib_values.h"
 
@@ -27,6 +29,8 @@ enum class TableId : std::uint8_t {
   neighbour4 = 5,
   route = 6,
   fec = 7,
+  route6 = 8,
+  neighbour = 9,
 };
 
 /// Where the state comes from that the tables hold; it is committed with the state itself.
@@ -121,6 +125,49 @@ struct Neighbour4Table {
   };
 };
 
+/// InetAddressType (RFC 4001), as far as it is used here.
+enum class InetAddressType : std::uint8_t { ipv4 = 1, ipv6 = 2, ipv6z = 4 };
+
+/// The neighbours of both versions of IP, as `ip neighbour` lists them: every state but
+/// NUD_NOARP (what is computed) and NUD_NONE, and no proxies. In the order of
+/// ipNetToPhysicalTable's instances (RFC 4293).
+struct NeighbourTable {
+  static constexpr TableId id = TableId::neighbour;
+  static constexpr std::string_view name = "neighbour";
+  /// How the kernel came to it.
+  enum class Origin : std::uint8_t {
+    learned = 0,     // by asking
+    configured = 1,  // NUD_PERMANENT: an administrator's
+    own = 2,         // NUD_PERMANENT: the kernel's
+  };
+  /// Where it stands with it: NUD_... (linux/neighbour.h); a permanent one is reachable.
+  enum class State : std::uint8_t {
+    incomplete = 0,  // asked for the first time
+    reachable = 1,
+    stale = 2,
+    delay = 3,
+    probe = 4,
+    failed = 5,
+  };
+  struct Key {
+    std::int32_t ifIndex = 0;  // 1 or more
+    InetAddressType type = InetAddressType::ipv4;
+    Dovel::Ip6Addr::Octets octets{};  // of an IPv4 address the first four, and zeros
+
+    static Key of(std::int32_t ifIndex, Dovel::IpAddr const& address);
+    /// ipv6z for a link-local one; the link is its zone.
+    static Key of(std::int32_t ifIndex, Dovel::Ip6Addr const& address);
+    auto operator<=>(Key const&) const = default;
+  };
+  struct Record {
+    Dovel::LinkAddr linkAddress;  // none while it is not known
+    Origin origin = Origin::learned;
+    State state = State::incomplete;
+    std::uint64_t updatedAt = 0;  // hundredths of a second of CLOCK_BOOTTIME (clock_gettime(2))
+    bool operator==(Record const&) const = default;
+  };
+};
+
 /// The IPv4 unicast routes of the main table, one a prefix: of several metrics the lowest.
 struct RouteTable {
   static constexpr TableId id = TableId::route;
@@ -129,9 +176,18 @@ struct RouteTable {
   using Record = Fib::Route;
 };
 
-/// The sets of next hops that routes share. The fec of a route is written no later than the route,
-/// in the same commit or an earlier one, and removed no earlier: a reader that meets a route finds
-/// its fec.
+/// The IPv6 routes of the main table, one a prefix (and link, where that is link-local): of several
+/// metrics the lowest, and of that all that are there.
+struct Route6Table {
+  static constexpr TableId id = TableId::route6;
+  static constexpr std::string_view name = "route6";
+  using Key = Dovel::Ip6Prefix;
+  using Record = Fib::Route;
+};
+
+/// The sets of next hops that routes of both versions share. The fec of a route is written no later
+/// than the route, in the same commit or an earlier one, and removed no earlier: a reader that
+/// meets a route finds its fec.
 struct FecTable {
   static constexpr TableId id = TableId::fec;
   static constexpr std::string_view name = "fec";

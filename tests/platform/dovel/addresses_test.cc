@@ -9,6 +9,7 @@
 
 #include "platform/dovel/eth_addr.h"
 #include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/dovel/ip6_prefix.h"
 #include "platform/dovel/ip_addr_with_mask.h"
 #include "platform/dovel/prefix.h"
 #include "tests/support/strep_checks.h"
@@ -173,6 +174,17 @@ TEST(Addresses, roundTripRandomValuesAndHash) {
       parsed<Ip6Addr>({"::", "::1", "1::", "0:0:0:1::"})));
   EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(
       parsed<Prefix>({"0.0.0.0/0", "0.0.0.0/1", "10.0.0.0/8"})));
+}
+
+TEST(Ip6Prefix, hasAZoneWithinLinkLocalAddressesAlone) {
+  for (std::string_view const text :
+       {"::/0", "2001:db8::/32", "fe00::/9", "fe80::/10%3", "fe80::/64%4294967295"}) {
+    EXPECT_EQ(Ip6Prefix(text).stringValue(), text);
+  }
+  EXPECT_EQ(textError<Ip6Prefix>("fe80::/64"), "prefix fe80::/64 needs a zone");
+  EXPECT_EQ(textError<Ip6Prefix>("2001:db8::/32%1"), "prefix 2001:db8::/32%1 has no zone");
+  EXPECT_EQ(textError<Ip6Prefix>("fe80::/64%0"), "invalid zone in 'fe80::/64%0'");
+  EXPECT_EQ(textError<Ip6Prefix>("2001:db8::1/64"), "prefix 2001:db8::1/64 has host bits set");
 }
 
 }  // namespace

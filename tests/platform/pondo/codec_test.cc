@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_literals;
 
-static_assert(Format::schemaVersion == 5);
+static_assert(Format::schemaVersion == 6);
 using namespace Routing::Fib;
 static_assert(routeTypeUnknown <= 3 && routeTypeBlackhole <= 3 && routeTypeUnreachable <= 3 &&
               routeTypeProhibit <= 3 && routeTypeStatic == 4 && routeTypeRip == 6 &&
@@ -62,22 +62,38 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   EXPECT_EQ(encodeRecord<RouteTable>({.fecId = Fib::FecId(0x0102030405060708),
                                       .metric = Routing::RouteMetric(0x11121314),
                                       .preference = Routing::RoutePreference(200),
-                                      .routeType = routeTypeBgp}),
-            "\x01\xc8\x11\0\x14\x13\x12\x11\x08\x07\x06\x05\x04\x03\x02\x01"s);
+                                      .routeType = routeTypeBgp,
+                                      .changedAt = 0x21222324}),
+            "\x02\xc8\x11\0\x14\x13\x12\x11\x24\x23\x22\x21"
+            "\x08\x07\x06\x05\x04\x03\x02\x01"s);
+  EXPECT_EQ(encodeKey<Route6Table>(Dovel::Ip6Prefix("fe80:102::/32%16909060")),
+            "\x01\xfe\x80\x01\x02\0\0\0\0\0\0\0\0\0\0\0\0\x01\x02\x03\x04\x20"s);
   EXPECT_EQ(encodeKey<FecTable>(Fib::FecId(0x0102030405060708)),
             "\x01\x02\x03\x04\x05\x06\x07\x08"s);
   EXPECT_EQ(encodeRecord<FecTable>(
-                {{{Dovel::IpAddr(0x0a000001), eth0, 5}, {Dovel::IpAddr(0x0a000002), {}, 0}}}),
-            "\x01\0\x02\0\0\0\0\0"
+                {{{Dovel::IpAddr(0x0a000001), eth0, 5}, {{}, {}, 0, addr6, routeTypeBgp}}}),
+            "\x02\0\x02\0\0\0\0\0"
             "\x0a\0\0\x01\x05\0\0\0eth0\0\0\0\0\0\0\0\0\0\0\0\0"
-            "\x0a\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"s);
+            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+            "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10\x11\0\0\0"s);
+  auto const neighbour = NeighbourTable::Key::of(0x01020304, Dovel::Ip6Addr("fe80::1"));
+  EXPECT_EQ(encodeKey<NeighbourTable>(neighbour),
+            "\x01\x02\x03\x04\x04\xfe\x80\0\0\0\0\0\0\0\0\0\0\0\0\0\x01"s);
+  EXPECT_EQ(encodeRecord<NeighbourTable>({.linkAddress = Dovel::LinkAddr(ethAddr.octets()),
+                                          .origin = NeighbourTable::Origin::own,
+                                          .state = NeighbourTable::State::failed,
+                                          .updatedAt = 0x0102030405060708}),
+            "\x01\x02\x05\x06\0\0\0\0\x08\x07\x06\x05\x04\x03\x02\x01"
+            "\x01\x02\x03\x04\x05\x06\0\0\0\0\0\0\0\0\0\0"
+            "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"s);
 
   Format::MetaRecord const meta{
       .instance = 2, .generation = 3, .logFirst = 4, .logNext = 5, .complete = 1, .origin = 2};
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
   EXPECT_EQ(bytes,
-            "OVOT\x05\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "OVOT\x06\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
             "\x01\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0"s);
 }
 
@@ -132,6 +148,15 @@ TEST(CodecTest, keysSortAsBytesAndComeBack) {
     prefixes.emplace_back(text);
   }
   expectSorted<RouteTable>(prefixes);
+  expectSorted<Route6Table>({Dovel::Ip6Prefix("::/0"), Dovel::Ip6Prefix("2001:db8::/32"),
+                             Dovel::Ip6Prefix("2001:db8::/33"), Dovel::Ip6Prefix("ff00::/8"),
+                             Dovel::Ip6Prefix("fe80::/64%2"), Dovel::Ip6Prefix("fe80::/10%300"),
+                             Dovel::Ip6Prefix("fe80::/64%300"), Dovel::Ip6Prefix("fe80::1/128%1")});
+  expectSorted<NeighbourTable>({NeighbourTable::Key::of(2, Dovel::IpAddr("9.0.0.1")),
+                                NeighbourTable::Key::of(2, Dovel::IpAddr("10.0.0.1")),
+                                NeighbourTable::Key::of(2, Dovel::Ip6Addr("ff::1")),
+                                NeighbourTable::Key::of(2, Dovel::Ip6Addr("fe80::1")),
+                                NeighbourTable::Key::of(300, Dovel::IpAddr("9.0.0.1"))});
   std::vector<Fib::FecId> ids;
   for (std::uint64_t const id : {1ULL, 255ULL, 256ULL, 0xffffffffULL, 1ULL << 32U, ~0ULL}) {
     ids.emplace_back(id);
@@ -180,7 +205,11 @@ TEST(CodecTest, whateverBytesDecodeAreTheBytesThatEncode) {
   expectStrict<Address6Table>({eth0, one6}, {.length = 128, .peer = one6, .deprecated = true});
   expectStrict<Neighbour4Table>({longest, addr}, {.ethAddr = {}, .isStatic = true});
   expectStrict<RouteTable>(Dovel::Prefix("10.0.0.0/8"), {});
-  expectStrict<FecTable>(Fib::FecId(1), {{{one, {}, 0}, {{}, longest, 1}}});
+  expectStrict<Route6Table>(Dovel::Ip6Prefix("fe80::/10%1"), {});
+  expectStrict<FecTable>(Fib::FecId(1), {{{one, {}, 0}, {{}, longest, 1, one6}}});
+  expectStrict<NeighbourTable>(
+      NeighbourTable::Key::of(1, Dovel::Ip6Addr("fe80::1")),
+      {.linkAddress = Dovel::LinkAddr(std::array<std::uint8_t, 31>{1}), .updatedAt = 1});
 }
 
 TEST(CodecTest, aFecHasAtMost128Vias) {
@@ -206,12 +235,13 @@ TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
   EXPECT_THROW(encodeKey<ForwardingTable>(static_cast<Family>(5)), Mav::RangeException);
   EXPECT_THROW(encodeKey<FecTable>(Fib::FecId()), Mav::RangeException);
   Fib::Route route;
-  route.routeType = static_cast<RouteType>(20);
+  route.routeType = static_cast<RouteType>(21);
   EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({}), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
   for (auto const& none :
-       {Fib::Via{}, Fib::Via{addr, eth0, 0}, Fib::Via{addr, {}, 5}, Fib::Via{addr, tooLong, 5}}) {
+       {Fib::Via{}, Fib::Via{addr, eth0, 0}, Fib::Via{addr, {}, 5}, Fib::Via{addr, tooLong, 5},
+        Fib::Via{addr, eth0, 5, Dovel::Ip6Addr("::1")}}) {
     EXPECT_THROW(encodeRecord<FecTable>({{none}}), Mav::RangeException);
   }
 }
