@@ -125,10 +125,10 @@ class Agent:
 
     def __init__(self, router, plugin=True, foreground=True, options=(), user=None,
                  without=WITHOUT, env=None, module="OvoSnmp", library=None, config="",
-                 log="-Lo"):
+                 access="rwcommunity public\n", log="-Lo"):
         self._router, self._env, self._module = router, env or {}, module
         self._library = library or module
-        self._more_config = config
+        self._more_config, self._access = config, access
         self.dir = router.fresh_dir("snmpd", readable=True)
         self.port = router.space.free_port()
         self.config(plugin)
@@ -166,7 +166,7 @@ class Agent:
     def config(self, plugin=True):
         """Writes its configuration; `reload` has it read."""
         (self.dir / "snmpd.conf").write_text(
-            "rwcommunity public\ndontLogTCPWrappersConnects yes\n"
+            self._access + "dontLogTCPWrappersConnects yes\n"
             + (f"dlmod {self._module} {BUILD}/lib/lib{self._library}.so\n" if plugin else "")
             + self._more_config)
         (self.dir / "snmpd.conf").chmod(0o644)
