@@ -1,11 +1,14 @@
 #include "handlers/brivet_sw_fwd_ip_stats_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_mib.h"
+
+namespace IpSnmp {
 
 namespace {
 
 using Ip::SwFwdStats;
-using StatsRow = IpSnmp::IpMib::IpSwFwdStatsIteratorConst;
+using StatsRow = IpMib::IpSwFwdStatsIteratorConst;
 
 using Reader = std::uint64_t (SwFwdStats::*)() const;
 
@@ -25,8 +28,10 @@ constexpr TableColumn counter64(unsigned number, char const* name, char const* a
 
 constexpr int refreshMilliseconds = static_cast<int>(SwFwdStats::freshness * 1000);
 
+}  // namespace
+
 struct BrivetSwFwdIpStatsTable {
-  using Entity = IpSnmp::IpMib;
+  using Entity = IpMib;
   using Rows = Entity::IpSwFwdStatsMap;
   using Row = StatsRow;
   using Key = Ip::IpVersion;
@@ -90,6 +95,6 @@ struct BrivetSwFwdIpStatsTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<BrivetSwFwdIpStatsTable>;
 
-OVO_DEFINE_TABLE(brivetSwFwdIpStatsTable, BrivetSwFwdIpStatsTable)
+}  // namespace IpSnmp

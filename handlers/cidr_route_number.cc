@@ -6,6 +6,8 @@
 #include "platform/snmp/convert.h"
 #include "platform/snmp/set_value.h"
 
+namespace IpSnmp {
+
 namespace {
 
 constexpr char const* handler = "handle_ipCidrRouteNumber";
@@ -53,3 +55,5 @@ int answerCidrRouteNumber(std::size_t const* rows, int mode, netsnmp_request_inf
   NUMBER_TRACE("unknown mode from request: " << mode);
   return generalError(requests);
 }
+
+}  // namespace IpSnmp

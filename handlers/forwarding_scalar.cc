@@ -2,14 +2,16 @@
 
 #include <array>
 
-#include "handlers/ip_base.h"
 #include "handlers/ip_conversions.h"
+#include "handlers/trace.h"
 #include "platform/snmp/set_value.h"
+
+namespace IpSnmp {
 
 namespace {
 
-#define SCALAR_TRACE(stream)                             \
-  MAV_TRACE_AS(IpBase::traceHandle(), 2, scalar.handler, \
+#define SCALAR_TRACE(stream)                         \
+  MAV_TRACE_AS(snmpTraceHandle(), 2, scalar.handler, \
                scalar.handler << " - " << stream) /* NOLINT(bugprone-macro-parentheses) */
 
 int generalError(netsnmp_request_info* requests) {
@@ -51,3 +53,5 @@ int answerForwarding(ForwardingScalar const& scalar, bool const* routing, int mo
   SCALAR_TRACE("unknown mode from request: " << mode);
   return generalError(requests);
 }
+
+}  // namespace IpSnmp

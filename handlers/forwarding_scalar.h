@@ -3,6 +3,8 @@
 
 #include "platform/snmp/net_snmp.h"
 
+namespace IpSnmp {
+
 /// What the two scalars call themselves and their source, in traces.
 struct ForwardingScalar {
   char const* object;   // "ipForwarding"
@@ -29,3 +31,5 @@ int handleForwarding(ForwardingScalar const& scalar, Config const* config, int m
   bool const routing = config->routing();
   return answerForwarding(scalar, &routing, mode, requests);
 }
+
+}  // namespace IpSnmp

@@ -1,11 +1,12 @@
 #include "handlers/ip_addr_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_mib.h"
 
-namespace {
+namespace IpSnmp {
 
 struct IpAddrTable {
-  using Entity = IpSnmp::IpMib;
+  using Entity = IpMib;
   using Rows = Entity::IpAddrTableMap;
   using Row = Entity::IpAddrTableIteratorConst;
 
@@ -30,6 +31,6 @@ struct IpAddrTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<IpAddrTable>;
 
-OVO_DEFINE_TABLE(ipAddrTable, IpAddrTable)
+}  // namespace IpSnmp

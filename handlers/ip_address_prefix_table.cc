@@ -1,20 +1,20 @@
 #include "handlers/ip_address_prefix_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_mib.h"
 
-namespace {
-
-constexpr std::uint32_t infinite = 4294967295;  // of a lifetime, in seconds
+namespace IpSnmp {
 
 struct IpAddressPrefixTable {
-  using Entity = IpSnmp::IpMib;
+  using Entity = IpMib;
   using Rows = Entity::IpAddressPrefixTableMap;
   using Row = Entity::IpAddressPrefixTableIteratorConst;
-  using Key = IpSnmp::IpAddressPrefixKey;
+  using Key = IpAddressPrefixKey;
 
   static constexpr std::string_view name = "ipAddressPrefixTable";
   static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 32};
   static constexpr int modes = HANDLER_CAN_RONLY;
+  static constexpr std::uint32_t infinite = 4294967295;  // of a lifetime, in seconds
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipAddressPrefixTableMap(); }
 
   // clang-format off
@@ -37,6 +37,6 @@ struct IpAddressPrefixTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<IpAddressPrefixTable>;
 
-OVO_DEFINE_TABLE(ipAddressPrefixTable, IpAddressPrefixTable)
+}  // namespace IpSnmp

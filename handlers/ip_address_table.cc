@@ -1,14 +1,15 @@
 #include "handlers/ip_address_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_mib.h"
 
-namespace {
+namespace IpSnmp {
 
 struct IpAddressTable {
-  using Entity = IpSnmp::IpMib;
+  using Entity = IpMib;
   using Rows = Entity::IpAddressTableMap;
   using Row = Entity::IpAddressTableIteratorConst;
-  using Key = IpSnmp::InetAddress;
+  using Key = InetAddress;
 
   static constexpr std::string_view name = "ipAddressTable";
   static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 34};
@@ -41,6 +42,6 @@ struct IpAddressTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<IpAddressTable>;
 
-OVO_DEFINE_TABLE(ipAddressTable, IpAddressTable)
+}  // namespace IpSnmp

@@ -9,7 +9,6 @@
 #include "handlers/ip_address_prefix_table.h"
 #include "handlers/ip_address_table.h"
 #include "handlers/ip_net_to_media_table.h"
-#include "handlers/trace.h"
 #include "handlers/unit_registration.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
@@ -34,26 +33,21 @@ Snmp::AutoRegistree const registree(&registration);
 // Read-write, although every SET is refused: so the refusal is the handler's notWritable, as
 // befits an object that the MIB calls writable.
 template <class Config>
-void registerForwarding(ForwardingScalar const& scalar, Netsnmp_Node_Handler* handler,
+void registerForwarding(IpSnmp::ForwardingScalar const& scalar, Netsnmp_Node_Handler* handler,
                         std::span<oid const> objectId) {
   auto const config = Mav::objectCast<Config>(SnmpUtil::getEntityRelative(Config::path));
-  registerScalar(scalar.object, handler, objectId, HANDLER_CAN_RWRITE, config.get());
+  IpSnmp::registerScalar(scalar.object, handler, objectId, HANDLER_CAN_RWRITE, config.get());
 }
 
 }  // namespace
 
-namespace IpBase {
-
-Mav::TraceHandle& traceHandle() { return snmpTraceHandle(); }
-
-}  // namespace IpBase
-
 void init_IpBase() {
   Snmp::debugInitializing("IpBase", __func__, __LINE__);
-  traceInitializing(__func__, ipForwardingOid);
-  traceInitializing(__func__, ipv6IpForwardingOid);
-  registerForwarding<Routing::Config>(ipForwardingScalar, handle_ipForwarding, ipForwardingOid);
-  registerForwarding<Routing6::Config>(ipv6IpForwardingScalar, handle_ipv6IpForwarding,
+  IpSnmp::traceInitializing(__func__, ipForwardingOid);
+  IpSnmp::traceInitializing(__func__, ipv6IpForwardingOid);
+  registerForwarding<Routing::Config>(IpSnmp::ipForwardingScalar, handle_ipForwarding,
+                                      ipForwardingOid);
+  registerForwarding<Routing6::Config>(IpSnmp::ipv6IpForwardingScalar, handle_ipv6IpForwarding,
                                        ipv6IpForwardingOid);
   initialize_table_ipAddrTable();
   initialize_table_ipNetToMediaTable();
@@ -67,7 +61,7 @@ int handle_ipForwarding(netsnmp_mib_handler* /*handler*/,
                         netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
     auto const* const config = static_cast<Routing::Config*>(scalarRegistration->my_reg_void);
-    return handleForwarding(ipForwardingScalar, config, request->mode, requests);
+    return IpSnmp::handleForwarding(IpSnmp::ipForwardingScalar, config, request->mode, requests);
   });
 }
 
@@ -77,6 +71,7 @@ int handle_ipv6IpForwarding(netsnmp_mib_handler* /*handler*/,
                             netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
     auto const* const config = static_cast<Routing6::Config*>(scalarRegistration->my_reg_void);
-    return handleForwarding(ipv6IpForwardingScalar, config, request->mode, requests);
+    return IpSnmp::handleForwarding(IpSnmp::ipv6IpForwardingScalar, config, request->mode,
+                                    requests);
   });
 }

@@ -2,7 +2,6 @@
 // The handler unit of IP-MIB: registers its objects with net-snmp and answers their requests from
 // the entities that it finds by path. All on snmpd's thread.
 
-#include "platform/mav/trace_handle.h"
 #include "platform/snmp/net_snmp.h"
 
 /// Registers the scalars ipForwarding and ipv6IpForwarding, and the tables of IP-MIB.
@@ -17,10 +16,3 @@ int handle_ipv6IpForwarding(netsnmp_mib_handler* handler,
                             netsnmp_handler_registration* registration,
                             netsnmp_agent_request_info* request,
                             netsnmp_request_info* requests) noexcept;
-
-namespace IpBase {
-
-/// The unit's trace handle, "Snmp".
-Mav::TraceHandle& traceHandle();
-
-}  // namespace IpBase

@@ -1,14 +1,15 @@
 #include "handlers/ip_cidr_route_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_forward_mib.h"
 
-namespace {
+namespace IpSnmp {
 
 struct IpCidrRouteTable {
-  using Entity = IpSnmp::IpForwardMib;
+  using Entity = IpForwardMib;
   using Rows = Entity::IpCidrRouteTableMap;
   using Row = Entity::IpCidrRouteTableIteratorConst;
-  using Key = IpSnmp::IpCidrRouteTableIndex;
+  using Key = IpCidrRouteTableIndex;
 
   static constexpr std::string_view name = "ipCidrRouteTable";
   static constexpr std::array<oid, 9> objectId{1, 3, 6, 1, 2, 1, 4, 24, 4};
@@ -58,6 +59,6 @@ struct IpCidrRouteTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<IpCidrRouteTable>;
 
-OVO_DEFINE_TABLE(ipCidrRouteTable, IpCidrRouteTable)
+}  // namespace IpSnmp

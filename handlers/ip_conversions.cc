@@ -7,6 +7,8 @@
 #include "platform/snmp/convert.h"
 #include "platform/snmp/decode.h"
 
+namespace IpSnmp {
+
 namespace {
 
 std::int32_t asnInteger(int value, unsigned char* buffer, std::int32_t size) {
@@ -31,13 +33,13 @@ std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigne
 
 std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
                                    std::int32_t size) {
-  auto protocol = IpSnmp::protocolMap().protocol(routeType).value_or(IpSnmp::ipRouteProtocolOther);
-  if (protocol == 0) protocol = IpSnmp::ipRouteProtocolOther;
+  auto protocol = protocolMap().protocol(routeType).value_or(ipRouteProtocolOther);
+  if (protocol == 0) protocol = ipRouteProtocolOther;
   MAV_TRACE(snmpTraceHandle(), 6, "protoMap converted " << routeType << " to " << protocol);
   return asnInteger(protocol, buffer, size);
 }
 
-std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpSnmp::IpAddressPrefixEntry const> const& entry,
+std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,
                                           unsigned char* buffer, std::int32_t size) {
   auto const& key = Mav::validPtr(entry)->key();
   std::array<std::uint32_t, 128> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
@@ -53,3 +55,5 @@ std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpSnmp::IpAddressPrefixEntry 
 }
 
 std::int32_t AsnIntegerToIpVersion(void* value) { return Snmp::AsnIntegerToS32(value); }
+
+}  // namespace IpSnmp

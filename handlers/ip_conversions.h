@@ -8,6 +8,8 @@
 #include "platform/dovel/routing_values.h"
 #include "platform/state/entities/arp_entry_status.h"
 
+namespace IpSnmp {
+
 /// IpForwarding (RFC 4293): forwarding(1) or notForwarding(2).
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size);
 
@@ -27,8 +29,10 @@ std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, uns
 /// The RowPointer of ipAddressPrefix (RFC 4293): ipAddressPrefixOrigin in the prefix's row.
 /// Unlike the others, it writes nothing and returns 0 when the buffer is too small.
 /// RangeException "null ValidPtr" without an entry.
-std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpSnmp::IpAddressPrefixEntry const> const& entry,
+std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,
                                           unsigned char* buffer, std::int32_t size);
 
 /// The number of an InetVersion, from an INTEGER of net-snmp.
 std::int32_t AsnIntegerToIpVersion(void* value);
+
+}  // namespace IpSnmp

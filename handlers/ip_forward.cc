@@ -4,7 +4,6 @@
 
 #include "handlers/cidr_route_number.h"
 #include "handlers/ip_cidr_route_table.h"
-#include "handlers/trace.h"
 #include "handlers/unit_registration.h"
 #include "model/ip_forward_mib.h"
 #include "platform/snmp/callback.h"
@@ -27,20 +26,14 @@ Snmp::AutoRegistree const registree(&registration);
 
 }  // namespace
 
-namespace IpForward {
-
-Mav::TraceHandle& traceHandle() { return snmpTraceHandle(); }
-
-}  // namespace IpForward
-
 void init_IpForward() {
   Snmp::debugInitializing("IpForward", __func__, __LINE__);
-  traceInitializing(__func__, ipCidrRouteNumberOid);
-  traceInitializing(__func__, ipCidrRouteTableOid);
+  IpSnmp::traceInitializing(__func__, ipCidrRouteNumberOid);
+  IpSnmp::traceInitializing(__func__, ipCidrRouteTableOid);
   auto const mib = Mav::objectCast<IpSnmp::IpForwardMib>(
       SnmpUtil::getEntityRelative(IpSnmp::IpForwardMib::path));
-  registerScalar("ipCidrRouteNumber", handle_ipCidrRouteNumber, ipCidrRouteNumberOid,
-                 HANDLER_CAN_RONLY, mib.get());
+  IpSnmp::registerScalar("ipCidrRouteNumber", handle_ipCidrRouteNumber, ipCidrRouteNumberOid,
+                         HANDLER_CAN_RONLY, mib.get());
   initialize_table_ipCidrRouteTable();
 }
 
@@ -51,6 +44,6 @@ int handle_ipCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
   return Snmp::guarded(__func__, requests, [&] {
     auto const* const mib = static_cast<IpSnmp::IpForwardMib*>(scalarRegistration->my_reg_void);
     std::size_t const rows = mib ? mib->ipCidrRouteTables() : 0;
-    return answerCidrRouteNumber(mib ? &rows : nullptr, request->mode, requests);
+    return IpSnmp::answerCidrRouteNumber(mib ? &rows : nullptr, request->mode, requests);
   });
 }

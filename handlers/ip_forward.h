@@ -3,7 +3,6 @@
 // net-snmp and answers their requests from IpSnmp::IpForwardMib, which it finds by path. All on
 // snmpd's thread.
 
-#include "platform/mav/trace_handle.h"
 #include "platform/snmp/net_snmp.h"
 
 void init_IpForward();
@@ -14,10 +13,3 @@ int handle_ipCidrRouteNumber(netsnmp_mib_handler* handler,
                              netsnmp_handler_registration* registration,
                              netsnmp_agent_request_info* request,
                              netsnmp_request_info* requests) noexcept;
-
-namespace IpForward {
-
-/// The unit's trace handle, "Snmp".
-Mav::TraceHandle& traceHandle();
-
-}  // namespace IpForward

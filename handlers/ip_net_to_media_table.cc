@@ -1,14 +1,15 @@
 #include "handlers/ip_net_to_media_table.h"
 
+#include "handlers/table_frame.h"
 #include "model/ip_mib.h"
 
-namespace {
+namespace IpSnmp {
 
 struct IpNetToMediaTable {
-  using Entity = IpSnmp::IpMib;
+  using Entity = IpMib;
   using Rows = Entity::ArpTableMap;
   using Row = Entity::ArpTableIteratorConst;
-  using Key = IpSnmp::ArpTableIndex;
+  using Key = ArpTableIndex;
 
   static constexpr std::string_view name = "ipNetToMediaTable";
   static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 22};
@@ -36,6 +37,6 @@ struct IpNetToMediaTable {
   // clang-format on
 };
 
-}  // namespace
+template class TableFunctions<IpNetToMediaTable>;
 
-OVO_DEFINE_TABLE(ipNetToMediaTable, IpNetToMediaTable)
+}  // namespace IpSnmp

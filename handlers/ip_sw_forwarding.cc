@@ -1,7 +1,6 @@
 #include "handlers/ip_sw_forwarding.h"
 
 #include "handlers/brivet_sw_fwd_ip_stats_table.h"
-#include "handlers/trace.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 
@@ -16,12 +15,6 @@ IpSwForwarding_HandlerRegistration registration;
 Snmp::AutoRegistree const registree(&registration);
 
 }  // namespace
-
-namespace IpSwForwarding {
-
-Mav::TraceHandle& traceHandle() { return snmpTraceHandle(); }
-
-}  // namespace IpSwForwarding
 
 void init_IpSwForwarding() {
   Snmp::debugInitializing("IpSwForwarding", __func__, __LINE__);

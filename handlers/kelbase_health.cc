@@ -3,13 +3,19 @@
 #include <algorithm>
 #include <array>
 
+#include "handlers/brivet_kelbase_records_table.h"
+#include "handlers/table_column.h"
 #include "handlers/unit_registration.h"
 #include "model/health.h"
+#include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
+#include "platform/snmp/set_value.h"
+#include "platform/snmp/snmp_util.h"
 
 namespace {
 
+namespace Conversion = IpSnmp::Conversion;
 using IpSnmp::Health;
 using IpSnmp::HealthData;
 
@@ -52,23 +58,18 @@ constexpr std::array scalars{
 
 constexpr std::array<oid, 10> objectsOid{1, 3, 6, 1, 4, 1, 99999, 3, 2, 1};
 
-struct BrivetKelbaseRecordsTable {
-  using Entity = Health;
-  using Rows = Health::Records;
-  using Row = Rows::IteratorConst;
-
-  static constexpr std::string_view name = "brivetKelbaseRecordsTable";
-  static constexpr std::array<oid, 11> objectId{1, 3, 6, 1, 4, 1, 99999, 3, 2, 1, 9};
-  static constexpr int modes = HANDLER_CAN_RONLY;
-  static Rows const& rows(Entity const& health) { return health.records(); }
-
-  static constexpr std::tuple indexes{integerIndex<IpSnmp::SharedTable>(
-      "brivetKelbaseRecordsOf", "table", [](IpSnmp::SharedTable key) { return key; })};
-
-  static constexpr std::array columns{column<Conversion::U32ToAsnUnsigned>(
-      2, "brivetKelbaseRecords", "records",
-      [](Row const& row) { return static_cast<std::uint32_t>(row.value()); })};
-};
+int answer(HealthScalar const& scalar, Health const* health, int mode,
+           netsnmp_request_info* requests) {
+  std::array<unsigned char, 16> buffer;
+  if (health && mode == MODE_GET) {
+    auto const length = scalar.convert(health->data(), buffer.data(), buffer.size());
+    if (Snmp::setVarTypedValue(requests->requestvb, scalar.type, buffer.data(), length)) {
+      return SNMP_ERR_NOERROR;
+    }
+  }
+  netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+  return SNMP_ERR_GENERR;
+}
 
 class KelbaseHealth_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
@@ -78,45 +79,27 @@ class KelbaseHealth_HandlerRegistration : public Snmp::HandlerRegistration {
 KelbaseHealth_HandlerRegistration registration;
 Snmp::AutoRegistree const registree(&registration);
 
-int answer(HealthScalar const* scalar, Health const* health, int mode,
-           netsnmp_request_info* requests) {
-  std::array<unsigned char, 16> buffer;
-  if (scalar && health && mode == MODE_GET) {
-    auto const length = scalar->convert(health->data(), buffer.data(), buffer.size());
-    if (Snmp::setVarTypedValue(requests->requestvb, scalar->type, buffer.data(), length)) {
-      return SNMP_ERR_NOERROR;
-    }
-  }
-  netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-  return SNMP_ERR_GENERR;
-}
-
 }  // namespace
-
-OVO_DEFINE_TABLE(brivetKelbaseRecordsTable, BrivetKelbaseRecordsTable)
 
 void init_KelbaseHealth() {
   Snmp::debugInitializing("KelbaseHealth", __func__, __LINE__);
-  traceInitializing(__func__, objectsOid);
+  IpSnmp::traceInitializing(__func__, objectsOid);
   auto const health = Mav::objectCast<Health>(SnmpUtil::getEntityRelative(Health::path));
   for (auto const& scalar : scalars) {
     std::array<oid, objectsOid.size() + 1> objectId;
     *std::copy(objectsOid.begin(), objectsOid.end(), objectId.begin()) = scalar.number;
-    registerScalar(scalar.name, handle_kelbaseHealth, objectId, HANDLER_CAN_RONLY, health.get());
+    IpSnmp::registerScalar(scalar.name, handle_kelbaseHealth, objectId, HANDLER_CAN_RONLY,
+                           health.get(), &scalar);
   }
   initialize_table_brivetKelbaseRecordsTable();
 }
 
-int handle_kelbaseHealth(netsnmp_mib_handler* /*handler*/,
+int handle_kelbaseHealth(netsnmp_mib_handler* handler,
                          netsnmp_handler_registration* scalarRegistration,
                          netsnmp_agent_request_info* request,
                          netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
-    auto const number = scalarRegistration->rootoid[objectsOid.size()];
-    auto const* const found =
-        std::find_if(scalars.begin(), scalars.end(),
-                     [number](auto const& scalar) { return scalar.number == number; });
-    return answer(found == scalars.end() ? nullptr : found,
+    return answer(*static_cast<HealthScalar const*>(handler->myvoid),
                   static_cast<Health const*>(scalarRegistration->my_reg_void), request->mode,
                   requests);
   });

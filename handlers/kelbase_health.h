@@ -3,15 +3,13 @@
 // net-snmp and answers their requests from IpSnmp::Health, which it finds by path. All on snmpd's
 // thread.
 
-#include "handlers/table_functions.h"
+#include "platform/snmp/net_snmp.h"
 
 /// Registers the unit's objects.
 void init_KelbaseHealth();
 
-/// net-snmp handler callback of all the scalars, which are told apart by the last number of their
-/// object identifiers. Reads the entity in `registration->my_reg_void`, which it does not own.
+/// net-snmp handler callback of all the scalars: `handler->myvoid` says which it is. Reads the
+/// entity in `registration->my_reg_void`, which it does not own.
 int handle_kelbaseHealth(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
                          netsnmp_agent_request_info* request,
                          netsnmp_request_info* requests) noexcept;
-
-OVO_DECLARE_TABLE(brivetKelbaseRecordsTable)

@@ -16,6 +16,8 @@
 #include "platform/snmp/convert.h"
 #include "platform/snmp/net_snmp.h"
 
+namespace IpSnmp {
+
 /// As the MIB declares it. Every SET is refused; only the trace differs.
 enum class MaxAccess { readOnly, readWrite };
 
@@ -43,39 +45,72 @@ inline constexpr std::int32_t columnBufferSizeMax = 65535;
 /// The conversions by their names, with the ASN type that each is mostly used for.
 namespace Conversion {
 
-#define OVO_CONVERSION(conversion, asnType, call)                                               \
-  struct conversion {                                                                           \
-    static constexpr char const* name = #conversion;                                            \
-    static constexpr unsigned char type = asnType;                                              \
-    template <class Value>                                                                      \
-    static std::int32_t convert(Value const& value, unsigned char* buffer, std::int32_t size) { \
-      return call;                                                                              \
-    }                                                                                           \
-  };
-#define OVO_PLATFORM_CONVERSION(conversion, asnType, T) \
-  OVO_CONVERSION(conversion, asnType,                   \
-                 (Snmp::SnmpConvert<T, Snmp::conversion##F>(static_cast<T>(value), buffer, size)))
-#define OVO_OWN_CONVERSION(conversion, asnType) \
-  OVO_CONVERSION(conversion, asnType, ::conversion(value, buffer, size))
+/// Of platform/snmp/convert.h.
+template <class T, class F, unsigned char asnType>
+struct Platform {
+  static constexpr unsigned char type = asnType;
+  template <class Value>
+  static std::int32_t convert(Value const& value, unsigned char* buffer, std::int32_t size) {
+    return Snmp::SnmpConvert<T, F>(static_cast<T>(value), buffer, size);
+  }
+};
 
-OVO_PLATFORM_CONVERSION(S32ToAsnInteger, ASN_INTEGER, int)
-OVO_PLATFORM_CONVERSION(U32ToAsnUnsigned, ASN_UNSIGNED, unsigned int)
-OVO_PLATFORM_CONVERSION(U64ToCounter32, ASN_COUNTER, std::uint64_t)
-OVO_PLATFORM_CONVERSION(U64ToCounter64, ASN_COUNTER64, std::uint64_t)
-OVO_PLATFORM_CONVERSION(StringToAsnOctetString, ASN_OCTET_STR, Mav::String8 const&)
-OVO_PLATFORM_CONVERSION(StringToAsnOid, ASN_OBJECT_ID, Mav::String8 const&)
-OVO_PLATFORM_CONVERSION(NowSecondsToUptimeTimeTicks, ASN_TIMETICKS, double)
-OVO_PLATFORM_CONVERSION(SecondsToTimeTicks, ASN_TIMETICKS, double)
-OVO_PLATFORM_CONVERSION(DovelIpAddrToAsnOctetString, ASN_IPADDRESS, Dovel::IpAddr const&)
-OVO_PLATFORM_CONVERSION(DovelEthAddrToAsnOctetString, ASN_OCTET_STR, Dovel::EthAddr const&)
-OVO_OWN_CONVERSION(ArpEntryStaticToAsnInteger, ASN_INTEGER)
-OVO_OWN_CONVERSION(RouteMetricToAsnInteger, ASN_INTEGER)
-OVO_OWN_CONVERSION(RouteTypeToAsnInteger, ASN_INTEGER)
-OVO_OWN_CONVERSION(IpAddressPrefixEntryToAsnOid, ASN_OBJECT_ID)
+/// Of ip_conversions.h.
+template <auto function, unsigned char asnType>
+struct Own {
+  static constexpr unsigned char type = asnType;
+  template <class Value>
+  static std::int32_t convert(Value const& value, unsigned char* buffer, std::int32_t size) {
+    return function(value, buffer, size);
+  }
+};
 
-#undef OVO_OWN_CONVERSION
-#undef OVO_PLATFORM_CONVERSION
-#undef OVO_CONVERSION
+struct S32ToAsnInteger : Platform<int, Snmp::S32ToAsnIntegerF, ASN_INTEGER> {
+  static constexpr char const* name = "S32ToAsnInteger";
+};
+struct U32ToAsnUnsigned : Platform<unsigned int, Snmp::U32ToAsnUnsignedF, ASN_UNSIGNED> {
+  static constexpr char const* name = "U32ToAsnUnsigned";
+};
+struct U64ToCounter32 : Platform<std::uint64_t, Snmp::U64ToCounter32F, ASN_COUNTER> {
+  static constexpr char const* name = "U64ToCounter32";
+};
+struct U64ToCounter64 : Platform<std::uint64_t, Snmp::U64ToCounter64F, ASN_COUNTER64> {
+  static constexpr char const* name = "U64ToCounter64";
+};
+struct StringToAsnOctetString
+    : Platform<Mav::String8 const&, Snmp::StringToAsnOctetStringF, ASN_OCTET_STR> {
+  static constexpr char const* name = "StringToAsnOctetString";
+};
+struct StringToAsnOid : Platform<Mav::String8 const&, Snmp::StringToAsnOidF, ASN_OBJECT_ID> {
+  static constexpr char const* name = "StringToAsnOid";
+};
+struct NowSecondsToUptimeTimeTicks
+    : Platform<double, Snmp::NowSecondsToUptimeTimeTicksF, ASN_TIMETICKS> {
+  static constexpr char const* name = "NowSecondsToUptimeTimeTicks";
+};
+struct SecondsToTimeTicks : Platform<double, Snmp::SecondsToTimeTicksF, ASN_TIMETICKS> {
+  static constexpr char const* name = "SecondsToTimeTicks";
+};
+struct DovelIpAddrToAsnOctetString
+    : Platform<Dovel::IpAddr const&, Snmp::DovelIpAddrToAsnOctetStringF, ASN_IPADDRESS> {
+  static constexpr char const* name = "DovelIpAddrToAsnOctetString";
+};
+struct DovelEthAddrToAsnOctetString
+    : Platform<Dovel::EthAddr const&, Snmp::DovelEthAddrToAsnOctetStringF, ASN_OCTET_STR> {
+  static constexpr char const* name = "DovelEthAddrToAsnOctetString";
+};
+struct ArpEntryStaticToAsnInteger : Own<IpSnmp::ArpEntryStaticToAsnInteger, ASN_INTEGER> {
+  static constexpr char const* name = "ArpEntryStaticToAsnInteger";
+};
+struct RouteMetricToAsnInteger : Own<IpSnmp::RouteMetricToAsnInteger, ASN_INTEGER> {
+  static constexpr char const* name = "RouteMetricToAsnInteger";
+};
+struct RouteTypeToAsnInteger : Own<IpSnmp::RouteTypeToAsnInteger, ASN_INTEGER> {
+  static constexpr char const* name = "RouteTypeToAsnInteger";
+};
+struct IpAddressPrefixEntryToAsnOid : Own<IpSnmp::IpAddressPrefixEntryToAsnOid, ASN_OBJECT_ID> {
+  static constexpr char const* name = "IpAddressPrefixEntryToAsnOid";
+};
 
 }  // namespace Conversion
 
@@ -120,3 +155,5 @@ constexpr TableColumn constant(unsigned number, char const* name,
             return Conv::convert(value, buffer, size);
           }};
 }
+
+}  // namespace IpSnmp

@@ -14,30 +14,33 @@
 //     static constexpr std::array columns{...};     // table_column.h, in order
 //   };
 //
-// Its eight functions are made from this (table_functions.h). Loop and data contexts are rows on
-// the heap, owned by net-snmp. Nothing persists between requests. The entity outlives the
-// registration, which holds a plain pointer to it.
+// Its source makes the eight functions of table_functions.h from this:
+//
+//   template class TableFunctions<IpAddrTable>;
+//
+// Loop and data contexts are rows on the heap, owned by net-snmp. Nothing persists between
+// requests. The entity outlives the registration, which holds a plain pointer to it.
 //
 // A collection that is ordered by key is declared sorted to net-snmp, and served by the row server
 // (platform/snmp/row_server.h), which stands before net-snmp's iterator and walks the collection
-// itself. Get-first finds a hint in its loop context: the table's part of the request, with the
-// indexes of a row, or null. It comes from the iterator, or from the row server while this is
-// traced.
+// itself. Get-first finds a hint in its loop context (table_hint.h), or null.
 //
-// Everything here may throw: table_functions.h stands between it and net-snmp.
+// TableFrame may throw: TableFunctions stands between it and net-snmp.
 
-#include <optional>
 #include <string>
-#include <tuple>
 #include <utility>
 
-#include "handlers/table_index.h"
+#include "handlers/table_functions.h"
+#include "handlers/table_hint.h"
 #include "handlers/table_requests.h"
 #include "handlers/table_rows.h"
 #include "handlers/trace.h"
 #include "platform/mav/object.h"
+#include "platform/snmp/callback.h"
 #include "platform/snmp/set_value.h"
 #include "platform/snmp/snmp_util.h"
+
+namespace IpSnmp {
 
 template <class Table>
 class TableFrame {
@@ -45,7 +48,6 @@ class TableFrame {
   using Entity = typename Table::Entity;
   using Rows = typename Table::Rows;
   using Row = typename Table::Row;
-  using Key = typename Rows::Key;
 
   /// Registers the table, with callbacks that lead back to the functions below.
   static void initialize(netsnmp_iterator_info const& callbacks, Netsnmp_Node_Handler* handler);
@@ -57,29 +59,17 @@ class TableFrame {
                                                 netsnmp_variable_list* putIndexData);
   static void* makeDataContext(void const* loopContext);
   static void free(char const* function, void* context);
-  static int handle(int mode, netsnmp_request_info* requests);
-
- private:
-  using Hint = netsnmp_table_request_info;
-  static constexpr std::size_t indexCount = std::tuple_size_v<decltype(Table::indexes)>;
-  static constexpr auto indexSequence = std::make_index_sequence<indexCount>();
-  static constexpr bool isSorted = TableRows<Table>::isSorted;
-
-  static std::string function(char const* suffix) { return std::string(Table::name) + suffix; }
   static TableDescription const& description();
 
+ private:
+  using Hint = typename TableHint<Table>::Request;
+  static constexpr bool isSorted = TableRows<Table>::isSorted;
+
   static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
-  static std::optional<Key> hintedKey(Hint const* hint);
-  template <std::size_t... i>
-  static std::optional<Key> keyOf(netsnmp_variable_list const* variable,
-                                  std::index_sequence<i...> /*sequence*/);
-  template <class Index>
-  static auto component(Index const& index, netsnmp_variable_list const& variable)
-      -> std::optional<typename Index::Syntax::Value>;
 };
 
-#define FRAME_TRACE(level, suffix, stream)                 \
-  MAV_TRACE_AS(snmpTraceHandle(), level, function(suffix), \
+#define FRAME_TRACE(level, suffix, stream)                                   \
+  MAV_TRACE_AS(snmpTraceHandle(), level, functionName<Table>(suffix).data(), \
                Table::name << suffix << stream) /* NOLINT(bugprone-macro-parentheses) */
 
 template <class Table>
@@ -140,7 +130,7 @@ netsnmp_variable_list* TableFrame<Table>::first(void** loopContext,
 
 template <class Table>
 auto TableFrame<Table>::start(Rows const& rows, Hint const* hint, bool& hintMatched) -> Row {
-  if (auto const key = hintedKey(hint)) {
+  if (auto const key = TableHint<Table>::key(hint)) {
     if (auto row = rows.at(*key)) {
       hintMatched = true;
       return row;
@@ -148,73 +138,6 @@ auto TableFrame<Table>::start(Rows const& rows, Hint const* hint, bool& hintMatc
     FRAME_TRACE(2, "_get_first_data_point", " - key '" << *key << "' not found in table");
   }
   return rows.first();
-}
-
-template <class Table>
-auto TableFrame<Table>::hintedKey(Hint const* hint) -> std::optional<Key> {
-  unsigned const count = hint ? hint->number_indexes : 0;
-  FRAME_TRACE(2, "_get_first_data_point",
-              " - *hint = " << static_cast<void const*>(hint) << ", number_indexes = " << count);
-  if (!hint || count != indexCount) {
-    FRAME_TRACE(2, "_get_first_data_point",
-                " - needed " << indexCount << " components, found only " << count);
-    return std::nullopt;
-  }
-  return keyOf(hint->indexes, indexSequence);
-}
-
-template <class Table>
-template <std::size_t... i>
-auto TableFrame<Table>::keyOf(netsnmp_variable_list const* variable,
-                              std::index_sequence<i...> /*sequence*/) -> std::optional<Key> {
-  using Indexes = decltype(Table::indexes);
-  std::tuple<std::optional<typename std::tuple_element_t<i, Indexes>::Syntax::Value>...> values;
-  auto const decode = [&](auto const& index, auto& value) {
-    if (variable) value = component(index, *variable);
-    if (value) variable = variable->next_variable;
-    return value.has_value();
-  };
-  bool const complete = (decode(std::get<i>(Table::indexes), std::get<i>(values)) && ...);
-  if (!complete) return std::nullopt;
-  try {
-    return Key(*std::get<i>(values)...);
-  } catch (std::exception const& e) {
-    MAV_TRACE_AS(snmpTraceHandle(), 0, function("_get_first_data_point"),
-                 "Bad hint for " << Table::name << ": " << Mav::typeName<Key>()
-                                 << " ctor threw exception: " << e.what());
-    return std::nullopt;
-  }
-}
-
-template <class Table>
-template <class Index>
-auto TableFrame<Table>::component(Index const& index, netsnmp_variable_list const& variable)
-    -> std::optional<typename Index::Syntax::Value> {
-  using Syntax = typename Index::Syntax;
-  auto const trace = [](int level, auto const& text) {
-    MAV_TRACE_AS(snmpTraceHandle(), level, function("_get_first_data_point"), text);
-  };
-  auto const traceComponent = [&](auto const& value) {
-    MAV_TRACE_AS(snmpTraceHandle(), 2, function("_get_first_data_point"),
-                 "hint component " << index.name << " is '" << value << "'");
-  };
-  if (variable.type != Syntax::declaredType) {
-    traceComponent(Snmp::printedValue(variable));
-    trace(0, "hint for " + std::string(index.name) + " has incorrect type! Expecting " +
-                 std::to_string(Syntax::declaredType) + " but got " +
-                 std::to_string(variable.type));
-    return std::nullopt;
-  }
-  try {
-    auto const value = Syntax::decode(variable);
-    traceComponent(value);
-    return value;
-  } catch (Mav::RangeException const& e) {
-    traceComponent(Snmp::printedValue(variable));
-    trace(0, "hint for index " + std::string(index.name) + " of " + std::string(Table::name) +
-                 " is out of range! " + e.what());
-    return std::nullopt;
-  }
 }
 
 template <class Table>
@@ -265,10 +188,82 @@ void TableFrame<Table>::free(char const* function, void* context) {
   delete static_cast<Row*>(context);
 }
 
+#undef FRAME_TRACE
+
 template <class Table>
-int TableFrame<Table>::handle(int mode, netsnmp_request_info* requests) {
-  static std::string const handler = function("_handler");
-  return answerTable(description(), handler, mode, requests);
+void TableFunctions<Table>::initialize() {
+  netsnmp_iterator_info callbacks{};
+  callbacks.get_first_data_point = getFirstDataPoint;
+  callbacks.get_next_data_point = getNextDataPoint;
+  callbacks.make_data_context = makeDataContext;
+  callbacks.free_data_context = freeDataContext;
+  callbacks.free_loop_context_at_end = freeLoopContextAtEnd;
+  TableFrame<Table>::initialize(callbacks, handler);
 }
 
-#undef FRAME_TRACE
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::getFirstDataPoint(
+    void** loopContext, void** /*dataContext*/, netsnmp_variable_list* putIndexData,
+    netsnmp_iterator_info* info) noexcept {
+  static constexpr auto name = functionName<Table>("_get_first_data_point");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    return TableFrame<Table>::first(loopContext, putIndexData, info);
+  });
+}
+
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::getNextDataPoint(
+    void** loopContext, void** dataContext, netsnmp_variable_list* putIndexData,
+    netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_get_next_data_point");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    return TableFrame<Table>::next(*loopContext, dataContext ? *dataContext : nullptr,
+                                   putIndexData);
+  });
+}
+
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::iterationHelper(
+    void* loopContext, netsnmp_variable_list* putIndexData) noexcept {
+  static constexpr auto name = functionName<Table>("IterationHelper");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    using Row = typename Table::Row;
+    return TableFrame<Table>::iterationHelper(
+        loopContext ? *static_cast<Row const*>(loopContext) : Row(), putIndexData);
+  });
+}
+
+template <class Table>
+void* TableFunctions<Table>::makeDataContext(void* loopContext,
+                                             netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_make_data_context");
+  return Snmp::guardedOr<void*>(name.data(), nullptr,
+                                [&] { return TableFrame<Table>::makeDataContext(loopContext); });
+}
+
+template <class Table>
+void TableFunctions<Table>::freeDataContext(void* dataContext,
+                                            netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_free_data_context");
+  TableFrame<Table>::free(name.data(), dataContext);
+}
+
+template <class Table>
+void TableFunctions<Table>::freeLoopContextAtEnd(void* loopContext,
+                                                 netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_free_loop_context_at_end");
+  TableFrame<Table>::free(name.data(), loopContext);
+}
+
+template <class Table>
+int TableFunctions<Table>::handler(netsnmp_mib_handler* /*handler*/,
+                                   netsnmp_handler_registration* /*registration*/,
+                                   netsnmp_agent_request_info* request,
+                                   netsnmp_request_info* requests) noexcept {
+  static constexpr auto name = functionName<Table>("_handler");
+  return Snmp::guarded(name.data(), requests, [&] {
+    return answerTable(TableFrame<Table>::description(), name.data(), request->mode, requests);
+  });
+}
+
+}  // namespace IpSnmp

@@ -1,8 +1,6 @@
 #pragma once
-// The eight functions of a table T, in header and source:
-//
-//   OVO_DECLARE_TABLE(ipAddrTable)
-//   OVO_DEFINE_TABLE(ipAddrTable, IpAddrTable)   // the class of table_frame.h
+// The eight functions of a table, made from one template. The header of a table T gives them their
+// names (ip_addr_table.h), and its source has the class that sets it apart (table_frame.h):
 //
 //   initialize_table_T           registers the table
 //   T_get_first_data_point       a new loop context on the row that the hint names, else on the
@@ -17,73 +15,27 @@
 // All but the first are net-snmp's callbacks (agent/table_iterator.h). They never throw: what goes
 // wrong inside is logged; the table then reads as if it ended there, and requests fail with genErr.
 
-#include "handlers/table_frame.h"
-#include "platform/snmp/callback.h"
+#include "platform/snmp/net_snmp.h"
 
-#define OVO_DECLARE_TABLE(table)                                                                  \
-  void initialize_table_##table();                                                                \
-  netsnmp_variable_list* table##_get_first_data_point(void** loopContext, void** dataContext,     \
-                                                      netsnmp_variable_list* putIndexData,        \
-                                                      netsnmp_iterator_info* info) noexcept;      \
-  netsnmp_variable_list* table##_get_next_data_point(void** loopContext, void** dataContext,      \
-                                                     netsnmp_variable_list* putIndexData,         \
-                                                     netsnmp_iterator_info* info) noexcept;       \
-  netsnmp_variable_list* table##IterationHelper(void* loopContext,                                \
-                                                netsnmp_variable_list* putIndexData) noexcept;    \
-  void* table##_make_data_context(void* loopContext, netsnmp_iterator_info* info) noexcept;       \
-  void table##_free_data_context(void* dataContext, netsnmp_iterator_info* info) noexcept;        \
-  void table##_free_loop_context_at_end(void* loopContext, netsnmp_iterator_info* info) noexcept; \
-  int table##_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,   \
-                      netsnmp_agent_request_info* request,                                        \
-                      netsnmp_request_info* requests) noexcept;
+namespace IpSnmp {
 
-#define OVO_DEFINE_TABLE(table, Table)                                                            \
-  void initialize_table_##table() {                                                               \
-    netsnmp_iterator_info callbacks{};                                                            \
-    callbacks.get_first_data_point = table##_get_first_data_point;                                \
-    callbacks.get_next_data_point = table##_get_next_data_point;                                  \
-    callbacks.make_data_context = table##_make_data_context;                                      \
-    callbacks.free_data_context = table##_free_data_context;                                      \
-    callbacks.free_loop_context_at_end = table##_free_loop_context_at_end;                        \
-    TableFrame<Table>::initialize(callbacks, table##_handler);                                    \
-  }                                                                                               \
-  netsnmp_variable_list* table##_get_first_data_point(void** loopContext, void** /*dataContext*/, \
-                                                      netsnmp_variable_list* putIndexData,        \
-                                                      netsnmp_iterator_info* info) noexcept {     \
-    return Snmp::guardedOr<netsnmp_variable_list*>(__func__, nullptr, [&] {                       \
-      return TableFrame<Table>::first(loopContext, putIndexData, info);                           \
-    });                                                                                           \
-  }                                                                                               \
-  netsnmp_variable_list* table##_get_next_data_point(void** loopContext, void** dataContext,      \
-                                                     netsnmp_variable_list* putIndexData,         \
-                                                     netsnmp_iterator_info* /*info*/) noexcept {  \
-    return Snmp::guardedOr<netsnmp_variable_list*>(__func__, nullptr, [&] {                       \
-      return TableFrame<Table>::next(*loopContext, dataContext ? *dataContext : nullptr,          \
-                                     putIndexData);                                               \
-    });                                                                                           \
-  }                                                                                               \
-  netsnmp_variable_list* table##IterationHelper(void* loopContext,                                \
-                                                netsnmp_variable_list* putIndexData) noexcept {   \
-    return Snmp::guardedOr<netsnmp_variable_list*>(__func__, nullptr, [&] {                       \
-      using Row = TableFrame<Table>::Row;                                                         \
-      return TableFrame<Table>::iterationHelper(                                                  \
-          loopContext ? *static_cast<Row const*>(loopContext) : Row(), putIndexData);             \
-    });                                                                                           \
-  }                                                                                               \
-  void* table##_make_data_context(void* loopContext, netsnmp_iterator_info* /*info*/) noexcept {  \
-    return Snmp::guardedOr<void*>(                                                                \
-        __func__, nullptr, [&] { return TableFrame<Table>::makeDataContext(loopContext); });      \
-  }                                                                                               \
-  void table##_free_data_context(void* dataContext, netsnmp_iterator_info* /*info*/) noexcept {   \
-    TableFrame<Table>::free(__func__, dataContext);                                               \
-  }                                                                                               \
-  void table##_free_loop_context_at_end(void* loopContext,                                        \
-                                        netsnmp_iterator_info* /*info*/) noexcept {               \
-    TableFrame<Table>::free(__func__, loopContext);                                               \
-  }                                                                                               \
-  int table##_handler(                                                                            \
-      netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*registration*/,           \
-      netsnmp_agent_request_info* request, netsnmp_request_info* requests) noexcept {             \
-    return Snmp::guarded(__func__, requests,                                                      \
-                         [&] { return TableFrame<Table>::handle(request->mode, requests); });     \
-  }
+template <class Table>
+class TableFunctions {
+ public:
+  static void initialize();
+  static netsnmp_variable_list* getFirstDataPoint(void** loopContext, void** dataContext,
+                                                  netsnmp_variable_list* putIndexData,
+                                                  netsnmp_iterator_info* info) noexcept;
+  static netsnmp_variable_list* getNextDataPoint(void** loopContext, void** dataContext,
+                                                 netsnmp_variable_list* putIndexData,
+                                                 netsnmp_iterator_info* info) noexcept;
+  static netsnmp_variable_list* iterationHelper(void* loopContext,
+                                                netsnmp_variable_list* putIndexData) noexcept;
+  static void* makeDataContext(void* loopContext, netsnmp_iterator_info* info) noexcept;
+  static void freeDataContext(void* dataContext, netsnmp_iterator_info* info) noexcept;
+  static void freeLoopContextAtEnd(void* loopContext, netsnmp_iterator_info* info) noexcept;
+  static int handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
+                     netsnmp_agent_request_info* request, netsnmp_request_info* requests) noexcept;
+};
+
+}  // namespace IpSnmp

@@ -23,6 +23,8 @@
 #include "platform/snmp/instance_order.h"
 #include "stats/ip_version.h"
 
+namespace IpSnmp {
+
 /// INTEGER, of an unsigned number or of Ip::IpVersion.
 template <class T>
 struct IntegerSyntax {
@@ -146,3 +148,5 @@ constexpr TableIndex<OctetStringSyntax, Get> octetStringIndex(char const* name,
                                                               char const* attribute, Get get) {
   return {name, attribute, get};
 }
+
+}  // namespace IpSnmp

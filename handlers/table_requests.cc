@@ -8,6 +8,8 @@
 #include "platform/snmp/registrations.h"
 #include "platform/snmp/set_value.h"
 
+namespace IpSnmp {
+
 namespace {
 
 #define TABLE_TRACE(level, stream) MAV_TRACE_AS(snmpTraceHandle(), level, handler_, stream)
@@ -158,3 +160,5 @@ std::string printedOid(TableDescription const& table) {
   snprint_objid(text.data(), text.size(), table.objectId.data(), table.objectId.size());
   return text.data();
 }
+
+}  // namespace IpSnmp

@@ -2,6 +2,7 @@
 // What is the same in all tables of one shape, whatever their rows are: how a handler answers its
 // requests from the columns, and the texts of the functions around it.
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <ostream>
@@ -11,6 +12,8 @@
 
 #include "handlers/table_column.h"
 #include "platform/snmp/iterator_table.h"
+
+namespace IpSnmp {
 
 /// A table, as far as it is the same for all rows and keys.
 struct TableDescription {
@@ -22,6 +25,14 @@ struct TableDescription {
   /// Of the row that `row` points to, for traces.
   void (*printKey)(std::ostream& out, void const* row);
 };
+
+/// The table's name and a suffix, joined while compiling: what one of its functions is called.
+template <class Table, std::size_t size>
+constexpr auto functionName(char const (&suffix)[size]) {
+  std::array<char, Table::name.size() + size> text{};
+  std::ranges::copy(suffix, std::ranges::copy(Table::name, text.begin()).out);
+  return text;
+}
 
 /// The net-snmp handler of a table: GET from the rows in the requests' data contexts, every SET
 /// refused. `handler` is its name. Returns the SNMP error status.
@@ -37,3 +48,5 @@ std::vector<unsigned> columnNumbers(TableDescription const& table);
 
 /// The table's OID as net-snmp prints it.
 std::string printedOid(TableDescription const& table);
+
+}  // namespace IpSnmp

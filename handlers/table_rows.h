@@ -19,6 +19,8 @@
 #include "platform/snmp/set_value.h"
 #include "platform/snmp/sorted_rows.h"
 
+namespace IpSnmp {
+
 template <class Table, class Call>
 void forEachIndex(Call const& call) {
   std::apply([&](auto const&... index) { (call(index), ...); }, Table::indexes);
@@ -112,3 +114,5 @@ class TableRows : public Snmp::SortedRows {
   std::vector<oid> foundFor_;
   Row found_;
 };
+
+}  // namespace IpSnmp

@@ -2,5 +2,12 @@
 
 #include "platform/mav/trace_handle.h"
 
+namespace IpSnmp {
+
 /// The trace handle of all handler units, "Snmp".
-Mav::TraceHandle& snmpTraceHandle();
+inline Mav::TraceHandle& snmpTraceHandle() {
+  static Mav::TraceHandle handle("Snmp", false);
+  return handle;
+}
+
+}  // namespace IpSnmp

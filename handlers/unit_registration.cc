@@ -7,6 +7,8 @@
 #include "platform/mav/exception.h"
 #include "platform/snmp/registrations.h"
 
+namespace IpSnmp {
+
 void traceInitializing(char const* function, std::span<oid const> objectId) {
   if (!snmpTraceHandle().enabled(1)) return;
   std::array<char, 200> text{};
@@ -15,11 +17,14 @@ void traceInitializing(char const* function, std::span<oid const> objectId) {
 }
 
 void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<oid const> objectId,
-                    int modes, void* entity) {
+                    int modes, void* entity, void const* scalar) {
   auto* const registration =
       netsnmp_create_handler_registration(name, handler, objectId.data(), objectId.size(), modes);
   if (!registration) throw Mav::Exception(std::string("no memory for ") + name);
   registration->priority = registrationPriority;
   registration->my_reg_void = entity;
+  registration->handler->myvoid = const_cast<void*>(scalar);
   Snmp::registerScalar(registration);
 }
+
+}  // namespace IpSnmp

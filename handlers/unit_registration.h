@@ -5,6 +5,8 @@
 
 #include "platform/snmp/net_snmp.h"
 
+namespace IpSnmp {
+
 /// Below net-snmp's default of 127: these objects come before those of any other module.
 inline constexpr int registrationPriority = 64;
 
@@ -12,6 +14,9 @@ inline constexpr int registrationPriority = 64;
 void traceInitializing(char const* function, std::span<oid const> objectId);
 
 /// Registers a scalar. `entity` may be null; the mount keeps it alive, and whoever unmounts it has
-/// the registrations undone first. `modes` are net-snmp's.
+/// the registrations undone first. `modes` are net-snmp's. What `scalar` points to outlives the
+/// registration, and reaches the callback as `handler->myvoid`.
 void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<oid const> objectId,
-                    int modes, void* entity);
+                    int modes, void* entity, void const* scalar = nullptr);
+
+}  // namespace IpSnmp

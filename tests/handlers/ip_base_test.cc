@@ -124,9 +124,9 @@ TEST_P(ScalarTest, WhatIsNoGetOfAnEntityFailsWithoutAValue) {
 
 TEST(IpRoutingToAsnInteger, NeedsFourBytes) {
   unsigned char buffer[5] = {9, 9, 9, 9, 9};
-  EXPECT_LT(IpRoutingToAsnInteger(true, buffer, 3), 0);
+  EXPECT_LT(IpSnmp::IpRoutingToAsnInteger(true, buffer, 3), 0);
   EXPECT_THAT(buffer, ElementsAre(9, 9, 9, 9, 9));
-  EXPECT_EQ(IpRoutingToAsnInteger(false, buffer, 4), 4);
+  EXPECT_EQ(IpSnmp::IpRoutingToAsnInteger(false, buffer, 4), 4);
   int word = 0;
   std::memcpy(&word, buffer, sizeof word);
   EXPECT_EQ(word, 2);

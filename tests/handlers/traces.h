@@ -13,13 +13,13 @@ namespace Testing {
 class Traces {
  public:
   explicit Traces(int level) : level_(level) {
-    snmpTraceHandle().enabledIs(level_, true);
+    IpSnmp::snmpTraceHandle().enabledIs(level_, true);
     Mav::traceSinkIs([this](Mav::Severity, std::string_view line) {
       lines.emplace_back(line.substr(line.find(": ") + 2));
     });
   }
   ~Traces() {
-    if (level_ != 0) snmpTraceHandle().enabledIs(level_, false);
+    if (level_ != 0) IpSnmp::snmpTraceHandle().enabledIs(level_, false);
     Mav::traceSinkIs({});
   }
   Traces(Traces const&) = delete;

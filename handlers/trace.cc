@@ -1,6 +1,0 @@
-#include "handlers/trace.h"
-
-Mav::TraceHandle& snmpTraceHandle() {
-  static Mav::TraceHandle handle("Snmp", false);
-  return handle;
-}
