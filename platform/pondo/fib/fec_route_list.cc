@@ -1,44 +1,68 @@
 #include "platform/pondo/fib/fec_route_list.h"
 
-#include <cstring>
+#include <algorithm>
 #include <iterator>
 
 #include "platform/mav/exception.h"
 
 namespace Pondo::Fib {
 
-FecRouteList::Key::Key(Dovel::Prefix const& prefix) {
+PackedPrefix<Dovel::Prefix>::PackedPrefix(Dovel::Prefix const& prefix) {
   auto const address = prefix.address().value();
   octets_ = {static_cast<std::uint8_t>(prefix.length()), static_cast<std::uint8_t>(address),
              static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address >> 16U),
              static_cast<std::uint8_t>(address >> 24U)};
 }
 
-std::uint64_t FecRouteList::Key::number() const {
+std::uint64_t PackedPrefix<Dovel::Prefix>::number() const {
   return octets_[0] | std::uint64_t{octets_[1]} << 8U | std::uint64_t{octets_[2]} << 16U |
          std::uint64_t{octets_[3]} << 24U | std::uint64_t{octets_[4]} << 32U;
 }
 
-Dovel::Prefix FecRouteList::Key::prefix() const {
+Dovel::Prefix PackedPrefix<Dovel::Prefix>::prefix() const {
   return {Dovel::IpAddr(static_cast<std::uint32_t>(number() >> 8U)), octets_[0]};
 }
 
-FecRouteList::Slot::Slot(std::size_t place) {
+PackedPrefix<Dovel::Ip6Prefix>::PackedPrefix(Dovel::Ip6Prefix const& prefix) {
+  auto const& address = prefix.address().octets();
+  auto* at = std::copy(address.begin(), address.end(), octets_.begin());
+  for (unsigned shift = 32; shift > 0;) {
+    *at++ = static_cast<std::uint8_t>(prefix.zone() >> (shift -= 8U));
+  }
+  *at = static_cast<std::uint8_t>(prefix.length());
+}
+
+std::uint32_t PackedPrefix<Dovel::Ip6Prefix>::zone() const {
+  return std::uint32_t{octets_[16]} << 24U | std::uint32_t{octets_[17]} << 16U |
+         std::uint32_t{octets_[18]} << 8U | octets_[19];
+}
+
+Dovel::Ip6Prefix PackedPrefix<Dovel::Ip6Prefix>::prefix() const {
+  Dovel::Ip6Addr::Octets address;
+  std::copy_n(octets_.begin(), address.size(), address.begin());
+  return {Dovel::Ip6Addr(address), octets_.back(), zone()};
+}
+
+template <class Prefix>
+BasicFecRouteList<Prefix>::Slot::Slot(std::size_t place) {
   if (place >= fecsMax) throw Mav::RangeException("too many fecs are in use: 16777216 are allowed");
   octets_ = {static_cast<std::uint8_t>(place), static_cast<std::uint8_t>(place >> 8U),
              static_cast<std::uint8_t>(place >> 16U)};
 }
 
-FecRouteList::Slot::operator std::size_t() const {
+template <class Prefix>
+BasicFecRouteList<Prefix>::Slot::operator std::size_t() const {
   return octets_[0] | std::size_t{octets_[1]} << 8U | std::size_t{octets_[2]} << 16U;
 }
 
-FecRouteList::Prefixes const* FecRouteList::routes(FecId fecId) const {
+template <class Prefix>
+auto BasicFecRouteList<Prefix>::routes(FecId fecId) const -> Prefixes const* {
   auto const found = places_.find(fecId);
   return found == places_.end() ? nullptr : &fecs_[found->second].prefixes;
 }
 
-void FecRouteList::routeIs(Dovel::Prefix const& prefix, FecId fecId) {
+template <class Prefix>
+void BasicFecRouteList<Prefix>::routeIs(Prefix const& prefix, FecId fecId) {
   Key const key(prefix);
   auto const at = lowerBound(key);
   bool const filed = isAt(at, key);
@@ -50,7 +74,8 @@ void FecRouteList::routeIs(Dovel::Prefix const& prefix, FecId fecId) {
   last_ = filed_.insert_or_assign(at, key, place);
 }
 
-void FecRouteList::routeDel(Dovel::Prefix const& prefix) {
+template <class Prefix>
+void BasicFecRouteList<Prefix>::routeDel(Prefix const& prefix) {
   Key const key(prefix);
   auto const at = lowerBound(key);
   if (!isAt(at, key)) return;
@@ -58,20 +83,23 @@ void FecRouteList::routeDel(Dovel::Prefix const& prefix) {
   last_ = filed_.erase(at);
 }
 
-std::optional<FecId> FecRouteList::fecId(Dovel::Prefix const& prefix) const {
+template <class Prefix>
+std::optional<FecId> BasicFecRouteList<Prefix>::fecId(Prefix const& prefix) const {
   Key const key(prefix);
   auto const at = lowerBound(key);
   if (!isAt(at, key)) return std::nullopt;
   return fecs_[at->second].fecId;
 }
 
-std::optional<Dovel::Prefix> FecRouteList::filedRoute(Dovel::Prefix const& from) const {
+template <class Prefix>
+std::optional<Prefix> BasicFecRouteList<Prefix>::filedRoute(Prefix const& from) const {
   auto const at = lowerBound(Key(from));
   if (at == filed_.end()) return std::nullopt;
   return at->first.prefix();
 }
 
-FecRouteList::Filed::const_iterator FecRouteList::lowerBound(Key const& key) const {
+template <class Prefix>
+auto BasicFecRouteList<Prefix>::lowerBound(Key const& key) const -> Place {
   // Passes and comparisons go in the order of prefixes: mostly the answer is the last one or the
   // next.
   auto const end = filed_.end();
@@ -83,11 +111,13 @@ FecRouteList::Filed::const_iterator FecRouteList::lowerBound(Key const& key) con
   return last_ = filed_.lower_bound(key);
 }
 
-bool FecRouteList::isAt(Filed::const_iterator it, Key const& key) const {
+template <class Prefix>
+bool BasicFecRouteList<Prefix>::isAt(Place it, Key const& key) const {
   return it != filed_.end() && !(key < it->first);
 }
 
-FecRouteList::Slot FecRouteList::placeOf(FecId fecId) {
+template <class Prefix>
+auto BasicFecRouteList<Prefix>::placeOf(FecId fecId) -> Slot {
   if (auto const found = places_.find(fecId); found != places_.end()) return found->second;
   bool const reuses = !free_.empty();
   Slot const place = reuses ? free_.back() : Slot(fecs_.size());
@@ -101,12 +131,16 @@ FecRouteList::Slot FecRouteList::placeOf(FecId fecId) {
   return place;
 }
 
-void FecRouteList::remove(Slot place, Dovel::Prefix const& prefix) {
+template <class Prefix>
+void BasicFecRouteList<Prefix>::remove(Slot place, Prefix const& prefix) {
   auto& fec = fecs_[place];
   fec.prefixes.erase(prefix);
   if (!fec.prefixes.empty()) return;
   places_.erase(fec.fecId);
   free_.push_back(place);
 }
+
+template class BasicFecRouteList<Dovel::Prefix>;
+template class BasicFecRouteList<Dovel::Ip6Prefix>;
 
 }  // namespace Pondo::Fib

@@ -1,10 +1,11 @@
 #pragma once
-// The prefixes of the routes that use each fec. FecRouteListSm fills it; the route state machine
-// reads it when a fec changes, to learn which prefixes it has to look at again.
+// The prefixes of the routes that use each fec, of IPv4 (FecRouteList) or IPv6 (FecRoute6List).
+// FecRouteListSm fills it; the route state machine reads it when a fec changes, to learn which
+// prefixes it has to look at again.
 //
-// It holds a million routes in 18 bytes each when it is filled in order: a prefix and the slot of
-// its fec take eight, the prefix in the set of that fec as many again. An operation on the prefix
-// that follows the last one costs no descent. All on the agent's thread.
+// It holds a million IPv4 routes in 18 bytes each when it is filled in order: a prefix and the slot
+// of its fec take eight, the prefix in the set of that fec as many again. An IPv6 route takes 53.
+// An operation on the prefix that follows the last one costs no descent. All on the agent's thread.
 
 #include <array>
 #include <cstddef>
@@ -15,15 +16,50 @@
 #include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
 
+#include "platform/dovel/ip6_prefix.h"
 #include "platform/dovel/prefix.h"
 #include "platform/mav/object.h"
 #include "platform/pondo/tables/fib_values.h"
 
 namespace Pondo::Fib {
 
-class FecRouteList : public Mav::Object {
+/// A prefix in as few octets as it takes, in the order of prefixes.
+template <class Prefix>
+class PackedPrefix;
+
+template <>
+class PackedPrefix<Dovel::Prefix> {
  public:
-  using Prefixes = absl::btree_set<Dovel::Prefix>;
+  explicit PackedPrefix(Dovel::Prefix const& prefix);
+  Dovel::Prefix prefix() const;
+  friend bool operator<(PackedPrefix const& a, PackedPrefix const& b) {
+    return a.number() < b.number();
+  }
+
+ private:
+  std::uint64_t number() const;
+  std::array<std::uint8_t, 5> octets_;  // least significant first: the length, then the address
+};
+
+template <>
+class PackedPrefix<Dovel::Ip6Prefix> {
+ public:
+  explicit PackedPrefix(Dovel::Ip6Prefix const& prefix);
+  Dovel::Ip6Prefix prefix() const;
+  friend bool operator<(PackedPrefix const& a, PackedPrefix const& b) {
+    if (bool const aIsZoned = a.zone() != 0; aIsZoned != (b.zone() != 0)) return !aIsZoned;
+    return a.octets_ < b.octets_;
+  }
+
+ private:
+  std::uint32_t zone() const;
+  std::array<std::uint8_t, 21> octets_;  // address, zone, most significant first, length
+};
+
+template <class Prefix>
+class BasicFecRouteList : public Mav::Object {
+ public:
+  using Prefixes = absl::btree_set<Prefix>;
 
   /// Gives the prefixes in their order; null when no route uses the fec. Valid until the next
   /// change.
@@ -31,31 +67,21 @@ class FecRouteList : public Mav::Object {
 
   /// Files the prefix under `fecId`, and under no other from now on. Mav::RangeException beyond
   /// fecsMax.
-  void routeIs(Dovel::Prefix const& prefix, FecId fecId);
+  void routeIs(Prefix const& prefix, FecId fecId);
   /// Takes the prefix out: it has no route any more. No effect when it had none.
-  void routeDel(Dovel::Prefix const& prefix);
+  void routeDel(Prefix const& prefix);
 
   /// Gives the fec under which the prefix is filed.
-  std::optional<FecId> fecId(Dovel::Prefix const& prefix) const;
+  std::optional<FecId> fecId(Prefix const& prefix) const;
   /// Gives the first prefix not less than `from` that is filed.
-  std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const;
+  std::optional<Prefix> filedRoute(Prefix const& from) const;
   std::size_t size() const { return filed_.size(); }
 
   /// The number of fecs that can be in use at a time: three bytes of slots.
   static constexpr std::size_t fecsMax = std::size_t{1} << 24U;
 
  private:
-  /// A prefix in five octets, in the order of prefixes.
-  class Key {
-   public:
-    explicit Key(Dovel::Prefix const& prefix);
-    Dovel::Prefix prefix() const;
-    friend bool operator<(Key const& a, Key const& b) { return a.number() < b.number(); }
-
-   private:
-    std::uint64_t number() const;
-    std::array<std::uint8_t, 5> octets_;  // least significant first: the length, then the address
-  };
+  using Key = PackedPrefix<Prefix>;
   /// A place in fecs_ in three octets.
   class Slot {
    public:
@@ -70,17 +96,21 @@ class FecRouteList : public Mav::Object {
     Prefixes prefixes;  // none: the place is free
   };
   using Filed = absl::btree_map<Key, Slot>;
+  using Place = typename Filed::const_iterator;
 
-  Filed::const_iterator lowerBound(Key const& key) const;
-  bool isAt(Filed::const_iterator it, Key const& key) const;
+  Place lowerBound(Key const& key) const;
+  bool isAt(Place it, Key const& key) const;
   Slot placeOf(FecId fecId);
-  void remove(Slot place, Dovel::Prefix const& prefix);
+  void remove(Slot place, Prefix const& prefix);
 
   Filed filed_;
-  mutable Filed::const_iterator last_ = filed_.end();  // where lowerBound() led
+  mutable Place last_ = filed_.end();  // where lowerBound() led
   std::vector<FecRoutes> fecs_;
   std::vector<Slot> free_;
   absl::btree_map<FecId, Slot> places_;
 };
+
+using FecRouteList = BasicFecRouteList<Dovel::Prefix>;
+using FecRoute6List = BasicFecRouteList<Dovel::Ip6Prefix>;
 
 }  // namespace Pondo::Fib

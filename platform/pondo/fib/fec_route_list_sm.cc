@@ -4,43 +4,53 @@
 
 namespace Pondo::Fib {
 
-FecRouteListSm::MavRouteStatus::MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus,
-                                               FecRouteListSm& fecRouteListSm)
-    : NotifieeConst(std::move(routeStatus)), fecRouteListSm_(fecRouteListSm) {}
+template <class Prefix>
+BasicFecRouteListSm<Prefix>::MavRouteStatus::MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus,
+                                                            BasicFecRouteListSm& fecRouteListSm)
+    : RouteStatus::NotifieeConst(std::move(routeStatus)), fecRouteListSm_(fecRouteListSm) {}
 
-void FecRouteListSm::MavRouteStatus::onRoute(Dovel::Prefix const& prefix) {
+template <class Prefix>
+void BasicFecRouteListSm<Prefix>::MavRouteStatus::onRoute(Prefix const& prefix) {
   fecRouteListSm_.handleRoute(prefix);
 }
 
-std::optional<Dovel::Prefix> FecRouteListSm::MavRouteStatus::filedRoute(
-    Dovel::Prefix const& from) const {
+template <class Prefix>
+std::optional<Prefix> BasicFecRouteListSm<Prefix>::MavRouteStatus::filedRoute(
+    Prefix const& from) const {
   return fecRouteListSm_.fecRouteList_->filedRoute(from);
 }
 
-FecRouteListSm::FecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
-                               Mav::Ptr<ForwardingStatus const> forwardingStatus,
-                               Mav::Ptr<FecRouteList> fecRouteList)
+template <class Prefix>
+BasicFecRouteListSm<Prefix>::BasicFecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
+                                                 Mav::Ptr<ForwardingStatus const> forwardingStatus,
+                                                 Mav::Ptr<FecRouteList> fecRouteList)
     : forwardingStatus_(std::move(forwardingStatus)),
       fecRouteList_(std::move(fecRouteList)),
       mavRouteStatus_(std::move(routeStatus), *this) {
   handleRoute();
 }
 
-FecRouteListSm::~FecRouteListSm() = default;
+template <class Prefix>
+BasicFecRouteListSm<Prefix>::~BasicFecRouteListSm() = default;
 
-void FecRouteListSm::handleRoute() {
+template <class Prefix>
+void BasicFecRouteListSm<Prefix>::handleRoute() {
   if (!routeStatus()) return;
-  routeStatus()->forEachRoute([this](Dovel::Prefix const& prefix, Route const& route) {
+  routeStatus()->forEachRoute([this](Prefix const& prefix, Route const& route) {
     fecRouteList_->routeIs(prefix, route.fecId);
   });
 }
 
-void FecRouteListSm::handleRoute(Dovel::Prefix const& prefix) {
+template <class Prefix>
+void BasicFecRouteListSm<Prefix>::handleRoute(Prefix const& prefix) {
   if (auto const route = routeStatus()->route(prefix)) {
     fecRouteList_->routeIs(prefix, route->fecId);
   } else {
     fecRouteList_->routeDel(prefix);
   }
 }
+
+template class BasicFecRouteListSm<Dovel::Prefix>;
+template class BasicFecRouteListSm<Dovel::Ip6Prefix>;
 
 }  // namespace Pondo::Fib

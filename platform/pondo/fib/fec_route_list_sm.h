@@ -1,8 +1,8 @@
 #pragma once
-// Keeps a FecRouteList in step with the routes. It looks into the table once for each route that is
-// announced. A route of a type that carries no traffic has no fec; it is filed under fec 0, so that
-// its going is noticed too. Fecs need no watching, because the routes say which fec they use. All
-// on the agent's thread.
+// Keeps a FecRouteList, of IPv4 or IPv6, in step with the routes. It looks into the table once for
+// each route that is announced. A route of a type that carries no traffic has no fec; it is filed
+// under fec 0, so that its going is noticed too. Fecs need no watching, because the routes say
+// which fec they use. All on the agent's thread.
 
 #include "platform/pondo/fib/fec_route_list.h"
 #include "platform/pondo/fib/forwarding_status.h"
@@ -10,37 +10,44 @@
 
 namespace Pondo::Fib {
 
-class FecRouteListSm : public Mav::Object {
+template <class Prefix>
+class BasicFecRouteListSm : public Mav::Object {
  public:
+  using RouteStatus = BasicRouteStatus<Prefix>;
+  using FecRouteList = BasicFecRouteList<Prefix>;
+
   /// Files every route that is there. Where a status is null there is nothing to follow.
   /// ConsistencyException when the routes cannot be read now.
-  FecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
-                 Mav::Ptr<ForwardingStatus const> forwardingStatus,
-                 Mav::Ptr<FecRouteList> fecRouteList);
-  ~FecRouteListSm() override;
+  BasicFecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
+                      Mav::Ptr<ForwardingStatus const> forwardingStatus,
+                      Mav::Ptr<FecRouteList> fecRouteList);
+  ~BasicFecRouteListSm() override;
 
   Mav::Ptr<RouteStatus const> const& routeStatus() const { return mavRouteStatus_.notifier(); }
   Mav::Ptr<ForwardingStatus const> const& forwardingStatus() const { return forwardingStatus_; }
   Mav::Ptr<FecRouteList> const& fecRouteList() const { return fecRouteList_; }
 
  private:
-  class MavRouteStatus : public RouteStatus::NotifieeConst {
+  class MavRouteStatus : public BasicRouteStatus<Prefix>::NotifieeConst {
    public:
-    MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus, FecRouteListSm& fecRouteListSm);
-    void onRoute(Dovel::Prefix const& prefix) override;
-    std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const override;
+    MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus, BasicFecRouteListSm& fecRouteListSm);
+    void onRoute(Prefix const& prefix) override;
+    std::optional<Prefix> filedRoute(Prefix const& from) const override;
 
    private:
-    FecRouteListSm& fecRouteListSm_;
+    BasicFecRouteListSm& fecRouteListSm_;
   };
 
   void handleRoute();
-  void handleRoute(Dovel::Prefix const& prefix);
+  void handleRoute(Prefix const& prefix);
 
   // Fixed after construction.
   Mav::Ptr<ForwardingStatus const> const forwardingStatus_;
   Mav::Ptr<FecRouteList> const fecRouteList_;
   MavRouteStatus mavRouteStatus_;
 };
+
+using FecRouteListSm = BasicFecRouteListSm<Dovel::Prefix>;
+using FecRoute6ListSm = BasicFecRouteListSm<Dovel::Ip6Prefix>;
 
 }  // namespace Pondo::Fib

@@ -1,6 +1,7 @@
 #pragma once
 // The routes of the forwarding table, by prefix, as the state machines see them: read in place,
-// never copied. SharedFib shows those of the shared tables; tests have an implementation in memory.
+// never copied; those of IPv4 (RouteStatus) and those of IPv6 (Route6Status). SharedFib shows those
+// of the shared tables; tests have an implementation in memory.
 //
 // A notification says that something may have changed, never what: the handler reads what is there
 // now. All reads of one turn of the activity show one moment, those of ForwardingStatus included.
@@ -11,42 +12,41 @@
 
 #include <absl/functional/function_ref.h>
 
+#include "platform/dovel/ip6_prefix.h"
 #include "platform/dovel/prefix.h"
 #include "platform/mav/entity.h"
 #include "platform/pondo/tables/fib_values.h"
 
 namespace Pondo::Fib {
 
-class RouteStatus : public Mav::Entity {
+template <class Prefix>
+class BasicRouteStatus : public Mav::Entity {
  public:
   static constexpr Mav::AttributeId routeAttributeId = Mav::firstAttributeId;
 
-  class NotifieeConst : public Mav::Notifiee<RouteStatus const, NotifieeConst> {
+  class NotifieeConst : public Mav::Notifiee<BasicRouteStatus const, NotifieeConst> {
    public:
-    using Notifiee::Notifiee;
+    using Mav::Notifiee<BasicRouteStatus const, NotifieeConst>::Notifiee;
     /// The route of `prefix` may have come, changed or gone: whoever holds it looks again.
-    virtual void onRoute(Dovel::Prefix const& /*prefix*/) {}
+    virtual void onRoute(Prefix const& /*prefix*/) {}
     /// Gives the first prefix not less than `from` for which this notifiee holds something, or
     /// nothing. A comparison announces these prefixes too (onRoute), so that a route that has gone
     /// unnoticed is noticed then.
-    virtual std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& /*from*/) const {
-      return std::nullopt;
-    }
+    virtual std::optional<Prefix> filedRoute(Prefix const& /*from*/) const { return std::nullopt; }
   };
 
   /// Gives the route of exactly this prefix, or nothing. ConsistencyException when the table cannot
   /// be read now; the caller keeps what it has until it can.
-  virtual std::optional<Route> route(Dovel::Prefix const& prefix) const = 0;
+  virtual std::optional<Route> route(Prefix const& prefix) const = 0;
 
-  /// Calls visit(prefix, route) for every route in the order of prefixes (address, then length).
+  /// Calls visit(prefix, route) for every route in the order of prefixes.
   /// ConsistencyException as above.
-  virtual void forEachRoute(
-      absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const = 0;
+  virtual void forEachRoute(absl::FunctionRef<void(Prefix const&, Route const&)> visit) const = 0;
 
   /// Counts the routes. ConsistencyException as above.
   virtual std::size_t routes() const = 0;
 
-  std::string_view typeName() const override { return "Pondo::Fib::RouteStatus"; }
+  std::string_view typeName() const override;
   Mav::AttributeTable const& attributeTable() const override;
   void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
   void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
@@ -55,5 +55,17 @@ class RouteStatus : public Mav::Entity {
   using Entity::Entity;
   mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
+
+using RouteStatus = BasicRouteStatus<Dovel::Prefix>;
+using Route6Status = BasicRouteStatus<Dovel::Ip6Prefix>;
+
+template <>
+std::string_view RouteStatus::typeName() const;
+template <>
+Mav::AttributeTable const& RouteStatus::attributeTable() const;
+template <>
+std::string_view Route6Status::typeName() const;
+template <>
+Mav::AttributeTable const& Route6Status::attributeTable() const;
 
 }  // namespace Pondo::Fib

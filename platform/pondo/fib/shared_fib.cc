@@ -1,35 +1,18 @@
 #include "platform/pondo/fib/shared_fib.h"
 
 #include <array>
-#include <bit>
 #include <memory>
 #include <utility>
 
 #include <absl/container/btree_map.h>
 
 #include "platform/mav/exception.h"
+#include "platform/pondo/fib/first_prefix.h"
 
 namespace Pondo::Fib {
 namespace {
 
-constexpr std::array<TableId, 2> fibTables{TableId::route, TableId::fec};
-
-/// The first prefix whose key bytes are not less than `from`.
-std::optional<Dovel::Prefix> firstPrefix(std::string_view from) {
-  std::uint64_t number = 0;  // the address, then eight bits of length
-  for (std::size_t i = 0; i < Format::routeKeySize; ++i) {
-    number = number << 8U | (i < from.size() ? static_cast<unsigned char>(from[i]) : 0U);
-  }
-  if (from.size() > Format::routeKeySize) ++number;
-  for (auto address = number >> 8U; address <= 0xffffffffU; ++address) {
-    Dovel::IpAddr const addr(static_cast<std::uint32_t>(address));
-    auto const hostBits = std::min(std::countr_zero(addr.value()), 32);
-    auto const least = std::max<unsigned>(Dovel::IpAddr::bits - static_cast<unsigned>(hostBits),
-                                          address == number >> 8U ? number & 0xffU : 0U);
-    if (least <= Dovel::IpAddr::bits) return Dovel::Prefix(addr, least);
-  }
-  return std::nullopt;
-}
+constexpr std::array<TableId, 3> fibTables{TableId::route, TableId::route6, TableId::fec};
 
 }  // namespace
 
@@ -77,49 +60,61 @@ class SharedFib::Tables : public Mav::Object {
   mutable std::string fault_;  // of the last read that failed
 };
 
-class SharedFib::Routes : public RouteStatus {
- public:
-  explicit Routes(Mav::Ptr<Tables const> tables)
-      : RouteStatus("routeStatus"), tables_(std::move(tables)) {}
+template <class Table>
+class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
+  using Prefix = typename Table::Key;
+  using Status = BasicRouteStatus<Prefix>;
+  using NotifieeConst = typename Status::NotifieeConst;
 
-  std::optional<Route> route(Dovel::Prefix const& prefix) const override {
+ public:
+  Routes(Mav::Name name, Mav::Ptr<Tables const> tables)
+      : Status(std::move(name)), tables_(std::move(tables)) {}
+
+  std::optional<Route> route(Prefix const& prefix) const override {
     if (!announced_.record.empty() && announced_.prefix == prefix) {
-      if (auto const route = decodeRecord<RouteTable>(announced_.record)) return route;
+      if (auto const route = decodeRecord<Table>(announced_.record)) return route;
     }
-    return tables_->read([&](Snapshot const& now) { return now.get<RouteTable>(prefix); });
+    return tables_->read([&](Snapshot const& now) { return now.get<Table>(prefix); });
   }
 
-  void forEachRoute(
-      absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const override {
+  void forEachRoute(absl::FunctionRef<void(Prefix const&, Route const&)> visit) const override {
     if (!tables_->haveBeenShown()) return;
-    tables_->read([&](Snapshot const& now) { now.scan<RouteTable>("", noLimit, visit); });
+    tables_->read([&](Snapshot const& now) { now.scan<Table>("", noLimit, visit); });
   }
 
   std::size_t routes() const override {
-    return tables_->read([](Snapshot const& now) { return now.count(TableId::route); });
+    return tables_->read([](Snapshot const& now) { return now.count(Table::id); });
   }
 
   void announce(Change const& change) {
-    auto const prefix = decodeKey<RouteTable>(change.key);
+    auto const prefix = decodeKey<Table>(change.key);
     if (!prefix) return;  // a foreign key names nothing that could be filed
     announced_ = {*prefix, change.record};
-    notifiees_.notify(routeAttributeId, [&](NotifieeConst& n) { n.onRoute(*prefix); });
+    this->notifiees_.notify(Status::routeAttributeId,
+                            [&](NotifieeConst& n) { n.onRoute(*prefix); });
     announced_ = {};
   }
 
-  std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const {
-    std::optional<Dovel::Prefix> least;
-    notifiees_.notify(routeAttributeId, [&](NotifieeConst const& n) {
+  std::optional<std::string> filedKey(std::string_view from) const {
+    auto const first = firstPrefix<Prefix>(from);
+    auto const filed = first ? filedRoute(*first) : std::nullopt;
+    if (!filed) return std::nullopt;
+    return encodeKey<Table>(*filed);
+  }
+
+ private:
+  std::optional<Prefix> filedRoute(Prefix const& from) const {
+    std::optional<Prefix> least;
+    this->notifiees_.notify(Status::routeAttributeId, [&](NotifieeConst const& n) {
       auto const filed = n.filedRoute(from);
       if (filed && (!least || *filed < *least)) least = filed;
     });
     return least;
   }
 
- private:
   // The one that is just announced, when its record is known: everyone looks at that.
   struct Announced {
-    Dovel::Prefix prefix;
+    Prefix prefix;
     std::string_view record;
   };
 
@@ -175,12 +170,15 @@ class SharedFib::Fecs : public ForwardingStatus {
 
 SharedFib::SharedFib()
     : sharedTables_(Mav::makeObject<Tables>()),
-      routes_(Mav::makeObject<Routes>(sharedTables_)),
+      routes_(Mav::makeObject<Routes<RouteTable>>("routeStatus", sharedTables_)),
+      routes6_(Mav::makeObject<Routes<Route6Table>>("route6Status", sharedTables_)),
       fecs_(Mav::makeObject<Fecs>(sharedTables_)) {}
 
 SharedFib::~SharedFib() { followerIs(nullptr); }
 
 Mav::Ptr<RouteStatus const> SharedFib::routeStatus() const { return routes_; }
+
+Mav::Ptr<Route6Status const> SharedFib::route6Status() const { return routes6_; }
 
 Mav::Ptr<ForwardingStatus const> SharedFib::forwardingStatus() const { return fecs_; }
 
@@ -193,6 +191,7 @@ void SharedFib::onChanges(Snapshot const& snapshot, std::span<Change const> chan
   sharedTables_->announceFrom(snapshot, [&] {
     for (auto const& change : changes) {
       if (change.table == TableId::route) routes_->announce(change);
+      if (change.table == TableId::route6) routes6_->announce(change);
       // A comparison announces all routes, and whoever looks at one looks at its fec.
       bool const isCompared = !change.record.empty();
       if (change.table == TableId::fec && !isCompared) fecs_->announce(change);
@@ -201,11 +200,9 @@ void SharedFib::onChanges(Snapshot const& snapshot, std::span<Change const> chan
 }
 
 std::optional<std::string> SharedFib::filedKey(TableId table, std::string_view from) const {
-  if (table != TableId::route) return std::nullopt;
-  auto const first = firstPrefix(from);
-  auto const filed = first ? routes_->filedRoute(*first) : std::nullopt;
-  if (!filed) return std::nullopt;
-  return encodeKey<RouteTable>(*filed);
+  if (table == TableId::route) return routes_->filedKey(from);
+  if (table == TableId::route6) return routes6_->filedKey(from);
+  return std::nullopt;
 }
 
 void SharedFib::onInSync() { sharedTables_->shownIs(true); }

@@ -1,8 +1,8 @@
 #pragma once
-// The routes and fecs of the shared tables: what RouteStatus and ForwardingStatus show in the
-// agent.
+// The routes and fecs of the shared tables: what RouteStatus, Route6Status and ForwardingStatus
+// show in the agent.
 //
-// It listens to the Follower and announces to the notifiees of both entities what the change log
+// It listens to the Follower and announces to the notifiees of the entities what the change log
 // names. Of a comparison it announces every route, but no fec: whoever looks at a route looks at
 // its fec, and a fec that changes from then on is in the log.
 //
@@ -15,7 +15,7 @@
 // The state machines are created before the Follower has opened anything. Their first look finds an
 // empty table; the first comparison then announces every route in slices, between which the daemon
 // answers. All on the activity's thread. A SharedFib must outlive its Follower, as every Listener
-// must; the two entities may outlive it, and have nothing to read then.
+// must; the entities may outlive it, and have nothing to read then.
 
 #include "platform/pondo/fib/forwarding_status.h"
 #include "platform/pondo/fib/route_status.h"
@@ -31,6 +31,7 @@ class SharedFib : public Listener {
   SharedFib& operator=(SharedFib const&) = delete;
 
   Mav::Ptr<RouteStatus const> routeStatus() const;
+  Mav::Ptr<Route6Status const> route6Status() const;
   Mav::Ptr<ForwardingStatus const> forwardingStatus() const;
 
   /// Sets where reads go: to the Follower once it exists, to null before it goes. Until tables have
@@ -47,11 +48,13 @@ class SharedFib : public Listener {
 
  private:
   class Tables;
+  template <class Table>
   class Routes;
   class Fecs;
 
   Mav::Ptr<Tables> const sharedTables_;
-  Mav::Ptr<Routes> const routes_;
+  Mav::Ptr<Routes<RouteTable>> const routes_;
+  Mav::Ptr<Routes<Route6Table>> const routes6_;
   Mav::Ptr<Fecs> const fecs_;
 };
 
