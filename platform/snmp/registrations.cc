@@ -49,8 +49,8 @@ void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* han
            std::string("net-snmp takes no further handler of ") + registration->handlerName);
 }
 
-/// Where a subagent has registered a part before, net-snmp has cut the registration into slices,
-/// and each has a copy of its handlers.
+/// Where a subagent, or a module of the daemon, has registered a part before, net-snmp has cut the
+/// registration into slices, and each has a copy of its handlers.
 template <class Call>
 void forEachSlice(netsnmp_handler_registration const& registration, Call const& call) {
   for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
@@ -67,8 +67,15 @@ void forEachSlice(netsnmp_handler_registration const& registration, Call const& 
 }  // namespace
 
 int registerScalar(netsnmp_handler_registration* registration) {
-  return registerAndRemember(registration, nullptr,
-                             [&] { return netsnmp_register_scalar(registration); });
+  int const status = registerAndRemember(registration, nullptr,
+                                         [&] { return netsnmp_register_scalar(registration); });
+  if (status != MIB_REGISTERED_OK) return status;
+  // The copy that a slice has of the registration lacks what that points to
+  // (netsnmp_handler_registration_dup of 5.9.3).
+  forEachSlice(*registration, [registration](netsnmp_handler_registration* slice) {
+    slice->my_reg_void = registration->my_reg_void;
+  });
+  return status;
 }
 
 int registerTable(netsnmp_handler_registration* registration,
