@@ -15,6 +15,10 @@ MAV_ENUM(AddressStatus, (addressStatusPreferred, 1), (addressStatusInaccessible,
 /// ipAddressType of RFC 4293.
 MAV_ENUM(AddressType, (addressTypeUnicast, 1), (addressTypeAnycast, 2), (addressTypeBroadcast, 3))
 
+/// inetCidrRouteType of RFC 4292.
+MAV_ENUM(InetCidrRouteType, (inetCidrRouteTypeOther, 1), (inetCidrRouteTypeReject, 2),
+         (inetCidrRouteTypeLocal, 3), (inetCidrRouteTypeRemote, 4), (inetCidrRouteTypeBlackhole, 5))
+
 /// IANAipRouteProtocol, as ipCidrRouteProto (RFC 4292) has it.
 // clang-format off
 MAV_ENUM(IpRouteProtocol,

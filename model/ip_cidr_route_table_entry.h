@@ -16,11 +16,13 @@ class IpCidrRouteTableRow {
  public:
   IpCidrRouteTableRow() = default;
   IpCidrRouteTableRow(std::uint32_t ifIndex, Routing::RouteMetric metric,
-                      Routing::RoutePreference preference, Routing::Fib::RouteType protocol)
+                      Routing::RoutePreference preference, Routing::Fib::RouteType protocol,
+                      bool hasNextHop6 = false)
       : ifIndex_(ifIndex),
         metric_(metric),
         protocol_(static_cast<std::uint8_t>(protocol)),
-        preference_(preference) {}
+        preference_(preference),
+        hasNextHop6_(hasNextHop6) {}
 
   std::uint32_t ifIndex() const { return ifIndex_; }
   Routing::RouteMetric const& metric() const { return metric_; }
@@ -29,6 +31,8 @@ class IpCidrRouteTableRow {
   Routing::Fib::RouteType protocol() const {
     return static_cast<Routing::Fib::RouteType>(protocol_);
   }
+  /// The next hop is an IPv6 one (RFC 8950), for which the key has no place.
+  bool hasNextHop6() const { return hasNextHop6_; }
   bool operator==(IpCidrRouteTableRow const&) const = default;
 
  private:
@@ -36,6 +40,7 @@ class IpCidrRouteTableRow {
   Routing::RouteMetric metric_;
   std::uint8_t protocol_ = 0;
   Routing::RoutePreference preference_;
+  bool hasNextHop6_ = false;
 };
 
 static_assert(sizeof(IpCidrRouteTableRow) == 12);

@@ -56,20 +56,19 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
   auto const key = [&](RowHop const& hop) {
     return IpCidrRouteTableIndex(first.dest(), first.mask(), first.tos(), hop.nextHop);
   };
+  auto const row = [&](RowHop const& hop) {
+    return IpCidrRouteTableRow(hop.ifIndex, metric, preference, protocol, hop.hasNextHop6);
+  };
   if (isHeard()) {
-    for (auto row = ipCidrRouteTableMap().atOrAfter(first); row && isOfSamePrefix(row.key(), first);
-         ++row) {
-      ipCidrRouteTableDel(row.key());
+    for (auto old = ipCidrRouteTableMap().atOrAfter(first); old && isOfSamePrefix(old.key(), first);
+         ++old) {
+      ipCidrRouteTableDel(old.key());
     }
-    for (auto const& hop : hops) {
-      ipCidrRouteTableIs(key(hop), hop.ifIndex, metric, preference, protocol);
-    }
+    for (auto const& hop : hops) ipCidrRouteTable_.put(key(hop), row(hop));
     return;
   }
   place_.seek(first);
-  for (auto const& hop : hops) {
-    put(place_, key(hop), {hop.ifIndex, metric, preference, protocol});
-  }
+  for (auto const& hop : hops) put(place_, key(hop), row(hop));
   while (place_ && isOfSamePrefix(place_.key(), first)) place_.erase();
 }
 

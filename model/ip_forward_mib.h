@@ -1,10 +1,11 @@
 #pragma once
 // What the handlers of IP-FORWARD-MIB's objects serve, mounted at "snmp/ip/ipforwardmib". The route
-// state machine is its only writer. As IpMib in all else (ip_mib.h).
+// state machines are its only writers. As IpMib in all else (ip_mib.h).
 
 #include <optional>
 #include <span>
 
+#include "model/inet_cidr_routes.h"
 #include "model/ip_cidr_route_table_entry.h"
 #include "platform/dovel/prefix.h"
 #include "platform/mav/announced_map.h"
@@ -50,6 +51,7 @@ class IpForwardMib : public Mav::Entity {
   struct RowHop {
     Dovel::IpAddr nextHop;
     std::uint32_t ifIndex = 0;
+    bool hasNextHop6 = false;  // instead of nextHop
     bool operator==(RowHop const&) const = default;
   };
   /// The prefix has these rows from now on, and no other: every row of it is deleted, and then one
@@ -68,6 +70,10 @@ class IpForwardMib : public Mav::Entity {
   /// The number of rows: ipCidrRouteNumber.
   std::size_t ipCidrRouteTables() const { return ipCidrRouteTableMap().size(); }
 
+  /// The rows of inetCidrRouteTable; those above are among them.
+  InetCidrRoutes const& inetCidrRoutes() const { return inetCidrRoutes_; }
+  InetCidrRoutes& inetCidrRoutes() { return inetCidrRoutes_; }
+
   std::string_view typeName() const override { return "IpSnmp::IpForwardMib"; }
   Mav::AttributeTable const& attributeTable() const override;
 
@@ -76,6 +82,7 @@ class IpForwardMib : public Mav::Entity {
                     &NotifieeConst::onIpCidrRouteTable>
       ipCidrRouteTable_{*this};
   IpCidrRouteTableMap::Cursor place_{ipCidrRouteTable_.map()};
+  InetCidrRoutes inetCidrRoutes_{ipCidrRouteTable_.map()};
 };
 
 Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name);

@@ -1,0 +1,131 @@
+#pragma once
+// What inetCidrRouteTable keeps of an IPv6 route's next hop, and what a row of either family says
+// beside its key. A quarter of a million are held: octets alone, without padding.
+
+#include <array>
+#include <bit>
+#include <compare>
+#include <cstdint>
+
+#include "model/enumerations.h"
+#include "model/typed_inet_address.h"
+#include "platform/dovel/ip6_prefix.h"
+#include "platform/dovel/routing_values.h"
+
+namespace IpSnmp {
+
+/// What a row says beside its key.
+struct InetCidrRouteRow {
+  std::uint32_t ifIndex = 0;
+  Routing::RouteMetric metric;
+  InetCidrRouteType type = inetCidrRouteTypeOther;
+  Routing::Fib::RouteType protocol = Routing::Fib::routeTypeUnknown;
+
+  bool operator==(InetCidrRouteRow const&) const = default;
+};
+
+/// A number that may stand at any address.
+class PackedNumber {
+ public:
+  PackedNumber() = default;
+  explicit PackedNumber(std::uint32_t number) : octets_(std::bit_cast<decltype(octets_)>(number)) {}
+  operator std::uint32_t() const { return std::bit_cast<std::uint32_t>(octets_); }
+
+ private:
+  std::array<std::uint8_t, sizeof(std::uint32_t)> octets_{};
+};
+
+/// One next hop of an IPv6 route, as a row tells it.
+struct Inet6RouteHop {
+  Dovel::Ip6Addr nextHop;     // ::, none
+  std::uint32_t ifIndex = 0;  // 0: none. The zone of a link-local next hop
+  InetCidrRouteType type = inetCidrRouteTypeOther;
+  Routing::Fib::RouteType protocol = Routing::Fib::routeTypeUnknown;
+
+  /// That of the instances: those of one prefix without a next hop before those with one, and
+  /// ipv6(2) before ipv6z(4). Of those that would have one instance, by ifIndex.
+  std::strong_ordering operator<=>(Inet6RouteHop const& other) const {
+    if (auto const order = rank() <=> other.rank(); order != 0) return order;
+    if (auto const order = nextHop <=> other.nextHop; order != 0) return order;
+    return ifIndex <=> other.ifIndex;
+  }
+  bool operator==(Inet6RouteHop const& other) const { return (*this <=> other) == 0; }
+  /// Whether the two have one instance.
+  bool isSameInstance(Inet6RouteHop const& other) const {
+    return nextHop == other.nextHop && (!nextHop.isLinkLocal() || ifIndex == other.ifIndex);
+  }
+
+ private:
+  int rank() const { return nextHop.isUnspecified() ? 0 : nextHop.isLinkLocal() ? 2 : 1; }
+};
+
+/// Ordered as the instances.
+class Inet6RouteKey {
+ public:
+  Inet6RouteKey() = default;
+  Inet6RouteKey(Dovel::Ip6Prefix const& prefix, Dovel::Ip6Addr const& nextHop,
+                std::uint32_t ifIndex)
+      : dest_(prefix.address()),
+        zone_(prefix.zone()),
+        length_(static_cast<std::uint8_t>(prefix.length())),
+        nextHop_(nextHop),
+        ifIndex_(ifIndex) {}
+
+  Dovel::Ip6Prefix prefix() const { return {dest_, length_, zone_}; }
+  bool isOf(Dovel::Ip6Prefix const& prefix) const {
+    return dest_ == prefix.address() && length_ == prefix.length() && zone_ == prefix.zone();
+  }
+  TypedInetAddress dest() const { return {dest_, zone_}; }
+  unsigned length() const { return length_; }
+  TypedInetAddress nextHop() const {
+    if (nextHop_.isUnspecified()) return {};
+    return {nextHop_, nextHop_.isLinkLocal() ? std::uint32_t{ifIndex_} : 0};
+  }
+  std::uint32_t ifIndex() const { return ifIndex_; }
+
+  bool operator==(Inet6RouteKey const& other) const { return (*this <=> other) == 0; }
+  std::strong_ordering operator<=>(Inet6RouteKey const& other) const {
+    if (auto const order = (zone_ != 0U) <=> (other.zone_ != 0U); order != 0) return order;
+    if (auto const order = dest_ <=> other.dest_; order != 0) return order;
+    if (auto const order = std::uint32_t{zone_} <=> other.zone_; order != 0) return order;
+    if (auto const order = length_ <=> other.length_; order != 0) return order;
+    return hop() <=> other.hop();
+  }
+
+ private:
+  Inet6RouteHop hop() const { return {nextHop_, ifIndex_}; }
+
+  Dovel::Ip6Addr dest_;
+  PackedNumber zone_;
+  std::uint8_t length_ = 0;
+  Dovel::Ip6Addr nextHop_;
+  PackedNumber ifIndex_;
+};
+
+static_assert(sizeof(Inet6RouteKey) == 41);
+
+/// What a row keeps beside its key.
+class Inet6RouteRow {
+ public:
+  Inet6RouteRow() = default;
+  Inet6RouteRow(Routing::RouteMetric const& metric, InetCidrRouteType type,
+                Routing::Fib::RouteType protocol)
+      : metric_(metric.value()),
+        type_(static_cast<std::uint8_t>(type)),
+        protocol_(static_cast<std::uint8_t>(protocol)) {}
+
+  Routing::RouteMetric metric() const { return Routing::RouteMetric(metric_); }
+  InetCidrRouteType type() const { return static_cast<InetCidrRouteType>(type_); }
+  Routing::Fib::RouteType protocol() const {
+    return static_cast<Routing::Fib::RouteType>(protocol_);
+  }
+
+ private:
+  PackedNumber metric_;
+  std::uint8_t type_ = 0;
+  std::uint8_t protocol_ = 0;
+};
+
+static_assert(sizeof(Inet6RouteRow) == 6);
+
+}  // namespace IpSnmp

@@ -1,0 +1,58 @@
+#pragma once
+// One next hop of a route of either family: the key of inetCidrRouteTable, ordered as its instances
+// (RFC 4292). inetCidrRoutePolicy is zeroDotZero in all, and has no place in it.
+
+#include <compare>
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+#include "model/typed_inet_address.h"
+#include "platform/mav/exception.h"
+
+namespace IpSnmp {
+
+/// inetCidrRoutePolicy: the routes that are served know no policy.
+struct ZeroDotZero {
+  bool operator==(ZeroDotZero const&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, ZeroDotZero const& /*policy*/) {
+    return out << "0.0";
+  }
+};
+
+class InetCidrRouteTableIndex {
+ public:
+  InetCidrRouteTableIndex() = default;
+  InetCidrRouteTableIndex(TypedInetAddress const& dest, unsigned pfxLen,
+                          TypedInetAddress const& nextHop)
+      : dest_(dest), pfxLen_(static_cast<std::uint8_t>(pfxLen)), nextHop_(nextHop) {}
+  /// As an instance has it. RangeException when no row can have it.
+  template <class Octets>
+  InetCidrRouteTableIndex(std::uint32_t destType, Octets const& dest, std::uint32_t pfxLen,
+                          ZeroDotZero /*policy*/, std::uint32_t nextHopType, Octets const& nextHop)
+      : InetCidrRouteTableIndex(TypedInetAddress(destType, {dest.data(), dest.size()}), pfxLen,
+                                TypedInetAddress(nextHopType, {nextHop.data(), nextHop.size()})) {
+    if (pfxLen > Dovel::Ip6Addr::bits) {
+      throw Mav::RangeException("no prefix has " + std::to_string(pfxLen) + " bits");
+    }
+  }
+
+  TypedInetAddress const& dest() const { return dest_; }
+  unsigned pfxLen() const { return pfxLen_; }
+  TypedInetAddress const& nextHop() const { return nextHop_; }
+
+  bool operator==(InetCidrRouteTableIndex const&) const = default;
+  std::strong_ordering operator<=>(InetCidrRouteTableIndex const&) const = default;
+
+  /// "2001:db8::/32 via fe80::1%3".
+  friend std::ostream& operator<<(std::ostream& out, InetCidrRouteTableIndex const& key) {
+    return out << key.dest_ << '/' << key.pfxLen() << " via " << key.nextHop_;
+  }
+
+ private:
+  TypedInetAddress dest_;
+  std::uint8_t pfxLen_ = 0;
+  TypedInetAddress nextHop_;
+};
+
+}  // namespace IpSnmp

@@ -1,0 +1,128 @@
+#include "model/inet_cidr_routes.h"
+
+#include <bit>
+
+namespace IpSnmp {
+
+namespace {
+
+InetCidrRouteRow rowOf(IpCidrRouteTableIndex const& key, IpCidrRouteTableRow const& row) {
+  bool const isRemote = row.hasNextHop6() || !key.nextHop().isUnspecified();
+  return {row.ifIndex(), row.metric(), isRemote ? inetCidrRouteTypeRemote : inetCidrRouteTypeLocal,
+          row.protocol()};
+}
+
+unsigned lengthOf(Dovel::IpAddr const& mask) {
+  return static_cast<unsigned>(std::popcount(mask.value()));
+}
+
+/// Of a hop and a refusal, whose prefixes differ.
+bool isBefore(IpCidrRouteTableIndex const& hop, Dovel::Prefix const& refused) {
+  if (hop.dest() != refused.address()) return hop.dest() < refused.address();
+  return lengthOf(hop.mask()) < refused.length();
+}
+
+}  // namespace
+
+InetCidrRouteTableIndex InetCidrRoutes::keyOf(IpCidrRouteTableIndex const& hop) {
+  bool const hasNextHop = !hop.nextHop().isUnspecified();
+  return {TypedInetAddress(hop.dest()), lengthOf(hop.mask()),
+          hasNextHop ? TypedInetAddress(hop.nextHop()) : TypedInetAddress()};
+}
+
+auto InetCidrRoutes::first() const -> IteratorConst {
+  return {*this, hops_.first(), refusals_.first()};
+}
+
+auto InetCidrRoutes::at(Key const& key) const -> IteratorConst {
+  auto found = firstAtOrAfter([&key](Key const& other) { return other <=> key; });
+  return found && found.key() == key ? found : IteratorConst();
+}
+
+std::optional<Dovel::Prefix> InetCidrRoutes::refusal(Dovel::Prefix const& from) const {
+  auto const found = refusals_.atOrAfter(from);
+  return found ? std::optional(found.key()) : std::nullopt;
+}
+
+std::optional<Dovel::Ip6Prefix> InetCidrRoutes::route(Dovel::Ip6Prefix const& from) const {
+  auto const found = routes6_.atOrAfter({from, {}, 0});
+  return found ? std::optional(found.key().prefix()) : std::nullopt;
+}
+
+void InetCidrRoutes::routesAre(Dovel::Ip6Prefix const& prefix, std::span<Inet6RouteHop const> hops,
+                               Routing::RouteMetric const& metric) {
+  place_.seek({prefix, {}, 0});
+  for (auto const& hop : hops) {
+    Inet6RouteKey const key(prefix, hop.nextHop, hop.ifIndex);
+    while (place_ && place_.key().isOf(prefix) && place_.key() < key) place_.erase();
+    Inet6RouteRow const row(metric, hop.type, hop.protocol);
+    if (place_ && place_.key() == key) {
+      place_.replace(row);
+      place_.step();
+    } else {
+      place_.insert(key, row);
+    }
+  }
+  while (place_ && place_.key().isOf(prefix)) place_.erase();
+}
+
+std::uint32_t InetCidrRoutes::IteratorConst::age() const {
+  auto const* const ages = routes_ ? routes_->ages_ : nullptr;
+  if (!ages) return 0;
+  switch (source_) {
+    case Source::hop:
+      return ages->age(Dovel::Prefix(hop_.key().dest(), lengthOf(hop_.key().mask())));
+    case Source::refusal:
+      return ages->age(refusal_.key());
+    case Source::route6:
+      return ages->age(route6_.key().prefix());
+    case Source::none:
+      break;
+  }
+  return 0;
+}
+
+auto InetCidrRoutes::IteratorConst::operator++() -> IteratorConst& {
+  switch (source_) {
+    case Source::hop:
+      ++hop_;
+      settle4();
+      break;
+    case Source::refusal:
+      ++refusal_;
+      settle4();
+      break;
+    case Source::route6:
+      ++route6_;
+      settle6();
+      break;
+    case Source::none:
+      break;
+  }
+  return *this;
+}
+
+void InetCidrRoutes::IteratorConst::settle4() {
+  if (hop_ && (!refusal_ || isBefore(hop_.key(), refusal_.key()))) {
+    source_ = Source::hop;
+    key_ = keyOf(hop_.key());
+    row_ = rowOf(hop_.key(), hop_.value());
+  } else if (refusal_) {
+    source_ = Source::refusal;
+    key_ = keyOf(refusal_.key());
+    row_ = refusal_.value();
+  } else {
+    route6_ = routes_->routes6_.first();
+    settle6();
+  }
+}
+
+void InetCidrRoutes::IteratorConst::settle6() {
+  source_ = route6_ ? Source::route6 : Source::none;
+  if (!route6_) return;
+  auto const& row = route6_.value();
+  key_ = keyOf(route6_.key());
+  row_ = {route6_.key().ifIndex(), row.metric(), row.type(), row.protocol()};
+}
+
+}  // namespace IpSnmp

@@ -1,0 +1,155 @@
+#pragma once
+// The rows of inetCidrRouteTable (RFC 4292), of both families. The route state machines write it,
+// the handler of the table reads it, all on the agent's thread.
+//
+// Those of IPv4 are a view of the rows of ipCidrRouteTable, which are kept once, merged with the
+// routes that refuse, which that table does not have. Behind them, as their InetAddressTypes are,
+// stand those of IPv6: ipv6(2), then ipv6z(4). A quarter of a million of these are held, by value,
+// in 48 octets each. No notifications.
+//
+// An iterator lives within a request: it survives changes as those of Mav::OrderedMap do, but may
+// then show once more a row that has gone.
+
+#include <optional>
+#include <span>
+
+#include "model/inet6_route_row.h"
+#include "model/inet_cidr_route_table_index.h"
+#include "model/ip_cidr_route_table_entry.h"
+#include "platform/dovel/prefix.h"
+#include "platform/mav/ordered_map.h"
+
+namespace IpSnmp {
+
+/// When routes changed, as far as the publisher saw it. Implemented over the shared tables
+/// (plugin/route_ages.h).
+class RouteAges {
+ public:
+  virtual ~RouteAges() = default;
+  /// Seconds; 0 when that is not known, or cannot be read now. Never blocks.
+  virtual std::uint32_t age(Dovel::Prefix const& prefix) const = 0;
+  virtual std::uint32_t age(Dovel::Ip6Prefix const& prefix) const = 0;
+};
+
+class InetCidrRoutes {
+ public:
+  using HopMap = Mav::OrderedMap<IpCidrRouteTableIndex, IpCidrRouteTableRow>;
+  using RefusalMap = Mav::OrderedMap<Dovel::Prefix, InetCidrRouteRow>;
+  using Inet6Map = Mav::OrderedMap<Inet6RouteKey, Inet6RouteRow>;
+  using Key = InetCidrRouteTableIndex;
+  class IteratorConst;
+
+  /// `hops` are the rows of ipCidrRouteTable; they must outlive this.
+  explicit InetCidrRoutes(HopMap const& hops) : hops_(hops) {}
+
+  /// The number of rows: inetCidrRouteNumber.
+  std::size_t size() const { return hops_.size() + refusals_.size() + routes6_.size(); }
+
+  IteratorConst first() const;
+  /// On the row of `key`; at the end when there is none.
+  IteratorConst at(Key const& key) const;
+  /// As those of Mav::OrderedMap.
+  template <class Order>
+  IteratorConst firstAfter(Order const& order) const;
+  template <class Order>
+  IteratorConst firstAtOrAfter(Order const& order) const;
+
+  /// The IPv4 route of this prefix refuses; its row is this.
+  void refusalIs(Dovel::Prefix const& prefix, InetCidrRouteRow const& row) {
+    refusals_.put(prefix, row);
+  }
+  void refusalDel(Dovel::Prefix const& prefix) {
+    if (!refusals_.empty()) refusals_.erase(prefix);
+  }
+  /// The first prefix not less than `from` that refuses.
+  std::optional<Dovel::Prefix> refusal(Dovel::Prefix const& from) const;
+
+  /// The IPv6 prefix has these rows from now on, and no other. `rows` are in the order of
+  /// Inet6RouteHop, and differ in it. Prefixes that come in their order cost no descent.
+  void routesAre(Dovel::Ip6Prefix const& prefix, std::span<Inet6RouteHop const> hops,
+                 Routing::RouteMetric const& metric);
+  /// The first prefix not less than `from` that has rows.
+  std::optional<Dovel::Ip6Prefix> route(Dovel::Ip6Prefix const& from) const;
+
+  /// Null: no age is known. `ages` must outlive its use.
+  void agesAre(RouteAges const* ages) { ages_ = ages; }
+
+ private:
+  /// The order of the collection's own keys, given that of `Key`.
+  template <class Order>
+  static auto byKey(Order const& order) {
+    return [&order](auto const& own) { return order(keyOf(own)); };
+  }
+  static Key keyOf(IpCidrRouteTableIndex const& hop);
+  static Key keyOf(Dovel::Prefix const& refused) {
+    return {TypedInetAddress(refused.address()), refused.length(), {}};
+  }
+  static Key keyOf(Inet6RouteKey const& route) {
+    return {route.dest(), route.length(), route.nextHop()};
+  }
+
+  HopMap const& hops_;
+  RefusalMap refusals_;  // of IPv4
+  Inet6Map routes6_;
+  Inet6Map::Cursor place_{routes6_};
+  RouteAges const* ages_ = nullptr;
+};
+
+/// Stands on a row, or at the end, where it is false.
+class InetCidrRoutes::IteratorConst {
+ public:
+  /// At the end of nothing.
+  IteratorConst() = default;
+
+  explicit operator bool() const { return source_ != Source::none; }
+  Key const& key() const { return key_; }
+  InetCidrRouteRow const& value() const { return row_; }
+  InetCidrRouteRow const* operator->() const { return &row_; }
+  /// Of the row's route (RouteAges); read when it is asked for.
+  std::uint32_t age() const;
+
+  IteratorConst& operator++();
+
+ private:
+  friend class InetCidrRoutes;
+  enum class Source { none, hop, refusal, route6 };
+
+  IteratorConst(InetCidrRoutes const& routes, HopMap::IteratorConst hop,
+                RefusalMap::IteratorConst refusal)
+      : routes_(&routes), hop_(std::move(hop)), refusal_(std::move(refusal)) {
+    settle4();
+  }
+  IteratorConst(InetCidrRoutes const& routes, Inet6Map::IteratorConst route6)
+      : routes_(&routes), route6_(std::move(route6)) {
+    settle6();
+  }
+  bool isOf4() const { return source_ == Source::hop || source_ == Source::refusal; }
+  /// On the first of IPv4 from here, or else the first of IPv6.
+  void settle4();
+  void settle6();
+
+  InetCidrRoutes const* routes_ = nullptr;
+  HopMap::IteratorConst hop_;
+  RefusalMap::IteratorConst refusal_;
+  Inet6Map::IteratorConst route6_;
+  Source source_ = Source::none;
+  Key key_;
+  InetCidrRouteRow row_;
+};
+
+template <class Order>
+auto InetCidrRoutes::firstAfter(Order const& order) const -> IteratorConst {
+  IteratorConst found{*this, hops_.firstAfter(byKey(order)), refusals_.firstAfter(byKey(order))};
+  if (found.isOf4()) return found;
+  return {*this, routes6_.firstAfter(byKey(order))};
+}
+
+template <class Order>
+auto InetCidrRoutes::firstAtOrAfter(Order const& order) const -> IteratorConst {
+  IteratorConst found{*this, hops_.firstAtOrAfter(byKey(order)),
+                      refusals_.firstAtOrAfter(byKey(order))};
+  if (found.isOf4()) return found;
+  return {*this, routes6_.firstAtOrAfter(byKey(order))};
+}
+
+}  // namespace IpSnmp

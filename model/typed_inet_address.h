@@ -1,0 +1,64 @@
+#pragma once
+// An InetAddress together with its InetAddressType (RFC 4001), which its number of octets tells:
+// unknown(0) has none, ipv4(1) four, ipv6(2) sixteen, ipv6z(4) these and the four of the zone, the
+// ifIndex of a link (RFC 4007). Ordered as an index that has both, one behind the other. Octets
+// alone: a million of them are made in a walk.
+
+#include <algorithm>
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <ostream>
+#include <span>
+#include <string>
+
+#include "platform/dovel/ip6_addr.h"
+#include "platform/dovel/ip_addr.h"
+
+namespace IpSnmp {
+
+class TypedInetAddress {
+ public:
+  static constexpr std::size_t sizeMax = 20;
+
+  /// unknown(0), without octets.
+  constexpr TypedInetAddress() = default;
+  explicit TypedInetAddress(Dovel::IpAddr const& address) { append(address.octets()); }
+  /// ipv6z with a zone other than 0.
+  TypedInetAddress(Dovel::Ip6Addr const& address, std::uint32_t zone) {
+    append(address.octets());
+    if (zone == 0) return;
+    append(std::array{static_cast<std::uint8_t>(zone >> 24U),
+                      static_cast<std::uint8_t>(zone >> 16U), static_cast<std::uint8_t>(zone >> 8U),
+                      static_cast<std::uint8_t>(zone)});
+  }
+  /// As an index has both. RangeException when that type has another number of octets, or is none
+  /// of the four.
+  TypedInetAddress(std::uint32_t type, std::span<std::uint8_t const> octets);
+
+  std::uint32_t type() const {
+    if (size_ == 0) return 0;
+    return size_ == 4 ? 1 : size_ == 16 ? 2 : 4;
+  }
+  std::span<std::uint8_t const> octets() const { return {octets_.data(), size_}; }
+
+  /// "2001:db8::1", "fe80::1%3"; of unknown(0) nothing.
+  std::string stringValue() const;
+  friend std::ostream& operator<<(std::ostream& out, TypedInetAddress const& address) {
+    return out << address.stringValue();
+  }
+
+  bool operator==(TypedInetAddress const&) const = default;
+  std::strong_ordering operator<=>(TypedInetAddress const&) const = default;
+
+ private:
+  void append(std::span<std::uint8_t const> octets) {
+    std::copy(octets.begin(), octets.end(), octets_.begin() + size_);
+    size_ = static_cast<std::uint8_t>(size_ + octets.size());
+  }
+
+  std::uint8_t size_ = 0;  // first: it decides the order
+  std::array<std::uint8_t, sizeMax> octets_{};
+};
+
+}  // namespace IpSnmp
