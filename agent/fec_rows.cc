@@ -30,7 +30,8 @@ void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const*
 }
 
 void FecRows::addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex) {
-  IpForwardMib::RowHop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex)};
+  IpForwardMib::RowHop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex),
+                                 !via.nextHop6.isUnspecified()};
   auto const place = std::lower_bound(
       hops_.begin(), hops_.end(), hop.nextHop,
       [](auto const& known, Dovel::IpAddr const& nextHop) { return known.nextHop < nextHop; });

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "agent/ip_route_reactors.h"
+#include "agent/route_refusal.h"
 #include "agent/trace.h"
 #include "model/protocol_map.h"
 #include "platform/blipmark/blipmark.h"
@@ -45,12 +45,22 @@ bool isServed(RouteType type) {
   }
 }
 
-template <class Reactor>
-auto notifierOf(Reactor const& reactor) {
-  return reactor ? reactor->notifier() : nullptr;
-}
+constexpr RouteTableTexts texts{"void IpSnmp::IpRouteTableSm::handleRoute()",
+                                "void IpSnmp::IpRouteTableSm::handleRoute(const Dovel::Prefix&)",
+                                "void IpSnmp::IpRouteTableSm::handleFec(const Pondo::Fib::FecId&)",
+                                "ipCidrRouteTable"};
 
 }  // namespace
+
+class IpRouteTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::NotifieeConst {
+ public:
+  MavIntfStatusDir(IpRouteTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
+      : NotifieeConst(std::move(dir)), sm_(sm) {}
+  void onIntfStatus(Dovel::IntfId const& intfId) override { sm_.handleIntfStatus(intfId); }
+
+ private:
+  IpRouteTableSm& sm_;
+};
 
 IpRouteTableSm::IpRouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                Mav::Ptr<IpForwardMib> ipForwardMib,
@@ -58,17 +68,9 @@ IpRouteTableSm::IpRouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                Mav::Ptr<Pondo::Fib::RouteStatus const> routeStatus,
                                Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
                                Mav::Ptr<Mav::Clock const> clock)
-    : activityConfig_(std::move(activityConfig)) {
-  ipForwardMibIs(std::move(ipForwardMib));
+    : RouteTableSm(texts, std::move(activityConfig), std::move(ipForwardMib),
+                   std::move(routeStatus), std::move(forwardingStatus), std::move(clock)) {
   intfStatusDirIs(std::move(intfStatusDir));
-  if (routeStatus) {
-    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
-  }
-  if (forwardingStatus) {
-    mavForwardingStatus_ =
-        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
-  }
-  clockIs(std::move(clock));
   doInstantiate();
   handleRoute();
 }
@@ -77,46 +79,10 @@ IpRouteTableSm::~IpRouteTableSm() = default;
 
 void IpRouteTableSm::doInstantiate() {
   for (auto const& [type, protocol] : protocols) protocolMap().protocolIs(type, protocol);
-  listRoutesOfFecs();
 }
 
-void IpRouteTableSm::listRoutesOfFecs() {
-  fecRouteListIs();
-  fecRouteListSmIs(routeStatus(), forwardingStatus(), fecRouteList_);
-}
-
-void IpRouteTableSm::fecRouteListIs() {
-  fecRouteListSm_.reset();
-  fecRouteList_ = Mav::makeObject<Pondo::Fib::FecRouteList>();
-}
-
-void IpRouteTableSm::fecRouteListSmIs(
-    Mav::Ptr<Pondo::Fib::RouteStatus const> const& routeStatus,
-    Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
-    Mav::Ptr<Pondo::Fib::FecRouteList> const& fecRouteList) {
-  fecRouteListSm_.reset();
-  if (!routeStatus) return;
-  fecRouteListSm_ =
-      Mav::makeObject<Pondo::Fib::FecRouteListSm>(routeStatus, forwardingStatus, fecRouteList);
-}
-
-Mav::Ptr<IpForwardMib> IpRouteTableSm::ipForwardMib() const {
-  return mavIpForwardMib_ ? mavIpForwardMib_->ipForwardMib() : nullptr;
-}
 Mav::Ptr<Interface::AllIntfStatusDir const> IpRouteTableSm::intfStatusDir() const {
-  return notifierOf(mavIntfStatusDir_);
-}
-Mav::Ptr<Pondo::Fib::RouteStatus const> IpRouteTableSm::routeStatus() const {
-  return notifierOf(mavRouteStatus_);
-}
-Mav::Ptr<Pondo::Fib::ForwardingStatus const> IpRouteTableSm::forwardingStatus() const {
-  return notifierOf(mavForwardingStatus_);
-}
-Mav::Ptr<Mav::Clock const> IpRouteTableSm::clock() const { return notifierOf(mavClock_); }
-
-void IpRouteTableSm::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
-  mavIpForwardMib_.reset();
-  if (ipForwardMib) mavIpForwardMib_ = std::make_unique<MavIpForwardMib>(std::move(ipForwardMib));
+  return mavIntfStatusDir_ ? mavIntfStatusDir_->notifier() : nullptr;
 }
 
 void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir) {
@@ -125,74 +91,16 @@ void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const>
   mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
 }
 
-void IpRouteTableSm::routeStatusIs(Mav::Ptr<Pondo::Fib::RouteStatus const> routeStatus) {
-  mavRouteStatus_.reset();
-  if (routeStatus) {
-    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
-  }
-  listRoutesOfFecs();
-}
-
-void IpRouteTableSm::forwardingStatusIs(
-    Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus) {
-  mavForwardingStatus_.reset();
-  if (forwardingStatus) {
-    mavForwardingStatus_ =
-        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
-  }
-  listRoutesOfFecs();
-}
-
-void IpRouteTableSm::clockIs(Mav::Ptr<Mav::Clock const> clock) {
-  double const timeMin = mavClock_ ? mavClock_->timeMin() : Mav::never;
-  mavClock_.reset();
-  if (!clock) return;
-  mavClock_ = std::make_unique<MavClock>(*this, std::move(clock));
-  mavClock_->timeMinIs(timeMin);
-}
-
-void IpRouteTableSm::backlogIs(Dovel::Prefix const& prefix, bool value) {
-  entry_.seek(prefix);
-  if (entry_ && entry_.key() == prefix) return;
-  entry_.insert(prefix, {value});
+std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Dovel::Prefix const& from) const {
+  auto const mib = ipForwardMib();
+  if (!mib) return std::nullopt;
+  auto const served = mib->ipCidrRoutePrefix(from);
+  auto const refused = std::as_const(*mib).inetCidrRoutes().refusal(from);
+  return !served || (refused && *refused < *served) ? refused : served;
 }
 
 Mav::Ptr<PrefixList> IpRouteTableSm::intfDepIs(Dovel::IntfId const& intfId) {
   return intfDep_.insertOrGet(intfId, [&] { return newIntfDep(intfId); }).first;
-}
-
-void IpRouteTableSm::handleRoute() {
-  constexpr auto signature = "void IpSnmp::IpRouteTableSm::handleRoute()";
-  Blipmark::Timer const blip(signature);
-  MAV_TRACE(agentTraceHandle(), 8, signature << " initially");
-  if (auto const status = routeStatus()) {
-    status->forEachRoute([&](Dovel::Prefix const& prefix, Pondo::Fib::Route const& /*route*/) {
-      MAV_TRACE_AS(agentTraceHandle(), 8, "handleRoute", signature << " initially for " << prefix);
-      backlogIs(prefix, true);
-    });
-  }
-  doSetupBacklogTimer();
-}
-
-void IpRouteTableSm::handleRoute(Dovel::Prefix const& prefix) {
-  constexpr auto signature = "void IpSnmp::IpRouteTableSm::handleRoute(const Dovel::Prefix&)";
-  Blipmark::Timer const blip(signature);
-  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << prefix);
-  backlogIs(prefix, true);
-  doSetupBacklogTimer();
-}
-
-void IpRouteTableSm::handleFec(Pondo::Fib::FecId const& fecId) {
-  constexpr auto signature = "void IpSnmp::IpRouteTableSm::handleFec(const Pondo::Fib::FecId&)";
-  Blipmark::Timer const blip(signature);
-  MAV_TRACE(agentTraceHandle(), 8, signature << " for " << fecId);
-  auto const* const prefixes = fecRouteList_->routes(fecId);
-  if (!prefixes) return;
-  for (auto const& prefix : *prefixes) {
-    MAV_TRACE(agentTraceHandle(), 9, "adding " << prefix << " to backlog for " << fecId);
-    backlogIs(prefix, true);
-  }
-  doSetupBacklogTimer();
 }
 
 void IpRouteTableSm::handleIntfStatus(Dovel::IntfId const& intfId) {
@@ -212,42 +120,25 @@ void IpRouteTableSm::handleIntfStatus(Dovel::IntfId const& intfId) {
   doSetupBacklogTimer();
 }
 
-void IpRouteTableSm::doSetupBacklogTimer() {
-  if (mavClock_ && mavClock_->timeMin() == Mav::never) mavClock_->timeMinIs(Mav::asap);
-}
-
 void IpRouteTableSm::doProcessIpRouteBacklog() {
   constexpr auto signature = "void IpSnmp::IpRouteTableSm::doProcessIpRouteBacklog()";
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature);
   MAV_TRACE(agentTraceHandle(), 2, "Starting backlog processing");
   fecRows_.clear();
-  bool const done = workOff(Mav::now() + backlogQuantum_);
-  MAV_TRACE(agentTraceHandle(), 2, "Backlog processing " << (done ? "done" : "yielding"));
-  if (mavClock_) mavClock_->timeMinIs(done ? Mav::never : Mav::asap);
-}
-
-bool IpRouteTableSm::workOff(double deadline) {
-  work_.seek(bookmark_);
-  for (;;) {
-    if (!work_) work_.seek({});
-    if (!work_) return true;
-    auto const prefix = work_.key();
-    if (Mav::now() > deadline) {
-      bookmark_ = prefix;
-      return false;
-    }
-    process(prefix);
-    work_.seek(prefix);
-    if (work_ && work_.key() == prefix) work_.erase();
-  }
+  runPass();
 }
 
 void IpRouteTableSm::process(Dovel::Prefix const& prefix) {
-  auto const route = mavRouteStatus_ ? mavRouteStatus_->notifier()->route(prefix) : std::nullopt;
+  auto const route = this->route(prefix);
   // Everything is read before anything is deleted: what cannot be read leaves the rows as they are.
   auto const* const rows = fecRows(prefix, route ? &*route : nullptr);
   auto& mib = *Mav::validPtr(ipForwardMib());
+  if (auto const refusal = route ? refusalRow(*route) : std::nullopt) {
+    mib.inetCidrRoutes().refusalIs(prefix, *refusal);
+  } else {
+    mib.inetCidrRoutes().refusalDel(prefix);
+  }
   if (!rows) return mib.ipCidrRoutesDel(prefix);
   mib.ipCidrRoutesAre(prefix, rows->hops(), route->metric, route->preference, route->routeType);
   for (auto const& refusal : rows->refusals()) refuse(prefix, refusal);
@@ -262,8 +153,7 @@ FecRows const* IpRouteTableSm::fecRows(Dovel::Prefix const& prefix,
   }
   auto known = fecRows_.find(route->fecId);
   if (known == fecRows_.end()) {
-    auto const* const fec =
-        mavForwardingStatus_ ? mavForwardingStatus_->notifier()->fec(route->fecId) : nullptr;
+    auto const* const fec = this->fec(route->fecId);
     if (!fec) {
       MAV_TRACE(agentTraceHandle(), 6,
                 prefix << " has a route but can't find fec " << route->fecId);

@@ -59,6 +59,24 @@ Mav::Ptr<IpRouteTableSm> Root::ipRouteTableSmIs(
   return ipRouteTableSm_;
 }
 
+Mav::Ptr<Ip6RouteTableSm> Root::ip6RouteTableSmIs(
+    Mav::Ptr<Mav::ActivityConfig> const& activityConfig, Mav::Ptr<IpForwardMib> const& ipForwardMib,
+    Mav::Ptr<Pondo::Fib::Route6Status const> const& routeStatus,
+    Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+    Mav::Ptr<Mav::Clock const> const& clock) {
+  if (auto const& sm = ip6RouteTableSm_) {
+    Mav::checkConstructorParameter("_activityConfig", activityConfig, sm->activityConfig());
+    Mav::checkConstructorParameter("_ipForwardMib", ipForwardMib, sm->ipForwardMib());
+    Mav::checkConstructorParameter("_routeStatus", routeStatus, sm->routeStatus());
+    Mav::checkConstructorParameter("_forwardingStatus", forwardingStatus, sm->forwardingStatus());
+    Mav::checkConstructorParameter("_clock", clock, sm->clock());
+  } else {
+    ip6RouteTableSm_ = Mav::makeObject<Ip6RouteTableSm>(activityConfig, ipForwardMib, routeStatus,
+                                                        forwardingStatus, clock);
+  }
+  return ip6RouteTableSm_;
+}
+
 Mav::AttributeTable const& Root::attributeTable() const {
   static Mav::AttributeTable const table{
       Mav::plainAttribute<&Root::ipConfig, &Root::ipConfigIs>("ipConfig"),

@@ -8,6 +8,7 @@
 // holds them. All on the agent's thread, not from inside a notification of what is wired.
 
 #include "agent/arp_table_sm.h"
+#include "agent/ip6_route_table_sm.h"
 #include "agent/ip_address_table_sm.h"
 #include "agent/ip_route_table_sm.h"
 #include "model/ip_forward_mib.h"
@@ -70,6 +71,16 @@ class Root : public Mav::Entity {
       Mav::Ptr<Mav::Clock const> const& clock);
   void ipRouteTableSmDel() { ipRouteTableSm_.reset(); }
 
+  Mav::Ptr<Ip6RouteTableSm> const& ip6RouteTableSm() const { return ip6RouteTableSm_; }
+  /// As ipAddressTableSmIs.
+  Mav::Ptr<Ip6RouteTableSm> ip6RouteTableSmIs(
+      Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
+      Mav::Ptr<IpForwardMib> const& ipForwardMib,
+      Mav::Ptr<Pondo::Fib::Route6Status const> const& routeStatus,
+      Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+      Mav::Ptr<Mav::Clock const> const& clock);
+  void ip6RouteTableSmDel() { ip6RouteTableSm_.reset(); }
+
   std::string_view typeName() const override { return "IpSnmp::Root"; }
   Mav::AttributeTable const& attributeTable() const override;
 
@@ -85,6 +96,7 @@ class Root : public Mav::Entity {
   Mav::Ptr<ArpTableSm> arpTableSm_;
   Mav::Ptr<IpForwardMib> ipForwardMib_;
   Mav::Ptr<IpRouteTableSm> ipRouteTableSm_;
+  Mav::Ptr<Ip6RouteTableSm> ip6RouteTableSm_;
 };
 
 /// A new Root, which has every attribute null. RootIs is the object model's form of the same.

@@ -7,7 +7,8 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
     : directory_(directory),
       ipMib_(IpSnmp::ipMibFactory("ipmib")),
       ipForwardMib_(IpSnmp::ipForwardMibFactory("ipforwardmib")),
-      root_(IpSnmp::rootFactory("root")) {
+      root_(IpSnmp::rootFactory("root")),
+      ages_(fib) {
   root_->ipConfigIs(mirrors.ipConfig());
   root_->ipStatusIs(mirrors.ipStatus());
   root_->ip6ConfigIs(mirrors.ip6Config());
@@ -22,12 +23,16 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
   root_->arpTableSmIs(activityConfig, root_->intfStatusDir(), ipMib_, root_->arpStatus());
   root_->ipRouteTableSmIs(activityConfig, ipForwardMib_, root_->intfStatusDir(), fib.routeStatus(),
                           fib.forwardingStatus(), activity.clock());
+  root_->ip6RouteTableSmIs(activityConfig, ipForwardMib_, fib.route6Status(),
+                           fib.forwardingStatus(), activity.clock());
+  ipForwardMib_->inetCidrRoutes().agesAre(&ages_);
   directory_.mount(IpSnmp::IpMib::path, ipMib_);
   directory_.mount(IpSnmp::IpForwardMib::path, ipForwardMib_);
 }
 
 Caches::~Caches() {
   root_.reset();
+  ipForwardMib_->inetCidrRoutes().agesAre(nullptr);
   directory_.unmount(IpSnmp::IpForwardMib::path);
   directory_.unmount(IpSnmp::IpMib::path);
 }

@@ -10,6 +10,7 @@
 #include "platform/mav/directory.h"
 #include "platform/pondo/fib/shared_fib.h"
 #include "platform/state/mirrors/mirrors.h"
+#include "plugin/route_ages.h"
 
 namespace OvoSnmp {
 
@@ -26,13 +27,17 @@ class Caches {
   Caches& operator=(Caches const&) = delete;
 
   /// Everything that was announced is in the caches; no route waits to be looked at.
-  bool areFiled() const { return root_->ipRouteTableSm()->backlog().empty(); }
+  bool areFiled() const {
+    return root_->ipRouteTableSm()->backlog().empty() &&
+           root_->ip6RouteTableSm()->backlog().empty();
+  }
 
  private:
   Mav::Directory& directory_;
   Mav::Ptr<IpSnmp::IpMib> const ipMib_;
   Mav::Ptr<IpSnmp::IpForwardMib> const ipForwardMib_;
   Mav::Ptr<IpSnmp::Root> root_;
+  RouteAges const ages_;
 };
 
 }  // namespace OvoSnmp

@@ -9,33 +9,36 @@
 
 namespace Pondo::Fib {
 
-class SimulatedRouteStatus : public RouteStatus {
- public:
-  SimulatedRouteStatus() : RouteStatus("routeStatus") {}
+template <class Prefix>
+class BasicSimulatedRouteStatus : public BasicRouteStatus<Prefix> {
+  using Status = BasicRouteStatus<Prefix>;
+  using NotifieeConst = typename Status::NotifieeConst;
 
-  std::optional<Route> route(Dovel::Prefix const& prefix) const override {
+ public:
+  BasicSimulatedRouteStatus() : Status("routeStatus") {}
+
+  std::optional<Route> route(Prefix const& prefix) const override {
     checkReadable();
     auto const found = routes_.find(prefix);
     return found == routes_.end() ? std::nullopt : std::optional(found->second);
   }
-  void forEachRoute(
-      absl::FunctionRef<void(Dovel::Prefix const&, Route const&)> visit) const override {
+  void forEachRoute(absl::FunctionRef<void(Prefix const&, Route const&)> visit) const override {
     checkReadable();
     for (auto const& [prefix, route] : routes_) visit(prefix, route);
   }
   std::size_t routes() const override { return routes_.size(); }
 
-  void routeIs(Dovel::Prefix const& prefix, Route const& route) {
+  void routeIs(Prefix const& prefix, Route const& route) {
     routes_[prefix] = route;
     announce(prefix);
   }
-  void routeDel(Dovel::Prefix const& prefix) {
+  void routeDel(Prefix const& prefix) {
     routes_.erase(prefix);
     announce(prefix);
   }
-  void routeDelUnnoticed(Dovel::Prefix const& prefix) { routes_.erase(prefix); }
-  void announce(Dovel::Prefix const& prefix) const {
-    notifiees_.notify(routeAttributeId, [&](NotifieeConst& n) { n.onRoute(prefix); });
+  void routeDelUnnoticed(Prefix const& prefix) { routes_.erase(prefix); }
+  void announce(Prefix const& prefix) const {
+    this->notifiees_.notify(Status::routeAttributeId, [&](NotifieeConst& n) { n.onRoute(prefix); });
   }
   /// Every read raises an exception while it is not.
   void isReadableIs(bool readable) { isReadable_ = readable; }
@@ -45,9 +48,12 @@ class SimulatedRouteStatus : public RouteStatus {
     if (!isReadable_) throw ConsistencyException("/run/x: tables are away");
   }
 
-  std::map<Dovel::Prefix, Route> routes_;
+  std::map<Prefix, Route> routes_;
   bool isReadable_ = true;
 };
+
+using SimulatedRouteStatus = BasicSimulatedRouteStatus<Dovel::Prefix>;
+using SimulatedRoute6Status = BasicSimulatedRouteStatus<Dovel::Ip6Prefix>;
 
 class SimulatedForwardingStatus : public ForwardingStatus {
  public:

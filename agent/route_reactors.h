@@ -1,0 +1,86 @@
+#pragma once
+// The reactors of a route state machine's inputs, of either family: each hands on what it hears.
+
+#include <string>
+
+#include "agent/route_table_sm.h"
+#include "platform/mav/trace_handle.h"
+#include "platform/pondo/environment/errors.h"
+
+namespace IpSnmp {
+
+/// Nothing that happens in IpForwardMib concerns its only writers: this one holds it, and hears
+/// nothing, so that rows are changed in place while nobody else listens.
+template <class Prefix>
+class RouteTableSm<Prefix>::MavIpForwardMib final : public IpForwardMib::NotifieeConst {
+ public:
+  explicit MavIpForwardMib(Mav::Ptr<IpForwardMib> mib) : NotifieeConst(mib), mib_(std::move(mib)) {
+    NotifieeConst::hasNotificationActiveIs(false);
+  }
+  Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return mib_; }
+
+ private:
+  Mav::Ptr<IpForwardMib> const mib_;
+};
+
+template <class Prefix>
+class RouteTableSm<Prefix>::MavRouteStatus final : public RouteStatus::NotifieeConst {
+ public:
+  MavRouteStatus(RouteTableSm& sm, Mav::Ptr<RouteStatus const> status)
+      : RouteStatus::NotifieeConst(std::move(status)), sm_(sm) {}
+  void onRoute(Prefix const& prefix) override { sm_.handleRoute(prefix); }
+  /// Those that have rows. The backlog is looked at anyway.
+  std::optional<Prefix> filedRoute(Prefix const& from) const override {
+    return sm_.filedRoute(from);
+  }
+
+ private:
+  RouteTableSm& sm_;
+};
+
+template <class Prefix>
+class RouteTableSm<Prefix>::MavForwardingStatus final
+    : public Pondo::Fib::ForwardingStatus::NotifieeConst {
+ public:
+  MavForwardingStatus(RouteTableSm& sm, Mav::Ptr<Pondo::Fib::ForwardingStatus const> status)
+      : NotifieeConst(std::move(status)), sm_(sm) {}
+  void onFec(Pondo::Fib::FecId fecId) override { sm_.handleFec(fecId); }
+
+ private:
+  RouteTableSm& sm_;
+};
+
+/// The passes' timer. While the tables cannot be read, it says so once.
+template <class Prefix>
+class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
+ public:
+  MavClock(RouteTableSm& sm, Mav::Ptr<Mav::Clock const> clock)
+      : NotifieeConst(std::move(clock)), sm_(sm) {}
+
+  void onTime() override {
+    sm_.doProcessIpRouteBacklog();
+    outageTold_ = false;
+  }
+  void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
+    try {
+      std::rethrow_exception(exception);
+    } catch (Pondo::ConsistencyException const& e) {
+      tellOutage(e.what());
+    } catch (...) {
+      NotifieeConst::onException(attribute, exception);
+    }
+  }
+
+ private:
+  void tellOutage(std::string const& text) {
+    if (std::exchange(outageTold_, true)) return;
+    Mav::log(Mav::Severity::warning, std::string(sm_.texts_.table) + " stays as it is, " +
+                                         std::to_string(sm_.backlog().size()) +
+                                         " prefixes wait, trying again every second: " + text);
+  }
+
+  RouteTableSm& sm_;
+  bool outageTold_ = false;
+};
+
+}  // namespace IpSnmp

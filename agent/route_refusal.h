@@ -1,0 +1,17 @@
+#pragma once
+// Routes that refuse: they have no next hop, and one row in inetCidrRouteTable.
+
+#include <optional>
+
+#include "model/inet6_route_row.h"
+#include "platform/pondo/tables/fib_values.h"
+
+namespace IpSnmp {
+
+/// The row of a route that refuses; nothing of one that carries traffic.
+///
+/// Such a route's type says how it refuses, so its protocol is told by its preference, the
+/// administrative distance: each protocol has another.
+std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route);
+
+}  // namespace IpSnmp

@@ -1,0 +1,200 @@
+#include "agent/route_table_sm.h"
+
+#include "agent/route_reactors.h"
+#include "agent/trace.h"
+#include "platform/blipmark/blipmark.h"
+
+namespace IpSnmp {
+
+namespace {
+
+template <class Reactor>
+auto notifierOf(Reactor const& reactor) {
+  return reactor ? reactor->notifier() : nullptr;
+}
+
+}  // namespace
+
+template <class Prefix>
+RouteTableSm<Prefix>::RouteTableSm(RouteTableTexts const& texts,
+                                   Mav::Ptr<Mav::ActivityConfig> activityConfig,
+                                   Mav::Ptr<IpForwardMib> ipForwardMib,
+                                   Mav::Ptr<RouteStatus const> routeStatus,
+                                   Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
+                                   Mav::Ptr<Mav::Clock const> clock)
+    : texts_(texts), activityConfig_(std::move(activityConfig)) {
+  ipForwardMibIs(std::move(ipForwardMib));
+  if (routeStatus) {
+    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
+  }
+  if (forwardingStatus) {
+    mavForwardingStatus_ =
+        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
+  }
+  clockIs(std::move(clock));
+  listRoutesOfFecs();
+}
+
+template <class Prefix>
+RouteTableSm<Prefix>::~RouteTableSm() = default;
+
+template <class Prefix>
+void RouteTableSm<Prefix>::listRoutesOfFecs() {
+  fecRouteListIs();
+  fecRouteListSmIs(routeStatus(), forwardingStatus(), fecRouteList_);
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::fecRouteListIs() {
+  fecRouteListSm_.reset();
+  fecRouteList_ = Mav::makeObject<FecRouteList>();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::fecRouteListSmIs(
+    Mav::Ptr<RouteStatus const> const& routeStatus,
+    Mav::Ptr<Pondo::Fib::ForwardingStatus const> const& forwardingStatus,
+    Mav::Ptr<FecRouteList> const& fecRouteList) {
+  fecRouteListSm_.reset();
+  if (!routeStatus) return;
+  fecRouteListSm_ = Mav::makeObject<FecRouteListSm>(routeStatus, forwardingStatus, fecRouteList);
+}
+
+template <class Prefix>
+Mav::Ptr<IpForwardMib> RouteTableSm<Prefix>::ipForwardMib() const {
+  return mavIpForwardMib_ ? mavIpForwardMib_->ipForwardMib() : nullptr;
+}
+template <class Prefix>
+auto RouteTableSm<Prefix>::routeStatus() const -> Mav::Ptr<RouteStatus const> {
+  return notifierOf(mavRouteStatus_);
+}
+template <class Prefix>
+Mav::Ptr<Pondo::Fib::ForwardingStatus const> RouteTableSm<Prefix>::forwardingStatus() const {
+  return notifierOf(mavForwardingStatus_);
+}
+template <class Prefix>
+Mav::Ptr<Mav::Clock const> RouteTableSm<Prefix>::clock() const {
+  return notifierOf(mavClock_);
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
+  mavIpForwardMib_.reset();
+  if (ipForwardMib) mavIpForwardMib_ = std::make_unique<MavIpForwardMib>(std::move(ipForwardMib));
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::routeStatusIs(Mav::Ptr<RouteStatus const> routeStatus) {
+  mavRouteStatus_.reset();
+  if (routeStatus) {
+    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
+  }
+  listRoutesOfFecs();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::forwardingStatusIs(
+    Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus) {
+  mavForwardingStatus_.reset();
+  if (forwardingStatus) {
+    mavForwardingStatus_ =
+        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
+  }
+  listRoutesOfFecs();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::clockIs(Mav::Ptr<Mav::Clock const> clock) {
+  double const timeMin = mavClock_ ? mavClock_->timeMin() : Mav::never;
+  mavClock_.reset();
+  if (!clock) return;
+  mavClock_ = std::make_unique<MavClock>(*this, std::move(clock));
+  mavClock_->timeMinIs(timeMin);
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::backlogIs(Prefix const& prefix, bool value) {
+  entry_.seek(prefix);
+  if (entry_ && entry_.key() == prefix) return;
+  entry_.insert(prefix, {value});
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::handleRoute() {
+  Blipmark::Timer const blip(texts_.sweep);
+  MAV_TRACE(agentTraceHandle(), 8, texts_.sweep << " initially");
+  if (auto const status = routeStatus()) {
+    status->forEachRoute([&](Prefix const& prefix, Pondo::Fib::Route const& /*route*/) {
+      MAV_TRACE_AS(agentTraceHandle(), 8, "handleRoute",
+                   texts_.sweep << " initially for " << prefix);
+      backlogIs(prefix, true);
+    });
+  }
+  doSetupBacklogTimer();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::handleRoute(Prefix const& prefix) {
+  Blipmark::Timer const blip(texts_.route);
+  MAV_TRACE(agentTraceHandle(), 8, texts_.route << " for " << prefix);
+  backlogIs(prefix, true);
+  doSetupBacklogTimer();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::handleFec(Pondo::Fib::FecId const& fecId) {
+  Blipmark::Timer const blip(texts_.fec);
+  MAV_TRACE(agentTraceHandle(), 8, texts_.fec << " for " << fecId);
+  auto const* const prefixes = fecRouteList_->routes(fecId);
+  if (!prefixes) return;
+  for (auto const& prefix : *prefixes) {
+    MAV_TRACE(agentTraceHandle(), 9, "adding " << prefix << " to backlog for " << fecId);
+    backlogIs(prefix, true);
+  }
+  doSetupBacklogTimer();
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::doSetupBacklogTimer() {
+  if (mavClock_ && mavClock_->timeMin() == Mav::never) mavClock_->timeMinIs(Mav::asap);
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::runPass() {
+  bool const done = workOff(Mav::now() + backlogQuantum_);
+  MAV_TRACE_AS(agentTraceHandle(), 2, "doProcessIpRouteBacklog",
+               "Backlog processing " << (done ? "done" : "yielding"));
+  if (mavClock_) mavClock_->timeMinIs(done ? Mav::never : Mav::asap);
+}
+
+template <class Prefix>
+bool RouteTableSm<Prefix>::workOff(double deadline) {
+  work_.seek(bookmark_);
+  for (;;) {
+    if (!work_) work_.seek({});
+    if (!work_) return true;
+    auto const prefix = work_.key();
+    if (Mav::now() > deadline) {
+      bookmark_ = prefix;
+      return false;
+    }
+    process(prefix);
+    work_.seek(prefix);
+    if (work_ && work_.key() == prefix) work_.erase();
+  }
+}
+
+template <class Prefix>
+std::optional<Pondo::Fib::Route> RouteTableSm<Prefix>::route(Prefix const& prefix) const {
+  return mavRouteStatus_ ? mavRouteStatus_->notifier()->route(prefix) : std::nullopt;
+}
+
+template <class Prefix>
+Pondo::Fib::Fec const* RouteTableSm<Prefix>::fec(Pondo::Fib::FecId const& fecId) const {
+  return mavForwardingStatus_ ? mavForwardingStatus_->notifier()->fec(fecId) : nullptr;
+}
+
+template class RouteTableSm<Dovel::Prefix>;
+template class RouteTableSm<Dovel::Ip6Prefix>;
+
+}  // namespace IpSnmp
