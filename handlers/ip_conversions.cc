@@ -15,6 +15,41 @@ std::int32_t asnInteger(int value, unsigned char* buffer, std::int32_t size) {
   return Snmp::SnmpConvert<int, Snmp::S32ToAsnIntegerF>(value, buffer, size);
 }
 
+/// IANAipRouteProtocol (IANA-RTPROTO-MIB). The protocol map is that of ipCidrRouteProto, which
+/// knows fewer.
+int inetProtocol(Routing::Fib::RouteType routeType) {
+  using namespace Routing::Fib;
+  constexpr int dhcp = 19;  // newer than IpRouteProtocol
+  switch (routeType) {
+    case routeTypeConnected:
+      return ipRouteProtocolLocal;
+    case routeTypeStatic:
+      return ipRouteProtocolNetmgmt;
+    case routeTypeRedirect:
+      return ipRouteProtocolIcmp;
+    case routeTypeRip:
+      return ipRouteProtocolRip;
+    case routeTypeIsIs:
+      return ipRouteProtocolIsIs;
+    case routeTypeOspf:
+    case routeTypeOspfInterArea:
+    case routeTypeOspfExternal1:
+    case routeTypeOspfExternal2:
+    case routeTypeOspfNssaExternal1:
+    case routeTypeOspfNssaExternal2:
+      return ipRouteProtocolOspf;
+    case routeTypeBgp:
+    case routeTypeInternalBgp:
+      return ipRouteProtocolBgp;
+    case routeTypeEigrp:
+      return ipRouteProtocolCiscoEigrp;
+    case routeTypeDhcp:
+      return dhcp;
+    default:
+      return ipRouteProtocolOther;
+  }
+}
+
 }  // namespace
 
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size) {
@@ -37,6 +72,11 @@ std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, uns
   if (protocol == 0) protocol = ipRouteProtocolOther;
   MAV_TRACE(snmpTraceHandle(), 6, "protoMap converted " << routeType << " to " << protocol);
   return asnInteger(protocol, buffer, size);
+}
+
+std::int32_t RouteTypeToInetProtocol(Routing::Fib::RouteType const& routeType,
+                                     unsigned char* buffer, std::int32_t size) {
+  return asnInteger(inetProtocol(routeType), buffer, size);
 }
 
 std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,

@@ -26,6 +26,10 @@ std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigne
 std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
                                    std::int32_t size);
 
+/// inetCidrRouteProto (RFC 4292), an IANAipRouteProtocol: other(1) where that has no number.
+std::int32_t RouteTypeToInetProtocol(Routing::Fib::RouteType const& routeType,
+                                     unsigned char* buffer, std::int32_t size);
+
 /// The RowPointer of ipAddressPrefix (RFC 4293): ipAddressPrefixOrigin in the prefix's row.
 /// Unlike the others, it writes nothing and returns 0 when the buffer is too small.
 /// RangeException "null ValidPtr" without an entry.

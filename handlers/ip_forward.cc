@@ -44,6 +44,7 @@ int handle_ipCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
   return Snmp::guarded(__func__, requests, [&] {
     auto const* const mib = static_cast<IpSnmp::IpForwardMib*>(scalarRegistration->my_reg_void);
     std::size_t const rows = mib ? mib->ipCidrRouteTables() : 0;
-    return IpSnmp::answerCidrRouteNumber(mib ? &rows : nullptr, request->mode, requests);
+    return IpSnmp::answerCidrRouteNumber(IpSnmp::ipCidrRouteNumber, mib ? &rows : nullptr,
+                                         request->mode, requests);
   });
 }

@@ -108,6 +108,9 @@ struct RouteMetricToAsnInteger : Own<IpSnmp::RouteMetricToAsnInteger, ASN_INTEGE
 struct RouteTypeToAsnInteger : Own<IpSnmp::RouteTypeToAsnInteger, ASN_INTEGER> {
   static constexpr char const* name = "RouteTypeToAsnInteger";
 };
+struct RouteTypeToInetProtocol : Own<IpSnmp::RouteTypeToInetProtocol, ASN_INTEGER> {
+  static constexpr char const* name = "RouteTypeToInetProtocol";
+};
 struct IpAddressPrefixEntryToAsnOid : Own<IpSnmp::IpAddressPrefixEntryToAsnOid, ASN_OBJECT_ID> {
   static constexpr char const* name = "IpAddressPrefixEntryToAsnOid";
 };

@@ -13,11 +13,9 @@ namespace {
 
 constexpr char const* token = "ovosnmpKeep";
 
-std::array<Snmp::ObjectRoot, 3> const& objects() {
-  static std::array<Snmp::ObjectRoot, 3> const all{{
+std::array<Snmp::ObjectRoot, 1> const& objects() {
+  static std::array<Snmp::ObjectRoot, 1> const all{{
       {"ipRouteTable", {1, 3, 6, 1, 2, 1, 4, 21}},
-      {"inetCidrRouteNumber", {1, 3, 6, 1, 2, 1, 4, 24, 6}},
-      {"inetCidrRouteTable", {1, 3, 6, 1, 2, 1, 4, 24, 7}},
   }};
   return all;
 }
@@ -35,8 +33,7 @@ void parse(char const* /*token*/, char const* line) noexcept {
     if (known) {
       kept().insert(name);
     } else {
-      netsnmp_config_error("%s: expected ipRouteTable, inetCidrRouteNumber or inetCidrRouteTable",
-                           token);
+      netsnmp_config_error("%s: expected ipRouteTable", token);
     }
   });
 }

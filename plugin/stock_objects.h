@@ -1,9 +1,9 @@
 #pragma once
-// The daemon's own objects that nobody shall serve although they are not this module's: each reads
-// every route of the kernel when a manager walks by, and the daemon is deaf meanwhile. An operator
-// keeps one by a line in snmpd.conf, behind the one that loads the module:
+// The daemon's own objects that nobody shall serve although they are not this module's:
+// ipRouteTable reads every route of the kernel when a manager walks by, and the daemon is deaf
+// meanwhile. An operator keeps it by a line in snmpd.conf, behind the one that loads the module:
 //
-//   ovosnmpKeep inetCidrRouteTable
+//   ovosnmpKeep ipRouteTable
 //
 // On snmpd's thread.
 

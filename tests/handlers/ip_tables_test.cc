@@ -207,6 +207,34 @@ TEST_F(IpTablesTest, ARouteIsReadAndNeverSet) {
   }
 }
 
+TEST_F(IpTablesTest, ARouteOfEitherFamilyIsReadAndNeverSet) {
+  writeRoute(0, 1);
+  IpSnmp::Inet6RouteHop const hop{Dovel::Ip6Addr("fe80::1"), 9, IpSnmp::inetCidrRouteTypeRemote,
+                                  Routing::Fib::routeTypeDhcp};
+  routes_->inetCidrRoutes().routesAre(Dovel::Ip6Prefix("fe80::/64%9"), {&hop, 1},
+                                      Routing::RouteMetric(1024));
+  EXPECT_EQ(ask(MODE_GET, ip({24, 6, 0})).value, 2);
+  auto const of4 = [](oid column) {
+    return ip({24, 7, 1, column, 1, 4, 10, 0, 0, 0, 24, 2, 0, 0, 1, 4, 192, 0, 2, 1});
+  };
+  auto const of6 = [](oid column) {
+    return ip({24, 7, 1, column, 4, 20, 254, 128, 0,  0, 0, 0, 0, 0,  0,   0,   0, 0,
+               0,  0, 0, 0,      0, 0,  0,   9,   64, 2, 0, 0, 4, 20, 254, 128, 0, 0,
+               0,  0, 0, 0,      0, 0,  0,   0,   0,  0, 0, 1, 0, 0,  0,   9});
+  };
+  std::vector<long> values4, values6;
+  for (oid column = 7; column <= 17; ++column) {
+    Testing::Traces const traces(2);  // the functions that the iterator would call, too
+    values4.push_back(ask(MODE_GET, of4(column)).value.value_or(-99));
+    values6.push_back(ask(MODE_GETNEXT, of4(column)).value.value_or(-99));
+    EXPECT_EQ(ask(MODE_GETNEXT, of4(column)).name, of6(column));
+    EXPECT_EQ(traces.count("hintMatched=1"), 3U);
+    EXPECT_EQ(ask(MODE_SET_RESERVE1, of6(column)).error, SNMP_ERR_NOTWRITABLE);
+  }
+  EXPECT_THAT(values4, ElementsAre(3, 4, 13, 0, 0, 0, -1, -1, -1, -1, 1));
+  EXPECT_THAT(values6, ElementsAre(9, 4, 19, 0, 0, 1024, -1, -1, -1, -1, 1));
+}
+
 TEST_F(IpTablesTest, ARoutesAddressesAreIpAddressesInItsIndex) {
   writeRoute(0, 1);
   netsnmp_iterator_info info{};

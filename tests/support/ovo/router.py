@@ -7,7 +7,7 @@ import shutil
 import subprocess
 import tempfile
 
-from ovo import neighbours, routes
+from ovo import inet_routes, neighbours, routes
 from ovo.addresses import expected
 from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
@@ -131,6 +131,16 @@ class Router:
         return routes.expected(tell("-details", *what), tell("nexthop"),
                                {link["ifname"]: link["ifindex"] for link in tell("link")})
 
+    def kernel_inet_routes(self):
+        """The rows of both families that the kernel's routes make, by index."""
+        def tell(*arguments):
+            return json.loads(self.space.run("ip", "-json", *arguments, timeout=120) or "[]")
+
+        return inet_routes.expected(
+            tell("-details", "-4", "route", "show", "table", "main"),
+            tell("-details", "-6", "route", "show", "table", "main"), tell("nexthop"),
+            {link["ifname"]: link["ifindex"] for link in tell("link")})
+
     # The publisher.
     def publish(self, *options, user=None, wait=True):
         """Starts kelbased; waits until the tables are there."""
@@ -246,6 +256,23 @@ class Router:
             return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found)
+        return rows
+
+    def inet_routes_agree(self, agent, within=2.0):
+        """The same of inetCidrRouteTable, whatever ages it tells."""
+        rows, found = {}, []
+
+        def none():
+            try:
+                rows.clear()
+                rows.update(self.kernel_inet_routes())
+            except KeyError as object:
+                found[:] = [f"nexthop object {object} went between the listings"]
+                return False
+            found[:] = inet_routes.differences(agent.client, rows)
+            return agent.ours() and not found
+
+        assert eventually(none, within), "\n".join(found[:40])
         return rows
 
     def neighbours_agree(self, agent, within=1.0):
