@@ -56,7 +56,8 @@ constexpr char const* showExamples =
     "  kelbasectl show                                 which tables there are\n"
     "  kelbasectl show forwarding -j\n"
     "  kelbasectl show routes --to 192.0.2.7           the route that packets there take\n"
-    "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones";
+    "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones\n"
+    "  kelbasectl show routes --to fe80::1%3           of the link with ifIndex 3";
 
 constexpr char const* loadExamples =
     "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4\n"
@@ -73,12 +74,12 @@ constexpr char const* loadExamples =
 
 constexpr std::array<std::string_view, 5> commandNames{"check", "help", "load", "show", "status"};
 
-/// Says why a text is none.
-template <class Value>
-CLI::Validator parsesAs() {
-  return {[](std::string const& text) -> std::string {
+/// Says why a text asks for nothing.
+CLI::Validator asks(void (RouteQuestion::*take)(std::string_view)) {
+  return {[take](std::string const& text) -> std::string {
             try {
-              Value const value{std::string_view(text)};
+              RouteQuestion question;
+              (question.*take)(text);
               return {};
             } catch (Mav::RangeException const& e) {
               return e.what();
@@ -149,10 +150,10 @@ class CommandLine {
                              .add_option("--within", within_,
                                          "Of routes: that of this prefix and more specific ones")
                              ->type_name("PREFIX")
-                             ->check(parsesAs<Dovel::Prefix>());
+                             ->check(asks(&RouteQuestion::withinIs));
     added.add_option("--to", to_, "Of routes: the one that packets to this address take")
         ->type_name("ADDRESS")
-        ->check(parsesAs<Dovel::IpAddr>())
+        ->check(asks(&RouteQuestion::toIs))
         ->excludes(within);
     added.parse_complete_callback([this] {
       if ((within_.empty() && to_.empty()) || table_ == "routes") return;
@@ -162,8 +163,8 @@ class CommandLine {
 
   RouteQuestion routeQuestion() const {
     RouteQuestion question;
-    if (!within_.empty()) question.within.emplace(std::string_view(within_));
-    if (!to_.empty()) question.to.emplace(std::string_view(to_));
+    if (!within_.empty()) question.withinIs(within_);
+    if (!to_.empty()) question.toIs(to_);
     return question;
   }
 

@@ -226,6 +226,12 @@ std::vector<std::string_view> Fields::names(std::string_view name) const {
   return texts;
 }
 
+Fields Fields::object(std::string_view name) const {
+  Node const& node = required(name);
+  if (node.type != Node::Type::object) failExpected(name, "an object");
+  return {node, file_};
+}
+
 std::vector<Fields> Fields::objects(std::string_view name) const {
   constexpr std::string_view expected = "an array of objects";
   Node const& node = required(name);

@@ -46,6 +46,8 @@ class Fields {
   std::int64_t wholeNumber(std::string_view name, std::int64_t min, std::int64_t max) const;
   bool boolean(std::string_view name) const;
   std::vector<std::string_view> names(std::string_view name) const;
+  /// An object.
+  Fields object(std::string_view name) const;
   /// An array of objects.
   std::vector<Fields> objects(std::string_view name) const;
   /// True only where the member is there and true.

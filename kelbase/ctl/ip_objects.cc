@@ -84,15 +84,20 @@ std::optional<Dovel::EthAddr> ethAddrOf(Fields const& fields) {
   }
 }
 
-Dovel::Prefix destination(Fields const& fields) {
-  constexpr std::string_view expected = R"(an IPv4 prefix or "default")";
+template <class Ip>
+typename Ip::Destination destination(Fields const& fields) {
+  constexpr std::string_view expected = Ip::version == IpVersion::v4
+                                            ? R"(an IPv4 prefix or "default")"
+                                            : R"(an IPv6 prefix or "default")";
   std::string const& text = fields.text("dst", expected);
   if (text == "default") return {};
   try {
-    return Dovel::Prefix(text.find('/') == text.npos ? text + "/32" : text);
+    typename Ip::Destination const result(
+        text.find('/') == text.npos ? fmt::format("{}/{}", text, unsigned{Ip::Addr::bits}) : text);
+    if (result.subnet() == result.address()) return result;
   } catch (Mav::RangeException const&) {
-    fields.failExpected("dst", expected);
   }
+  fields.failExpected("dst", expected);
 }
 
 /// Other names are of /etc/iproute2, and those of nobody that is known.
@@ -140,11 +145,21 @@ std::uint32_t objectId(Fields const& fields, std::string_view name) {
 
 bool hasHop(Fields const& fields) { return fields.has("gateway") || fields.has("dev"); }
 
-/// An IPv6 gateway leaves its link alone: an IPv4 row has no place for it.
+void readGateway(Fields const& fields, std::string_view name, NextHop& hop) {
+  if (isIp6Text(fields.text(name, "an address"))) {
+    hop.nextHop6 = address<Dovel::Ip6Addr>(fields, name);
+  } else {
+    hop.nextHop = address<Dovel::IpAddr>(fields, name);
+  }
+}
+
+/// A neighbour of another family than the route's is "via": it may be of none that is IP.
 NextHop readHop(Fields const& fields, LinkNames& links) {
   NextHop hop;
-  if (fields.has("gateway") && !isIp6Text(fields.text("gateway", "an address"))) {
-    hop.nextHop = address<Dovel::IpAddr>(fields, "gateway");
+  if (fields.has("gateway")) readGateway(fields, "gateway", hop);
+  if (fields.has("via")) {
+    auto const via = fields.object("via");
+    if (via.text("family", "the name of a family") == "inet6") readGateway(via, "host", hop);
   }
   if (fields.has("dev")) hop.ifIndex = links.numberOf(fields, "dev");
   return hop;
@@ -155,7 +170,8 @@ bool isDead(Fields const& fields) {
   return fields.has("flags") && has(fields.names("flags"), "dead");
 }
 
-void addHop(Fields const& fields, LinkNames& links, ListedRoute& route) {
+template <class Ip>
+void addHop(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   auto const hop = readHop(fields, links);
   if (route.object == 0 && isDead(fields)) {
     route.deadLinks.push_back(hop.ifIndex);
@@ -164,10 +180,12 @@ void addHop(Fields const& fields, LinkNames& links, ListedRoute& route) {
   }
 }
 
-void readHops(Fields const& fields, LinkNames& links, ListedRoute& route) {
+template <class Ip>
+void readHops(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   if (fields.has("nhid")) route.object = objectId(fields, "nhid");
-  // A blackhole's routes are listed over lo.
-  if (route.object != 0 && route.kind != RouteKind::unicast) return;
+  // A blackhole's routes are listed over lo, and those of IPv6 that do not forward.
+  bool const mayHaveHops = route.object == 0 && Ip::version == IpVersion::v4;
+  if (!mayHaveHops && route.kind != RouteKind::unicast) return;
   if (fields.has("nexthops")) {
     for (Fields const& hop : fields.objects("nexthops")) {
       if (!hasHop(hop)) hop.fail("dev", "missing, and no gateway either");
@@ -262,12 +280,17 @@ std::optional<Neighbour4> readNeighbour(Fields const& fields, LinkNames& links) 
                     .isResolved = true};
 }
 
-std::optional<ListedRoute> readRoute(Fields const& fields, LinkNames& links) {
-  // `ip -6 route` tells a preference (RFC 4191) with each route; its "default" has no other mark.
-  if (fields.has("pref") || isIp6Text(fields.text("dst", "a prefix"))) return std::nullopt;
-  if (!isOfMainTable(fields)) return std::nullopt;
-  ListedRoute route;
-  route.prefix = destination(fields);
+/// `ip -6 route` tells a preference (RFC 4191) with each route; its "default" has no other mark.
+IpVersion versionOfRoute(Fields const& fields) {
+  bool const isIp6 = fields.has("pref") || isIp6Text(fields.text("dst", "a prefix"));
+  return isIp6 ? IpVersion::v6 : IpVersion::v4;
+}
+
+template <class Ip>
+std::optional<ListedRoute<Ip>> readRoute(Fields const& fields, LinkNames& links) {
+  if (!isOfMainTable(fields) || fields.has("from")) return std::nullopt;
+  ListedRoute<Ip> route;
+  route.prefix = destination<Ip>(fields);
   route.kind = kindOf(fields);
   route.protocol = protocolOf(fields);
   route.tos = tosOf(fields);
@@ -275,8 +298,15 @@ std::optional<ListedRoute> readRoute(Fields const& fields, LinkNames& links) {
     route.metric = static_cast<std::uint32_t>(fields.wholeNumber("metric", 0, idMax));
   }
   readHops(fields, links, route);
+  // In whole seconds of either sign.
+  if (fields.has("expires") && fields.wholeNumber("expires", -idMax, idMax) < 0) {
+    route.kind = RouteKind::dead;
+  }
   return route;
 }
+
+template std::optional<ListedRoute<Ip4>> readRoute(Fields const& fields, LinkNames& links);
+template std::optional<ListedRoute<Ip6>> readRoute(Fields const& fields, LinkNames& links);
 
 ListedNexthop readNexthop(Fields const& fields, LinkNames& links) {
   ListedNexthop nexthop;

@@ -47,9 +47,12 @@ Address6 readAddress6(std::int32_t link, Fields const& fields);
 /// Nothing for one of IPv6, or whose Ethernet address is not known.
 std::optional<Neighbour4> readNeighbour(Fields const& fields, LinkNames& links);
 
-/// Nothing for a route of IPv6 or of another table than main. Of a route over a nexthop object,
-/// `hops` is what it says of the object's content.
-std::optional<ListedRoute> readRoute(Fields const& fields, LinkNames& links);
+/// Of which version of IP a route is.
+IpVersion versionOfRoute(Fields const& fields);
+/// Nothing for a route of another table than main, or for packets from some sources alone. Of a
+/// route over a nexthop object, `hops` is what it says of the object's content.
+template <class Ip>
+std::optional<ListedRoute<Ip>> readRoute(Fields const& fields, LinkNames& links);
 
 ListedNexthop readNexthop(Fields const& fields, LinkNames& links);
 

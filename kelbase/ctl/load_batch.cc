@@ -160,17 +160,23 @@ bool LoadBatch::takeNeighbour(Fields const& fields) {
 }
 
 bool LoadBatch::takeRoute(Fields const& fields) {
-  auto const told = readRoute(fields, linkNames_);
+  return versionOfRoute(fields) == IpVersion::v4 ? takeRoute(fields, routes4_)
+                                                 : takeRoute(fields, routes6_);
+}
+
+template <class Ip>
+bool LoadBatch::takeRoute(Fields const& fields, std::vector<Route<Ip>>& routes) {
+  auto const told = readRoute<Ip>(fields, linkNames_);
   if (!told) return parts_.routes;
   parts_.routes = true;
-  Route const route{.prefix = told->prefix,
-                    .metric = told->metric,
-                    .object = told->object,
-                    .tos = told->tos,
-                    .protocol = told->protocol,
-                    .kind = told->kind,
-                    .hops = &*sharedHops_.insert(told->hops).first};
-  routes_.push_back(route);
+  Route<Ip> const route{.prefix = told->prefix,
+                        .metric = told->metric,
+                        .object = told->object,
+                        .tos = told->tos,
+                        .protocol = told->protocol,
+                        .kind = told->kind,
+                        .hops = &*sharedHops_.insert(told->hops).first};
+  routes.push_back(route);
   if (route.object != 0 && route.hops->empty() && route.kind == RouteKind::unicast) {
     untold_.try_emplace(route.object, fields.place("nhid"));
   }
@@ -222,9 +228,10 @@ LoadBatch::Hops LoadBatch::resolved(Hops hops) const {
   return hops;
 }
 
-void LoadBatch::finishRoutes() {
-  ListedRoute listed;
-  for (Route const& route : std::exchange(routes_, {})) {
+template <class Ip>
+void LoadBatch::finishRoutes(std::vector<Route<Ip>> const& told, Routes<Ip>& routes) {
+  ListedRoute<Ip> listed;
+  for (auto const& route : told) {
     listed.prefix = route.prefix;
     listed.metric = route.metric;
     listed.tos = route.tos;
@@ -232,7 +239,7 @@ void LoadBatch::finishRoutes() {
     listed.kind = route.kind;
     listed.object = kernel_.nexthops.isKnown(route.object) ? route.object : 0;
     listed.hops = listed.object == 0 ? resolved(*route.hops) : Hops();
-    kernel_.routes.is(listed, Routes::Rank::listed);
+    routes.is(listed, RouteRank::listed);
   }
 }
 
@@ -248,7 +255,8 @@ void LoadBatch::finish() {
     nexthop.told.hop = resolved({nexthop.told.hop}).front();
     kernel_.nexthops.is(nexthop.told);
   }
-  finishRoutes();
+  finishRoutes(std::exchange(routes4_, {}), kernel_.routes4);
+  finishRoutes(std::exchange(routes6_, {}), kernel_.routes6);
 }
 
 }  // namespace Kelbase::Ctl

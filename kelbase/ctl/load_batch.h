@@ -55,8 +55,9 @@ class LoadBatch {
   using Hops = std::vector<NextHop>;
   using SharedHops = std::unordered_set<Hops, absl::Hash<Hops>>;
   /// A ListedRoute that shares its next hops: there may be a million.
+  template <class Ip>
   struct Route {
-    Dovel::Prefix prefix;
+    typename Ip::Destination prefix;
     std::uint32_t metric = 0;
     std::uint32_t object = 0;
     std::uint8_t tos = 0;
@@ -79,6 +80,8 @@ class LoadBatch {
   bool takeNetconf(Fields const& fields);
   bool takeNeighbour(Fields const& fields);
   bool takeRoute(Fields const& fields);
+  template <class Ip>
+  bool takeRoute(Fields const& fields, std::vector<Route<Ip>>& routes);
   bool takeNexthop(Fields const& fields);
   Link addLink(Fields const& fields);
   template <class Objects, class Object>
@@ -86,7 +89,8 @@ class LoadBatch {
 
   void checkForwarding() const;
   void checkNexthops() const;
-  void finishRoutes();
+  template <class Ip>
+  void finishRoutes(std::vector<Route<Ip>> const& told, Routes<Ip>& routes);
   Hops resolved(Hops hops) const;
 
   Kernel& kernel_;
@@ -100,7 +104,8 @@ class LoadBatch {
   std::map<std::uint32_t, Nexthop> nexthops_;
   std::map<std::uint32_t, std::string> untold_;  // objects of which a route says nothing itself
   SharedHops sharedHops_;
-  std::vector<Route> routes_;
+  std::vector<Route<Ip4>> routes4_;
+  std::vector<Route<Ip6>> routes6_;
   std::vector<std::int32_t> indexes_;  // of links, by number
 };
 

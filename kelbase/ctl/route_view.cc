@@ -1,5 +1,6 @@
 #include "kelbase/ctl/route_view.h"
 
+#include <algorithm>
 #include <cctype>
 
 #include <absl/container/flat_hash_map.h>
@@ -10,6 +11,7 @@ namespace Kelbase::Ctl {
 namespace {
 
 using Pondo::FecTable;
+using Pondo::Route6Table;
 using Pondo::RouteTable;
 using Pondo::Fib::FecId;
 using Pondo::Fib::Route;
@@ -23,12 +25,20 @@ std::string typeText(Routing::Fib::RouteType type) {
   return text;
 }
 
+std::string addressText(Pondo::Fib::Via const& via) {
+  if (!via.nextHop6.isUnspecified()) return via.nextHop6.stringValue();
+  return via.nextHop.isUnspecified() ? std::string() : via.nextHop.stringValue();
+}
+
 ShownHops hopsOf(Pondo::Fib::Fec const& fec) {
   ShownHops hops;
   hops.reserve(fec.vias.size());
   for (auto const& via : fec.vias) {
-    hops.push_back({via.nextHop.isUnspecified() ? std::string() : via.nextHop.stringValue(),
-                    via.intfId.stringValue()});
+    hops.push_back({.nextHop = addressText(via),
+                    .interface = via.intfId.stringValue(),
+                    .type = via.routeType == Routing::Fib::routeTypeUnknown
+                                ? std::string()
+                                : typeText(via.routeType)});
   }
   return hops;
 }
@@ -39,7 +49,8 @@ class RouteRows {
   RouteRows(Pondo::Snapshot const& snapshot, std::vector<Row>& rows)
       : snapshot_(snapshot), rows_(rows) {}
 
-  void add(Dovel::Prefix const& prefix, Route const& route) {
+  template <class Prefix>
+  void add(Prefix const& prefix, Route const& route) {
     rows_.push_back({prefix.stringValue(), typeText(route.routeType),
                      std::int64_t{route.metric.value()}, std::int64_t{route.preference.value()},
                      FecNumber{route.fecId.value()}, hops(route.fecId)});
@@ -59,15 +70,88 @@ class RouteRows {
   absl::flat_hash_map<FecId, ShownHops> known_;
 };
 
-bool isWithin(Dovel::IpAddr const& address, Dovel::Prefix const& prefix) {
-  return address.masked(prefix.length()) == prefix.address();
+bool isWithin(Dovel::Prefix const& prefix, Dovel::Prefix const& whole) {
+  return prefix.length() >= whole.length() &&
+         prefix.address().masked(whole.length()) == whole.address();
 }
+
+bool isWithin(Dovel::Ip6Prefix const& prefix, Dovel::Ip6Prefix const& whole) {
+  return prefix.length() >= whole.length() &&
+         prefix.address().masked(whole.length()) == whole.address() &&
+         (whole.zone() == 0 || prefix.zone() == whole.zone());
+}
+
+/// Whether prefixes within `whole` may follow `prefix`, which is none, in the table's order. Those
+/// of links come last, and are within few.
+bool mayFollow(Dovel::Prefix const& /*prefix*/, Dovel::Prefix const& /*whole*/) { return false; }
+bool mayFollow(Dovel::Ip6Prefix const& prefix, Dovel::Ip6Prefix const& whole) {
+  return whole.zone() != 0 ? prefix.address() == whole.address() && prefix.zone() == whole.zone()
+                           : prefix.zone() == 0;
+}
+
+template <class Table>
+std::optional<std::string> readWithin(Pondo::Snapshot const& snapshot,
+                                      typename Table::Key const& whole, std::string_view from,
+                                      std::vector<Row>& rows) {
+  // No prefix that is within stands before it.
+  std::string const first = Pondo::encodeKey<Table>(whole);
+  RouteRows routes(snapshot, rows);
+  auto next = snapshot.scan<Table>(from.empty() ? std::string_view(first) : from, Pondo::sliceMax,
+                                   [&](auto const& prefix, auto const& route) {
+                                     if (isWithin(prefix, whole)) routes.add(prefix, route);
+                                   });
+  if (!next) return next;
+  auto const key = Pondo::decodeKey<Table>(*next);
+  if (key && !isWithin(*key, whole) && !mayFollow(*key, whole)) return std::nullopt;
+  return next;
+}
+
+Dovel::Prefix prefixOf(Dovel::IpAddr const& address, unsigned length) {
+  return {address.masked(length), length};
+}
+
+Dovel::Ip6Prefix prefixOf(Dovel::Ip6Prefix const& host, unsigned length) {
+  auto const address = host.address().masked(length);
+  return {address, length, Dovel::Ip6Prefix::isZoned(address, length) ? host.zone() : 0};
+}
+
+/// The route of the longest prefix. No row when there is none.
+template <class Table, class Host>
+void readTo(Pondo::Snapshot const& snapshot, Host const& host, unsigned bits,
+            std::vector<Row>& rows) {
+  for (unsigned shorter = 0; shorter <= bits; ++shorter) {
+    auto const prefix = prefixOf(host, bits - shorter);
+    if (auto const route = snapshot.get<Table>(prefix)) {
+      return RouteRows(snapshot, rows).add(prefix, *route);
+    }
+  }
+}
+
+bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
 
 }  // namespace
 
+void RouteQuestion::withinIs(std::string_view prefix) {
+  isIp6Text(prefix) ? void(within6.emplace(prefix)) : void(within4.emplace(prefix));
+}
+
+void RouteQuestion::toIs(std::string_view address) {
+  if (!isIp6Text(address)) return void(to4.emplace(address));
+  auto const zone = std::min(address.find('%'), address.size());
+  to6.emplace(std::string(address.substr(0, zone)) + "/128" + std::string(address.substr(zone)));
+}
+
+std::string RouteQuestion::text() const {
+  if (to4) return "route to " + to4->stringValue();
+  if (to6) return "route to " + to6->address().stringValue();
+  return "route within " + (within4 ? within4->stringValue() : within6->stringValue());
+}
+
 std::optional<std::string> readRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
                                       std::vector<Row>& rows) {
-  return readRoutesWithin(snapshot, Dovel::Prefix(), from, rows);
+  return sliceOfTwo(
+      from, [&](auto key) { return readWithin<RouteTable>(snapshot, Dovel::Prefix(), key, rows); },
+      [&](auto key) { return readWithin<Route6Table>(snapshot, Dovel::Ip6Prefix(), key, rows); });
 }
 
 std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string_view from,
@@ -79,34 +163,14 @@ std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string
       });
 }
 
-std::optional<std::string> readRoutesWithin(Pondo::Snapshot const& snapshot,
-                                            Dovel::Prefix const& prefix, std::string_view from,
-                                            std::vector<Row>& rows) {
-  // No shorter prefix of the same address stands at or behind it.
-  std::string const first = Pondo::encodeKey<RouteTable>(prefix);
-  RouteRows routes(snapshot, rows);
-  auto next = snapshot.scan<RouteTable>(from.empty() ? std::string_view(first) : from,
-                                        Pondo::sliceMax, [&](auto const& key, auto const& route) {
-                                          if (isWithin(key.address(), prefix)) {
-                                            routes.add(key, route);
-                                          }
-                                        });
-  if (!next) return next;
-  auto const key = Pondo::decodeKey<RouteTable>(*next);
-  if (key && !isWithin(key->address(), prefix)) return std::nullopt;
-  return next;
-}
-
-void readRouteTo(Pondo::Snapshot const& snapshot, Dovel::IpAddr const& address,
-                 std::vector<Row>& rows) {
-  for (unsigned shorter = 0; shorter <= Dovel::IpAddr::bits; ++shorter) {
-    unsigned const length = Dovel::IpAddr::bits - shorter;
-    Dovel::Prefix const prefix(address.masked(length), length);
-    if (auto const route = snapshot.get<RouteTable>(prefix)) {
-      RouteRows(snapshot, rows).add(prefix, *route);
-      return;
-    }
-  }
+std::optional<std::string> readRoutesAsked(Pondo::Snapshot const& snapshot,
+                                           RouteQuestion const& question, std::string_view from,
+                                           std::vector<Row>& rows) {
+  if (question.within4) return readWithin<RouteTable>(snapshot, *question.within4, from, rows);
+  if (question.within6) return readWithin<Route6Table>(snapshot, *question.within6, from, rows);
+  if (question.to4) readTo<RouteTable>(snapshot, *question.to4, Dovel::IpAddr::bits, rows);
+  if (question.to6) readTo<Route6Table>(snapshot, *question.to6, Dovel::Ip6Addr::bits, rows);
+  return std::nullopt;
 }
 
 }  // namespace Kelbase::Ctl

@@ -1,6 +1,6 @@
 #pragma once
 // Routes and fecs as an operator sees them: a route with its next hops, all routes or those that a
-// question is about. Slices as in ctl_table_view.h.
+// question is about. Slices as in table_view.h. Those of IPv4 come first.
 
 #include <array>
 #include <optional>
@@ -28,17 +28,30 @@ inline constexpr std::array<Column, 3> fecColumns{{
     {"NEXT HOPS", "nextHops"},
 }};
 
+/// What routes are to be shown: at most one of the four.
+struct RouteQuestion {
+  std::optional<Dovel::Prefix> within4;  // the route of this prefix and more specific ones
+  std::optional<Dovel::Ip6Prefix> within6;
+  std::optional<Dovel::IpAddr> to4;     // the route that packets to this address take
+  std::optional<Dovel::Ip6Prefix> to6;  // with 128 bits
+
+  bool isAsked() const { return within4 || within6 || to4 || to6; }
+  /// "route to 192.0.2.7"
+  std::string text() const;
+
+  /// Take the words of a command line; Mav::RangeException.
+  void withinIs(std::string_view prefix);
+  void toIs(std::string_view address);
+};
+
 std::optional<std::string> readRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
                                       std::vector<Row>& rows);
 std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string_view from,
                                     std::vector<Row>& rows);
 
-/// The route of `prefix` and those that are more specific.
-std::optional<std::string> readRoutesWithin(Pondo::Snapshot const& snapshot,
-                                            Dovel::Prefix const& prefix, std::string_view from,
-                                            std::vector<Row>& rows);
-/// The route that packets to `address` take: that of the longest prefix. No row when none is.
-void readRouteTo(Pondo::Snapshot const& snapshot, Dovel::IpAddr const& address,
-                 std::vector<Row>& rows);
+/// What answers the question.
+std::optional<std::string> readRoutesAsked(Pondo::Snapshot const& snapshot,
+                                           RouteQuestion const& question, std::string_view from,
+                                           std::vector<Row>& rows);
 
 }  // namespace Kelbase::Ctl

@@ -13,9 +13,11 @@ namespace Kelbase::Ctl {
 namespace {
 
 std::string hopText(ShownHop const& hop) {
-  if (hop.nextHop.empty()) return "dev " + hop.interface;
-  if (hop.interface.empty()) return "via " + hop.nextHop;
-  return fmt::format("via {} dev {}", hop.nextHop, hop.interface);
+  std::string text;
+  if (!hop.nextHop.empty()) text += " via " + hop.nextHop;
+  if (!hop.interface.empty()) text += " dev " + hop.interface;
+  if (!hop.type.empty()) text += " " + hop.type;
+  return text.substr(1);
 }
 
 std::string hopsText(ShownHops const& hops, std::size_t most) {
@@ -38,6 +40,7 @@ nlohmann::ordered_json hopsJson(ShownHops const& hops) {
   auto array = nlohmann::ordered_json::array();
   for (ShownHop const& hop : hops) {
     array.push_back({{"nextHop", hop.nextHop}, {"interface", hop.interface}});
+    if (!hop.type.empty()) array.back()["type"] = hop.type;
   }
   return array;
 }

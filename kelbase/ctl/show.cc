@@ -5,31 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "kelbase/ctl/route_view.h"
 #include "kelbase/ctl/row_output.h"
 #include "platform/pondo/environment/reader.h"
 
 namespace Kelbase::Ctl {
 namespace {
-
-std::optional<std::string> readSlice(TableView const& view, RouteQuestion const& question,
-                                     Pondo::Snapshot const& snapshot, std::string_view from,
-                                     std::vector<Row>& rows) {
-  if (question.within) return readRoutesWithin(snapshot, *question.within, from, rows);
-  if (!question.to) return view.readSlice(snapshot, from, rows);
-  readRouteTo(snapshot, *question.to, rows);
-  return std::nullopt;
-}
-
-/// What was asked for, when nothing answers it.
-int reportNone(Context const& context, RouteQuestion const& question) {
-  if (question.to) {
-    context.err << "kelbasectl: no route to " << question.to->stringValue() << '\n';
-  } else {
-    context.err << "kelbasectl: no route within " << question.within->stringValue() << '\n';
-  }
-  return exitError;
-}
 
 constexpr std::array<Column, 2> listColumns{{{"TABLE", "name"}, {"HOLDS", "holds"}}};
 
@@ -57,7 +37,8 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
   std::optional<std::string> from = "";
   while (from) {
     rows.clear();
-    from = readSlice(view, question, reader.snapshot(), *from, rows);
+    from = question.isAsked() ? readRoutesAsked(reader.snapshot(), question, *from, rows)
+                              : view.readSlice(reader.snapshot(), *from, rows);
     shown = shown || !rows.empty();
     output->write(rows);
   }
@@ -67,8 +48,9 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
                 << (reader.malformed() == 1 ? " record" : " records")
                 << " not well-formed, left out\n";
   }
-  if (!shown && (question.within || question.to)) return reportNone(context, question);
-  return exitOk;
+  if (shown || !question.isAsked()) return exitOk;
+  context.err << "kelbasectl: no " << question.text() << '\n';
+  return exitError;
 }
 
 }  // namespace Kelbase::Ctl

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 #include <initializer_list>
 #include <utility>
 
@@ -145,32 +144,25 @@ std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::stri
       });
 }
 
-/// A slice of two tables that are shown as one: `from` has the table's number before the key.
-template <class Slice>
-std::optional<std::string> sliceOfTwo(std::string_view from, Slice const& first,
-                                      Slice const& second) {
-  bool const inSecond = from.starts_with('2');
-  auto const key = from.empty() ? from : from.substr(1);
-  auto next = inSecond ? second(key) : first(key);
-  if (next) return (inSecond ? '2' : '1') + *next;
-  if (inSecond) return std::nullopt;
-  return "2";
-}
-
-using SliceOf = std::function<std::optional<std::string>(std::string_view)>;
-
 std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
                                          std::vector<Row>& rows) {
-  return sliceOfTwo<SliceOf>(
+  return sliceOfTwo(
       from, [&](auto key) { return readSlice<Address4, address4Fields>(snapshot, key, rows); },
       [&](auto key) { return readSlice<Address6, address6Fields>(snapshot, key, rows); });
 }
 
 std::optional<std::string> countAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
                                           Counts& counts) {
-  return sliceOfTwo<SliceOf>(
+  return sliceOfTwo(
       from, [&](auto key) { return countSlice<Address4>(snapshot, key, counts); },
       [&](auto key) { return countSlice<Address6>(snapshot, key, counts); });
+}
+
+std::optional<std::string> countRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
+                                       Counts& counts) {
+  return sliceOfTwo(
+      from, [&](auto key) { return countSlice<Pondo::RouteTable>(snapshot, key, counts); },
+      [&](auto key) { return countSlice<Pondo::Route6Table>(snapshot, key, counts); });
 }
 
 template <class Table, auto const& fields>
@@ -189,8 +181,8 @@ constexpr std::array views{
     view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
     view<Neighbour, neighbourFields>("neighbours", neighbourColumns,
                                      "the IPv4 neighbours whose link address is known"),
-    TableView{"routes", "the IPv4 routes of the main table, one a prefix", routeColumns,
-              &readRoutes, &countSlice<Pondo::RouteTable>},
+    TableView{"routes", "the IPv4 and IPv6 routes of the main table, one a prefix", routeColumns,
+              &readRoutes, &countRoutes},
 };
 
 }  // namespace

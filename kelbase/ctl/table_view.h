@@ -24,6 +24,7 @@ namespace Kelbase::Ctl {
 struct ShownHop {
   std::string nextHop;
   std::string interface;
+  std::string type = {};  // of its route, where that is not that of the others
 };
 using ShownHops = std::vector<ShownHop>;
 
@@ -59,6 +60,18 @@ struct TableView {
   std::optional<std::string> (*countSlice)(Pondo::Snapshot const&, std::string_view from,
                                            Counts& counts);
 };
+
+/// A slice of two tables that are shown as one: `from` has the table's number before the key.
+template <class First, class Second>
+std::optional<std::string> sliceOfTwo(std::string_view from, First const& first,
+                                      Second const& second) {
+  bool const inSecond = from.starts_with('2');
+  auto const key = from.empty() ? from : from.substr(1);
+  auto next = inSecond ? second(key) : first(key);
+  if (next) return (inSecond ? '2' : '1') + *next;
+  if (inSecond) return std::nullopt;
+  return "2";
+}
 
 /// All of them, by name.
 std::span<TableView const> tableViews();

@@ -4,7 +4,9 @@
 #include <compare>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
+#include "kelbase/model/family.h"
 #include "kelbase/model/on_links.h"
 #include "platform/dovel/intf_id.h"
 #include "platform/dovel/ip6_addr.h"
@@ -60,5 +62,9 @@ struct Address6 {
 
 using Addresses4 = OnLinks<Address4>;
 using Addresses6 = OnLinks<Address6>;
+
+/// Address4 of Ip4, Address6 of Ip6.
+template <class Ip>
+using AddressOf = std::conditional_t<Ip::version == IpVersion::v4, Address4, Address6>;
 
 }  // namespace Kelbase

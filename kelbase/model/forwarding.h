@@ -8,11 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "kelbase/model/family.h"
 #include "kelbase/model/marked.h"
 
 namespace Kelbase {
-
-enum class IpVersion : std::uint8_t { v4 = 4, v6 = 6 };
 
 struct ForwardingFlag {
   IpVersion version = IpVersion::v4;

@@ -22,7 +22,8 @@ struct Kernel {
   Neighbours4 neighbours4{links};
   Nexthops nexthops;
   NextHopSets nextHopSets{links, nexthops};
-  Routes routes{links, addresses4, nexthops, nextHopSets};
+  Routes4 routes4{links, addresses4, nexthops, nextHopSets};
+  Routes6 routes6{links, addresses6, nexthops, nextHopSets};
 };
 
 }  // namespace Kelbase

@@ -40,14 +40,19 @@ NextHopSets::Handle NextHopSets::objectSet(std::uint32_t object) {
   return place->second;
 }
 
-void NextHopSets::ref(Handle handle) {
-  if (handle == none || sets_[handle].refs++ > 0) return;
+void NextHopSets::ref(Handle handle, IpVersion version) {
+  if (handle == none) return;
+  bool const wasUsed = isUsed(handle);
+  ++sets_[handle].refs(version);
+  if (wasUsed) return;
   ++used_;
   tell(handle);
 }
 
-void NextHopSets::unref(Handle handle) {
-  if (handle == none || --sets_[handle].refs > 0) return;
+void NextHopSets::unref(Handle handle, IpVersion version) {
+  if (handle == none) return;
+  --sets_[handle].refs(version);
+  if (isUsed(handle)) return;
   --used_;
   tellUnused(handle);
 }
@@ -78,6 +83,11 @@ std::vector<NextHop> NextHopSets::hopsOf(Handle handle) const {
   return set.object == 0 ? set.hops : nexthops_.hopsOf(set.object);
 }
 
+std::span<NextHop const> NextHopSets::inlineHops(Handle handle) const {
+  if (handle == none) return {};
+  return sets_[handle].hops;
+}
+
 /// A link that is renamed, or comes, changes what every set through it shows. One that has lost its
 /// name does not: its routes are about to go too, and until then nothing is made up.
 void NextHopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) {
@@ -90,25 +100,24 @@ void NextHopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) 
 
 void NextHopSets::changeWith(std::uint32_t object) {
   nexthops_.anyWith(object, [this](std::uint32_t id) {
-    if (isObjectUsed(id)) tell(objectSets_.at(id));
+    auto const set = objectSets_.find(id);
+    if (set != objectSets_.end() && isUsed(set->second)) tell(set->second);
     return false;
   });
 }
 
-bool NextHopSets::isObjectUsed(std::uint32_t object) const {
-  auto const set = objectSets_.find(object);
-  return set != objectSets_.end() && isUsed(set->second);
-}
-
-bool NextHopSets::usesLink(std::int32_t ifIndex) const {
+bool NextHopSets::usesLink(std::int32_t ifIndex, IpVersion version) const {
   if (!nexthops_.ofLink(ifIndex).empty()) return true;
   auto const sets = setsOfLink_.of(static_cast<std::uint32_t>(ifIndex));
   return std::any_of(sets.begin(), sets.end(),
-                     [this](auto const& pair) { return isUsed(pair.second); });
+                     [&](auto const& pair) { return sets_[pair.second].isUsedBy(version); });
 }
 
-bool NextHopSets::usesObject(std::uint32_t id) const {
-  return nexthops_.anyWith(id, [this](std::uint32_t one) { return isObjectUsed(one); });
+bool NextHopSets::usesObject(std::uint32_t id, IpVersion version) const {
+  return nexthops_.anyWith(id, [&](std::uint32_t one) {
+    auto const set = objectSets_.find(one);
+    return set != objectSets_.end() && sets_[set->second].isUsedBy(version);
+  });
 }
 
 }  // namespace Kelbase

@@ -1,5 +1,6 @@
 #pragma once
 // The sets of next hops that the kernel's routes use: a million routes have some hundred of them.
+// Routes of both versions of IP share them.
 //
 // A set is either written out in its routes (equal ones are one set, as long as equally many of
 // their next hops are alive: the dead ones are left out) or is a nexthop object, single or group.
@@ -14,6 +15,7 @@
 
 #include <absl/container/flat_hash_map.h>
 
+#include "kelbase/model/family.h"
 #include "kelbase/model/links.h"
 #include "kelbase/model/nexthops.h"
 #include "kelbase/model/relation.h"
@@ -51,12 +53,12 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   /// The set that the nexthop object is, whether it is known already or not.
   Handle objectSet(std::uint32_t object);
   /// One more route, or one less, that uses the set. `none` is allowed.
-  void ref(Handle handle);
-  void unref(Handle handle);
+  void ref(Handle handle, IpVersion version);
+  void unref(Handle handle, IpVersion version);
   /// The set is unused, and its handle free for another.
   void forget(Handle handle);
 
-  bool isUsed(Handle handle) const { return sets_[handle].refs > 0; }
+  bool isUsed(Handle handle) const { return sets_[handle].refs4 + sets_[handle].refs6 > 0; }
   /// The nexthop object that the set is; 0: its next hops are written out.
   std::uint32_t objectOf(Handle handle) const { return sets_[handle].object; }
   /// False: an object that is not known (any more).
@@ -64,16 +66,18 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   /// What is sent to it is dropped.
   bool isBlackhole(Handle handle) const;
   std::vector<NextHop> hopsOf(Handle handle) const;
+  /// Those of a set that is written out, none of another; until the set is forgotten.
+  std::span<NextHop const> inlineHops(Handle handle) const;
   /// Calls visit(handle) for every set, used or not.
   template <class Visit>
   void forEach(Visit const& visit) const {
     sets_.forEach([&](Handle handle, Set const& /*set*/) { visit(handle); });
   }
 
-  /// Whether routes, or nexthop objects, lead through the link.
-  bool usesLink(std::int32_t ifIndex) const;
-  /// Whether routes use the object, alone or in a group.
-  bool usesObject(std::uint32_t id) const;
+  /// Whether routes of the version, or nexthop objects, lead through the link.
+  bool usesLink(std::int32_t ifIndex, IpVersion version) const;
+  /// Whether routes of the version use the object, alone or in a group.
+  bool usesObject(std::uint32_t id, IpVersion version) const;
   /// Sets that routes use.
   std::size_t size() const { return used_; }
 
@@ -81,8 +85,14 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   using Hops = std::vector<NextHop>;
   struct Set {
     std::uint32_t object = 0;  // 0: inline
-    std::uint32_t refs = 0;
+    std::uint32_t refs4 = 0;
+    std::uint32_t refs6 = 0;
     Hops hops;  // inline
+
+    std::uint32_t& refs(IpVersion version) { return version == IpVersion::v4 ? refs4 : refs6; }
+    bool isUsedBy(IpVersion version) const {
+      return (version == IpVersion::v4 ? refs4 : refs6) > 0;
+    }
   };
   struct HopsHash {
     using is_transparent = void;
@@ -102,7 +112,6 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   void tellUnused(Handle handle) const {
     if (observer_) observer_->onSetUnused(handle);
   }
-  bool isObjectUsed(std::uint32_t object) const;
   void changeWith(std::uint32_t object);
 
   Links const& links_;

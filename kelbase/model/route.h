@@ -1,13 +1,13 @@
 #pragma once
-// An IPv4 route and a nexthop object as the kernel lists them, in plain values: what the decoders
-// of its messages make, and what the model takes.
+// A route and a nexthop object as the kernel lists them, in plain values: what the decoders of its
+// messages make, and what the model takes.
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "kelbase/model/family.h"
 #include "kelbase/model/next_hop.h"
-#include "platform/dovel/prefix.h"
 
 namespace Kelbase {
 
@@ -18,15 +18,17 @@ enum class RouteKind : std::uint8_t {
   unreachable,  //
   prohibit,     //
   other,        // neither: it is for this host or for many, or another table is asked (throw)
-  dead,         // none is chosen for it: no next hop is alive
+  dead,         // none is chosen for it: no next hop is alive, or its time is up
 };
 
 /// RT_TABLE_MAIN (linux/rtnetlink.h). A VRF has a table of its own.
 inline constexpr std::uint32_t mainTable = 254;
 
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
 struct ListedRoute {
   std::uint32_t table = mainTable;
-  Dovel::Prefix prefix;
+  typename Ip::Destination prefix;
   std::uint32_t metric = 0;  // the kernel's priority
   std::uint8_t tos = 0;
   std::uint8_t protocol = 0;  // RTPROT_...
@@ -35,11 +37,15 @@ struct ListedRoute {
   std::uint32_t object = 0;             // the nexthop object's id; 0: the next hops are in `hops`
   std::vector<NextHop> hops;            // those that are alive
   std::vector<std::int32_t> deadLinks;  // through which the others lead
-  std::optional<Dovel::IpAddr> preferredSource;
+  /// Of IPv6: `hops` and `deadLinks` are those of all its siblings (siblings.h), not one's alone.
+  bool tellsSiblings = false;
+  std::uint32_t lifetime = 0;                    // of IPv6: hundredths of a second; 0: no end
+  std::optional<Dovel::IpAddr> preferredSource;  // of IPv4: an IPv6 route outlives its source
   /// Over everything that the kernel tells of a route beside prefix, tos, metric and what may
   /// change while it stays the same route: equal in every message about one route, and different
   /// for different ones, but for what the kernel goes by in silence (fib_find_info, nh_comp): the
-  /// type of a route with a nexthop object, the scope of a next hop, flags that no tool sets.
+  /// type of a route with a nexthop object, the scope of a next hop, flags that no tool sets. Of
+  /// siblings it is the same, whatever they are.
   std::uint32_t identity = 0;
 };
 

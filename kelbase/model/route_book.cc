@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
+
+#include "kelbase/model/route_protocols.h"
 
 namespace Kelbase {
 namespace {
 
 /// The kind of a slot whose routes are in the list beside.
-constexpr auto severalKind = RouteKind(255);
+constexpr auto severalKind = RouteKind(127);
 
 bool areRivals(KernelRoute const& a, KernelRoute const& b) {
   return a.tos == b.tos && a.metric == b.metric;
@@ -21,55 +24,60 @@ bool isBefore(KernelRoute const& a, KernelRoute const& b) {
   return a.tos != b.tos ? a.tos > b.tos : a.metric < b.metric;
 }
 
-bool isBetter(KernelRoute const& a, KernelRoute const& b) {
-  return a.metric != b.metric ? a.metric < b.metric : a.tos == 0 && b.tos != 0;
-}
-
 bool looksSame(KernelRoute const& a, KernelRoute const& b) {
   return a.metric == b.metric && a.hops == b.hops && a.protocol == b.protocol && a.kind == b.kind;
 }
 
-std::optional<KernelRoute> best(std::vector<KernelRoute> const& list) {
-  KernelRoute const* result = nullptr;
-  for (auto const& route : list) {
-    if (route.kind == RouteKind::dead) continue;
-    if (!result || isBetter(route, *result)) result = &route;
-  }
-  return result ? std::optional(*result) : std::nullopt;
-}
+/// Of `Ip` the served next hops of a prefix are those of all its routes of one metric.
+template <class Ip>
+constexpr bool joins = Ip::version == IpVersion::v6;
 
-/// The one of the list that a message about `route` means: of those that look like it the first of
-/// its kind.
+/// The one of the list that a message about `route` means: of those that look like it the first
+/// with its next hops, or of its kind.
 template <class List>
 auto findSame(List& list, KernelRoute const& route) {
-  auto const same = std::find_if(list.begin(), list.end(), [&](KernelRoute const& other) {
-    return areSame(other, route) && other.kind == route.kind;
-  });
-  if (same != list.end()) return same;
-  return std::find_if(list.begin(), list.end(),
-                      [&](KernelRoute const& other) { return areSame(other, route); });
+  auto const find = [&](auto const& isIt) {
+    return std::find_if(list.begin(), list.end(), [&](KernelRoute const& other) {
+      return areSame(other, route) && isIt(other);
+    });
+  };
+  auto found = find([&](auto const& other) { return looksSame(other, route); });
+  if (found == list.end()) {
+    found = find([&](auto const& other) { return other.kind == route.kind; });
+  }
+  return found != list.end() ? found : find([](auto const&) { return true; });
 }
+
+/// Whether a route told so may be one that is there.
+bool mayRepeat(RouteRank rank) { return rank != RouteRank::listed && rank != RouteRank::beside; }
 
 }  // namespace
 
-template <class Prefix>
-void RouteBook<Prefix>::assign(KernelRoute& slot, KernelRoute const& route) {
+/// The dump under way, or a message since, has mentioned the prefix.
+template <class Ip>
+void RouteBook<Ip>::refresh(KernelRoute& slot) {
+  if (isStale(slot)) ++fresh_;
+  slot.dump = dump_;
+}
+
+template <class Ip>
+void RouteBook<Ip>::assign(KernelRoute& slot, KernelRoute const& route) {
   if (slot.hops != route.hops) {
-    sets_.ref(route.hops);
-    sets_.unref(slot.hops);
+    ref(route.hops);
+    unref(slot.hops);
   }
   slot = route;
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::add(Prefix const& prefix, KernelRoute route, RouteRank rank) {
+template <class Ip>
+bool RouteBook<Ip>::add(Prefix const& prefix, KernelRoute route, RouteRank rank) {
   route.dump = dump_;
   // The kernel lists in this order, so that a dump of nothing known appends.
   auto const hint = !routes_.empty() && routes_.rbegin()->first < prefix
                         ? routes_.end()
                         : routes_.lower_bound(prefix);
   if (hint == routes_.end() || hint->first != prefix) {
-    sets_.ref(route.hops);
+    ref(route.hops);
     routes_.emplace_hint(hint, prefix, route);
     ++fresh_;
     return true;
@@ -77,162 +85,244 @@ bool RouteBook<Prefix>::add(Prefix const& prefix, KernelRoute route, RouteRank r
   return addTo(prefix, hint->second, route, rank);
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
-                              RouteRank rank) {
-  if (isStale(slot)) {
-    ++fresh_;
-    if (rank == RouteRank::listed) return beginAnew(prefix, slot, route);
-    slot.dump = dump_;
-  }
+template <class Ip>
+bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                          RouteRank rank) {
+  bool const isFirstListed = rank == RouteRank::listed && isStale(slot);
+  refresh(slot);
+  if (isFirstListed) return beginAnew(prefix, slot, route);
   if (slot.kind == severalKind) return addToSeveral(prefix, slot, route, rank);
   bool const ousts = rank == RouteRank::replaced || rank == RouteRank::only;
-  bool const repeats = rank != RouteRank::listed && areSame(slot, route);
+  bool const repeats = mayRepeat(rank) && areSame(slot, route);
   if (repeats || (ousts && areRivals(slot, route))) {
     bool const changed = !looksSame(slot, route);
     assign(slot, route);
     return changed;
   }
-  several_[prefix].assign(1, slot);
-  slot = {.kind = severalKind, .dump = dump_};
+  several_[prefix].list.assign(1, slot);
+  slot = KernelRoute();
+  slot.dump = dump_;
+  slot.kind = severalKind;
   return addToSeveral(prefix, slot, route, rank);
 }
 
 /// The first that a dump lists of its prefix: what it does not list again is gone.
-template <class Prefix>
-bool RouteBook<Prefix>::beginAnew(Prefix const& prefix, KernelRoute& slot,
-                                  KernelRoute const& route) {
+template <class Ip>
+bool RouteBook<Ip>::beginAnew(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route) {
   bool const changed = !looksSame(slot, route);
-  sets_.ref(route.hops);
+  ref(route.hops);
   drop(prefix, slot);
   slot = route;
   return changed;
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::addToSeveral(Prefix const& prefix, KernelRoute& slot,
-                                     KernelRoute const& route, RouteRank rank) {
-  auto& list = several_.at(prefix);
+template <class Ip>
+bool RouteBook<Ip>::addToSeveral(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
+                                 RouteRank rank) {
+  auto& list = several_.at(prefix).list;
   if (rank == RouteRank::only) eraseRivals(list, route);
   putInto(list, route, rank);
-  if (list.size() == 1) slotIsOnly(prefix, slot);
+  listIsOther(prefix, slot);
   return true;
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::putInto(List& list, KernelRoute const& route, RouteRank rank) {
-  if (rank != RouteRank::listed) {
+template <class Ip>
+void RouteBook<Ip>::putInto(List& list, KernelRoute const& route, RouteRank rank) {
+  if (mayRepeat(rank)) {
     auto const same = findSame(list, route);
     if (same != list.end()) return assign(*same, route);
   }
   auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
   auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
   if (rank == RouteRank::replaced && begin != end) return assign(*begin, route);
-  sets_.ref(route.hops);
+  ref(route.hops);
   list.insert(rank == RouteRank::first ? begin : end, route);
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::eraseRivals(List& list, KernelRoute const& route) {
+template <class Ip>
+void RouteBook<Ip>::eraseRivals(List& list, KernelRoute const& route) {
   auto const same = findSame(list, route);
   auto const kept = same == list.end() ? nullptr : &*same;
   auto const goes = [&](KernelRoute const& other) {
     return areRivals(other, route) && &other != kept;
   };
   for (auto const& other : list) {
-    if (goes(other)) sets_.unref(other.hops);
+    if (goes(other)) unref(other.hops);
   }
   List left;
   std::remove_copy_if(list.begin(), list.end(), std::back_inserter(left), goes);
   list = std::move(left);
 }
 
-/// The prefix has one route left, which needs no list.
-template <class Prefix>
-void RouteBook<Prefix>::slotIsOnly(Prefix const& prefix, KernelRoute& slot) {
+/// One route that is left needs no list; several have to be joined.
+template <class Ip>
+void RouteBook<Ip>::listIsOther(Prefix const& prefix, KernelRoute& slot) {
+  auto const several = several_.find(prefix);
+  if constexpr (joins<Ip>) join(prefix, several->second);
+  if (several->second.list.size() > 1) return;
   auto const dump = slot.dump;
-  slot = several_.at(prefix).front();
+  slot = several->second.list.front();
   slot.dump = dump;
-  several_.erase(prefix);
+  several_.erase(several);
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::remove(Prefix const& prefix, KernelRoute const& route) {
+template <class Ip>
+void RouteBook<Ip>::join(Prefix const& prefix, Several& several) {
+  auto const joint = sets_.inlineSet(jointHops(several.list));
+  ref(joint);
+  unref(std::exchange(several.joint, joint));
+  bool const hasObject =
+      joint != NextHopSets::none &&
+      std::any_of(several.list.begin(), several.list.end(), [&](auto& route) {
+        return route.hops != NextHopSets::none && sets_.objectOf(route.hops) != 0;
+      });
+  hasObject ? void(joinObjects_.insert(prefix)) : void(joinObjects_.erase(prefix));
+}
+
+/// None where one route alone forwards: its own set will do.
+template <class Ip>
+std::vector<NextHop> RouteBook<Ip>::jointHops(List const& list) {
+  auto const* const first = best(list);
+  if (!first || !forwards(*first)) return {};
+  std::vector<NextHop> result;
+  bool isJoint = false;
+  for (auto const& route : list) {
+    if (route.metric != first->metric || !forwards(route)) continue;
+    isJoint = isJoint || &route != first;
+    auto const type = routeProtocol(route.protocol).type;
+    for (auto hop : sets_.hopsOf(route.hops)) {
+      if (type != routeProtocol(first->protocol).type) hop.routeType = type;
+      bool const isThere = std::any_of(result.begin(), result.end(),
+                                       [&](auto const& one) { return one.isSameWay(hop); });
+      if (!isThere) result.push_back(hop);
+    }
+  }
+  return isJoint ? result : std::vector<NextHop>();
+}
+
+template <class Ip>
+void RouteBook<Ip>::onObject(absl::FunctionRef<void(Prefix const&)> changed) {
+  auto const prefixes = joinObjects_;
+  for (auto const& prefix : prefixes) {
+    auto& several = several_.at(prefix);
+    auto const before = several.joint;
+    join(prefix, several);
+    if (several.joint != before) changed(prefix);
+  }
+}
+
+template <class Ip>
+bool RouteBook<Ip>::remove(Prefix const& prefix, KernelRoute const& route) {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return false;
   KernelRoute& slot = found->second;
   if (slot.kind != severalKind) {
     if (!areSame(slot, route)) return false;
     if (!isStale(slot)) --fresh_;
-    sets_.unref(slot.hops);
+    unref(slot.hops);
     routes_.erase(found);
     return true;
   }
-  auto& list = several_.at(prefix);
+  auto& list = several_.at(prefix).list;
   auto const same = findSame(list, route);
   if (same == list.end()) return false;
-  sets_.unref(same->hops);
+  unref(same->hops);
   list.erase(same);
-  if (list.size() == 1) slotIsOnly(prefix, slot);
+  listIsOther(prefix, slot);
   return true;
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::hasRivals(Prefix const& prefix, KernelRoute const& route) const {
-  auto const found = several_.find(prefix);
-  if (found == several_.end()) return false;
-  return std::any_of(found->second.begin(), found->second.end(), [&](KernelRoute const& other) {
-    return areRivals(other, route) && !areSame(other, route);
-  });
+template <class Ip>
+bool RouteBook<Ip>::change(Prefix const& prefix, KernelRoute const& before,
+                           KernelRoute const& now) {
+  KernelRoute& slot = routes_.at(prefix);
+  refresh(slot);
+  if (slot.kind != severalKind) {
+    bool const changed = !looksSame(slot, now);
+    assign(slot, now);
+    slot.dump = dump_;
+    return changed;
+  }
+  assign(*findSame(several_.at(prefix).list, before), now);
+  listIsOther(prefix, slot);
+  return true;
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::contains(Prefix const& prefix, KernelRoute const& route) const {
+template <class Ip>
+std::vector<KernelRoute> RouteBook<Ip>::rivals(Prefix const& prefix,
+                                               KernelRoute const& route) const {
+  List result;
+  auto const found = routes_.find(prefix);
+  if (found == routes_.end()) return result;
+  if (found->second.kind != severalKind) {
+    if (areRivals(found->second, route)) result.push_back(found->second);
+    return result;
+  }
+  for (auto const& other : several_.at(prefix).list) {
+    if (areRivals(other, route)) result.push_back(other);
+  }
+  return result;
+}
+
+template <class Ip>
+bool RouteBook<Ip>::hasRivals(Prefix const& prefix, KernelRoute const& route) const {
+  auto const found = several_.find(prefix);
+  if (found == several_.end()) return false;
+  return std::any_of(
+      found->second.list.begin(), found->second.list.end(),
+      [&](KernelRoute const& other) { return areRivals(other, route) && !areSame(other, route); });
+}
+
+template <class Ip>
+bool RouteBook<Ip>::contains(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return false;
   if (found->second.kind != severalKind) return areSame(found->second, route);
-  auto const& list = several_.at(prefix);
+  auto const& list = several_.at(prefix).list;
   return findSame(list, route) != list.end();
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::hasTwins(Prefix const& prefix, KernelRoute const& route) const {
+template <class Ip>
+bool RouteBook<Ip>::hasTwins(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = several_.find(prefix);
   if (found == several_.end()) return false;
   auto const looksLike = [&](KernelRoute const& other) { return areSame(other, route); };
-  return std::count_if(found->second.begin(), found->second.end(), looksLike) > 1;
+  return std::count_if(found->second.list.begin(), found->second.list.end(), looksLike) > 1;
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::drop(Prefix const& prefix, KernelRoute const& slot) {
-  if (slot.kind != severalKind) return sets_.unref(slot.hops);
-  for (auto const& route : several_.at(prefix)) sets_.unref(route.hops);
-  several_.erase(prefix);
+template <class Ip>
+void RouteBook<Ip>::drop(Prefix const& prefix, KernelRoute const& slot) {
+  if (slot.kind != severalKind) return unref(slot.hops);
+  auto const several = several_.find(prefix);
+  for (auto const& route : several->second.list) unref(route.hops);
+  unref(several->second.joint);
+  several_.erase(several);
+  joinObjects_.erase(prefix);
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::dumpBegin() {
+template <class Ip>
+void RouteBook<Ip>::dumpBegin() {
   if (++dump_ == 0) forgetDumps();
   fresh_ = 0;
 }
 
 /// Of 255 dumps one after the other none may have been whole: nothing may look fresh for its age.
-template <class Prefix>
-void RouteBook<Prefix>::forgetDumps() {
+template <class Ip>
+void RouteBook<Ip>::forgetDumps() {
   for (auto& [prefix, slot] : routes_) slot.dump = 0;
   dump_ = 1;
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::sweep(absl::FunctionRef<void(Prefix const&)> gone) {
+template <class Ip>
+void RouteBook<Ip>::sweep(absl::FunctionRef<void(Prefix const&)> gone) {
   std::size_t const stale = routes_.size() - fresh_;
   if (stale == 0) return;
   if (stale < routes_.size() / 8) return eraseStale(gone);
   keepFresh(gone);
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::eraseStale(absl::FunctionRef<void(Prefix const&)> gone) {
+template <class Ip>
+void RouteBook<Ip>::eraseStale(absl::FunctionRef<void(Prefix const&)> gone) {
   for (auto it = routes_.begin(); it != routes_.end();) {
     if (!isStale(it->second)) {
       ++it;
@@ -245,8 +335,8 @@ void RouteBook<Prefix>::eraseStale(absl::FunctionRef<void(Prefix const&)> gone) 
 }
 
 /// As eraseStale(), where many go: each erased alone would cost more than all that stay.
-template <class Prefix>
-void RouteBook<Prefix>::keepFresh(absl::FunctionRef<void(Prefix const&)> gone) {
+template <class Ip>
+void RouteBook<Ip>::keepFresh(absl::FunctionRef<void(Prefix const&)> gone) {
   Routes kept;
   for (auto const& [prefix, slot] : routes_) {
     if (!isStale(slot)) {
@@ -259,39 +349,68 @@ void RouteBook<Prefix>::keepFresh(absl::FunctionRef<void(Prefix const&)> gone) {
   routes_ = std::move(kept);
 }
 
-template <class Prefix>
-bool RouteBook<Prefix>::isServed(KernelRoute const& route) {
+template <class Ip>
+bool RouteBook<Ip>::isServed(KernelRoute const& route) {
   return route.kind != RouteKind::other && route.kind != RouteKind::dead;
 }
 
-template <class Prefix>
-std::optional<KernelRoute> RouteBook<Prefix>::servedOf(Prefix const& prefix,
-                                                       KernelRoute const& slot) const {
-  auto const chosen = slot.kind == severalKind ? best(several_.at(prefix)) : slot;
-  return chosen && isServed(*chosen) ? chosen : std::nullopt;
+template <class Ip>
+bool RouteBook<Ip>::forwards(KernelRoute const& route) const {
+  return route.kind == RouteKind::unicast &&
+         (route.hops == NextHopSets::none || !sets_.isBlackhole(route.hops));
 }
 
-template <class Prefix>
-std::optional<KernelRoute> RouteBook<Prefix>::served(Prefix const& prefix) const {
+template <class Ip>
+bool RouteBook<Ip>::isBetter(KernelRoute const& a, KernelRoute const& b) const {
+  if (a.metric != b.metric) return a.metric < b.metric;
+  if constexpr (joins<Ip>) return forwards(a) && !forwards(b);
+  return a.tos == 0 && b.tos != 0;
+}
+
+/// Null when none is alive.
+template <class Ip>
+KernelRoute const* RouteBook<Ip>::best(List const& list) const {
+  KernelRoute const* result = nullptr;
+  for (auto const& route : list) {
+    if (route.kind == RouteKind::dead) continue;
+    if (!result || isBetter(route, *result)) result = &route;
+  }
+  return result;
+}
+
+template <class Ip>
+std::optional<KernelRoute> RouteBook<Ip>::servedOf(Prefix const& prefix,
+                                                   KernelRoute const& slot) const {
+  if (slot.kind != severalKind) return isServed(slot) ? std::optional(slot) : std::nullopt;
+  auto const& several = several_.at(prefix);
+  auto const* const chosen = best(several.list);
+  if (!chosen || !isServed(*chosen)) return std::nullopt;
+  auto result = *chosen;
+  if (several.joint != NextHopSets::none) result.hops = several.joint;
+  return result;
+}
+
+template <class Ip>
+std::optional<KernelRoute> RouteBook<Ip>::served(Prefix const& prefix) const {
   auto const found = routes_.find(prefix);
   if (found == routes_.end()) return std::nullopt;
   return servedOf(prefix, found->second);
 }
 
-template <class Prefix>
-RouteBook<Prefix>::Walk::Walk(RouteBook<Prefix> const& book, Prefix const& from)
+template <class Ip>
+RouteBook<Ip>::Walk::Walk(RouteBook<Ip> const& book, Prefix const& from)
     : book_(book), next_(book.routes_.lower_bound(from)) {
   skipUnserved();
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::Walk::next() {
+template <class Ip>
+void RouteBook<Ip>::Walk::next() {
   ++next_;
   skipUnserved();
 }
 
-template <class Prefix>
-void RouteBook<Prefix>::Walk::skipUnserved() {
+template <class Ip>
+void RouteBook<Ip>::Walk::skipUnserved() {
   route_.reset();
   for (; next_ != book_.routes_.end(); ++next_) {
     route_ = book_.servedOf(next_->first, next_->second);
@@ -299,6 +418,7 @@ void RouteBook<Prefix>::Walk::skipUnserved() {
   }
 }
 
-template class RouteBook<Dovel::Prefix>;
+template class RouteBook<Ip4>;
+template class RouteBook<Ip6>;
 
 }  // namespace Kelbase

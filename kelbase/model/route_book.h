@@ -3,19 +3,23 @@
 // which of it is served. Version and table are those of the book, and cost its routes nothing.
 //
 // A prefix may have several routes, told apart by tos and metric, and, when appended, by anything
-// else (net/ipv4/fib_trie.c, fib_table_insert). All are kept, in the kernel's order (tos
-// descending, metric ascending, then as appended), since the kernel tells of the removal of each,
-// but says nothing of those that are replaced. Chosen is, as by the kernel (fib_table_lookup), the
-// lowest metric that has a next hop alive; of equal ones tos 0 before others, then the first. What
-// kind it is of counts then: one that neither forwards nor refuses (throw, local ...) is not
-// served, but hides those behind it.
+// else (net/ipv4/fib_trie.c, fib_table_insert; net/ipv6/ip6_fib.c, fib6_add_rt2node). All are kept,
+// in the kernel's order (tos descending, metric ascending, then as appended), since the kernel
+// tells of the removal of each, but says nothing of those that are replaced. Chosen is, as by the
+// kernel, the lowest metric that has a next hop alive. What kind it is of counts then: one that
+// neither forwards nor refuses (throw, local ...) is not served, but hides those behind it.
+//
+//   IPv4   of equal ones tos 0 before others, then the first (fib_table_lookup)
+//   IPv6   of equal ones all that forward: their next hops together are served, with the
+//          protocol of the first, and with their own where that is another (find_rr_leaf); the
+//          first that does not forward only where none does
 //
 // Two that look the same in every message about them (see ListedRoute) are two here as well when a
 // dump lists both; a message means either, and another dump tells which is left.
 //
-// Made for a million: 24 octets a prefix and the tree's slack; the rare prefix with several routes
-// has a list beside. In order of prefixes, as the kernel lists them and as the table wants them.
-// One thread.
+// Made for a million: 24 octets an IPv4 prefix, 40 of IPv6, and the tree's slack; the rare prefix
+// with several routes has a list beside. In order of prefixes, as the kernel lists them and as the
+// table wants them. One thread.
 
 #include <cstdint>
 #include <optional>
@@ -23,11 +27,11 @@
 
 #include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
 #include <absl/functional/function_ref.h>
 
 #include "kelbase/model/next_hop_sets.h"
 #include "kelbase/model/route.h"
-#include "platform/dovel/prefix.h"
 
 namespace Kelbase {
 
@@ -38,8 +42,9 @@ struct KernelRoute {
   std::uint32_t identity = 0;  // see ListedRoute
   std::uint8_t tos = 0;
   std::uint8_t protocol = 0;  // RTPROT_...
-  RouteKind kind = RouteKind::unicast;
-  std::uint8_t dump = 0;  // the last dump that mentioned it; 0: none of the last 255
+  RouteKind kind : 7 = RouteKind::unicast;
+  bool isUniform : 1 = true;  // of siblings: all are known to have this protocol (siblings.h)
+  std::uint8_t dump = 0;      // the last dump that mentioned it; 0: none of the last 255
 };
 static_assert(sizeof(KernelRoute) == 16);
 
@@ -48,14 +53,23 @@ enum class RouteRank {
   listed,    // after those that the dump under way has listed so far, and without the others
   replaced,  // instead of the first
   appended,  // last
+  beside,    // last, and another one even where it looks the same
   first,
   only,  // there is no other
 };
 
-/// `Prefix`: Dovel::Prefix, for IPv4.
-template <class Prefix>
+/// What a message about a route of a prefix has led to.
+struct RouteOutcome {
+  bool isChanged = false;   // what is served of the prefix may be another now
+  bool isDoubtful = false;  // what the kernel has of it may be another
+};
+
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
 class RouteBook {
  public:
+  using Prefix = typename Ip::Prefix;
+
   /// `sets`, whose references it holds, must outlive it.
   explicit RouteBook(NextHopSets& sets) : sets_(sets) {}
 
@@ -82,6 +96,8 @@ class RouteBook {
   bool add(Prefix const& prefix, KernelRoute route, RouteRank rank);
   /// As above. One that is not there changes nothing.
   bool remove(Prefix const& prefix, KernelRoute const& route);
+  /// As above: `now` takes the place of `before`, which is there.
+  bool change(Prefix const& prefix, KernelRoute const& before, KernelRoute const& now);
 
   void dumpBegin();
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
@@ -93,17 +109,31 @@ class RouteBook {
   bool contains(Prefix const& prefix, KernelRoute const& route) const;
   bool hasTwins(Prefix const& prefix, KernelRoute const& route) const;
 
+  /// Those of the prefix that have the route's tos and metric, in the kernel's order.
+  std::vector<KernelRoute> rivals(Prefix const& prefix, KernelRoute const& route) const;
+
   std::optional<KernelRoute> served(Prefix const& prefix) const;
+  /// A nexthop object is another: tells the prefixes where that changes the next hops of several
+  /// routes together.
+  void onObject(absl::FunctionRef<void(Prefix const&)> changed);
   /// Prefixes.
   std::size_t size() const { return routes_.size(); }
 
  private:
   using List = std::vector<KernelRoute>;
   using Routes = absl::btree_map<Prefix, KernelRoute>;
+  struct Several {
+    List list;
+    NextHopSets::Handle joint = NextHopSets::none;  // of those that are served together
+  };
 
   bool isStale(KernelRoute const& route) const { return route.dump != dump_; }
   static bool isServed(KernelRoute const& route);
+  bool forwards(KernelRoute const& route) const;
+  bool isBetter(KernelRoute const& a, KernelRoute const& b) const;
+  KernelRoute const* best(List const& list) const;
   std::optional<KernelRoute> servedOf(Prefix const& prefix, KernelRoute const& slot) const;
+  void refresh(KernelRoute& slot);
   void forgetDumps();
   void assign(KernelRoute& slot, KernelRoute const& route);
   bool addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route, RouteRank rank);
@@ -112,18 +142,24 @@ class RouteBook {
                     RouteRank rank);
   void putInto(List& list, KernelRoute const& route, RouteRank rank);
   void eraseRivals(List& list, KernelRoute const& route);
-  void slotIsOnly(Prefix const& prefix, KernelRoute& slot);
+  void listIsOther(Prefix const& prefix, KernelRoute& slot);
+  void join(Prefix const& prefix, Several& several);
+  std::vector<NextHop> jointHops(List const& list);
   void drop(Prefix const& prefix, KernelRoute const& slot);
   void eraseStale(absl::FunctionRef<void(Prefix const&)> gone);
   void keepFresh(absl::FunctionRef<void(Prefix const&)> gone);
+  void ref(NextHopSets::Handle hops) { sets_.ref(hops, Ip::version); }
+  void unref(NextHopSets::Handle hops) { sets_.unref(hops, Ip::version); }
 
   NextHopSets& sets_;
   Routes routes_;
-  absl::flat_hash_map<Prefix, List> several_;  // where the slot's kind says so
+  absl::flat_hash_map<Prefix, Several> several_;  // where the slot's kind says so
+  absl::flat_hash_set<Prefix> joinObjects_;       // of these: where nexthop objects are joined
   std::uint8_t dump_ = 1;
   std::size_t fresh_ = 0;  // prefixes that the last dump, or a message since, mentioned
 };
 
-extern template class RouteBook<Dovel::Prefix>;
+extern template class RouteBook<Ip4>;
+extern template class RouteBook<Ip6>;
 
 }  // namespace Kelbase

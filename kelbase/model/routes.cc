@@ -1,80 +1,169 @@
 #include "kelbase/model/routes.h"
 
-namespace Kelbase {
+#include <algorithm>
 
-Routes::Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets& sets)
+#include <fmt/format.h>
+
+namespace Kelbase {
+namespace {
+
+/// In every network namespace (net/core/dev.c).
+constexpr std::int32_t loopback = 1;
+
+}  // namespace
+
+template <class Ip>
+Routes<Ip>::Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& nexthops,
+                   NextHopSets& sets)
     : nexthops_(nexthops),
       sets_(sets),
       silent_(links, addresses, nexthops, sets,
-              [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }) {
+              [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }),
+      rules_(sets) {
   nexthops.observerIs(*this);
   books_.try_emplace(mainTable, sets);
 }
 
-void Routes::dumpBegin() {
+template <class Ip>
+void Routes<Ip>::dumpBegin() {
   for (auto& [table, book] : books_) book.dumpBegin();
   silent_.dumpBegin();
 }
 
-void Routes::dumpEnd(bool whole) {
+template <class Ip>
+void Routes<Ip>::dumpEnd(bool whole) {
   silent_.dumpEnd(whole);
   if (!whole) return;
   for (auto& [number, book] : books_) {
-    book.sweep([this, table = number](Dovel::Prefix const& prefix) { tell(table, prefix); });
+    book.sweep([this, table = number](Prefix const& prefix) { tell(table, prefix); });
   }
 }
 
-void Routes::replayIs(bool on) {
+template <class Ip>
+void Routes<Ip>::replayIs(bool on) {
   isReplay_ = on;
   silent_.replayIs(on);
+  rules_.replayIs(on);
 }
 
-void Routes::onNexthop(std::uint32_t id) {
+template <class Ip>
+void Routes<Ip>::onNexthop(std::uint32_t id) {
+  joinAnew();
   bool const shows = nexthops_.anyWith(id, [this](std::uint32_t object) {
-    return hidingObjects_.contains(object) && !nexthops_.isBlackhole(object);
+    bool const isBare = hidingObjects_.contains(object) && !nexthops_.isBlackhole(object);
+    return isBare || zoneObjects_.contains(object);
   });
   if (!shows) return;
   absl::erase_if(hidingObjects_, [this](auto object) { return !nexthops_.isBlackhole(object); });
   doubt(Doubt::silence);
 }
 
-KernelRoute Routes::keptOf(ListedRoute const& listed) {
-  return {.metric = listed.metric,
-          .identity = listed.identity,
-          .tos = listed.tos,
-          .protocol = listed.protocol,
-          .kind = listed.kind};
+template <class Ip>
+void Routes<Ip>::joinAnew() {
+  for (auto& [number, book] : books_) {
+    book.onObject([this, table = number](Prefix const& prefix) { tell(table, prefix); });
+  }
 }
 
-/// Replayed over a dump that may be newer, all ends right as long as a prefix has but one route of
-/// a tos and metric: each message then says all of it. Among appended ones a replacement, say, hits
-/// the wrong one when its own had gone before the dump. And a second route cannot be told from the
-/// first where they look the same. A dump leaves no doubt.
-void Routes::is(ListedRoute const& listed, Rank rank) {
-  auto route = keptOf(listed);
-  auto& book = books_.try_emplace(listed.table, sets_).first->second;
-  bool const joins = rank == Rank::appended || rank == Rank::first;
-  bool const isAmidRivals = isReplay_ && (joins || book.hasRivals(listed.prefix, route));
-  bool const isSecond = joins && book.contains(listed.prefix, route);
-  if (rank != Rank::listed && (isAmidRivals || isSecond)) doubt(Doubt::order);
-  if (listed.object == 0) {
+template <class Ip>
+KernelRoute Routes<Ip>::keptOf(Listed const& listed) {
+  KernelRoute route{.metric = listed.metric,
+                    .identity = listed.identity,
+                    .tos = listed.tos,
+                    .protocol = listed.protocol};
+  route.kind = listed.kind;
+  return route;
+}
+
+/// Siblings are a set: their order is that of the messages about them.
+template <class Ip>
+void Routes<Ip>::setHops(Listed const& listed, KernelRoute& route) {
+  if (listed.object != 0) {
+    route.hops = sets_.objectSet(listed.object);
+  } else if (!listed.tellsSiblings) {
     route.hops = sets_.inlineSet(listed.hops);
   } else {
-    route.hops = sets_.objectSet(listed.object);
-    if (listed.kind == RouteKind::blackhole) hidingObjects_.insert(listed.object);
+    hops_ = listed.hops;
+    std::sort(hops_.begin(), hops_.end());
+    hops_.erase(std::unique(hops_.begin(), hops_.end()), hops_.end());
+    route.hops = sets_.inlineSet(hops_);
+    // Two that differ in what is not kept, their encapsulation.
+    route.isUniform = hops_.size() == listed.hops.size();
   }
-  silent_.routeIs(listed);
-  if (book.add(listed.prefix, route, rank)) tell(listed.table, listed.prefix);
 }
 
-void Routes::del(ListedRoute const& listed) {
+template <class Ip>
+std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
+  std::set<std::int32_t> zones(listed.deadLinks.begin(), listed.deadLinks.end());
+  for (auto const& hop : listed.hops) zones.insert(hop.ifIndex);
+  if (listed.object != 0) {
+    zoneObjects_.insert(listed.object);
+    for (auto const& hop : nexthops_.hopsOf(listed.object)) zones.insert(hop.ifIndex);
+  }
+  zones.erase(0);
+  if (zones.empty()) zones.insert(loopback);
+  return zones;
+}
+
+template <class Ip>
+void Routes<Ip>::heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const {
+  if (outcome.isDoubtful) doubt(Doubt::order);
+  if (outcome.isChanged && observer_) observer_->onRoute(table, prefix);
+}
+
+/// Calls take(prefix, listed) for each prefix that the message is about: with the next hops on its
+/// link, of a link-local one.
+template <class Ip>
+template <class Take>
+void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
+  if constexpr (Ip::version == IpVersion::v4) {
+    take(listed.prefix, listed);
+  } else {
+    auto const& address = listed.prefix.address();
+    auto const length = listed.prefix.length();
+    if (!Prefix::isZoned(address, length)) return take(Prefix(address, length), listed);
+    for (auto const zone : zonesOf(listed)) {
+      auto one = listed;
+      std::erase_if(one.hops, [zone](auto const& hop) { return hop.ifIndex != zone; });
+      std::erase_if(one.deadLinks, [zone](auto link) { return link != zone; });
+      if (one.hops.empty() && !one.deadLinks.empty()) one.kind = RouteKind::dead;
+      take(Prefix(address, length, static_cast<std::uint32_t>(zone)), one);
+    }
+  }
+}
+
+template <class Ip>
+void Routes<Ip>::is(Listed const& listed, Rank rank) {
+  silent_.routeIs(listed);
+  if (listed.object != 0 && listed.kind == RouteKind::blackhole) {
+    hidingObjects_.insert(listed.object);
+  }
+  auto& book = books_.try_emplace(listed.table, sets_).first->second;
+  inZones(listed, [&](Prefix const& prefix, Listed const& one) {
+    auto route = keptOf(one);
+    setHops(one, route);
+    heard(one.table, prefix, rules_.add(book, prefix, route, rank, one.tellsSiblings));
+  });
+}
+
+template <class Ip>
+void Routes<Ip>::del(Listed const& listed) {
   auto const found = books_.find(listed.table);
   if (found == books_.end()) return;
-  auto& book = found->second;
-  auto const route = keptOf(listed);
-  bool const isAmidRivals = isReplay_ && book.hasRivals(listed.prefix, route);
-  if (isAmidRivals || book.hasTwins(listed.prefix, route)) doubt(Doubt::order);
-  if (book.remove(listed.prefix, route)) tell(listed.table, listed.prefix);
+  inZones(listed, [&](Prefix const& prefix, Listed const& one) {
+    auto route = keptOf(one);
+    if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
+    heard(one.table, prefix, rules_.remove(found->second, prefix, route, one.tellsSiblings));
+  });
 }
+
+template <class Ip>
+std::string Routes<Ip>::summary() const {
+  auto const size = table().size();
+  return fmt::format("{} {} route{}", size, Ip::name, size == 1 ? "" : "s");
+}
+
+template class Routes<Ip4>;
+template class Routes<Ip6>;
 
 }  // namespace Kelbase

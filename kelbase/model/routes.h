@@ -1,7 +1,10 @@
 #pragma once
-// The kernel's IPv4 routes, table by table, as one says and as another takes away: what messages
-// about routes, links, addresses and nexthop objects mean for the route of each prefix that is in
-// use.
+// The kernel's routes of one version of IP, table by table, as one says and as another takes away:
+// what messages about routes, links, addresses and nexthop objects mean for the route of each
+// prefix that is in use.
+//
+// An IPv6 prefix within fe80::/10 is one of each link that its next hops lead through; of those
+// that refuse, and of objects that are not known, that is the loopback, as the kernel tells them.
 //
 // Told by netlink's source of routes, or from a file. Where a message leaves in doubt what the
 // kernel has now, the observer of doubts hears of it: the routes are to be listed again. One
@@ -9,23 +12,38 @@
 
 #include <functional>
 #include <map>
-#include <optional>
+#include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <absl/container/flat_hash_set.h>
 
 #include "kelbase/model/address.h"
+#include "kelbase/model/appended_routes.h"
 #include "kelbase/model/next_hop_sets.h"
 #include "kelbase/model/route_book.h"
+#include "kelbase/model/siblings.h"
 #include "kelbase/model/silent_changes.h"
 
 namespace Kelbase {
 
+enum class RouteDoubt {
+  silence,  // the kernel changes routes, and nexthop objects, without telling
+  order,    // of several routes a message, or one of those that look the same
+  object,   // maybe as silence: a replayed message about what routes hang on
+};
+
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
 class Routes : private Nexthops::Observer {
  public:
   using Rank = RouteRank;
-  using Book = RouteBook<Dovel::Prefix>;
+  using Book = RouteBook<Ip>;
+  using Prefix = typename Ip::Prefix;
+  using Listed = ListedRoute<Ip>;
+  using Doubt = RouteDoubt;
+  using Rules = std::conditional_t<Ip::version == IpVersion::v4, AppendedRoutes, Siblings>;
 
   /// Hears of changes after they were made, from inside the call that made them; must not make
   /// any.
@@ -33,25 +51,19 @@ class Routes : private Nexthops::Observer {
    public:
     virtual ~Observer() = default;
     /// The route of the prefix that is in use may be another; those of a sweep come in order.
-    virtual void onRoute(std::uint32_t table, Dovel::Prefix const& prefix) = 0;
-  };
-
-  enum class Doubt {
-    silence,  // the kernel changes routes, and nexthop objects, without telling
-    order,    // of several routes a replayed message, or one of those that look the same
-    object,   // maybe as silence: a replayed message about what routes hang on
+    virtual void onRoute(std::uint32_t table, Prefix const& prefix) = 0;
   };
 
   /// All must outlive it.
-  Routes(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets& sets);
+  Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& nexthops, NextHopSets& sets);
   Routes(Routes const&) = delete;
   Routes& operator=(Routes const&) = delete;
 
   void observerIs(Observer& observer) { observer_ = &observer; }
   void doubtsAre(std::function<void(Doubt)> heard) { doubt_ = std::move(heard); }
 
-  void is(ListedRoute const& listed, Rank rank);
-  void del(ListedRoute const& listed);
+  void is(Listed const& listed, Rank rank);
+  void del(Listed const& listed);
   /// See SilentChanges.
   void ignoresLinkdownIs(std::int32_t link, bool on) { silent_.ignoresLinkdownIs(link, on); }
   void dumpBegin();
@@ -61,28 +73,45 @@ class Routes : private Nexthops::Observer {
 
   /// The routes of a table; that of main is there always. Lives as long as they.
   Book const& table(std::uint32_t number = mainTable) const { return books_.at(number); }
+  /// "3 IPv4 routes"
+  std::string summary() const;
 
  private:
   void onNexthop(std::uint32_t id) override;
-  void onNexthopGone(std::uint32_t /*id*/) override {}
-  static KernelRoute keptOf(ListedRoute const& listed);
+  void onNexthopGone(std::uint32_t /*id*/) override { joinAnew(); }
+  template <class Take>
+  void inZones(Listed const& listed, Take const& take);
+  std::set<std::int32_t> zonesOf(Listed const& listed);
+  static KernelRoute keptOf(Listed const& listed);
+  void setHops(Listed const& listed, KernelRoute& route);
+  void heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const;
+  void joinAnew();
   void doubt(Doubt why) const {
     if (doubt_) doubt_(why);
   }
-  void tell(std::uint32_t table, Dovel::Prefix const& prefix) const {
+  void tell(std::uint32_t table, Prefix const& prefix) const {
     if (observer_) observer_->onRoute(table, prefix);
   }
 
   Nexthops const& nexthops_;
   NextHopSets& sets_;
   std::map<std::uint32_t, Book> books_;  // by table
-  SilentChanges silent_;
+  SilentChanges<Ip> silent_;
+  Rules rules_;
   Observer* observer_ = nullptr;
   std::function<void(Doubt)> doubt_;
   // Objects of routes that were listed as blackholes: while the object is one the kernel does not
   // tell the routes' own kind.
   absl::flat_hash_set<std::uint32_t> hidingObjects_;
+  // Objects that zones hang on.
+  absl::flat_hash_set<std::uint32_t> zoneObjects_;
+  std::vector<NextHop> hops_;  // its memory is used again
   bool isReplay_ = false;
 };
+
+using Routes4 = Routes<Ip4>;
+using Routes6 = Routes<Ip6>;
+extern template class Routes<Ip4>;
+extern template class Routes<Ip6>;
 
 }  // namespace Kelbase

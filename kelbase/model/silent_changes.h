@@ -1,7 +1,8 @@
 #pragma once
-// When the kernel takes IPv4 routes away, or declares next hops dead or alive, without a word: it
-// tells of what they hang on alone (net/ipv4/fib_frontend.c, fib_disable_ip, fib_netdev_event and
-// fib_flush; net/ipv4/fib_semantics.c, fib_sync_down_dev and fib_sync_up):
+// When the kernel takes routes away, or declares next hops dead or alive, without a word: it tells
+// of what they hang on alone (net/ipv4/fib_frontend.c, fib_disable_ip, fib_netdev_event and
+// fib_flush; net/ipv4/fib_semantics.c, fib_sync_down_dev and fib_sync_up; net/ipv6/route.c,
+// fib6_ifdown, fib6_ifup and rt6_sync_down_dev):
 //
 //   a link goes down, is deleted, or joins a VRF     the routes through it, its nexthop objects;
 //                                                    of routes with other next hops these alone
@@ -11,50 +12,58 @@
 //                                                    ignore_routes_with_linkdown
 //   a link comes up, gets its carrier, an address    its next hops are alive again
 //   ignore_routes_with_linkdown is set or not        the next hops through links without carrier
-//   an address goes                                  the routes that prefer it as their source
-//   a link's last address goes                       all through the link
+//   an IPv4 address goes                             the routes that prefer it as their source
+//   a link's last address goes                       all through the link (of IPv6: disable_ipv6)
 //   a nexthop object goes                            its routes
 //
-// The message comes first, the change after it, both under the kernel's RTNL lock: who has waited
-// for that lock sees the end of it. The connected route of an address prefers it too, but goes with
-// a message of its own (fib_del_ifaddr).
+// Of IPv6 a route with one next hop goes with a message, unless net.ipv6.route.
+// skip_notify_on_dev_down is set; siblings die in silence.
+//
+// The message comes first, the change after it, or the other way around (disable_ipv6), both under
+// the kernel's RTNL lock: who has waited for that lock sees the end of it.
 //
 // The model's addresses may be ahead of the message that is taken: while messages are replayed over
 // a newer dump, one that is gone may hide behind one that came after it. Then any that goes casts
-// doubt. What a dump of routes leaves out makes for a hint too many, never for one too few. Asked
-// by Routes alone. One thread.
+// doubt. Asked by Routes alone. One thread.
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 
 #include <absl/container/flat_hash_map.h>
 
 #include "kelbase/model/address.h"
 #include "kelbase/model/next_hop_sets.h"
+#include "kelbase/model/preferred_sources.h"
 #include "kelbase/model/route.h"
 
 namespace Kelbase {
 
+/// In the place of a link's index.
+inline constexpr std::int32_t allLinks = -1;
+
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
 class SilentChanges : private Links::Observer,
-                      private Addresses4::Observer,
+                      private OnLinks<AddressOf<Ip>>::Observer,
                       private Nexthops::Observer {
  public:
+  using Address = AddressOf<Ip>;
+  using Addresses = OnLinks<Address>;
+
   /// Routes or nexthop objects that are known may be gone, or going, or next hops of theirs be
   /// alive no more, or again. `surely` false: only if a replayed message is as old as it looks.
   using Hint = std::function<void(bool surely)>;
 
   /// All must outlive it.
-  SilentChanges(Links& links, Addresses4& addresses, Nexthops& nexthops, NextHopSets const& sets,
+  SilentChanges(Links& links, Addresses& addresses, Nexthops& nexthops, NextHopSets const& sets,
                 Hint hint);
 
   /// Whether next hops through the link count while it has no carrier: its
   /// ignore_routes_with_linkdown, or that of all links (allLinks).
   void ignoresLinkdownIs(std::int32_t link, bool on);
-  static constexpr std::int32_t allLinks = -1;
 
   /// The kernel has this route.
-  void routeIs(ListedRoute const& route);
+  void routeIs(ListedRoute<Ip> const& route);
 
   /// Routes are listed anew from here on.
   void dumpBegin();
@@ -64,43 +73,31 @@ class SilentChanges : private Links::Observer,
   void replayIs(bool on) { isReplay_ = on; }
 
  private:
-  /// The route to an address's network.
-  struct Connected {
-    Dovel::Prefix prefix;
-    std::int32_t link = 0;
-    std::uint32_t metric = 0;
-    std::uint32_t identity = 0;
-    bool operator==(Connected const&) const = default;
-  };
-  /// Of the routes that prefer a source.
-  struct Preference {
-    std::optional<Connected> only;  // there is no other
-    std::uint64_t dump = 0;         // the last that mentioned one
-  };
-
   void onLink(Link const* before, Link const& now) override;
   void onLinkGone(std::int32_t link) override { hintIf(usesLink(link)); }
-  void onObject(Address4 const& address) override;
-  void onObjectGone(Address4 const& address) override;
+  void onObject(Address const& address) override;
+  void onObjectGone(Address const& address) override;
   void onNexthop(std::uint32_t /*id*/) override {}
-  void onNexthopGone(std::uint32_t id) override { hintIf(sets_.usesObject(id)); }
+  void onNexthopGone(std::uint32_t id) override { hintIf(sets_.usesObject(id, Ip::version)); }
 
   void hintIf(bool changed) const {
     if (changed) hint_(true);
   }
-  bool usesLink(std::int32_t link) const { return sets_.usesLink(link) || dead_.contains(link); }
-  bool isPreferred(Address4 const& address) const;
-  static std::optional<Connected> connectedBy(ListedRoute const& route);
+  bool usesLink(std::int32_t link) const {
+    return sets_.usesLink(link, Ip::version) || dead_.contains(link);
+  }
 
-  Addresses4 const& addresses_;
+  Addresses const& addresses_;
   NextHopSets const& sets_;
   Hint const hint_;
-  absl::flat_hash_map<Dovel::IpAddr, Preference> preferences_;
+  PreferredSources sources_;                               // of IPv4
   absl::flat_hash_map<std::int32_t, std::uint64_t> dead_;  // by link with dead next hops: the dump
   absl::flat_hash_map<std::int32_t, bool> ignores_;        // by link: the setting, once heard of
   std::uint64_t dump_ = 0;
-  bool isWhole_ = false;  // the last dump left nothing out
   bool isReplay_ = false;
 };
+
+extern template class SilentChanges<Ip4>;
+extern template class SilentChanges<Ip6>;
 
 }  // namespace Kelbase

@@ -26,7 +26,9 @@ KernelSources makeKernelSources(Kernel& kernel) {
   sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
   sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours4));
   sources.push_back(sourceOf<NexthopDecoder>(kernel.nexthops));
-  sources.push_back(std::make_unique<RouteSource>(kernel.routes, *sources.back()));
+  KernelSource const& nexthops = *sources.back();
+  sources.push_back(std::make_unique<RouteSource<Ip4>>(kernel.routes4, nexthops));
+  sources.push_back(std::make_unique<RouteSource<Ip6>>(kernel.routes6, nexthops));
   return sources;
 }
 

@@ -8,26 +8,35 @@
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
+#include "kelbase/model/siblings.h"
 #include "kelbase/netlink/netlink_attributes.h"
 
 namespace Kelbase {
 namespace {
 
-constexpr std::size_t addressSize = sizeof(Dovel::IpAddr::Octets);
 constexpr std::size_t numberSize = sizeof(std::uint32_t);
 
 constexpr AttributeRule numberRule(std::uint16_t type, std::string_view name) {
   return {type, name, exactly(numberSize)};
 }
 
+template <class Ip>
+constexpr AttributeRule addressRule(std::uint16_t type, std::string_view name) {
+  return {type, name, exactly(sizeof(typename Ip::Addr::Octets))};
+}
+
+template <class Ip>
+constexpr std::uint8_t familyOf = Ip::version == IpVersion::v4 ? AF_INET : AF_INET6;
+
 // In the order in which the kernel writes them, which makes looking them up short.
+template <class Ip>
 constexpr std::array routeRules{
     numberRule(RTA_TABLE, "RTA_TABLE"),
-    AttributeRule{RTA_DST, "RTA_DST", exactly(addressSize)},
+    addressRule<Ip>(RTA_DST, "RTA_DST"),
     numberRule(RTA_PRIORITY, "RTA_PRIORITY"),
     AttributeRule{RTA_METRICS, "RTA_METRICS", {}},
-    AttributeRule{RTA_PREFSRC, "RTA_PREFSRC", exactly(addressSize)},
-    AttributeRule{RTA_GATEWAY, "RTA_GATEWAY", exactly(addressSize)},
+    addressRule<Ip>(RTA_PREFSRC, "RTA_PREFSRC"),
+    addressRule<Ip>(RTA_GATEWAY, "RTA_GATEWAY"),
     AttributeRule{RTA_VIA, "RTA_VIA", atLeast(sizeof(rtvia))},
     numberRule(RTA_OIF, "RTA_OIF"),
     numberRule(RTA_FLOW, "RTA_FLOW"),
@@ -35,10 +44,12 @@ constexpr std::array routeRules{
     AttributeRule{RTA_ENCAP, "RTA_ENCAP", {}},
     AttributeRule{RTA_MULTIPATH, "RTA_MULTIPATH", atLeast(sizeof(rtnexthop))},
     numberRule(RTA_NH_ID, "RTA_NH_ID"),
+    AttributeRule{RTA_CACHEINFO, "RTA_CACHEINFO", atLeast(sizeof(rta_cacheinfo))},
 };
 
+template <class Ip>
 constexpr std::array pathRules{
-    AttributeRule{RTA_GATEWAY, "RTA_MULTIPATH: RTA_GATEWAY", exactly(addressSize)},
+    addressRule<Ip>(RTA_GATEWAY, "RTA_MULTIPATH: RTA_GATEWAY"),
     AttributeRule{RTA_VIA, "RTA_MULTIPATH: RTA_VIA", atLeast(sizeof(rtvia))},
     numberRule(RTA_FLOW, "RTA_MULTIPATH: RTA_FLOW"),
     AttributeRule{RTA_ENCAP_TYPE, "RTA_MULTIPATH: RTA_ENCAP_TYPE", exactly(sizeof(std::uint16_t))},
@@ -50,7 +61,7 @@ constexpr std::array nexthopRules{
     AttributeRule{NHA_GROUP, "NHA_GROUP", atLeast(sizeof(nexthop_grp))},
     AttributeRule{NHA_BLACKHOLE, "NHA_BLACKHOLE", exactly(0)},
     AttributeRule{NHA_OIF, "NHA_OIF", exactly(numberSize)},
-    AttributeRule{NHA_GATEWAY, "NHA_GATEWAY", atLeast(addressSize)},
+    AttributeRule{NHA_GATEWAY, "NHA_GATEWAY", atLeast(sizeof(Dovel::IpAddr::Octets))},
 };
 
 /// A multiplicative hash without state between runs; numbers in one step each.
@@ -73,9 +84,24 @@ class Fingerprint {
   std::uint64_t hash_ = 0;
 };
 
-Dovel::IpAddr addressOf(Attributes const& attributes, std::uint16_t type) {
-  auto const octets = attributes.value<Dovel::IpAddr::Octets>(type);
-  return octets ? Dovel::IpAddr(*octets) : Dovel::IpAddr();
+/// The unspecified one where there is none.
+template <class Addr>
+Addr addressOf(Attributes const& attributes, std::uint16_t type) {
+  return attributes.address<Addr>(type).value_or(Addr());
+}
+
+/// Of an IPv4 route, RTA_VIA has an IPv6 neighbour (RFC 8950); other families are none of IP.
+void readVia(NetlinkMessage const& message, Bytes via, NextHop& hop) {
+  rtvia header;
+  std::memcpy(&header, via.data(), sizeof header);
+  if (header.rtvia_family != AF_INET6) return;
+  Dovel::Ip6Addr::Octets octets;
+  if (via.size() != sizeof header + octets.size()) {
+    throw BadMessage(fmt::format("{}: RTA_VIA: {} bytes, expected {}", message.name(), via.size(),
+                                 sizeof header + octets.size()));
+  }
+  std::memcpy(octets.data(), via.data() + sizeof header, octets.size());
+  hop.nextHop6 = Dovel::Ip6Addr(octets);
 }
 
 std::int32_t checkedIndex(NetlinkMessage const& message, std::int32_t index) {
@@ -86,10 +112,12 @@ std::int32_t checkedIndex(NetlinkMessage const& message, std::int32_t index) {
   return index;
 }
 
-Dovel::Prefix prefixOf(NetlinkMessage const& message, Dovel::IpAddr const& address,
-                       unsigned length) {
-  if (length > Dovel::IpAddr::bits) {
-    throw BadMessage(fmt::format("{}: prefix length {}, expected 0 to 32", message.name(), length));
+template <class Ip>
+typename Ip::Destination prefixOf(NetlinkMessage const& message, typename Ip::Addr const& address,
+                                  unsigned length) {
+  if (length > Ip::Addr::bits) {
+    throw BadMessage(fmt::format("{}: prefix length {}, expected 0 to {}", message.name(), length,
+                                 unsigned{Ip::Addr::bits}));
   }
   if (address.masked(length) != address) {
     throw BadMessage(fmt::format("{}: RTA_DST: {}/{} has host bits set", message.name(),
@@ -103,12 +131,26 @@ Dovel::Prefix prefixOf(NetlinkMessage const& message, Dovel::IpAddr const& addre
 constexpr std::uint32_t passingFlags =
     RTNH_COMPARE_MASK | RTM_F_OFFLOAD | RTM_F_TRAP | RTM_F_OFFLOAD_FAILED;
 
+template <class Ip>
+NextHop hopOf(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index) {
+  NextHop hop;
+  hop.ifIndex = checkedIndex(message, index);
+  if constexpr (Ip::version == IpVersion::v4) {
+    hop.nextHop = addressOf<Dovel::IpAddr>(attributes, RTA_GATEWAY);
+    if (auto const via = attributes.bytes(RTA_VIA)) readVia(message, *via, hop);
+  } else {
+    hop.nextHop6 = addressOf<Dovel::Ip6Addr>(attributes, RTA_GATEWAY);
+  }
+  return hop;
+}
+
 /// A next hop with its flags (RTNH_F_...). Dead is also one without carrier where the link has
 /// ignore_routes_with_linkdown (fib_nexthop_info): the flag tells what fib_table_lookup() goes by.
+template <class Ip>
 void addHop(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index,
-            std::uint32_t flags, ListedRoute& route, Fingerprint& identity) {
-  NextHop const hop{addressOf(attributes, RTA_GATEWAY), checkedIndex(message, index)};
-  identity.add(hop.nextHop.value()).add(static_cast<std::uint64_t>(hop.ifIndex));
+            std::uint32_t flags, ListedRoute<Ip>& route, Fingerprint& identity) {
+  auto const hop = hopOf<Ip>(message, attributes, index);
+  identity.add(attributes.bytes(RTA_GATEWAY)).add(static_cast<std::uint64_t>(hop.ifIndex));
   identity.add(flags & ~passingFlags);
   for (auto const type : {RTA_VIA, RTA_FLOW, RTA_ENCAP_TYPE, RTA_ENCAP}) {
     identity.add(attributes.bytes(type));
@@ -121,7 +163,8 @@ void addHop(NetlinkMessage const& message, Attributes const& attributes, std::in
 }
 
 /// Each next hop: struct rtnexthop, then attributes of its own.
-void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute& route,
+template <class Ip>
+void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute<Ip>& route,
                Fingerprint& identity) {
   while (!left.empty()) {
     rtnexthop path;
@@ -132,14 +175,10 @@ void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute& route,
     }
     Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
     identity.add(path.rtnh_hops);
-    addHop(message, Attributes(message.name(), nested, pathRules), path.rtnh_ifindex,
+    addHop(message, Attributes(message.name(), nested, pathRules<Ip>), path.rtnh_ifindex,
            path.rtnh_flags, route, identity);
     left = left.subspan(std::min<std::size_t>(RTNH_ALIGN(path.rtnh_len), left.size()));
   }
-}
-
-bool hasHops(Attributes const& attributes) {
-  return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
 }
 
 RouteKind kindOf(std::uint8_t type) {
@@ -157,13 +196,22 @@ RouteKind kindOf(std::uint8_t type) {
   }
 }
 
+/// IPv6 routes that do not forward are listed over the loopback (ip6_route_info_create).
+template <class Ip>
+bool hasHops(Attributes const& attributes, RouteKind kind) {
+  if (Ip::version == IpVersion::v6 && kind != RouteKind::unicast) return false;
+  return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
+}
+
 /// The kernel may write out a nexthop object's content too (net.ipv4.nexthop_compat_mode), which
 /// changes with the object while the route stays the same, as do then the flags. With the object
 /// turns the type, too: while it is a blackhole, so are its routes.
+template <class Ip>
 void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes const& attributes,
-              ListedRoute& route, Fingerprint& identity) {
+              ListedRoute<Ip>& route, Fingerprint& identity) {
   route.hops.clear();
   route.deadLinks.clear();
+  route.tellsSiblings = false;
   route.kind = kindOf(header.rtm_type);
   route.object = attributes.value<std::uint32_t>(RTA_NH_ID).value_or(0);
   if (route.object != 0) {
@@ -173,11 +221,39 @@ void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes con
   identity.add(header.rtm_type).add(header.rtm_flags & ~passingFlags);
   if (auto const paths = attributes.bytes(RTA_MULTIPATH)) {
     readPaths(message, *paths, route, identity);
-  } else if (hasHops(attributes)) {
+    route.tellsSiblings = Ip::version == IpVersion::v6;
+  } else if (hasHops<Ip>(attributes, route.kind)) {
     auto const index = attributes.value<std::int32_t>(RTA_OIF).value_or(0);
     addHop(message, attributes, index, header.rtm_flags, route, identity);
   }
   if (route.hops.empty() && !route.deadLinks.empty()) route.kind = RouteKind::dead;
+}
+
+void readIdentity(rtmsg const& header, Attributes const& attributes, Fingerprint& identity,
+                  ListedRoute<Ip4>& route) {
+  identity.add(header.rtm_protocol).add(header.rtm_scope);
+  identity.add(attributes.bytes(RTA_PREFSRC)).add(attributes.bytes(RTA_METRICS));
+  route.identity = identity.value();
+  route.preferredSource = attributes.address<Dovel::IpAddr>(RTA_PREFSRC);
+}
+
+/// The preferred source and the metrics of an IPv6 route change in silence (rt6_remove_prefsrc,
+/// fib6_add_rt2node).
+void readIdentity(rtmsg const& header, Attributes const& attributes, Fingerprint& identity,
+                  ListedRoute<Ip6>& route) {
+  bool const isSibling = route.object == 0 && header.rtm_type == RTN_UNICAST &&
+                         (route.tellsSiblings || attributes.has(RTA_GATEWAY));
+  route.identity = isSibling ? Siblings::identity : identity.add(header.rtm_protocol).value();
+}
+
+/// What has expired is not chosen any more, and goes when the kernel collects it, up to half a
+/// minute later (net/ipv6/ip6_fib.c, fib6_run_gc). A lifetime grows without a word. Those of
+/// siblings are not all told.
+void readLifetime(Attributes const& attributes, ListedRoute<Ip6>& route) {
+  auto const cache = attributes.value<rta_cacheinfo>(RTA_CACHEINFO);
+  auto const left = cache && !route.tellsSiblings ? static_cast<int>(cache->rta_expires) : 0;
+  route.lifetime = static_cast<std::uint32_t>(std::max(left, 0));
+  if (left < 0) route.kind = RouteKind::dead;
 }
 
 void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& nexthop) {
@@ -194,27 +270,32 @@ void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& next
 
 }  // namespace
 
-bool readRoute(NetlinkMessage const& message, ListedRoute& route) {
+template <class Ip>
+bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route) {
   auto const header = message.header<rtmsg>();
-  if (header.rtm_family != AF_INET || (header.rtm_flags & RTM_F_CLONED) != 0) return false;
-  Attributes const attributes(message.name(), message.attributes<rtmsg>(), routeRules);
+  if (header.rtm_family != familyOf<Ip> || (header.rtm_flags & RTM_F_CLONED) != 0 ||
+      header.rtm_src_len != 0) {
+    return false;
+  }
+  Attributes const attributes(message.name(), message.attributes<rtmsg>(), routeRules<Ip>);
   // rtm_table has room for the first 256 alone.
   if (attributes.value<std::uint32_t>(RTA_TABLE).value_or(header.rtm_table) != RT_TABLE_MAIN) {
     return false;
   }
-  route.prefix = prefixOf(message, addressOf(attributes, RTA_DST), header.rtm_dst_len);
+  route.prefix =
+      prefixOf<Ip>(message, addressOf<typename Ip::Addr>(attributes, RTA_DST), header.rtm_dst_len);
   route.metric = attributes.value<std::uint32_t>(RTA_PRIORITY).value_or(0);
   route.tos = header.rtm_tos;
   route.protocol = header.rtm_protocol;
-  route.preferredSource.reset();
-  if (attributes.has(RTA_PREFSRC)) route.preferredSource = addressOf(attributes, RTA_PREFSRC);
   Fingerprint identity;
-  identity.add(header.rtm_protocol).add(header.rtm_scope);
-  identity.add(attributes.bytes(RTA_PREFSRC)).add(attributes.bytes(RTA_METRICS));
   readHops(message, header, attributes, route, identity);
-  route.identity = identity.value();
+  readIdentity(header, attributes, identity, route);
+  if constexpr (Ip::version == IpVersion::v6) readLifetime(attributes, route);
   return true;
 }
+
+template bool readRoute(NetlinkMessage const& message, ListedRoute<Ip4>& route);
+template bool readRoute(NetlinkMessage const& message, ListedRoute<Ip6>& route);
 
 ListedNexthop readNexthop(NetlinkMessage const& message) {
   auto const header = message.header<nhmsg>();
@@ -225,7 +306,16 @@ ListedNexthop readNexthop(NetlinkMessage const& message) {
   if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
   nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
   nexthop.hop.ifIndex = checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0));
-  if (header.nh_family == AF_INET) nexthop.hop.nextHop = addressOf(attributes, NHA_GATEWAY);
+  auto const gateway = attributes.bytes(NHA_GATEWAY);
+  if (gateway && header.nh_family == AF_INET) {
+    nexthop.hop.nextHop = addressOf<Dovel::IpAddr>(attributes, NHA_GATEWAY);
+  } else if (gateway && header.nh_family == AF_INET6) {
+    if (gateway->size() != sizeof(Dovel::Ip6Addr::Octets)) {
+      throw BadMessage(fmt::format("{}: NHA_GATEWAY: {} bytes, expected {}", message.name(),
+                                   gateway->size(), sizeof(Dovel::Ip6Addr::Octets)));
+    }
+    nexthop.hop.nextHop6 = addressOf<Dovel::Ip6Addr>(attributes, NHA_GATEWAY);
+  }
   return nexthop;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
-// IPv4 routes of table main: RTM_NEWROUTE and RTM_DELROUTE (rtnetlink(7)), and of RTM_NEWNETCONF
-// what bears on them. Where the model is in doubt, it has the routes listed again, and before them
-// the nexthop objects where those may have changed.
+// Routes of table main, of one version of IP: RTM_NEWROUTE and RTM_DELROUTE (rtnetlink(7)), and of
+// RTM_NEWNETCONF what bears on them. Where the model is in doubt, it has the routes listed again,
+// and before them the nexthop objects where those may have changed.
 
 #include <optional>
 #include <utility>
@@ -12,6 +12,8 @@
 
 namespace Kelbase {
 
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
 class RouteSource : public KernelSource {
  public:
   /// From a hint at changes made in silence to the dump: more are likely to follow at once.
@@ -20,9 +22,11 @@ class RouteSource : public KernelSource {
   static constexpr double doubtDelay = 1.0;  // seconds
 
   /// Both must outlive it.
-  RouteSource(Routes& routes, KernelSource const& nexthops);
+  RouteSource(Routes<Ip>& routes, KernelSource const& nexthops);
 
-  std::string_view name() const override { return "IPv4 routes"; }
+  std::string_view name() const override {
+    return Ip::version == IpVersion::v4 ? "IPv4 routes" : "IPv6 routes";
+  }
   std::span<unsigned const> groups() const override;
   std::span<NetlinkRequest const> requests() const override { return requests_; }
   bool takes(std::uint16_t messageType) const override;
@@ -30,21 +34,25 @@ class RouteSource : public KernelSource {
   void dumpEnd(bool whole) override;
   void receive(NetlinkMessage const& message) override;
   void replayIs(bool on) override { routes_.replayIs(on); }
-  std::string summary() const override;
+  std::string summary() const override { return routes_.summary(); }
 
  private:
-  void onDoubt(Routes::Doubt why) const;
-  Routes::Rank rankOf(NetlinkMessage const& message) const;
+  void onDoubt(RouteDoubt why) const;
+  RouteRank rankOf(NetlinkMessage const& message) const;
 
-  Routes& routes_;
+  Routes<Ip>& routes_;
   KernelSource const& nexthops_;
   std::vector<NetlinkRequest> requests_;
-  ListedRoute route_;  // its memory is used again
+  ListedRoute<Ip> route_;  // its memory is used again
   bool isDumping_ = false;
 };
 
-/// A link, or all (SilentChanges::allLinks), and whether its next hops count without carrier.
-/// Nothing for another setting or another version of IP.
-std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message);
+/// A link, or allLinks, and whether its next hops of the version count without carrier. Nothing for
+/// another setting or another version of IP.
+std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message,
+                                                                 IpVersion version);
+
+extern template class RouteSource<Ip4>;
+extern template class RouteSource<Ip6>;
 
 }  // namespace Kelbase

@@ -69,11 +69,12 @@ Fec FecView::fecOf(Handle handle) {
   Fec fec;
   for (auto const& hop : fitting(hops)) {
     auto const name = links_.linkName(hop.ifIndex);
-    if (name) {
-      fec.vias.push_back({hop.nextHop, *name, hop.ifIndex});
-    } else if (!hop.nextHop.isUnspecified()) {
-      fec.vias.push_back({hop.nextHop, {}, 0});
-    }
+    if (!name && !hop.hasGateway()) continue;
+    fec.vias.push_back({.nextHop = hop.nextHop,
+                        .intfId = name.value_or(Dovel::IntfId()),
+                        .ifIndex = name ? hop.ifIndex : 0,
+                        .nextHop6 = hop.nextHop6,
+                        .routeType = hop.routeType});
   }
   return fec;
 }
@@ -82,7 +83,9 @@ void FecView::wayIs(Handle handle, Way way) {
   Shown& one = shown(handle);
   bool const isNew = !std::exchange(one.isSettled, true);
   if (std::exchange(one.way, way) == way) return;
-  if (!isNew) turned_.push_back(handle);
+  if (!isNew) {
+    for (auto* turned : turned_) turned->push_back(handle);
+  }
   if (way != Way::forward) onSetUnused(handle);
 }
 
@@ -135,7 +138,9 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
     fecNext_ = std::max(fecNext_, id.value() + 1);
     if (id.value() < inlineFecMin || owned.contains(id.value())) return;
     std::vector<NextHop> hops;
-    for (auto const& via : fec.vias) hops.push_back({via.nextHop, via.ifIndex});
+    for (auto const& via : fec.vias) {
+      hops.push_back({via.nextHop, via.ifIndex, via.nextHop6, via.routeType});
+    }
     auto const orphan = orphans.find(hops);
     if (orphan == orphans.end()) return;
     shown(orphan->second).fecId = id.value();
@@ -155,7 +160,6 @@ Pondo::Writer::SyncCounts FecView::writeAll(Pondo::Writer& writer) {
   });
   for (auto const handle : dirty_) shown(handle).isDirty = false;
   dirty_.clear();
-  turned_.clear();  // every route is compared now
   counts.removed = superfluous_.size();
   return counts;
 }
@@ -178,6 +182,13 @@ void FecView::writeUnused(Pondo::Writer& writer) {
     one = {};
     sets_.forget(handle);
   }
+}
+
+std::string FecView::summary() const {
+  auto text = fmt::format("{}, {} next-hop set{}", nexthops_.summary(), sets_.size(),
+                          sets_.size() == 1 ? "" : "s");
+  if (cut_ > 0) text += fmt::format(" ({} cut to {} next hops)", cut_, Pondo::Fib::viasMax);
+  return text;
 }
 
 }  // namespace Kelbase

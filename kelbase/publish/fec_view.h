@@ -1,6 +1,6 @@
 #pragma once
-// The sets of next hops that routes use, as rows of Pondo::FecTable, to which the rows of routes
-// refer (route_view.h).
+// The sets of next hops that routes of both versions of IP use, as rows of Pondo::FecTable, to
+// which the rows of routes refer (route_view.h).
 //
 // The fec of a nexthop object has the object's id, so that replacing the object writes one row; the
 // others have ids from inlineFecMin on, drawn when first written. A set that no route uses has no
@@ -40,15 +40,12 @@ class FecView : public TableView, private NextHopSets::Observer {
   Way way(Handle handle) const { return shown(handle).way; }
   /// For those that forward.
   Pondo::Fib::FecId fecId(Handle handle) const { return Pondo::Fib::FecId(shown(handle).fecId); }
-  /// The sets whose way is another since they were last taken: their routes are to be written
-  /// again.
-  bool hasTurned() const { return !turned_.empty(); }
-  std::vector<Handle> takeTurned() { return std::exchange(turned_, {}); }
-  /// Sets that have more next hops than a fec has room for.
-  std::size_t cut() const { return cut_; }
-
+  /// To `turned` goes from here on each set whose way is another: its routes are to be written
+  /// again. It must live as long as the sets are written.
+  void tellTurned(std::vector<Handle>& turned) { turned_.push_back(&turned); }
   std::string_view name() const override { return "fecs"; }
-  std::string summary() const override { return nexthops_.summary(); }
+  /// "3 nexthop objects, 2 next-hop sets"
+  std::string summary() const override;
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override { return !dirty_.empty(); }
@@ -85,13 +82,13 @@ class FecView : public TableView, private NextHopSets::Observer {
   Links const& links_;
   Nexthops const& nexthops_;
   NextHopSets& sets_;
-  std::vector<Shown> shown_;    // by handle
-  std::deque<Handle> dirty_;    // to be written, where they still are dirty
-  std::vector<Handle> unused_;  // to be erased, if they still are
-  std::vector<Handle> turned_;
-  FecIds superfluous_;  // of an earlier publisher
+  std::vector<Shown> shown_;                  // by handle
+  std::deque<Handle> dirty_;                  // to be written, where they still are dirty
+  std::vector<Handle> unused_;                // to be erased, if they still are
+  std::vector<std::vector<Handle>*> turned_;  // of each view of routes
+  FecIds superfluous_;                        // of an earlier publisher
   std::uint64_t fecNext_ = inlineFecMin;
-  std::size_t cut_ = 0;
+  std::size_t cut_ = 0;  // sets that have more next hops than a fec has room for
   bool isCutTold_ = false;
 };
 

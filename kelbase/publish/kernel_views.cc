@@ -22,9 +22,11 @@ TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
   }
   if (!parts.routes) return views;
   auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.nextHopSets);
-  auto routes = std::make_unique<RouteView>(kernel.routes, kernel.nextHopSets, *fecs);
+  auto routes4 = std::make_unique<RouteView<Ip4>>(kernel.routes4, kernel.nextHopSets, *fecs);
+  auto routes6 = std::make_unique<RouteView<Ip6>>(kernel.routes6, kernel.nextHopSets, *fecs);
   views.add(std::move(fecs));
-  views.add(std::move(routes));
+  views.add(std::move(routes4));
+  views.add(std::move(routes6));
   return views;
 }
 

@@ -14,16 +14,20 @@ constexpr std::size_t writesALook = 64;
 
 }  // namespace
 
-RouteView::RouteView(Routes& routes, NextHopSets const& sets, FecView& fecs)
+template <class Ip>
+RouteView<Ip>::RouteView(Routes<Ip>& routes, NextHopSets const& sets, FecView& fecs)
     : routes_(routes.table()), sets_(sets), fecs_(fecs) {
   routes.observerIs(*this);
+  fecs.tellTurned(turning_);
 }
 
-void RouteView::mark(Dovel::Prefix const& prefix) {
+template <class Ip>
+void RouteView<Ip>::mark(Prefix const& prefix) {
   if (isCompared_) changed_.insert(changed_.end(), prefix);  // a sweep's come in order
 }
 
-Pondo::Fib::Route RouteView::recordOf(KernelRoute const& route) const {
+template <class Ip>
+Pondo::Fib::Route RouteView<Ip>::recordOf(KernelRoute const& route) const {
   auto const& protocol = routeProtocol(route.protocol);
   Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
                            .metric = Routing::RouteMetric(route.metric),
@@ -55,20 +59,26 @@ Pondo::Fib::Route RouteView::recordOf(KernelRoute const& route) const {
   return record;
 }
 
-std::optional<Pondo::Fib::Route> RouteView::find(Dovel::Prefix const& prefix) const {
+template <class Ip>
+std::optional<Pondo::Fib::Route> RouteView<Ip>::find(Prefix const& prefix) const {
   auto const route = routes_.served(prefix);
   if (!route) return std::nullopt;
   return recordOf(*route);
 }
 
-void RouteView::writeRest(Pondo::Writer& writer) {
+template <class Ip>
+void RouteView<Ip>::writeRest(Pondo::Writer& writer) {
   if (fecs_.hasMore()) return;
   double const end = Mav::now() + sliceTime;
+  changedAt_ = isFirstFill_ ? 0 : static_cast<std::uint32_t>(Mav::bootTime());
   writeChanged(writer, end);
-  if (changed_.empty()) writeTurned(writer, end);
+  if (!changed_.empty()) return;
+  isFirstFill_ = false;
+  writeTurned(writer, end);
 }
 
-void RouteView::writeChanged(Pondo::Writer& writer, double end) {
+template <class Ip>
+void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
   auto next = changed_.lower_bound(next_);
   while (!changed_.empty()) {
     if (next == changed_.end()) next = changed_.begin();
@@ -79,59 +89,77 @@ void RouteView::writeChanged(Pondo::Writer& writer, double end) {
     next = changed_.erase(first, next);  // at once: one by one costs as much as the writing
     if (Mav::now() > end) break;
   }
-  next_ = next == changed_.end() ? Dovel::Prefix() : *next;
+  next_ = next == changed_.end() ? Prefix() : *next;
 }
 
-void RouteView::writeTurned(Pondo::Writer& writer, double end) {
+template <class Ip>
+void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
   if (turned_.empty()) {
-    auto const turned = fecs_.takeTurned();
-    if (turned.empty()) return;
-    turned_.insert(turned.begin(), turned.end());
+    if (turning_.empty()) return;
+    turned_.insert(turning_.begin(), turning_.end());
+    turning_.clear();
     walked_ = {};
   }
   std::size_t walked = 1;
-  for (Routes::Book::Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
+  for (Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
     if (walked % writesALook == 0 && Mav::now() > end) {
       walked_ = own.prefix();
       return;
     }
     if (!turned_.contains(own.route().hops)) continue;
-    writer.put<Pondo::RouteTable>(own.prefix(), recordOf(own.route()));
+    put(writer, own.prefix(), own.route());
   }
   turned_.clear();
 }
 
-void RouteView::writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const {
-  if (auto const record = find(prefix)) {
-    writer.put<Pondo::RouteTable>(prefix, *record);
+template <class Ip>
+void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix) const {
+  if (auto const route = routes_.served(prefix)) {
+    put(writer, prefix, *route);
   } else {
-    writer.erase<Pondo::RouteTable>(prefix);
+    writer.erase<Table>(prefix);
   }
+}
+
+/// What is there already keeps its age.
+template <class Ip>
+void RouteView<Ip>::put(Pondo::Writer& writer, Prefix const& prefix,
+                        KernelRoute const& route) const {
+  auto record = recordOf(route);
+  record.changedAt = changedAt_;
+  writer.put<Table>(prefix, record);
+}
+
+template <class Ip>
+bool RouteView<Ip>::isRecordOf(std::string_view bytes, KernelRoute const& route) const {
+  auto const record = Pondo::decodeRecord<Table>(bytes);
+  return record && isSameButAge(*record, recordOf(route));
 }
 
 /// Compares in one sweep of both sides, and leaves the difference to be written: that is what takes
 /// time.
-Pondo::Writer::SyncCounts RouteView::writeAll(Pondo::Writer& writer) {
+template <class Ip>
+Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
   isCompared_ = true;
   changed_.clear();
   next_ = {};
   turned_.clear();
-  fecs_.takeTurned();
+  turning_.clear();  // every route is compared now
   Pondo::Writer::SyncCounts counts;
-  Routes::Book::Walk own(routes_);
+  Walk own(routes_);
   auto const markOwn = [&](std::size_t& count) {
     mark(own.prefix());
     own.next();
     ++count;
   };
-  writer.scanBytes(Pondo::TableId::route, [&](std::string_view key, std::string_view value) {
-    auto const prefix = Pondo::decodeKey<Pondo::RouteTable>(key);
+  writer.scanBytes(Table::id, [&](std::string_view key, std::string_view value) {
+    auto const prefix = Pondo::decodeKey<Table>(key);
     if (!prefix) return;
     while (!own.ended() && own.prefix() < *prefix) markOwn(counts.added);
     if (own.ended() || own.prefix() != *prefix) {
       mark(*prefix);
       ++counts.removed;
-    } else if (Pondo::decodeRecord<Pondo::RouteTable>(value) != recordOf(own.route())) {
+    } else if (!isRecordOf(value, own.route())) {
       markOwn(counts.changed);
     } else {
       own.next();
@@ -139,16 +167,17 @@ Pondo::Writer::SyncCounts RouteView::writeAll(Pondo::Writer& writer) {
     }
   });
   while (!own.ended()) markOwn(counts.added);
+  isFirstFill_ = counts.added == changed_.size() && counts.unchanged == 0;
   return counts;
 }
 
-std::string RouteView::summary() const {
-  auto text =
-      fmt::format("{} route{}, {} next-hop set{}", routes_.size(), routes_.size() == 1 ? "" : "s",
-                  sets_.size(), sets_.size() == 1 ? "" : "s");
-  if (fecs_.cut() > 0)
-    text += fmt::format(" ({} cut to {} next hops)", fecs_.cut(), Pondo::Fib::viasMax);
-  return text;
+template <class Ip>
+std::string RouteView<Ip>::summary() const {
+  auto const size = routes_.size();
+  return fmt::format("{} {} route{}", size, Ip::name, size == 1 ? "" : "s");
 }
+
+template class RouteView<Ip4>;
+template class RouteView<Ip6>;
 
 }  // namespace Kelbase

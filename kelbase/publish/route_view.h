@@ -1,10 +1,17 @@
 #pragma once
-// The route of each prefix that is in use, as a row of Pondo::RouteTable.
+// The route of each prefix that is in use, of one version of IP, as a row of Pondo::RouteTable or
+// Pondo::Route6Table.
 //
 // Written in slices: a million at once would keep the notifications waiting until they overran
 // their socket. Changed prefixes wait in their order; each write takes some of them, for at most
 // sliceTime, and the next goes on behind them. Then the routes of sets whose way has turned are
 // looked for, in a walk over all.
+//
+// A row tells when its route was seen to change, but for what a table that held nothing is first
+// filled with: since when that was so nobody knows.
+
+#include <type_traits>
+#include <vector>
 
 #include <absl/container/btree_set.h>
 #include <absl/container/flat_hash_set.h>
@@ -14,45 +21,61 @@
 
 namespace Kelbase {
 
-class RouteView : public TableView, private Routes::Observer {
+/// `Ip`: Ip4 or Ip6.
+template <class Ip>
+class RouteView : public TableView, private Routes<Ip>::Observer {
  public:
+  using Prefix = typename Ip::Prefix;
+  using Table =
+      std::conditional_t<Ip::version == IpVersion::v4, Pondo::RouteTable, Pondo::Route6Table>;
+
   static constexpr double sliceTime = 0.004;  // seconds
 
   /// All must outlive it; the fecs are to be written before it.
-  RouteView(Routes& routes, NextHopSets const& sets, FecView& fecs);
+  RouteView(Routes<Ip>& routes, NextHopSets const& sets, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
   std::string summary() const override;
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override {
-    return !changed_.empty() || !turned_.empty() || fecs_.hasTurned();
+    return !changed_.empty() || !turned_.empty() || !turning_.empty();
   }
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
 
-  /// What the table is to hold under `prefix`; nothing: no record.
-  std::optional<Pondo::Fib::Route> find(Dovel::Prefix const& prefix) const;
+  /// What the table is to hold under `prefix`, but for its age; nothing: no record.
+  std::optional<Pondo::Fib::Route> find(Prefix const& prefix) const;
 
  private:
-  void onRoute(std::uint32_t table, Dovel::Prefix const& prefix) override {
+  using Walk = typename RouteBook<Ip>::Walk;
+
+  void onRoute(std::uint32_t table, Prefix const& prefix) override {
     if (table == mainTable) mark(prefix);
   }
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
-  void mark(Dovel::Prefix const& prefix);
+  void mark(Prefix const& prefix);
   void writeChanged(Pondo::Writer& writer, double end);
   void writeTurned(Pondo::Writer& writer, double end);
-  void writeOne(Pondo::Writer& writer, Dovel::Prefix const& prefix) const;
+  void writeOne(Pondo::Writer& writer, Prefix const& prefix) const;
+  bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
+  void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
-  Routes::Book const& routes_;
+  RouteBook<Ip> const& routes_;
   NextHopSets const& sets_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
-  absl::btree_set<Dovel::Prefix> changed_;  // to be written
-  Dovel::Prefix next_;                      // of those, where the next write starts
-  // The walk under way. Sets whose way turns during this walk get a walk of their own.
+  absl::btree_set<Prefix> changed_;  // to be written
+  Prefix next_;                      // of those, where the next write starts
+  std::uint32_t changedAt_ = 0;      // of what is written now
+  bool isFirstFill_ = false;         // of a table that held nothing
+  // The walk under way, and the next one's: of sets whose way turns during this walk.
   absl::flat_hash_set<NextHopSets::Handle> turned_;
-  Dovel::Prefix walked_;  // as far as that
+  Prefix walked_;  // as far as that
+  std::vector<NextHopSets::Handle> turning_;
 };
+
+extern template class RouteView<Ip4>;
+extern template class RouteView<Ip6>;
 
 }  // namespace Kelbase

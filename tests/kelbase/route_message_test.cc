@@ -18,7 +18,7 @@ class RouteMessageTest : public testing::Test {
     return route_.identity;
   }
 
-  ListedRoute route_;
+  ListedRoute<Ip4> route_;
 };
 
 NetlinkBuilder plain() {

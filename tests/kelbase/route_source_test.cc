@@ -30,7 +30,8 @@ TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
               ElementsAre("0.0.0.0/0 static 0 10.0.0.3@a", "10.1.0.0/16 static 20 10.0.0.2@a",
                           "10.2.0.0/16 static 0 10.0.0.2@a"));
   EXPECT_THAT(fecs(), ElementsAre("4294967296: 10.0.0.2@a", "4294967297: 10.0.0.3@a"));
-  EXPECT_EQ(routeRows_.summary(), "3 routes, 2 next-hop sets");
+  EXPECT_EQ(routeRows_.summary(), "3 IPv4 routes");
+  EXPECT_EQ(fecRows_.summary(), "0 nexthop objects, 2 next-hop sets");
   gone("10.1.0.0/16", 2, 20);
   gone("0.0.0.0/0", 3);
   EXPECT_THAT(written(), ElementsAre("10.2.0.0/16 static 0 10.0.0.2@a"));
@@ -42,15 +43,15 @@ TEST_F(RouteSourceTest, EqualSetsAreOneFecThatGoesWithItsLastRoute) {
 
 TEST_F(RouteSourceTest, ARouteOfAnotherTableIsKeptApart) {
   route("10.1.0.0/16", 2);
-  ListedRoute other;
+  ListedRoute<Ip4> other;
   other.table = 10;
   other.prefix = Dovel::Prefix(Dovel::IpAddr("10.1.0.0"), 16);
-  other.hops = {{Dovel::IpAddr("10.0.0.3"), 3}};
-  kernel_.routes.is(other, RouteRank::replaced);
+  other.hops = {{.nextHop = Dovel::IpAddr("10.0.0.3"), .ifIndex = 3}};
+  kernel_.routes4.is(other, RouteRank::replaced);
   EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a"));
   gone("10.1.0.0/16", 2);
   EXPECT_THAT(written(), IsEmpty());
-  EXPECT_EQ(kernel_.routes.table(10).size(), 1U);
+  EXPECT_EQ(kernel_.routes4.table(10).size(), 1U);
 }
 
 TEST_F(RouteSourceTest, OfEqualMetricsTos0ThenTheKernelsFirst) {
@@ -151,7 +152,7 @@ TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
   gone("10.1.0.0/16", 4);
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
-  EXPECT_EQ(routeRows_.summary(), "2 routes, 2 next-hop sets");
+  EXPECT_EQ(routeRows_.summary(), "2 IPv4 routes");
 }
 
 /// A route added, replaced and deleted at random, and dumped anywhere in between: whatever of it is
@@ -248,10 +249,10 @@ TEST_F(RouteSourceTest, SetsThatAreCutAreCounted) {
   group(200, members);
   overObject("10.1.0.0/16", 200);
   EXPECT_THAT(written(), ElementsAre(EndsWith(" 10.0.0.128@a")));
-  EXPECT_THAT(routeRows_.summary(), EndsWith(" (1 cut to 128 next hops)"));
+  EXPECT_THAT(fecRows_.summary(), EndsWith(", 1 next-hop set (1 cut to 128 next hops)"));
   group(200, {1, 2});
   written();
-  EXPECT_EQ(routeRows_.summary(), "1 route, 1 next-hop set");
+  EXPECT_THAT(fecRows_.summary(), EndsWith(", 1 next-hop set"));
 }
 
 TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {

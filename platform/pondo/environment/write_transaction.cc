@@ -1,5 +1,6 @@
 #include "platform/pondo/environment/write_transaction.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace Pondo {
@@ -14,6 +15,16 @@ std::array<char, Format::sequenceSize> sequenceKey(std::uint64_t sequence) {
     key.at(i) = static_cast<char>(sequence >> (8 * (key.size() - 1 - i)));
   }
   return key;
+}
+
+/// As Fib::isSameButAge() of routes.
+bool isSame(TableId table, std::string_view a, std::string_view b) {
+  using Format::RouteRecord;
+  constexpr auto ageAt = offsetof(RouteRecord, changedAt);
+  constexpr auto ageEnd = ageAt + sizeof(RouteRecord::changedAt);
+  if (table != TableId::route && table != TableId::route6) return a == b;
+  if (a.size() != sizeof(RouteRecord) || b.size() != sizeof(RouteRecord)) return a == b;
+  return a.substr(0, ageAt) == b.substr(0, ageAt) && a.substr(ageEnd) == b.substr(ageEnd);
 }
 
 CursorPtr openCursor(MDB_txn* txn, MDB_dbi table, std::filesystem::path const& path) {
@@ -82,7 +93,7 @@ Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view
   MDB_val found{};
   int const code = mdb_cursor_get(table.cursor.get(), &keyVal, &found, MDB_SET);
   if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
-  if (code == MDB_SUCCESS && fromVal(found) == value) return Outcome::unchanged;
+  if (code == MDB_SUCCESS && isSame(id, fromVal(found), value)) return Outcome::unchanged;
   store(table, key, value, code == MDB_SUCCESS ? MDB_CURRENT : 0);
   logChange(id, key);
   return code == MDB_SUCCESS ? Outcome::changed : Outcome::added;

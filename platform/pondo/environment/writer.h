@@ -5,8 +5,8 @@
 // lock, and keeps what an earlier publisher has left: that state is served on, and only differences
 // are written. Changes gather in one LMDB transaction. commit() makes them visible at once, with a
 // new generation and their entries in the change log, and rings the doorbell. A put of what is
-// there already, and an erase of what is not, change nothing, log nothing, and say false. A batch
-// of batchMax changes is committed without being asked.
+// there already (of a route, whatever its age), and an erase of what is not, change nothing, log
+// nothing, and say false. A batch of batchMax changes is committed without being asked.
 //
 // When an operation throws, the transaction is aborted and the tables are as after the last commit:
 // the caller writes everything again. Once an environment is lost (the run directory was deleted, a
@@ -67,7 +67,8 @@ class Writer {
 
   template <class Table>
   bool put(typename Table::Key const& key, typename Table::Record const& record) {
-    if constexpr (std::is_same_v<Table, RouteTable>) {  // a million: no allocations
+    if constexpr (std::is_same_v<typename Table::Record,
+                                 Fib::Route>) {  // a million: no allocations
       return putBytes(Table::id, asView(routeKeyBytes(key)), asView(routeRecordBytes(record)));
     } else {
       return putBytes(Table::id, encodeKey<Table>(key), encodeRecord<Table>(record));

@@ -1,0 +1,35 @@
+#pragma once
+// What messages about IPv4 routes mean for a book of them. The kernel has one route of a prefix,
+// tos and metric, but for those that were appended or prepended to it, and each message about it
+// says all of it (net/ipv4/fib_trie.c, fib_table_insert).
+//
+// Replayed over a dump that may be newer, all ends right as long as a prefix has but one route of a
+// tos and metric. Among appended ones a replacement, say, hits the wrong one when its own had gone
+// before the dump. And a second route cannot be told from the first where they look the same.
+// isDoubtful says so: a dump tells. Asked by Routes alone. One thread.
+
+#include "kelbase/model/route_book.h"
+
+namespace Kelbase {
+
+class AppendedRoutes {
+ public:
+  using Book = RouteBook<Ip4>;
+
+  explicit AppendedRoutes(NextHopSets const& /*sets*/) {}
+
+  /// From here on messages may be older than what the last dump listed, or are not any more.
+  void replayIs(bool on) { isReplay_ = on; }
+
+  /// The kernel has added `route`. Every message tells all of it.
+  RouteOutcome add(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
+                   RouteRank rank, bool tellsAll) const;
+  /// The kernel has deleted it.
+  RouteOutcome remove(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
+                      bool tellsAll) const;
+
+ private:
+  bool isReplay_ = false;
+};
+
+}  // namespace Kelbase

@@ -1,0 +1,58 @@
+#include "kelbase/model/preferred_sources.h"
+
+namespace Kelbase {
+namespace {
+
+constexpr std::uint8_t kernelProtocol = 2;  // RTPROT_KERNEL
+
+/// Where the network of an address is local, and no route of table main leads to it
+/// (fib_add_ifaddr). In every network namespace (net/core/dev.c).
+constexpr std::int32_t loopback = 1;
+
+}  // namespace
+
+/// By another route than the one that the kernel says it removes: that of a primary address's
+/// network, unless it was told to make none.
+bool PreferredSources::isPreferred(Address4 const& address) const {
+  auto const found = preferences_.find(address.key.local);
+  if (found == preferences_.end()) return false;
+  auto const& only = found->second.only;
+  Dovel::IpAddr const network = address.key.peer.masked(address.key.length);
+  bool const isConnected = !address.state.isSecondary && address.state.makesRoute &&
+                           address.link != loopback && network != address.key.local;
+  return !isWhole_ || !isConnected || !only || only->link != address.link ||
+         only->prefix != Dovel::Prefix(network, address.key.length);
+}
+
+std::optional<PreferredSources::Connected> PreferredSources::connectedBy(
+    ListedRoute<Ip4> const& route) {
+  if (route.protocol != kernelProtocol || route.kind != RouteKind::unicast || route.tos != 0 ||
+      route.object != 0 || route.hops.size() != 1 || !route.hops[0].nextHop.isUnspecified()) {
+    return std::nullopt;
+  }
+  return Connected{route.prefix, route.hops[0].ifIndex, route.metric, route.identity};
+}
+
+void PreferredSources::routeIs(ListedRoute<Ip4> const& route) {
+  if (!route.preferredSource) return;
+  auto const connected = connectedBy(route);
+  auto& preference = preferences_[*route.preferredSource];
+  if (preference.dump != dump_) {
+    preference = {connected, dump_};
+  } else if (preference.only != connected) {
+    preference.only.reset();
+  }
+}
+
+void PreferredSources::dumpBegin() {
+  isWhole_ = false;
+  ++dump_;
+}
+
+void PreferredSources::dumpEnd(bool whole) {
+  isWhole_ = whole;
+  if (!whole) return;
+  absl::erase_if(preferences_, [this](auto const& entry) { return entry.second.dump != dump_; });
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,91 @@
+#include "kelbase/model/siblings.h"
+
+#include <algorithm>
+
+namespace Kelbase {
+namespace {
+
+bool isSibling(KernelRoute const& route) { return route.identity == Siblings::identity; }
+
+}  // namespace
+
+RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
+                           bool tellsAll) const {
+  if (rank == RouteRank::listed) {
+    route.isUniform = !tellsAll;  // a dump tells the protocol of the first
+    return {book.add(prefix, route, rank)};
+  }
+  if (rank == RouteRank::only) return {book.add(prefix, route, rank)};
+  auto const rivals = book.rivals(prefix, route);
+  if (rank == RouteRank::replaced) {
+    // Those of other links are rivals in the kernel.
+    bool const isDoubtful = rivals.size() > 1 || prefix.zone() != 0;
+    return {book.add(prefix, route, rank), isDoubtful};
+  }
+  if (isSibling(route)) return join(book, prefix, route, tellsAll, rivals);
+  bool const isDoubtful = isReplay_ && !rivals.empty();
+  return {book.add(prefix, route, RouteRank::appended), isDoubtful};
+}
+
+RouteOutcome Siblings::join(Book& book, Prefix const& prefix, KernelRoute route, bool tellsAll,
+                            Routes const& rivals) const {
+  bool const areSeveral = rivals.size() > 1;
+  auto const isIt = [&](KernelRoute const& other) {
+    return isSibling(other) && (tellsAll || other.hops == route.hops);
+  };
+  auto const known = std::find_if(rivals.begin(), rivals.end(), isIt);
+  if (known != rivals.end()) {
+    route.isUniform = route.isUniform && known->isUniform && known->protocol == route.protocol;
+    route.protocol = known->protocol;
+    return {book.change(prefix, *known, route), areSeveral};
+  }
+  if (std::any_of(rivals.begin(), rivals.end(), isSibling)) {
+    return {book.add(prefix, route, RouteRank::beside), true};
+  }
+  bool const isDoubtful = isReplay_ && !rivals.empty();
+  return {book.add(prefix, route, RouteRank::appended), isDoubtful};
+}
+
+RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute const& route,
+                              bool tellsAll) const {
+  auto const rivals = book.rivals(prefix, route);
+  if (isSibling(route) && !tellsAll) return removeOne(book, prefix, route, rivals);
+  bool const isDoubtful = book.hasTwins(prefix, route) || (isReplay_ && rivals.size() > 1);
+  return {book.remove(prefix, route), isDoubtful};
+}
+
+/// The siblings that `one`, alone, is among; itself first. One that is dead is not listed among
+/// them, and is met where none of them is alive.
+KernelRoute const* Siblings::withHop(Routes const& rivals, KernelRoute const& one) const {
+  auto const hop = sets_.inlineHops(one.hops);
+  KernelRoute const* result = nullptr;
+  for (auto const& other : rivals) {
+    if (!isSibling(other)) continue;
+    if (other.hops == one.hops) return &other;
+    auto const hops = sets_.inlineHops(other.hops);
+    if (!hop.empty() && std::find(hops.begin(), hops.end(), hop.front()) != hops.end()) {
+      result = &other;
+    }
+  }
+  return result;
+}
+
+RouteOutcome Siblings::removeOne(Book& book, Prefix const& prefix, KernelRoute const& route,
+                                 Routes const& rivals) const {
+  auto const* const known = withHop(rivals, route);
+  if (!known) return {};
+  bool const areSeveral = rivals.size() > 1;
+  if (known->hops == route.hops) return {book.remove(prefix, *known), isReplay_ && areSeveral};
+  auto const hop = sets_.inlineHops(route.hops).front();
+  std::vector<NextHop> left;
+  for (auto const& other : sets_.inlineHops(known->hops)) {
+    if (other != hop) left.push_back(other);
+  }
+  auto now = *known;
+  now.hops = sets_.inlineSet(left);
+  // It may have been the first.
+  bool const isOpen = !known->isUniform && route.protocol == known->protocol;
+  return {book.change(prefix, *known, now), areSeveral || isOpen};
+}
+
+}  // namespace Kelbase

@@ -1,0 +1,59 @@
+#pragma once
+// What messages about IPv6 routes mean for a book of them. The kernel has a route for each next
+// hop (net/ipv6/ip6_fib.c). Those of one prefix and metric that have a gateway, and none through a
+// nexthop object, are siblings: they are listed as one route with many next hops, and here are one.
+//
+//   added      alone, or many by one request; joins the siblings that are there, as their last. The
+//              message tells all of them, with the protocol of the new one (rt6_fill_node)
+//   deleted    alone, with its own next hop, or all of them by one message
+//   replaced   all, by others; a route without siblings replaces the first of its metric that has
+//              none either, else the first of its metric (fib6_add_rt2node)
+//
+// A router's advertisement makes routes that look like siblings and join none (RTF_ADDRCONF): they
+// are kept beside. Of siblings that a dump has listed the protocol of the first is known alone, and
+// routes of another kind that stand amid them in the kernel's order are not listed at all
+// (fib6_dump_node leaps over them). Where that, or an order that the messages leave open, bears on
+// what is left, isDoubtful says so: a dump tells. What one message about the only route of a metric
+// says is never doubtful. Asked by Routes alone. One thread.
+
+#include <vector>
+
+#include "kelbase/model/route_book.h"
+
+namespace Kelbase {
+
+class Siblings {
+ public:
+  using Book = RouteBook<Ip6>;
+  using Prefix = Dovel::Ip6Prefix;
+
+  /// The identity (see ListedRoute) of all siblings.
+  static constexpr std::uint32_t identity = 1;
+
+  /// `sets` must outlive it.
+  explicit Siblings(NextHopSets& sets) : sets_(sets) {}
+
+  /// From here on messages may be older than what the last dump listed, or are not any more.
+  void replayIs(bool on) { isReplay_ = on; }
+
+  /// The kernel has added `route`; `tellsAll`: its next hops are those of all siblings.
+  RouteOutcome add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
+                   bool tellsAll) const;
+  /// The kernel has deleted it.
+  RouteOutcome remove(Book& book, Prefix const& prefix, KernelRoute const& route,
+                      bool tellsAll) const;
+
+ private:
+  using Routes = std::vector<KernelRoute>;
+
+  RouteOutcome join(Book& book, Prefix const& prefix, KernelRoute route, bool tellsAll,
+                    Routes const& rivals) const;
+  RouteOutcome removeOne(Book& book, Prefix const& prefix, KernelRoute const& route,
+                         Routes const& rivals) const;
+  KernelRoute const* withHop(Routes const& rivals, KernelRoute const& one) const;
+
+  NextHopSets& sets_;
+  bool isReplay_ = false;
+};
+
+}  // namespace Kelbase
