@@ -102,7 +102,7 @@ def test_a_fault_later_on_leaves_the_last_state(router, fault):
     agent = router.agent(options=("-u", "Debian-snmp", "-g", "Debian-snmp"))
     assert agent.answers()
     with fault(router):
-        assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, LOOK)
+        assert stays(lambda: agent.ask("ipForwarding.0", 5) == FORWARDING, LOOK)
         assert agent.get("ipv6IpForwarding.0") == NOT_FORWARDING
         assert len(told(agent, router)) <= 1, agent.daemon.text()
     router.forward4(False)
@@ -117,7 +117,8 @@ def test_tables_cut_short_under_a_reader_do_not_end_it(router):
     assert agent.answers()
     daemon.kill()
     os.truncate(router.rundir / "tables" / "data.mdb", 8192)
-    assert stays(lambda: agent.ask("ipForwarding.0") == NOT_FORWARDING, LOOK), agent.daemon.text()
+    assert stays(lambda: agent.ask("ipForwarding.0", 5) == NOT_FORWARDING, LOOK), \
+        agent.daemon.text()
     assert len(told(agent, router)) == 1, agent.daemon.text()
     router.forward4(True)
     router.publish()

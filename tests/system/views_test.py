@@ -17,13 +17,14 @@ import pytest
 
 from ovo import ber, snmp
 from ovo.ber import dotted, oid
-from ovo.daemons import WITHOUT, eventually
+from ovo.daemons import LONG, WITHOUT, eventually
 from ovo.tables import ADDR, ADDRESS, EVERY_TABLE, HEALTH, IP, ROUTE, SCALARS, STATS
 
 SERVED = sorted(one for one in (*SCALARS.values(), *(table.oid for table in EVERY_TABLE.values()))
                 if one[:len(HEALTH)] != HEALTH)  # whose values change by the second
 ALL = (True, (1, 3, 6, 1), ())
 MOST = 2**32 - 1
+REQUESTS = 100_000 // 7 if LONG else 200  # of each view, and of small messages
 CHANGES = itertools.count(1)
 RESPONSES = 100  # of a GETBULK's repeated names, by the daemon's own choice
 
@@ -222,8 +223,8 @@ def pair(published):
 def test_every_answer_is_the_iterators(pair, view):
     chance = random.Random(view)
     clients = [agent.new_client(view) for agent in pair.agents]
-    for turn in range(200):
-        if turn % 50 == 0:
+    for turn in range(REQUESTS):
+        if turn % (REQUESTS // 4) == 0:
             pair.change(chance)
         check(Request(chance, pair.known), clients, view)
 
@@ -232,7 +233,7 @@ def test_every_answer_is_the_iterators_where_messages_are_small(published):
     pair = Pair(published, "[snmp] sendMessageMaxSize 1472\nmaxGetbulkResponses 2000\n")
     chance = random.Random(1472)
     pair.change(chance)
-    for _ in range(200):
+    for _ in range(REQUESTS):
         check(Request(chance, pair.known), [one.client for one in pair.agents])
 
 

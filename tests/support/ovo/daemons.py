@@ -245,7 +245,7 @@ class Agent:
         """Each address table as a walk gives it."""
         return {table: list(self.client.walk(table.oid, repetitions=50)) for table in TABLES}
 
-    def answers(self, name="ipForwarding.0", within=10):
+    def answers(self, name="ipForwarding.0", within=30):
         """Waits until the object has a value, and not by the daemon's own module."""
         return eventually(lambda: self.ours() and isinstance(self.ask(name, 0.2), int), within)
 

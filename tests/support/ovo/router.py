@@ -158,8 +158,9 @@ class Router:
         assert eventually(published, within) and daemon.alive(), daemon.text()
 
     def forget_tables(self):
-        """Removes the run directory, as a reboot does."""
-        shutil.rmtree(self.rundir)
+        """Removes the run directory, as a reboot does; it may have gone and not come back yet."""
+        if self.rundir.exists():
+            shutil.rmtree(self.rundir)
 
     def ctl(self, *arguments, text=None, check=True, timeout=30):
         return self.space.run(BUILD / "bin/kelbasectl", "--rundir", self.rundir, *arguments,

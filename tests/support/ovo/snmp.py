@@ -37,7 +37,7 @@ def decoded(status, index, bindings):
 class Client:
     """Asks 127.0.0.1:PORT of the network namespace in which it was made."""
 
-    patience = 5.0  # seconds for an answer
+    patience = 30.0  # seconds for an answer: of a sanitized daemon, on a machine that is busy
 
     def __init__(self, port, community="public"):
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
