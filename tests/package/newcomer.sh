@@ -21,3 +21,17 @@ agrees
 kelbasectl check || wrong "kelbasectl check is not content"
 complete_like_bash "kelbasectl sh" show
 complete_like_bash "kelbasectl show ne" neighbours
+
+step "snmpd in the tighter box of the example"
+mkdir -p /etc/systemd/system/snmpd.service.d
+sed 's/^#\([A-Z]\)/\1/' /usr/share/doc/libovosnmp/examples/snmpd.service.d-hardened.conf \
+  >/etc/systemd/system/snmpd.service.d/hardened.conf
+systemctl daemon-reload; systemctl restart snmpd
+[[ $(systemctl show -p ProtectSystem --value snmpd) == strict ]] || wrong "the example sets nothing"
+agrees; change; agrees
+systemctl kill -s KILL kelbased; change; agrees 20
+rm -rf /run/kelbase; change; agrees 20
+systemctl reload snmpd; agrees 20
+kelbasectl check || wrong "kelbasectl check is not content"
+systemd-analyze security snmpd --no-pager | grep Overall
+journalctl -b --no-pager -o cat -u snmpd | sort | uniq -c | sort -rn | sed -n 1,10p
