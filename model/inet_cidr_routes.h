@@ -114,13 +114,13 @@ class InetCidrRoutes::IteratorConst {
   friend class InetCidrRoutes;
   enum class Source { none, hop, refusal, route6 };
 
-  IteratorConst(InetCidrRoutes const& routes, HopMap::IteratorConst hop,
-                RefusalMap::IteratorConst refusal)
-      : routes_(&routes), hop_(std::move(hop)), refusal_(std::move(refusal)) {
+  IteratorConst(InetCidrRoutes const& routes, HopMap::IteratorConst const& hop,
+                RefusalMap::IteratorConst const& refusal)
+      : routes_(&routes), hop_(hop), refusal_(refusal) {
     settle4();
   }
-  IteratorConst(InetCidrRoutes const& routes, Inet6Map::IteratorConst route6)
-      : routes_(&routes), route6_(std::move(route6)) {
+  IteratorConst(InetCidrRoutes const& routes, Inet6Map::IteratorConst const& route6)
+      : routes_(&routes), route6_(route6) {
     settle6();
   }
   bool isOf4() const { return source_ == Source::hop || source_ == Source::refusal; }

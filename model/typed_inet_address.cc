@@ -20,7 +20,7 @@ std::string TypedInetAddress::stringValue() const {
   }
   Dovel::Ip6Addr::Octets address;
   std::copy_n(octets_.begin(), address.size(), address.begin());
-  auto const text = Dovel::Ip6Addr(address).stringValue();
+  auto text = Dovel::Ip6Addr(address).stringValue();
   if (size_ == address.size()) return text;
   std::uint32_t zone = 0;
   for (auto i = address.size(); i < sizeMax; ++i) zone = zone << 8U | octets_[i];
