@@ -235,6 +235,26 @@ TEST_F(IpTablesTest, ARouteOfEitherFamilyIsReadAndNeverSet) {
   EXPECT_THAT(values6, ElementsAre(9, 4, 19, 0, 0, 1024, -1, -1, -1, -1, 1));
 }
 
+/// The daemon's `ip` module has what is around, and a module of its own had the scalar: what is
+/// registered in its place is a copy (netsnmp_handler_registration_dup), which lacks my_reg_void.
+TEST_F(IpTablesTest, AScalarAmidOtherRegistrationsKeepsItsEntity) {
+  framework_.unregisterAll();
+  auto const of = [](Oid const& name) {
+    auto const nothing = [](netsnmp_mib_handler*, netsnmp_handler_registration*,
+                            netsnmp_agent_request_info*, netsnmp_request_info*) { return 0; };
+    auto* const registration = netsnmp_create_handler_registration(
+        "other", nothing, name.data(), name.size(), HANDLER_CAN_RONLY);
+    EXPECT_EQ(netsnmp_register_handler(registration), MIB_REGISTERED_OK);
+    return registration;
+  };
+  auto* const around = of(ip({}));
+  of(ip({24, 6, 0}));
+  framework_.registerAll();
+  EXPECT_EQ(ask(MODE_GET, ip({24, 6, 0})).value, 0);
+  framework_.unregisterAll();
+  netsnmp_unregister_handler(around);
+}
+
 TEST_F(IpTablesTest, ARoutesAddressesAreIpAddressesInItsIndex) {
   writeRoute(0, 1);
   netsnmp_iterator_info info{};

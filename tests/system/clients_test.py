@@ -24,7 +24,7 @@ MODULES = ROOT / "packaging/snmp_exporter/ovosnmp.yml"
 # As docs/fleet.md has it, for an exporter that wants its modules by another layout (from 0.23 on).
 LATER = """{ echo 'auths: {public_v2: {community: public, version: 2}}'; echo modules:
 sed 's/^/  /' "$1"; } >"$2" """
-EXPORTED = r"1\.3\.6\.1\.2\.1\.4\.(1|25|24\.3|20\.1\.2|22\.1\.4|24\.4\.1\.(5|11))\."
+EXPORTED = r"1\.3\.6\.1\.2\.1\.4\.(1|25|24\.[36]|20\.1\.2|22\.1\.4|24\.4\.1\.(5|11))\."
 VIEWS = (ROOT / "packaging/snmpd/ovosnmp.conf.in").read_text()
 ACCESS = """view systemonly included .1.3.6.1.2.1.1
 view systemonly included .1.3.6.1.2.1.25.1
@@ -185,7 +185,8 @@ def kernel(router):
              routes.tree(rows)]
     values = {one.oid: text(one.kind, one.value) for tree in trees for one in tree.bindings}
     return values | {(*SCALARS["ipForwarding"], 0): "1", (*SCALARS["ipv6IpForwarding"], 0): "2",
-                     (*SCALARS["ipCidrRouteNumber"], 0): str(len(rows))}
+                     (*SCALARS["ipCidrRouteNumber"], 0): str(len(rows)),
+                     (*SCALARS["inetCidrRouteNumber"], 0): str(len(router.kernel_inet_routes()))}
 
 
 def below(values, root):

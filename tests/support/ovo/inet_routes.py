@@ -102,7 +102,7 @@ def _of_family(version, listed, hops, links):
     chosen = {}
     for place, route in enumerate(listed):
         kind = hops.kind(route)
-        if version == 6 and (kind not in ("unicast", *REFUSALS) or "cache" in route["flags"]):
+        if version == 6 and not _is_followed(route, kind):
             continue
         network = _network(route["dst"], version)
         refuses = kind != "unicast"
@@ -123,6 +123,12 @@ def _of_family(version, listed, hops, links):
         alone = version == 4 or taken[0][2] in REFUSALS
         for _, route, kind, vias in taken[:1] if alone else taken:
             yield from _rows(network, zone, route, kind, vias, links)
+
+
+def _is_followed(route, kind):
+    """Of IPv6: not what the kernel caches, nor what holds for some sources alone or no more."""
+    return (kind in ("unicast", *REFUSALS) and "cache" not in route.get("flags", ())
+            and "from" not in route and route.get("expires", 0) >= 0)
 
 
 def _rows(network, zone, route, kind, vias, links):
