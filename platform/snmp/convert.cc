@@ -65,6 +65,16 @@ std::int32_t SecondsToTimeTicksF::operator()(double seconds, unsigned char* buff
   return writeTicks(ticks(seconds * 100.0), buffer, size);
 }
 
+std::int32_t BootTimeToUptimeTimeTicksF::operator()(std::uint64_t time, unsigned char* buffer,
+                                                    std::int32_t size) const {
+  // Hundredths of both clocks end at different moments, and the machine may have slept: the agent's
+  // start is where it was, unless it is clearly elsewhere.
+  static double start = 0;
+  double const now = Mav::bootTime() * 100.0 - static_cast<double>(netsnmp_get_agent_runtime());
+  if (std::abs(now - start) > 10.0) start = now;
+  return writeTicks(ticks(static_cast<double>(time) - start), buffer, size);
+}
+
 std::uint32_t uptimeTicks(double time, double now, std::uint64_t uptime) {
   // net-snmp keeps its start on a clock of its own, so that only distances compare.
   return ticks(static_cast<double>(uptime) - (now - time) * 100.0);

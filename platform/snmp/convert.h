@@ -12,6 +12,7 @@
 
 #include "platform/dovel/eth_addr.h"
 #include "platform/dovel/ip_addr.h"
+#include "platform/dovel/link_addr.h"
 #include "platform/mav/string8.h"
 
 namespace Snmp {
@@ -105,6 +106,20 @@ struct DovelEthAddrToAsnOctetStringF {
                           std::int32_t size) const {
     return writeBytes(value.octets().data(), value.octets().size(), buffer, size);
   }
+};
+
+/// PhysAddress of any kind of link: as many octets as it has.
+struct DovelLinkAddrToAsnOctetStringF {
+  std::int32_t operator()(Dovel::LinkAddr const& value, unsigned char* buffer,
+                          std::int32_t size) const {
+    return writeBytes(value.octets().data(), value.octets().size(), buffer, size);
+  }
+};
+
+/// TimeTicks: sysUpTime as it was at a time that is told in hundredths of a second since the
+/// machine's start; 0 at all times before the agent's start. The same at each call.
+struct BootTimeToUptimeTimeTicksF {
+  std::int32_t operator()(std::uint64_t time, unsigned char* buffer, std::int32_t size) const;
 };
 
 /// The hundredths of a second of sysUpTime at `time`, of an agent that is up for `uptime`
