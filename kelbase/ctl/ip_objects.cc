@@ -1,6 +1,7 @@
 #include "kelbase/ctl/ip_objects.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <limits>
@@ -10,6 +11,7 @@
 #include <net/if.h>
 
 #include "kelbase/model/route_protocols.h"
+#include "platform/mav/time.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -74,14 +76,50 @@ Dovel::IntfId label(Fields const& fields) {
   return Dovel::IntfId(text);
 }
 
-/// Nothing where there is none, or one of another kind of link.
-std::optional<Dovel::EthAddr> ethAddrOf(Fields const& fields) {
-  if (!fields.has("lladdr")) return std::nullopt;
+/// "02:00:00:00:00:01", of as many octets as there are; of tunnels the IP address of their other
+/// end (iproute2, ll_addr_n2a). Nothing for any other text.
+std::optional<Dovel::LinkAddr> linkAddrOf(std::string_view text) {
+  std::vector<std::uint8_t> octets;
+  for (auto rest = text; !rest.empty() && octets.size() < Dovel::LinkAddr::sizeMax;) {
+    std::uint8_t octet = 0;
+    auto const [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), octet, 16);
+    rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+    bool const isGroup = error == std::errc{} && (rest.empty() || rest.starts_with(':'));
+    if (!isGroup) break;
+    octets.push_back(octet);
+    if (rest.empty()) return Dovel::LinkAddr(octets);
+    rest.remove_prefix(1);
+  }
   try {
-    return Dovel::EthAddr(std::string_view(fields.text("lladdr", "a link address")));
+    if (isIp6Text(text)) return Dovel::LinkAddr(Dovel::Ip6Addr(text).octets());
+    return Dovel::LinkAddr(Dovel::IpAddr(text).octets());
   } catch (Mav::RangeException const&) {
     return std::nullopt;
   }
+}
+
+std::optional<Neighbour::Reach> reachOf(Names const& states) {
+  using Reach = Neighbour::Reach;
+  constexpr std::array<std::pair<std::string_view, Reach>, 7> reaches{{
+      {"INCOMPLETE", Reach::incomplete},
+      {"REACHABLE", Reach::reachable},
+      {"STALE", Reach::stale},
+      {"DELAY", Reach::delay},
+      {"PROBE", Reach::probe},
+      {"FAILED", Reach::failed},
+      {"PERMANENT", Reach::permanent},
+  }};
+  for (auto const& [name, reach] : reaches) {
+    if (has(states, name)) return reach;
+  }
+  return std::nullopt;
+}
+
+/// `ip -statistics` prints whole seconds since then.
+std::uint64_t updatedAt(Fields const& fields) {
+  if (!fields.has("updated")) return 0;
+  auto const ago = 100.0 * static_cast<double>(fields.wholeNumber("updated", 0, idMax));
+  return static_cast<std::uint64_t>(std::max(Mav::bootTime() * 100.0 - ago, 0.0));
 }
 
 template <class Ip>
@@ -265,19 +303,25 @@ Address6 readAddress6(std::int32_t link, Fields const& fields) {
                 .isDeprecated = fields.flag("deprecated")}};
 }
 
-std::optional<Neighbour4> readNeighbour(Fields const& fields, LinkNames& links) {
-  if (isIp6Text(fields.text("dst", "an IP address"))) return std::nullopt;
-  auto const addr = address<Dovel::IpAddr>(fields, "dst");
-  auto const states = fields.names("state");
-  bool const isUsable = std::ranges::none_of(states, [](auto state) {
-    return state == "FAILED" || state == "INCOMPLETE" || state == "NOARP";
-  });
-  auto const linkAddress = ethAddrOf(fields);
-  if (!isUsable || !linkAddress) return std::nullopt;
-  return Neighbour4{.link = links.numberOf(fields, "dev"),
-                    .key = addr,
-                    .state = {*linkAddress, has(states, "PERMANENT")},
-                    .isResolved = true};
+std::optional<Neighbour> readNeighbour(Fields const& fields, LinkNames& links) {
+  auto const reach = reachOf(fields.names("state"));
+  if (!reach) return std::nullopt;
+  Neighbour neighbour;
+  if (isIp6Text(fields.text("dst", "an IP address"))) {
+    neighbour.key = address<Dovel::Ip6Addr>(fields, "dst");
+  } else {
+    neighbour.key = address<Dovel::IpAddr>(fields, "dst");
+  }
+  neighbour.link = links.numberOf(fields, "dev");
+  neighbour.state.reach = *reach;
+  neighbour.state.updatedAt = updatedAt(fields);
+  if (fields.has("lladdr")) {
+    constexpr std::string_view expected = "a link address";
+    auto const linkAddress = linkAddrOf(fields.text("lladdr", expected));
+    if (!linkAddress) fields.failExpected("lladdr", expected);
+    neighbour.state.linkAddress = *linkAddress;
+  }
+  return neighbour;
 }
 
 /// `ip -6 route` tells a preference (RFC 4191) with each route; its "default" has no other mark.

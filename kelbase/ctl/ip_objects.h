@@ -44,8 +44,8 @@ std::optional<IpVersion> readFamily(Fields const& fields);
 Address4 readAddress4(std::int32_t link, Fields const& fields);
 Address6 readAddress6(std::int32_t link, Fields const& fields);
 
-/// Nothing for one of IPv6, or whose Ethernet address is not known.
-std::optional<Neighbour4> readNeighbour(Fields const& fields, LinkNames& links);
+/// Nothing for one that is as good as not there. When it was updated `ip -statistics` tells alone.
+std::optional<Neighbour> readNeighbour(Fields const& fields, LinkNames& links);
 
 /// Of which version of IP a route is.
 IpVersion versionOfRoute(Fields const& fields);

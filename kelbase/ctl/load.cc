@@ -153,6 +153,7 @@ std::vector<Written> write(Pondo::Writer& writer, Kernel& kernel, KernelParts co
   if (parts.links) refreshFecs(writer, kernel.links);
   auto const views = makeTableViews(kernel, parts);
   views.writeAll(writer, [&](TableView const& view, SyncCounts const& counts) {
+    if (view.name().empty()) return;
     if (written.empty() || written.back().table != view.name()) {
       written.push_back({view.name(), {}});
     }

@@ -153,8 +153,8 @@ bool LoadBatch::takeNeighbour(Fields const& fields) {
   if (!neighbour) return true;
   auto const [told, isNew] = neighbours_.try_emplace({neighbour->link, neighbour->key}, *neighbour);
   if (!isNew && !(told->second.state == neighbour->state)) {
-    fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before",
-                                   neighbour->key.stringValue(), fields.text("dev", "")));
+    fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before", neighbour->address(),
+                                   fields.text("dev", "")));
   }
   return true;
 }
@@ -249,7 +249,7 @@ void LoadBatch::finish() {
   indexes_ = linkNames_.indexes(kernel_.links);
   for (auto& [key, neighbour] : neighbours_) {
     neighbour.link = indexes_[static_cast<std::size_t>(neighbour.link)];
-    kernel_.neighbours4.is(neighbour);
+    kernel_.neighbours.is(neighbour);
   }
   for (auto& [id, nexthop] : nexthops_) {
     nexthop.told.hop = resolved({nexthop.told.hop}).front();

@@ -100,7 +100,7 @@ class LoadBatch {
   std::map<IpVersion, std::string> familyPlaces_;  // of any interface
 
   LinkNames linkNames_;
-  std::map<std::pair<std::int32_t, Dovel::IpAddr>, Neighbour4> neighbours_;
+  std::map<std::pair<std::int32_t, Neighbour::Key>, Neighbour> neighbours_;
   std::map<std::uint32_t, Nexthop> nexthops_;
   std::map<std::uint32_t, std::string> untold_;  // objects of which a route says nothing itself
   SharedHops sharedHops_;

@@ -45,6 +45,7 @@ void readTables(Status& status) {
   for (TableView const& view : tableViews()) {
     status.tables.push_back({view.name, countTable(reader, view)});
   }
+  status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
   status.generation = generation;
   status.origin = reader.snapshot().origin();
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <map>
 #include <utility>
 
 #include "kelbase/ctl/route_view.h"
@@ -98,16 +99,32 @@ constexpr std::array<Field<Address6>, 7> address6Fields{{
      }},
 }};
 
-using Neighbour = Pondo::Neighbour4Table;
-constexpr std::array<Field<Neighbour>, 4> neighbourFields{{
-    {{"INTERFACE", "interface"},
-     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
-    {{"ADDRESS", "address"},
-     [](auto const& key, auto const&) -> Cell { return key.addr.stringValue(); }},
+using Neighbour = Pondo::NeighbourTable;
+
+std::string stateText(Neighbour::State state) {
+  constexpr std::array<char const*, 6> names{"incomplete", "reachable", "stale",
+                                             "delay",      "probe",     "failed"};
+  return names.at(static_cast<std::size_t>(state));
+}
+
+std::string addressText(Neighbour::Key const& key) {
+  auto const& octets = key.octets;
+  if (key.type != Pondo::InetAddressType::ipv4) return Dovel::Ip6Addr(octets).stringValue();
+  return Dovel::IpAddr({octets[0], octets[1], octets[2], octets[3]}).stringValue();
+}
+
+constexpr std::array<Field<Neighbour>, 5> neighbourFields{{
+    {{"INTERFACE", "interface"},  // in its place the ifIndex: readNeighbours() has the names
+     [](auto const& key, auto const&) -> Cell { return std::int64_t{key.ifIndex}; }},
+    {{"ADDRESS", "address"}, [](auto const& key, auto const&) -> Cell { return addressText(key); }},
     {{"LINK ADDRESS", "linkAddress"},
-     [](auto const&, auto const& record) -> Cell { return record.ethAddr.stringValue(); }},
+     [](auto const&, auto const& record) -> Cell { return record.linkAddress.stringValue(); }},
     {{"PERMANENT", "permanent"},
-     [](auto const&, auto const& record) -> Cell { return record.isStatic; }},
+     [](auto const&, auto const& record) -> Cell {
+       return record.origin != Neighbour::Origin::learned;
+     }},
+    {{"STATE", "state"},
+     [](auto const&, auto const& record) -> Cell { return stateText(record.state); }},
 }};
 
 template <class Table, std::size_t size>
@@ -165,6 +182,22 @@ std::optional<std::string> countRoutes(Pondo::Snapshot const& snapshot, std::str
       [&](auto key) { return countSlice<Pondo::Route6Table>(snapshot, key, counts); });
 }
 
+/// The table has the index of a link, and the operator its name.
+std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::string_view from,
+                                          std::vector<Row>& rows) {
+  auto const first = rows.size();
+  auto next = readSlice<Neighbour, neighbourFields>(snapshot, from, rows);
+  std::map<std::int64_t, std::string> names;
+  snapshot.scan<Link>("", Pondo::noLimit, [&](auto const& name, auto const& record) {
+    names.emplace(record.ifIndex, name.stringValue());
+  });
+  for (auto row = first; row < rows.size(); ++row) {
+    Cell& link = rows[row].front();
+    link = names[std::get<std::int64_t>(link)];
+  }
+  return next;
+}
+
 template <class Table, auto const& fields>
 constexpr TableView view(std::string_view name, std::span<Column const> columns,
                          std::string_view help) {
@@ -179,8 +212,8 @@ constexpr std::array views{
     view<Forwarding, forwardingFields>("forwarding", forwardingColumns,
                                        "whether the host forwards packets, by IP version"),
     view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
-    view<Neighbour, neighbourFields>("neighbours", neighbourColumns,
-                                     "the IPv4 neighbours whose link address is known"),
+    TableView{"neighbours", "the IPv4 and IPv6 neighbours of the interfaces", neighbourColumns,
+              &readNeighbours, &countSlice<Neighbour>},
     TableView{"routes", "the IPv4 and IPv6 routes of the main table, one a prefix", routeColumns,
               &readRoutes, &countRoutes},
 };

@@ -19,7 +19,7 @@ struct Kernel {
   Forwarding forwarding;
   Addresses4 addresses4{links};
   Addresses6 addresses6{links};
-  Neighbours4 neighbours4{links};
+  Neighbours neighbours{links};
   Nexthops nexthops;
   NextHopSets nextHopSets{links, nexthops};
   Routes4 routes4{links, addresses4, nexthops, nextHopSets};

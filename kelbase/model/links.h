@@ -24,6 +24,7 @@ struct Link {
   bool isUp = false;         // IFF_UP: as the administrator wants it
   bool isRunning = false;    // IFF_RUNNING
   bool hasCarrier = false;   // IFF_LOWER_UP
+  bool isLoopback = false;   // IFF_LOOPBACK
   std::uint32_t master = 0;  // the link that it is a port of; 0: of none
   bool operator==(Link const&) const = default;
 };

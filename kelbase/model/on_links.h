@@ -28,7 +28,7 @@ class OnLinks : private Links::Observer {
   using State = typename Object::State;
 
   /// Hears of changes after they were made, from inside the call that made them; must not make
-  /// any. Must live as long as the objects. Of what goes with its link Links tells.
+  /// any. Must live as long as the objects.
   class Observer {
    public:
     virtual ~Observer() = default;
@@ -36,6 +36,8 @@ class OnLinks : private Links::Observer {
     virtual void onObject(Object const& object) = 0;
     /// The object is gone: as the kernel told it last. Told of those that were not known too.
     virtual void onObjectGone(Object const& object) = 0;
+    /// The object is gone with its link, of which Links tells.
+    virtual void onGoneWithLink(std::int32_t /*link*/, Key const& /*key*/) {}
   };
 
   /// `links` must outlive it.
@@ -100,7 +102,10 @@ class OnLinks : private Links::Observer {
   void onLinkGone(std::int32_t link) override {
     std::vector<Key> keys;
     forEachOf(link, [&](Key const& key, State const&) { keys.push_back(key); });
-    for (auto const& key : keys) objects_.del({link, key});
+    for (auto const& key : keys) {
+      objects_.del({link, key});
+      for (auto* observer : observers_) observer->onGoneWithLink(link, key);
+    }
   }
 
   Objects objects_;

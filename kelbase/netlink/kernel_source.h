@@ -41,7 +41,7 @@ class KernelSource {
   /// A dump starts (again): from here on receive() marks what it hears of.
   virtual void dumpBegin() = 0;
   /// The dump has ended. `whole`: what it did not mention does not exist and is forgotten;
-  /// otherwise it was interrupted and may have left out objects that exist.
+  /// otherwise it was interrupted, or a look, and may have left out objects that exist.
   virtual void dumpEnd(bool whole) = 0;
   /// BadMessage when a message is not as declared; nothing has changed then.
   virtual void receive(NetlinkMessage const& message) = 0;
@@ -50,16 +50,23 @@ class KernelSource {
   /// For the operator: "3 links".
   virtual std::string summary() const = 0;
 
-  /// What wantDump() calls.
+  /// What wantDump() and wantLook() call.
   using DumpWish = std::function<void(double delay)>;
   void dumpWishIs(DumpWish wish) { dumpWish_ = std::move(wish); }
+  void lookWishIs(DumpWish wish) { lookWish_ = std::move(wish); }
   /// Asks for another dump, in `delay` seconds or when one that is under way has ended.
   void wantDump(double delay) const {
     if (dumpWish_) dumpWish_(delay);
   }
+  /// Asks for a look in `delay` seconds: a dump for what the kernel changes without a word. Until
+  /// then nothing is in doubt, and what it leaves out stays, for the kernel tells what goes.
+  void wantLook(double delay) const {
+    if (lookWish_) lookWish_(delay);
+  }
 
  private:
   DumpWish dumpWish_;
+  DumpWish lookWish_;
 };
 
 }  // namespace Kelbase

@@ -24,7 +24,7 @@ KernelSources makeKernelSources(Kernel& kernel) {
   sources.push_back(sourceOf<ForwardingDecoder>(kernel.forwarding));
   sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));
   sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
-  sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours4));
+  sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours, kernel.links));
   sources.push_back(sourceOf<NexthopDecoder>(kernel.nexthops));
   KernelSource const& nexthops = *sources.back();
   sources.push_back(std::make_unique<RouteSource<Ip4>>(kernel.routes4, nexthops));

@@ -40,6 +40,7 @@ std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
   link.isUp = (info.ifi_flags & IFF_UP) != 0;
   link.isRunning = (info.ifi_flags & IFF_RUNNING) != 0;
   link.hasCarrier = (info.ifi_flags & IFF_LOWER_UP) != 0;
+  link.isLoopback = (info.ifi_flags & IFF_LOOPBACK) != 0;
   link.master = attributes.value<std::uint32_t>(IFLA_MASTER).value_or(0);
   return link;
 }

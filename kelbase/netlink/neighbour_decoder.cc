@@ -1,52 +1,86 @@
 #include "kelbase/netlink/neighbour_decoder.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 #include <linux/neighbour.h>
 #include <sys/socket.h>
 
 #include "kelbase/netlink/netlink_attributes.h"
+#include "platform/mav/time.h"
 
 namespace Kelbase {
 namespace {
 
+using Reach = Neighbour::Reach;
+
+template <class Addr>
 constexpr std::array neighbourRules{
-    AttributeRule{NDA_DST, "NDA_DST", exactly(sizeof(Dovel::IpAddr::Octets)), required},
-    AttributeRule{NDA_LLADDR, "NDA_LLADDR", atLeast(0)},  // as long as the link's kind has them
+    AttributeRule{NDA_DST, "NDA_DST", exactly(sizeof(typename Addr::Octets)), required},
+    AttributeRule{NDA_LLADDR, "NDA_LLADDR", {0, Dovel::LinkAddr::sizeMax}},
+    AttributeRule{NDA_CACHEINFO, "NDA_CACHEINFO", atLeast(sizeof(nda_cacheinfo))},
 };
 
-/// In these the kernel has a link address, and sends to it (net/core/neighbour.c, NUD_VALID). The
-/// one left out is NUD_NOARP: addresses that are computed, as on loopback and of multicast groups.
-constexpr unsigned resolvedStates =
-    NUD_REACHABLE | NUD_STALE | NUD_DELAY | NUD_PROBE | NUD_PERMANENT;
+/// The kernel has it in one state at a time.
+std::optional<Reach> reachOf(unsigned state) {
+  constexpr std::array<std::pair<unsigned, Reach>, 7> reaches{{
+      {NUD_INCOMPLETE, Reach::incomplete},
+      {NUD_REACHABLE, Reach::reachable},
+      {NUD_STALE, Reach::stale},
+      {NUD_DELAY, Reach::delay},
+      {NUD_PROBE, Reach::probe},
+      {NUD_FAILED, Reach::failed},
+      {NUD_PERMANENT, Reach::permanent},
+  }};
+  auto const found = std::ranges::find_if(
+      reaches, [state](auto const& reach) { return (state & reach.first) != 0; });
+  return found == reaches.end() ? std::nullopt : std::optional(found->second);
+}
+
+/// ndm_updated: hundredths of a second (USER_HZ) since then.
+std::uint64_t updatedAt(nda_cacheinfo const& info) {
+  auto const now = static_cast<std::uint64_t>(Mav::bootTime() * 100.0);
+  return now > info.ndm_updated ? now - info.ndm_updated : 0;
+}
+
+template <class Addr>
+Neighbour readOf(NetlinkMessage const& message, ndmsg const& info) {
+  Attributes const attributes(message.name(), message.attributes<ndmsg>(), neighbourRules<Addr>);
+  Neighbour neighbour;
+  neighbour.link = info.ndm_ifindex;
+  neighbour.key = *attributes.template address<Addr>(NDA_DST);
+  auto const reach = reachOf(info.ndm_state);
+  neighbour.isThere = reach.has_value();
+  neighbour.state.reach = reach.value_or(Reach::incomplete);
+  neighbour.state.isOwn = info.ndm_type == RTN_LOCAL;
+  if (auto const octets = attributes.bytes(NDA_LLADDR)) {
+    neighbour.state.linkAddress =
+        Dovel::LinkAddr({reinterpret_cast<std::uint8_t const*>(octets->data()), octets->size()});
+  }
+  if (auto const cache = attributes.template value<nda_cacheinfo>(NDA_CACHEINFO)) {
+    neighbour.state.updatedAt = updatedAt(*cache);
+  }
+  return neighbour;
+}
 
 }  // namespace
 
 std::vector<NetlinkRequest> NeighbourDecoder::requests() {
   ndmsg header{};
-  header.ndm_family = AF_INET;
-  NetlinkRequest request(RTM_GETNEIGH, NLM_F_DUMP, header);
-  return {request.unsupportedIsEmpty()};
+  header.ndm_family = AF_UNSPEC;
+  return {NetlinkRequest(RTM_GETNEIGH, NLM_F_DUMP, header)};
 }
 
-std::optional<Neighbour4> NeighbourDecoder::read(NetlinkMessage const& message) {
+std::optional<Neighbour> NeighbourDecoder::read(NetlinkMessage const& message) {
   auto const info = message.header<ndmsg>();
-  if (info.ndm_family != AF_INET || (info.ndm_flags & NTF_PROXY) != 0) return std::nullopt;
+  bool const isV4 = info.ndm_family == AF_INET;
+  if (!isV4 && info.ndm_family != AF_INET6) return std::nullopt;
+  if ((info.ndm_flags & NTF_PROXY) != 0) return std::nullopt;
   if (info.ndm_ifindex < 1) {
     throw BadMessage(fmt::format("{}: interface index {}, expected 1 or more", message.name(),
                                  info.ndm_ifindex));
   }
-  Attributes const attributes(message.name(), message.attributes<ndmsg>(), neighbourRules);
-  Neighbour4 neighbour;
-  neighbour.link = info.ndm_ifindex;
-  neighbour.key = *attributes.address<Dovel::IpAddr>(NDA_DST);
-  auto const linkAddress = attributes.bytes(NDA_LLADDR);
-  neighbour.isResolved = (info.ndm_state & resolvedStates) != 0 && linkAddress &&
-                         linkAddress->size() == sizeof(Dovel::EthAddr::Octets);
-  if (!neighbour.isResolved) return neighbour;
-  neighbour.state.linkAddress =
-      Dovel::EthAddr(*attributes.value<Dovel::EthAddr::Octets>(NDA_LLADDR));
-  neighbour.state.isStatic = (info.ndm_state & NUD_PERMANENT) != 0;
-  return neighbour;
+  return isV4 ? readOf<Dovel::IpAddr>(message, info) : readOf<Dovel::Ip6Addr>(message, info);
 }
 
 }  // namespace Kelbase

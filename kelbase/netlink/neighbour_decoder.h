@@ -1,5 +1,5 @@
 #pragma once
-// RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4, read into Neighbour4.
+// RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4 and IPv6, read into Neighbour.
 
 #include <array>
 #include <optional>
@@ -15,15 +15,15 @@
 namespace Kelbase {
 
 struct NeighbourDecoder {
-  static constexpr std::string_view name = Neighbour4::kinds;
+  static constexpr std::string_view name = Neighbour::kinds;
   static constexpr std::array groups{unsigned{RTNLGRP_NEIGH}};
   static constexpr std::uint16_t newType = RTM_NEWNEIGH;
   static constexpr std::uint16_t delType = RTM_DELNEIGH;
 
   static std::vector<NetlinkRequest> requests();
-  /// Nothing for IPv6, for what a bridge forwards by (AF_BRIDGE), and for addresses that this host
-  /// answers for (NTF_PROXY): the group tells of all of them.
-  static std::optional<Neighbour4> read(NetlinkMessage const& message);
+  /// Nothing for what a bridge forwards by (AF_BRIDGE), and for addresses that this host answers
+  /// for (NTF_PROXY): the group tells of all of them.
+  static std::optional<Neighbour> read(NetlinkMessage const& message);
 };
 
 }  // namespace Kelbase

@@ -1,27 +1,68 @@
 #include "kelbase/netlink/neighbour_source.h"
 
+#include <algorithm>
+#include <ctime>
+
 namespace Kelbase {
+namespace {
+
+double processorTime() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+bool hasHosts(Link const& link) { return link.isUp && !link.isLoopback; }
+
+}  // namespace
+
+NeighbourSource::NeighbourSource(Neighbours& neighbours, Links& links)
+    : ModelSource(neighbours), links_(links) {
+  links.observerIs(*this);
+}
 
 void NeighbourSource::dumpBegin() {
   ModelSource::dumpBegin();
   heard_ = 0;
   hasNews_ = false;
+  isLookPlanned_ = false;
+  begunAt_ = processorTime();
 }
 
 void NeighbourSource::receive(NetlinkMessage const& message) {
   auto const neighbour = NeighbourDecoder::read(message);
   if (!neighbour) return;
   ++heard_;
-  hasNews_ |= message.type() == RTM_NEWNEIGH ? model().is(*neighbour) : model().del(*neighbour);
+  auto const before = model().size();
+  message.type() == RTM_NEWNEIGH ? model().is(*neighbour) : model().del(*neighbour);
+  hasNews_ |= model().size() != before;
 }
 
 void NeighbourSource::dumpEnd(bool whole) {
   std::size_t const before = model().size();
   ModelSource::dumpEnd(whole);
-  if (!whole) return;
+  if (whole) confirm(before);
+  if (!whole)
+    cost_ = processorTime() - begunAt_;  // a dump of all costs more once, where all is new
+  bool hasAny = false;
+  links_.forEach([&](Link const& link) { hasAny |= hasHosts(link); });
+  if (hasAny) planLook();
+}
+
+void NeighbourSource::confirm(std::size_t before) {
   bool const isInDoubt = heard_ > onePiece && (hasNews_ || model().size() != before);
   confirms_ = isInDoubt ? confirms_ + 1 : 0;
   if (isInDoubt && confirms_ <= confirmMax) wantDump(confirmDelay);
+}
+
+void NeighbourSource::onLink(Link const* /*before*/, Link const& now) {
+  if (hasHosts(now)) planLook();
+}
+
+void NeighbourSource::planLook() {
+  if (isLookPlanned_) return;
+  isLookPlanned_ = true;
+  wantLook(std::max(lookInterval, cost_ / lookShare));
 }
 
 }  // namespace Kelbase

@@ -1,6 +1,7 @@
 #include "kelbase/netlink/netlink_dumper.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -29,7 +30,7 @@ NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* co
       hooks_(std::move(hooks)),
       start_(activity.clock(), [this] { startNext(); }),
       timeout_(activity.clock(), [this] { startOver("the kernel does not answer"); }) {
-  for (auto* source : sources) jobs_.push_back({source, std::nullopt});
+  for (auto* source : sources) jobs_.push_back({source, std::nullopt, std::nullopt});
   openSocket();
 }
 
@@ -47,10 +48,21 @@ void NetlinkDumper::wantAll(double time) {
 }
 
 void NetlinkDumper::want(KernelSource const& source, double time) {
-  for (auto& job : jobs_) {
-    if (job.source == &source) job.due = std::min(job.due.value_or(time), time);
-  }
+  auto& due = jobOf(source).due;
+  due = std::min(due.value_or(time), time);
   if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
+}
+
+void NetlinkDumper::wantLook(KernelSource const& source, double time) {
+  auto& look = jobOf(source).look;
+  look = std::min(look.value_or(time), time);
+  if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
+}
+
+NetlinkDumper::Job& NetlinkDumper::jobOf(KernelSource const& source) {
+  auto const job = std::ranges::find(jobs_, &source, &Job::source);
+  assert(job != jobs_.end());
+  return *job;
 }
 
 bool NetlinkDumper::known() const {
@@ -66,19 +78,23 @@ void NetlinkDumper::startNext() {
   if (busy()) return;
   double next = Mav::never;
   for (auto& job : jobs_) {
-    if (!job.due) continue;
-    if (*job.due <= Mav::now()) {
-      job.due.reset();
-      current_ = &job;
-      request_ = 0;
-      interrupted_ = false;
-      job.source->dumpBegin();
-      return send();
-    }
-    next = std::min(next, *job.due);
+    auto const due = std::min(job.due.value_or(Mav::never), job.look.value_or(Mav::never));
+    if (due <= Mav::now()) return start(job);
+    next = std::min(next, due);
   }
   start_.timeMinIs(next);
   hooks_.idle();
+}
+
+void NetlinkDumper::start(Job& job) {
+  isLook_ = job.due.value_or(Mav::never) > Mav::now();
+  if (!isLook_) job.due.reset();
+  job.look.reset();
+  current_ = &job;
+  request_ = 0;
+  interrupted_ = false;
+  job.source->dumpBegin();
+  send();
 }
 
 void NetlinkDumper::send() {
@@ -155,9 +171,11 @@ void NetlinkDumper::onDumpEnd() {
   Job& job = *current_;
   current_ = nullptr;
   timeout_.timeMinIs(Mav::never);
-  ++counters_.dumps;
   job.failures = 0;
-  if (interrupted_) {
+  if (!isLook_) ++counters_.dumps;
+  if (isLook_) {
+    job.source->dumpEnd(false);
+  } else if (interrupted_) {
     onInterrupted(job);
   } else {
     job.interruptions = 0;

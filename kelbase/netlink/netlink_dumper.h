@@ -9,7 +9,8 @@
 //     │            │   (dumpEnd(false)) and asked again after settleDelay
 //     └── failed ◄─┘   error, lost datagram, no answer: a new socket, again, backed off
 //
-// Between two tries it is not busy(): notifications may be applied then.
+// Between two tries it is not busy(): notifications may be applied then. A look (wantLook) is one
+// try, of which dumpEnd(false) tells; one that fails becomes a dump.
 
 #include <cstdint>
 #include <functional>
@@ -33,7 +34,7 @@ class NetlinkDumper {
   static constexpr std::size_t sliceMax = 16;  // datagrams a turn
 
   struct Counters {
-    std::uint64_t dumps = 0;
+    std::uint64_t dumps = 0;  // without looks
     std::uint64_t interrupted = 0;
     std::uint64_t failed = 0;
   };
@@ -53,10 +54,12 @@ class NetlinkDumper {
   void wantAll(double time);
   /// Of one source. Never starts at once: several can be asked for, and come in their order.
   void want(KernelSource const& source, double time);
+  /// As want(), but a look: nothing is in doubt until then, so that it is not pending().
+  void wantLook(KernelSource const& source, double time);
 
   /// While true, notifications are to be held back.
   bool busy() const { return current_ != nullptr; }
-  /// A dump is wanted, now or later.
+  /// A dump is wanted, now or later, which is no look.
   bool pending() const;
   /// Every source has been dumped at least once.
   bool known() const;
@@ -65,7 +68,8 @@ class NetlinkDumper {
  private:
   struct Job {
     KernelSource* source;
-    std::optional<double> due;  // wanted from then on
+    std::optional<double> due;   // wanted from then on
+    std::optional<double> look;  // likewise
     unsigned interruptions = 0;
     unsigned failures = 0;
     bool known = false;
@@ -73,6 +77,7 @@ class NetlinkDumper {
 
   void openSocket();
   void startNext();
+  void start(Job& job);
   void send();
   void onReadable();
   bool receiveOne();
@@ -83,6 +88,7 @@ class NetlinkDumper {
   void giveUp(std::string const& what);
   void startOver(std::string const& what);
   void again(Job& job, double delay);
+  Job& jobOf(KernelSource const& source);
 
   Mav::Activity& activity_;
   Hooks hooks_;
@@ -96,6 +102,7 @@ class NetlinkDumper {
   std::size_t request_ = 0;  // of the current source's requests
   std::uint32_t sequence_ = 0;
   bool interrupted_ = false;
+  bool isLook_ = false;
   Counters counters_;
 };
 

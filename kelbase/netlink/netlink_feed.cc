@@ -45,6 +45,8 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
   }
   for (auto* source : sources_) {
     source->dumpWishIs([this, source](double delay) { dumper_.want(*source, Mav::now() + delay); });
+    source->lookWishIs(
+        [this, source](double delay) { dumper_.wantLook(*source, Mav::now() + delay); });
   }
   watchEvents();
   dumper_.wantAll(Mav::now());

@@ -4,6 +4,7 @@
 #include "kelbase/publish/forwarding_view.h"
 #include "kelbase/publish/link_view.h"
 #include "kelbase/publish/neighbour_rows.h"
+#include "kelbase/publish/neighbour_view.h"
 #include "kelbase/publish/on_links_view.h"
 #include "kelbase/publish/route_view.h"
 
@@ -18,7 +19,8 @@ TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
     views.add(std::make_unique<OnLinksView<Address6Row>>(kernel.links, kernel.addresses6));
   }
   if (parts.neighbours) {
-    views.add(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours4));
+    views.add(std::make_unique<NeighbourView>(kernel.neighbours));
+    views.add(std::make_unique<OnLinksView<Neighbour4Row>>(kernel.links, kernel.neighbours));
   }
   if (!parts.routes) return views;
   auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.nextHopSets);

@@ -1,5 +1,8 @@
 #pragma once
-// IPv4 neighbours as rows of Pondo::Neighbour4Table.
+// The IPv4 neighbours that are resolved, on Ethernet, as rows of Pondo::Neighbour4Table: a part of
+// what NeighbourView shows, by the link's name.
+
+#include <optional>
 
 #include "kelbase/model/neighbour.h"
 #include "platform/pondo/tables/tables.h"
@@ -7,16 +10,20 @@
 namespace Kelbase {
 
 struct Neighbour4Row {
-  static constexpr std::string_view name = "neighbours";
+  static constexpr std::string_view name = {};
   using Table = Pondo::Neighbour4Table;
-  using Object = Neighbour4;
+  using Object = Neighbour;
 
-  static Table::Key key(Dovel::IntfId const& link, Neighbour4::Key const& key) {
-    return {link, key};
+  static std::optional<Table::Key> key(Dovel::IntfId const& link, Neighbour::Key const& key) {
+    auto const* addr = std::get_if<Dovel::IpAddr>(&key);
+    return addr ? std::optional(Table::Key{link, *addr}) : std::nullopt;
   }
-  static Neighbour4::Key objectKey(Table::Key const& key) { return key.addr; }
-  static Table::Record record(Neighbour4::State const& state) {
-    return {state.linkAddress, state.isStatic};
+  static Neighbour::Key objectKey(Table::Key const& key) { return key.addr; }
+  static std::optional<Table::Record> record(Neighbour::State const& state) {
+    auto const octets = state.linkAddress.octets();
+    if (!state.isResolved() || octets.size() != sizeof(Dovel::EthAddr::Octets)) return {};
+    return Table::Record{Dovel::EthAddr::fromBytes(octets),
+                         state.reach == Neighbour::Reach::permanent};
   }
 };
 

@@ -8,6 +8,8 @@
 //   Table, Object, name: the table as `kelbasectl` calls it
 //   key(name, object's key), objectKey(row's key)
 //   record(state)
+//
+// Of an object that has no row, key() or record() gives nothing.
 
 #include <optional>
 
@@ -39,7 +41,7 @@ class OnLinksView : public RowView<typename Row::Table>,
     auto const index = links_.linkIndex(key.link);
     if (!index) return std::nullopt;
     auto const* state = objects_.find(*index, Row::objectKey(key));
-    return state ? std::optional(Row::record(*state)) : std::nullopt;
+    return state ? std::optional<Record>(Row::record(*state)) : std::nullopt;
   }
 
  private:
@@ -48,22 +50,28 @@ class OnLinksView : public RowView<typename Row::Table>,
   void forEachRow(Visit visit) const override {
     objects_.forEach([&](std::int32_t link, auto const& key, auto const& state) {
       auto const name = links_.linkName(link);
-      if (name) visit(Row::key(*name, key), Row::record(state));
+      if (!name) return;
+      std::optional<Key> const rowKey = Row::key(*name, key);
+      std::optional<Record> const record = Row::record(state);
+      if (rowKey && record) visit(*rowKey, *record);
     });
   }
 
   void onLinkName(std::int32_t index, Dovel::IntfId const& name) override {
-    objects_.forEachOf(index,
-                       [&](auto const& key, auto const&) { this->mark(Row::key(name, key)); });
+    objects_.forEachOf(index, [&](auto const& key, auto const&) { markRow(name, key); });
   }
   void onObject(Object const& object) override {
     auto const name = links_.linkName(object.link);
     if (!name) return;  // onLinkName() marks
-    this->mark(Row::key(*name, object.key));
+    markRow(*name, object.key);
     MAV_TRACE(traceHandle(), 2,
               Object::kind << " " << object.address() << " of " << *name << " changed");
   }
   void onObjectGone(Object const& object) override { onObject(object); }
+  void markRow(Dovel::IntfId const& name, typename Object::Key const& key) {
+    std::optional<Key> const rowKey = Row::key(name, key);
+    if (rowKey) this->mark(*rowKey);
+  }
 
   Links const& links_;
   OnLinks<Object> const& objects_;

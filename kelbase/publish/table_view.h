@@ -19,7 +19,8 @@ class TableView {
   TableView& operator=(TableView const&) = delete;
   virtual ~TableView() = default;
 
-  /// "links": the table as `kelbasectl` calls it; both tables of addresses have one name.
+  /// "links": the table as `kelbasectl` calls it; both tables of addresses have one name, and one
+  /// that repeats a part of another has none, nor a summary.
   virtual std::string_view name() const = 0;
 
   /// Writes what changed since the last write, in two steps. Publisher takes the first step of all

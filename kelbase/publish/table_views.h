@@ -51,6 +51,7 @@ class TableViews {
   std::string summary() const {
     std::string result;
     for (auto const& view : views_) {
+      if (view->name().empty()) continue;
       if (!result.empty()) result += ", ";
       result += view->summary();
     }

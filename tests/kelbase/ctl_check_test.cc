@@ -51,6 +51,7 @@ Status published(std::size_t neighbours) {
   Status status;
   for (auto const* name : {"addresses", "routes"}) status.tables.push_back({name, {1, 0}});
   status.tables.push_back({"neighbours", {neighbours, 0}});
+  status.resolvedNeighbours = neighbours;
   return status;
 }
 

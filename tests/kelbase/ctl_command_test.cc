@@ -189,15 +189,18 @@ TEST_F(CtlCommandTest, AddressesOfBothVersionsAreShownAsOneTable) {
             json::parse(R"({"name":"addresses","records":1,"malformed":0})"));
 }
 
-TEST_F(CtlCommandTest, NeighboursThatTheKernelMayUseAreLoaded) {
+TEST_F(CtlCommandTest, NeighboursOfBothVersionsAreLoaded) {
   ASSERT_EQ(ctl({"load", "-"}, std::string(Samples::routeLinks) + Samples::neighbours), exitOk)
       << err();
-  EXPECT_THAT(out(), HasSubstr("neighbours: 2 added, 0 changed, 0 removed, 0 unchanged\n"));
+  EXPECT_THAT(out(), HasSubstr("neighbours: 5 added, 0 changed, 0 removed, 0 unchanged\n"));
   ASSERT_EQ(ctl({"show", "neighbours"}), exitOk);
   EXPECT_EQ(out(),
-            "INTERFACE  ADDRESS   LINK ADDRESS       PERMANENT\n"
-            "eth0       10.0.0.2  02:00:00:00:00:02  no\n"
-            "eth0       10.0.0.3  02:00:00:00:00:03  yes\n");
+            "INTERFACE  ADDRESS   LINK ADDRESS       PERMANENT  STATE\n"
+            "eth0       10.0.0.2  02:00:00:00:00:02  no         stale\n"
+            "eth0       10.0.0.3  02:00:00:00:00:03  yes        reachable\n"
+            "eth0       10.0.0.4                     no         failed\n"
+            "eth0       fe80::1   02:00:00:00:00:01  no         reachable\n"
+            "eth1       10.0.0.6  0a:09:09:09        yes        reachable\n");
 }
 
 TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {

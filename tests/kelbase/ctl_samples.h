@@ -61,7 +61,7 @@ inline constexpr char const* routeLinks =
 
 // Of each state, of IPv6, and of a tunnel, whose link address is an IPv4 address.
 inline constexpr char const* neighbours =
-    R"([{"dst":"10.0.0.2","dev":"eth0","lladdr":"02:00:00:00:00:02","state":["STALE"]},{"dst":"10.0.0.3","dev":"eth0","lladdr":"02:00:00:00:00:03","state":["PERMANENT"]},{"dst":"10.0.0.4","dev":"eth0","state":["FAILED"]},{"dst":"10.0.0.5","dev":"eth0","lladdr":"02:00:00:00:00:05","state":["NOARP"]},{"dst":"10.0.0.6","dev":"gre1","lladdr":"10.9.9.9","state":["PERMANENT"]},{"dst":"fe80::1","dev":"eth0","lladdr":"02:00:00:00:00:01","router":null,"state":["REACHABLE"]}]
+    R"([{"dst":"10.0.0.2","dev":"eth0","lladdr":"02:00:00:00:00:02","state":["STALE"]},{"dst":"10.0.0.3","dev":"eth0","lladdr":"02:00:00:00:00:03","state":["PERMANENT"]},{"dst":"10.0.0.4","dev":"eth0","state":["FAILED"]},{"dst":"10.0.0.5","dev":"eth0","lladdr":"02:00:00:00:00:05","state":["NOARP"]},{"dst":"10.0.0.6","dev":"eth1","lladdr":"10.9.9.9","state":["PERMANENT"]},{"dst":"fe80::1","dev":"eth0","lladdr":"02:00:00:00:00:01","router":null,"state":["REACHABLE"]}]
 )";
 
 }  // namespace Kelbase::Ctl::Samples

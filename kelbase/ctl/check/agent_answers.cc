@@ -10,15 +10,14 @@
 namespace Kelbase::Ctl {
 namespace {
 
-/// The published table without whose records one of our tables has no rows; empty of all others,
-/// which always answer.
+/// The published table without whose records one of our tables has no rows; empty of all others.
 std::string_view publishedTableOf(ServedObject const& object) {
   struct Filled {
     std::string_view name;
     std::string_view by;
   };
   constexpr std::array all{
-      Filled{"ipAddrTable", "addresses"},    Filled{"ipNetToMediaTable", "neighbours"},
+      Filled{"ipAddrTable", "addresses"},    Filled{"ipNetToPhysicalTable", "neighbours"},
       Filled{"ipCidrRouteTable", "routes"},  Filled{"ipAddressPrefixTable", "addresses"},
       Filled{"ipAddressTable", "addresses"},
   };
@@ -94,6 +93,7 @@ Finding silentFinding(AgentAddress const& address, std::string const& said) {
 }
 
 bool hasRows(ServedObject const& object, Status const& status) {
+  if (object.name == "ipNetToMediaTable") return status.resolvedNeighbours > 0;
   auto const published = publishedTableOf(object);
   auto const table = std::ranges::find(status.tables, published, &Status::Table::name);
   return published.empty() || table == status.tables.end() || table->counts.records > 0;

@@ -28,5 +28,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   check<Pondo::Neighbour4Table>(bytes);
   check<Pondo::RouteTable>(bytes);
   check<Pondo::FecTable>(bytes);
+  check<Pondo::NeighbourTable>(bytes);
   return 0;
 }

@@ -1,0 +1,81 @@
+#include "kelbase/publish/neighbour_view.h"
+
+#include <algorithm>
+
+#include "kelbase/model/trace.h"
+
+namespace Kelbase {
+namespace {
+
+using Table = Pondo::NeighbourTable;
+
+Table::Key rowKey(std::int32_t link, Neighbour::Key const& key) {
+  return std::visit([link](auto const& addr) { return Table::Key::of(link, addr); }, key);
+}
+
+Neighbour::Key objectKey(Table::Key const& key) {
+  if (key.type != Pondo::InetAddressType::ipv4) return Dovel::Ip6Addr(key.octets);
+  Dovel::IpAddr::Octets octets;
+  std::copy_n(key.octets.begin(), octets.size(), octets.begin());
+  return Dovel::IpAddr(octets);
+}
+
+Table::State rowState(Neighbour::Reach reach) {
+  switch (reach) {
+    case Neighbour::Reach::incomplete:
+      return Table::State::incomplete;
+    case Neighbour::Reach::reachable:
+    case Neighbour::Reach::permanent:
+      return Table::State::reachable;
+    case Neighbour::Reach::stale:
+      return Table::State::stale;
+    case Neighbour::Reach::delay:
+      return Table::State::delay;
+    case Neighbour::Reach::probe:
+      return Table::State::probe;
+    case Neighbour::Reach::failed:
+      break;
+  }
+  return Table::State::failed;
+}
+
+Table::Origin rowOrigin(Neighbour::State const& state) {
+  if (state.reach != Neighbour::Reach::permanent) return Table::Origin::learned;
+  return state.isOwn ? Table::Origin::own : Table::Origin::configured;
+}
+
+Table::Record recordOf(Neighbour::State const& state) {
+  return {state.linkAddress, rowOrigin(state), rowState(state.reach), state.updatedAt};
+}
+
+}  // namespace
+
+std::optional<Table::Record> NeighbourView::find(Key const& key) const {
+  auto const* state = neighbours_.find(key.ifIndex, objectKey(key));
+  return state ? std::optional(recordOf(*state)) : std::nullopt;
+}
+
+Pondo::Writer::SyncCounts NeighbourView::writeAll(Pondo::Writer& writer) {
+  writer.scan<Table>([this](Key const& key, Record const& record) {
+    neighbours_.updatedAtIs(key.ifIndex, objectKey(key), record.updatedAt);
+  });
+  return RowView::writeAll(writer);
+}
+
+void NeighbourView::forEachRow(Visit visit) const {
+  neighbours_.forEach([&](std::int32_t link, auto const& key, auto const& state) {
+    visit(rowKey(link, key), recordOf(state));
+  });
+}
+
+void NeighbourView::onObject(Neighbour const& neighbour) {
+  mark(rowKey(neighbour.link, neighbour.key));
+  MAV_TRACE(traceHandle(), 2,
+            "neighbour " << neighbour.address() << " of link " << neighbour.link << " changed");
+}
+
+void NeighbourView::onGoneWithLink(std::int32_t link, Neighbour::Key const& key) {
+  mark(rowKey(link, key));
+}
+
+}  // namespace Kelbase

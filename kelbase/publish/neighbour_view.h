@@ -1,0 +1,34 @@
+#pragma once
+// The neighbours of both versions of IP as rows of Pondo::NeighbourTable: one row each, by the
+// index of its link, whatever the link is called.
+
+#include "kelbase/model/neighbour.h"
+#include "kelbase/publish/row_view.h"
+
+namespace Kelbase {
+
+class NeighbourView : public RowView<Pondo::NeighbourTable>, private Neighbours::Observer {
+ public:
+  /// `neighbours` must outlive it.
+  explicit NeighbourView(Neighbours& neighbours) : neighbours_(neighbours) {
+    neighbours.observerIs(*this);
+  }
+
+  std::string_view name() const override { return "neighbours"; }
+  std::string summary() const override { return neighbours_.summary(); }
+
+  std::optional<Record> find(Key const& key) const override;
+  /// Takes over when each was updated, as the table has it: a publisher that starts again shows
+  /// readers nothing.
+  Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
+
+ private:
+  void forEachRow(Visit visit) const override;
+  void onObject(Neighbour const& neighbour) override;
+  void onObjectGone(Neighbour const& neighbour) override { onObject(neighbour); }
+  void onGoneWithLink(std::int32_t link, Neighbour::Key const& key) override;
+
+  Neighbours& neighbours_;
+};
+
+}  // namespace Kelbase
