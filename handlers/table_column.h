@@ -99,6 +99,14 @@ struct DovelEthAddrToAsnOctetString
     : Platform<Dovel::EthAddr const&, Snmp::DovelEthAddrToAsnOctetStringF, ASN_OCTET_STR> {
   static constexpr char const* name = "DovelEthAddrToAsnOctetString";
 };
+struct DovelLinkAddrToAsnOctetString
+    : Platform<Dovel::LinkAddr const&, Snmp::DovelLinkAddrToAsnOctetStringF, ASN_OCTET_STR> {
+  static constexpr char const* name = "DovelLinkAddrToAsnOctetString";
+};
+struct BootTimeToUptimeTimeTicks
+    : Platform<std::uint64_t, Snmp::BootTimeToUptimeTimeTicksF, ASN_TIMETICKS> {
+  static constexpr char const* name = "BootTimeToUptimeTimeTicks";
+};
 struct ArpEntryStaticToAsnInteger : Own<IpSnmp::ArpEntryStaticToAsnInteger, ASN_INTEGER> {
   static constexpr char const* name = "ArpEntryStaticToAsnInteger";
 };

@@ -19,6 +19,26 @@ MAV_ENUM(AddressType, (addressTypeUnicast, 1), (addressTypeAnycast, 2), (address
 MAV_ENUM(InetCidrRouteType, (inetCidrRouteTypeOther, 1), (inetCidrRouteTypeReject, 2),
          (inetCidrRouteTypeLocal, 3), (inetCidrRouteTypeRemote, 4), (inetCidrRouteTypeBlackhole, 5))
 
+/// ipNetToPhysicalType of RFC 4293.
+// clang-format off
+MAV_ENUM(NetToPhysicalType,
+         (netToPhysicalTypeOther, 1),
+         (netToPhysicalTypeInvalid, 2),
+         (netToPhysicalTypeDynamic, 3),
+         (netToPhysicalTypeStatic, 4),
+         (netToPhysicalTypeLocal, 5))
+
+/// ipNetToPhysicalState of RFC 4293.
+MAV_ENUM(NetToPhysicalState,
+         (netToPhysicalStateReachable, 1),
+         (netToPhysicalStateStale, 2),
+         (netToPhysicalStateDelay, 3),
+         (netToPhysicalStateProbe, 4),
+         (netToPhysicalStateInvalid, 5),
+         (netToPhysicalStateUnknown, 6),
+         (netToPhysicalStateIncomplete, 7))
+// clang-format on
+
 /// IANAipRouteProtocol, as ipCidrRouteProto (RFC 4292) has it.
 // clang-format off
 MAV_ENUM(IpRouteProtocol,

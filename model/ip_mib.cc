@@ -47,7 +47,8 @@ Mav::AttributeTable const& IpMib::attributeTable() const {
       Mav::collectionAttribute<nullptr, &IpMib::ipAddressPrefixTableDel>("ipAddressPrefixTable"),
       Mav::collectionAttribute<nullptr, &IpMib::ipAddrTableDel>("ipAddrTable"),
       Mav::collectionAttribute<nullptr, &IpMib::arpTableDel>("arpTable"),
-      Mav::collectionAttribute<&IpMib::ipSwFwdStatsIs, &IpMib::ipSwFwdStatsDel>("ipSwFwdStats")};
+      Mav::collectionAttribute<&IpMib::ipSwFwdStatsIs, &IpMib::ipSwFwdStatsDel>("ipSwFwdStats"),
+      Mav::collectionAttribute<nullptr, &IpMib::ipNetToPhysicalTableDel>("ipNetToPhysicalTable")};
   return table;
 }
 

@@ -13,6 +13,8 @@
 #include "model/ip_addr_entry.h"
 #include "model/ip_address_entry.h"
 #include "model/ip_address_prefix_entry.h"
+#include "model/ip_net_to_physical_index.h"
+#include "model/ip_net_to_physical_row.h"
 #include "platform/mav/announced_map.h"
 #include "stats/sw_fwd_stats.h"
 
@@ -27,6 +29,7 @@ class IpMib : public Mav::Entity {
   static constexpr Mav::AttributeId ipAddrTableAttributeId = Mav::firstAttributeId + 2;
   static constexpr Mav::AttributeId arpTableAttributeId = Mav::firstAttributeId + 3;
   static constexpr Mav::AttributeId ipSwFwdStatsAttributeId = Mav::firstAttributeId + 4;
+  static constexpr Mav::AttributeId ipNetToPhysicalTableAttributeId = Mav::firstAttributeId + 5;
 
   /// With a key: one entry came or went (a prefix: or another took its place). Without: the
   /// collection changed as a whole.
@@ -43,6 +46,8 @@ class IpMib : public Mav::Entity {
     virtual void onArpTable() {}
     virtual void onIpSwFwdStats(Ip::IpVersion const& /*key*/) {}
     virtual void onIpSwFwdStats() {}
+    virtual void onIpNetToPhysicalTable(IpNetToPhysicalIndex const& /*key*/) {}
+    virtual void onIpNetToPhysicalTable() {}
   };
 
   /// Without rows; ipMibFactory makes the one that is served.
@@ -119,6 +124,17 @@ class IpMib : public Mav::Entity {
   void ipSwFwdStatsDel(Ip::IpVersion version) { ipSwFwdStats_.del(version); }
   void ipSwFwdStatsDelAll() { ipSwFwdStats_.delAll(); }
 
+  using IpNetToPhysicalTableMap = Mav::OrderedMap<IpNetToPhysicalIndex, IpNetToPhysicalRow>;
+  using IpNetToPhysicalTableIteratorConst = IpNetToPhysicalTableMap::IteratorConst;
+  IpNetToPhysicalTableMap const& ipNetToPhysicalTableMap() const {
+    return ipNetToPhysicalTable_.map();
+  }
+  /// Files the row, in the place of one that differs.
+  void ipNetToPhysicalTableIs(IpNetToPhysicalIndex const& key, IpNetToPhysicalRow const& row) {
+    ipNetToPhysicalTable_.put(key, row);
+  }
+  void ipNetToPhysicalTableDel(IpNetToPhysicalIndex const& key) { ipNetToPhysicalTable_.del(key); }
+
   std::string_view typeName() const override { return "IpSnmp::IpMib"; }
   Mav::AttributeTable const& attributeTable() const override;
 
@@ -142,6 +158,9 @@ class IpMib : public Mav::Entity {
   Mav::AnnouncedMap<IpSwFwdStatsMap, NotifieeConst, ipSwFwdStatsAttributeId,
                     &NotifieeConst::onIpSwFwdStats>
       ipSwFwdStats_{*this};
+  Mav::AnnouncedMap<IpNetToPhysicalTableMap, NotifieeConst, ipNetToPhysicalTableAttributeId,
+                    &NotifieeConst::onIpNetToPhysicalTable>
+      ipNetToPhysicalTable_{*this};
 };
 
 /// With the statistics rows of both IP versions.

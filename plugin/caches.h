@@ -3,6 +3,7 @@
 // where the handlers look for them, and IpSnmp::Root over the mirrored state of the device and its
 // forwarding table. Made while both are still empty, so that the state machines see all of it come.
 
+#include "agent/ip_net_to_physical_table_sm.h"
 #include "agent/root.h"
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
@@ -31,6 +32,8 @@ class Caches {
     return root_->ipRouteTableSm()->backlog().empty() &&
            root_->ip6RouteTableSm()->backlog().empty();
   }
+  /// What files the neighbours: to be told of the shared tables.
+  Pondo::Listener& neighbours() { return neighbours_; }
 
  private:
   Mav::Directory& directory_;
@@ -38,6 +41,7 @@ class Caches {
   Mav::Ptr<IpSnmp::IpForwardMib> const ipForwardMib_;
   Mav::Ptr<IpSnmp::Root> root_;
   RouteAges const ages_;
+  IpSnmp::IpNetToPhysicalTableSm neighbours_{ipMib_};
 };
 
 }  // namespace OvoSnmp

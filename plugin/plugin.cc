@@ -45,7 +45,7 @@ Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startO
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
       startOver_(activity_.clock(), std::move(startOver)),
       // Interfaces before the routes through them.
-      follower_(activity_, runDir, {&mirrors_, &fib_}, OVO_VERSION),
+      follower_(activity_, runDir, {&mirrors_, &caches_.neighbours(), &fib_}, OVO_VERSION),
       loopWatch_(activity_) {
   chooseIpv4Counters(runDir);
   fib_.followerIs(&follower_);

@@ -14,7 +14,6 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 
 from ovo import addresses, neighbours, routes  # noqa: E402
 from ovo.snmp import Client, Silence  # noqa: E402
-from ovo.tables import NET_TO_MEDIA  # noqa: E402
 
 
 def ip(*what):
@@ -31,11 +30,13 @@ def differences():
     links = {link["ifname"]: link["ifindex"] for link in ip("link")}
     rows = routes.expected(ip("-4", "-details", "route", "show", "table", "main"), ip("nexthop"), links)
     trees = addresses.expected(ip("-details", "address"))
-    trees[NET_TO_MEDIA] = neighbours.expected(ip("neighbour", "show", "nud", "all"), links)
+    seen = neighbours.expected(ip("neighbour", "show", "nud", "all"), links)
     try:
         found = routes.differences(client, rows)
         for table, tree in trees.items():
             found += tree.differences(walk(client, table))
+        for tree, told in zip(seen, neighbours.served(client)):
+            found += tree.differences(told)
     except (Silence, AssertionError) as why:
         found = [f"{type(why).__name__}: {why}"]
     client.close()

@@ -181,8 +181,8 @@ class Asked:
 def kernel(router):
     """Every object of the standard MIBs that the kernel's state decides."""
     rows = router.kernel_routes()
-    trees = [*addresses.expected(router.kernel_addresses()).values(), router.kernel_neighbours(),
-             routes.tree(rows)]
+    trees = [*addresses.expected(router.kernel_addresses()).values(),
+             router.kernel_neighbours()[0], routes.tree(rows)]
     values = {one.oid: text(one.kind, one.value) for tree in trees for one in tree.bindings}
     return values | {(*SCALARS["ipForwarding"], 0): "1", (*SCALARS["ipv6IpForwarding"], 0): "2",
                      (*SCALARS["ipCidrRouteNumber"], 0): str(len(rows)),

@@ -47,13 +47,13 @@ def test_it_tells_what_status_tells(router):
         counters = status["publisher"]["counters"]
         right = [status["generation"], *(counters[name] for name in (
             "overruns", "dumps", "messagesRejected"))]
-        forwarding, links, *addresses, neighbours, routes, fecs = health.records()
+        forwarding, links, *addresses, _, routes, fecs, routes6, neighbours = health.records()
         return health.ask(GENERATION, OVERRUNS, DUMPS, REJECTED) == right and {
             table["name"]: table["records"] for table in status["tables"]} == {
                 "addresses": sum(addresses), "fecs": fecs, "forwarding": forwarding,
-                "links": links, "neighbours": neighbours, "routes": routes}
+                "links": links, "neighbours": neighbours, "routes": routes + routes6}
     assert eventually(is_told, 5), (router.status(), health.records())
-    assert len(health.records()) == 7 and health.records()[5] == len(router.kernel_routes())
+    assert len(health.records()) == 9 and health.records()[5] == len(router.kernel_routes())
     before = health.ask(GENERATION)[0]
     router.batch("route add 10.10.0.0/16 dev eth1")
     assert eventually(lambda: health.ask(GENERATION)[0] > before and health.records()[5] ==

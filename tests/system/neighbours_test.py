@@ -1,20 +1,23 @@
-"""ipNetToMediaTable is what the kernel's IPv4 neighbours make it, whatever happens.
+"""ipNetToMediaTable and ipNetToPhysicalTable are what the kernel's neighbours make them, always.
 
-Every scenario runs twice: before the daemons start, and step by step after it, each step visible
-within a second.
+Every scenario runs twice: before the daemons start, and step by step after it. What the kernel tells
+is visible at once, what it does in silence within some two seconds.
 """
 
 import random
 import signal
 import socket
+import time
 
 import pytest
 
 from ovo.costs import ColumnCost, in_turns
 from ovo.daemons import eventually, stays
 from ovo.router import SEEDS
-from ovo.tables import NET_TO_MEDIA, ROUTE
+from ovo.tables import NET_TO_MEDIA, NET_TO_PHYSICAL, ROUTE
 
+DELAY, INCOMPLETE = 3, 7
+LOCAL = 5
 PAIR = ("link add name eth1 type veth peer name eth1-far", "link set eth1-far up",
         "link set eth1 up")
 PAIR2 = tuple(line.replace("eth1", "eth2") for line in PAIR)
@@ -31,12 +34,17 @@ SCENARIOS = {
             ("permanent", "reachable", "stale", "delay", "probe", "noarp"))]
         + ["neigh add 10.0.1.1 dev eth1 nud failed", "neigh add 10.0.1.2 dev eth1 nud incomplete",
            "neigh add 10.0.1.3 dev eth1 nud none", "neigh add proxy 10.0.1.4 dev eth1",
-           neighbour("2001:db8::1"), neighbour("2001:db8::2", state="reachable")],
+           neighbour("2001:db8::1"), neighbour("fe80::2", state="reachable"),
+           "neigh add 2001:db8::3 dev eth1 nud incomplete", "neigh add fe80::4 dev eth1 nud failed",
+           neighbour("2001:db8::5", state="noarp"), "neigh add proxy fe80::6 dev eth1"],
         [neighbour("10.0.0.0", state="stale"), neighbour("10.0.0.2", state="permanent"),
          neighbour("10.0.0.5", state="reachable"), "neigh change 10.0.0.1 dev eth1 nud failed",
-         neighbour("10.0.1.1", state="stale"), neighbour("10.0.1.4")],
+         neighbour("10.0.1.1", state="stale"), neighbour("10.0.1.4"),
+         neighbour("fe80::4", mac=4), neighbour("fe80::2", state="probe"),
+         neighbour("2001:db8::5"), "neigh change 2001:db8::1 dev eth1 nud none"],
         [neighbour("10.0.0.2", state="noarp"), "neigh del 10.0.1.4 dev eth1",
-         "neigh del proxy 10.0.1.4 dev eth1", "neigh del 10.0.1.1 dev eth1"],
+         "neigh del proxy 10.0.1.4 dev eth1", "neigh del 10.0.1.1 dev eth1",
+         "neigh del fe80::4 dev eth1", neighbour("2001:db8::5", state="noarp")],
     ],
     "a link that loses its carrier, and goes down": [
         PAIR,
@@ -63,7 +71,7 @@ def started(router, user=None):
 
 
 @BY_NAME
-def test_each_step_shows_within_a_second(router, steps):
+def test_each_step_shows(router, steps):
     agent = started(router)
     for step in steps:
         router.batch(*step)
@@ -103,12 +111,48 @@ def test_a_neighbour_that_the_kernel_learns_and_one_that_it_does_not_find(router
     router.neighbours_agree(agent)
 
 
+def test_what_the_kernel_does_in_silence_shows_within_two_seconds(router):
+    """That it begins to look for a neighbour, and that it doubts one that it used."""
+    agent = started(router)
+    router.batch(*PAIR, "addr add 10.0.0.1/24 dev eth1", "addr add 10.0.0.1/32 dev lo",
+                 "addr add 2001:db8::1/64 dev eth1 nodad",
+                 *(neighbour(one, state="stale") for one in ("10.0.0.2", "2001:db8::2")))
+    router.neighbours_agree(agent)
+    for one in ("10.0.0.2", "10.0.0.3", "2001:db8::2", "2001:db8::3"):
+        router.space.run("ping", "-c1", "-W0.1", one, check=False)
+    _, told = router.neighbours_agree(agent, within=3)
+    assert {DELAY, INCOMPLETE} <= {one.value for one in told if one.oid[9:10] == (7,)}, told
+    router.batch(neighbour("10.0.0.1"))  # of the machine itself
+    index = next(index for name, index, _ in router.kernel_links() if name == "eth1")
+    kind = (*NET_TO_PHYSICAL.column("ipNetToPhysicalType"), index, 1, 4, 10, 0, 0, 1)
+    assert eventually(lambda: agent.client.ask(kind) == LOCAL)
+
+
+def test_when_each_was_updated(router):
+    router.batch(*PAIR, neighbour("10.0.0.2"), neighbour("fe80::2"))
+    time.sleep(1.1)
+    agent = started(router)
+    column = NET_TO_PHYSICAL.column("ipNetToPhysicalLastUpdated")
+
+    def updated():
+        return [one.value for one in agent.client.walk(column)]
+    assert eventually(lambda: updated() == [0, 0])
+    time.sleep(1.1)
+    router.batch(neighbour("10.0.0.2", mac=2))
+    now = agent.client.ask((1, 3, 6, 1, 2, 1, 1, 3, 0))
+    assert eventually(lambda: updated()[0] > 0) and abs(updated()[0] - now) < 100
+    before = updated()
+    router.batch(*(f"link add name more{n} type bridge" for n in range(9)))  # dumps do not tell
+    time.sleep(2.5)
+    assert updated() == before
+
+
 def test_ten_thousand(router):
     """They come, change and go at once, and a row costs a walker what a row of routes does."""
     agent = started(router)
     addresses = [f"10.{n // 4000}.{n % 4000 // 16}.{1 + n % 16}" for n in range(10_000)]
     router.batch(*PAIR, "addr add 192.0.2.1/24 dev eth1", *map(neighbour, addresses))
-    assert len(router.neighbours_agree(agent, within=5)) == 40_000
+    assert len(router.neighbours_agree(agent, within=5)[0]) == 40_000
     router.batch(*(f"route add {address} via 192.0.2.9" for address in addresses))
     router.routes_agree(agent, within=10, columns=(5,))
     columns = [ColumnCost(agent, table, name) for table, name in (
@@ -148,15 +192,16 @@ def history(chance, links):
         elif kind < 0.36:
             lines += [chance.choice((f"link set {name} address 02:00:00:00:01:{len(links):02x}",
                                      f"link set {name} arp {chance.choice(('off', 'on'))}",
-                                     f"neigh replace proxy 10.0.0.11 dev {name}",
-                                     neighbour("fe80::1", name)))]
+                                     f"neigh replace proxy 10.0.0.11 dev {name}"))]
         elif kind < 0.4 and other in links and other != name:
             lines += [f"link set {name} name aside", f"link set {other} name {name}",
                       f"link set aside name {other}"]
             links[name], links[other] = links[other], links[name]
         else:
-            state = chance.choice(("permanent", "reachable", "stale", "failed", "noarp"))
-            lines += [neighbour(f"10.0.0.{chance.randint(10, 30)}", name, chance.randint(1, 3),
+            state = chance.choice(("permanent", "reachable", "stale", "delay", "probe", "failed",
+                                   "incomplete", "noarp", "none"))
+            net = chance.choice(("10.0.0.", "2001:db8::", "fe80::"))
+            lines += [neighbour(f"{net}{chance.randint(10, 30)}", name, chance.randint(1, 3),
                                 state)]
     return lines
 
@@ -187,7 +232,9 @@ def test_a_random_history(router, seed):
                  *(neighbour(f"10.1.{n % 9}.{n // 9}", "far") for n in range(900)),
                  *history(chance, links))
     publisher.send(signal.SIGCONT)
-    router.neighbours_agree(agent, within=10)
+    router.neighbours_agree(agent, within=20)  # so many cost a debug build long looks, far apart
+    router.batch("link del far")
+    router.neighbours_agree(agent, within=20)
     with agent.stopped():
         router.batch(*history(chance, links))
     agent.reload_and_wait()

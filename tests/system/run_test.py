@@ -75,7 +75,7 @@ def test_once_prints_the_kernels_values(router, user):
     run = Run(router, "--once", user=user)
     assert run.end() == 0, run.text
     lines = [line for line in run.text.splitlines() if not line.startswith("brivetKelbase")]
-    assert lines[-9:-1] == [
+    assert lines[-10:-1] == [
         "ipForwarding.0 = forwarding(1)  [1.3.6.1.2.1.4.1.0]",
         "ipv6IpForwarding.0 = notForwarding(2)  [1.3.6.1.2.1.4.25.0]",
         "ipCidrRouteNumber.0 = 1  [1.3.6.1.2.1.4.24.3.0]",
@@ -86,12 +86,14 @@ def test_once_prints_the_kernels_values(router, user):
         "1.128 = 1  [1.3.6.1.2.1.4.32]",
         "ipAddressTable: 3 rows, ipAddressIfIndex.2.16.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.1 = 1  "
         "[1.3.6.1.2.1.4.34]",
+        f"ipNetToPhysicalTable: 1 rows, ipNetToPhysicalPhysAddress.{index}.1.4.192.0.2.2 = "
+        '"02 00 00 00 00 02 "  [1.3.6.1.2.1.4.35]',
         "ipCidrRouteTable: 1 rows, ipCidrRouteIfIndex.10.9.0.0.255.255.0.0.0.0.0.0.0 = 1  "
         "[1.3.6.1.2.1.4.24.4]"]
     assert re.fullmatch(r"brivetSwFwdIpStatsTable: 2 rows, brivetSwFwdIpStatsInReceives.2 = \d+  "
                         r"\[1.3.6.1.4.1.99999.3.1.1.1\]", lines[-1])
     assert "brivetKelbasePublisherAlive.0 = true(1)  [" in run.text
-    assert "brivetKelbaseRecordsTable: 7 rows, brivetKelbaseRecords.7 = " in run.text
+    assert "brivetKelbaseRecordsTable: 9 rows, brivetKelbaseRecords.9 = " in run.text
     assert run.leaves_nothing()
 
 

@@ -217,7 +217,9 @@ def published(still_router):
     router.batch(*(f"addr add 10.0.{n % 3}.{n + 1}/{24 + n % 8} dev eth1" for n in range(30)),
                  *(f"addr add 2001:db8::{n + 1:x}/{64 + n} dev eth2 nodad" for n in range(10)),
                  *(f"neigh add 10.0.2.{n} lladdr 02:00:00:00:00:{n:02x} dev eth{n % 2 + 1}"
-                   for n in range(100, 110)))
+                   for n in range(100, 110)),
+                 *(f"neigh add {net}::{n} lladdr 02:00:00:00:00:{n:02x} dev eth{n % 2 + 1}"
+                   for net in ("fe80", "2001:db8") for n in range(10, 20)))
     router.batch(*(f"route add 10.{n % 9 + 3}.{n}.0/24 dev eth{n % 2 + 1}" for n in range(90)))
     router.publish()
     return router

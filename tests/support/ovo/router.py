@@ -12,7 +12,6 @@ from ovo.addresses import expected
 from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
-from ovo.tables import NET_TO_MEDIA
 
 # Of the random histories; a long run takes more.
 SEEDS = range(int(os.environ.get("OVO_HISTORIES", "2")))
@@ -110,7 +109,7 @@ class Router:
         return json.loads(self.ip("-json", "-d", "address"))
 
     def kernel_neighbours(self):
-        """The tree that the kernel's neighbours make."""
+        """The trees that the kernel's neighbours make."""
         return neighbours.expected(
             json.loads(self.ip("-json", "neighbour", "show", "nud", "all") or "[]"),
             {link["ifname"]: link["ifindex"] for link in json.loads(self.ip("-json", "link"))})
@@ -276,13 +275,14 @@ class Router:
         assert eventually(none, within), "\n".join(found[:40])
         return rows
 
-    def neighbours_agree(self, agent, within=1.0):
-        """The same of ipNetToMediaTable; what is served."""
+    def neighbours_agree(self, agent, within=6.0):
+        """The same of ipNetToMediaTable and ipNetToPhysicalTable; what is served."""
         served, found = [], []
 
         def none():
-            served[:] = agent.client.walk(NET_TO_MEDIA.oid, repetitions=50)
-            found[:] = self.kernel_neighbours().differences(served)
+            served[:] = neighbours.served(agent.client)
+            found[:] = [line for tree, rows in zip(self.kernel_neighbours(), served)
+                        for line in tree.differences(rows)]
             return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found[:40])

@@ -59,6 +59,7 @@ ABSENT = {line[2]: oid(line[0]) for line, _ in _lines("absent")}
 
 ADDR = EVERY_TABLE["ipAddrTable"]
 NET_TO_MEDIA = EVERY_TABLE["ipNetToMediaTable"]
+NET_TO_PHYSICAL = EVERY_TABLE["ipNetToPhysicalTable"]
 PREFIX = EVERY_TABLE["ipAddressPrefixTable"]
 ADDRESS = EVERY_TABLE["ipAddressTable"]
 TABLES = (ADDR, PREFIX, ADDRESS)  # of addresses

@@ -1,0 +1,26 @@
+#pragma once
+// Keeps ipNetToPhysicalTable of IpMib in step with the shared table of neighbours: a row a record,
+// whatever is known of its interface. The table is in the order of the rows, and tells what
+// changed: nothing is kept here.
+//
+// A listener of the follower, which it must outlive. All on the agent's thread.
+
+#include "model/ip_mib.h"
+#include "platform/pondo/follower/follower.h"
+
+namespace IpSnmp {
+
+class IpNetToPhysicalTableSm : public Pondo::Listener {
+ public:
+  explicit IpNetToPhysicalTableSm(Mav::Ptr<IpMib> ipMib) : ipMib_(std::move(ipMib)) {}
+
+  std::span<Pondo::TableId const> tables() const override;
+  void onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) override;
+  std::optional<std::string> filedKey(Pondo::TableId table, std::string_view from) const override;
+  void onInSync() override {}
+
+ private:
+  Mav::Ptr<IpMib> const ipMib_;
+};
+
+}  // namespace IpSnmp

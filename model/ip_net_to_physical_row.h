@@ -1,0 +1,20 @@
+#pragma once
+// What a row of ipNetToPhysicalTable has beside its key, by value: neighbours come and go by the
+// thousand.
+
+#include <cstdint>
+
+#include "model/enumerations.h"
+#include "platform/dovel/link_addr.h"
+
+namespace IpSnmp {
+
+struct IpNetToPhysicalRow {
+  Dovel::LinkAddr physAddress;  // none while it is not known
+  NetToPhysicalType type = netToPhysicalTypeOther;
+  NetToPhysicalState state = netToPhysicalStateUnknown;
+  std::uint64_t updatedAt = 0;  // hundredths of a second since the machine's start; 0: not known
+  bool operator==(IpNetToPhysicalRow const&) const = default;
+};
+
+}  // namespace IpSnmp
