@@ -21,7 +21,7 @@ namespace IpSnmp {
 /// The shared tables, numbered as their format numbers them (platform/pondo/tables/tables.h).
 MAV_ENUM(SharedTable, (sharedTableForwarding, 1), (sharedTableLink, 2), (sharedTableAddress4, 3),
          (sharedTableAddress6, 4), (sharedTableNeighbour4, 5), (sharedTableRoute, 6),
-         (sharedTableFec, 7))
+         (sharedTableFec, 7), (sharedTableRoute6, 8), (sharedTableNeighbour, 9))
 
 struct HealthData {
   static constexpr std::uint32_t ageUnknown = 0xFFFF'FFFF;

@@ -20,6 +20,8 @@ static_assert(static_cast<int>(Pondo::TableId::address6) == IpSnmp::sharedTableA
 static_assert(static_cast<int>(Pondo::TableId::neighbour4) == IpSnmp::sharedTableNeighbour4);
 static_assert(static_cast<int>(Pondo::TableId::route) == IpSnmp::sharedTableRoute);
 static_assert(static_cast<int>(Pondo::TableId::fec) == IpSnmp::sharedTableFec);
+static_assert(static_cast<int>(Pondo::TableId::route6) == IpSnmp::sharedTableRoute6);
+static_assert(static_cast<int>(Pondo::TableId::neighbour) == IpSnmp::sharedTableNeighbour);
 
 double secondsSinceEpoch() {
   using Seconds = std::chrono::duration<double>;
