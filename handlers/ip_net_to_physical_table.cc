@@ -1,5 +1,6 @@
 #include "handlers/ip_net_to_physical_table.h"
 
+#include "handlers/inet_index.h"
 #include "handlers/table_frame.h"
 #include "model/ip_mib.h"
 
@@ -23,8 +24,8 @@ struct IpNetToPhysicalTable {
           [](Key const& key) { return key.ifIndex(); }),
       integerIndex("ipNetToPhysicalNetAddressType", "netAddressType",
           [](Key const& key) { return key.netAddress().type(); }),
-      octetStringIndex("ipNetToPhysicalNetAddress", "netAddress",
-          [](Key const& key) { return Snmp::String(key.netAddress().octets()); })};
+      inetAddressIndex("ipNetToPhysicalNetAddress", "netAddress",
+          [](Key const& key) -> auto const& { return key.netAddress(); })};
 
   static constexpr std::array columns{
       column<Conversion::DovelLinkAddrToAsnOctetString>(4, "ipNetToPhysicalPhysAddress",
