@@ -197,7 +197,8 @@ class Router:
             rundir = self.fresh_dir("loaded") / "run"
             told = [self.ip("-json", *which) for which in
                     (("-d", "link"), ("-d", "address"), ("netconf",), ("neighbour",),
-                     ("-d", "-4", "route", "show", "table", "all"), ("-d", "nexthop"))]
+                     ("-d", "-4", "route", "show", "table", "all"),
+                     ("-d", "-6", "route", "show", "table", "all"), ("-d", "nexthop"))]
             self.space.run(BUILD / "bin/kelbasectl", "--rundir", rundir, "load", "-",
                            text="\n".join(told), check=False)
             found.update(loaded=tables(rundir), published=tables(self.rundir))
