@@ -77,6 +77,20 @@ class History:
                          f"route {verb} {kind} {where} {self._one('', '', 'proto bgp')} {hops}")
         self._ip(*lines)
 
+    def _changed_routes6(self):
+        lines = []
+        for _ in range(self._random.randint(1, 6)):
+            where = f"2600:{self._random.randrange(5)}::/32 metric {self._one(1, 5, 1024)}"
+            link = self._one(self._name, "eth2")
+            hops = self._one(f"via fe80::{self._random.randint(2, 5)} dev {link}", f"dev {link}",
+                             f"nexthop via fe80::2 dev {link} nexthop via fe80::3 dev eth2")
+            kind = self._one("unicast", "unicast", "unicast", "blackhole", "unreachable", "throw")
+            verb = self._one("add", "append", "append", "replace", "del")
+            lines.append(f"route del {where}" if self._random.random() < 0.25 else
+                         f"route {verb} {kind} {where} {self._one('', 'proto bgp')} "
+                         f"{hops if kind == 'unicast' else ''}")
+        self._ip(*lines)
+
     def _changed_objects(self):
         self._ip(*self._random.sample((
             f"nexthop replace id 7 via 10.1.0.{self._random.randint(2, 9)} dev {self._name}",
@@ -131,8 +145,8 @@ class History:
 
     def change(self):
         self._random.choices(
-            (self._changed_routes, self._changed_objects, self._changed_links, self._renamed,
-             self._turned_setting), (12, 4, 5, 1, 2))[0]()
+            (self._changed_routes, self._changed_routes6, self._changed_objects,
+             self._changed_links, self._renamed, self._turned_setting), (12, 6, 4, 5, 1, 2))[0]()
 
     def fault(self):
         self._one(self._lost_tables, self._killed, self._overrun)()
@@ -147,6 +161,7 @@ class History:
 
         def agree():
             found[:] = self._lookups_elsewhere(self._router.routes_agree(self.agent, EXACT))
+            self._router.inet_routes_agree(self.agent, EXACT)
             return not found
 
         try:

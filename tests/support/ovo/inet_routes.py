@@ -120,14 +120,14 @@ def _of_family(version, listed, hops, links):
     for (network, zone), candidates in chosen.items():
         least = min(rank for rank, *_ in candidates)
         taken = [one for one in candidates if one[0] == least]
-        alone = version == 4 or taken[0][2] in REFUSALS
+        alone = version == 4 or taken[0][2] != "unicast"
         for _, route, kind, vias in taken[:1] if alone else taken:
             yield from _rows(network, zone, route, kind, vias, links)
 
 
 def _is_followed(route, kind):
     """Of IPv6: not what the kernel caches, nor what holds for some sources alone or no more."""
-    return (kind in ("unicast", *REFUSALS) and "cache" not in route.get("flags", ())
+    return (kind in ("unicast", "throw", *REFUSALS) and "cache" not in route.get("flags", ())
             and "from" not in route and route.get("expires", 0) >= 0)
 
 
