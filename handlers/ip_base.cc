@@ -9,7 +9,6 @@
 #include "handlers/ip_address_prefix_table.h"
 #include "handlers/ip_address_table.h"
 #include "handlers/ip_net_to_media_table.h"
-#include "handlers/ip_net_to_physical_table.h"
 #include "handlers/unit_registration.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
@@ -54,7 +53,6 @@ void init_IpBase() {
   initialize_table_ipNetToMediaTable();
   initialize_table_ipAddressPrefixTable();
   initialize_table_ipAddressTable();
-  initialize_table_ipNetToPhysicalTable();
 }
 
 int handle_ipForwarding(netsnmp_mib_handler* /*handler*/,

@@ -197,6 +197,7 @@ TEST_F(IpBaseTest, TheOidsAreTracedAtLevelOneOnly) {
                           line("init_IpForward", ".24.3"), line("init_IpForward", ".24.4"),
                           line("initialize_table_ipCidrRouteTable", ".24.4"),
                           line("initialize_table_brivetSwFwdIpStatsTable", ".99999.3.1.1.1"),
+                          line("initialize_table_ipNetToPhysicalTable", ".4.35"),
                           line("init_InetForward", ".24.6"), line("init_InetForward", ".24.7"),
                           line("initialize_table_inetCidrRouteTable", ".24.7"),
                           line("init_KelbaseHealth", ".99999.3.2.1"),
