@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "handlers/cidr_route_number.h"
+#include "handlers/entity_scalar.h"
 #include "handlers/inet_cidr_route_table.h"
 #include "handlers/unit_registration.h"
 #include "model/ip_forward_mib.h"
@@ -15,6 +15,10 @@ namespace {
 
 constexpr std::array<oid, 9> inetCidrRouteNumberOid{1, 3, 6, 1, 2, 1, 4, 24, 6};
 constexpr std::array<oid, 9> inetCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 7};
+
+std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.inetCidrRoutes().size(); }
+constexpr auto inetCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
+    "inetCidrRouteNumber", "handle_inetCidrRouteNumber", "IpSnmp::IpForwardMib", "inetCidrRoutes");
 
 class InetForward_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
@@ -32,8 +36,8 @@ void init_InetForward() {
   IpSnmp::traceInitializing(__func__, inetCidrRouteTableOid);
   auto const mib = Mav::objectCast<IpSnmp::IpForwardMib>(
       SnmpUtil::getEntityRelative(IpSnmp::IpForwardMib::path));
-  IpSnmp::registerScalar("inetCidrRouteNumber", handle_inetCidrRouteNumber, inetCidrRouteNumberOid,
-                         HANDLER_CAN_RONLY, mib.get());
+  IpSnmp::registerScalar(inetCidrRouteNumber.object, handle_inetCidrRouteNumber,
+                         inetCidrRouteNumberOid, HANDLER_CAN_RONLY, mib.get());
   initialize_table_inetCidrRouteTable();
 }
 
@@ -42,10 +46,7 @@ int handle_inetCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
                                netsnmp_agent_request_info* request,
                                netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
-    auto const* const mib =
-        static_cast<IpSnmp::IpForwardMib const*>(scalarRegistration->my_reg_void);
-    std::size_t const rows = mib ? mib->inetCidrRoutes().size() : 0;
-    return IpSnmp::answerCidrRouteNumber(IpSnmp::inetCidrRouteNumber, mib ? &rows : nullptr,
-                                         request->mode, requests);
+    return IpSnmp::answerScalar(inetCidrRouteNumber, scalarRegistration->my_reg_void, request->mode,
+                                requests);
   });
 }

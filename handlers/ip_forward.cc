@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "handlers/cidr_route_number.h"
+#include "handlers/entity_scalar.h"
 #include "handlers/ip_cidr_route_table.h"
 #include "handlers/unit_registration.h"
 #include "model/ip_forward_mib.h"
@@ -15,6 +15,10 @@ namespace {
 
 constexpr std::array<oid, 9> ipCidrRouteNumberOid{1, 3, 6, 1, 2, 1, 4, 24, 3};
 constexpr std::array<oid, 9> ipCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 4};
+
+std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.ipCidrRouteTables(); }
+constexpr auto ipCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
+    "ipCidrRouteNumber", "handle_ipCidrRouteNumber", "IpSnmp::IpForwardMib", "ipCidrRouteTables");
 
 class IpForward_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
@@ -32,7 +36,7 @@ void init_IpForward() {
   IpSnmp::traceInitializing(__func__, ipCidrRouteTableOid);
   auto const mib = Mav::objectCast<IpSnmp::IpForwardMib>(
       SnmpUtil::getEntityRelative(IpSnmp::IpForwardMib::path));
-  IpSnmp::registerScalar("ipCidrRouteNumber", handle_ipCidrRouteNumber, ipCidrRouteNumberOid,
+  IpSnmp::registerScalar(ipCidrRouteNumber.object, handle_ipCidrRouteNumber, ipCidrRouteNumberOid,
                          HANDLER_CAN_RONLY, mib.get());
   initialize_table_ipCidrRouteTable();
 }
@@ -42,9 +46,7 @@ int handle_ipCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
                              netsnmp_agent_request_info* request,
                              netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
-    auto const* const mib = static_cast<IpSnmp::IpForwardMib*>(scalarRegistration->my_reg_void);
-    std::size_t const rows = mib ? mib->ipCidrRouteTables() : 0;
-    return IpSnmp::answerCidrRouteNumber(IpSnmp::ipCidrRouteNumber, mib ? &rows : nullptr,
-                                         request->mode, requests);
+    return IpSnmp::answerScalar(ipCidrRouteNumber, scalarRegistration->my_reg_void, request->mode,
+                                requests);
   });
 }

@@ -1,8 +1,7 @@
-#include "handlers/forwarding_scalar.h"
+#include "handlers/entity_scalar.h"
 
 #include <array>
 
-#include "handlers/ip_conversions.h"
 #include "handlers/trace.h"
 #include "platform/snmp/set_value.h"
 
@@ -19,21 +18,21 @@ int generalError(netsnmp_request_info* requests) {
   return SNMP_ERR_GENERR;
 }
 
-int get(ForwardingScalar const& scalar, bool const* routing, netsnmp_request_info* requests) {
-  if (!routing) {
+int get(EntityScalar const& scalar, void const* entity, netsnmp_request_info* requests) {
+  if (!entity) {
     SCALAR_TRACE("entity /<sysname>/" << scalar.path << " is not of type " << scalar.entityType);
     return generalError(requests);
   }
-  SCALAR_TRACE("reading " << scalar.path << "->routing()");
+  SCALAR_TRACE("reading " << scalar.path << "->" << scalar.attribute << "()");
   std::array<unsigned char, 1024> buffer;
-  auto const length = IpRoutingToAsnInteger(*routing, buffer.data(), buffer.size());
-  SCALAR_TRACE("IpRoutingToAsnInteger returned " << length << "bytes for " << scalar.path
-                                                 << "->routing()");
+  auto const length = scalar.convert(entity, buffer.data(), buffer.size());
+  SCALAR_TRACE(scalar.conversion << " returned " << length << "bytes for " << scalar.path << "->"
+                                 << scalar.attribute << "()");
   if (length < 0) {
-    SCALAR_TRACE("IpRoutingToAsnInteger failed for: routing");
+    SCALAR_TRACE(scalar.conversion << " failed for: " << scalar.attribute);
     return generalError(requests);
   }
-  if (!Snmp::setVarTypedValue(requests->requestvb, ASN_INTEGER, buffer.data(), length)) {
+  if (!Snmp::setVarTypedValue(requests->requestvb, scalar.type, buffer.data(), length)) {
     return generalError(requests);
   }
   return SNMP_ERR_NOERROR;
@@ -41,15 +40,15 @@ int get(ForwardingScalar const& scalar, bool const* routing, netsnmp_request_inf
 
 }  // namespace
 
-int answerForwarding(ForwardingScalar const& scalar, bool const* routing, int mode,
-                     netsnmp_request_info* requests) {
+int answerScalar(EntityScalar const& scalar, void const* entity, int mode,
+                 netsnmp_request_info* requests) {
   if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
     SCALAR_TRACE("SET is not configured for " << scalar.object);
     // The error travels in the request; the callback itself has done its work.
     netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
     return SNMP_ERR_NOERROR;
   }
-  if (mode == MODE_GET) return get(scalar, routing, requests);
+  if (mode == MODE_GET) return get(scalar, entity, requests);
   SCALAR_TRACE("unknown mode from request: " << mode);
   return generalError(requests);
 }
