@@ -3,7 +3,14 @@
 #include <string_view>
 
 #include "platform/mav/directory.h"
-#include "platform/snmp/root_path.h"
+#include "platform/mav/trace_handle.h"
+
+namespace RootPathBase {
+
+/// Of those who resolve paths: each unit that includes this has a handle of its own.
+static Mav::TraceHandle const mavTraceHandle("RootPathBase::Mav");
+
+}  // namespace RootPathBase
 
 namespace SnmpUtil {
 
