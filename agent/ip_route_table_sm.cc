@@ -125,7 +125,7 @@ void IpRouteTableSm::doProcessIpRouteBacklog() {
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature);
   MAV_TRACE(agentTraceHandle(), 2, "Starting backlog processing");
-  fecRows_.clear();
+  fecRows_.clear();  // fecs and ifIndexes may have changed since the last pass, not during one
   runPass();
 }
 

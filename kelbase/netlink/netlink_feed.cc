@@ -58,6 +58,7 @@ void NetlinkFeed::watchEvents() {
 
 void NetlinkFeed::onReadable() {
   double const now = Mav::now();
+  // A small buffer would overflow in the meantime: it is read at once.
   bool const isStream = counters_.buffer >= streamBufferMin && now - lastRead_ < streamDelay;
   if (isStream) {
     watch_ = {};

@@ -143,6 +143,8 @@ void Activity::Impl::turn(int timeout) {
   int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
   if (count < 0 && errno != EINTR) throwErrno("epoll_wait");
   inTurn = true;
+  // Descriptors before the clock: a reactor that asks for every turn, as a long backlog does, keeps
+  // none of them waiting. Our own two only wake the loop; arm() sets them back.
   for (int i = 0; i < count; ++i) {
     auto const& event = events[static_cast<std::size_t>(i)];
     if (event.data.u64 != ownToken) call(event.data.u64, event.events);
@@ -174,7 +176,7 @@ void Activity::Impl::endTurn() noexcept {
 void Activity::Impl::call(std::uint64_t token, std::uint32_t events) noexcept {
   auto const found = watched.find(token);
   if (found == watched.end()) return;  // dropped since the event was fetched
-  auto const target = found->second;   // the callback may drop its watch
+  auto const target = found->second;   // a copy: the callback may drop its watch
   try {
     (*target.ready)(events);
   } catch (...) {
@@ -212,8 +214,10 @@ void Activity::Impl::resumeRested() {
 
 /// Makes the epoll descriptor readable at the clock's next time, and not before.
 void Activity::Impl::arm() {
+  // What was asked for outside of a turn needs one to end.
   double next = turnEnds.empty() ? clock->timeNext() : asap;
   if (next <= asap) next = asap;
+  // Simulated time is moved by hand: the kernel's timer would fire by another clock.
   if (next != asap && timeIsSimulated()) next = never;
   // Arming costs a system call, and most turns leave the next time where it is.
   if (next == armed) return;

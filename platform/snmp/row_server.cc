@@ -188,12 +188,15 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
     auto& server = *static_cast<RowServer*>(handler->myvoid);
     Call call{handler, handler, registration, info,
               View(*info, {registration->rootoid, registration->rootoid_len})};
+    // The table's own handler is the last of the chain: what stands before it, the iterator among
+    // them, would search for the row again.
     while (call.table->next) call.table = call.table->next;
     Forgetting const forgetting(*server.rows_);
     int status = SNMP_ERR_NOERROR;
     for (auto *request = requests, *next = request; request; request = next) {
       next = request->next;
       if (request->processed != 0) continue;
+      // Handlers of tables work off a whole list, and end it at the first row that is absent.
       Alone const alone(*request);
       int const one = server.settle(call, request);
       if (status == SNMP_ERR_NOERROR) status = one;
@@ -228,13 +231,14 @@ int RowServer::get(Call const& call, netsnmp_request_info* request) {
     return answerAbsent(call, request, place);
   }
   int const status = answer(call, request, place.column);
-  rows_->leave();
+  rows_->leave();  // nothing holds a row between two requests
   return status;
 }
 
 int RowServer::set(Call const& call, netsnmp_request_info* request) {
   auto const place = CellPlace::named(nameOf(*request), call.root(), columns_);
   if (place.column == 0) return call.handOn(request);
+  // The table refuses each SET, of a row that is there and of one that is not.
   return callTable(call, request, place.column, nullptr);
 }
 

@@ -262,7 +262,7 @@ void Writer::Impl::onCommitted() {
   txn.reset();
   batch.clear();
   failsSince = Mav::never;
-  ring();
+  ring();  // last: who looked before the commit would find nothing, and wait for the next look
 }
 
 void Writer::Impl::commitComplete() {
@@ -323,6 +323,7 @@ void Writer::Impl::giveUp() {
 void Writer::Impl::makeAnew() {
   letGo();
   makeRunDir(runDir, settings.group);
+  // Another publisher may have come into the place of what was deleted: this one then ends.
   if (!lock->atPath()) takeLock();
   makeReadersFile(runDir, settings.group);
   adopt(makeEmptyTables(runDir, settings));
@@ -405,6 +406,7 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
   });
   SyncCounts counts;
   counts.removed = superfluous.size();
+  // Removals first: in the log an address has left one link before it comes to another.
   for (auto const& key : superfluous) impl_->erase(table, key);
   for (auto const& [key, record] : wanted) {
     switch (impl_->put(table, key, record)) {

@@ -125,6 +125,7 @@ Follower::Impl::Impl(Mav::Activity& activity, std::filesystem::path const& path,
       listeners(std::move(heard)),
       paths(runDir),
       turn(activity.clock(), [this] { onTurn(); }),
+      // LMDB frees no page that a transaction still sees: none outlives its turn.
       turnEnd(activity, [this] { turnSnapshot.reset(); }) {
   if (!version.empty()) report.emplace(activity, runDir, version);
   if (paths.fd() >= 0) watch = activity.watch(paths.fd(), EPOLLIN, [this](auto) { onNotice(); });
@@ -300,6 +301,7 @@ void Follower::Impl::startComparison(LogState const& log) {
   MAV_TRACE(traceHandle(), 1, runDir << ": comparing everything, change log at " << log.next);
   if (instance != 0) ++resyncs;
   instance = log.instance;
+  // What is committed behind the walk from now on stands in the log, and is announced from there.
   position = log.next;
   comparison.emplace(listeners);
   state = State::comparing;
@@ -333,7 +335,7 @@ bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) 
                         [table](auto const* listener) { return listener->isHeavy(table); });
   });
   announce(snapshot, changes);
-  position = next;
+  position = next;  // last: of a listener that throws the same entries are asked again
   return position != log.next;
 }
 
@@ -351,6 +353,7 @@ void Follower::Impl::announce(Snapshot const& snapshot, std::vector<Change> cons
 }
 
 void Follower::Impl::announceInSync() {
+  // The state last: a listener that throws here is told again.
   for (auto* const listener : listeners) listener->onInSync();
   state = State::following;
   say(inSync, Mav::Severity::notice, runDir.string() + ": in sync with the publisher's tables");
