@@ -65,13 +65,6 @@ def test_three_walks_while_addresses_come_and_go(router, agent):
     assert max(growth) < ALLOWED_GROWTH
 
 
-def test_three_walks_while_a_link_flaps(router, agent):
-    router.batch("addr add 10.90.0.1/24 dev lo")
-    lines = ["link set eth2-far down", "link set eth2-far up"]
-    lines += ["addr add 10.91.0.1/24 dev eth1", "addr del 10.91.0.1/24 dev eth1"] * 20
-    check(router, agent, Churn(router, lines, ENOUGH * 2, SECONDS / 2))
-
-
 def test_links_that_come_and_go_with_their_addresses(router, agent):
     lines = []
     for n in range(8):

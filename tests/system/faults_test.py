@@ -107,7 +107,7 @@ def test_both_daemons_get_over_it(router, fault):
     with fault(router):
         change(router, 0)
         assert stays(agent.daemon.alive, 6), agent.daemon.text()
-        assert agent.get("ipForwarding.0") == 1
+        assert agent.ask("ipForwarding.0") == 1
     goes_on(router, agent)
     assert len(agent.daemon.lines(str(router.rundir))) < 8, agent.daemon.text()
 

@@ -12,12 +12,12 @@ def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router)
     router.forward4(True)
     agent = router.agent(without=WITHOUT_SCALARS)
     assert stays(lambda: agent.ask("ipForwarding.0") in UNKNOWN, 1)
-    assert agent.get("ipForwarding.0") in UNKNOWN
-    assert isinstance(agent.get("sysDescr.0"), str)
+    assert agent.ask("ipForwarding.0") in UNKNOWN
+    assert isinstance(agent.ask("sysDescr.0"), bytes)
     assert len(agent.daemon.lines(f"{router.rundir}: ")) == 1, agent.daemon.text()
     router.publish()
     assert agent.answers(within=1), agent.daemon.text()
-    assert agent.get("ipForwarding.0") == FORWARDING
+    assert agent.ask("ipForwarding.0") == FORWARDING
 
 
 def test_a_dead_publisher_leaves_its_last_state_and_its_age(router):
@@ -58,7 +58,7 @@ def test_state_left_by_a_dead_publisher_is_served_to_a_new_agent(router):
     router.publish().kill()
     agent = router.agent()
     assert agent.answers("ipv6IpForwarding.0")
-    assert agent.get("ipv6IpForwarding.0") == FORWARDING
+    assert agent.ask("ipv6IpForwarding.0") == FORWARDING
     assert eventually(lambda: agent.daemon.lines(r"last known state"), 7), agent.daemon.text()
 
 

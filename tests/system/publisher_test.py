@@ -176,23 +176,3 @@ def test_links_that_change_before_and_after_the_start(router):
     router.link_del("wan0")
     router.link_add("eth1")
     assert links_agree(router)
-
-
-def test_what_changed_while_it_was_away_is_found_at_its_start(router):
-    router.link_add("eth1")
-    daemon = router.publish()
-    daemon.kill()
-    router.link_del("eth1")
-    router.link_add("eth2")
-    router.publish()
-    assert links_agree(router)
-
-
-def test_a_burst_of_changes_is_not_lost(router):
-    router.publish()
-    router.space.run("ip", "-batch", "-", text="".join(
-        f"link add name d{n} type bridge\nlink set d{n} up\nlink set d{n} name e{n}\n"
-        for n in range(200)))
-    router.space.run("ip", "-batch", "-", text="".join(
-        f"link del e{n}\n" for n in range(0, 200, 2)))
-    assert links_agree(router)

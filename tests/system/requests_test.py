@@ -11,7 +11,7 @@ from ovo.addresses import expected
 from ovo.ber import Binding, dotted
 from ovo.daemons import eventually
 from ovo.routes import tree as route_tree
-from ovo.tables import ADDR, ADDRESS, IP, PREFIX, ROUTE, ROUTE_NUMBER, TABLES
+from ovo.tables import ADDR, ADDRESS, IP, ROUTE, ROUTE_NUMBER, TABLES
 
 MANY = 2**31
 MOST = 2**32 - 1
@@ -69,6 +69,18 @@ def asked(still_router):
     rows = router.routes_agree(agent, within=5)
     trees = expected(router.kernel_addresses())
     return Asked(agent, trees | {ROUTE: route_tree(rows)})
+
+
+def test_a_set_says_why(asked):
+    """First, while the log is short."""
+    for column in ADDRESS.columns:
+        writable = column.name in ADDRESS.writable
+        text = (f"ipAddressTable_handler: SET is not configured for column {column.name}"
+                if writable else f"ipAddressTable invalid column {column.number}")
+        seen = len(asked.agent.daemon.lines(f"{text}$"))
+        oid = (*ADDRESS.oid, 1, column.number, *asked.trees[ADDRESS].indexes[0])
+        assert asked.client.set((oid, "INTEGER", 1)).error == "notWritable"
+        assert eventually(lambda: len(asked.agent.daemon.lines(f"{text}$")) > seen), text
 
 
 @EVERY_TABLE
@@ -137,123 +149,49 @@ def test_getbulk_of_all_columns_side_by_side(asked, table):
         expected_now = [binding.oid for binding in one]
 
 
-@EVERY_TABLE
-def test_columns_that_are_not_there(asked, table):
-    tree = asked.trees[table]
-    numbers = [column.number for column in table.columns]
-    index = tree.indexes[0]
-    for number in {0, min(numbers) - 1, max(numbers) + 1, MANY, MOST}:
-        asked.check(tree, (*table.oid, 1, number, *index))
-        asked.check_next(tree, (*table.oid, 1, number))
-    for entry in (0, 2, MANY, MOST):
-        asked.check(tree, (*table.oid, entry, numbers[0], *index))
-    for short in (table.oid, (*table.oid, 1)):
-        asked.check(tree, short)
-
-
-def instances(tree):
-    """The first, a middle and the last row, in the first and the last column."""
-    heads = [(*tree.table.oid, 1, tree.table.columns[at].number) for at in (0, -1)]
-    indexes = tree.indexes
-    return [(head, index) for head in heads
-            for index in {indexes[0], indexes[len(indexes) // 2], indexes[-1],
-                          max(indexes, key=len), min(indexes, key=len)}]
-
-
-@EVERY_TABLE
-def test_an_odd_number_in_any_place(asked, table):
-    tree = asked.trees[table]
-    for head, index in instances(tree):
-        for place, right in enumerate(index):
-            for odd in {0, 1, right - 1, right + 1, 255, 256, MANY - 1, MANY, MANY + right,
-                        MOST} - {-1}:
-                asked.check(tree, (*head, *index[:place], odd, *index[place + 1:]))
+def an_odd_name(chance, tree):
+    """In, between and around the rows: odd numbers in any place, cut, going on, of another length."""
+    table, name = tree.table, [*chance.choice(tree.bindings).oid]
+    head = len(table.oid)
+    kind = chance.random()
+    if kind < 0.2 and "octets" in table.index:
+        at = head + 2 + table.index.index("octets")
+        name[at] = chance.choice((0, 1, 3, 5, 8, 15, 17, 20, 100))
+        name[at + 1:] = (name[at + 1:] * 30)[:name[at]]
+    elif kind < 0.4:
+        name = name[:chance.randrange(head + 1, len(name) + 1)]
+    elif kind < 0.6:
+        name += [chance.choice((0, 1, MOST))] * chance.choice((1, 2, 16, LONGEST - len(name)))
+    for _ in range(chance.choice((0, 1, 1, 2, 3))):
+        place = chance.randrange(head, len(name))
+        right = name[place]
+        name[place] = chance.choice((0, 1, 2, max(0, right - 1), min(right + 1, MOST), right ^ 1, 255, 256,
+                                     chance.randrange(256), MANY - 1, MANY, (right + MANY) & MOST, MOST))
+    return tuple(name)
 
 
 @EVERY_TABLE
-def test_an_index_cut_anywhere(asked, table):
-    tree = asked.trees[table]
-    for head, index in instances(tree):
-        for size in range(len(index)):
-            asked.check(tree, (*head, *index[:size]))
-            if size:
-                for last in (index[size - 1] + 1, MANY, MOST):
-                    asked.check(tree, (*head, *index[:size - 1], last))
-
-
-@EVERY_TABLE
-def test_an_index_that_goes_on(asked, table):
-    tree = asked.trees[table]
-    for head, index in instances(tree):
-        whole = (*head, *index)
-        for more in ((0,), (1,), (MOST,), (0,) * (LONGEST - len(whole)),
-                     (MOST,) * (LONGEST - len(whole))):
-            asked.check(tree, whole + more)
-        for filler in (0, 1, MOST):
-            asked.check(tree, (*head, *(filler,) * (LONGEST - len(head))))
-
-
-def _octets_at(table):
-    """Where the length of the InetAddress stands in the index."""
-    return table.index.index("octets")
-
-
-@pytest.mark.parametrize("table", [PREFIX, ADDRESS], ids=["prefix", "address"])
-def test_an_address_of_a_wrong_length(asked, table):
-    tree = asked.trees[table]
-    at = _octets_at(table)
-    for head, index in instances(tree):
-        octets = index[at + 1:]
-        for length in (0, 1, 3, 5, 8, 15, 17, 20, 100, 255, MANY, MOST):
-            asked.check(tree, (*head, *index[:at], length, *octets))
-            fitting = (octets * 30)[:min(length, LONGEST - len(head) - at - 2)]
-            asked.check(tree, (*head, *index[:at], length, *fitting))
-        for version in (0, 1, 2, 3, 4, 16, MANY, MOST):
-            asked.check(tree, (*head, *index[:at - 1], version, *index[at:]))
-
-
-@EVERY_TABLE
-def test_between_the_rows(asked, table):
-    """Indexes that nobody has, of the right shape, by the thousand."""
-    tree = asked.trees[table]
-    chance = random.Random(7)
-    for _ in range(1500):
-        head, index = chance.choice(instances(tree))
-        index = list(index)
-        for _ in range(chance.choice((1, 1, 2, 3))):
-            place = chance.randrange(len(index))
-            index[place] = chance.choice((chance.randrange(256), index[place] ^ 1, 0, MOST))
-        asked.check_next(tree, (*head, *index))
-        asked.check_get(tree, (*head, *index))
-
-
-def a_mixture(asked, chance, size):
-    """Instances of all tables in any order: some there, some not."""
-    oids = []
-    for _ in range(size):
-        tree = asked.trees[chance.choice(TABLES)]
-        oid = chance.choice(tree.bindings).oid
-        if chance.random() < 0.4:
-            oid = (*oid[:-1], chance.choice((oid[-1] + 1, oid[-1] ^ 1, MOST)))
-        if chance.random() < 0.1:
-            oid = oid[:chance.randrange(len(tree.table.oid), len(oid))]
-        oids.append((tree, oid))
-    return oids
+def test_odd_names_by_the_thousand(asked, table):
+    tree, chance = asked.trees[table], random.Random(7)
+    asked.check(tree, table.oid)
+    for _ in range(2500):
+        asked.check(tree, an_odd_name(chance, tree))
 
 
 @pytest.mark.parametrize("size", [2, 7, 40])
 def test_of_many_each_is_answered_as_if_alone(asked, size):
     chance = random.Random(size)
     for _ in range(200 // size + 20):
-        mixture = a_mixture(asked, chance, size)
-        oids = [oid for _, oid in mixture]
+        trees = chance.choices([asked.trees[table] for table in TABLES], k=size)
+        oids = [an_odd_name(chance, tree) if chance.random() < 0.5 else chance.choice(tree.bindings).oid
+                for tree in trees]
         answer = asked.client.get(*oids)
         assert answer.error == "noError" and len(answer.bindings) == size
-        for (tree, oid), binding in zip(mixture, answer.bindings):
+        for tree, oid, binding in zip(trees, oids, answer.bindings):
             assert binding == tree.get(oid)
         answer = asked.client.getnext(*oids)
         assert answer.error == "noError" and len(answer.bindings) == size
-        for (tree, oid), binding in zip(mixture, answer.bindings):
+        for tree, oid, binding in zip(trees, oids, answer.bindings):
             assert tree.answers_next(oid, binding), (dotted(oid), str(binding))
 
 
@@ -274,17 +212,6 @@ def test_no_column_can_be_set(asked, table):
                 answer = asked.client.set((oid, kind, value))
                 assert (answer.error, answer.index) == ("notWritable", 1), (column, kind, answer)
     assert list(asked.client.walk(table.oid, repetitions=50)) == before
-
-
-def test_a_set_says_why(asked):
-    for column in ADDRESS.columns:
-        writable = column.name in ADDRESS.writable
-        text = (f"ipAddressTable_handler: SET is not configured for column {column.name}"
-                if writable else f"ipAddressTable invalid column {column.number}")
-        seen = len(asked.agent.daemon.lines(f"{text}$"))
-        oid = (*ADDRESS.oid, 1, column.number, *asked.trees[ADDRESS].indexes[0])
-        assert asked.client.set((oid, "INTEGER", 1)).error == "notWritable"
-        assert eventually(lambda: len(asked.agent.daemon.lines(f"{text}$")) > seen), text
 
 
 def test_a_set_among_others_undoes_them(asked):

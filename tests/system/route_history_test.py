@@ -107,6 +107,8 @@ class History:
             "link set dev eth2-far up", f"link set dev {self._name} up", "link set dev eth2 up",
             f"link set dev {self._one(self._name, 'eth2')} down",
             f"addr del 10.1.0.1/24 dev {self._name}", f"addr add 10.1.0.1/24 dev {self._name}",
+            f"addr add 10.1.0.6/24 dev {self._name}", f"addr del 10.1.0.6/24 dev {self._name}",
+            f"addr add 10.3.0.1/24 dev {self._name}", f"addr del 10.3.0.1/24 dev {self._name}",
             "addr add 10.2.0.1/24 dev eth2"), self._random.randint(1, 3)))
 
     def _renamed(self):
@@ -119,6 +121,7 @@ class History:
     def _turned_setting(self):
         where = self._one("all", self._name, "eth2")
         path = self._one(f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown",
+                         f"/proc/sys/net/ipv4/conf/{where}/promote_secondaries",
                          "/proc/sys/net/ipv4/nexthop_compat_mode")
         self._told.append(f"{path} turned")
         self._router.space.run("sh", "-c", f"echo $((1 - $(cat {path}))) > {path}")

@@ -35,7 +35,7 @@ def test_an_ordinary_user_may_run_it(router, publisher):
     router.publish(user=publisher)
     agent = router.agent(user="nobody")
     assert agent.answers()
-    assert agent.get("ipForwarding.0") == FORWARDING
+    assert agent.ask("ipForwarding.0") == FORWARDING
 
 
 def test_it_ends_within_a_second_of_sigterm(router):

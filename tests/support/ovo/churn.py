@@ -1,5 +1,6 @@
 """Addresses that come and go by the thousand, and walkers that watch meanwhile."""
 
+import collections
 import random
 import subprocess
 import threading
@@ -126,6 +127,24 @@ class Walker(threading.Thread):
     def end(self):
         self._end.set()
         self.join()
+
+
+class Asking(threading.Thread):
+    """Asks for objects without pause, from a client of its own; how often which values came."""
+
+    def __init__(self, agent, *oids):
+        super().__init__()
+        self._client, self._oids, self._end = agent.new_client(), oids, threading.Event()
+        self.answers = collections.Counter()
+
+    def run(self):
+        while not self._end.is_set():
+            self.answers[tuple(map(self._client.ask, self._oids))] += 1
+
+    def end(self):
+        self._end.set()
+        self.join()
+        self._client.close()
 
 
 class RouteChurn:

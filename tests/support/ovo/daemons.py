@@ -33,15 +33,6 @@ WITHOUT = "-smux,mteTrigger,mteTriggerConf"
 # For tests of what the plug-in does not know yet: the daemon would answer for ipForwarding meanwhile.
 WITHOUT_SCALARS = WITHOUT + ",ip,ip_scalars"
 
-# The reasons and exceptions as the net-snmp tools print them.
-_REFUSALS = {
-    "(genError)": "genErr",
-    "notWritable": "notWritable",
-    "No Such Object": "noSuchObject",
-    "No Such Instance": "noSuchInstance",
-    "Timeout": None,
-}
-
 
 def eventually(holds, within=1.0):
     """Whether `holds` comes to be true in time; looked at every 5 ms, and once more at the end."""
@@ -118,7 +109,7 @@ class Daemon:
 
 
 class Agent:
-    """An snmpd of its own with the plug-in, asked by the net-snmp tools or, quickly, by a client.
+    """An snmpd of its own with the plug-in, asked by a small client.
 
     The daemon's own modules are in, as Debian has them. `config` is more of its snmpd.conf.
     """
@@ -189,43 +180,9 @@ class Agent:
         self._seen += whole.count(b"restarted")
         return self._seen
 
-    def get(self, name):
-        """By snmpget: a number, or the refusal's name; None when nothing came."""
-        return self._answer("snmpget", OIDS[name])
-
     def set(self, name, value):
-        return self._answer("snmpset", OIDS[name], "i", value)
-
-    def set_all(self, *bindings):
-        """One SET of several (name, type letter, value)."""
-        return self._answer("snmpset", *(
-            part for name, kind, value in bindings for part in (OIDS[name], kind, value)))
-
-    def walk(self, root):
-        """Object identifiers and numbers below `root`, by snmpwalk."""
-        done = self._tool("snmpwalk", "-Cc", root, form="-Oqn")
-        rows = (line.lstrip(".").split(" ", 1) for line in done.stdout.splitlines())
-        return [(oid, int(value)) for oid, value in rows if value.isdigit()]
-
-    def _tool(self, tool, *arguments, form="-OQvn"):
-        return subprocess.run(
-            self._router.space.command("env", "MIBS=", tool, "-v2c", "-c", "public", "-t", "2",
-                                       "-r", "0", form, *self._at(arguments)),
-            capture_output=True, text=True, timeout=30)
-
-    def _at(self, arguments):
-        """Options, the agent's address, the rest."""
-        options = [one for one in arguments if str(one).startswith("-")]
-        return [*options, f"127.0.0.1:{self.port}", *(a for a in arguments if a not in options)]
-
-    def _answer(self, tool, *arguments):
-        done = self._tool(tool, *arguments)
-        for text, name in _REFUSALS.items():
-            if text in done.stdout + done.stderr:
-                return name
-        assert done.returncode == 0, done.stderr
-        text = done.stdout.strip()
-        return int(text) if text.isdigit() else text
+        """The error of a SET of an INTEGER."""
+        return self.client.set((OIDS[name], "INTEGER", value)).error
 
     def new_client(self, community="public"):
         return self._router.space.inside(lambda: Client(self.port, community))
@@ -237,8 +194,8 @@ class Agent:
             self._client = self.new_client()
         return self._client
 
-    def ask(self, name, timeout=1.0):
-        """The same by the small client: a fraction of a millisecond."""
+    def ask(self, name, timeout=2.0):
+        """An integer, octets, an error's or an exception's name, or None when nothing came."""
         return self.client.ask(OIDS[name], timeout=timeout)
 
     def tables(self):

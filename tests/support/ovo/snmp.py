@@ -1,7 +1,6 @@
 """A small SNMPv2c client, for tests that ask thousands of times and in odd ways.
 
-One socket, one request at a time, no retries. Scenarios of a few requests use the net-snmp tools
-instead.
+One socket, one request at a time, no retries. (What people use instead: clients_test.)
 """
 
 import os
