@@ -174,11 +174,14 @@ bool RouteTableSm<Prefix>::workOff(double deadline) {
     if (!work_) work_.seek({});
     if (!work_) return true;
     auto const prefix = work_.key();
+    // Looked at before the first prefix too: a pass without time does nothing.
     if (Mav::now() > deadline) {
       bookmark_ = prefix;
       return false;
     }
     process(prefix);
+    // Erased after it was filed: what is thrown leaves it in the backlog. And sought again, for
+    // those who hear of the rows may have changed the backlog.
     work_.seek(prefix);
     if (work_ && work_.key() == prefix) work_.erase();
   }

@@ -16,6 +16,7 @@ std::optional<Dovel::Prefix> firstPrefix(std::string_view from) {
     number = number << 8U | (i < from.size() ? static_cast<unsigned char>(from[i]) : 0U);
   }
   if (from.size() > Format::routeKeySize) ++number;
+  // Not all bytes name a prefix: an address has no length that would cut off one of its bits.
   for (auto address = number >> 8U; address <= 0xffffffffU; ++address) {
     Dovel::IpAddr const addr(static_cast<std::uint32_t>(address));
     auto const hostBits = std::min(std::countr_zero(addr.value()), 32);
