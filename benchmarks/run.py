@@ -16,13 +16,15 @@ sys.path.insert(0, str(ROOT / "tests/support"))
 
 import addresses  # noqa: E402
 import beside  # noqa: E402
+import both_families  # noqa: E402
 import picture  # noqa: E402
 import route_changes  # noqa: E402
 import route_life  # noqa: E402
 import route_requests  # noqa: E402
 from report import Budget, table  # noqa: E402
 
-BENCHMARKS = [one for module in (route_requests, route_life, route_changes, beside, addresses)
+BENCHMARKS = [one for module in (route_requests, both_families, route_life, route_changes, beside,
+                                  addresses)
               for one in module.BENCHMARKS]
 
 HEAD = """# Benchmarks

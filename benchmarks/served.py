@@ -51,9 +51,9 @@ def generated(router, count):
     return sorted(routes.of_batch(internet.lines, links) + connected)
 
 
-def filled(agent, count, within=60):
+def filled(agent, count, within=60, name="ipCidrRouteNumber.0"):
     """Waits for so many rows, and for them to be the module's."""
-    assert eventually(lambda: agent.ours() and agent.ask("ipCidrRouteNumber.0") == count, within)
+    assert eventually(lambda: agent.ours() and agent.ask(name) == count, within)
     return agent
 
 

@@ -2,17 +2,21 @@
 router has them, and the links and addresses through which their next hops are reached.
 
 About 60 % of the prefixes are /24, 11 % /22, 9 % /23, 5 % /21, 4.5 % /20, the rest thins out to /8,
-behind 36 next hops on four links, gen0 to gen3. No prefix is in an /8 of which RFC 6890 sets a part
+behind 36 next hops on four links, gen0 to gen3. Half of those of IPv6 are /48, a fifth /32, the rest
+/29 to /47, behind 36 link-local and global next hops on the same links. No prefix is in an /8 of which RFC 6890 sets a part
 aside, so that the table goes beside a host's own networks; the links' networks are 198.18.0.0/24
 and on, of the block for benchmarks (RFC 2544).
 """
 
+import ipaddress
 import json
 import random
 
 LINKS = [f"gen{n}" for n in range(4)]
 HOPS = [(f"198.18.{link}.{2 + host}", name) for link, name in enumerate(LINKS) for host in range(9)]
 LENGTH_MIN = 8
+HOPS6 = [(f"{start}{2 + host:x}", name) for name in LINKS
+         for host, start in enumerate(("fe80::", "2001:db8:6::") * 4 + ("fe80::",))]
 # Of a hundred thousand prefixes, how many are /8, /9 ... /24.
 SHARES = (5, 15, 30, 50, 100, 200, 300, 500, 1300, 1500, 2500, 4000, 4500, 5000, 11000, 9000, 60000)
 SET_ASIDE = {0, 10, 100, 127, 169, 172, 192, 198, 203, *range(224, 256)}
@@ -45,6 +49,17 @@ def routes(count, seed=1):
              hop) for address, length, hop in sorted(made)]
 
 
+def routes6(count, seed=1):
+    """The same of IPv6: in the order of prefixes, within 2600::/8."""
+    source = random.Random(seed)
+    drawn = set()
+    while len(drawn) < count:
+        length = source.choice((48,) * 5 + (32,) * 2 + (*range(29, 32),) + (*range(33, 48, 5),))
+        drawn.add((0x26 << 120 | source.getrandbits(length - 8) << 128 - length, length))
+    return [(f"{ipaddress.IPv6Address(address)}/{length}", HOPS6[source.randrange(len(HOPS6))])
+            for address, length in sorted(drawn)]
+
+
 def batch_of_links():
     """Lines of `ip -batch`: pairs, so that a link runs without a neighbour."""
     return [line for number, name in enumerate(LINKS) for line in (
@@ -63,8 +78,8 @@ def _link(number, name, address, length):
                            "label": name}]}
 
 
-def ip_json(made):
-    """The same as `ip -json address` and `ip -json route` tell it."""
+def ip_json(made, made6=()):
+    """The same as `ip -json address` and `ip -json route` of both families tell it."""
     links = [_link(1, "lo", "127.0.0.1", 8)]
     links += [_link(2 + number, name, f"198.18.{number}.1", 24)
               for number, name in enumerate(LINKS)]
@@ -72,4 +87,6 @@ def ip_json(made):
                  for number, name in enumerate(LINKS)]
     told = [f'{{"dst":"{prefix}","gateway":"{hop}","dev":"{link}","protocol":"bgp","metric":20}}'
             for prefix, (hop, link) in made]
-    return json.dumps(links) + "\n[" + ",\n".join(connected + told) + "]\n"
+    told6 = [f'{{"dst":"{prefix}","gateway":"{hop}","dev":"{link}","protocol":"bgp","metric":1024,'
+             '"pref":"medium"}' for prefix, (hop, link) in made6]
+    return json.dumps(links) + "\n[" + ",\n".join(connected + told + told6) + "]\n"
