@@ -1,40 +1,62 @@
-// For LD_PRELOAD: operator new fails now and then. The file $FAILING_NEW holds a number N (four
-// bytes), read at each call: one call of N fails, at random, or none where N is 0. Only C++ code
-// calls it; in snmpd that is the module.
+// For LD_PRELOAD: operator new fails now and then, and the clock is set. The file $DISTURBED holds
+// what the test wants, read at each call. Only C++ code calls operator new; in snmpd that is the
+// module.
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <new>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 
 namespace {
 
-using Number = std::atomic<unsigned>;
+struct Wanted {
+  std::atomic<std::uint32_t> oneOf;   // one call of so many fails, at random; 0: none
+  std::atomic<std::uint32_t> calls;   // until one fails; 0: none
+  std::atomic<std::int64_t> seconds;  // what is added to CLOCK_REALTIME
+};
 
-Number const* mapped() {
-  char const* const file = std::getenv("FAILING_NEW");
-  int const fd = file ? open(file, O_RDONLY | O_CLOEXEC) : -1;
+Wanted* mapped() {
+  char const* const file = std::getenv("DISTURBED");
+  int const fd = file ? open(file, O_RDWR | O_CLOEXEC) : -1;
   if (fd < 0) return nullptr;
-  void* const at = mmap(nullptr, sizeof(Number), PROT_READ, MAP_SHARED, fd, 0);
-  return at == MAP_FAILED ? nullptr : static_cast<Number const*>(at);
+  void* const at = mmap(nullptr, sizeof(Wanted), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  return at == MAP_FAILED ? nullptr : static_cast<Wanted*>(at);
 }
 
-bool isToFail() {
-  static Number const* const oneOf = mapped();
+Wanted* wanted() {
+  static Wanted* const once = mapped();
+  return once;
+}
+
+bool isToFail(Wanted& wanted) {
   static std::atomic<unsigned> state{1};
-  unsigned const number = oneOf ? oneOf->load() : 0;
-  return number != 0 && (state = state * 1664525U + 1013904223U) / 65536U % number == 0;
+  unsigned const number = wanted.oneOf;
+  if (number != 0 && (state = state * 1664525U + 1013904223U) / 65536U % number == 0) return true;
+  return wanted.calls != 0 && --wanted.calls == 0;
 }
 
 }  // namespace
 
 void* operator new(std::size_t size) {
-  void* const memory = isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
+  bool const fails = wanted() != nullptr && isToFail(*wanted());
+  void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+  if (memory != nullptr) return memory;
+  if (auto const handler = std::get_new_handler()) handler();
+  throw std::bad_alloc();
 }
 
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+  using Function = int (*)(clockid_t, timespec*);
+  static auto const real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "clock_gettime"));
+  int const result = real(clock, time);
+  if (clock == CLOCK_REALTIME && wanted() != nullptr) time->tv_sec += wanted()->seconds;
+  return result;
+}

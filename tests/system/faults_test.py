@@ -3,10 +3,12 @@ and agrees with the kernel again afterwards, whatever the kernel did meanwhile a
 
 import contextlib
 import ctypes
+import itertools
 import os
 import pathlib
 import random
 import signal
+import struct
 import subprocess
 import time
 
@@ -15,6 +17,7 @@ import pytest
 from ovo.daemons import BUILD, LONG, eventually, stays
 
 AS_DEBIAN = ("-u", "Debian-snmp", "-g", "Debian-snmp")
+BEFORE_MAIN = 300  # allocations of static objects and of the command line
 # From the end of a fault: a look of the agent, and what the publisher waits until it makes tables anew.
 HEALED = 12.0
 
@@ -211,20 +214,35 @@ def test_a_publisher_without_memory_ends_and_loses_nothing(router):
     goes_on(router, agent)
 
 
-class FailingNew:
-    """Has allocations of the module fail in an agent (tests/support/failing_new.cc)."""
+class Disturbed:
+    """Sets clocks and has allocations fail in what runs with its `env` (tests/support/disturbed.cc)."""
 
     def __init__(self, router):
-        directory = router.fresh_dir("new", readable=True)
-        library, self._file = directory / "failing_new.so", directory / "number"
-        source = pathlib.Path(__file__).resolve().parents[1] / "support/failing_new.cc"
+        directory = router.fresh_dir("disturbed", readable=True)
+        library, self._file = directory / "disturbed.so", directory / "wanted"
+        source = pathlib.Path(__file__).resolve().parents[1] / "support/disturbed.cc"
         subprocess.run(["c++", "-O1", "-shared", "-fPIC", "-o", library, source], check=True)
-        self.one_of(0)
-        self.env = {"LD_PRELOAD": library, "FAILING_NEW": self._file}
+        self._file.write_bytes(bytes(16))
+        self._file.chmod(0o666)
+        self.env = {"LD_PRELOAD": library, "DISTURBED": self._file}
 
-    def one_of(self, number):
-        with open(self._file, "r+b" if self._file.exists() else "wb") as file:
-            file.write(number.to_bytes(4, "little"))
+    def fails(self, one_of=0, at_call=0):
+        """One allocation of so many, or one, so many calls from now."""
+        self._write(0, struct.pack("<II", one_of, at_call))
+
+    def has_failed(self):
+        return self._file.read_bytes()[4:8] == bytes(4)
+
+    def clock(self, seconds):
+        self._write(8, struct.pack("<q", seconds))
+
+    def _write(self, at, octets):
+        with open(self._file, "r+b") as file:
+            file.seek(at)
+            file.write(octets)
+
+    def kelbased(self, router):
+        return kelbased(router, "env", *(f"{name}={value}" for name, value in self.env.items()))
 
 
 def ask_everything(agent):
@@ -235,12 +253,12 @@ def ask_everything(agent):
 
 
 def test_allocations_that_fail_in_snmpd_cost_no_more_than_an_answer(router):
-    failing = FailingNew(router)
+    failing = Disturbed(router)
     prepared(router).close()
     agent = router.agent(options=AS_DEBIAN, env=failing.env)
     assert agent.answers(), agent.daemon.text()
     for turn, number in enumerate((2000, 500, 100, 20, 5)):
-        failing.one_of(number)
+        failing.fails(one_of=number)
         change(router, turn)
         for _ in range(5):
             ask_everything(agent)
@@ -248,11 +266,58 @@ def test_allocations_that_fail_in_snmpd_cost_no_more_than_an_answer(router):
             router.forget_tables()
             ask_everything(agent)
         assert stays(agent.daemon.alive, 2), agent.daemon.text()[-3000:]
-        failing.one_of(0)
+        failing.fails()
         agrees(router, agent)
     for number in (50, 5):
-        failing.one_of(number)
+        failing.fails(one_of=number)
         agent.reload()
         assert stays(agent.daemon.alive, 2), agent.daemon.text()[-3000:]
-        failing.one_of(0)
+        failing.fails()
         agrees(router, agent)
+
+
+def test_every_allocation_of_a_change_may_fail_in_snmpd(router):
+    failing = Disturbed(router)
+    prepared(router).close()
+    agent = router.agent(options=AS_DEBIAN, env=failing.env)
+    assert agent.answers(), agent.daemon.text()
+    for turn, number in enumerate(itertools.count(1, 1 if LONG else 19)):
+        failing.fails(at_call=number)
+        for verb, state in (("add", "up"), ("del", "down")):
+            router.batch(*(f"route {verb} 10.7.{n}.0/24 via 10.1.0.{n + 2}" for n in range(9)),
+                         f"neigh {verb} 10.1.0.99 lladdr 02:00:00:00:01:09 dev eth1",
+                         f"addr {verb} 10.2.0.1/24 dev eth2", f"link set eth2 {state}")
+            ask_everything(agent)
+        if not eventually(failing.has_failed, 1):
+            break
+        assert agent.daemon.alive(), (number, agent.daemon.text()[-3000:])
+        if turn % 20 == 0:
+            agrees(router, agent)
+    assert turn > 5
+    failing.fails()
+    agrees(router, agent)
+
+
+def test_every_allocation_of_a_start_may_fail_in_kelbased(router):
+    failing = Disturbed(router)
+    agent = prepared(router)
+    router.publisher.stop()
+    for turn, number in enumerate(itertools.count(1, 1 if LONG else 41)):
+        failing.fails(at_call=number)
+        router.batch(f"route replace 10.7.0.0/24 via 10.1.0.{2 + turn % 9}")
+        daemon = failing.kelbased(router)
+        assert eventually(lambda: failing.has_failed() or router.status()["publisher"]["exact"], 10)
+        if not failing.has_failed():
+            break
+        # Before main() nobody is there to tell.
+        assert daemon.process.wait(10) in (1, -signal.SIGABRT), (number, daemon.text()[-3000:])
+        assert "ends, to be started again" in daemon.text() or number < BEFORE_MAIN
+        if turn % 20 == 0:
+            whole = router.publish()
+            agrees(router, agent)
+            whole.stop()
+    assert turn > 5
+    failing.fails()
+    daemon.stop()  # its allocation may have come by now
+    router.publish()
+    agrees(router, agent)

@@ -46,7 +46,7 @@ def test_a_thousand_reloads_under_load(router, loaded):
     for turn in range(1, RELOADS + 1):
         stock.reload_and_wait()
         agent.reload_and_wait()
-        assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING), (
+        assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING, 10), (
             turn, agent.daemon.text()[-2000:])
         growth.turn(turn)
     print(f"grew {growth.kilobytes()} kB; answers {load.answers}")
@@ -63,8 +63,8 @@ def test_the_module_taken_out_and_put_back(router, loaded):
             agent.config(plugin)
             agent.reload_and_wait()
             stock.reload_and_wait()
-            assert eventually(lambda: agent.ask("ipForwarding.0") == expected), turn
-            assert agent.ask("sysUpTime.0") is not None
+            assert eventually(lambda: agent.ask("ipForwarding.0") == expected, 10), turn
+            assert agent.ask("sysUpTime.0", 10) is not None
         growth.turn(turn)
     print(f"grew {growth.kilobytes()} kB; answers {load.answers}")
     assert growth.kilobytes() < ALLOWED_GROWTH
