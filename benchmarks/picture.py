@@ -21,6 +21,14 @@ class Axis(NamedTuple):
         return math.log(max(value, first) / first) / math.log(last / first)
 
 
+class Even(Axis):
+    """The same distance for each step."""
+
+    def share(self, value):
+        first, last = self.marks[0], self.marks[-1]
+        return (value - first) / (last - first)
+
+
 class Line(NamedTuple):
     name: str
     colour: str
@@ -77,9 +85,20 @@ class Picture:
             above = max(y + 4, above + 16)
             yield words(x + 10, above, line.name, "start", line.colour)
 
-    def write(self, file, *lines):
+    def story(self, name, points, silences):
+        """A line without dots, and bars at the foot where nothing was."""
+        places = " ".join(f"{x:.0f},{y:.0f}" for x, y in (self._place(*one) for one in points))
+        yield (f'<polyline fill="none" stroke="{BLUE}" stroke-width="2.5" points="{places}"/>'
+               + words(*self._place(points[-1][0], points[-1][1] * 1.04), name, "end", BLUE))
+        for begin, end in silences:
+            (x, y), (after, _) = self._place(begin, 0), self._place(end, 0)
+            yield (f'<path d="M{x:.0f} {y:.0f}H{max(after, x + 2):.0f}" stroke="{RED}" '
+                   'stroke-width="6"/>' + words(x, y - 10, f"no answer for {end - begin:.2f} s",
+                                                colour=RED))
+
+    def write(self, file, *lines, more=()):
         parts = [*self._grid(), *(part for line in lines for part in self._line(line)),
-                 *self._names(lines), words((LEFT + WIDTH - RIGHT) / 2, HEIGHT - 10, self._below),
+                 *self._names(lines), *more, words((LEFT + WIDTH - RIGHT) / 2, HEIGHT - 10, self._below),
                  words(LEFT, 20, self._title, "start")]
         (DOCS / file).write_text(
             f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {HEIGHT}" '
@@ -131,9 +150,35 @@ def latency(text):
         Line("with this module", BLUE, column(0)))
 
 
+def restart(text):
+    """What is served through restarts."""
+    told = [(float(second), None if rows == "none" else float(rows), what) for second, rows, what in
+            list(cells(text, "Rows served while daemons are restarted"))[1:] if second[:1].isdigit()]
+    happened = [(second, what) for second, _, what in told if what]
+    ends = zip(told, told[1:])
+    points, silences = [], []
+    for (begin, rows, _), (end, _, _) in ends:
+        if rows is None and silences and silences[-1][1] == begin:
+            silences[-1] = silences[-1][0], end
+        elif rows is None:
+            silences.append((begin, end))
+        else:
+            points += [(begin, rows), (end, rows)]
+    top = max(rows for _, rows in points)
+    marks = [0, *(second for second, _ in happened), told[-1][0]]
+    picture = Picture("Routes served while daemons are restarted", "seconds",
+                      Even(tuple(marks), tuple(f"{second:.0f}" for second in marks)),
+                      Even((0, top / 2, top * 1.2), ("0", f"{top / 2:,.0f}", "")))
+    picture.write("restart.svg", more=[
+        *picture.story("rows", points, silences),
+        *(words(LEFT + Even(tuple(marks), ()).share(second) * (WIDTH - LEFT - RIGHT) + 4,
+                TOP + 14 + 16 * (number % 2), what, "start", GREY)
+          for number, (second, what) in enumerate(happened))])
+
+
 def write():
     text = (DOCS / "benchmarks.md").read_text()
-    for picture in (walk, row, latency):
+    for picture in (walk, row, latency, restart):
         picture(text)
 
 

@@ -18,18 +18,20 @@ import addresses  # noqa: E402
 import beside  # noqa: E402
 import both_families  # noqa: E402
 import picture  # noqa: E402
+import restart  # noqa: E402
 import route_changes  # noqa: E402
 import route_life  # noqa: E402
 import route_requests  # noqa: E402
 from report import Budget, table  # noqa: E402
 
-BENCHMARKS = [one for module in (route_requests, both_families, route_life, route_changes, beside,
-                                  addresses)
+BENCHMARKS = [one for module in (route_requests, both_families, route_life, restart, route_changes,
+                                  beside, addresses)
               for one in module.BENCHMARKS]
 
 HEAD = """# Benchmarks
 
 ![A walk's time](walk.svg) ![A row of it](row.svg) ![A GET amid changes](latency.svg)
+![Through restarts](restart.svg)
 
 Written by `./bench`. Times are the daemon's own processor time (`/proc/PID/schedstat`), each the
 least of several measures that took turns; wall-clock times say so. What counts are the ratios:
