@@ -16,8 +16,8 @@ import pytest
 from ovo import addresses, counters, routes
 from ovo.ber import dotted
 from ovo.daemons import eventually
-from ovo.tables import ADDR, ADDRESS, EVERY_TABLE, HEALTH, NET_TO_MEDIA, PREFIX, ROUTE, SCALARS, \
-    STATS
+from ovo.tables import ADDR, ADDRESS, EVERY_TABLE, HEALTH, NET_TO_MEDIA, NET_TO_PHYSICAL, PREFIX, \
+    ROUTE, SCALARS, STATS
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 MODULES = ROOT / "packaging/snmp_exporter/ovosnmp.yml"
@@ -302,6 +302,13 @@ def test_the_exporter_with_the_module_file_that_we_ship(asked, scrape):
         counted[oid][0] <= int(found[oid]) <= counted[oid][1] for oid in told)
     own = {oid: value for oid, value in found.items() if oid.startswith(dotted(HEALTH))}
     assert own[dotted((*HEALTH, 1, 0))] == own[dotted((*HEALTH, 4, 0))] == "1"
+    column = NET_TO_PHYSICAL.column("ipNetToPhysicalState")
+    states = {oid: value for oid, value in found.items() if oid.startswith(dotted(column))}
+    # The address is one label, which has neither its type nor its length.
+    assert states == {dotted((*one.oid[:11], *one.oid[13:])): str(one.value)
+                      for one in asked.router.kernel_neighbours()[1].bindings
+                      if one.oid[:len(column)] == column}
+    own |= states
     assert {oid: value for oid, value in found.items() if oid not in told | set(own)} == {
         dotted(oid): value for oid, value in kernel(asked.router).items()
         if re.match(EXPORTED, dotted(oid))}
