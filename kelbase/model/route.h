@@ -39,7 +39,8 @@ struct ListedRoute {
   std::vector<std::int32_t> deadLinks;  // through which the others lead
   /// Of IPv6: `hops` and `deadLinks` are those of all its siblings (siblings.h), not one's alone.
   bool tellsSiblings = false;
-  std::uint32_t lifetime = 0;                    // of IPv6: hundredths of a second; 0: no end
+  /// Of IPv6: hundredths of a second that are left, or, negative, that it is past; 0: no end.
+  std::int32_t lifetime = 0;
   std::optional<Dovel::IpAddr> preferredSource;  // of IPv4: an IPv6 route outlives its source
   /// Over everything that the kernel tells of a route beside prefix, tos, metric and what may
   /// change while it stays the same route: equal in every message about one route, and different

@@ -1,6 +1,7 @@
 #include "kelbase/model/routes.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -80,7 +81,7 @@ template <class Ip>
 void Routes<Ip>::setHops(Listed const& listed, KernelRoute& route) {
   if (listed.object != 0) {
     route.hops = sets_.objectSet(listed.object);
-  } else if (!listed.tellsSiblings) {
+  } else if (Ip::version == IpVersion::v4 || listed.hops.size() < 2) {
     route.hops = sets_.inlineSet(listed.hops);
   } else {
     hops_ = listed.hops;
@@ -112,7 +113,7 @@ void Routes<Ip>::heard(std::uint32_t table, Prefix const& prefix, RouteOutcome o
 }
 
 /// Calls take(prefix, listed) for each prefix that the message is about: with the next hops on its
-/// link, of a link-local one.
+/// link, of a link-local one, even if those are a nexthop object's.
 template <class Ip>
 template <class Take>
 void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
@@ -124,6 +125,7 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
     if (!Prefix::isZoned(address, length)) return take(Prefix(address, length), listed);
     for (auto const zone : zonesOf(listed)) {
       auto one = listed;
+      if (one.object != 0) one.hops = nexthops_.hopsOf(std::exchange(one.object, 0));
       std::erase_if(one.hops, [zone](auto const& hop) { return hop.ifIndex != zone; });
       std::erase_if(one.deadLinks, [zone](auto link) { return link != zone; });
       if (one.hops.empty() && !one.deadLinks.empty()) one.kind = RouteKind::dead;

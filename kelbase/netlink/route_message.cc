@@ -246,14 +246,13 @@ void readIdentity(rtmsg const& header, Attributes const& attributes, Fingerprint
   route.identity = isSibling ? Siblings::identity : identity.add(header.rtm_protocol).value();
 }
 
-/// What has expired is not chosen any more, and goes when the kernel collects it, up to half a
-/// minute later (net/ipv6/ip6_fib.c, fib6_run_gc). A lifetime grows without a word. Those of
-/// siblings are not all told.
+/// What has expired is not chosen any more, though it is listed until the kernel collects it
+/// (net/ipv6/ip6_fib.c, fib6_run_gc). Those of siblings are not all told.
 void readLifetime(Attributes const& attributes, ListedRoute<Ip6>& route) {
   auto const cache = attributes.value<rta_cacheinfo>(RTA_CACHEINFO);
-  auto const left = cache && !route.tellsSiblings ? static_cast<int>(cache->rta_expires) : 0;
-  route.lifetime = static_cast<std::uint32_t>(std::max(left, 0));
-  if (left < 0) route.kind = RouteKind::dead;
+  route.lifetime =
+      cache && !route.tellsSiblings ? static_cast<std::int32_t>(cache->rta_expires) : 0;
+  if (route.lifetime < 0) route.kind = RouteKind::dead;
 }
 
 void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& nexthop) {

@@ -80,6 +80,7 @@ bool RouteSource<Ip>::takes(std::uint16_t messageType) const {
 template <class Ip>
 void RouteSource<Ip>::dumpBegin() {
   isDumping_ = true;
+  nextLook_ = Mav::never;
   routes_.dumpBegin();
 }
 
@@ -97,7 +98,19 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
     return;
   }
   if (!readRoute(message, route_)) return;
-  message.type() == RTM_DELROUTE ? routes_.del(route_) : routes_.is(route_, rankOf(message));
+  if (message.type() == RTM_DELROUTE) return routes_.del(route_);
+  routes_.is(route_, rankOf(message));
+  if (route_.lifetime != 0) onLifetime(route_.lifetime);
+}
+
+/// The kernel prolongs lifetimes in silence, and ends them so. Once expired, a route may still be
+/// prolonged, until it is collected half a minute later (net/ipv6/ip6_fib.c, fib6_run_gc).
+template <class Ip>
+void RouteSource<Ip>::onLifetime(std::int32_t hundredths) {
+  double const left = hundredths > 0 ? hundredths / 100.0 + lifetimeDelay : expiredDelay;
+  if (Mav::now() + left >= nextLook_) return;
+  nextLook_ = Mav::now() + left;
+  wantLook(left);
 }
 
 template <class Ip>

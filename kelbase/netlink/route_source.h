@@ -9,6 +9,7 @@
 
 #include "kelbase/model/routes.h"
 #include "kelbase/netlink/kernel_source.h"
+#include "platform/mav/time.h"
 
 namespace Kelbase {
 
@@ -18,6 +19,11 @@ class RouteSource : public KernelSource {
  public:
   /// From a hint at changes made in silence to the dump: more are likely to follow at once.
   static constexpr double hintDelay = 0.05;  // seconds
+  /// From the end of a lifetime to the dump that shows whether it has been prolonged: past the
+  /// grain of the kernel's clock_t, in which it tells how long ago it was.
+  static constexpr double lifetimeDelay = 0.05;  // seconds
+  /// From one dump to the next while routes that have expired are listed.
+  static constexpr double expiredDelay = 1.0;  // seconds
   /// From a replay that may have gone wrong to the dump that makes it good.
   static constexpr double doubtDelay = 1.0;  // seconds
 
@@ -37,13 +43,15 @@ class RouteSource : public KernelSource {
   std::string summary() const override { return routes_.summary(); }
 
  private:
+  void onLifetime(std::int32_t hundredths);
   void onDoubt(RouteDoubt why) const;
   RouteRank rankOf(NetlinkMessage const& message) const;
 
   Routes<Ip>& routes_;
   KernelSource const& nexthops_;
   std::vector<NetlinkRequest> requests_;
-  ListedRoute<Ip> route_;  // its memory is used again
+  ListedRoute<Ip> route_;         // its memory is used again
+  double nextLook_ = Mav::never;  // at lifetimes
   bool isDumping_ = false;
 };
 

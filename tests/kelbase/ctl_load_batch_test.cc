@@ -183,12 +183,12 @@ TEST_F(LoadBatchTest, ARouteIsTheOneThatTheKernelUses) {
            {"dst":"2.0.0.0/8","type":"throw","metric":1},
            {"dst":"2.0.0.0/8","dev":"a","metric":2}])");
   finish();
-  auto const route = kernel_->routes.table().served(Dovel::Prefix(std::string_view("1.0.0.0/8")));
+  auto const route = kernel_->routes4.table().served(Dovel::Prefix(std::string_view("1.0.0.0/8")));
   ASSERT_TRUE(route);
   EXPECT_EQ(route->protocol, 4);  // static
   EXPECT_EQ(route->metric, 5U);
-  EXPECT_EQ(kernel_->nextHopSets.hopsOf(route->hops), (std::vector<NextHop>{{{}, 4}}));
-  EXPECT_FALSE(kernel_->routes.table().served(Dovel::Prefix(std::string_view("2.0.0.0/8"))));
+  EXPECT_EQ(kernel_->nextHopSets.hopsOf(route->hops), (std::vector<NextHop>{{.ifIndex = 4}}));
+  EXPECT_FALSE(kernel_->routes4.table().served(Dovel::Prefix(std::string_view("2.0.0.0/8"))));
 }
 
 TEST_F(LoadBatchTest, NestingIsBounded) {

@@ -39,8 +39,8 @@ TEST_F(CtlRoutesTest, EachKindOfRouteIsLoaded) {
   ASSERT_EQ(ctl({"load", file("r.json", Samples::routes), file("l.json", Samples::routeLinks)}),
             exitOk)
       << err();
-  EXPECT_THAT(out(), HasSubstr("fecs: 8 added, 0 changed, 0 removed, 0 unchanged\n"
-                               "routes: 14 added, 0 changed, 0 removed, 0 unchanged\n"));
+  EXPECT_THAT(out(), HasSubstr("fecs: 9 added, 0 changed, 0 removed, 0 unchanged\n"
+                               "routes: 15 added, 0 changed, 0 removed, 0 unchanged\n"));
   auto const shown = shownRoutes();
   EXPECT_EQ(shown,
             (std::vector<std::string>{
@@ -48,16 +48,17 @@ TEST_F(CtlRoutesTest, EachKindOfRouteIsLoaded) {
                 "1.2.3.0/24 static 0 1: [10.0.0.2 eth0] "
                 "[10.0.1.2 eth1]",
                 "1.2.3.4/32 static 0 1: [10.0.0.2 eth0]", "2.0.0.0/8 static 0 1: [10.0.0.3 eth0]",
-                "3.0.0.0/8 static 0 1: [10.0.0.3 eth0] [ eth1]", "4.0.0.0/8 blackhole 0 1:",
-                "5.0.0.0/8 static 0 1: [ eth0] [ eth1]", "6.0.0.0/8 static 0 1: [ eth0]",
-                "6.1.0.0/16 ospf 0 110: [ eth0]", "7.0.0.0/8 blackhole 0 1:",
-                "8.0.0.0/8 unreachable 9 1:", "9.0.0.0/8 other 0 255: [10.0.0.9 eth0]",
-                "10.0.0.0/24 connected 0 0: [ eth0]", "10.0.1.0/24 connected 0 0: [ eth1]"}));
+                "3.0.0.0/8 static 0 1: [10.0.0.3 eth0] [ eth1]",
+                "4.0.0.0/8 blackhole 0 1:", "5.0.0.0/8 static 0 1: [fe80::1 eth0] [fe80::2 eth1]",
+                "6.0.0.0/8 static 0 1: [fe80::9 eth0]", "6.1.0.0/16 ospf 0 110: [fe80::9 eth0]",
+                "7.0.0.0/8 blackhole 0 1:", "8.0.0.0/8 unreachable 9 1:",
+                "9.0.0.0/8 other 0 255: [10.0.0.9 eth0]", "10.0.0.0/24 connected 0 0: [ eth0]",
+                "10.0.1.0/24 connected 0 0: [ eth1]", "fe80::/64%3 connected 256 0: [ eth0]"}));
   // The objects say the same as the routes that name them; the other sets keep their numbers.
   ASSERT_EQ(ctl({"load", file("n.json", Samples::nexthops), file("r.json", Samples::routes)}),
             exitOk)
       << err();
-  EXPECT_THAT(out(), HasSubstr("routes: 0 added, 3 changed, 0 removed, 11 unchanged\n"));
+  EXPECT_THAT(out(), HasSubstr("routes: 0 added, 3 changed, 0 removed, 12 unchanged\n"));
   EXPECT_EQ(shownRoutes(), shown);
 }
 

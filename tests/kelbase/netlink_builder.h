@@ -11,6 +11,7 @@
 #include <linux/rtnetlink.h>
 
 #include "kelbase/netlink/netlink_message.h"
+#include "platform/dovel/ip6_addr.h"
 #include "platform/dovel/prefix.h"
 
 namespace Kelbase {
@@ -102,6 +103,20 @@ inline NetlinkBuilder routeMessage(int type, std::string_view prefix, int routeT
   NetlinkBuilder builder(type, header);
   if (parsed.length() > 0) builder.value(RTA_DST, parsed.address().octets());
   return builder;
+}
+
+/// The same of IPv6, of metric 5.
+inline NetlinkBuilder routeMessage6(int type, std::string_view address, int length,
+                                    int routeType = RTN_UNICAST, int protocol = RTPROT_BOOT) {
+  rtmsg header{};
+  header.rtm_family = AF_INET6;
+  header.rtm_dst_len = static_cast<unsigned char>(length);
+  header.rtm_table = RT_TABLE_MAIN;
+  header.rtm_protocol = static_cast<unsigned char>(protocol);
+  header.rtm_type = static_cast<unsigned char>(routeType);
+  NetlinkBuilder builder(type, header);
+  builder.value(RTA_DST, Dovel::Ip6Addr(address).octets());
+  return builder.value(RTA_PRIORITY, 5);
 }
 
 inline NetlinkBuilder nexthopMessage(int type, std::uint32_t id, int family = AF_INET) {

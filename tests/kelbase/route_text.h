@@ -12,25 +12,34 @@ namespace Kelbase::RouteText {
 
 using Fecs = std::map<Pondo::Fib::FecId, std::string>;
 
+inline std::string typeText(Routing::Fib::RouteType type) {
+  auto text = stringValue(type).substr(std::string_view("routeType").size());
+  text[0] = static_cast<char>(text[0] | 0x20);  // in small letters
+  return text;
+}
+
 inline Fecs fecTexts(Pondo::Writer& writer) {
   Fecs result;
   writer.scan<Pondo::FecTable>([&](auto id, auto const& fec) {
     auto& text = result[id];
     for (auto const& via : fec.vias) {
-      text += ' ' + via.nextHop.stringValue() + '@' + via.intfId.stringValue();
+      auto const hop =
+          via.nextHop6.isUnspecified() ? via.nextHop.stringValue() : via.nextHop6.stringValue();
+      text += ' ' + hop + '@' + via.intfId.stringValue();
+      if (via.routeType != Routing::Fib::routeTypeUnknown) text += ' ' + typeText(via.routeType);
     }
   });
   return result;
 }
 
-inline std::vector<std::string> routes(Pondo::Writer& writer) {
+template <class Table = Pondo::RouteTable>
+std::vector<std::string> routes(Pondo::Writer& writer) {
   std::vector<std::string> result;
   auto const fecs = fecTexts(writer);
-  writer.scan<Pondo::RouteTable>([&](auto const& prefix, auto const& route) {
-    auto type = stringValue(route.routeType).substr(std::string_view("routeType").size());
-    type[0] = static_cast<char>(type[0] | 0x20);  // in small letters
+  writer.scan<Table>([&](auto const& prefix, auto const& route) {
     auto const fec = fecs.find(route.fecId);
-    auto line = prefix.stringValue() + ' ' + type + ' ' + std::to_string(route.metric.value());
+    auto line = prefix.stringValue() + ' ' + typeText(route.routeType) + ' ' +
+                std::to_string(route.metric.value());
     if (!!route.fecId) line += fec == fecs.end() ? " no fec" : fec->second;
     result.push_back(std::move(line));
   });

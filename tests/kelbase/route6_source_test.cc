@@ -1,0 +1,131 @@
+// IPv6 routes as the kernel tells them, and the rows that they make.
+
+#include <gmock/gmock.h>
+
+#include "tests/kelbase/route_source_fixture.h"
+
+namespace Kelbase {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr int alone = NLM_F_CREATE | NLM_F_EXCL;
+constexpr int beside = NLM_F_CREATE | NLM_F_APPEND;
+
+class Route6SourceTest : public RouteSourceFixture {
+ protected:
+  Route6SourceTest() {
+    auto& source = named<KernelSource>(sources_, "IPv6 routes");
+    source.dumpWishIs([this](double) { wishes_ += "IPv6 routes "; });
+    source.lookWishIs([this](double) { wishes_ += "a look "; });
+  }
+
+  using Hops = std::vector<std::uint8_t>;  // N: fe80::N on link 3, "a"
+
+  static Dovel::Ip6Addr::Octets gateway(std::uint8_t host) {
+    auto octets = Dovel::Ip6Addr("fe80::").octets();
+    octets[15] = host;
+    return octets;
+  }
+  /// Of 4000::/64: one next hop, or siblings.
+  static NetlinkBuilder over(int type, Hops const& hops, int protocol = RTPROT_BOOT) {
+    auto builder = routeMessage6(type, "4000::", 64, RTN_UNICAST, protocol);
+    if (hops.size() == 1) return builder.value(RTA_GATEWAY, gateway(hops[0])).value(RTA_OIF, 3);
+    std::vector<std::byte> paths;
+    for (auto const hop : hops) {
+      struct {
+        rtnexthop path;
+        nlattr header;
+        Dovel::Ip6Addr::Octets octets;
+      } const one{{sizeof one, 0, 0, 3},
+                  {sizeof(nlattr) + sizeof(Dovel::Ip6Addr::Octets), RTA_GATEWAY},
+                  gateway(hop)};
+      auto const* const bytes = reinterpret_cast<std::byte const*>(&one);
+      paths.insert(paths.end(), bytes, bytes + sizeof one);
+    }
+    return builder.raw(RTA_MULTIPATH, paths.data(), paths.size());
+  }
+  static NetlinkBuilder onLink(std::string_view address, int length, int index) {
+    return routeMessage6(RTM_NEWROUTE, address, length).value(RTA_OIF, index);
+  }
+  std::vector<std::string> rows() {
+    written();
+    auto& view = **std::prev(views_.end());
+    if (!std::exchange(compared6_, true)) view.writeAll(*writer_);
+    while (view.hasMore()) view.writeRest(*writer_);
+    writer_->commit();
+    return RouteText::routes<Pondo::Route6Table>(*writer_);
+  }
+  bool compared6_ = false;
+};
+
+TEST_F(Route6SourceTest, SiblingsGrowAndShrink) {
+  tell(over(RTM_NEWROUTE, {2}).flags(alone));
+  tell(over(RTM_NEWROUTE, {3, 2}).flags(beside));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::2@a fe80::3@a"));
+  tell(over(RTM_DELROUTE, {2}));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::3@a"));
+  tell(over(RTM_NEWROUTE, {7, 8}).flags(NLM_F_REPLACE));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::7@a fe80::8@a"));
+  tell(over(RTM_DELROUTE, {8, 7}));
+  EXPECT_THAT(rows(), IsEmpty());
+  EXPECT_EQ(wishes_, "") << "all of it is told";
+}
+
+TEST_F(Route6SourceTest, TheProtocolIsThatOfTheFirstSibling) {
+  tell(over(RTM_NEWROUTE, {2}).flags(alone));
+  tell(over(RTM_NEWROUTE, {3, 2}, RTPROT_BGP).flags(beside));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::2@a fe80::3@a"));
+  tell(over(RTM_DELROUTE, {3}, RTPROT_BGP));
+  EXPECT_EQ(wishes_, "");
+  tell(over(RTM_NEWROUTE, {3, 2}, RTPROT_BGP).flags(beside));
+  tell(over(RTM_DELROUTE, {2}));
+  EXPECT_EQ(wishes_, "IPv6 routes ") << "who is the first now, nobody has told";
+}
+
+TEST_F(Route6SourceTest, WhatForwardsAtOneMetricIsServedTogether) {
+  tell(routeMessage6(RTM_NEWROUTE, "4000::", 64, RTN_BLACKHOLE).value(RTA_OIF, 1).flags(alone));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 blackhole 5"));
+  tell(onLink("4000::", 64, 4).flags(beside));
+  tell(over(RTM_NEWROUTE, {2}, RTPROT_BGP).flags(beside));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b fe80::2@a bgp"));
+  EXPECT_EQ(wishes_, "");
+  tell(over(RTM_NEWROUTE, {9}, RTPROT_RA).flags(beside));
+  EXPECT_EQ(wishes_, "IPv6 routes ") << "it has joined no siblings";
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b fe80::2@a bgp fe80::9@a other"));
+}
+
+TEST_F(Route6SourceTest, ALinkLocalPrefixIsOneOfEachLink) {
+  tell(onLink("fe80::", 64, 4).flags(alone));
+  tell(onLink("fe80::", 64, 3).flags(NLM_F_CREATE));
+  object(7, 7, 3);
+  object(8, 8, 4);
+  group(70, {7, 8});
+  tell(routeMessage6(RTM_NEWROUTE, "fe80:7::", 64).value(RTA_NH_ID, 70).flags(alone));
+  EXPECT_THAT(
+      rows(),
+      ElementsAre("fe80::/64%3 static 5 0.0.0.0@a", "fe80::/64%4 static 5 0.0.0.0@b",
+                  "fe80:7::/64%3 static 5 10.0.0.7@a", "fe80:7::/64%4 static 5 10.0.0.8@b"));
+  EXPECT_EQ(wishes_, "");
+  object(8, 8, 3);
+  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ");
+}
+
+TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
+  rta_cacheinfo cache{};
+  cache.rta_expires = 200;
+  tell(over(RTM_NEWROUTE, {2}).value(RTA_CACHEINFO, cache).flags(alone));
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::2@a"));
+  EXPECT_EQ(wishes_, "a look ") << "when its time is up";
+  auto& source = named<KernelSource>(sources_, "IPv6 routes");
+  source.dumpBegin();
+  cache.rta_expires = -1;
+  tell(over(RTM_NEWROUTE, {2}).value(RTA_CACHEINFO, cache));
+  source.dumpEnd(true);
+  EXPECT_THAT(rows(), IsEmpty());
+  EXPECT_EQ(wishes_, "a look a look ") << "it may be prolonged yet";
+}
+
+}  // namespace
+}  // namespace Kelbase
