@@ -62,6 +62,7 @@ enum class RouteRank {
 struct RouteOutcome {
   bool isChanged = false;   // what is served of the prefix may be another now
   bool isDoubtful = false;  // what the kernel has of it may be another
+  bool mayUncover = false;  // it may list now what it did not list before
 };
 
 /// `Ip`: Ip4 or Ip6.

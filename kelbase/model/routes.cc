@@ -109,6 +109,7 @@ std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
 template <class Ip>
 void Routes<Ip>::heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const {
   if (outcome.isDoubtful) doubt(Doubt::order);
+  if (outcome.mayUncover) doubt(Doubt::cover);
   if (outcome.isChanged && observer_) observer_->onRoute(table, prefix);
 }
 

@@ -32,6 +32,7 @@ enum class RouteDoubt {
   silence,  // the kernel changes routes, and nexthop objects, without telling
   order,    // of several routes a message, or one of those that look the same
   object,   // maybe as silence: a replayed message about what routes hang on
+  cover,    // none, but the kernel may list a route that it did not list before
 };
 
 /// `Ip`: Ip4 or Ip6.

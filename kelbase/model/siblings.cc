@@ -7,6 +7,12 @@ namespace {
 
 bool isSibling(KernelRoute const& route) { return route.identity == Siblings::identity; }
 
+/// Whether a dump has listed siblings among them, or messages that leave as much open.
+bool hideOthers(std::vector<KernelRoute> const& routes) {
+  return std::any_of(routes.begin(), routes.end(),
+                     [](KernelRoute const& route) { return isSibling(route) && !route.isUniform; });
+}
+
 }  // namespace
 
 RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
@@ -20,7 +26,7 @@ RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, 
   if (rank == RouteRank::replaced) {
     // Those of other links are rivals in the kernel.
     bool const isDoubtful = rivals.size() > 1 || prefix.zone() != 0;
-    return {book.add(prefix, route, rank), isDoubtful};
+    return {book.add(prefix, route, rank), isDoubtful, hideOthers(rivals)};
   }
   if (isSibling(route)) return join(book, prefix, route, tellsAll, rivals);
   bool const isDoubtful = isReplay_ && !rivals.empty();
@@ -51,7 +57,7 @@ RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute cons
   auto const rivals = book.rivals(prefix, route);
   if (isSibling(route) && !tellsAll) return removeOne(book, prefix, route, rivals);
   bool const isDoubtful = book.hasTwins(prefix, route) || (isReplay_ && rivals.size() > 1);
-  return {book.remove(prefix, route), isDoubtful};
+  return {book.remove(prefix, route), isDoubtful, hideOthers(rivals)};
 }
 
 /// The siblings that `one`, alone, is among; itself first. One that is dead is not listed among
@@ -85,7 +91,7 @@ RouteOutcome Siblings::removeOne(Book& book, Prefix const& prefix, KernelRoute c
   now.hops = sets_.inlineSet(left);
   // It may have been the first.
   bool const isOpen = !known->isUniform && route.protocol == known->protocol;
-  return {book.change(prefix, *known, now), areSeveral || isOpen};
+  return {book.change(prefix, *known, now), areSeveral || isOpen, !known->isUniform};
 }
 
 }  // namespace Kelbase

@@ -1,5 +1,6 @@
 #include "kelbase/netlink/route_source.h"
 
+#include <algorithm>
 #include <array>
 
 #include <linux/netconf.h>
@@ -80,6 +81,7 @@ bool RouteSource<Ip>::takes(std::uint16_t messageType) const {
 template <class Ip>
 void RouteSource<Ip>::dumpBegin() {
   isDumping_ = true;
+  lastDump_ = Mav::now();
   nextLook_ = Mav::never;
   routes_.dumpBegin();
 }
@@ -115,6 +117,9 @@ void RouteSource<Ip>::onLifetime(std::int32_t hundredths) {
 
 template <class Ip>
 void RouteSource<Ip>::onDoubt(RouteDoubt why) const {
+  if (why == RouteDoubt::cover) {
+    return wantLook(std::max(doubtDelay, lastDump_ + coverInterval - Mav::now()));
+  }
   bool const isSilence = why == RouteDoubt::silence;
   MAV_TRACE(
       traceHandle(), 1,

@@ -27,6 +27,9 @@ class RouteSource : public KernelSource {
   /// From a replay that may have gone wrong to the dump that makes it good.
   static constexpr double doubtDelay = 1.0;  // seconds
 
+  /// At least, from one dump to a look for what went unlisted: there hardly ever is any.
+  static constexpr double coverInterval = 15.0;  // seconds
+
   /// Both must outlive it.
   RouteSource(Routes<Ip>& routes, KernelSource const& nexthops);
 
@@ -50,7 +53,8 @@ class RouteSource : public KernelSource {
   Routes<Ip>& routes_;
   KernelSource const& nexthops_;
   std::vector<NetlinkRequest> requests_;
-  ListedRoute<Ip> route_;         // its memory is used again
+  ListedRoute<Ip> route_;  // its memory is used again
+  double lastDump_ = 0.0;
   double nextLook_ = Mav::never;  // at lifetimes
   bool isDumping_ = false;
 };

@@ -78,10 +78,10 @@ TEST_F(Route6SourceTest, TheProtocolIsThatOfTheFirstSibling) {
   tell(over(RTM_NEWROUTE, {3, 2}, RTPROT_BGP).flags(beside));
   EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::2@a fe80::3@a"));
   tell(over(RTM_DELROUTE, {3}, RTPROT_BGP));
-  EXPECT_EQ(wishes_, "");
+  EXPECT_EQ(std::exchange(wishes_, ""), "a look ");
   tell(over(RTM_NEWROUTE, {3, 2}, RTPROT_BGP).flags(beside));
   tell(over(RTM_DELROUTE, {2}));
-  EXPECT_EQ(wishes_, "IPv6 routes ") << "who is the first now, nobody has told";
+  EXPECT_EQ(wishes_, "IPv6 routes a look ") << "who is the first now, nobody has told";
 }
 
 TEST_F(Route6SourceTest, WhatForwardsAtOneMetricIsServedTogether) {
@@ -110,6 +110,20 @@ TEST_F(Route6SourceTest, ALinkLocalPrefixIsOneOfEachLink) {
   EXPECT_EQ(wishes_, "");
   object(8, 8, 3);
   EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ");
+}
+
+/// A device route between two siblings: the kernel's dump leaps over it.
+TEST_F(Route6SourceTest, WhatSiblingsMayHaveHiddenIsLookedFor) {
+  auto& source = named<KernelSource>(sources_, "IPv6 routes");
+  source.dumpBegin();
+  tell(over(RTM_NEWROUTE, {2, 3}));
+  source.dumpEnd(true);
+  tell(over(RTM_DELROUTE, {2, 3}));
+  EXPECT_EQ(wishes_, "a look ");
+  source.dumpBegin();
+  tell(onLink("4000::", 64, 4));
+  source.dumpEnd(false);
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b"));
 }
 
 TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
