@@ -56,18 +56,6 @@ TEST_F(ArpTableSmTest, NeighboursAreFiledOnceTheirInterfaceHasAnIndex) {
   EXPECT_EQ(cold->arpTableMap().size(), 3U);
 }
 
-TEST_F(ArpTableSmTest, ARowShowsItsNeighbourAsItIs) {
-  link("lo", 1);
-  neighbour("lo", "0.0.0.0", "00:00:00:00:00:00");
-  IpSnmp::ArpTableIndex const key(1, Dovel::IpAddr());
-  auto const row = ipMib_->arpTable(key);
-  ASSERT_TRUE(row) << "a neighbour of zeros is one";
-  neighbour("lo", "0.0.0.0", "02:00:00:00:00:02", true);
-  EXPECT_EQ(ipMib_->arpTable(key), row);
-  EXPECT_EQ(row->physAddress(), Dovel::EthAddr("02:00:00:00:00:02"));
-  EXPECT_TRUE(row->arpEntry().isStatic());
-}
-
 TEST_F(ArpTableSmTest, AnArpStatusThatGoesTakesAllRowsOfItsIndexAndNoOthers) {
   link("a", 6);
   link("b", 7);

@@ -106,31 +106,6 @@ TEST_F(RootTest, attributesHaveTheirOrderAndNothingElseHasAName) {
   EXPECT_TRUE(root_->isNondestructing());
 }
 
-TEST_F(RootTest, inputsAndCachesAreSetByNameInAnyOrder) {
-  auto const arp = Mav::makeObject<Arp::NeighborDir>();
-  std::vector<std::pair<std::string, std::any>> attributes{
-      {"ipConfig", Mav::Ptr<Ip::Config const>(config_)},
-      {"ipStatus", Mav::Ptr<Ip::Status const>(status_)},
-      {"ip6Config", Mav::Ptr<Ip6::Config const>(config6_)},
-      {"ip6Status", Mav::Ptr<Ip6::Status const>(status6_)},
-      {"intfStatusDir", Mav::Ptr<Interface::AllIntfStatusDir const>(dir_)},
-      {"arpStatus", Mav::Ptr<Arp::NeighborDir const>(arp)},
-      {"ipMib", ipMib_},
-      {"ipForwardMib", ipForwardMib_}};
-  std::mt19937 random(3);
-  for (int round = 0; round < 5; ++round) {
-    std::shuffle(attributes.begin(), attributes.end(), random);
-    auto const root = IpSnmp::rootFactory("root");
-    for (auto const& [name, value] : attributes) root->attributeIs(name, value);
-    EXPECT_TRUE(root->ipConfig() == config_ && root->ipStatus() == status_ &&
-                root->ip6Config() == config6_ && root->ip6Status() == status6_ &&
-                root->intfStatusDir() == dir_ && root->arpStatus() == arp &&
-                root->ipMib() == ipMib_ && root->ipForwardMib() == ipForwardMib_);
-  }
-  EXPECT_THROW(root_->attributeIs("ip6Config", ipMib_), Mav::RangeException);
-  EXPECT_THROW(root_->attributeIs("ipRouteTableSm", ipMib_), Mav::RangeException);
-}
-
 TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   auto const sm = create(config_);
   EXPECT_EQ(create(config_), sm);

@@ -68,21 +68,6 @@ TEST_F(AddressesTest, AddressesGoByTheNameOfTheirLinkAndGoWithIt) {
   EXPECT_FALSE(has("e", "10.0.0.1/24"));
 }
 
-TEST_F(AddressesTest, AWholeDumpForgetsWhatItDidNotMention) {
-  link(2, "a");
-  address(2, "10.0.0.1/24");
-  address(2, "10.0.0.2/24");
-  source4_.dumpBegin();
-  address(2, "10.0.0.2/24");
-  source4_.dumpEnd(false);
-  EXPECT_TRUE(has("a", "10.0.0.1/24"));
-  source4_.dumpBegin();
-  address(2, "10.0.0.2/24");
-  source4_.dumpEnd(true);
-  EXPECT_FALSE(has("a", "10.0.0.1/24"));
-  EXPECT_TRUE(has("a", "10.0.0.2/24"));
-}
-
 TEST_F(AddressesTest, LabelAndFlagsAreKept) {
   link(2, "a");
   source4_.receive(message4(2, "10.0.0.1/24", IFA_F_SECONDARY).text(IFA_LABEL, "a:1").message());

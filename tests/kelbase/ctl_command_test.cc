@@ -224,18 +224,6 @@ TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {
   EXPECT_EQ(shown(), someShown);
 }
 
-TEST_F(CtlCommandTest, ShowGoesOnOverManySlices) {
-  std::string text = "[";
-  constexpr int links = 2'500;
-  for (int i = 1; i <= links; ++i) {
-    text += (i > 1 ? "," : "") + std::string(R"({"ifname":"e)") + std::to_string(i) +
-            R"(","flags":[],"ifindex":)" + std::to_string(i) + "}";
-  }
-  ASSERT_EQ(ctl({"load", "-"}, text + "]"), exitOk) << err();
-  ASSERT_EQ(ctl({"--json", "show", "links"}), exitOk);
-  EXPECT_EQ(outJson().size(), links);
-}
-
 TEST_F(CtlCommandTest, BesideALivePublisherStatusIsToldAndLoadIsRefused) {
   OtherPublisher const publisher(runDir(), &publishSome);
   EXPECT_EQ(ctl({"status"}), exitOk) << err();
@@ -296,22 +284,6 @@ TEST_F(CtlCommandTest, StatusTellsWhyTheTablesAreNotExact) {
   EXPECT_THAT(out(), MatchesRegex(".*, alive\nstate          .* old, not exact: no\\?space\n.*"));
   EXPECT_EQ(ctl({"status", "-j"}), exitUnkept);
   EXPECT_EQ(outJson()["publisher"]["trouble"], "no?space");
-}
-
-TEST_F(CtlCommandTest, StatusOfAStateThatNobodyKeepsTellsItsAge) {
-  publishOnce();
-  epoch_ += 3'600;
-  EXPECT_EQ(ctl({"status"}), exitUnkept);
-  EXPECT_THAT(out(), HasSubstr(", not running\nstate          "));
-  EXPECT_EQ(err(), "");
-  EXPECT_EQ(ctl({"status", "--json"}), exitUnkept);
-  json const told = outJson();
-  EXPECT_EQ(told["publisher"]["name"], "kelbased");
-  EXPECT_EQ(told["publisher"]["alive"], false);
-  EXPECT_NEAR(told["publisher"]["ageSeconds"].get<double>(), 3'600, 60);
-  EXPECT_GE(told["generation"].get<std::uint64_t>(), 1U);
-  EXPECT_EQ(told["tables"][3], json::parse(R"({"name":"links","records":1,"malformed":0})"));
-  EXPECT_EQ(told["error"], nullptr);
 }
 
 /// Zeroes the first `bytes` in the shared file.

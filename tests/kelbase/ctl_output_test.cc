@@ -84,14 +84,6 @@ TEST(ProgressTest, IsDrawnOnATerminalTenTimesASecondAndWipedAtItsEnd) {
   EXPECT_EQ(err.str(), "\r\033[Kf: 2.5 MB");
 }
 
-TEST(SpanTextTest, HasTwoUnitsAtMost) {
-  EXPECT_EQ(spanText(0.44), "0.4 s");
-  EXPECT_EQ(spanText(59.9), "59 s");
-  EXPECT_EQ(spanText(200), "3 min 20 s");
-  EXPECT_EQ(spanText(3'600), "1 h 0 min");
-  EXPECT_EQ(spanText(2 * 86'400 + 4 * 3'600 + 59), "2 d 4 h");
-}
-
 /// Runs `kelbasectl --help` with its output going to `fd`.
 int helpInto(int fd, std::ostream& err) {
   std::istringstream in;

@@ -26,9 +26,6 @@ class NamespaceTest : public testing::Test {
   static void ip(std::string const& lines) {
     ASSERT_EQ(run("ip -batch -", lines), 0) << lines.substr(0, 1000);
   }
-  /// Commands that may fail, each for itself.
-  static void ipForce(std::string const& lines) { run("ip -force -batch - 2>/dev/null", lines); }
-
   /// Writes /proc/sys/net/PATH of the namespace.
   static void sysctl(std::string const& path, int value) {
     std::ofstream file("/proc/sys/net/" + path);

@@ -78,29 +78,6 @@ std::string pairs(int from, int to) {
   return lines;
 }
 
-TEST_F(NetlinkFeedTest, LinksBeforeAndAfterTheStart) {
-  ip("link add name a type veth peer name b");
-  ip("link set dev a up");
-  start();
-  EXPECT_TRUE(followed());
-  EXPECT_FALSE(operUp("a"));
-  ip("link set dev b up");  // the carrier comes a little later (net/core/link_watch.c)
-  EXPECT_TRUE(turnUntil([this] { return operUp("a"); }));
-  EXPECT_TRUE(followed());
-  ip("link set dev a down\nlink set dev a name x\nlink set dev b down\nlink set dev b name "
-     "a\nlink set dev x name b\n");
-  EXPECT_TRUE(followed());
-  ip("link add name br type bridge");
-  ip("link set dev a master br\nlink set dev a nomaster\nlink set dev br up\nlink set dev lo "
-     "up\n");
-  EXPECT_TRUE(followed());
-  ip("link del dev a");
-  ip("link add name a type bridge");
-  EXPECT_TRUE(followed());
-  EXPECT_EQ(feed_->counters().overruns, 0U);
-  EXPECT_EQ(feed_->counters().rejected, 0U);
-}
-
 TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
   ip(pairs(0, 60));
   start();  // the kernel has prepared the first part of its answer

@@ -72,35 +72,6 @@ TEST_F(RouteSourceTest, OfEqualMetricsTos0ThenTheKernelsFirst) {
   EXPECT_EQ(fecs().size(), 1U);
 }
 
-TEST_F(RouteSourceTest, TypesWithoutTraffic) {
-  route("10.1.0.0/16", 2, 20);
-  typed("10.1.0.0/16", RTN_PROHIBIT, 10);
-  typed("10.2.0.0/16", RTN_BLACKHOLE);
-  typed("10.3.0.0/16", RTN_UNREACHABLE);
-  typed("10.4.0.0/16", RTN_THROW);
-  typed("10.5.0.0/16", RTN_LOCAL);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 prohibit 10", "10.2.0.0/16 blackhole 0",
-                                     "10.3.0.0/16 unreachable 0"));
-  typed("10.2.0.0/16", RTN_THROW, 0, NLM_F_REPLACE);
-  typed("10.1.0.0/16", RTN_THROW, 10, NLM_F_REPLACE);
-  EXPECT_THAT(written(), ElementsAre("10.3.0.0/16 unreachable 0"))
-      << "who throws at the best metric hides what is behind it";
-}
-
-TEST_F(RouteSourceTest, WhatHasNoNextHopAliveGivesWay) {
-  route("10.1.0.0/16", 2, 20);
-  alive("10.1.0.0/16", {{3, true}, {4, false}}, 10);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 10 10.0.0.3@a"));
-  alive("10.1.0.0/16", {{3, false}, {4, false}}, 10);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 20 10.0.0.2@a"));
-  alive("10.1.0.0/16", {{3, false}, {4, true}}, 10);
-  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 10 10.0.0.4@a"));
-  gone("10.1.0.0/16", 2, 20);
-  alive("10.1.0.0/16", {{3, false}, {4, false}}, 10);
-  EXPECT_THAT(written(), IsEmpty());
-  EXPECT_THAT(fecs(), IsEmpty());
-}
-
 TEST_F(RouteSourceTest, OnlyABlackholeObjectTurnsTheType) {
   object(7, 7);
   overObject("10.1.0.0/16", 7, RTN_PROHIBIT);
@@ -135,24 +106,6 @@ TEST_F(RouteSourceTest, RoutesThatLookTheSameAreReadAgain) {
   list({RTN_UNICAST});
   overObject("10.1.0.0/16", 7, RTN_PROHIBIT, NLM_F_CREATE | NLM_F_APPEND);
   EXPECT_EQ(wishes_, "IPv4 routes ");
-}
-
-TEST_F(RouteSourceTest, ADumpIsTheWholeTruth) {
-  for (int hop = 2; hop < 6; ++hop) route("10.1.0.0/16", hop, 0, NLM_F_APPEND);
-  route("10.2.0.0/16", 2);
-  route("10.3.0.0/16", 2);
-  written();
-  routes_.dumpBegin();
-  route("10.1.0.0/16", 4);
-  route("10.1.0.0/16", 3);
-  route("10.3.0.0/16", 9);
-  routes_.dumpEnd(true);
-  EXPECT_THAT(written(),
-              ElementsAre("10.1.0.0/16 static 0 10.0.0.4@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
-  gone("10.1.0.0/16", 4);
-  EXPECT_THAT(written(),
-              ElementsAre("10.1.0.0/16 static 0 10.0.0.3@a", "10.3.0.0/16 static 0 10.0.0.9@a"));
-  EXPECT_EQ(routeRows_.summary(), "2 IPv4 routes");
 }
 
 /// A route added, replaced and deleted at random, and dumped anywhere in between: whatever of it is
@@ -242,19 +195,6 @@ TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
                                    Pair(" static 0 10.0.0.9@a", many - many / 3)));
 }
 
-TEST_F(RouteSourceTest, SetsThatAreCutAreCounted) {
-  std::vector<std::uint32_t> members(130);
-  std::iota(members.begin(), members.end(), 1);
-  for (auto const id : members) object(id, static_cast<int>(id));
-  group(200, members);
-  overObject("10.1.0.0/16", 200);
-  EXPECT_THAT(written(), ElementsAre(EndsWith(" 10.0.0.128@a")));
-  EXPECT_THAT(fecRows_.summary(), EndsWith(", 1 next-hop set (1 cut to 128 next hops)"));
-  group(200, {1, 2});
-  written();
-  EXPECT_THAT(fecRows_.summary(), EndsWith(", 1 next-hop set"));
-}
-
 TEST_F(RouteSourceTest, FecsFollowTheNamesOfTheirLinks) {
   route("10.1.0.0/16", 2);
   routes_.receive(routeMessage(RTM_NEWROUTE, "10.2.0.0/16").value(RTA_OIF, 9).message());
@@ -302,19 +242,6 @@ TEST_F(RouteSourceTest, WhatAnotherLeftIsMadeRight) {
   EXPECT_THAT(written(),
               ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a", "10.2.0.0/16 static 0 10.0.0.3@a"));
   EXPECT_EQ(fecs().size(), 2U);
-}
-
-TEST_F(RouteSourceTest, EachSetHasAFecOfItsOwnAfterTheTablesWereLost) {
-  route("10.1.0.0/16", 2);
-  written();
-  gone("10.1.0.0/16", 2);
-  written();
-  loseTables();
-  written();
-  route("10.51.0.0/16", 7);
-  route("10.52.0.0/16", 8);
-  EXPECT_THAT(written(),
-              ElementsAre("10.51.0.0/16 static 0 10.0.0.7@a", "10.52.0.0/16 static 0 10.0.0.8@a"));
 }
 
 TEST_F(RouteSourceTest, AHintIsWhatALinkOrAnObjectIsUsedByNow) {

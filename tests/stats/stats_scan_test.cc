@@ -16,30 +16,6 @@ SwFwdStatsData fives() {
   return data;
 }
 
-std::string const snmpSeed = snmpText("1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 17 18 99");
-std::string const netstatSeed = netstatText("11 12 13 14 15 16 17 18");
-std::string const snmp6Seed = snmp6Text({{"Ip6InReceives", "1"},
-                                         {"Ip6InDelivers", "2"},
-                                         {"Icmp6InMsgs", "3"},
-                                         {"Ip6OutForwDatagrams", "7"},
-                                         {"Ip6OutOctets", "18446744073709551615"},
-                                         {"Ip6InReceives", "6"}});
-
-TEST(Scans, setTheFieldsOfTheirFilesAlone) {
-  SwFwdStatsData data = fives();
-  EXPECT_EQ(scanSnmp(snmpSeed, data), snmpHeaderLength);
-  EXPECT_EQ(data.inReceives(), 1U);
-  EXPECT_EQ(data.fragCreates(), 18U);
-  EXPECT_EQ(data.inOctets(), 5U);
-  scanNetstat(netstatSeed, data);
-  EXPECT_EQ(data.inNoRoutes(), 11U);
-  EXPECT_EQ(data.outBcastPkts(), 16U);
-  scanSnmp6(snmp6Seed, data);
-  EXPECT_EQ(data.inReceives(), 6U);
-  EXPECT_EQ(data.forwDatagrams(), 7U);
-  EXPECT_EQ(data.outOctets(), 18446744073709551615U);
-}
-
 struct Numbers {
   char const* values;
   std::uint64_t inReceives, inHdrErrors, inAddrErrors;

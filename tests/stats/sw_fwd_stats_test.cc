@@ -49,18 +49,6 @@ TEST_F(SwFwdStatsTest, readsWhenASnapshotIsOlderThanHalfASecond) {
   }
 }
 
-TEST_F(SwFwdStatsTest, readsTheFilesOnceForAllCountersOfARow) {
-  kernelReceived(100);
-  EXPECT_EQ(v4->inReceives(), 100U);
-  EXPECT_EQ(v6->inReceives(), 100U);
-  for (char const* name : {"snmp", "netstat", "snmp6"}) remove(name);
-  EXPECT_EQ(v4->fragCreates(), 18U);
-  EXPECT_EQ(v4->inNoRoutes(), 21U);
-  EXPECT_EQ(v4->outBcastPkts(), 26U);
-  EXPECT_EQ(v6->outTransmits(), 7U);
-  EXPECT_THAT(traced(), IsEmpty());
-}
-
 TEST_F(SwFwdStatsTest, derivesSumsModulo64Bits) {
   SwFwdStatsData data;
   data.forwDatagramsIs(100);

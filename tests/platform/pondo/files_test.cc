@@ -4,11 +4,7 @@
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "platform/pondo/environment/reader.h"
 #include "platform/pondo/environment/run_dir.h"
@@ -108,18 +104,6 @@ TEST_F(FilesTest, truncated) {
   expectMadeAnew("are made anew, because of " + data() + ": truncated to 0 bytes");
 }
 
-TEST_F(FilesTest, truncatedUnderAReader) {
-  Reader const reader(runDir);
-  fs::resize_file(data(), 0);
-  try {
-    static_cast<void>(reader.snapshot());
-    FAIL();
-  } catch (EnvironmentException const& e) {
-    EXPECT_EQ(e.what(),
-              data() + ": has been cut or overwritten; restart the publisher, which makes it anew");
-  }
-}
-
 TEST_F(FilesTest, foreignFileIsKeptAside) {
   fs::remove(data());
   std::ofstream(data()) << std::string(20'000, 'x');
@@ -209,37 +193,6 @@ TEST_F(FilesTest, oneEnvironmentAProcessAndOneSnapshotAReader) {
   EXPECT_EQ(
       readerSays(runDir).text,
       tables().string() + ": is open in this process already; close that reader or writer first");
-}
-
-// In a child, so that identity and mounts of this process stay as they are. 0: as expected.
-template <class Action>
-int inChild(Action const& action) {
-  pid_t const pid = ::fork();
-  if (pid == 0) ::_exit(action());
-  int status = -1;
-  ::waitpid(pid, &status, 0);
-  return status;
-}
-
-TEST_F(FilesTest, readOnlyMount) {
-  int const status = inChild([this] {
-    if (::unshare(CLONE_NEWNS) != 0 || ::mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0) {
-      return 77;
-    }
-    if (::mount(runDir.c_str(), runDir.c_str(), "", MS_BIND, nullptr) != 0 ||
-        ::mount("", runDir.c_str(), "", MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0) {
-      return 2;
-    }
-    auto const said = readerSays(runDir);
-    return said.reason == Reason::readOnlyMount &&
-                   said.text == tables().string() +
-                                    ": is on a read-only mount, so readers cannot be registered "
-                                    "and reading is not safe; remount it read-write"
-               ? 0
-               : 1;
-  });
-  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "needs a mount namespace";
-  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -227,68 +227,6 @@ TEST_F(FollowerTest, ringsThatGotLostAreMadeUpForByTheLook) {
   EXPECT_THAT(mirror.announced, ElementsAre("a"));
 }
 
-TEST_F(FollowerTest, publisherThatComesLaterIsSeenAtOnce) {
-  fs::remove_all(runDir);
-  follow();
-  turn();
-  EXPECT_EQ(follower->state(), Follower::State::waiting);
-  EXPECT_THAT(lines.take(), ElementsAre(runDir.string() +
-                                        ": cannot open: No such file or directory; start "
-                                        "kelbased, or set KELBASE_RUNDIR to its run directory"));
-  for (int i = 0; i < 10; ++i) {
-    time.advance(Follower::lookInterval);
-    turn();
-  }
-  std::ofstream(directory.path() / "unrelated") << "x";
-  turn();
-  EXPECT_FALSE(isWoken());
-  ASSERT_EQ(publish(), "ok");
-  commit("link a 1");
-  turns(3);
-  EXPECT_EQ(mirror.inSync, 1);
-  EXPECT_EQ(mirror.links.size(), 1U);
-  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
-}
-
-TEST_F(FollowerTest, aPathThatLeadsNowhereIsToldAndLookedAtAgain) {
-  followPublisher();
-  fs::rename(runDir, directory.path() / "aside");
-  fs::create_symlink(runDir, runDir);
-  turns(3);
-  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("Too many levels of symbolic links; set")));
-  EXPECT_LE(activity.clock()->timeNext(), Mav::now() + Follower::lookInterval);
-  fs::remove(runDir);
-  fs::rename(directory.path() / "aside", runDir);
-  time.advance(Follower::lookInterval);
-  commit("link a 1");
-  turns(3);
-  EXPECT_EQ(mirror.links.size(), 1U);
-  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
-}
-
-TEST_F(FollowerTest, diedPublisherIsToldWithTheAgeOfTheState) {
-  followPublisher();
-  commit("link a 1");
-  turn();
-  publisher.kill();
-  time.advance(Follower::lookInterval);
-  turns(2);
-  EXPECT_THAT(lines.take(),
-              ElementsAre(testing::MatchesRegex(
-                  runDir.string() + ": publisher peer \\(pid [0-9]+\\) has gone; serving the last "
-                                    "known state, [0-9]+ s old")));
-  EXPECT_EQ(mirror.links.size(), 1U);
-  EXPECT_EQ(follower->state(), Follower::State::following);
-  Peer successor;
-  ASSERT_EQ(successor.tell("publish " + runDir.string()), "ok");
-  turn();
-  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
-  successor.tell("link b 1");
-  successor.tell("commit");
-  turn();
-  EXPECT_EQ(mirror.links.size(), 2U);
-}
-
 /// As if the publisher had been started in 1970.
 void startedLongAgo(std::filesystem::path const& runDir) {
   std::fstream file(runDir / Format::publisherLockFile);

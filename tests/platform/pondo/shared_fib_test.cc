@@ -204,20 +204,6 @@ TEST_F(SharedFibTest, knownRoutesOutliveTheTablesUntilTheNextAreWhole) {
   EXPECT_EQ(filed(), swept());
 }
 
-TEST_F(SharedFibTest, truncatedTablesRaiseUntilTheyAreMended) {
-  followPublisher();
-  fs::resize_file(tables() / "data.mdb", 4096);
-  expectNothingCanBeRead();
-  turns(1);
-  expectNothingCanBeRead();
-  EXPECT_EQ(list->size(), 2U);
-  EXPECT_EQ(publisher.tell("service"), "1");
-  tell({"complete"});
-  turns(3);
-  EXPECT_EQ(routes->routes(), 0U);
-  EXPECT_EQ(list->size(), 0U);
-}
-
 TEST_F(SharedFibTest, fallingBehindTheLogAnnouncesWhatHasGone) {
   followPublisher("logMax 10");
   tell({"routes 20.0.0.0 3000 1", "commit"});
