@@ -25,6 +25,7 @@ START = ("link add name eth1 type veth peer name eth1-far", "link set dev eth1-f
 
 class History:
     """One router, and changes drawn at random; what the kernel refuses is no change."""
+    PREFIXES, METRICS = PREFIXES, (0, 5, 10)
 
     def __init__(self, router, seed):
         self._router, self._random = router, random.Random(seed)
@@ -72,7 +73,7 @@ class History:
         for _ in range(self._random.randint(1, 8)):
             kind, hops = self._route()
             verb = self._one("add", "append", "append", "prepend", "replace", "replace", "del")
-            where = f"{self._one(*PREFIXES)} metric {self._one(0, 5, 10)}"
+            where = f"{self._one(*self.PREFIXES)} metric {self._one(*self.METRICS)}"
             lines.append(f"route del {where}" if self._random.random() < 0.25 else
                          f"route {verb} {kind} {where} {self._one('', '', 'proto bgp')} {hops}")
         self._ip(*lines)
@@ -123,6 +124,9 @@ class History:
         path = self._one(f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown",
                          f"/proc/sys/net/ipv4/conf/{where}/promote_secondaries",
                          "/proc/sys/net/ipv4/nexthop_compat_mode")
+        self._turn(path)
+
+    def _turn(self, path):
         self._told.append(f"{path} turned")
         self._router.space.run("sh", "-c", f"echo $((1 - $(cat {path}))) > {path}")
 
