@@ -106,8 +106,10 @@ def _of_family(version, listed, hops, links):
             continue
         network = _network(route["dst"], version)
         refuses = kind != "unicast"
-        vias = [] if refuses else hops.of(route)
-        if not refuses and not vias:
+        # What leads somewhere, multicast too, is none with all its next hops dead.
+        leads = kind not in ("throw", *REFUSALS)
+        vias = hops.of(route) if leads else []
+        if leads and not vias:
             continue
         zone = 0
         if version == 6 and network.prefixlen >= LINK_LOCAL.prefixlen \
