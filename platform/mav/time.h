@@ -1,8 +1,8 @@
 #pragma once
 // The platform's time: seconds as a double, of CLOCK_MONOTONIC, so that it never steps back when
 // somebody sets the machine's clock. Tests put a SimulatedTime in its place. What processes tell
-// one another is told in seconds since the machine's start (when state changed: no process is
-// older) or since 1970, by the system's clock (a publisher's sign of life).
+// one another is told in seconds since the machine's start (CLOCK_BOOTTIME): when state changed, a
+// publisher's sign of life. No process is older than that start, and nobody can set that clock.
 
 #include <limits>
 

@@ -15,6 +15,7 @@ import time
 import pytest
 
 from ovo.daemons import BUILD, LONG, eventually, stays
+from ovo.tables import HEALTH
 
 AS_DEBIAN = ("-u", "Debian-snmp", "-g", "Debian-snmp")
 BEFORE_MAIN = 300  # allocations of static objects and of the command line
@@ -321,3 +322,23 @@ def test_every_allocation_of_a_start_may_fail_in_kelbased(router):
     daemon.stop()  # its allocation may have come by now
     router.publish()
     agrees(router, agent)
+
+
+def test_a_clock_that_is_set_makes_no_publisher_old_nor_young_for_ever(router):
+    disturbed = Disturbed(router)
+    daemon = disturbed.kelbased(router)
+    router.wait_published(daemon)
+    agent = router.agent(env=disturbed.env)
+    assert agent.answers()
+
+    def told():
+        alive, up_time, age = (one.value for one in agent.client.get(
+            *((*HEALTH, number, 0) for number in (1, 2, 3))).bindings)
+        return alive, up_time < 60 * 100, age <= 4
+    for seconds in (10**8, -10**8, 0):
+        disturbed.clock(seconds)
+        assert stays(lambda: told() == (1, True, True), 1.5), told()
+    assert not agent.daemon.lines("stands still")
+    disturbed.clock(-10**6)
+    daemon.send(signal.SIGSTOP)
+    assert eventually(lambda: told()[0] == 2 and agent.daemon.lines("stands still"), 10), told()

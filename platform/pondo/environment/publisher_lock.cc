@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <utility>
 
 #include <fcntl.h>
@@ -35,9 +35,10 @@ Descriptor openLockFile(std::filesystem::path const& file) {
                   runDir.string(), other.name.empty() ? "another program" : other.name, other.pid));
 }
 
-double epoch() {
-  using Seconds = std::chrono::duration<double>;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
+double sinceStart() {
+  timespec time{};
+  clock_gettime(CLOCK_BOOTTIME, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 std::string oneLine(std::string text) {
@@ -71,10 +72,10 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
   ownershipIs(file_, 0640, group);
   // The predecessor's word counts until this process has one of its own.
   if (auto const before = publisherInfo(runDir)) {
-    exactAt_ = before->exactAt.value_or(0);
+    if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
     predecessorFailed_ = before->opening;
   }
-  head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), epoch(),
+  head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceStart(),
                       oneLine(publisher.name));
   if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);
   if (!write(text())) throwCode(errno, file_, "write");
@@ -93,7 +94,8 @@ void PublisherLock::opened() {
 }
 
 std::string PublisherLock::text() const {
-  return head_ + (isOpening_ ? "opening=1\n" : "") + told_;
+  return fmt::format("{}{}seen={:.3f}\n{}", head_, isOpening_ ? "opening=1\n" : "", sinceStart(),
+                     told_);
 }
 
 bool PublisherLock::write(std::string const& text) const {
@@ -102,9 +104,8 @@ bool PublisherLock::write(std::string const& text) const {
 }
 
 bool PublisherLock::tell(SignOfLife const& sign) {
-  double const now = epoch();
   double const before = exactAt_;
-  if (std::isfinite(sign.exactAge)) exactAt_ = now - sign.exactAge;
+  if (std::isfinite(sign.exactAge)) exactAt_ = sinceStart() - sign.exactAge;
   told_ = fmt::format("exact={:.3f}\n", exactAt_);
   if (!sign.trouble.empty()) told_ += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
   for (auto const& [name, count] : sign.counters)

@@ -61,7 +61,7 @@ class PublisherLock {
   std::filesystem::path file_;
   Descriptor fd_;
   std::string head_;    // the lines that stay
-  double exactAt_ = 0;  // seconds since the epoch
+  double exactAt_ = 0;  // seconds since the machine's start, as all times of the file
   std::string told_;    // the lines of the last sign of life
   bool isOpening_ = true;
   bool predecessorFailed_ = false;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <ctime>
 #include <string_view>
 
 #include <fcntl.h>
@@ -49,6 +50,7 @@ void parseField(std::string_view field, std::string_view value, PublisherInfo& i
   if (field == "trouble") info.trouble = value;
   if (field == "pid") parseNumber(value, info.pid);
   if (field == "started") parseNumber(value, info.startedAt);
+  if (field == "seen") parseNumber(value, info.seenAt);
   if (field == "exact") parseNumber(value, info.exactAt.emplace());
   if (field.starts_with(counterPrefix)) {
     auto& counter = info.counters.emplace_back(field.substr(counterPrefix.size()), 0);
@@ -65,6 +67,14 @@ void parseLines(std::string_view text, PublisherInfo& info) {
     if (equals == std::string_view::npos) continue;
     parseField(line.substr(0, equals), line.substr(equals + 1), info);
   }
+}
+
+// Times come counted from the machine's start; 0, which says never, stays.
+void asEpoch(PublisherInfo& info) {
+  double const start = machineStart();
+  info.startedAt += start;
+  info.seenAt += start;
+  if (info.exactAt && *info.exactAt > 0) *info.exactAt += start;
 }
 
 bool isLocked(int fd, std::filesystem::path const& file) {
@@ -85,8 +95,17 @@ Keeping PublisherInfo::keeping(double now) const {
 }
 
 double PublisherInfo::age(double now) const {
-  // Clocks of the file system and of the process may differ by a tick.
+  // The clock may have been set since this was read.
   return std::max(0.0, now - (exactAt && *exactAt > 0 ? *exactAt : seenAt));
+}
+
+double machineStart() {
+  timespec sinceStart{};
+  clock_gettime(CLOCK_BOOTTIME, &sinceStart);
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<double>(now.tv_sec - sinceStart.tv_sec) +
+         static_cast<double>(now.tv_nsec - sinceStart.tv_nsec) * 1e-9;
 }
 
 std::filesystem::path defaultRunDir() {
@@ -107,8 +126,7 @@ std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) 
   }
   PublisherInfo info;
   parseLines(readWhole(fd.get(), file), info);
-  info.seenAt = static_cast<double>(status.st_mtim.tv_sec) +
-                static_cast<double>(status.st_mtim.tv_nsec) * 1e-9;
+  asEpoch(info);
   // F_OFD_GETLK asks and takes nothing. The process id in the file proves nothing: it may be
   // another process's by now.
   info.alive = isLocked(fd.get(), file);

@@ -36,7 +36,13 @@ enum class Keeping {
   gone,      // no publisher
 };
 
-/// What publisher.lock says. Times are seconds since the epoch.
+/// The time when the machine started, by its clock as that is set now: seconds since the epoch.
+/// Processes tell one another times counted from there (CLOCK_BOOTTIME, clock_gettime(2)), so that
+/// a clock that somebody sets makes no publisher old, or young for ever.
+double machineStart();
+
+/// What publisher.lock says. Times are seconds since the epoch, by the clock as it was set when
+/// this was read.
 struct PublisherInfo {
   std::string name;     // "kelbased", "kelbasectl load routes.json"
   std::string version;  // empty: not told
