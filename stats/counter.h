@@ -23,8 +23,8 @@ class Counter {
   ~Counter() = default;
 };
 
-#define IP_DECLARE_COUNTER(Prefix, field, statName)                                        \
-  class Prefix##Counter final : public Counter {                                           \
+#define IP_DECLARE_COUNTER(Class, instance, field, statName)                               \
+  class Class final : public Counter {                                                     \
    public:                                                                                 \
     std::uint64_t read(SwFwdStatsData const& data) const override { return data.field(); } \
     void write(SwFwdStatsData& data, std::uint64_t value) const override {                 \
@@ -32,7 +32,7 @@ class Counter {
     }                                                                                      \
     std::string_view name() const override { return #field; }                              \
   };                                                                                       \
-  inline constexpr Prefix##Counter field##Counter{};
+  inline constexpr Class instance{};
 IP_SW_FWD_COUNTERS(IP_DECLARE_COUNTER)
 #undef IP_DECLARE_COUNTER
 

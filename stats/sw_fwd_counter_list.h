@@ -9,31 +9,31 @@
       reasmOKs, reasmFails, fragOKs, fragFails, fragCreates, inNoRoutes, inTruncatedPkts,      \
       inMcastPkts, inMcastOctets, outMcastPkts, outMcastOctets, inBcastPkts, outBcastPkts
 
-/// C(prefix of the class, field, name in /proc/net/snmp6): every counter that a file of names and
+/// C(class, its instance, field, name in /proc/net/snmp6): every counter that a file of names and
 /// values can set, in the order of net/ipv6/proc.c. IPv6 has no broadcast.
-#define IP_SW_FWD_COUNTERS(C)                               \
-  C(InReceives, inReceives, "Ip6InReceives")                \
-  C(InHdrErrors, inHdrErrors, "Ip6InHdrErrors")             \
-  C(InNoRoutes, inNoRoutes, "Ip6InNoRoutes")                \
-  C(InAddrErrors, inAddrErrors, "Ip6InAddrErrors")          \
-  C(InUnknownProtos, inUnknownProtos, "Ip6InUnknownProtos") \
-  C(InTruncatedPkts, inTruncatedPkts, "Ip6InTruncatedPkts") \
-  C(InDiscards, inDiscards, "Ip6InDiscards")                \
-  C(InDelivers, inDelivers, "Ip6InDelivers")                \
-  C(ForwDatagrams, forwDatagrams, "Ip6OutForwDatagrams")    \
-  C(OutRequests, outRequests, "Ip6OutRequests")             \
-  C(OutDiscards, outDiscards, "Ip6OutDiscards")             \
-  C(OutNoRoutes, outNoRoutes, "Ip6OutNoRoutes")             \
-  C(ReasmTimeout, reasmTimeout, "Ip6ReasmTimeout")          \
-  C(ReasmReqds, reasmReqds, "Ip6ReasmReqds")                \
-  C(ReasmOKs, reasmOKs, "Ip6ReasmOKs")                      \
-  C(ReasmFails, reasmFails, "Ip6ReasmFails")                \
-  C(FragOKs, fragOKs, "Ip6FragOKs")                         \
-  C(FragFails, fragFails, "Ip6FragFails")                   \
-  C(FragCreates, fragCreates, "Ip6FragCreates")             \
-  C(InMcastPkts, inMcastPkts, "Ip6InMcastPkts")             \
-  C(OutMcastPkts, outMcastPkts, "Ip6OutMcastPkts")          \
-  C(InOctets, inOctets, "Ip6InOctets")                      \
-  C(OutOctets, outOctets, "Ip6OutOctets")                   \
-  C(InMcastOctets, inMcastOctets, "Ip6InMcastOctets")       \
-  C(OutMcastOctets, outMcastOctets, "Ip6OutMcastOctets")
+#define IP_SW_FWD_COUNTERS(C)                                                              \
+  C(InReceivesCounter, inReceivesCounter, inReceives, "Ip6InReceives")                     \
+  C(InHdrErrorsCounter, inHdrErrorsCounter, inHdrErrors, "Ip6InHdrErrors")                 \
+  C(InNoRoutesCounter, inNoRoutesCounter, inNoRoutes, "Ip6InNoRoutes")                     \
+  C(InAddrErrorsCounter, inAddrErrorsCounter, inAddrErrors, "Ip6InAddrErrors")             \
+  C(InUnknownProtosCounter, inUnknownProtosCounter, inUnknownProtos, "Ip6InUnknownProtos") \
+  C(InTruncatedPktsCounter, inTruncatedPktsCounter, inTruncatedPkts, "Ip6InTruncatedPkts") \
+  C(InDiscardsCounter, inDiscardsCounter, inDiscards, "Ip6InDiscards")                     \
+  C(InDeliversCounter, inDeliversCounter, inDelivers, "Ip6InDelivers")                     \
+  C(ForwDatagramsCounter, forwDatagramsCounter, forwDatagrams, "Ip6OutForwDatagrams")      \
+  C(OutRequestsCounter, outRequestsCounter, outRequests, "Ip6OutRequests")                 \
+  C(OutDiscardsCounter, outDiscardsCounter, outDiscards, "Ip6OutDiscards")                 \
+  C(OutNoRoutesCounter, outNoRoutesCounter, outNoRoutes, "Ip6OutNoRoutes")                 \
+  C(ReasmTimeoutCounter, reasmTimeoutCounter, reasmTimeout, "Ip6ReasmTimeout")             \
+  C(ReasmReqdsCounter, reasmReqdsCounter, reasmReqds, "Ip6ReasmReqds")                     \
+  C(ReasmOKsCounter, reasmOKsCounter, reasmOKs, "Ip6ReasmOKs")                             \
+  C(ReasmFailsCounter, reasmFailsCounter, reasmFails, "Ip6ReasmFails")                     \
+  C(FragOKsCounter, fragOKsCounter, fragOKs, "Ip6FragOKs")                                 \
+  C(FragFailsCounter, fragFailsCounter, fragFails, "Ip6FragFails")                         \
+  C(FragCreatesCounter, fragCreatesCounter, fragCreates, "Ip6FragCreates")                 \
+  C(InMcastPktsCounter, inMcastPktsCounter, inMcastPkts, "Ip6InMcastPkts")                 \
+  C(OutMcastPktsCounter, outMcastPktsCounter, outMcastPkts, "Ip6OutMcastPkts")             \
+  C(InOctetsCounter, inOctetsCounter, inOctets, "Ip6InOctets")                             \
+  C(OutOctetsCounter, outOctetsCounter, outOctets, "Ip6OutOctets")                         \
+  C(InMcastOctetsCounter, inMcastOctetsCounter, inMcastOctets, "Ip6InMcastOctets")         \
+  C(OutMcastOctetsCounter, outMcastOctetsCounter, outMcastOctets, "Ip6OutMcastOctets")
