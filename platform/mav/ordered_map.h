@@ -52,12 +52,12 @@ struct KeyOrder {
     return from(a <=> b);
   }
   template <class Key, class Order>
-  absl::weak_ordering operator()(Key const& key, Bound<Order> const& place) const {
-    return from(place.order(key));
+  absl::weak_ordering operator()(Key const& key, Bound<Order> const& bound) const {
+    return from(bound.order(key));
   }
   template <class Key, class Order>
-  absl::weak_ordering operator()(Bound<Order> const& place, Key const& key) const {
-    auto const order = place.order(key);
+  absl::weak_ordering operator()(Bound<Order> const& bound, Key const& key) const {
+    auto const order = bound.order(key);
     if (order < 0) return absl::weak_ordering::greater;
     return order > 0 ? absl::weak_ordering::less : absl::weak_ordering::equivalent;
   }
