@@ -242,8 +242,8 @@ TEST_F(IpTablesTest, AScalarAmidOtherRegistrationsKeepsItsEntity) {
   auto const of = [](Oid const& name) {
     auto const nothing = [](netsnmp_mib_handler*, netsnmp_handler_registration*,
                             netsnmp_agent_request_info*, netsnmp_request_info*) { return 0; };
-    auto* const registration = netsnmp_create_handler_registration(
-        "other", nothing, name.data(), name.size(), HANDLER_CAN_RONLY);
+    auto* const registration = netsnmp_create_handler_registration("other", nothing, name.data(),
+                                                                   name.size(), HANDLER_CAN_RONLY);
     EXPECT_EQ(netsnmp_register_handler(registration), MIB_REGISTERED_OK);
     return registration;
   };

@@ -25,9 +25,7 @@ class RouteSourceFixture : public testing::Test {
     link(3, "a");
     link(4, "b");
     for (auto* source : std::initializer_list<KernelSource*>{&nexthops_, &routes_}) {
-      source->dumpWishIs([this, source](double) {
-        wishes_ += std::string(source->name()) + " ";
-      });
+      source->dumpWishIs([this, source](double) { wishes_ += std::string(source->name()) + " "; });
     }
   }
 

@@ -79,8 +79,8 @@ class InetCidrRoutesTest : public testing::Test {
 };
 
 TEST_F(InetCidrRoutesTest, aWalkIsInTheOrderOfInstances) {
-  for (int round = 0; round < 300; ++round) {
-    for (int n = 0; n < 20; ++n) draw(2) == 0 ? change4() : change6();
+  for (int round = 0; round < 60; ++round) {
+    for (int n = 0; n < 100; ++n) draw(2) == 0 ? change4() : change6();
     std::vector<Instance> walked;
     for (auto row = routes_.first(); row; ++row) {
       walked.push_back(instanceOf(row.key()));
