@@ -8,15 +8,8 @@
 
 namespace IpSnmp {
 
-/// InetAddress: its length comes first in the instance.
-struct InetAddressSyntax {
-  using Value = Snmp::String;
-  static constexpr unsigned char declaredType = ASN_OCTET_STR;
-  static constexpr unsigned char valueType = ASN_OCTET_STR;
-
-  static Value decode(netsnmp_variable_list const& variable) {
-    return Snmp::decodeOctetString(variable);
-  }
+/// InetAddress: an OCTET STRING that is kept as an address.
+struct InetAddressSyntax : OctetStringSyntax {
   template <class Visitor>
   static void visit(Visitor& visitor, TypedInetAddress const& address) {
     auto const octets = address.octets();
