@@ -13,7 +13,7 @@ struct NamedCounter {
 };
 
 constexpr auto countersByName = [] {
-#define IP_NAME_COUNTER(Class, instance, field, statName) NamedCounter{statName, &instance},
+#define IP_NAME_COUNTER(Class, instance, field, statName) NamedCounter{statName, &(instance)},
   std::array counters{IP_SW_FWD_COUNTERS(IP_NAME_COUNTER)};
 #undef IP_NAME_COUNTER
   std::ranges::sort(counters, {}, &NamedCounter::name);
