@@ -1,7 +1,7 @@
 // The scalars: their callbacks as net-snmp calls them, and the units as the framework registers
 // them, asked through the agent library.
 
-#include "handlers/ip_base.h"
+#include "handlers/ip_mib/ip_base.h"
 
 #include <cstring>
 #include <string>
@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "handlers/ip_conversions.h"
-#include "handlers/ip_forward.h"
+#include "handlers/ip_forward_mib/ip_forward.h"
 #include "model/ip_forward_mib.h"
 #include "platform/mav/directory.h"
 #include "platform/snmp/framework.h"

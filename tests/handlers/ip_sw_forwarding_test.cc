@@ -1,6 +1,6 @@
 // The vendor table, registered as in the daemon, over snapshots of the test's own.
 
-#include "handlers/ip_sw_forwarding.h"
+#include "handlers/brivet/ip_sw_forwarding.h"
 
 #include <gmock/gmock.h>
 

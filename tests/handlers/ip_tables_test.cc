@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handlers/ip_cidr_route_table.h"
+#include "handlers/ip_forward_mib/ip_cidr_route_table.h"
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
 #include "model/protocol_map.h"

@@ -7,9 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handlers/ip_addr_table.h"
-#include "handlers/ip_address_prefix_table.h"
-#include "handlers/ip_address_table.h"
+#include "handlers/ip_mib/ip_addr_table.h"
+#include "handlers/ip_mib/ip_address_prefix_table.h"
+#include "handlers/ip_mib/ip_address_table.h"
 #include "model/ip_mib.h"
 #include "tests/handlers/traces.h"
 

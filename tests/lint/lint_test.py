@@ -17,7 +17,7 @@ GOOD = {
     "platform/dovel/prefix.h": '#pragma once\n#include "platform/mav/time.h"\n',
     "agent/route_sm.h": '#pragma once\n#include "platform/dovel/prefix.h"\n',
     "platform/pondo/environment/reader.cc": "#include <lmdb.h>\n",
-    "handlers/ip_base.cc": "#include <net-snmp/net-snmp-config.h>\n",
+    "handlers/ip_mib/ip_base.cc": "#include <net-snmp/net-snmp-config.h>\n",
     "tests/platform/mav/checks.h": "#pragma once\n",
     "tests/handlers/ip_base_test.cc": '#include "platform/mav/time.h"\n'
                                       '#include "tests/platform/mav/checks.h"\n',
@@ -41,7 +41,7 @@ def test_a_good_tree_has_no_problem(tree):
 
 @pytest.mark.parametrize("name, text, problem", [
     ("handlers/x.cc", '#include "agent/route_sm.h"\n', "handlers may not include agent"),
-    ("agent/x.cc", '#include "handlers/ip_base.h"\n', "is no file of this tree"),
+    ("agent/x.cc", '#include "handlers/ip_mib/ip_base.h"\n', "is no file of this tree"),
     ("platform/mav/x.cc", '#include "platform/dovel/prefix.h"\n',
      "platform/mav may not include platform/dovel"),
     ("kelbase/x.cc", "#include <net-snmp/net-snmp-config.h>\n",

@@ -1,8 +1,8 @@
 // Hints of any content, types and lengths, as instances in requests make them: an iteration begins
 // at the hinted row or at the first, and comes to its end.
 
-#include "handlers/ip_address_prefix_table.h"
-#include "handlers/ip_address_table.h"
+#include "handlers/ip_mib/ip_address_prefix_table.h"
+#include "handlers/ip_mib/ip_address_table.h"
 #include "model/ip_mib.h"
 #include "tests/support/fuzz_input.h"
 

@@ -66,7 +66,7 @@ TEST_F(TraceTest, aLineSaysWhoWhereAndWhat) {
   TraceHandle const handle("Snmp");
   MAV_TRACE(handle, 0, "hint of " << 5 << " parts");
   MAV_TRACE_AS(handle, 0, "ipAddrTable_handler", "x");
-  handle.line(2, "handlers/ip_base.cc", 123, "handle_ipForwarding", "text");
+  handle.line(2, "handlers/ip_mib/ip_base.cc", 123, "handle_ipForwarding", "text");
   EXPECT_THAT(lines, ElementsAre(MatchesRegex("Snmp/0 trace_test.cc:[0-9]+ TestBody: hint of 5 "
                                               "parts"),
                                  MatchesRegex("Snmp/0 trace_test.cc:[0-9]+ ipAddrTable_handler: x"),

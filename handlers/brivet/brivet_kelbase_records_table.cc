@@ -1,0 +1,28 @@
+#include "handlers/brivet/brivet_kelbase_records_table.h"
+
+#include "handlers/table/table_frame.h"
+#include "model/health.h"
+
+namespace IpSnmp {
+
+struct BrivetKelbaseRecordsTable {
+  using Entity = Health;
+  using Rows = Health::Records;
+  using Row = Rows::IteratorConst;
+
+  static constexpr std::string_view name = "brivetKelbaseRecordsTable";
+  static constexpr std::array<oid, 11> objectId{1, 3, 6, 1, 4, 1, 99999, 3, 2, 1, 9};
+  static constexpr int modes = HANDLER_CAN_RONLY;
+  static Rows const& rows(Entity const& health) { return health.records(); }
+
+  static constexpr std::tuple indexes{integerIndex<SharedTable>(
+      "brivetKelbaseRecordsOf", "table", [](SharedTable key) { return key; })};
+
+  static constexpr std::array columns{column<Conversion::U32ToAsnUnsigned>(
+      2, "brivetKelbaseRecords", "records",
+      [](Row const& row) { return static_cast<std::uint32_t>(row.value()); })};
+};
+
+template class TableFunctions<BrivetKelbaseRecordsTable>;
+
+}  // namespace IpSnmp

@@ -1,0 +1,26 @@
+#pragma once
+// inetCidrRouteTable (RFC 4292): the routes of the machine, IPv4 and IPv6, a row for each next hop
+// and one for each route that refuses, by destination, prefix length, policy (always zeroDotZero)
+// and next hop.
+
+#include "handlers/table/table_functions.h"
+
+namespace IpSnmp {
+using InetCidrRouteTableFunctions = TableFunctions<struct InetCidrRouteTable>;
+}
+
+inline constexpr auto& initialize_table_inetCidrRouteTable =
+    IpSnmp::InetCidrRouteTableFunctions::initialize;
+inline constexpr auto& inetCidrRouteTable_get_first_data_point =
+    IpSnmp::InetCidrRouteTableFunctions::getFirstDataPoint;
+inline constexpr auto& inetCidrRouteTable_get_next_data_point =
+    IpSnmp::InetCidrRouteTableFunctions::getNextDataPoint;
+inline constexpr auto& inetCidrRouteTableIterationHelper =
+    IpSnmp::InetCidrRouteTableFunctions::iterationHelper;
+inline constexpr auto& inetCidrRouteTable_make_data_context =
+    IpSnmp::InetCidrRouteTableFunctions::makeDataContext;
+inline constexpr auto& inetCidrRouteTable_free_data_context =
+    IpSnmp::InetCidrRouteTableFunctions::freeDataContext;
+inline constexpr auto& inetCidrRouteTable_free_loop_context_at_end =
+    IpSnmp::InetCidrRouteTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& inetCidrRouteTable_handler = IpSnmp::InetCidrRouteTableFunctions::handler;

@@ -1,0 +1,42 @@
+#include "handlers/ip_mib/ip_address_prefix_table.h"
+
+#include "handlers/table/table_frame.h"
+#include "model/ip_mib.h"
+
+namespace IpSnmp {
+
+struct IpAddressPrefixTable {
+  using Entity = IpMib;
+  using Rows = Entity::IpAddressPrefixTableMap;
+  using Row = Entity::IpAddressPrefixTableIteratorConst;
+  using Key = IpAddressPrefixKey;
+
+  static constexpr std::string_view name = "ipAddressPrefixTable";
+  static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 32};
+  static constexpr int modes = HANDLER_CAN_RONLY;
+  static constexpr std::uint32_t infinite = 4294967295;  // of a lifetime, in seconds
+  static Rows const& rows(Entity const& ipMib) { return ipMib.ipAddressPrefixTableMap(); }
+
+  // clang-format off
+  static constexpr std::tuple indexes{
+      integerIndex("ipAddressPrefixIfIndex", "ifIndex",
+          [](Key const& key) { return key.ifIndex(); }),
+      integerIndex<Ip::IpVersion>("ipAddressPrefixType", "version",
+          [](Key const& key) { return key.version(); }),
+      octetStringIndex("ipAddressPrefixPrefix", "bytes",
+          [](Key const& key) -> auto const& { return key.bytes(); }),
+      unsignedIndex("ipAddressPrefixLength", "length",
+          [](Key const& key) { return key.length(); })};
+
+  static constexpr std::array columns{
+      constant<Conversion::S32ToAsnInteger, 1>(5, "ipAddressPrefixOrigin"),          // other
+      constant<Conversion::S32ToAsnInteger, 1>(6, "ipAddressPrefixOnLinkFlag"),      // true
+      constant<Conversion::S32ToAsnInteger, 2>(7, "ipAddressPrefixAutonomousFlag"),  // false
+      constant<Conversion::U32ToAsnUnsigned, infinite>(8, "ipAddressPrefixAdvPreferredLifetime"),
+      constant<Conversion::U32ToAsnUnsigned, infinite>(9, "ipAddressPrefixAdvValidLifetime")};
+  // clang-format on
+};
+
+template class TableFunctions<IpAddressPrefixTable>;
+
+}  // namespace IpSnmp

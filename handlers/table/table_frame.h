@@ -1,0 +1,269 @@
+#pragma once
+// A table of the plug-in, served through net-snmp's table iterator over one collection of a cache
+// entity. A table is a class that says what differs:
+//
+//   struct IpAddrTable {
+//     using Entity = IpSnmp::IpMib;                 // found by path, at Entity::path
+//     using Rows = Entity::IpAddrTableMap;          // its iterator is a row
+//     using Row = Rows::IteratorConst;
+//     static constexpr std::string_view name = "ipAddrTable";
+//     static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 20};
+//     static constexpr int modes = HANDLER_CAN_RONLY;
+//     static Rows const& rows(Entity const& entity) { return entity.ipAddrTableMap(); }
+//     static constexpr std::tuple indexes{...};     // table_index.h, in order
+//     static constexpr std::array columns{...};     // table_column.h, in order
+//   };
+//
+// Its source makes the eight functions of table_functions.h from this:
+//
+//   template class TableFunctions<IpAddrTable>;
+//
+// Loop and data contexts are rows on the heap, owned by net-snmp. Nothing persists between
+// requests. The entity outlives the registration, which holds a plain pointer to it.
+//
+// A collection that is ordered by key is declared sorted to net-snmp, and served by the row server
+// (platform/snmp/row_server.h), which stands before net-snmp's iterator and walks the collection
+// itself. Get-first finds a hint in its loop context (table_hint.h), or null.
+//
+// TableFrame may throw: TableFunctions stands between it and net-snmp.
+
+#include <string>
+#include <utility>
+
+#include "handlers/table/table_functions.h"
+#include "handlers/table/table_hint.h"
+#include "handlers/table/table_requests.h"
+#include "handlers/table/table_rows.h"
+#include "handlers/trace.h"
+#include "platform/mav/object.h"
+#include "platform/snmp/callback.h"
+#include "platform/snmp/set_value.h"
+#include "platform/snmp/snmp_util.h"
+
+namespace IpSnmp {
+
+template <class Table>
+class TableFrame {
+ public:
+  using Entity = typename Table::Entity;
+  using Rows = typename Table::Rows;
+  using Row = typename Table::Row;
+
+  /// Registers the table, with callbacks that lead back to the functions below.
+  static void initialize(netsnmp_iterator_info const& callbacks, Netsnmp_Node_Handler* handler);
+  static netsnmp_variable_list* first(void** loopContext, netsnmp_variable_list* putIndexData,
+                                      netsnmp_iterator_info const* info);
+  static netsnmp_variable_list* next(void* loopContext, void const* dataContext,
+                                     netsnmp_variable_list* putIndexData);
+  static netsnmp_variable_list* iterationHelper(Row const& row,
+                                                netsnmp_variable_list* putIndexData);
+  static void* makeDataContext(void const* loopContext);
+  static void free(char const* function, void* context);
+  static TableDescription const& description();
+
+ private:
+  using Hint = typename TableHint<Table>::Request;
+  static constexpr bool isSorted = TableRows<Table>::isSorted;
+
+  static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
+};
+
+#define FRAME_TRACE(level, suffix, stream)                                   \
+  MAV_TRACE_AS(snmpTraceHandle(), level, functionName<Table>(suffix).data(), \
+               Table::name << suffix << stream) /* NOLINT(bugprone-macro-parentheses) */
+
+template <class Table>
+TableDescription const& TableFrame<Table>::description() {
+  static TableDescription const table{
+      Table::name,
+      Entity::path,
+      Table::objectId,
+      Table::modes,
+      Table::columns,
+      [](std::ostream& out, void const* row) { out << static_cast<Row const*>(row)->key(); }};
+  return table;
+}
+
+template <class Table>
+void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
+                                   Netsnmp_Node_Handler* handler) {
+  auto const& table = description();
+  auto const initializer = "initialize_table_" + std::string(Table::name);
+  if (snmpTraceHandle().enabled(1)) {
+    MAV_TRACE_AS(snmpTraceHandle(), 1, initializer,
+                 initializer << " initializing oid " << printedOid(table));
+  }
+  auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
+  auto registered = std::make_unique<Snmp::IteratorTable>(columnNumbers(table));
+  forEachIndex<Table>([&](auto const& index) {
+    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+    if (!registered->addIndex(Syntax::declaredType)) {
+      MAV_TRACE_AS(snmpTraceHandle(), 0, initializer,
+                   "Failed to set up " << index.name << " in netsnmp table_info");
+    }
+  });
+  registered->callbacksAre(callbacks);
+  registered->iterator().myvoid = entity.get();
+  if constexpr (isSorted) {
+    registered->sortedRowsAre(std::make_unique<TableRows<Table>>(entity.get()));
+  }
+  registerTable(table, handler, std::move(registered));
+  MAV_TRACE_AS(snmpTraceHandle(), 8, initializer, "Initialized table " << Table::name << ' ');
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::first(void** loopContext,
+                                                netsnmp_variable_list* putIndexData,
+                                                netsnmp_iterator_info const* info) {
+  // What stands in the loop context is net-snmp's: it must not be taken for a row of ours.
+  auto const* const hint = isSorted ? static_cast<Hint const*>(*loopContext) : nullptr;
+  *loopContext = nullptr;
+  if (!info->myvoid) return iterationHelper(Row(), putIndexData);
+  auto const& rows = Table::rows(*static_cast<Entity const*>(info->myvoid));
+  bool hintMatched = false;
+  auto* const row = new Row(start(rows, hint, hintMatched));
+  *loopContext = row;
+  FRAME_TRACE(2, "_get_first_data_point",
+              " - allocated new loop context " << *loopContext << ", hintMatched=" << hintMatched);
+  return iterationHelper(*row, putIndexData);
+}
+
+template <class Table>
+auto TableFrame<Table>::start(Rows const& rows, Hint const* hint, bool& hintMatched) -> Row {
+  if (auto const key = TableHint<Table>::key(hint)) {
+    if (auto row = rows.at(*key)) {
+      hintMatched = true;
+      return row;
+    }
+    FRAME_TRACE(2, "_get_first_data_point", " - key '" << *key << "' not found in table");
+  }
+  return rows.first();
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::next(void* loopContext, void const* dataContext,
+                                               netsnmp_variable_list* putIndexData) {
+  FRAME_TRACE(2, "_get_next_data_point",
+              " - advancing loop context " << loopContext << " ; data context " << dataContext);
+  auto* const row = static_cast<Row*>(loopContext);
+  if (row) ++*row;
+  auto* const result = iterationHelper(row ? *row : Row(), putIndexData);
+  if (!result) FRAME_TRACE(2, "_get_next_data_point", " - at end of loop context " << loopContext);
+  return result;
+}
+
+template <class Table>
+netsnmp_variable_list* TableFrame<Table>::iterationHelper(Row const& row,
+                                                          netsnmp_variable_list* putIndexData) {
+  if (!row) {
+    FRAME_TRACE(2, "IterationHelper", " - iterator is at end");
+    return nullptr;
+  }
+  auto* variable = putIndexData;
+  bool complete = true;
+  forEachIndex<Table>([&](auto const& index) {
+    using Syntax = typename std::remove_cvref_t<decltype(index)>::Syntax;
+    FRAME_TRACE(
+        2, "IterationHelper",
+        " - iterator has another value: " << index.attribute << '=' << index.get(row.key()));
+    complete = complete && setIndex(index, Syntax::valueType, row.key(), variable);
+    if (variable) variable = variable->next_variable;
+  });
+  return complete ? putIndexData : nullptr;
+}
+
+template <class Table>
+void* TableFrame<Table>::makeDataContext(void const* loopContext) {
+  if (!loopContext) return nullptr;
+  auto* const row = new Row(*static_cast<Row const*>(loopContext));
+  FRAME_TRACE(2, "_make_data_context",
+              " - allocated data context " << static_cast<void const*>(row) << " for loop context "
+                                           << loopContext);
+  return row;
+}
+
+template <class Table>
+void TableFrame<Table>::free(char const* function, void* context) {
+  MAV_TRACE_AS(snmpTraceHandle(), 2, function, function << ' ' << context);
+  delete static_cast<Row*>(context);
+}
+
+#undef FRAME_TRACE
+
+template <class Table>
+void TableFunctions<Table>::initialize() {
+  netsnmp_iterator_info callbacks{};
+  callbacks.get_first_data_point = getFirstDataPoint;
+  callbacks.get_next_data_point = getNextDataPoint;
+  callbacks.make_data_context = makeDataContext;
+  callbacks.free_data_context = freeDataContext;
+  callbacks.free_loop_context_at_end = freeLoopContextAtEnd;
+  TableFrame<Table>::initialize(callbacks, handler);
+}
+
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::getFirstDataPoint(
+    void** loopContext, void** /*dataContext*/, netsnmp_variable_list* putIndexData,
+    netsnmp_iterator_info* info) noexcept {
+  static constexpr auto name = functionName<Table>("_get_first_data_point");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    return TableFrame<Table>::first(loopContext, putIndexData, info);
+  });
+}
+
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::getNextDataPoint(
+    void** loopContext, void** dataContext, netsnmp_variable_list* putIndexData,
+    netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_get_next_data_point");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    return TableFrame<Table>::next(*loopContext, dataContext ? *dataContext : nullptr,
+                                   putIndexData);
+  });
+}
+
+template <class Table>
+netsnmp_variable_list* TableFunctions<Table>::iterationHelper(
+    void* loopContext, netsnmp_variable_list* putIndexData) noexcept {
+  static constexpr auto name = functionName<Table>("IterationHelper");
+  return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    using Row = typename Table::Row;
+    return TableFrame<Table>::iterationHelper(
+        loopContext ? *static_cast<Row const*>(loopContext) : Row(), putIndexData);
+  });
+}
+
+template <class Table>
+void* TableFunctions<Table>::makeDataContext(void* loopContext,
+                                             netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_make_data_context");
+  return Snmp::guardedOr<void*>(name.data(), nullptr,
+                                [&] { return TableFrame<Table>::makeDataContext(loopContext); });
+}
+
+template <class Table>
+void TableFunctions<Table>::freeDataContext(void* dataContext,
+                                            netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_free_data_context");
+  TableFrame<Table>::free(name.data(), dataContext);
+}
+
+template <class Table>
+void TableFunctions<Table>::freeLoopContextAtEnd(void* loopContext,
+                                                 netsnmp_iterator_info* /*info*/) noexcept {
+  static constexpr auto name = functionName<Table>("_free_loop_context_at_end");
+  TableFrame<Table>::free(name.data(), loopContext);
+}
+
+template <class Table>
+int TableFunctions<Table>::handler(netsnmp_mib_handler* /*handler*/,
+                                   netsnmp_handler_registration* /*registration*/,
+                                   netsnmp_agent_request_info* request,
+                                   netsnmp_request_info* requests) noexcept {
+  static constexpr auto name = functionName<Table>("_handler");
+  return Snmp::guarded(name.data(), requests, [&] {
+    return answerTable(TableFrame<Table>::description(), name.data(), request->mode, requests);
+  });
+}
+
+}  // namespace IpSnmp
