@@ -18,7 +18,8 @@ struct RouteProtocol {
 };
 
 /// The others are of type other and have the preference 255.
-inline constexpr std::array<RouteProtocol, 10> routeProtocols{{
+inline constexpr std::array<RouteProtocol, 11> routeProtocols{{
+    {"redirect", 1, Routing::Fib::routeTypeRedirect, 255},  // of an ICMP redirect (RFC 4861, 4.5)
     {"kernel", 2, Routing::Fib::routeTypeConnected, 0},
     {"boot", 3, Routing::Fib::routeTypeStatic, 1},
     {"static", 4, Routing::Fib::routeTypeStatic, 1},
