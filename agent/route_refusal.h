@@ -9,9 +9,6 @@
 namespace IpSnmp {
 
 /// The row of a route that refuses; nothing of one that carries traffic.
-///
-/// Such a route's type says how it refuses, so its protocol is told by its preference, the
-/// administrative distance: each protocol has another.
 std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route);
 
 }  // namespace IpSnmp

@@ -51,7 +51,8 @@ class RouteRows {
 
   template <class Prefix>
   void add(Prefix const& prefix, Route const& route) {
-    rows_.push_back({prefix.stringValue(), typeText(route.routeType),
+    auto const protocol = isRefusal(route.routeType) ? route.refusedType : route.routeType;
+    rows_.push_back({prefix.stringValue(), typeText(route.routeType), typeText(protocol),
                      std::int64_t{route.metric.value()}, std::int64_t{route.preference.value()},
                      FecNumber{route.fecId.value()}, hops(route.fecId)});
   }

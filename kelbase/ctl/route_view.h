@@ -13,9 +13,10 @@
 namespace Kelbase::Ctl {
 
 // A set of 64 next hops would hide the routes around it; `show fecs` tells them all.
-inline constexpr std::array<Column, 6> routeColumns{{
+inline constexpr std::array<Column, 7> routeColumns{{
     {"PREFIX", "prefix"},
     {"TYPE", "type"},
+    {"PROTOCOL", "protocol"},
     {"METRIC", "metric"},
     {"PREFERENCE", "preference"},
     {"FEC", "fec"},

@@ -27,34 +27,38 @@ void RouteView<Ip>::mark(Prefix const& prefix) {
 }
 
 template <class Ip>
-Pondo::Fib::Route RouteView<Ip>::recordOf(KernelRoute const& route) const {
-  auto const& protocol = routeProtocol(route.protocol);
-  Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
-                           .metric = Routing::RouteMetric(route.metric),
-                           .preference = Routing::RoutePreference(protocol.preference)};
+auto RouteView<Ip>::typeOf(KernelRoute const& route) const -> RouteType {
   switch (route.kind) {
     case RouteKind::blackhole:
-      record.routeType = Routing::Fib::routeTypeBlackhole;
-      return record;
+      return Routing::Fib::routeTypeBlackhole;
     case RouteKind::unreachable:
-      record.routeType = Routing::Fib::routeTypeUnreachable;
-      return record;
+      return Routing::Fib::routeTypeUnreachable;
     case RouteKind::prohibit:
-      record.routeType = Routing::Fib::routeTypeProhibit;
-      return record;
+      return Routing::Fib::routeTypeProhibit;
     default:
       break;
   }
   switch (route.hops == NextHopSets::none ? FecView::Way::unknown : fecs_.way(route.hops)) {
-    case FecView::Way::unknown:
-      break;
     case FecView::Way::discard:
-      record.routeType = Routing::Fib::routeTypeBlackhole;
-      break;
+      return Routing::Fib::routeTypeBlackhole;
     case FecView::Way::forward:
-      record.fecId = fecs_.fecId(route.hops);
-      record.routeType = protocol.type;
-      break;
+      return routeProtocol(route.protocol).type;
+    default:
+      return Routing::Fib::routeTypeUnknown;
+  }
+}
+
+template <class Ip>
+Pondo::Fib::Route RouteView<Ip>::recordOf(KernelRoute const& route) const {
+  auto const& protocol = routeProtocol(route.protocol);
+  Pondo::Fib::Route record{.fecId = Pondo::Fib::FecId(),
+                           .metric = Routing::RouteMetric(route.metric),
+                           .preference = Routing::RoutePreference(protocol.preference),
+                           .routeType = typeOf(route)};
+  if (isRefusal(record.routeType)) {
+    record.refusedType = protocol.type;
+  } else if (record.routeType != Routing::Fib::routeTypeUnknown) {
+    record.fecId = fecs_.fecId(route.hops);
   }
   return record;
 }

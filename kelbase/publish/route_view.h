@@ -47,11 +47,13 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   std::optional<Pondo::Fib::Route> find(Prefix const& prefix) const;
 
  private:
+  using RouteType = Routing::Fib::RouteType;
   using Walk = typename RouteBook<Ip>::Walk;
 
   void onRoute(std::uint32_t table, Prefix const& prefix) override {
     if (table == mainTable) mark(prefix);
   }
+  RouteType typeOf(KernelRoute const& route) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Prefix const& prefix);
   void writeChanged(Pondo::Writer& writer, double end);

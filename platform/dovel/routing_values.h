@@ -24,8 +24,9 @@ class RoutePreference : public Mav::NumberValue<RoutePreference, std::uint8_t> {
 
 namespace Fib {
 
-/// Where a route comes from. Routes of the first four types carry no traffic and are not served to
-/// managers. The numbers are part of the shared tables: they never change their meaning.
+/// Where a route comes from. Routes of the first four types carry no traffic, and
+/// `ipCidrRouteTable` has none of them. The numbers are part of the shared tables: they never
+/// change their meaning.
 // clang-format off
 MAV_ENUM(RouteType,
          (routeTypeUnknown, 0),
@@ -50,6 +51,11 @@ MAV_ENUM(RouteType,
          (routeTypeDhcp, 19),
          (routeTypeRedirect, 20))
 // clang-format on
+
+/// Whether it refuses what is sent to it, and tells the sender or not.
+constexpr bool isRefusal(RouteType type) {
+  return type == routeTypeBlackhole || type == routeTypeUnreachable || type == routeTypeProhibit;
+}
 
 }  // namespace Fib
 }  // namespace Routing

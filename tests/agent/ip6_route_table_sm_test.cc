@@ -26,9 +26,9 @@ class Ip6RouteTableSmTest : public RouteFixture {
     return {{}, id("eth" + std::to_string(ifIndex)), ifIndex, Ip6Addr(nextHop), type};
   }
   void route6(std::string_view text, std::uint64_t fecId, RouteType type,
-              std::uint8_t preference = 1) {
-    routes6_->routeIs(Ip6Prefix(text), {FecId(fecId), Routing::RouteMetric(1024),
-                                        Routing::RoutePreference(preference), type});
+              RouteType refusedType = routeTypeUnknown) {
+    routes6_->routeIs(Ip6Prefix(text),
+                      {FecId(fecId), Routing::RouteMetric(1024), {}, type, refusedType});
   }
   Texts rows() const {
     Texts texts;
@@ -70,10 +70,10 @@ TEST_F(Ip6RouteTableSmTest, refusalsOfBothFamiliesAreRowsAndGo) {
   auto const sm = newSm();
   auto const sm6 = newSm6();
   route("10.0.0.0/8", 0, routeTypeBlackhole);
-  route6("2001:db8::/32", 0, routeTypeUnreachable, 20);
+  route6("2001:db8::/32", 0, routeTypeUnreachable, routeTypeBgp);
   route6("2001:db8::/33", 0, routeTypeUnknown);
   settle();
-  EXPECT_THAT(rows(), ElementsAre("10.0.0.0/8 via  dev 0 type 5 protocol routeTypeStatic",
+  EXPECT_THAT(rows(), ElementsAre("10.0.0.0/8 via  dev 0 type 5 protocol routeTypeDhcp",
                                   "2001:db8::/32 via  dev 0 type 2 protocol routeTypeBgp"));
   EXPECT_EQ(mib_->ipCidrRouteTables(), 0U);
   routes6_->routeDel(Ip6Prefix("2001:db8::/32"));

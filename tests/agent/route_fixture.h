@@ -29,8 +29,12 @@ class RouteFixture : public DeviceFixture {
   }
   void route(std::string_view text, std::uint64_t fecId,
              RouteType type = Routing::Fib::routeTypeStatic, std::uint32_t metric = 20) {
-    routes_->routeIs(prefix(text), {Pondo::Fib::FecId(fecId), Routing::RouteMetric(metric),
-                                    Routing::RoutePreference(1), type});
+    routes_->routeIs(prefix(text),
+                     {.fecId = Pondo::Fib::FecId(fecId),
+                      .metric = Routing::RouteMetric(metric),
+                      .preference = Routing::RoutePreference(1),
+                      .routeType = type,
+                      .refusedType = isRefusal(type) ? Routing::Fib::routeTypeDhcp : RouteType()});
   }
 
   /// One turn of the activity.

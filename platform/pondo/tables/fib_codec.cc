@@ -11,6 +11,8 @@
 namespace Pondo {
 namespace {
 
+using Routing::Fib::RouteType;
+
 constexpr auto const& routeTypes = Routing::Fib::RouteTypeEnumerators;
 
 constexpr bool areNumberedInOrder() {
@@ -22,10 +24,17 @@ constexpr bool areNumberedInOrder() {
 }
 // The test of a number is then one comparison: there are a million records.
 static_assert(areNumberedInOrder());
+static_assert(std::size(routeTypes) <= 256);  // a route's record has an octet for it
 
 bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); }
 
-// The reader's rule; the writer refuses what it forbids.
+// The reader's rules; the writer refuses what they forbid.
+bool areTypesOfOne(std::uint32_t routeType, std::uint32_t refusedType) {
+  if (refusedType == Routing::Fib::routeTypeUnknown) return isRouteType(routeType);
+  return isRefusal(static_cast<RouteType>(routeType)) && isRouteType(refusedType) &&
+         !isRefusal(static_cast<RouteType>(refusedType));
+}
+
 bool leadsSomewhere(Fib::Via const& via) {
   // A next hop is of one version of IP.
   if (!via.nextHop.isUnspecified() && !via.nextHop6.isUnspecified()) return false;
@@ -88,10 +97,15 @@ std::array<char, Format::route6KeySize> routeKeyBytes(Dovel::Ip6Prefix const& pr
 
 std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const& route) {
   auto const type = static_cast<std::uint32_t>(route.routeType);
-  if (!isRouteType(type)) throw Mav::RangeException(fmt::format("no route type {}", type));
+  auto const refusedType = static_cast<std::uint32_t>(route.refusedType);
+  if (!areTypesOfOne(type, refusedType)) {
+    throw Mav::RangeException(
+        fmt::format("no route has type {}, refused type {}", type, refusedType));
+  }
   Format::RouteRecord layout;
   layout.preference = route.preference.value();
-  layout.routeType = static_cast<std::uint16_t>(type);
+  layout.routeType = static_cast<std::uint8_t>(type);
+  layout.refusedType = static_cast<std::uint8_t>(refusedType);
   layout.metric = route.metric.value();
   layout.changedAt = route.changedAt;
   layout.fecId = std::bit_cast<std::array<std::uint32_t, 2>>(route.fecId.value());
@@ -122,14 +136,16 @@ std::string encodeRecord<RouteTable>(Fib::Route const& record) {
 template <>
 std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes) {
   auto const layout = fromBytes<Format::RouteRecord>(bytes);
-  if (!layout || layout->version != Format::routeVersion || !isRouteType(layout->routeType)) {
+  if (!layout || layout->version != Format::routeVersion ||
+      !areTypesOfOne(layout->routeType, layout->refusedType)) {
     return std::nullopt;
   }
   return Fib::Route{
       .fecId = Fib::FecId(std::bit_cast<std::uint64_t>(layout->fecId)),
       .metric = Routing::RouteMetric(layout->metric),
       .preference = Routing::RoutePreference(layout->preference),
-      .routeType = static_cast<Routing::Fib::RouteType>(layout->routeType),
+      .routeType = static_cast<RouteType>(layout->routeType),
+      .refusedType = static_cast<RouteType>(layout->refusedType),
       .changedAt = layout->changedAt,
   };
 }

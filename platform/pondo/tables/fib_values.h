@@ -67,6 +67,9 @@ struct Route {
   Routing::RouteMetric metric;
   Routing::RoutePreference preference;
   Routing::Fib::RouteType routeType = Routing::Fib::routeTypeUnknown;
+  /// Of a route that refuses: the type that its protocol gives to those which carry traffic.
+  /// Unknown in all others, whose type tells it.
+  Routing::Fib::RouteType refusedType = Routing::Fib::routeTypeUnknown;
   std::uint32_t changedAt = 0;  // when the publisher saw it change: seconds of CLOCK_BOOTTIME
                                 // (clock_gettime(2)); 0: before it looked
   bool operator==(Route const&) const = default;

@@ -55,7 +55,7 @@
 
 namespace Pondo::Format {
 
-inline constexpr std::uint32_t schemaVersion = 6;
+inline constexpr std::uint32_t schemaVersion = 7;
 
 inline constexpr char const* tablesDirectory = "tables";
 inline constexpr char const* dataFile = "data.mdb";
@@ -207,19 +207,20 @@ static_assert(offsetof(NeighbourRecord, origin) == 1 && offsetof(NeighbourRecord
 
 inline constexpr std::size_t routeKeySize = 5;
 inline constexpr std::size_t route6KeySize = 22;
-inline constexpr std::uint8_t routeVersion = 2;
+inline constexpr std::uint8_t routeVersion = 3;
 struct RouteRecord {
   std::uint8_t version = routeVersion;
   std::uint8_t preference = 0;
-  std::uint16_t routeType = 0;  // of Routing::Fib::RouteType
+  std::uint8_t routeType = 0;    // of Routing::Fib::RouteType
+  std::uint8_t refusedType = 0;  // likewise, of a route that refuses; 0 in others
   std::uint32_t metric = 0;
   std::uint32_t changedAt = 0;
   std::array<std::uint32_t, 2> fecId{};  // a u64 in two halves, which needs no padding; 0: none
 };
 static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 20);
 static_assert(offsetof(RouteRecord, preference) == 1 && offsetof(RouteRecord, routeType) == 2 &&
-              offsetof(RouteRecord, metric) == 4 && offsetof(RouteRecord, changedAt) == 8 &&
-              offsetof(RouteRecord, fecId) == 12);
+              offsetof(RouteRecord, refusedType) == 3 && offsetof(RouteRecord, metric) == 4 &&
+              offsetof(RouteRecord, changedAt) == 8 && offsetof(RouteRecord, fecId) == 12);
 
 inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
 inline constexpr std::uint8_t fecVersion = 2;

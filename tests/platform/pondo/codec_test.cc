@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_literals;
 
-static_assert(Format::schemaVersion == 6);
+static_assert(Format::schemaVersion == 7);
 using namespace Routing::Fib;
 static_assert(routeTypeUnknown <= 3 && routeTypeBlackhole <= 3 && routeTypeUnreachable <= 3 &&
               routeTypeProhibit <= 3 && routeTypeStatic == 4 && routeTypeRip == 6 &&
@@ -29,6 +29,7 @@ Dovel::IntfId const longest("fifteen-letters");
 Dovel::IntfId const tooLong("sixteen-letters-");
 Dovel::IpAddr const addr("10.0.0.1");
 Fib::Via const via{addr, eth0, 5};
+Fib::Route const refusing{{}, {}, {}, routeTypeProhibit, routeTypeRedirect};
 
 // A failure here means that schemaVersion has to change.
 TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
@@ -64,8 +65,9 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
                                       .preference = Routing::RoutePreference(200),
                                       .routeType = routeTypeBgp,
                                       .changedAt = 0x21222324}),
-            "\x02\xc8\x11\0\x14\x13\x12\x11\x24\x23\x22\x21"
+            "\x03\xc8\x11\0\x14\x13\x12\x11\x24\x23\x22\x21"
             "\x08\x07\x06\x05\x04\x03\x02\x01"s);
+  EXPECT_EQ(encodeRecord<Route6Table>(refusing), "\x03\0\x03\x14"s + std::string(16, '\0'));
   EXPECT_EQ(encodeKey<Route6Table>(Dovel::Ip6Prefix("fe80:102::/32%16909060")),
             "\x01\xfe\x80\x01\x02\0\0\0\0\0\0\0\0\0\0\0\0\x01\x02\x03\x04\x20"s);
   EXPECT_EQ(encodeKey<FecTable>(Fib::FecId(0x0102030405060708)),
@@ -93,7 +95,7 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   std::string bytes(sizeof meta, '\0');
   std::memcpy(bytes.data(), &meta, sizeof meta);
   EXPECT_EQ(bytes,
-            "OVOT\x06\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
+            "OVOT\x07\0\0\0\x02\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\x04\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0"
             "\x01\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0"s);
 }
 
@@ -205,7 +207,7 @@ TEST(CodecTest, whateverBytesDecodeAreTheBytesThatEncode) {
   expectStrict<Address6Table>({eth0, one6}, {.length = 128, .peer = one6, .deprecated = true});
   expectStrict<Neighbour4Table>({longest, addr}, {.ethAddr = {}, .isStatic = true});
   expectStrict<RouteTable>(Dovel::Prefix("10.0.0.0/8"), {});
-  expectStrict<Route6Table>(Dovel::Ip6Prefix("fe80::/10%1"), {});
+  expectStrict<Route6Table>(Dovel::Ip6Prefix("fe80::/10%1"), refusing);
   expectStrict<FecTable>(Fib::FecId(1), {{{one, {}, 0}, {{}, longest, 1, one6}}});
   expectStrict<NeighbourTable>(
       NeighbourTable::Key::of(1, Dovel::Ip6Addr("fe80::1")),
@@ -236,6 +238,9 @@ TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
   EXPECT_THROW(encodeKey<FecTable>(Fib::FecId()), Mav::RangeException);
   Fib::Route route;
   route.routeType = static_cast<RouteType>(21);
+  EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
+  route = refusing;
+  route.routeType = routeTypeBgp;
   EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({}), Mav::RangeException);
   EXPECT_THROW(encodeRecord<FecTable>({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
