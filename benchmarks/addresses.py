@@ -4,11 +4,11 @@ second."""
 import contextlib
 import time
 
+from costs import ColumnCost, in_turns, populate
+from internet import Asker
 from ovo.addresses import expected
 from ovo.churn import Churn, Walker, changing_lines
-from ovo.costs import ColumnCost, in_turns, populate
 from ovo.daemons import WITHOUT
-from ovo.internet import Asker
 from ovo.router import Router
 from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
 

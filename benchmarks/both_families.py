@@ -3,9 +3,10 @@ memory and the start cost, and what a walk of everything does to others."""
 
 import time
 
-from ovo import ber, made_routes
-from ovo.costs import in_turns
-from ovo.internet import OID_OF_UPTIME, Asker
+import made_routes
+from costs import in_turns
+from internet import OID_OF_UPTIME, Asker
+from ovo import ber
 from ovo.tables import EVERY_TABLE, IP, ROUTE
 from report import Budget, microseconds
 from served import CONNECTED, FULL, REPETITIONS, a_router, anonymous, filled

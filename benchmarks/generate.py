@@ -10,12 +10,9 @@ With --batch it prints input of `ip -batch`, which gives a kernel these links an
 """
 
 import argparse
-import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests/support"))
-
-from ovo import made_routes  # noqa: E402
+import made_routes
 
 
 def main():

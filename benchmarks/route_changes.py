@@ -4,10 +4,9 @@ import random
 import subprocess
 import time
 
-from ovo import routes
+from internet import instances, of_batch
 from ovo.churn import Churn
 from ovo.daemons import WITHOUT
-from ovo.internet import instances
 from report import Budget, microseconds
 from rivals import Rivals, all_learned
 from served import CONNECTED, FULL, an_internet, filled
@@ -108,7 +107,7 @@ def seen(router, internet, agent):
     kernel = subprocess.Popen(router.space.command("ip", "-batch", "-"), stdin=subprocess.PIPE)
     chance = random.Random(5)
     lines = chance.sample(internet.lines, SEEN)
-    for line, oid in zip(lines, instances(routes.of_batch(lines, internet.links()))):
+    for line, oid in zip(lines, instances(of_batch(lines, internet.links()))):
         for verb, there in (("del", False), ("add", True)):
             time.sleep(chance.uniform(0.001, 0.02))
             start = time.monotonic()

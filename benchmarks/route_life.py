@@ -6,9 +6,9 @@ import socket
 import struct
 import time
 
-from ovo import made_routes
+import made_routes
+from internet import OID_OF_UPTIME, Asker, instances, shows, some
 from ovo.daemons import eventually
-from ovo.internet import OID_OF_UPTIME, Asker, instances, shows, some
 from report import Budget
 from served import CONNECTED, FULL, a_router, an_internet, anonymous, filled, load
 

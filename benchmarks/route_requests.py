@@ -1,7 +1,7 @@
 """What requests for rows of ipCidrRouteTable cost, beside stubs that serve the same rows from a
 sorted array: the floors that net-snmp itself leaves."""
 
-from ovo.costs import in_turns
+from costs import in_turns
 from ovo.tables import ROUTE
 from report import Budget, microseconds
 from served import FULL, SIZES, RouteCost, a_router, filled, generated, stubs

@@ -4,9 +4,10 @@ import contextlib
 import os
 import struct
 
-from ovo import made_routes, routes
+import made_routes
+from internet import Internet, of_batch, some
+from ovo import routes
 from ovo.daemons import WITHOUT, eventually
-from ovo.internet import Internet, some
 from ovo.router import Router
 from ovo.tables import ROUTE
 
@@ -48,7 +49,7 @@ def generated(router, count):
     links = {f"gen{n}": n + 2 for n in range(CONNECTED)}
     connected = [routes.Row(routes.address(f"198.18.{n}.0"), routes.MASKS[24], 0, n + 2, 2, 0, 0)
                  for n in range(CONNECTED)]
-    return sorted(routes.of_batch(internet.lines, links) + connected)
+    return sorted(of_batch(internet.lines, links) + connected)
 
 
 def filled(agent, count, within=60, name="ipCidrRouteNumber.0"):

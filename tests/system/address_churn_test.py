@@ -1,11 +1,12 @@
-"""Walks hold while thousands of addresses a second come and go, and nothing is left behind."""
+"""Walks hold while thousands of addresses and routes a second come and go, and nothing is left
+behind."""
 
 import pytest
 
 from ovo.addresses import expected
-from ovo.churn import Churn, Walker, changing_lines
+from ovo.churn import Churn, Walker, changing_lines, changing_routes
 from ovo.daemons import eventually
-from ovo.tables import TABLES
+from ovo.tables import ROUTE, TABLES
 
 RATE, SECONDS = 10_000, 8
 # A machine that other work keeps busy may not bring so many; fewer than this proves nothing.
@@ -33,10 +34,12 @@ def agent(router):
 
 
 def watched(router, agent, churn):
-    """Three walkers over the time of the churn; the growth of both daemons in its second half."""
+    """Walkers over the time of the churn; the growth of both daemons in its second half."""
     trees = expected(router.kernel_addresses())
     walkers = [Walker(agent, table, trees[table].indexes, repetitions)
                for table, repetitions in zip(TABLES, (1, 10, 50))]
+    walkers.append(Walker(agent, ROUTE, [row.index() for row in router.kernel_routes()], 20,
+                          columns=("ipCidrRouteIfIndex", "ipCidrRouteProto")))
     daemons = agent.daemon, agent.publisher
     for one in (churn, *walkers):
         one.start()
@@ -57,11 +60,13 @@ def check(router, agent, churn):
     assert all(walker.walks >= 2 for walker in walkers)
     assert churn.rate() >= ENOUGH
     router.agrees(agent, within=5)
+    router.routes_agree(agent, within=5)
     return growth
 
 
-def test_three_walks_while_addresses_come_and_go(router, agent):
-    growth = check(router, agent, Churn(router, changing_lines("eth1", 1), RATE, SECONDS))
+def test_walks_while_addresses_and_routes_come_and_go(router, agent):
+    lines = [*changing_lines("eth1", 1), *changing_routes()]
+    growth = check(router, agent, Churn(router, lines, RATE, SECONDS))
     assert max(growth) < ALLOWED_GROWTH
 
 
@@ -80,11 +85,13 @@ def test_links_that_come_and_go_with_their_addresses(router, agent):
 
 
 def test_a_publisher_killed_in_the_middle(router, agent):
-    churn = Churn(router, changing_lines("eth1", 2), RATE, SECONDS / 2)
+    lines = [*changing_lines("eth1", 2), *changing_routes()]
+    churn = Churn(router, lines, RATE, SECONDS / 2)
     churn.start()
     for _ in range(5):
         agent.publisher.kill()
         agent.publisher = router.publish()
     churn.join()
     router.agrees(agent, within=5)
+    router.routes_agree(agent, within=5)
     assert eventually(lambda: router.status()["publisher"]["alive"])

@@ -1,4 +1,6 @@
-"""Fixtures of the system tests; see tests/support/ovo for the words that they give to a test."""
+"""Fixtures of the system tests; see tests/support/ovo for the words that they give to a test. Tables of
+the internet's size, and what requests cost, are what the benchmarks have.
+"""
 
 import os
 import pathlib
@@ -6,7 +8,8 @@ import sys
 
 import pytest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+TESTS = pathlib.Path(__file__).resolve().parents[1]
+sys.path[:0] = [str(TESTS / "support"), str(TESTS.parent / "benchmarks")]
 
 from ovo.router import Router  # noqa: E402
 

@@ -1,9 +1,10 @@
-"""The two forwarding scalars follow the kernel's flags."""
+"""The two forwarding scalars follow the kernel's flags, however snmpd is started."""
 
 import pytest
 
-from ovo.daemons import FORWARDING, NOT_FORWARDING, eventually
+from ovo.daemons import FORWARDING, NOT_FORWARDING, WITHOUT_SCALARS, eventually, stays
 
+DROPPED = ("-u", "Debian-snmp", "-g", "Debian-snmp")
 FLAGS = [("ipForwarding.0", "forward4"), ("ipv6IpForwarding.0", "forward6")]
 
 
@@ -43,10 +44,32 @@ def test_a_kernel_without_ipv6_does_not_forward_it(router):
     assert eventually(lambda: agent.ask("ipv6IpForwarding.0") == FORWARDING)
 
 
-def test_it_stands_before_the_stock_modules(router):
-    router.load(IPV4_ALONE + IPV6_TOO)
-    agent = router.agent()
-    for name, _ in FLAGS:
-        assert eventually(lambda: agent.ask(name) == FORWARDING)
-        assert agent.set(name, NOT_FORWARDING) == "notWritable"
-        assert agent.ask(name) == FORWARDING
+@pytest.mark.parametrize("foreground", [True, False], ids=["foreground", "background"])
+@pytest.mark.parametrize("options", [(), DROPPED], ids=["root", "dropped"])
+def test_it_answers_and_follows(router, foreground, options):
+    router.publish()
+    agent = router.agent(foreground=foreground, options=options)
+    assert agent.answers()
+    router.forward4(True)
+    assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING)
+    agent.reload()
+    router.forward4(False)
+    assert eventually(lambda: agent.ask("ipForwarding.0") not in (FORWARDING, None))
+    assert agent.answers()
+    agent.daemon.stop()
+
+
+@pytest.mark.parametrize("publisher", ["nobody", None], ids=["both", "snmpd"])
+def test_an_ordinary_user_may_run_it(router, publisher):
+    if publisher is None:
+        # The tables are the publisher's group's: without it there is no way in, and a clear line.
+        router.publish()
+        agent = router.agent(user="nobody", without=WITHOUT_SCALARS)
+        assert stays(lambda: agent.ask("ipForwarding.0") in ("noSuchObject", "genErr"), 1)
+        assert agent.daemon.lines(f"{router.rundir}.*ermission")
+        return
+    router.forward4(True)
+    router.publish(user=publisher)
+    agent = router.agent(user="nobody")
+    assert agent.answers()
+    assert agent.ask("ipForwarding.0") == FORWARDING

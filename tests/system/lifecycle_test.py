@@ -53,15 +53,6 @@ def test_what_debians_log_keeps(router):
     assert eventually(lambda: agent.daemon.lines("in sync"), 7), agent.daemon.text()
 
 
-def test_state_left_by_a_dead_publisher_is_served_to_a_new_agent(router):
-    router.forward6(True)
-    router.publish().kill()
-    agent = router.agent()
-    assert agent.answers("ipv6IpForwarding.0")
-    assert agent.ask("ipv6IpForwarding.0") == FORWARDING
-    assert eventually(lambda: agent.daemon.lines(r"last known state"), 7), agent.daemon.text()
-
-
 def test_a_restarted_publisher_causes_no_flap(router):
     router.forward4(True)
     daemon = router.publish()
@@ -70,30 +61,6 @@ def test_a_restarted_publisher_causes_no_flap(router):
     daemon.stop()
     router.publish(wait=False)
     assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, 1)
-
-
-def test_a_run_directory_made_anew_is_noticed(router):
-    daemon = router.publish()
-    agent = router.agent()
-    assert agent.answers()
-    for on in (True, False):
-        daemon.kill()
-        shutil.rmtree(router.rundir)
-        router.forward4(on)
-        daemon = router.publish()
-        expected = FORWARDING if on else NOT_FORWARDING
-        # A look a second: the machine may have other work.
-        assert eventually(lambda: agent.ask("ipForwarding.0") == expected, 5), agent.daemon.text()
-
-
-def test_a_living_publisher_makes_a_deleted_run_directory_anew(router):
-    router.publish()
-    agent = router.agent()
-    assert agent.answers()
-    shutil.rmtree(router.rundir)
-    router.forward4(True)
-    assert eventually(lambda: agent.ask("ipForwarding.0") == FORWARDING, 2), agent.daemon.text()
-    assert router.status()["publisher"]["alive"] is True
 
 
 def test_times_are_in_the_log_of_a_daemon_that_was_told_to_count(router):

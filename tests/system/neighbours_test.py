@@ -11,7 +11,7 @@ import time
 
 import pytest
 
-from ovo.costs import ColumnCost, in_turns
+from costs import ColumnCost, in_turns
 from ovo.daemons import eventually, stays
 from ovo.router import SEEDS
 from ovo.tables import NET_TO_MEDIA, NET_TO_PHYSICAL, ROUTE
@@ -20,7 +20,6 @@ DELAY, INCOMPLETE = 3, 7
 LOCAL = 5
 PAIR = ("link add name eth1 type veth peer name eth1-far", "link set eth1-far up",
         "link set eth1 up")
-PAIR2 = tuple(line.replace("eth1", "eth2") for line in PAIR)
 
 
 def neighbour(address, link="eth1", mac=1, state="permanent", verb="replace"):
@@ -28,24 +27,6 @@ def neighbour(address, link="eth1", mac=1, state="permanent", verb="replace"):
 
 
 SCENARIOS = {
-    "states": [
-        PAIR,
-        [neighbour(f"10.0.0.{n}", state=state) for n, state in enumerate(
-            ("permanent", "reachable", "stale", "delay", "probe", "noarp"))]
-        + ["neigh add 10.0.1.1 dev eth1 nud failed", "neigh add 10.0.1.2 dev eth1 nud incomplete",
-           "neigh add 10.0.1.3 dev eth1 nud none", "neigh add proxy 10.0.1.4 dev eth1",
-           neighbour("2001:db8::1"), neighbour("fe80::2", state="reachable"),
-           "neigh add 2001:db8::3 dev eth1 nud incomplete", "neigh add fe80::4 dev eth1 nud failed",
-           neighbour("2001:db8::5", state="noarp"), "neigh add proxy fe80::6 dev eth1"],
-        [neighbour("10.0.0.0", state="stale"), neighbour("10.0.0.2", state="permanent"),
-         neighbour("10.0.0.5", state="reachable"), "neigh change 10.0.0.1 dev eth1 nud failed",
-         neighbour("10.0.1.1", state="stale"), neighbour("10.0.1.4"),
-         neighbour("fe80::4", mac=4), neighbour("fe80::2", state="probe"),
-         neighbour("2001:db8::5"), "neigh change 2001:db8::1 dev eth1 nud none"],
-        [neighbour("10.0.0.2", state="noarp"), "neigh del 10.0.1.4 dev eth1",
-         "neigh del proxy 10.0.1.4 dev eth1", "neigh del 10.0.1.1 dev eth1",
-         "neigh del fe80::4 dev eth1", neighbour("2001:db8::5", state="noarp")],
-    ],
     "a link that loses its carrier, and goes down": [
         PAIR,
         [neighbour("10.0.0.1"), neighbour("10.0.0.2", state="reachable")],

@@ -15,18 +15,6 @@ from ovo.daemons import BUILD, as_user, eventually
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
-def links_agree(router):
-    return eventually(lambda: router.published_links() == router.kernel_links(), 2)
-
-
-def test_a_second_one_is_refused(router):
-    first = router.publish()
-    second = router.publish(wait=False)
-    assert second.process.wait(10) == 1
-    assert str(first.pid) in second.text()
-    assert first.alive()
-
-
 def test_it_ends_within_a_second(router):
     for number in (signal.SIGTERM, signal.SIGINT):
         daemon = router.publish()
@@ -35,8 +23,9 @@ def test_it_ends_within_a_second(router):
 
 
 def test_what_cannot_work_is_said(router):
-    nowhere = "/proc/no-such-place"
+    nowhere, first = "/proc/no-such-place", router.publish()
     for rundir, options, status, said in [
+            (router.rundir, (), 1, str(first.pid)),
             (router.rundir, ("--group", "no-such-group"), 1, "kelbased: group no-such-group: "),
             (nowhere, (), 1, f"kelbased: {nowhere}: cannot make: No such file or directory; choose "),
             (router.rundir, ("--no-such-option",), 2, "--no-such-option")]:
@@ -44,6 +33,7 @@ def test_what_cannot_work_is_said(router):
                               rundir, *options)
         assert daemon.process.wait(10) == status
         assert said in daemon.text()
+    assert first.alive()
 
 
 def test_its_service_manager_and_the_journal_are_told(router):
@@ -160,19 +150,3 @@ def test_the_unit_is_closed_as_far_as_it_goes():
         text = subprocess.run(["systemd-analyze", "security", "--offline=true", path],
                               capture_output=True, text=True, check=False).stdout
     assert float(re.search(r"exposure level .*: ([0-9.]+)", text).group(1)) <= 1.0
-
-
-def test_links_that_change_before_and_after_the_start(router):
-    router.link_add("eth1")
-    router.link_up("eth1")
-    router.publish()
-    assert links_agree(router)
-    router.link_add("eth2")
-    router.link_down("eth1")
-    assert links_agree(router)
-    router.ip("link", "set", "eth1", "name", "wan0")
-    router.link_up("eth2")
-    assert links_agree(router)
-    router.link_del("wan0")
-    router.link_add("eth1")
-    assert links_agree(router)

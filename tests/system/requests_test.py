@@ -1,4 +1,5 @@
-"""Every request about the tables of addresses and routes, odd ones too, has one right answer.
+"""Every request about the tables of addresses, routes and neighbours, odd ones too, has one right
+answer. (By GETBULK and of many names at once: views_test.)
 
 The tables do not change here: one ordered tree of what they hold answers for each request.
 """
@@ -7,18 +8,20 @@ import random
 
 import pytest
 
+from ovo import inet_routes
 from ovo.addresses import expected
 from ovo.ber import Binding, dotted
 from ovo.daemons import eventually
+from ovo.inet_routes import INET_ROUTE
 from ovo.routes import tree as route_tree
-from ovo.tables import ADDR, ADDRESS, IP, ROUTE, ROUTE_NUMBER, TABLES
+from ovo.tables import ADDRESS, IP, NET_TO_MEDIA, ROUTE, ROUTE_NUMBER, TABLES
 
 MANY = 2**31
 MOST = 2**32 - 1
 LONGEST = 128  # sub-identifiers of an object identifier (RFC 2578, 7.1.3)
 # The daemon's own that reads every route of the kernel: ipRouteTable.
 READER = (*IP, 21)
-EVERY_TABLE = pytest.mark.parametrize("table", (*TABLES, ROUTE), ids=lambda table: table.name)
+EVERY_TABLE = pytest.mark.parametrize("table", (*TABLES, ROUTE, INET_ROUTE, NET_TO_MEDIA), ids=lambda table: table.name)
 
 
 class Asked:
@@ -61,26 +64,22 @@ def asked(still_router):
                  "route add 0.0.0.0/8 dev eth1", "route add 223.255.255.255/32 via 10.0.1.1",
                  "route add 11.0.0.0/8 proto ospf metric 4294967295 nexthop via 10.0.1.1 "
                  "nexthop via 10.0.0.9", "route add 11.0.0.0/24 dev eth3",
-                 "route add 11.0.0.0/32 via 10.0.0.9")
+                 "route add 11.0.0.0/32 via 10.0.0.9", "route add blackhole 12.0.0.0/8",
+                 "route add 2600::/32 nexthop via fe80::2 dev eth1 nexthop via 2001:db8::3",
+                 "route add fe80::/64 via fe80::7 dev eth2 metric 3", "route add default via fe80::9 dev eth3",
+                 "route add unreachable 2600:3::/33",
+                 *(f"neigh add 10.0.0.{n} lladdr 02:00:00:00:00:{n:02x} dev eth{1 + n % 3}"
+                   for n in (0, 3, *range(20, 30), 127, 254)))
     router.publish()
-    agent = router.agent(env={"MAV_TRACE": "Snmp/2"})
+    agent = router.agent()
     assert agent.answers()
     router.agrees(agent, within=5)
     rows = router.routes_agree(agent, within=5)
     trees = expected(router.kernel_addresses())
-    return Asked(agent, trees | {ROUTE: route_tree(rows)})
-
-
-def test_a_set_says_why(asked):
-    """First, while the log is short."""
-    for column in ADDRESS.columns:
-        writable = column.name in ADDRESS.writable
-        text = (f"ipAddressTable_handler: SET is not configured for column {column.name}"
-                if writable else f"ipAddressTable invalid column {column.number}")
-        seen = len(asked.agent.daemon.lines(f"{text}$"))
-        oid = (*ADDRESS.oid, 1, column.number, *asked.trees[ADDRESS].indexes[0])
-        assert asked.client.set((oid, "INTEGER", 1)).error == "notWritable"
-        assert eventually(lambda: len(asked.agent.daemon.lines(f"{text}$")) > seen), text
+    router.neighbours_agree(agent)
+    return Asked(agent, trees | {
+        ROUTE: route_tree(rows), INET_ROUTE: inet_routes.tree(router.inet_routes_agree(agent)),
+        NET_TO_MEDIA: router.kernel_neighbours()[0]})
 
 
 @EVERY_TABLE
@@ -120,35 +119,6 @@ def test_an_operator_keeps_a_stock_table_through_reloads(router):
     assert agent.ask("ipCidrRouteNumber.0") == "noSuchObject"  # the daemon's own is out for good
 
 
-@EVERY_TABLE
-@pytest.mark.parametrize("repetitions", [1, 10, 100])
-def test_getbulk(asked, table, repetitions):
-    tree = asked.trees[table]
-    walked = list(asked.client.walk(table.oid, repetitions=repetitions))
-    assert walked == tree.bindings
-    for binding in tree.bindings[::7]:
-        answer = asked.client.getbulk(binding.oid, repetitions=repetitions)
-        inside = [one for one in answer.bindings if one.oid[:len(table.oid)] == table.oid]
-        assert inside == tree.following(binding.oid, len(inside))
-        assert 1 <= len(answer.bindings) <= repetitions
-
-
-@EVERY_TABLE
-def test_getbulk_of_all_columns_side_by_side(asked, table):
-    tree = asked.trees[table]
-    heads = [table.column(column.name) for column in table.columns]
-    answer = asked.client.getbulk(table.oid, *heads, repetitions=5, once=1)
-    assert answer.error == "noError"
-    first, *rest = answer.bindings
-    assert first == tree.bindings[0]
-    rounds = [rest[at:at + len(heads)] for at in range(0, len(rest), len(heads))]
-    assert rounds
-    expected_now = heads
-    for one in rounds:
-        assert one == [tree.next(oid) for oid in expected_now][:len(one)]
-        expected_now = [binding.oid for binding in one]
-
-
 def an_odd_name(chance, tree):
     """In, between and around the rows: odd numbers in any place, cut, going on, of another length."""
     table, name = tree.table, [*chance.choice(tree.bindings).oid]
@@ -176,23 +146,6 @@ def test_odd_names_by_the_thousand(asked, table):
     asked.check(tree, table.oid)
     for _ in range(2500):
         asked.check(tree, an_odd_name(chance, tree))
-
-
-@pytest.mark.parametrize("size", [2, 7, 40])
-def test_of_many_each_is_answered_as_if_alone(asked, size):
-    chance = random.Random(size)
-    for _ in range(200 // size + 20):
-        trees = chance.choices([asked.trees[table] for table in TABLES], k=size)
-        oids = [an_odd_name(chance, tree) if chance.random() < 0.5 else chance.choice(tree.bindings).oid
-                for tree in trees]
-        answer = asked.client.get(*oids)
-        assert answer.error == "noError" and len(answer.bindings) == size
-        for tree, oid, binding in zip(trees, oids, answer.bindings):
-            assert binding == tree.get(oid)
-        answer = asked.client.getnext(*oids)
-        assert answer.error == "noError" and len(answer.bindings) == size
-        for tree, oid, binding in zip(trees, oids, answer.bindings):
-            assert tree.answers_next(oid, binding), (dotted(oid), str(binding))
 
 
 VALUES = [("INTEGER", 1), ("INTEGER", -2**31), ("OCTET STRING", b"x"), ("OCTET STRING", b""),
@@ -224,15 +177,6 @@ def test_a_set_among_others_undoes_them(asked):
     assert asked.client.get(name) == before
 
 
-def test_the_end_of_one_table_leads_on(asked):
-    for table in TABLES:
-        tree = asked.trees[table]
-        last = tree.bindings[-1].oid
-        beyond = asked.client.getnext(last).bindings[0]
-        assert beyond == asked.client.getnext((*table.oid, MOST)).bindings[0]
-        assert tree.answers_next(last, beyond)
-
-
 def test_an_empty_table_is_passed_over(router):
     router.load([{"ifindex": 1, "ifname": "lo", "flags": ["LOOPBACK"],
                   "link_type": "loopback", "addr_info": []}],
@@ -244,11 +188,3 @@ def test_an_empty_table_is_passed_over(router):
         assert list(agent.client.walk(table.oid)) == []
         oid = (*table.oid, 1, table.columns[0].number, *(1,) * 4)
         assert agent.client.get(oid).bindings == [Binding(oid, "noSuchInstance")]
-
-
-def test_a_table_of_one_row(router):
-    router.publish()
-    agent = router.agent()
-    assert agent.answers()
-    router.agrees(agent)
-    assert len(agent.tables()[ADDR]) == len(ADDR.columns)

@@ -10,9 +10,9 @@ import time
 
 import pytest
 
+from internet import Asker, Internet, instances, shows, some
 from ovo import routes
 from ovo.daemons import eventually
-from ovo.internet import Asker, Internet, instances, shows, some
 from ovo.routes import VARYING
 
 COUNT = int(os.environ.get("OVO_ROUTES", "200000"))

@@ -68,13 +68,15 @@ def _arcs(body):
     return (min(arcs[0] // 40, 2), arcs[0] - 40 * min(arcs[0] // 40, 2), *arcs[1:])
 
 
-def encode_binding(arcs, kind="NULL", value=None):
+def encode_value(kind, value=None):
     tag = TAGS[kind]
     if tag in _SIGNED | _UNSIGNED:
-        body = integer(value, tag)
-    else:
-        body = tlv(tag, oid_body(value) if tag == OID else value or b"")
-    return tlv(SEQUENCE, tlv(OID, oid_body(arcs)) + body)
+        return integer(value, tag)
+    return tlv(tag, oid_body(value) if tag == OID else value or b"")
+
+
+def encode_binding(arcs, kind="NULL", value=None):
+    return tlv(SEQUENCE, tlv(OID, oid_body(arcs)) + encode_value(kind, value))
 
 
 def take(data, start=0):

@@ -1,4 +1,4 @@
-"""Addresses that come and go by the thousand, and walkers that watch meanwhile."""
+"""Addresses and routes that come and go by the thousand, and walkers that watch meanwhile."""
 
 import collections
 import random
@@ -7,7 +7,6 @@ import threading
 import time
 
 from ovo.ber import dotted
-from ovo.tables import ROUTE
 
 
 def changing_lines(link, seed):
@@ -30,13 +29,14 @@ def changing_lines(link, seed):
 
 
 def changing_routes():
-    """One round: some 800 routes come, change and go, singly and as sets of next hops."""
+    """One round: some 800 routes come, change and go, singly and as sets of next hops in the networks
+    10.40.0.0/24 and 10.41.0.0/24."""
     chance = random.Random(3)
     prefixes = [f"31.{64 + n % 8}.{n // 8}.0/{24 + n % 3}" for n in range(600)]
     prefixes += [f"31.128.{n}.{4 * n % 256}/32" for n in range(200)]
     lines = []
-    for verb, hop in (("add", "via 10.1.0.2"), ("replace", "via 10.2.0.3"),
-                      ("replace", "nexthop via 10.1.0.4 nexthop via 10.2.0.4"), ("del", "")):
+    for verb, hop in (("add", "via 10.40.0.2"), ("replace", "via 10.41.0.3"),
+                      ("replace", "nexthop via 10.40.0.4 nexthop via 10.41.0.4"), ("del", "")):
         chance.shuffle(prefixes)
         lines += [f"route {verb} {prefix} {hop}" for prefix in prefixes]
     return lines
@@ -145,32 +145,3 @@ class Asking(threading.Thread):
         self._end.set()
         self.join()
         self._client.close()
-
-
-class RouteChurn:
-    """Routes that come and go under two walkers, as long as the block, and then some seconds."""
-
-    def __init__(self, router, agent, staying, seconds, rate=1_000):
-        self._churn = Churn(router, changing_routes(), rate, seconds)
-        self._walkers = [Walker(agent, ROUTE, staying, repetitions,
-                                columns=("ipCidrRouteIfIndex", "ipCidrRouteProto"))
-                         for repetitions in (20, 50)]
-
-    def __enter__(self):
-        for one in (self._churn, *self._walkers):
-            one.start()
-        return self
-
-    def __exit__(self, *_):
-        self._churn.join()
-        for walker in self._walkers:
-            walker.end()
-
-    def wrong(self):
-        return [line for walker in self._walkers for line in walker.wrong]
-
-    def walks(self):
-        return sum(walker.walks for walker in self._walkers)
-
-    def changes(self):
-        return self._churn.changes

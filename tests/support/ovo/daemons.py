@@ -131,7 +131,6 @@ class Agent:
                                    "env", *self._environment(), *command)
         if not foreground:
             self.daemon = self._forked()
-        self.sanitized = SANITIZED
         self._client = None
         self._ours = False
         self._read = self._seen = 0

@@ -9,10 +9,10 @@ import tempfile
 
 from ovo import inet_routes, neighbours, routes
 from ovo.addresses import expected
-from ovo.churn import RouteChurn
 from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
 
+MAIN = ("route", "show", "table", "main")
 # Of the random histories; a long run takes more.
 SEEDS = range(int(os.environ.get("OVO_HISTORIES", "2")))
 
@@ -87,14 +87,8 @@ class Router:
             f"link add name {name} type veth peer name {name}-far",
             f"link set {name}-far up", f"link set {name} up")))
 
-    def link_up(self, name):
-        self.ip("link", "set", name, "up")
-
     def link_down(self, name):
         self.ip("link", "set", name, "down")
-
-    def link_del(self, name):
-        self.ip("link", "del", name)
 
     def kernel_links(self):
         """Name, index and whether up and running, of every link."""
@@ -102,43 +96,39 @@ class Router:
             return "UP" in flags and "NO-CARRIER" not in flags
 
         return sorted((link["ifname"], link["ifindex"], runs(link["flags"]))
-                      for link in json.loads(self.ip("-json", "link")))
+                      for link in self._tell("link"))
 
     def kernel_addresses(self):
         """Every link with its addresses, as `ip` tells."""
-        return json.loads(self.ip("-json", "-d", "address"))
+        return self._tell("-d", "address")
 
     def kernel_neighbours(self):
         """The trees that the kernel's neighbours make."""
-        return neighbours.expected(
-            json.loads(self.ip("-json", "neighbour", "show", "nud", "all") or "[]"),
-            {link["ifname"]: link["ifindex"] for link in json.loads(self.ip("-json", "link"))})
+        return neighbours.expected(self._tell("neighbour", "show", "nud", "all"), self._indexes())
 
     def kernel_routes(self, *which):
         """The rows that the kernel's routes make, or `which` of them (`ip route show`)."""
-        return self._rows("-4", "route", "show", "table", "main", *which)
+        return routes.expected(self._tell("-details", "-4", *MAIN, *which), self._tell("nexthop"),
+                               self._indexes())
 
     def kernel_lookup(self, address):
         """The rows of the route that a lookup of the address finds."""
-        return self._rows("route", "get", "fibmatch", address)
-
-    def _rows(self, *what):
-        def tell(*arguments):
-            return json.loads(self.space.run("ip", "-json", *arguments, timeout=120,
-                                             check="get" not in arguments) or "[]")
-
-        return routes.expected(tell("-details", *what), tell("nexthop"),
-                               {link["ifname"]: link["ifindex"] for link in tell("link")})
+        return routes.expected(self._tell("-details", "route", "get", "fibmatch", address),
+                               self._tell("nexthop"), self._indexes())
 
     def kernel_inet_routes(self):
         """The rows of both families that the kernel's routes make, by index."""
-        def tell(*arguments):
-            return json.loads(self.space.run("ip", "-json", *arguments, timeout=120) or "[]")
+        return inet_routes.expected(*(self._tell("-details", family, *MAIN)
+                                      for family in ("-4", "-6")),
+                                    self._tell("nexthop"), self._indexes())
 
-        return inet_routes.expected(
-            tell("-details", "-4", "route", "show", "table", "main"),
-            tell("-details", "-6", "route", "show", "table", "main"), tell("nexthop"),
-            {link["ifname"]: link["ifindex"] for link in tell("link")})
+    def _tell(self, *arguments):
+        """What `ip -json` lists; a lookup may find nothing."""
+        return json.loads(self.space.run("ip", "-json", *arguments, timeout=120,
+                                         check="get" not in arguments) or "[]")
+
+    def _indexes(self):
+        return {link["ifname"]: link["ifindex"] for link in self._tell("link")}
 
     # The publisher.
     def publish(self, *options, user=None, wait=True):
@@ -214,81 +204,67 @@ class Router:
         text = self.ctl("--json", "status", check=False)
         return json.loads(text) if text.strip() else {}
 
-    def published_links(self):
-        """As kernel_links, from the tables."""
-        text = self.ctl("--json", "show", "links", check=False)
-        return sorted((link["name"], link["ifIndex"], link["operUp"])
-                      for link in json.loads(text or "[]"))
-
     # The agent.
     def agent(self, up=True, **options):
         agent = Agent(self, **options)
         self._started.append(agent)
         return agent.up() if up else agent
 
-    def disagreements(self, agent):
-        """Where the agent's address tables are not what the kernel's addresses make them."""
-        trees = expected(self.kernel_addresses())
-        served = agent.tables()
-        return [line for table, tree in trees.items()
-                for line in tree.differences(served[table])]
-
-    def agrees(self, agent, within=1.0):
-        """Waits until the address tables are the kernel's; fails with what is different."""
+    def _comes_to_agree(self, agent, differences, within):
+        """Waits until `differences` gives none, of tables that are the module's; fails with them."""
         found = []
 
         def none():
-            found[:] = self.disagreements(agent)
+            try:
+                found[:] = differences()
+            except KeyError as number:
+                found[:] = [f"nexthop object {number} went between the listings"]
+                return False
             return agent.ours() and not found
 
         assert eventually(none, within), "\n".join(found[:40])
 
+    def agrees(self, agent, within=1.0):
+        """Waits until the address tables are the kernel's; fails with what is different."""
+        def differences():
+            trees = expected(self.kernel_addresses())
+            served = agent.tables()
+            return [line for table, tree in trees.items()
+                    for line in tree.differences(served[table])]
+
+        self._comes_to_agree(agent, differences, within)
+
     def routes_agree(self, agent, within=2.0, columns=range(1, 17)):
         """The same of ipCidrRouteTable; `within` counts from now, after the kernel has ended."""
-        rows, found = [], []
+        rows = []
 
-        def none():
-            try:
-                rows[:] = self.kernel_routes()
-            except KeyError as object:
-                found[:] = [f"nexthop object {object} went between the listings"]
-                return False
-            found[:] = routes.differences(agent.client, rows, columns)
-            return agent.ours() and not found
+        def differences():
+            rows[:] = self.kernel_routes()
+            return routes.differences(agent.client, rows, columns)
 
-        assert eventually(none, within), "\n".join(found)
+        self._comes_to_agree(agent, differences, within)
         return rows
 
     def inet_routes_agree(self, agent, within=2.0):
         """The same of inetCidrRouteTable, whatever ages it tells."""
-        rows, found = {}, []
+        rows = {}
 
-        def none():
-            try:
-                rows.clear()
-                rows.update(self.kernel_inet_routes())
-            except KeyError as object:
-                found[:] = [f"nexthop object {object} went between the listings"]
-                return False
-            found[:] = inet_routes.differences(agent.client, rows)
-            return agent.ours() and not found
+        def differences():
+            rows.clear()
+            rows.update(self.kernel_inet_routes())
+            return inet_routes.differences(agent.client, rows)
 
-        assert eventually(none, within), "\n".join(found[:40])
+        self._comes_to_agree(agent, differences, within)
         return rows
 
     def neighbours_agree(self, agent, within=6.0):
         """The same of ipNetToMediaTable and ipNetToPhysicalTable; what is served."""
-        served, found = [], []
+        served = []
 
-        def none():
+        def differences():
             served[:] = neighbours.served(agent.client)
-            found[:] = [line for tree, rows in zip(self.kernel_neighbours(), served)
-                        for line in tree.differences(rows)]
-            return agent.ours() and not found
+            return [line for tree, rows in zip(self.kernel_neighbours(), served)
+                    for line in tree.differences(rows)]
 
-        assert eventually(none, within), "\n".join(found[:40])
+        self._comes_to_agree(agent, differences, within)
         return served
-
-    def churn_of_routes(self, agent, staying, seconds=4):
-        """Routes that come and go beside those that stay, under walkers; a context."""
-        return RouteChurn(self, agent, staying, seconds)

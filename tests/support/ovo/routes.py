@@ -8,9 +8,9 @@ import ipaddress
 from typing import NamedTuple
 
 from ovo import ber
+from ovo.kernel_routes import in_use
 from ovo.tables import ROUTE, ROUTE_NUMBER, Tree
 
-VIAS_MAX = 128
 # ipCidrRouteProto and the usual administrative distance, by rtm_protocol.
 PROTOCOLS = {"kernel": (2, 0), "boot": (3, 1), "static": (3, 1), "bgp": (14, 20),
              "eigrp": (1, 90), "babel": (1, 100), "ospf": (13, 110), "isis": (1, 115),
@@ -43,9 +43,6 @@ def octets(number):
 
 
 def address(text):
-    """0 for an IPv6 next hop: an IPv4 row has no place for it."""
-    if ":" in text:
-        return 0
     a, b, c, d = text.split(".")
     return int(a) << 24 | int(b) << 16 | int(c) << 8 | int(d)
 
@@ -57,74 +54,22 @@ def destination(text):
     return address(base), int(length or 32)
 
 
-def _hop(entry):
-    """The next hop and the link of a route, of one of its next hops or of a nexthop object."""
-    return address(entry.get("gateway", "0.0.0.0")), entry.get("dev")
-
-
-class _Hops:
-    """Next hops of routes: their own that are alive, or those of the nexthop object they name."""
-
-    def __init__(self, nexthops):
-        self._objects = {one["id"]: one for one in nexthops}
-
-    def of(self, route):
-        if "nhid" in route and self._objects:
-            return self._of_object(route["nhid"])
-        return [_hop(one) for one in route.get("nexthops", [route])
-                if "dead" not in one.get("flags", ())]
-
-    def _of_object(self, number):
-        one = self._objects[number]
-        if "group" in one:
-            return [hop for member in one["group"] for hop in self._of_object(member["id"])]
-        return [_hop(one)]
-
-
-def _chosen(routes, hops):
-    """One route a prefix, with its next hops: of the lowest metric, of these without TOS, of these
-    the first that either has a next hop alive or needs none."""
-    best = {}
-    for place, route in enumerate(routes):
-        sends = any(name in route for name in ("dev", "nexthops", "gateway", "nhid"))
-        vias = hops.of(route) if sends else []
-        if sends and not vias:
-            continue
-        rank = route.get("metric", 0), "tos" in route, place
-        key = route["dst"]
-        if key not in best or rank < best[key][0]:
-            best[key] = rank, route, vias
-    return ((route, vias) for _, route, vias in best.values())
-
-
-def expected(routes, nexthops, links):
+def expected(listed, nexthops, links):
     """The rows in their order. `links`: index by name; a link that is not there has no rows."""
-    hops = _Hops(nexthops)
     rows = {}
-    for route, vias in _chosen(routes, hops):
-        if route.get("type", "unicast") != "unicast":
+    for network, _, route, kind, vias in in_use(4, listed, nexthops, links):
+        if kind != "unicast":
             continue
-        dest, length = destination(route["dst"])
+        dest, length = int(network.network_address), network.prefixlen
         protocol, preference = PROTOCOLS.get(route.get("protocol", "boot"), OTHERS)
-        for hop, link in vias[:VIAS_MAX]:
+        for gateway, link in vias:
+            # An IPv4 row has no place for an IPv6 next hop.
+            hop = int(gateway) if gateway is not None and gateway.version == 4 else 0
             key = dest, length, hop
             if link in links and key not in rows:
                 rows[key] = Row(dest, MASKS[length], hop, links[link], protocol,
                                 route.get("metric", 0), preference)
     return [rows[key] for key in sorted(rows)]
-
-
-def of_batch(lines, links):
-    """The rows of lines as made_routes makes them, each prefix once."""
-    rows = []
-    hops = _Remembering(address)
-    for line in lines:
-        _, _, prefix, _, hop, _, link, _, protocol, _, metric = line.split()
-        dest, length = destination(prefix)
-        number, preference = PROTOCOLS[protocol]
-        rows.append(Row(dest, MASKS[length], hops[hop], links[link], number, int(metric),
-                        preference))
-    return rows
 
 
 class _Remembering(dict):
@@ -142,14 +87,17 @@ class _Remembering(dict):
 # The columns that differ from row to row; the others are constants.
 VARYING = (5, 7, 11, 12)
 _ARC = [ber.oid_body((0, 0, number))[1:] for number in range(256)]
-_CONSTANTS = {3: 0, 6: 1, 8: -1, 10: 0, 13: -1, 14: -1, 15: -1, 16: 1}
 
 
 def tree(rows):
     """The table with its sixteen columns, for a few rows."""
-    return Tree(ROUTE, {row.index(): (
-        octets(row.dest), octets(row.mask), 0, octets(row.next_hop), row.if_index, 1, row.protocol,
-        -1, (0, 0), 0, _signed(row.metric), row.preference, -1, -1, -1, 1) for row in rows})
+    return Tree(ROUTE, {row.index(): _values(row) for row in rows})
+
+
+def _values(row):
+    """In the order of the columns."""
+    return (octets(row.dest), octets(row.mask), 0, octets(row.next_hop), row.if_index, 1,
+            row.protocol, -1, (0, 0), 0, _signed(row.metric), row.preference, -1, -1, -1, 1)
 
 
 def _signed(number):
@@ -162,25 +110,6 @@ def _arcs(number):
 
 
 _FEW = _Remembering(_arcs)  # masks and next hops
-_INTEGERS = _Remembering(lambda number: ber.integer(_signed(number)))
-
-
-def _address_value(number):
-    return ber.tlv(ber.IP_ADDRESS, octets(number))
-
-
-_VALUES = {
-    1: lambda row: _address_value(row.dest),
-    2: lambda row: _address_value(row.mask),
-    4: lambda row: _address_value(row.next_hop),
-    5: lambda row: _INTEGERS[row.if_index],
-    7: lambda row: _INTEGERS[row.protocol],
-    9: lambda row, zero=ber.tlv(ber.OID, b"\0"): zero,
-    11: lambda row: _INTEGERS[row.metric],
-    12: lambda row: _INTEGERS[row.preference],
-    **{number: lambda row, value=ber.integer(constant): value
-       for number, constant in _CONSTANTS.items()},
-}
 
 
 def indexes(rows):
@@ -191,10 +120,11 @@ def indexes(rows):
 def bindings(number, rows, encoded_indexes):
     """A column as the agent should answer it: one encoded binding a row."""
     head = ber.oid_body((*ROUTE.oid, 1, number))
-    value_of = _VALUES[number]
+    kind = ROUTE.columns[number - 1].kind
+    encoded = _Remembering(lambda value: ber.encode_value(kind, value))
     result = []
     for row, index in zip(rows, encoded_indexes):
-        value = value_of(row)
+        value = encoded[_values(row)[number - 1]]
         name = len(head) + len(index)
         result.append(bytes((0x30, name + 2 + len(value), 0x06, name)) + head + index + value)
     return result

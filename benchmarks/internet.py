@@ -7,7 +7,8 @@ import os
 import random
 import time
 
-from ovo import made_routes, routes
+import made_routes
+from ovo.routes import MASKS, PROTOCOLS, Row, address, destination
 from ovo.snmp import Silence
 from ovo.tables import ROUTE
 
@@ -37,7 +38,7 @@ class Internet:
 
     def rows(self, lines):
         """The rows of the links and of these lines."""
-        return sorted(self.connected() + routes.of_batch(lines, self.links()))
+        return sorted(self.connected() + of_batch(lines, self.links()))
 
     def take(self, lines, verb=None):
         """Gives the lines to the kernel, with another verb if need be; the time of its end."""
@@ -56,6 +57,18 @@ class Internet:
         hops = [line.split(" via ")[1] for line in lines]
         return [f"{line.split(' via ')[0]} via {hop}"
                 for line, hop in zip(lines, hops[1:] + hops[:1])]
+
+
+def of_batch(lines, links):
+    """The rows of lines as made_routes makes them, each prefix once."""
+    rows = []
+    for line in lines:
+        _, _, prefix, _, hop, _, link, _, protocol, _, metric = line.split()
+        dest, length = destination(prefix)
+        number, preference = PROTOCOLS[protocol]
+        rows.append(Row(dest, MASKS[length], address(hop), links[link], number, int(metric),
+                        preference))
+    return rows
 
 
 def some(rows, count=300, seed=1):
