@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <ctime>
 #include <utility>
 
 #include <fcntl.h>
@@ -33,12 +32,6 @@ Descriptor openLockFile(std::filesystem::path const& file) {
   throw PublisherRunningException(
       fmt::format("{}: {} (pid {}) publishes here already; stop it or choose another run directory",
                   runDir.string(), other.name.empty() ? "another program" : other.name, other.pid));
-}
-
-double sinceStart() {
-  timespec time{};
-  clock_gettime(CLOCK_BOOTTIME, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 std::string oneLine(std::string text) {
@@ -75,7 +68,7 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
     if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
     predecessorFailed_ = before->opening;
   }
-  head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceStart(),
+  head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceMachineStart(),
                       oneLine(publisher.name));
   if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);
   if (!write(text())) throwCode(errno, file_, "write");
@@ -94,8 +87,8 @@ void PublisherLock::opened() {
 }
 
 std::string PublisherLock::text() const {
-  return fmt::format("{}{}seen={:.3f}\n{}", head_, isOpening_ ? "opening=1\n" : "", sinceStart(),
-                     told_);
+  return fmt::format("{}{}seen={:.3f}\n{}", head_, isOpening_ ? "opening=1\n" : "",
+                     sinceMachineStart(), told_);
 }
 
 bool PublisherLock::write(std::string const& text) const {
@@ -105,7 +98,7 @@ bool PublisherLock::write(std::string const& text) const {
 
 bool PublisherLock::tell(SignOfLife const& sign) {
   double const before = exactAt_;
-  if (std::isfinite(sign.exactAge)) exactAt_ = sinceStart() - sign.exactAge;
+  if (std::isfinite(sign.exactAge)) exactAt_ = sinceMachineStart() - sign.exactAge;
   told_ = fmt::format("exact={:.3f}\n", exactAt_);
   if (!sign.trouble.empty()) told_ += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
   for (auto const& [name, count] : sign.counters)

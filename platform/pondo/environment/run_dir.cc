@@ -77,6 +77,12 @@ void asEpoch(PublisherInfo& info) {
   if (info.exactAt && *info.exactAt > 0) *info.exactAt += start;
 }
 
+double secondsOf(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 bool isLocked(int fd, std::filesystem::path const& file) {
   struct flock lock {};
   lock.l_type = F_WRLCK;
@@ -99,14 +105,9 @@ double PublisherInfo::age(double now) const {
   return std::max(0.0, now - (exactAt && *exactAt > 0 ? *exactAt : seenAt));
 }
 
-double machineStart() {
-  timespec sinceStart{};
-  clock_gettime(CLOCK_BOOTTIME, &sinceStart);
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  return static_cast<double>(now.tv_sec - sinceStart.tv_sec) +
-         static_cast<double>(now.tv_nsec - sinceStart.tv_nsec) * 1e-9;
-}
+double sinceMachineStart() { return secondsOf(CLOCK_BOOTTIME); }
+
+double machineStart() { return secondsOf(CLOCK_REALTIME) - sinceMachineStart(); }
 
 std::filesystem::path defaultRunDir() {
   char const* const set = std::getenv("KELBASE_RUNDIR");

@@ -36,9 +36,12 @@ enum class Keeping {
   gone,      // no publisher
 };
 
+/// Seconds since the machine's start (CLOCK_BOOTTIME, clock_gettime(2)). The times in
+/// publisher.lock are counted so, and a clock that somebody sets makes no publisher old, or young
+/// for ever. Never a simulated time (platform/mav/time.h): that ends with the process, and the
+/// file's other side is another one.
+double sinceMachineStart();
 /// The time when the machine started, by its clock as that is set now: seconds since the epoch.
-/// Processes tell one another times counted from there (CLOCK_BOOTTIME, clock_gettime(2)), so that
-/// a clock that somebody sets makes no publisher old, or young for ever.
 double machineStart();
 
 /// What publisher.lock says. Times are seconds since the epoch, by the clock as it was set when
