@@ -18,6 +18,7 @@
 
 #include "model/ip_forward_mib.h"
 #include "platform/mav/activity.h"
+#include "platform/mav/ordered_map_cursor.h"
 #include "platform/pondo/fib/fec_route_list_sm.h"
 
 namespace IpSnmp {

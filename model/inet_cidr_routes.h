@@ -17,7 +17,7 @@
 #include "model/inet_cidr_route_table_index.h"
 #include "model/ip_cidr_route_table_entry.h"
 #include "platform/dovel/prefix.h"
-#include "platform/mav/ordered_map.h"
+#include "platform/mav/ordered_map_cursor.h"
 
 namespace IpSnmp {
 

@@ -9,6 +9,7 @@
 #include "model/ip_cidr_route_table_entry.h"
 #include "platform/dovel/prefix.h"
 #include "platform/mav/announced_map.h"
+#include "platform/mav/ordered_map_cursor.h"
 
 namespace IpSnmp {
 

@@ -20,8 +20,8 @@
 #include <utility>
 
 #include <absl/container/btree_map.h>
-#include <absl/types/compare.h>
 
+#include "platform/mav/key_order.h"
 #include "platform/mav/object.h"
 
 namespace Mav {
@@ -35,39 +35,6 @@ struct ConstMapped {
 template <class Entry>
 struct ConstMapped<Ptr<Entry>> {
   using Type = Ptr<Entry const>;
-};
-
-/// A place in the order of keys, which need not be a key: order(key) tells how a key stands to it.
-template <class Order>
-struct Bound {
-  Order const& order;
-};
-
-/// One three-way comparison for each step of a descent, which ends early on equality.
-struct KeyOrder {
-  using is_transparent = void;  // a Bound descends too
-
-  template <class Key>
-  absl::weak_ordering operator()(Key const& a, Key const& b) const {
-    return from(a <=> b);
-  }
-  template <class Key, class Order>
-  absl::weak_ordering operator()(Key const& key, Bound<Order> const& bound) const {
-    return from(bound.order(key));
-  }
-  template <class Key, class Order>
-  absl::weak_ordering operator()(Bound<Order> const& bound, Key const& key) const {
-    auto const order = bound.order(key);
-    if (order < 0) return absl::weak_ordering::greater;
-    return order > 0 ? absl::weak_ordering::less : absl::weak_ordering::equivalent;
-  }
-
- private:
-  template <class Ordering>
-  static absl::weak_ordering from(Ordering order) {
-    if (order < 0) return absl::weak_ordering::less;
-    return order > 0 ? absl::weak_ordering::greater : absl::weak_ordering::equivalent;
-  }
 };
 }  // namespace Detail
 
@@ -84,7 +51,7 @@ class OrderedMap {
   class BasicIterator;
   using Iterator = BasicIterator<Mapped>;
   using IteratorConst = BasicIterator<MappedConst>;
-  class Cursor;
+  class Cursor;  // ordered_map_cursor.h
 
   OrderedMap() = default;
   /// The map is empty and whole when its entries go: they may look into it.
@@ -177,65 +144,6 @@ class OrderedMap {
  private:
   Tree tree_;
   std::uint64_t modifications_ = 0;  // of the set of keys
-};
-
-/// Stands before a row, or at the end, and changes rows there: work that is done in the order of
-/// keys costs no descent. When somebody else changes the set of keys, the cursor stands nowhere
-/// until it seeks again. Iterators of the map survive what it does as they survive any other
-/// change. It must not outlive its map.
-template <class KeyType, class MappedType>
-class OrderedMap<KeyType, MappedType>::Cursor {
- public:
-  /// Stands nowhere: seek() comes first.
-  explicit Cursor(OrderedMap& map) : map_(map), position_(map.tree_.end()) {}
-
-  /// Goes to the first row whose key is not less than `key`. That costs a descent, or none when the
-  /// cursor stands there already, or one row before.
-  void seek(Key const& key) {
-    if (isUnmoved() && (isPlaceOf(key) || isNextPlaceOf(key))) return;
-    position_ = map_.tree_.lower_bound(key);
-    modifications_ = map_.modifications_;
-  }
-
-  /// True when it stands before a row, whose key and value are valid until the next change.
-  explicit operator bool() const { return position_ != map_.tree_.end(); }
-  Key const& key() const { return position_->first; }
-  Mapped const& value() const { return position_->second; }
-
-  /// Goes to the next row.
-  void step() { ++position_; }
-  /// Gives the row another value.
-  void replace(Mapped value) { std::swap(position_->second, value); }
-  /// Erases the row and goes to the next one.
-  void erase() {
-    [[maybe_unused]] Mapped const erased = std::move(position_->second);  // destroyed at the end
-    position_ = map_.tree_.erase(position_);
-    modifications_ = ++map_.modifications_;
-  }
-  /// Inserts a row before the one that it stands on, and stays there. `key` is new, and the last
-  /// seek() was to it.
-  void insert(Key const& key, Mapped value) {
-    position_ = std::next(map_.tree_.try_emplace(position_, key, std::move(value)));
-    modifications_ = ++map_.modifications_;
-  }
-
- private:
-  bool isUnmoved() const { return modifications_ == map_.modifications_; }
-  bool isPlaceOf(Key const& key) const {
-    if (position_ != map_.tree_.end() && position_->first < key) return false;
-    return position_ == map_.tree_.begin() || std::prev(position_)->first < key;
-  }
-  bool isNextPlaceOf(Key const& key) {
-    if (position_ == map_.tree_.end() || !(position_->first < key)) return false;
-    auto const next = std::next(position_);
-    if (next != map_.tree_.end() && next->first < key) return false;
-    position_ = next;
-    return true;
-  }
-
-  OrderedMap& map_;
-  typename Tree::iterator position_;
-  std::uint64_t modifications_ = 0;
 };
 
 /// Stands on a row, or at the end, where it is false, has neither key nor value, and stays.

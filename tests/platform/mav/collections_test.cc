@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/mav/ordered_map.h"
+#include "platform/mav/ordered_map_cursor.h"
 
 namespace {
 
