@@ -3,6 +3,7 @@
 #include <array>
 
 #include "handlers/trace.h"
+#include "platform/snmp/callback.h"
 #include "platform/snmp/set_value.h"
 
 namespace IpSnmp {
@@ -38,10 +39,8 @@ int get(EntityScalar const& scalar, void const* entity, netsnmp_request_info* re
   return SNMP_ERR_NOERROR;
 }
 
-}  // namespace
-
-int answerScalar(EntityScalar const& scalar, void const* entity, int mode,
-                 netsnmp_request_info* requests) {
+int answer(EntityScalar const& scalar, void const* entity, int mode,
+           netsnmp_request_info* requests) {
   if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
     SCALAR_TRACE("SET is not configured for " << scalar.object);
     // The error travels in the request; the callback itself has done its work.
@@ -51,6 +50,16 @@ int answerScalar(EntityScalar const& scalar, void const* entity, int mode,
   if (mode == MODE_GET) return get(scalar, entity, requests);
   SCALAR_TRACE("unknown mode from request: " << mode);
   return generalError(requests);
+}
+
+}  // namespace
+
+int answerScalar(EntityScalar const& scalar, netsnmp_handler_registration const* registration,
+                 netsnmp_agent_request_info const* request,
+                 netsnmp_request_info* requests) noexcept {
+  return Snmp::guarded(scalar.handler, requests, [&] {
+    return answer(scalar, registration->my_reg_void, request->mode, requests);
+  });
 }
 
 }  // namespace IpSnmp

@@ -1,16 +1,23 @@
 #pragma once
 // A scalar that is one attribute of an entity: ipForwarding and ipv6IpForwarding (RFC 4293),
-// ipCidrRouteNumber and inetCidrRouteNumber (RFC 4292).
+// ipCidrRouteNumber and inetCidrRouteNumber (RFC 4292). A unit declares it as a constant, registers
+// it, and has its callback answer from it. On snmpd's thread.
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
+#include "handlers/unit_registration.h"
+#include "platform/mav/object.h"
 #include "platform/snmp/convert.h"
 #include "platform/snmp/net_snmp.h"
+#include "platform/snmp/snmp_util.h"
 
 namespace IpSnmp {
 
 struct EntityScalar {
+  std::span<oid const> objectId;
+  int modes;  // of net-snmp: HANDLER_CAN_RONLY, HANDLER_CAN_RWRITE
   // What it calls itself and its source, in traces.
   char const* object;     // "ipForwarding"
   char const* handler;    // "handle_ipForwarding"
@@ -25,9 +32,12 @@ struct EntityScalar {
 
 /// How many rows there are, which `count` has of an Entity, as a Gauge32.
 template <class Entity, auto count>
-constexpr EntityScalar rowCount(char const* object, char const* handler, char const* entityType,
+constexpr EntityScalar rowCount(std::span<oid const> objectId, char const* object,
+                                char const* handler, char const* entityType,
                                 char const* attribute) {
-  return {object,
+  return {objectId,
+          HANDLER_CAN_RONLY,
+          object,
           handler,
           Entity::path,
           entityType,
@@ -40,9 +50,19 @@ constexpr EntityScalar rowCount(char const* object, char const* handler, char co
           }};
 }
 
-/// Answers a request of net-snmp mode `mode`; `entity` may be null. Acts on the first request: the
-/// scalar helper delivers one. Returns the handler's status.
-int answerScalar(EntityScalar const& scalar, void const* entity, int mode,
-                 netsnmp_request_info* requests);
+/// Registers the scalar with the entity that stands at the entity's path; without one, requests
+/// fail with genErr.
+template <class Entity>
+void registerScalar(EntityScalar const& scalar, Netsnmp_Node_Handler* callback) {
+  auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
+  registerScalar(scalar.object, callback, scalar.objectId, scalar.modes, entity.get());
+}
+
+/// The body of the scalar's callback. Reads the entity in `registration->my_reg_void`, which may be
+/// null, and refuses every SET with notWritable. Acts on the first request: net-snmp's scalar
+/// helper delivers one. Returns the handler's status.
+int answerScalar(EntityScalar const& scalar, netsnmp_handler_registration const* registration,
+                 netsnmp_agent_request_info const* request,
+                 netsnmp_request_info* requests) noexcept;
 
 }  // namespace IpSnmp

@@ -4,12 +4,9 @@
 
 #include "handlers/entity_scalar.h"
 #include "handlers/ip_forward_mib/inet_cidr_route_table.h"
-#include "handlers/unit_registration.h"
 #include "model/ip_forward_mib.h"
-#include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
-#include "platform/snmp/snmp_util.h"
 
 namespace {
 
@@ -18,7 +15,8 @@ constexpr std::array<oid, 9> inetCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 7};
 
 std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.inetCidrRoutes().size(); }
 constexpr auto inetCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
-    "inetCidrRouteNumber", "handle_inetCidrRouteNumber", "IpSnmp::IpForwardMib", "inetCidrRoutes");
+    inetCidrRouteNumberOid, "inetCidrRouteNumber", "handle_inetCidrRouteNumber",
+    "IpSnmp::IpForwardMib", "inetCidrRoutes");
 
 class InetForward_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
@@ -34,10 +32,7 @@ void init_InetForward() {
   Snmp::debugInitializing("InetForward", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, inetCidrRouteNumberOid);
   IpSnmp::traceInitializing(__func__, inetCidrRouteTableOid);
-  auto const mib = Mav::objectCast<IpSnmp::IpForwardMib>(
-      SnmpUtil::getEntityRelative(IpSnmp::IpForwardMib::path));
-  IpSnmp::registerScalar(inetCidrRouteNumber.object, handle_inetCidrRouteNumber,
-                         inetCidrRouteNumberOid, HANDLER_CAN_RONLY, mib.get());
+  IpSnmp::registerScalar<IpSnmp::IpForwardMib>(inetCidrRouteNumber, handle_inetCidrRouteNumber);
   initialize_table_inetCidrRouteTable();
 }
 
@@ -45,8 +40,5 @@ int handle_inetCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
                                netsnmp_handler_registration* scalarRegistration,
                                netsnmp_agent_request_info* request,
                                netsnmp_request_info* requests) noexcept {
-  return Snmp::guarded(__func__, requests, [&] {
-    return IpSnmp::answerScalar(inetCidrRouteNumber, scalarRegistration->my_reg_void, request->mode,
-                                requests);
-  });
+  return IpSnmp::answerScalar(inetCidrRouteNumber, scalarRegistration, request, requests);
 }

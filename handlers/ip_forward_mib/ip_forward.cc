@@ -4,12 +4,9 @@
 
 #include "handlers/entity_scalar.h"
 #include "handlers/ip_forward_mib/ip_cidr_route_table.h"
-#include "handlers/unit_registration.h"
 #include "model/ip_forward_mib.h"
-#include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
-#include "platform/snmp/snmp_util.h"
 
 namespace {
 
@@ -18,7 +15,8 @@ constexpr std::array<oid, 9> ipCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 4};
 
 std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.ipCidrRouteTables(); }
 constexpr auto ipCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
-    "ipCidrRouteNumber", "handle_ipCidrRouteNumber", "IpSnmp::IpForwardMib", "ipCidrRouteTables");
+    ipCidrRouteNumberOid, "ipCidrRouteNumber", "handle_ipCidrRouteNumber", "IpSnmp::IpForwardMib",
+    "ipCidrRouteTables");
 
 class IpForward_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
@@ -34,10 +32,7 @@ void init_IpForward() {
   Snmp::debugInitializing("IpForward", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, ipCidrRouteNumberOid);
   IpSnmp::traceInitializing(__func__, ipCidrRouteTableOid);
-  auto const mib = Mav::objectCast<IpSnmp::IpForwardMib>(
-      SnmpUtil::getEntityRelative(IpSnmp::IpForwardMib::path));
-  IpSnmp::registerScalar(ipCidrRouteNumber.object, handle_ipCidrRouteNumber, ipCidrRouteNumberOid,
-                         HANDLER_CAN_RONLY, mib.get());
+  IpSnmp::registerScalar<IpSnmp::IpForwardMib>(ipCidrRouteNumber, handle_ipCidrRouteNumber);
   initialize_table_ipCidrRouteTable();
 }
 
@@ -45,8 +40,5 @@ int handle_ipCidrRouteNumber(netsnmp_mib_handler* /*handler*/,
                              netsnmp_handler_registration* scalarRegistration,
                              netsnmp_agent_request_info* request,
                              netsnmp_request_info* requests) noexcept {
-  return Snmp::guarded(__func__, requests, [&] {
-    return IpSnmp::answerScalar(ipCidrRouteNumber, scalarRegistration->my_reg_void, request->mode,
-                                requests);
-  });
+  return IpSnmp::answerScalar(ipCidrRouteNumber, scalarRegistration, request, requests);
 }

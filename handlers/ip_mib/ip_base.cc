@@ -2,7 +2,6 @@
 
 #include <array>
 #include <span>
-#include <string_view>
 
 #include "handlers/entity_scalar.h"
 #include "handlers/ip_conversions.h"
@@ -10,11 +9,8 @@
 #include "handlers/ip_mib/ip_address_prefix_table.h"
 #include "handlers/ip_mib/ip_address_table.h"
 #include "handlers/ip_mib/ip_net_to_media_table.h"
-#include "handlers/unit_registration.h"
-#include "platform/snmp/callback.h"
 #include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
-#include "platform/snmp/snmp_util.h"
 #include "platform/state/entities/routing6_config.h"
 #include "platform/state/entities/routing_config.h"
 
@@ -33,10 +29,14 @@ Snmp::AutoRegistree const registree(&registration);
 
 using IpSnmp::EntityScalar;
 
-/// The two differ by name and entity.
+// The two differ by name and entity. They are read-write although every SET is refused: so the
+// refusal is the handler's notWritable, as befits an object that the MIB calls writable.
 template <class Config>
-constexpr EntityScalar forwarding(char const* object, char const* handler, char const* entityType) {
-  return {object,
+constexpr EntityScalar forwarding(std::span<oid const> objectId, char const* object,
+                                  char const* handler, char const* entityType) {
+  return {objectId,
+          HANDLER_CAN_RWRITE,
+          object,
           handler,
           Config::path,
           entityType,
@@ -49,19 +49,10 @@ constexpr EntityScalar forwarding(char const* object, char const* handler, char 
           }};
 }
 
-constexpr EntityScalar ipForwarding =
-    forwarding<Routing::Config>("ipForwarding", "handle_ipForwarding", "Routing::Config");
-constexpr EntityScalar ipv6IpForwarding =
-    forwarding<Routing6::Config>("ipv6IpForwarding", "handle_ipv6IpForwarding", "Routing6::Config");
-
-// Read-write, although every SET is refused: so the refusal is the handler's notWritable, as
-// befits an object that the MIB calls writable.
-template <class Config>
-void registerForwarding(EntityScalar const& scalar, Netsnmp_Node_Handler* handler,
-                        std::span<oid const> objectId) {
-  auto const config = Mav::objectCast<Config>(SnmpUtil::getEntityRelative(Config::path));
-  IpSnmp::registerScalar(scalar.object, handler, objectId, HANDLER_CAN_RWRITE, config.get());
-}
+constexpr EntityScalar ipForwarding = forwarding<Routing::Config>(
+    ipForwardingOid, "ipForwarding", "handle_ipForwarding", "Routing::Config");
+constexpr EntityScalar ipv6IpForwarding = forwarding<Routing6::Config>(
+    ipv6IpForwardingOid, "ipv6IpForwarding", "handle_ipv6IpForwarding", "Routing6::Config");
 
 }  // namespace
 
@@ -69,9 +60,8 @@ void init_IpBase() {
   Snmp::debugInitializing("IpBase", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, ipForwardingOid);
   IpSnmp::traceInitializing(__func__, ipv6IpForwardingOid);
-  registerForwarding<Routing::Config>(ipForwarding, handle_ipForwarding, ipForwardingOid);
-  registerForwarding<Routing6::Config>(ipv6IpForwarding, handle_ipv6IpForwarding,
-                                       ipv6IpForwardingOid);
+  IpSnmp::registerScalar<Routing::Config>(ipForwarding, handle_ipForwarding);
+  IpSnmp::registerScalar<Routing6::Config>(ipv6IpForwarding, handle_ipv6IpForwarding);
   initialize_table_ipAddrTable();
   initialize_table_ipNetToMediaTable();
   initialize_table_ipAddressPrefixTable();
@@ -82,18 +72,12 @@ int handle_ipForwarding(netsnmp_mib_handler* /*handler*/,
                         netsnmp_handler_registration* scalarRegistration,
                         netsnmp_agent_request_info* request,
                         netsnmp_request_info* requests) noexcept {
-  return Snmp::guarded(__func__, requests, [&] {
-    return IpSnmp::answerScalar(ipForwarding, scalarRegistration->my_reg_void, request->mode,
-                                requests);
-  });
+  return IpSnmp::answerScalar(ipForwarding, scalarRegistration, request, requests);
 }
 
 int handle_ipv6IpForwarding(netsnmp_mib_handler* /*handler*/,
                             netsnmp_handler_registration* scalarRegistration,
                             netsnmp_agent_request_info* request,
                             netsnmp_request_info* requests) noexcept {
-  return Snmp::guarded(__func__, requests, [&] {
-    return IpSnmp::answerScalar(ipv6IpForwarding, scalarRegistration->my_reg_void, request->mode,
-                                requests);
-  });
+  return IpSnmp::answerScalar(ipv6IpForwarding, scalarRegistration, request, requests);
 }
