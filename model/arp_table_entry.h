@@ -5,7 +5,7 @@
 
 #include "model/arp_table_index.h"
 #include "platform/mav/object.h"
-#include "platform/state/entities/arp_intf_status.h"
+#include "platform/state/entities/arp_neighbor_dir.h"
 
 namespace IpSnmp {
 

@@ -1,7 +1,6 @@
 #include "handlers/brivet/ip_sw_forwarding.h"
 
 #include "handlers/brivet/brivet_sw_fwd_ip_stats_table.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 
 namespace {

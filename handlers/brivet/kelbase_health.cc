@@ -8,7 +8,6 @@
 #include "handlers/unit_registration.h"
 #include "model/health.h"
 #include "platform/snmp/callback.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 #include "platform/snmp/set_value.h"
 #include "platform/snmp/snmp_util.h"

@@ -5,7 +5,6 @@
 #include "handlers/entity_scalar.h"
 #include "handlers/ip_forward_mib/ip_cidr_route_table.h"
 #include "model/ip_forward_mib.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 
 namespace {

@@ -1,7 +1,6 @@
 #include "handlers/ip_mib/inet_base.h"
 
 #include "handlers/ip_mib/ip_net_to_physical_table.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
 
 namespace {

@@ -9,9 +9,7 @@
 #include "handlers/ip_mib/ip_address_prefix_table.h"
 #include "handlers/ip_mib/ip_address_table.h"
 #include "handlers/ip_mib/ip_net_to_media_table.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/handler_registration.h"
-#include "platform/state/entities/routing6_config.h"
 #include "platform/state/entities/routing_config.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/dovel/addr_with_mask.h"
 #include "platform/dovel/ip6_prefix.h"
 #include "platform/dovel/prefix.h"
 

@@ -4,6 +4,8 @@
 
 #include <absl/container/inlined_vector.h>
 
+#include "platform/snmp/net_snmp.h"
+
 namespace Snmp {
 
 namespace {
@@ -25,6 +27,14 @@ AutoRegistree::AutoRegistree(HandlerRegistration* registration) : registration_(
 AutoRegistree::~AutoRegistree() {
   auto& all = list();
   all.erase(std::remove(all.begin(), all.end(), registration_), all.end());
+}
+
+void debugInitializing(char const* unit, char const* function, int line) {
+  if (snmp_get_do_debugging() == 0) return;
+  debugmsgtoken("trace", "%s(): %s, %d:\n", function, unit, line);
+  debugmsg("trace", "%s(): %s, %d:\n", function, unit, line);
+  debugmsgtoken(unit, "Initializing\n");
+  debugmsg(unit, "Initializing\n");
 }
 
 std::span<HandlerRegistration* const> handlerRegistrations() { return list(); }

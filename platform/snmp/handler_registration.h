@@ -37,6 +37,10 @@ class AutoRegistree {
   HandlerRegistration* const registration_;
 };
 
+/// What net-snmp's own modules say when they initialise, for `snmpd -D`: the function trace under
+/// the token "trace", then "Initializing" under the unit's own. Silent unless debugging is on.
+void debugInitializing(char const* unit, char const* function, int line);
+
 /// All that are entered.
 std::span<HandlerRegistration* const> handlerRegistrations();
 

@@ -15,7 +15,6 @@
 #include "platform/mav/directory.h"
 #include "platform/snmp/framework.h"
 #include "platform/snmp/registrations.h"
-#include "platform/state/entities/routing6_config.h"
 #include "platform/state/entities/routing_config.h"
 #include "tests/handlers/agent_request.h"
 #include "tests/handlers/traces.h"

@@ -7,7 +7,7 @@
 #include "kelbase/netlink/model_source.h"
 #include "kelbase/publish/address_rows.h"
 #include "kelbase/publish/on_links_view.h"
-#include "platform/dovel/ip_addr_with_mask.h"
+#include "platform/dovel/addr_with_mask.h"
 #include "tests/kelbase/netlink_builder.h"
 
 namespace Kelbase {

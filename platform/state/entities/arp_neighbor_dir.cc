@@ -2,6 +2,12 @@
 
 namespace Arp {
 
+Mav::AttributeTable const& ArpIntfStatus::attributeTable() const {
+  static Mav::AttributeTable const table{
+      Mav::collectionAttribute<nullptr, &ArpIntfStatus::arpEntryDel>("arpEntry")};
+  return table;
+}
+
 Mav::AttributeTable const& NeighborDir::attributeTable() const {
   static Mav::AttributeTable const table{
       Mav::collectionAttribute<&NeighborDir::arpIntfStatusIs, &NeighborDir::arpIntfStatusDel>(

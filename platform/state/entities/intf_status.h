@@ -37,7 +37,13 @@ class IntfStatus : public Mav::Entity {
   }
 
   std::string_view typeName() const override { return "Interface::IntfStatus"; }
-  Mav::AttributeTable const& attributeTable() const override;
+  Mav::AttributeTable const& attributeTable() const override {
+    static Mav::AttributeTable const table{
+        Mav::plainAttribute<&IntfStatus::intfId>("intfId"),
+        Mav::plainAttribute<&IntfStatus::ifIndex>("ifIndex"),
+        Mav::plainAttribute<&IntfStatus::operUp, &IntfStatus::operUpIs>("operUp")};
+    return table;
+  }
 
  private:
   Dovel::IntfId const intfId_;

@@ -3,7 +3,7 @@
 
 #include <tuple>
 
-#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/dovel/addr_with_mask.h"
 #include "platform/mav/value.h"
 
 namespace Ip6 {

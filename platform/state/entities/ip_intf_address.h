@@ -5,8 +5,8 @@
 //
 // Filled by the mirrors, read by the state machines, on the agent's thread.
 
+#include "platform/dovel/addr_with_mask.h"
 #include "platform/dovel/intf_id.h"
-#include "platform/dovel/ip_addr_with_mask.h"
 #include "platform/mav/entity.h"
 
 namespace State {

@@ -1,6 +1,8 @@
 #pragma once
-// IPv4 forwarding (net.ipv4.conf.all.forwarding), mounted at "Kelbase/routing/config" while it is
-// known. An entity that exists holds the published value, never a default.
+// Whether the machine forwards packets, by IP version: net.ipv4.conf.all.forwarding, mounted at
+// "Kelbase/routing/config", and net.ipv6.conf.all.forwarding, at "Kelbase/routing6/config", which
+// is false on a kernel without IPv6. Each is mounted while it is known: an entity that exists holds
+// the published value, never a default.
 
 #include "platform/state/entities/routing_flag.h"
 
@@ -17,3 +19,17 @@ class Config : public State::RoutingFlag<Config> {
 };
 
 }  // namespace Routing
+
+namespace Routing6 {
+
+class Config : public State::RoutingFlag<Config> {
+ public:
+  static constexpr std::string_view path = "Kelbase/routing6/config";
+  static constexpr std::string_view type = "Routing6::Config";
+
+  explicit Config(Mav::Name name = "config") : RoutingFlag(std::move(name)) {}
+
+  std::string_view typeName() const override { return type; }
+};
+
+}  // namespace Routing6

@@ -4,7 +4,7 @@
 // nor known not to be unique. Link-local ones are announced like any other; the state machines drop
 // them.
 
-#include "platform/dovel/ip6_addr_with_mask.h"
+#include "platform/dovel/addr_with_mask.h"
 #include "platform/state/entities/ip6_config.h"
 #include "platform/state/entities/ip6_status.h"
 #include "platform/state/mirrors/address_mirror.h"

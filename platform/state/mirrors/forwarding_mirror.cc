@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/state/entities/routing6_config.h"
 #include "platform/state/entities/routing_config.h"
 
 namespace State {

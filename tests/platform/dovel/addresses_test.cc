@@ -7,10 +7,9 @@
 #include <absl/hash/hash_testing.h>
 #include <gtest/gtest.h>
 
+#include "platform/dovel/addr_with_mask.h"
 #include "platform/dovel/eth_addr.h"
-#include "platform/dovel/ip6_addr_with_mask.h"
 #include "platform/dovel/ip6_prefix.h"
-#include "platform/dovel/ip_addr_with_mask.h"
 #include "platform/dovel/prefix.h"
 #include "tests/support/strep_checks.h"
 

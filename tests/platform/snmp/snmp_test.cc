@@ -6,7 +6,6 @@
 
 #include "platform/mav/directory.h"
 #include "platform/snmp/callback.h"
-#include "platform/snmp/debug_initializing.h"
 #include "platform/snmp/framework.h"
 #include "platform/snmp/handler_registration.h"
 #include "platform/snmp/snmp_log_sink.h"

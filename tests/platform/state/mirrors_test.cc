@@ -10,7 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/state/entities/routing6_config.h"
 #include "platform/state/entities/routing_config.h"
 #include "tests/platform/state/table_slices.h"
 

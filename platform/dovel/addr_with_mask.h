@@ -1,8 +1,9 @@
 #pragma once
-// An IPv4 address as an interface has it: with the length of its prefix. It keeps its host bits;
-// prefix() gives the prefix without them.
+// An address as an interface has it: with the length of its prefix. It keeps its host bits; prefix()
+// and subnet() give the prefix without them.
 
 #include "platform/dovel/addr_with_length.h"
+#include "platform/dovel/ip6_addr.h"
 #include "platform/dovel/ip_addr.h"
 #include "platform/dovel/prefix.h"
 
@@ -17,6 +18,14 @@ class IpAddrWithMask : public AddrWithLength<IpAddrWithMask, IpAddr> {
 
   constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
   Prefix prefix() const { return {subnet(), length()}; }
+};
+
+class Ip6AddrWithMask : public AddrWithLength<Ip6AddrWithMask, Ip6Addr> {
+ public:
+  using AddrWithLength::AddrWithLength;
+  constexpr Ip6AddrWithMask() = default;
+  Ip6AddrWithMask(char const*& from, char const* to)
+      : Ip6AddrWithMask(Mav::parsedStrep<Ip6AddrWithMask>(from, to)) {}
 };
 
 }  // namespace Dovel
