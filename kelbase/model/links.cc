@@ -11,6 +11,7 @@ namespace Kelbase {
 void Links::is(Link const& link) {
   auto const [known, isNew] = links_.mark(link.index);
   Link const before = std::exchange(known, link);
+  // The old name goes before the new one comes: a rename is one link leaving and another coming.
   if (!isNew && before.name != link.name) nameDel(before.name, link.index);
   nameIs(link);
   if (!isNew && before == link) return;

@@ -6,6 +6,8 @@
 
 namespace Kelbase {
 
+// A message's next hops are looked up as they lie there: to find a set that is known allocates
+// nothing.
 std::size_t NextHopSets::HopsHash::operator()(std::span<NextHop const> hops) const {
   return absl::HashOf(absl::MakeConstSpan(hops.data(), hops.size()));
 }
@@ -32,6 +34,7 @@ NextHopSets::Handle NextHopSets::inlineSet(std::span<NextHop const> hops) {
 }
 
 NextHopSets::Handle NextHopSets::objectSet(std::uint32_t object) {
+  // A route may come before the object that it names: the set waits for the object's own message.
   auto const [place, isNew] = objectSets_.try_emplace(object, none);
   if (isNew) {
     place->second = sets_.make(Set{.object = object, .hops = {}});

@@ -61,6 +61,8 @@ std::vector<NextHop> Nexthops::hopsOf(std::uint32_t id) const {
   if (object->members.empty()) return {object->hop};
   std::vector<NextHop> hops;
   for (auto const member : object->members) {
+    // A member that has not been heard of yet comes with a message of its own, which is told for
+    // its groups too (anyWith).
     if (auto const* one = objects_.find(member)) hops.push_back(one->hop);
   }
   return hops;

@@ -20,6 +20,8 @@ bool areSame(KernelRoute const& a, KernelRoute const& b) {
   return areRivals(a, b) && a.identity == b.identity;
 }
 
+// The kernel sorts the routes of a prefix so (net/ipv4/fib_trie.c, fib_insert_alias). Those of IPv6
+// have no tos.
 bool isBefore(KernelRoute const& a, KernelRoute const& b) {
   return a.tos != b.tos ? a.tos > b.tos : a.metric < b.metric;
 }
@@ -99,6 +101,7 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
     assign(slot, route);
     return changed;
   }
+  // Of a million prefixes few have a second route: they alone pay for a list.
   several_[prefix].list.assign(1, slot);
   slot = KernelRoute();
   slot.dump = dump_;
@@ -149,6 +152,7 @@ void RouteBook<Ip>::eraseRivals(List& list, KernelRoute const& route) {
   for (auto const& other : list) {
     if (goes(other)) unref(other.hops);
   }
+  // The rest is copied: `kept` points into the list.
   List left;
   std::remove_copy_if(list.begin(), list.end(), std::back_inserter(left), goes);
   list = std::move(left);
@@ -158,6 +162,7 @@ void RouteBook<Ip>::eraseRivals(List& list, KernelRoute const& route) {
 template <class Ip>
 void RouteBook<Ip>::listIsOther(Prefix const& prefix, KernelRoute& slot) {
   auto const several = several_.find(prefix);
+  // Also where one route is left: joining then gives up the set that several had.
   if constexpr (joins<Ip>) join(prefix, several->second);
   if (several->second.list.size() > 1) return;
   auto const dump = slot.dump;
@@ -202,6 +207,7 @@ std::vector<NextHop> RouteBook<Ip>::jointHops(List const& list) {
 
 template <class Ip>
 void RouteBook<Ip>::onObject(absl::FunctionRef<void(Prefix const&)> changed) {
+  // A copy, because join() changes the set.
   auto const prefixes = joinObjects_;
   for (auto const& prefix : prefixes) {
     auto& several = several_.at(prefix);
@@ -372,6 +378,7 @@ template <class Ip>
 KernelRoute const* RouteBook<Ip>::best(List const& list) const {
   KernelRoute const* result = nullptr;
   for (auto const& route : list) {
+    // A dead one stays in the list: the kernel tells of its removal, and may revive it in silence.
     if (route.kind == RouteKind::dead) continue;
     if (!result || isBetter(route, *result)) result = &route;
   }

@@ -138,6 +138,8 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
 template <class Ip>
 void Routes<Ip>::is(Listed const& listed, Rank rank) {
   silent_.routeIs(listed);
+  // The kernel tells a route through an object that is a blackhole as a blackhole. Of which type
+  // the route itself is shows in a dump, once the object is another (onNexthop).
   if (listed.object != 0 && listed.kind == RouteKind::blackhole) {
     hidingObjects_.insert(listed.object);
   }
@@ -155,6 +157,7 @@ void Routes<Ip>::del(Listed const& listed) {
   if (found == books_.end()) return;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
+    // One sibling among others is named by its next hop alone.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
     heard(one.table, prefix, rules_.remove(found->second, prefix, route, one.tellsSiblings));
   });

@@ -42,6 +42,7 @@ RouteOutcome Siblings::join(Book& book, Prefix const& prefix, KernelRoute route,
   auto const known = std::find_if(rivals.begin(), rivals.end(), isIt);
   if (known != rivals.end()) {
     route.isUniform = route.isUniform && known->isUniform && known->protocol == route.protocol;
+    // Siblings go by the protocol of their first, and the new one is their last.
     route.protocol = known->protocol;
     return {book.change(prefix, *known, route), areSeveral};
   }

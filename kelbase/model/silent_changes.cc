@@ -22,6 +22,8 @@ SilentChanges<Ip>::SilentChanges(Links& links, Addresses& addresses, Nexthops& n
 /// Of a link that is heard of for the first time nothing is known: it may have fallen, or risen.
 template <class Ip>
 void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
+  // What falls takes routes through the link along. What rises can only revive next hops that a
+  // dump has listed as dead.
   bool const wentDown = (!before || before->isUp) && !now.isUp;
   bool const lostCarrier = (!before || hasCarrier(*before)) && !hasCarrier(now);
   bool const joined = (before ? before->master : 0) != now.master;
@@ -32,6 +34,7 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
 /// IPv6 that of all sets each one's (net/ipv6/addrconf.c, addrconf_fixup_linkdown).
 template <class Ip>
 void SilentChanges<Ip>::ignoresLinkdownIs(std::int32_t link, bool on) {
+  // The first word on a setting counts as a change: what it was before is not known.
   auto const [entry, isNew] = ignores_.try_emplace(link, on);
   if (std::exchange(entry->second, on) == on && !isNew) return;
   hintIf(link == allLinks ? sets_.size() > 0 || !dead_.empty() : usesLink(link));
@@ -39,12 +42,15 @@ void SilentChanges<Ip>::ignoresLinkdownIs(std::int32_t link, bool on) {
 
 template <class Ip>
 void SilentChanges<Ip>::onObject(Address const& address) {
+  // The kernel revives the link's next hops with it (fib_inetaddr_event calls fib_sync_up).
   hintIf(dead_.contains(address.link));
 }
 
 template <class Ip>
 void SilentChanges<Ip>::onObjectGone(Address const& address) {
   bool const uses = usesLink(address.link);
+  // The last address of a link takes all routes through it along (fib_inetaddr_event,
+  // fib_disable_ip).
   if (uses && !addresses_.isOn(address.link)) return hint_(true);
   if constexpr (Ip::version == IpVersion::v4) {
     if (sources_.isPreferred(address)) return hint_(true);

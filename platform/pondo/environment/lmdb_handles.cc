@@ -94,7 +94,10 @@ EnvPtr makeHandle(std::filesystem::path const& directory, std::size_t mapSize) {
   MDB_env* env = nullptr;
   check(mdb_env_create(&env), directory, "open");
   EnvPtr owned(env);
+  // Beside the tables: "meta" and "log".
   mdb_env_set_maxdbs(env, Format::tableIdEnd + 2);
+  // Without a size the file's own meta page tells it (mdb.c, mdb_env_open2): a reader has what the
+  // publisher chose.
   if (mapSize != 0) check(mdb_env_set_mapsize(env, mapSize), directory, "size the map");
   return owned;
 }
@@ -127,6 +130,7 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
   auto env = makeHandle(directory_, mapSize);
   int code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
   if (auto const smaller = smallerMap(); code == ENOMEM && smaller != 0) {
+    // A handle that could not be opened is of no further use (lmdb.h, mdb_env_open).
     env = makeHandle(directory_, smaller);
     code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
   }
@@ -157,6 +161,8 @@ std::optional<Environment::LockHead> Environment::lockHead() const {
   return head;
 }
 
+// A commit that failed amid its writes leaves pages behind the last used one. A hole gives their
+// room back to the tmpfs, and the file keeps its size.
 void Environment::freeBeyondLastPage() const {
   MDB_envinfo info{};
   MDB_stat stat{};
@@ -168,6 +174,8 @@ void Environment::freeBeyondLastPage() const {
       ::fallocate(dataFd_, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, used, size_ - used);
 }
 
+// LMDB writes into the mapped lock file to end a snapshot or close. Where somebody has cut the
+// file, that would be SIGBUS (mmap(2)): it gets its length back first.
 void Environment::mend() const {
   struct stat status {};
   if (lock_ && ::fstat(lock_.get(), &status) == 0 && status.st_size < lockSize_) {

@@ -87,6 +87,8 @@ bool PathWatch::watchAncestor() {
   auto path = runDir_ / Format::tablesDirectory;
   for (; path.has_relative_path(); path = path.parent_path()) {
     if (add(path.parent_path(), names | gone, {.onlyName = path.filename().string()})) {
+      // It has come in the meantime, before its parent was watched, and rang nobody: arm() begins
+      // again.
       return add(path, names | gone, {});
     }
   }

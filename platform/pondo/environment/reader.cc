@@ -102,6 +102,7 @@ void Reader::Impl::begin() {
     throw EnvironmentException(tables.string() +
                                ": two snapshots of one reader at a time; drop the first one");
   }
+  // To read a page that lies behind the end of a file is SIGBUS (mmap(2)), and would end snmpd.
   if (auto const* const file = env.damaged()) {
     throw EnvironmentException(
         fmt::format("{}: has been cut or overwritten; restart the publisher, which makes it anew",
@@ -174,6 +175,7 @@ std::size_t Snapshot::count(TableId table) const {
 // from the root.
 std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_view key) const {
   auto& impl = *reader_.impl_;
+  // LMDB calls such a key an error (MDB_BAD_VALSIZE); to a reader it is one that no table has.
   if (key.empty() || key.size() > Format::keyMax) return std::nullopt;
   MDB_val keyVal = toVal(key);
   MDB_val value{};

@@ -16,6 +16,7 @@ namespace {
 using Readers::Slot;
 
 Descriptor openReaders(std::filesystem::path const& file, int access) {
+  // O_NONBLOCK: a FIFO in the file's place would stop who opens it (fifo(7)), and with it snmpd.
   Descriptor fd(::open(file.c_str(), access | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   bool const isFile = fd && ::fstat(fd.get(), &status) == 0 && S_ISREG(status.st_mode) &&
@@ -34,6 +35,8 @@ struct flock lockOf(std::size_t slot) {
   return lock;
 }
 
+// A slot is taken as long as its lock is held. The kernel lets go of that with the process, however
+// it ends: nobody has to clear slots.
 bool isHeld(int fd, std::size_t slot) {
   auto lock = lockOf(slot);
   return ::fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
@@ -82,6 +85,8 @@ void makeReadersFile(std::filesystem::path const& runDir, std::optional<gid_t> g
   bool const isThere = ::lstat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
                        status.st_size == static_cast<off_t>(Readers::fileSize);
   if (isThere) return;
+  // A file of another size has the slots of another version elsewhere: readers notice that theirs
+  // is gone, and take one in the new file.
   ::unlink(file.c_str());
   constexpr mode_t mode = 0660;
   Descriptor const fd(

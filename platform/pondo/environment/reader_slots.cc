@@ -59,6 +59,8 @@ Space spaceOf(Environment const& env, TableHandles const& handles) {
 }
 
 bool StoppedReaderWatch::hasStopped(std::optional<std::uint64_t> oldest, double now) {
+  // A reader that turns its loop renews its snapshot, and so the number: one that stays the same
+  // belongs to a process that stands still, and no page freed since then can be used again.
   if (!oldest || oldest != oldest_) {
     oldest_ = oldest;
     since_ = now;

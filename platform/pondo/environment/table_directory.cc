@@ -29,8 +29,10 @@ class Staging {
   explicit Staging(fs::path const& runDir)
       : name_((runDir / stagingPrefix).string() + "XXXXXX"),
         place_(runDir / Format::tablesDirectory) {
+    // With mode 0700 (mkdtemp(3)): nobody else opens tables that are half made.
     if (::mkdtemp(name_.data()) == nullptr) throwCode(errno, name_, "make");
   }
+  // After an exchange the name leads to the old tables.
   ~Staging() { removeTableDirectory(name_); }
   Staging(Staging const&) = delete;
   Staging& operator=(Staging const&) = delete;
@@ -86,6 +88,8 @@ void writeFirstMeta(MDB_txn* txn, TableHandles const& handles, fs::path const& d
   if (::getrandom(&meta.instance, sizeof meta.instance, 0) != sizeof meta.instance) {
     throwCode(errno, directory, "draw an instance number for");
   }
+  // The instance tells readers that these are other tables, even where generations and sequences
+  // are those of tables before.
   meta.logFirst = meta.logNext = 1;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{sizeof meta, &meta};
@@ -122,6 +126,7 @@ std::unique_ptr<Environment> build(fs::path const& runDir, FileSettings const& s
   Staging const staging(runDir);
   auto env = fill(staging.path());
   makeSparse(*env, settings.mapSize);
+  // A reader that finds the tables finds their doorbell with them.
   openDoorbellIn(staging.path(), settings);
   openFiles(staging.path(), settings);
   staging.install();

@@ -157,6 +157,7 @@ bool removeTableDirectory(std::filesystem::path const& directory) noexcept {
   struct stat status {};
   if (::lstat(directory.c_str(), &status) != 0) return errno == ENOENT;
   if (!S_ISDIR(status.st_mode)) return false;  // a link's target is not ours to empty
+  // Only what is ours: rmdir(2) fails where somebody keeps another file, which then stays.
   for (auto const* const name : {Format::dataFile, Format::lockFile, Format::doorbellFile}) {
     ::unlink((directory.string() + "/" + name).c_str());
   }

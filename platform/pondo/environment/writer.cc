@@ -297,6 +297,7 @@ bool Writer::Impl::isLost() const {
 bool Writer::Impl::isReadable() try {
   MDB_txn* raw = nullptr;
   int const code = mdb_txn_begin(env->get(), nullptr, MDB_RDONLY, &raw);
+  // That all slots are taken says nothing of the tables.
   if (code == MDB_READERS_FULL) return true;
   check(code, runDir, "read");
   TxnPtr const reading(raw);
@@ -343,6 +344,7 @@ bool Writer::Impl::service() {
     return true;
   }
   unreadableSince = isReadable() ? Mav::never : std::min(unreadableSince, Mav::now());
+  // A doorbell that is deleted alone would leave readers to their slow look.
   if (!identityAt(runDir / Format::tablesDirectory / Format::doorbellFile)) {
     doorbell = openDoorbell(runDir, settings);
   }
@@ -397,6 +399,8 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
   assert(std::is_sorted(wanted.begin(), wanted.end()));
   std::vector<Bytes> superfluous;
   impl_->attempt([&](WriteTransaction& txn) {
+    // An attempt may be repeated. Nothing is erased during the walk: a full batch is committed,
+    // which ends the transaction that is walked.
     superfluous.clear();
     auto next = wanted.begin();
     txn.each(table, [&](std::string_view key, std::string_view) {
