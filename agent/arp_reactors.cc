@@ -55,6 +55,8 @@ void ArpTableSm::MavArpIntfStatus::handleArpEntry() {
 
 void ArpTableSm::MavArpIntfStatus::handleIntfStatus() {
   Blipmark::Timer const blip("void IpSnmp::ArpTableSm::MavArpIntfStatus::handleIntfStatus()");
+  // Without a status the rows stay under the ifIndex that they have: they go with the neighbours,
+  // which the mirror withdraws before their interface.
   if (!intfStatus()) return;
   ifIndexIs(Intf::ifIndex(*intfStatus()));
   handleArpEntry();
@@ -80,6 +82,8 @@ void ArpTableSm::MavArpIntfStatus::handleDel() {
   auto const ipMib = Mav::validPtr(arpTableSm()->ipMib());
   auto const ifIndex = static_cast<std::uint32_t>(ifIndex_);
   auto row = std::as_const(*ipMib).arpTableMap().atOrAfter(ArpTableIndex(ifIndex, {}));
+  // Whoever filed them: one ARP status at most stands for an ifIndex (neighbour4_mirror.h). The
+  // iterator outlives the row that is erased under it.
   for (; row && row.key().ifIndex() == ifIndex; ++row) ipMib->arpTableDel(row.key());
 }
 

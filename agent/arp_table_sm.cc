@@ -16,6 +16,7 @@ ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
   if (status) {
     mavStatus_ = std::make_unique<MavStatus>(*this, std::move(status));
+    // An entity announces changes alone: what it holds already is taken over here.
     mavStatus_->onArpIntfStatus();
   }
 }

@@ -35,6 +35,8 @@ void FecRows::addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex) {
   auto const place = std::lower_bound(
       hops_.begin(), hops_.end(), hop.nextHop,
       [](auto const& known, Dovel::IpAddr const& nextHop) { return known.nextHop < nextHop; });
+  // The index of ipCidrRouteTable ends with the next hop (RFC 4292): of several vias with the same
+  // one, the first has the row.
   if (place == hops_.end() || place->nextHop != hop.nextHop) {
     hops_.insert(place, hop);
   } else if (*place != hop) {

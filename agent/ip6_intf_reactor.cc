@@ -24,6 +24,7 @@ void Ip6IntfReactor<React, Entity, source>::handleAddr(Dovel::Ip6AddrWithMask co
     MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
     return;
   }
+  // The table's key has no zone: the link-local addresses of two links would be one row.
   if (address.address().isLinkLocal()) {
     MAV_TRACE(agentTraceHandle(), 1, "Ignoring link-local address " << address);
     return;

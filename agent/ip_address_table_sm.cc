@@ -37,6 +37,7 @@ void tellOtherLength(IntfData const& old, AddrWithMask const& address) {
 void filePrefix(IpMib& ipMib, IpAddressEntry const& entry, IntfDataKey const& key,
                 Mav::Ptr<IpAddressPrefixEntry const> const& prefix) {
   if (auto const master = entry.intfIterator()) {
+    // An address shows the prefix of its first presence alone.
     if (master.key() <= key) return;
     ipMib.ipAddressPrefixTableDel(prefixKey(master.value()));
   }
@@ -207,6 +208,7 @@ bool IpAddressTableSm::delFromIpAddressTable(IntfDataKey const& key, InetAddress
     entry->intfDel(key);
   }
   if (auto const master = entry->intfIterator()) {
+    // Another presence is the first by now: its prefix gets the row.
     ipMib->ipAddressPrefixTableIs(Mav::validPtr(master.value().prefixEntry()));
     return false;
   }

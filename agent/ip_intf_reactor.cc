@@ -17,6 +17,7 @@ void IpIntfReactor<React, Entity, source>::handleAddr() {
     return;
   }
   auto* const sm = this->ipAddressTableSm();
+  // Also where it is the same address: with another interface status it may have another ifIndex.
   if (!oldAddress_.address().isUnspecified()) sm->doDelAddr(intf, source, oldAddress_);
   auto const current = this->notifier()->address();
   sm->doAddAddr(intf, source, Intf::ifIndex(*this->intfStatus()), current);

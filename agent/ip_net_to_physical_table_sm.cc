@@ -21,6 +21,7 @@ TypedInetAddress addressOf(Table::Key const& key) {
     case Pondo::InetAddressType::ipv6z:
       break;
   }
+  // The zone of a link-local neighbour is the link that it was heard on (RFC 4007).
   return {Dovel::Ip6Addr(octets), static_cast<std::uint32_t>(key.ifIndex)};
 }
 
@@ -90,6 +91,7 @@ std::optional<std::string> IpNetToPhysicalTableSm::filedKey(Pondo::TableId table
                                                             std::string_view from) const {
   if (table != Table::id) return std::nullopt;
   auto const bytesOf = [](auto const& key) { return Pondo::encodeKey<Table>(tableKey(key)); };
+  // Rows have the order of the key bytes: ifIndex, type, address.
   auto const first = ipMib_->ipNetToPhysicalTableMap().firstAtOrAfter(
       [&](auto const& key) { return std::string_view(bytesOf(key)) <=> from; });
   return first ? std::optional(bytesOf(first.key())) : std::nullopt;

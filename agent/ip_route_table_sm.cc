@@ -116,6 +116,7 @@ void IpRouteTableSm::handleIntfStatus(Dovel::IntfId const& intfId) {
     MAV_TRACE(agentTraceHandle(), 9, "adding " << prefix.key() << " to backlog due to " << intfId);
     backlogIs(prefix.key(), true);
   }
+  // A prefix that still finds no status comes back to the list in its pass.
   list->prefixDelAll();
   doSetupBacklogTimer();
 }
@@ -142,6 +143,7 @@ void IpRouteTableSm::process(Dovel::Prefix const& prefix) {
   if (!rows) return mib.ipCidrRoutesDel(prefix);
   mib.ipCidrRoutesAre(prefix, rows->hops(), route->metric, route->preference, route->routeType);
   for (auto const& refusal : rows->refusals()) refuse(prefix, refusal);
+  // A fec with too many vias is an error, which is raised when the rows of the first ones stand.
   rows->checkVias();
 }
 

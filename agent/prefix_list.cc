@@ -9,6 +9,7 @@ bool PrefixList::prefixDel(Dovel::Prefix const& prefix) {
 }
 
 void PrefixList::prefixDelAll() {
+  // Every route may wait for one interface: while nobody listens, they are not erased one by one.
   if (isHeard()) {
     prefix_.delAll();
   } else {

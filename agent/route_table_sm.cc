@@ -114,6 +114,8 @@ void RouteTableSm<Prefix>::clockIs(Mav::Ptr<Mav::Clock const> clock) {
 
 template <class Prefix>
 void RouteTableSm<Prefix>::backlogIs(Prefix const& prefix, bool value) {
+  // A comparison announces keys in order, and the cursor stands where the last one went: its seeks
+  // need no descent.
   entry_.seek(prefix);
   if (entry_ && entry_.key() == prefix) return;
   entry_.insert(prefix, {value});
@@ -171,6 +173,7 @@ template <class Prefix>
 bool RouteTableSm<Prefix>::workOff(double deadline) {
   work_.seek(bookmark_);
   for (;;) {
+    // Nothing waits behind the bookmark: the pass goes on from the first prefix.
     if (!work_) work_.seek({});
     if (!work_) return true;
     auto const prefix = work_.key();

@@ -7,6 +7,7 @@ namespace IpSnmp {
 namespace {
 
 InetCidrRouteRow rowOf(IpCidrRouteTableIndex const& key, IpCidrRouteTableRow const& row) {
+  // The next hop may be an IPv6 one (RTA_VIA), which the index of these rows has no place for.
   bool const isRemote = row.hasNextHop6() || !key.nextHop().isUnspecified();
   return {row.ifIndex(), row.metric(), isRemote ? inetCidrRouteTypeRemote : inetCidrRouteTypeLocal,
           row.protocol()};
@@ -25,6 +26,8 @@ bool isBefore(IpCidrRouteTableIndex const& hop, Dovel::Prefix const& refused) {
 }  // namespace
 
 InetCidrRouteTableIndex InetCidrRoutes::keyOf(IpCidrRouteTableIndex const& hop) {
+  // A route over the link itself has a next hop of type unknown(0), without octets (RFC 4292,
+  // inetCidrRouteNextHopType).
   bool const hasNextHop = !hop.nextHop().isUnspecified();
   return {TypedInetAddress(hop.dest()), lengthOf(hop.mask()),
           hasNextHop ? TypedInetAddress(hop.nextHop()) : TypedInetAddress()};
@@ -51,6 +54,7 @@ std::optional<Dovel::Ip6Prefix> InetCidrRoutes::route(Dovel::Ip6Prefix const& fr
 
 void InetCidrRoutes::routesAre(Dovel::Ip6Prefix const& prefix, std::span<Inet6RouteHop const> hops,
                                Routing::RouteMetric const& metric) {
+  // Old rows and new hops are in the same order: one walk along both erases, replaces and inserts.
   place_.seek({prefix, {}, 0});
   for (auto const& hop : hops) {
     Inet6RouteKey const key(prefix, hop.nextHop, hop.ifIndex);
@@ -112,6 +116,7 @@ void InetCidrRoutes::IteratorConst::settle4() {
     key_ = keyOf(refusal_.key());
     row_ = refusal_.value();
   } else {
+    // The index begins with the type of address: ipv4(1) is before ipv6(2) (RFC 4001).
     route6_ = routes_->routes6_.first();
     settle6();
   }

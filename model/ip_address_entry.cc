@@ -23,6 +23,8 @@ std::uint32_t IpAddressEntry::ifIndex() const {
 }
 
 AddressStatus IpAddressEntry::addressStatus() const {
+  // A presence in operation comes before a configured one. Where a configured one is first, no link
+  // that is up has the address.
   return master().key().source() == addressSourceConfig ? addressStatusInaccessible
                                                         : addressStatusPreferred;
 }

@@ -29,6 +29,7 @@ void put(IpForwardMib::IpCidrRouteTableMap::Cursor& place, IpCidrRouteTableIndex
 
 Mav::Ptr<IpCidrRouteTableEntry const> IpForwardMib::ipCidrRouteTable(
     IpCidrRouteTableIndex const& key) const {
+  // Rows are kept by value, for a million of them; an entry is made for whoever asks for one.
   auto const* const row = ipCidrRouteTableMap().find(key);
   return row ? Mav::makeObject<IpCidrRouteTableEntry>(key, *row) : nullptr;
 }
@@ -59,6 +60,8 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
   auto const row = [&](RowHop const& hop) {
     return IpCidrRouteTableRow(hop.ifIndex, metric, preference, protocol, hop.hasNextHop6);
   };
+  // Who listens hears of each row that goes, and of each that comes. While nobody does, rows that
+  // stay are not touched.
   if (isHeard()) {
     for (auto old = ipCidrRouteTableMap().atOrAfter(first); old && isOfSamePrefix(old.key(), first);
          ++old) {

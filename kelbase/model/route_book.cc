@@ -113,6 +113,8 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
 template <class Ip>
 bool RouteBook<Ip>::beginAnew(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route) {
   bool const changed = !looksSame(slot, route);
+  // The new set gets its reference before the old one loses it: one that stays is not told to be
+  // unused in between.
   ref(route.hops);
   drop(prefix, slot);
   slot = route;

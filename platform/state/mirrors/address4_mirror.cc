@@ -12,6 +12,7 @@ void Address4Mirror::apply(Phase phase) {
   if (phase == Phase::withdraw) renumber();
   AddressMirror::apply(phase);
   if (phase != Phase::interfacesGo) return;
+  // By now every mirror has withdrawn what hung on these interfaces.
   for (auto const& intfId : std::exchange(going_, {})) dir_->intfStatusDel(intfId);
 }
 
@@ -72,6 +73,7 @@ void Address4Mirror::addressDel(AddressSource source, Dovel::IntfId const& intfI
 
 void Address4Mirror::addressAgain(AddressSource source, Dovel::IntfId const& intfId,
                                   Dovel::IpAddrWithMask const& addr) {
+  // The interface stays: the empty address in the place of its one address withdraws that.
   addressIs(source, intfId, {});
   addressIs(source, intfId, addr);
 }

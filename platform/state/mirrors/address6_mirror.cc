@@ -26,6 +26,7 @@ Dovel::Ip6AddrWithMask Address6Mirror::addrWithMask(Key const& key, Record const
 }
 
 bool Address6Mirror::active(Record const& record) const {
+  // An address that may be another machine's is not in operation (RFC 4862, section 5.4).
   return !record.tentative && !record.dadFailed;
 }
 

@@ -10,6 +10,7 @@ namespace {
 
 template <class Config>
 void serve(Mav::Directory& directory, std::optional<Pondo::ForwardingTable::Record> record) {
+  // State that is not known is not made up: without its entity the object answers genErr.
   if (!record) return directory.unmount(Config::path);
   auto config = directory.entityAs<Config>(Config::path);
   bool const known = config != nullptr;

@@ -22,6 +22,8 @@ void LinkMirror::apply(Phase phase) {
 
 void LinkMirror::applyLeaving() {
   for (auto const& change : changes_) {
+    // A name that goes over to another ifIndex leaves here, and comes in the next phase: an
+    // IntfStatus is of one pair of both.
     if (change.leaves()) dir_->intfStatusDel(change.intfId);
   }
 }

@@ -16,6 +16,7 @@ std::vector<std::unique_ptr<Mirror>> allMirrors(Mav::Directory& directory,
                                                 DeviceState const& state) {
   std::vector<std::unique_ptr<Mirror>> mirrors;
   mirrors.push_back(std::make_unique<ForwardingMirror>(directory));
+  // The links stand first: the mirrors of addresses ask them in each phase what there is by now.
   auto links = std::make_unique<LinkMirror>(state.intfStatusDir);
   LinkMirror const& link = *links;
   mirrors.push_back(std::move(links));
@@ -55,6 +56,8 @@ void Mirrors::read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change cons
   for (auto const& change : changes) {
     if (auto* const mirror = this->mirror(change.table)) mirror->read(snapshot, change.key);
   }
+  // All changes of links have been read before anybody looks at what hangs on links: in one slice
+  // two may have swapped their names.
   for (auto const& source : mirrors_) {
     for (auto const& change : source->interfaceChanges()) {
       for (auto const& mirror : mirrors_) mirror->interfaceChanged(snapshot, change);
@@ -65,6 +68,8 @@ void Mirrors::read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change cons
 void Mirrors::apply() {
   bool const mounts = std::any_of(mirrors_.begin(), mirrors_.end(),
                                   [](auto const& mirror) { return mirror->changesMounts(); });
+  // Registrations with net-snmp hold plain pointers to what is mounted, and are undone before it
+  // goes.
   if (mounts) observer_.mountsWillChange();
   for (auto const phase :
        {Phase::withdraw, Phase::interfacesGo, Phase::interfacesCome, Phase::announce}) {

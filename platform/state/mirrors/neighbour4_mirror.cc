@@ -31,6 +31,7 @@ void Neighbour4Mirror::apply(Phase phase) {
 }
 
 void Neighbour4Mirror::withdraw() {
+  // All that leave have left before one comes: in one slice two links may have swapped their names.
   for (auto const& [link, before, after] : changes_) {
     statusDel(link);
     if (!before) continue;
@@ -42,6 +43,8 @@ void Neighbour4Mirror::withdraw() {
     links_.insert({after->ifIndex, link});
     unsettled_.insert(after->ifIndex);
   }
+  // To delete an ARP status withdraws every row of its ifIndex. So the ones that must not stand go
+  // before the owner's neighbours are announced anew.
   for (auto const ifIndex : unsettled_) {
     auto const* const owner = ownerOf(ifIndex);
     for (auto it = links_.lower_bound({ifIndex, {}}); it != links_.end() && it->ifIndex == ifIndex;
