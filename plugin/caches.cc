@@ -32,6 +32,7 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
 
 Caches::~Caches() {
   root_.reset();
+  // Whoever holds the entity may hold it longer than the ages live.
   ipForwardMib_->inetCidrRoutes().agesAre(nullptr);
   directory_.unmount(IpSnmp::IpForwardMib::path);
   directory_.unmount(IpSnmp::IpMib::path);

@@ -76,6 +76,8 @@ void Plugin::stateIsKnown() {
 }
 
 void Plugin::serveOnceFiled() {
+  // Routes that cannot be filed keep the other objects from being served for that long, and no
+  // longer.
   if (!caches_.areFiled() && Mav::now() < filedBy_) {
     return filing_.timeMinIs(Mav::now() + filingCheck);
   }

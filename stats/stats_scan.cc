@@ -68,6 +68,7 @@ bool findIpExtValues(std::istream& in) {
   Word<sectionNameMax> section;
   for (bool headerSeen = false; in.good(); in.ignore(lineMax, '\n')) {
     if (section.read(in) != "IpExt:") continue;
+    // Two lines begin with it: the names, and then the values.
     if (std::exchange(headerSeen, true)) return true;
   }
   return false;
@@ -97,6 +98,7 @@ std::size_t scanSnmp(std::string text, SwFwdStatsData& data) {
   std::istringstream in(std::move(text));
   in.ignore(headerMax, '\n');
   auto const headerLength = static_cast<std::size_t>(in.gcount());
+  // Columns are known by their places. A kernel whose header is another has other columns there.
   if (headerLength != snmpHeaderLength) return headerLength;
   for (int leading = 0; leading < 3; ++leading) in.ignore(leadingWordMax, ' ');
   readColumns(in, snmpColumns, data);

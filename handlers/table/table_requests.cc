@@ -77,6 +77,8 @@ int TableCall::get() const {
 }
 
 TableCall::Outcome TableCall::get(netsnmp_request_info& request) const {
+  // A list ends at the first row that is absent, and leaves what stands behind it unanswered. That
+  // is why requests come one at a time (row_server.h, the serialize handler).
   auto const* const row = netsnmp_extract_iterator_context(&request);
   if (!row) {
     TABLE_TRACE(2, handler_ << ": null data context in request");
@@ -123,6 +125,7 @@ int TableCall::refuse() const {
     } else {
       traceInvalidColumn(number);
     }
+    // One refusal fails the SET as a whole (RFC 3416, section 4.2.5).
     netsnmp_request_set_error(request, SNMP_ERR_NOTWRITABLE);
     break;
   }

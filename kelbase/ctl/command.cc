@@ -238,6 +238,7 @@ int run(Context const& context, std::vector<std::string> arguments) {
     context.out.flush();
     return code;
   } catch (std::system_error const& e) {
+    // Whoever reads the output may have read enough: `kelbasectl show routes | head`.
     if (e.code() == std::errc::broken_pipe) return exitOk;
     return report(context, fmt::format("cannot write the output: {}", e.code().message()));
   } catch (std::exception const& e) {

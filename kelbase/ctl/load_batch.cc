@@ -169,6 +169,7 @@ bool LoadBatch::takeRoute(Fields const& fields, std::vector<Route<Ip>>& routes) 
   auto const told = readRoute<Ip>(fields, linkNames_);
   if (!told) return parts_.routes;
   parts_.routes = true;
+  // A million routes have some hundred sets of next hops: each is kept once.
   Route<Ip> const route{.prefix = told->prefix,
                         .metric = told->metric,
                         .object = told->object,
@@ -246,6 +247,7 @@ void LoadBatch::finishRoutes(std::vector<Route<Ip>> const& told, Routes<Ip>& rou
 void LoadBatch::finish() {
   checkForwarding();
   checkNexthops();
+  // Files come in any order, so that names of links are resolved when all have been read.
   indexes_ = linkNames_.indexes(kernel_.links);
   for (auto& [key, neighbour] : neighbours_) {
     neighbour.link = indexes_[static_cast<std::size_t>(neighbour.link)];

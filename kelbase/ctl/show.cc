@@ -37,6 +37,8 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
   std::optional<std::string> from = "";
   while (from) {
     rows.clear();
+    // A snapshot for each slice: an output that stands still (a pager) must not keep the publisher
+    // from using pages again.
     from = question.isAsked() ? readRoutesAsked(reader.snapshot(), question, *from, rows)
                               : view.readSlice(reader.snapshot(), *from, rows);
     shown = shown || !rows.empty();

@@ -36,6 +36,7 @@ bool isMember(gid_t group) {
 
 std::string defaultGroup() {
   struct group const* const entry = getgrnam(snmpGroup);
+  // Others may not give a file to the group (chown(2)).
   return entry && (geteuid() == 0 || isMember(entry->gr_gid)) ? snmpGroup : "";
 }
 

@@ -20,6 +20,8 @@ ServiceNotifier::ServiceNotifier(Mav::Activity& activity, std::function<double()
 }
 
 void ServiceNotifier::onWatchdog() {
+  // The watchdog hears of exact tables, not of a process that turns: the service manager restarts
+  // one that gets nowhere. From its start on it has one interval for that.
   double const age = std::min(exactAge_(), Mav::now() - startedAt_);
   if (age <= watchdogInterval_) sd_notify(0, "WATCHDOG=1");
   watchdogTimer_.timeMinIs(Mav::now() + watchdogInterval_ / 2);

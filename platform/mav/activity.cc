@@ -277,6 +277,7 @@ void Activity::TurnEnd::ask() {
 
 Activity::Watch Activity::watch(int fd, std::uint32_t events, Ready ready) {
   auto const token = ++impl_->lastToken;
+  // First what may fail: nothing is kept of a watch that the kernel refuses.
   impl_->addToEpoll(fd, events, token);
   impl_->tokens[fd] = token;
   impl_->watched[token] = {fd, events, std::make_shared<Ready const>(std::move(ready))};
@@ -294,6 +295,7 @@ void Activity::deliver() {
 void Activity::run() {
   if (impl_->inTurn) throw Exception("activity: run() called from inside a callback");
   while (!std::exchange(impl_->stopped, false)) {
+    // While time is simulated, no timer of the kernel wakes the loop (arm()).
     bool const isDue = timeIsSimulated() && impl_->clock->timeNext() <= now();
     impl_->turn(isDue ? 0 : -1);
   }

@@ -20,6 +20,8 @@ std::optional<std::string> LineThinner::pass(std::string_view line, double now) 
 
 void LineThinner::forget(double now) {
   absl::erase_if(bursts_, [&](auto const& item) { return now - item.second.start >= window; });
+  // Texts that all are of this moment are forgotten too: who makes them up must not fill the
+  // memory.
   if (bursts_.size() >= textsMax) bursts_.clear();
 }
 

@@ -13,6 +13,8 @@ namespace Snmp {
 
 namespace {
 
+// net-snmp keeps each INTEGER and Unsigned32 of a variable in a long of this machine
+// (net-snmp/types.h, netsnmp_vardata).
 template <class Long>
 Long word(void const* value) {
   Long number = 0;

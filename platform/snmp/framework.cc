@@ -22,6 +22,7 @@ void Framework::registerAll() {
     try {
       unit->registerHandlers();
     } catch (std::exception const& e) {
+      // The other units are served all the same.
       Mav::log(Mav::Severity::error, std::string("a handler unit failed to register: ") + e.what());
     }
   }

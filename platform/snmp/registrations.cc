@@ -28,6 +28,7 @@ int registerAndRemember(netsnmp_handler_registration* registration,
                         std::unique_ptr<IteratorTable> table, Register const& registerIt) {
   remembered().reserve(remembered().size() + 1);  // nothing may fail once net-snmp has it
   std::string const name = registration->handlerName;
+  // What the daemon has registered below this place would cut the registration into slices.
   takeOut(placeOf(*registration));
   int const status = registerIt();
   if (status == MIB_REGISTERED_OK) {

@@ -14,6 +14,7 @@ PackedPrefix<Dovel::Prefix>::PackedPrefix(Dovel::Prefix const& prefix) {
              static_cast<std::uint8_t>(address >> 24U)};
 }
 
+// The address stands above the length: numbers compare as prefixes do.
 std::uint64_t PackedPrefix<Dovel::Prefix>::number() const {
   return octets_[0] | std::uint64_t{octets_[1]} << 8U | std::uint64_t{octets_[2]} << 16U |
          std::uint64_t{octets_[3]} << 24U | std::uint64_t{octets_[4]} << 32U;
@@ -136,6 +137,7 @@ void BasicFecRouteList<Prefix>::remove(Slot place, Prefix const& prefix) {
   auto& fec = fecs_[place];
   fec.prefixes.erase(prefix);
   if (!fec.prefixes.empty()) return;
+  // The place stays, for the next fec: what is filed names places by number.
   places_.erase(fec.fecId);
   free_.push_back(place);
 }

@@ -148,6 +148,7 @@ void Follower::Impl::onTurn() {
   bool more = false;
   try {
     if (pathChanged || Mav::now() >= nextLook) look();
+    // A publisher whose tables are exact again rings, whether it has anything to write or not.
     if (publisherFails) lookAtPublisher();
     if (reader && Mav::now() >= notBefore) more = turnSlices();
     if (std::exchange(rangSince, false)) more = true;  // nothing of it was seen

@@ -93,6 +93,7 @@ std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view by
   } else {
     return std::nullopt;
   }
+  // Its address tells a key's type: with another one a neighbour would have two keys.
   if (static_cast<char>(key.type) != bytes[head - 1]) return std::nullopt;
   return key;
 }
