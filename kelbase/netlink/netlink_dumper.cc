@@ -127,6 +127,7 @@ bool NetlinkDumper::receiveOne() {
   timeout_.timeMinIs(busy() ? Mav::now() + answerTimeout : Mav::never);
   try {
     forEachMessage(received.datagram, [this](NetlinkMessage const& message) {
+      // What is left of a request that was given up comes under another number.
       if (busy() && message.sequence() == sequence_) onMessage(message);
     });
   } catch (BadMessage const& error) {
@@ -137,6 +138,8 @@ bool NetlinkDumper::receiveOne() {
 }
 
 void NetlinkDumper::onMessage(NetlinkMessage const& message) {
+  // The list changed while the kernel wrote it (include/net/netlink.h, nl_dump_check_consistent):
+  // something may be missing, or there twice.
   bool const isInterrupted = (message.flags() & NLM_F_DUMP_INTR) != 0;
   if (isInterrupted && !current_->source->requests()[request_].isInterruptedWhole()) {
     interrupted_ = true;

@@ -40,6 +40,7 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
       replay_(activity.clock(), [this] { replay(); }) {
   counters_.buffer = events_.receiveBufferIs(options_.eventBuffer);
   MAV_TRACE(traceHandle(), 1, "notification buffer: " << counters_.buffer << " bytes");
+  // Before the first dump: what changes after it was begun is heard.
   for (auto const* source : sources_) {
     for (unsigned const group : source->groups()) events_.subscribe(group);
   }

@@ -33,6 +33,7 @@ NetlinkSocket::NetlinkSocket(std::size_t batch)
 
 std::size_t NetlinkSocket::receiveBufferIs(std::size_t bytes) {
   auto wanted = static_cast<int>(bytes);
+  // Beyond net.core.rmem_max, which needs CAP_NET_ADMIN (socket(7)); else as much as that allows.
   if (setsockopt(fd(), SOL_SOCKET, SO_RCVBUFFORCE, &wanted, sizeof wanted) != 0) {
     setsockopt(fd(), SOL_SOCKET, SO_RCVBUF, &wanted, sizeof wanted);
   }
@@ -84,11 +85,13 @@ int NetlinkSocket::fetch() {
 NetlinkSocket::Received NetlinkSocket::receive() {
   if (next_ == fetched_) {
     int const error = fetch();
+    // ENOBUFS: the kernel has dropped notifications (netlink(7)). Another error may hide as much.
     if (error != 0) return {error == EAGAIN ? Outcome::empty : Outcome::overrun, {}};
   }
   auto const& [header, length] = messages_[next_];
   Bytes const buffer(buffers_.get() + next_ * size_, size_);
   auto const& sender = senders_[next_++];
+  // The kernel's port is 0. Another process may send to ours as well (netlink(7)).
   if (header.msg_namelen != sizeof sender || sender.nl_pid != 0) return {Outcome::foreign, {}};
   if ((header.msg_flags & MSG_TRUNC) != 0 || length > size_) {
     sizeWanted_ = std::max<std::size_t>(sizeWanted_, MNL_ALIGN(length));
