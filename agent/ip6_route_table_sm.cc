@@ -50,6 +50,7 @@ void Ip6RouteTableSm::doProcessIpRouteBacklog() {
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature);
   MAV_TRACE(agentTraceHandle(), 2, "Starting backlog processing");
+  // Fecs may have changed since the last pass, not during one.
   hopsOfFecs_.clear();
   runPass();
 }

@@ -82,6 +82,8 @@ std::int32_t RouteTypeToInetProtocol(Routing::Fib::RouteType const& routeType,
 std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,
                                           unsigned char* buffer, std::int32_t size) {
   auto const& key = Mav::validPtr(entry)->key();
+  // A row is named by its first column that can be read (RFC 2579, RowPointer):
+  // ipAddressPrefixOrigin(5).
   std::array<std::uint32_t, 128> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
   std::size_t count = 10;
   auto const needed = (count + 4 + key.bytes().size()) * sizeof words[0];

@@ -55,6 +55,7 @@ void readFile(Context const& context, std::string const& file, LoadBatch& batch)
   std::error_code noSize;
   std::uintmax_t size = 0;
   if (!standardInput) {
+    // A directory can be opened, and only fails to be read.
     if (std::filesystem::is_directory(file, noSize)) failToRead(name, EISDIR);
     errno = 0;
     stream.open(file, std::ios::binary);

@@ -120,6 +120,7 @@ Dovel::Ip6Prefix prefixOf(Dovel::Ip6Prefix const& host, unsigned length) {
 template <class Table, class Host>
 void readTo(Pondo::Snapshot const& snapshot, Host const& host, unsigned bits,
             std::vector<Row>& rows) {
+  // At most 33 or 129 looks, at 1 µs each or so.
   for (unsigned shorter = 0; shorter <= bits; ++shorter) {
     auto const prefix = prefixOf(host, bits - shorter);
     if (auto const route = snapshot.get<Table>(prefix)) {

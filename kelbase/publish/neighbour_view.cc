@@ -56,6 +56,8 @@ std::optional<Table::Record> NeighbourView::find(Key const& key) const {
 }
 
 Pondo::Writer::SyncCounts NeighbourView::writeAll(Pondo::Writer& writer) {
+  // The kernel tells how long ago a neighbour was updated: the time that comes of it is a little
+  // different at each reading. That of the table stays, or a restart would change every record.
   writer.scan<Table>([this](Key const& key, Record const& record) {
     neighbours_.updatedAtIs(key.ifIndex, objectKey(key), record.updatedAt);
   });

@@ -60,9 +60,11 @@ void Publisher::write() {
   everything_ = false;
   if (views_.hasMore()) {
     writer_.commit();
+    // The loop turns between two slices: notifications are read, and signals heard.
     commit_.timeMinIs(Mav::asap);
     return;
   }
+  // What other records refer to goes when none does any more.
   views_.writeUnused(writer_);
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;

@@ -37,6 +37,7 @@ struct Registered {
 std::set<Registered> othersWithin(ObjectRoot const& place) {
   std::set<Registered> others;
   for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
+    // All that is registered under one name, by priority.
     for (auto* entry = slice; entry; entry = entry->children) {
       std::span<oid const> const name(entry->name_a, entry->namelen);
       if (!isWithin(place, name) || isRegistered(name, entry->priority)) continue;

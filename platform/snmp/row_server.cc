@@ -39,6 +39,7 @@ class Alone {
 class RequestData {
  public:
   RequestData(netsnmp_request_info& request, char const* name, void* data) : request_(request) {
+    // A node on the stack: netsnmp_request_add_list_data() would allocate one for each row.
     node_.name = const_cast<char*>(name);
     node_.data = data;
     node_.next = request.parent_data;

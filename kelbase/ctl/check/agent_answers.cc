@@ -27,6 +27,7 @@ std::string_view publishedTableOf(ServedObject const& object) {
 
 constexpr int ourPriority = 64;
 constexpr std::string_view sysUpTime = "1.3.6.1.2.1.1.3";
+// Who has registered what, by context, OID and priority (NET-SNMP-AGENT-MIB, nsModuleName).
 constexpr std::string_view moduleNames = "1.3.6.1.4.1.8072.1.2.1.1.4";
 
 bool isBelow(std::string_view oid, std::string_view root) {
@@ -71,6 +72,7 @@ class Asker {
   }
   /// Whether the next object after `oid` is below it; nothing when it does not answer.
   std::optional<bool> answers(std::string_view oid, std::string& said) const {
+    // Of a table no instance is known beforehand: the first one will do.
     said = ask("snmpgetnext", oid).value_or("");
     if (said.ends_with('\n')) said.pop_back();
     std::ranges::replace(said, '\n', ' ');

@@ -46,10 +46,12 @@ void readOwner(fs::path const& directory, SnmpProcess& process) {
 void readModule(fs::path const& directory, SnmpProcess& process) {
   std::ifstream in(directory / "maps");
   if (!in) return;
+  // The subagent has the module within it.
   process.loaded = process.name == "ovosnmpd";
   for (std::string line; std::getline(in, line);) {
     if (line.find(moduleFile) == std::string::npos) continue;
     process.loaded = true;
+    // The file was replaced after the process had mapped it (proc(5)).
     process.stale = process.stale || line.ends_with("(deleted)");
   }
 }
@@ -108,6 +110,7 @@ std::vector<SnmpProcess> snmpProcesses() {
     if (process.pid == 0) continue;
     process.name = firstLine(entry.path() / "comm");
     if (process.name != "snmpd" && process.name != "ovosnmpd") continue;
+    // A daemon in another network namespace serves the state of that one.
     if (isElsewhere(entry.path())) continue;
     readOwner(entry.path(), process);
     readModule(entry.path(), process);

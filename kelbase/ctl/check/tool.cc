@@ -38,6 +38,7 @@ std::optional<std::string> outputOf(std::vector<std::string> const& command) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
   pid_t const pid = start(command, ends[1]);
+  // The program alone is to have this end: the reads below wait until nobody has it open.
   ::close(ends[1]);
   std::string text;
   std::array<char, 4096> buffer{};

@@ -135,6 +135,7 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
     code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
   }
   check(code, directory_, "open");
+  // Of the file that is mapped, wherever the path leads by now.
   mdb_env_get_fd(env.get(), &dataFd_);
   struct stat status {};
   if (::fstat(dataFd_, &status) != 0) throwCode(errno, directory_, "open");

@@ -18,6 +18,7 @@ namespace Pondo {
 namespace {
 
 constexpr std::uint32_t gone = IN_DELETE_SELF | IN_MOVE_SELF;
+// IN_ATTRIB: after a chmod(2) this process may open what it could not.
 constexpr std::uint32_t names =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR;
 

@@ -92,6 +92,7 @@ std::string PublisherLock::text() const {
 }
 
 bool PublisherLock::write(std::string const& text) const {
+  // Over the old text, and cut behind it: no reader ever finds the file empty.
   return ::pwrite(fd_.get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
          ::ftruncate(fd_.get(), static_cast<off_t>(text.size())) == 0;
 }

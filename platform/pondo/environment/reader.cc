@@ -233,6 +233,8 @@ Reader::~Reader() = default;
 
 Snapshot Reader::snapshot() const { return Snapshot(*this); }
 
+// The lock file counts too: where it was replaced, the publisher does not see the slots in the old
+// one.
 bool Reader::current() const {
   return identityAt(impl_->tables / Format::dataFile) == impl_->env.dataIdentity() &&
          identityAt(impl_->tables / Format::lockFile) == impl_->lockFile;

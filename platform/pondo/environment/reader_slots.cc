@@ -23,6 +23,8 @@ int noteReader(char const* text, void* context) {
 
 }  // namespace
 
+// A reader that was killed keeps its slot, and the pages of its snapshot, until somebody looks
+// (lmdb.h, mdb_reader_check).
 int freeDeadSlots(MDB_env* env) {
   int dead = 0;
   mdb_reader_check(env, &dead);

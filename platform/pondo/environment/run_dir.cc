@@ -44,6 +44,7 @@ void parseNumber(std::string_view text, Number& number) {
 }
 
 void parseField(std::string_view field, std::string_view value, PublisherInfo& info) {
+  // A field that only a newer publisher knows is passed over.
   if (field == "name") info.name = value;
   if (field == "version") info.version = value;
   if (field == "opening") info.opening = value == "1";

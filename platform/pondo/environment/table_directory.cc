@@ -200,6 +200,7 @@ std::unique_ptr<Environment> openOrMakeTables(fs::path const& runDir,
     if (!canBeReplaced(e.reason())) throw;
     Mav::log(Mav::Severity::warning,
              fmt::format("{}: the tables are made anew, because of {}", tables.string(), e.what()));
+    // What may be another program's is kept.
     return makeEmpty(runDir, settings, e.reason() == Reason::foreign);
   }
 }

@@ -26,6 +26,7 @@ class FiledKeys {
 
   void drop() {
     auto const dropped = *least_;
+    // The least key behind it.
     auto const next = dropped + '\0';
     for (auto& [listener, head] : origins_) {
       if (head == dropped) head = listener->filedKey(table_, next);
