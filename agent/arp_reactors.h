@@ -1,6 +1,7 @@
 #pragma once
 // The reactors of ArpTableSm: those of its inputs, and MavArpIntfStatus, which files one
-// interface's neighbours.
+// interface's neighbours. The state machine owns them, and lets them go before it does. On the
+// agent's thread.
 
 #include "agent/arp_table_sm.h"
 #include "agent/reactor.h"

@@ -1,7 +1,8 @@
 #pragma once
 // The reactors of one interface's IPv6 addresses: MavIp6IntfConfig and MavIp6IntfStatus. An address
 // that is present is handed over, without being withdrawn first; one that is absent is withdrawn.
-// Link-local addresses are passed over.
+// Link-local addresses are passed over. IpAddressTableSm makes and owns them (reactor_set.h). On
+// the agent's thread.
 
 #include "agent/intf_reactor.h"
 

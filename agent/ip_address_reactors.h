@@ -1,6 +1,6 @@
 #pragma once
 // The reactors of the state machine's inputs. Those of the four address entities keep one reactor
-// for each interface of their entity.
+// for each interface of their entity. IpAddressTableSm owns them all. On the agent's thread.
 
 #include "agent/ip6_intf_reactor.h"
 #include "agent/ip_intf_reactor.h"

@@ -1,7 +1,8 @@
 #pragma once
 // The reactors of one interface's IPv4 address: MavIpIntfConfig and MavIpIntfStatus. On every
 // change, and when the interface's status comes, the address handed over last is withdrawn and the
-// current one handed over.
+// current one handed over. IpAddressTableSm makes and owns them (reactor_set.h). On the agent's
+// thread.
 
 #include "agent/intf_reactor.h"
 

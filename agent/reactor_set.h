@@ -1,6 +1,6 @@
 #pragma once
 // The reactors of one kind in a state machine, by the key that the reactor's class gives their
-// entity (keyOf). Finding one costs a descent of a small tree.
+// entity (keyOf). Finding one costs a descent of a small tree. One thread.
 
 #include "platform/dovel/intf_id.h"
 #include "platform/mav/object.h"

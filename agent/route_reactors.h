@@ -1,5 +1,6 @@
 #pragma once
 // The reactors of a route state machine's inputs, of either family: each hands on what it hears.
+// The state machine owns them. They decide nothing, and read no table. On the agent's thread.
 
 #include <string>
 

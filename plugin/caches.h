@@ -2,6 +2,7 @@
 // What the handlers serve, and the state machines that keep it: the two cache entities, mounted
 // where the handlers look for them, and IpSnmp::Root over the mirrored state of the device and its
 // forwarding table. Made while both are still empty, so that the state machines see all of it come.
+// All on snmpd's thread.
 
 #include "agent/ip_net_to_physical_table_sm.h"
 #include "agent/root.h"

@@ -1,6 +1,7 @@
 #pragma once
 // Hands an activity to snmpd's select loop: its epoll descriptor is one of the daemon's external
-// descriptors while this lives, and whatever is due makes it readable.
+// descriptors while this lives, and whatever is due makes it readable. The loop then gives the
+// activity one turn, which never blocks. On snmpd's thread.
 
 #include "platform/mav/activity.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // The hint of a get-first: the table's part of the request, with the indexes of the row that the
 // iteration shall begin at. It comes from net-snmp's iterator, or from the row server while this is
-// traced. `Table` is as TableFrame has it (table_frame.h).
+// traced. `Table` is as TableFrame has it (table_frame.h). On snmpd's thread; keeps nothing.
 
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #pragma once
 // What is the same in all tables of one shape, whatever their rows are: how a handler answers its
-// requests from the columns, and the texts of the functions around it.
+// requests from the columns, and the texts of the functions around it. On snmpd's thread; nothing
+// is kept between two calls.
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,6 @@
 #pragma once
-// `kelbasectl show TABLE`: what a shared table holds at this moment.
+// `kelbasectl show TABLE`: what a shared table holds at this moment. Each slice is of one moment; a
+// table that changes while it is printed may show a row as it was beside one as it is.
 
 #include <filesystem>
 

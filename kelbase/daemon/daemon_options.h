@@ -1,5 +1,6 @@
 #pragma once
-// The command line of kelbased.
+// The command line of kelbased. Read once, before anything else is made; a word that is wrong ends
+// the program with exit code 2.
 
 #include <filesystem>
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
-// RTM_NEWADDR and RTM_DELADDR (rtnetlink(7)), read into Address4 and Address6.
+// RTM_NEWADDR and RTM_DELADDR (rtnetlink(7)), read into Address4 and Address6. The kernel writes
+// them in inet_fill_ifaddr (net/ipv4/devinet.c) and inet6_fill_ifaddr (net/ipv6/addrconf.c). Every
+// attribute that is used is checked first: BadMessage otherwise.
 
 #include <array>
 #include <optional>

@@ -1,6 +1,7 @@
 #pragma once
 // RTM_NEWNETCONF and RTM_DELNETCONF (linux/netconf.h) of the pseudo-interface "all", read into
-// ForwardingFlag.
+// ForwardingFlag. The kernel writes them in inet_netconf_fill_devconf (net/ipv4/devinet.c) and
+// inet6_netconf_fill_devconf (net/ipv6/addrconf.c).
 
 #include <array>
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
-// RTM_NEWLINK and RTM_DELLINK (rtnetlink(7)), read into Link.
+// RTM_NEWLINK and RTM_DELLINK (rtnetlink(7)), read into Link. The kernel writes them in
+// rtnl_fill_ifinfo (net/core/rtnetlink.c). Every attribute that is used is checked first:
+// BadMessage otherwise.
 
 #include <array>
 #include <optional>

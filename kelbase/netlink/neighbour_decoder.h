@@ -1,5 +1,7 @@
 #pragma once
-// RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4 and IPv6, read into Neighbour.
+// RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4 and IPv6, read into Neighbour. The kernel
+// writes them in neigh_fill_info (net/core/neighbour.c). Those of other families (AF_BRIDGE) and
+// proxy entries are passed over.
 
 #include <array>
 #include <optional>

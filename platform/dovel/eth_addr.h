@@ -1,6 +1,6 @@
 #pragma once
 // An Ethernet (MAC) address: 6 octets in transmission order. It is printed as "02:00:5e:10:00:01",
-// and parsed in upper and lower case.
+// and parsed in upper and lower case. A text that is none raises a Mav::RangeException.
 
 #include <array>
 #include <compare>

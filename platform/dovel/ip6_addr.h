@@ -1,7 +1,7 @@
 #pragma once
 // An IPv6 address. It is ordered octet by octet, which is the order of the SNMP instances that it
 // indexes. It is printed in the compressed form of inet_ntop(3), and every form of RFC 4291 section
-// 2.2 is parsed.
+// 2.2 is parsed. A text that is none raises a Mav::RangeException.
 
 #include <array>
 #include <bit>

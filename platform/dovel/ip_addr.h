@@ -1,6 +1,7 @@
 #pragma once
 // An IPv4 address. It is ordered as a number whose first octet is the most significant, which is
-// the order of the SNMP instances that it indexes. It is printed and parsed as a dotted quad.
+// the order of the SNMP instances that it indexes. It is printed and parsed as a dotted quad. A
+// text that is none raises a Mav::RangeException.
 
 #include <array>
 #include <bit>

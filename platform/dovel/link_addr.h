@@ -1,6 +1,7 @@
 #pragma once
 // The link-layer address of a host, as its kind of link has them: 6 octets on Ethernet, 20 on
-// InfiniBand, 4 in an IPv4 tunnel, none on others. MAX_ADDR_LEN (linux/netdevice.h) has 32.
+// InfiniBand, 4 in an IPv4 tunnel, none on others. MAX_ADDR_LEN (linux/netdevice.h) has 32. A
+// longer one raises a Mav::RangeException.
 
 #include <array>
 #include <cstdint>

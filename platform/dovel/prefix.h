@@ -1,6 +1,7 @@
 #pragma once
 // An IPv4 prefix: the destination of a route. Its host bits are zero, so that equal prefixes are
-// equal values. IpAddrWithMask::prefix() makes one of an address within it.
+// equal values. IpAddrWithMask::prefix() makes one of an address within it. Host bits that are set
+// raise a Mav::RangeException: no two texts mean one route.
 
 #include "platform/dovel/addr_with_length.h"
 #include "platform/dovel/ip_addr.h"

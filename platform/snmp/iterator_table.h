@@ -1,7 +1,8 @@
 #pragma once
 // What net-snmp keeps pointers to while a table is registered with its table iterator: index list,
 // columns, callbacks, and our server of sorted rows. One block, which lives until the table is
-// unregistered.
+// unregistered. What registers the table owns it, and frees it after net-snmp has let go of the
+// registration. Nothing of it moves or changes meanwhile.
 
 #include <memory>
 #include <optional>

@@ -1,4 +1,7 @@
 #pragma once
+// Where the module's lines go inside snmpd. An error and a notice keep their priority; a trace that
+// someone has switched on comes as a warning, because Debian's snmpd drops what is below that
+// (-LOw).
 
 #include "platform/mav/trace_handle.h"
 

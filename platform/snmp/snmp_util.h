@@ -1,4 +1,6 @@
 #pragma once
+// How a handler unit finds the entity that it serves: by its path in the agent's directory. On
+// snmpd's thread.
 
 #include <string_view>
 

@@ -1,7 +1,8 @@
 #pragma once
 // What whoever sent a request is shown (the view-based access control model, RFC 3415). The agent
 // looks at it when an answer is there, and asks again behind a cell that is hidden; asked
-// beforehand, a hidden subtree costs one step however much is in it.
+// beforehand, a hidden subtree costs one step however much is in it. Made for one call of a
+// handler. On the agent's thread.
 
 #include <optional>
 #include <span>

@@ -1,5 +1,6 @@
 #pragma once
-// What `kelbasectl check` has found out about one thing.
+// What `kelbasectl check` has found out about one thing. Plain values: each look makes some, and
+// check.h prints them all.
 
 #include <string>
 #include <vector>

@@ -1,6 +1,7 @@
 #pragma once
 // Where a walk over filed prefixes begins that is given bytes: those of a key of the route tables,
-// or of what stands right behind one, or none at all.
+// or of what stands right behind one, or none at all. SharedFib asks it for a comparison, which
+// goes by the bytes of keys, while what is filed goes by prefixes.
 
 #include <optional>
 #include <string_view>

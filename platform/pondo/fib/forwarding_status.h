@@ -1,7 +1,7 @@
 #pragma once
 // The fecs of the forwarding table, by id, as the route state machine sees them: decoded, read in
 // place, and of the same moment as the routes of that turn. RouteStatus has the rules
-// (route_status.h).
+// (route_status.h). On the agent's thread.
 
 #include <memory>
 

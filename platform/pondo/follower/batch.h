@@ -1,7 +1,7 @@
 #pragma once
 // The changes of a transaction that has not been committed. The Writer keeps them, because they
 // have to be made once more in a new transaction after room was made in a full map, or after the
-// tables moved to another environment.
+// tables moved to another environment. On the publisher's thread.
 
 #include <cstdint>
 #include <string>

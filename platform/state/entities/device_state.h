@@ -1,6 +1,7 @@
 #pragma once
 // The entities that the mirrors fill and that are not mounted: the state machines get them from
-// State::Mirrors.
+// State::Mirrors. By counted pointers: whoever holds an entity keeps it, whatever becomes of the
+// mirrors.
 
 #include "platform/state/entities/all_intf_status_dir.h"
 #include "platform/state/entities/arp_neighbor_dir.h"

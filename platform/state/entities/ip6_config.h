@@ -1,5 +1,6 @@
 #pragma once
-// The IPv6 addresses as configured.
+// The IPv6 addresses as configured. An interface is there while it has one. Filled by
+// State::Address6Mirror, read by IpAddressTableSm, on the agent's thread.
 
 #include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip6_intf_addresses.h"

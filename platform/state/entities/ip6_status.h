@@ -1,5 +1,6 @@
 #pragma once
 // The IPv6 addresses in operation: of links that are up, neither tentative nor failed (RFC 4862).
+// Filled by State::Address6Mirror, read by IpAddressTableSm, on the agent's thread.
 
 #include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip6_intf_addresses.h"

@@ -1,6 +1,8 @@
 #pragma once
 // The IPv4 addresses as configured: one Ip::IpIntfConfig an interface. A further address of a link
-// is an interface of its own here ("eth0#2").
+// is an interface of its own here ("eth0#2"). An interface is created without its address, and
+// hears of it next. Filled by State::Address4Mirror, read by IpAddressTableSm, on the agent's
+// thread.
 
 #include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip_intf_address.h"

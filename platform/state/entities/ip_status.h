@@ -1,5 +1,6 @@
 #pragma once
-// The IPv4 addresses in operation: those of Ip::Config whose link is up.
+// The IPv4 addresses in operation: those of Ip::Config whose link is up. Filled by
+// State::Address4Mirror, read by IpAddressTableSm, on the agent's thread.
 
 #include "platform/state/entities/intf_dir.h"
 #include "platform/state/entities/ip_intf_address.h"

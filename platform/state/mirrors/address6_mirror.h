@@ -2,7 +2,7 @@
 // Keeps Ip6::Config and Ip6::Status as the address6 table and the links say. All addresses of a
 // link stand under its name. In operation are those of a link that is up that are neither tentative
 // nor known not to be unique. Link-local ones are announced like any other; the state machines drop
-// them.
+// them. On the agent's thread.
 
 #include "platform/dovel/addr_with_mask.h"
 #include "platform/state/entities/ip6_config.h"

@@ -1,6 +1,8 @@
 #pragma once
 // Keeps Routing::Config and Routing6::Config as the forwarding table says: mounted while their
-// record is there, absent otherwise. No entity ever shows a value that was not published.
+// record is there, absent otherwise. No entity ever shows a value that was not published. It says
+// beforehand when a slice changes what is mounted: registrations that point there are undone first.
+// On the agent's thread.
 
 #include "platform/mav/directory.h"
 #include "platform/pondo/tables/tables.h"

@@ -1,6 +1,9 @@
 #pragma once
 // Keeps Interface::AllIntfStatusDir as the link table says. A record whose ifIndex changed is an
 // interface that goes and another that comes; a change of anything else is made in place.
+//
+// The mirrors of addresses ask it within a slice for the links as the slice leaves them, so that it
+// stands before them in the list. On the agent's thread.
 
 #include "platform/pondo/tables/tables.h"
 #include "platform/state/entities/all_intf_status_dir.h"

@@ -1,5 +1,7 @@
 #pragma once
-// What all mirrors share: the records as filed, and the differences of the slice under way.
+// What all mirrors share: the records as filed, and the differences of the slice under way. What is
+// filed is replaced at the end of a slice, when all mirrors have applied it: until then the slice
+// can be taken again from the start.
 
 #include <map>
 #include <vector>
