@@ -19,6 +19,7 @@ void FecRows::checkVias() const {
 
 void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const* intfStatusDir) {
   if (via.intfId.empty()) {
+    // 0 says that no interface is specified (RFC 4292, inetCidrRouteIfIndex).
     if (!via.nextHop.isUnspecified()) addHop(via, 0);
     return;
   }

@@ -189,6 +189,7 @@ template <class AddrWithMask>
 Mav::Ptr<IpAddressEntry> IpAddressTableSm::addToIpAddressTable(IntfDataKey const& key,
                                                                std::int32_t ifIndex,
                                                                AddrWithMask const& address) {
+  // 0.0.0.0 is an interface without address; one without ifIndex has no row to stand in yet.
   if (address.address().isUnspecified() || ifIndex < 1) return nullptr;
   auto const ipMib = Mav::validPtr(ipMib_);
   auto entry = Mav::validPtr(ipMib->ipAddressTableIs(inetAddress(address.address())));
@@ -225,6 +226,7 @@ void IpAddressTableSm::doAddAddr(Dovel::IntfId intf, AddressSource source, std::
   MAV_TRACE(agentTraceHandle(), 8,
             signature << " for " << intf << " from " << source << ", " << address);
   auto const entry = addToIpAddressTable(IntfDataKey(source, intf), ifIndex, address);
+  // ipAddrTable, older, has the IPv4 addresses alone, and reads them from this entry.
   if (entry) ipMib_->ipAddrTableIs(entry);
 }
 

@@ -109,6 +109,7 @@ void RouteTableSm<Prefix>::clockIs(Mav::Ptr<Mav::Clock const> clock) {
   mavClock_.reset();
   if (!clock) return;
   mavClock_ = std::make_unique<MavClock>(*this, std::move(clock));
+  // What waited for a pass of the old clock waits for one of the new.
   mavClock_->timeMinIs(timeMin);
 }
 

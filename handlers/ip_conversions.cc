@@ -69,6 +69,7 @@ std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigne
 std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, unsigned char* buffer,
                                    std::int32_t size) {
   auto protocol = protocolMap().protocol(routeType).value_or(ipRouteProtocolOther);
+  // ipCidrRouteProto begins with other(1).
   if (protocol == 0) protocol = ipRouteProtocolOther;
   MAV_TRACE(snmpTraceHandle(), 6, "protoMap converted " << routeType << " to " << protocol);
   return asnInteger(protocol, buffer, size);

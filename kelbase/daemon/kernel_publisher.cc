@@ -7,6 +7,7 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
     : sources_(makeKernelSources(kernel_)),
       views_(makeTableViews(kernel_)),
       publisher_(activity, {options.runDir, options.writer}, views_, publisherHooks(hooks)),
+      // Last, since it asks the kernel at once: all that the answers fill is there by then.
       feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
 
 Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {

@@ -14,6 +14,7 @@ void Forwarding::del(ForwardingFlag const& flag) {
 
 void Forwarding::dumpEnd(bool whole) {
   if (!whole) return;
+  // A version that the kernel lacks answers nothing to a dump, and is swept.
   for (auto const version : flags_.unmarked()) del({version, false});
 }
 

@@ -105,6 +105,7 @@ void NetlinkDumper::send() {
 }
 
 void NetlinkDumper::onReadable() {
+  // What is left keeps the descriptor readable, and comes in the next turn.
   for (std::size_t i = 0; i < sliceMax && receiveOne(); ++i) {
   }
 }
@@ -124,6 +125,7 @@ bool NetlinkDumper::receiveOne() {
     case NetlinkSocket::Outcome::datagram:
       break;
   }
+  // A long answer is no missing one: each part of it begins the time anew.
   timeout_.timeMinIs(busy() ? Mav::now() + answerTimeout : Mav::never);
   try {
     forEachMessage(received.datagram, [this](NetlinkMessage const& message) {

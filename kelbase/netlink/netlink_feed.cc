@@ -121,6 +121,8 @@ bool NetlinkFeed::receiveOne() {
 void NetlinkFeed::onLoss(char const* what) {
   ++counters_.overruns;
   MAV_TRACE(traceHandle(), 1, what << ": reading everything again");
+  // The dump that follows costs the kernel's time and ours: in a storm it would come too late
+  // again.
   bool const calm = Mav::now() - lastLoss_ > overrunCalm;
   if (!lost_) overrunDelay_ = calm ? 0.0 : std::clamp(2 * overrunDelay_, 0.01, overrunDelayMax);
   lost_ = true;

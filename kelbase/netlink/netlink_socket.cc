@@ -72,6 +72,7 @@ int NetlinkSocket::fetch() {
     header.msg_iovlen = 1;
     messages_[i] = {header, 0};
   }
+  // With MSG_TRUNC the kernel tells the whole length of what did not fit (recv(2)).
   int count = -1;
   do {
     count = recvmmsg(fd(), messages_.data(), static_cast<unsigned>(messages_.size()),

@@ -137,6 +137,7 @@ int Displacement::onRegister(int /*major*/, int /*minor*/, void* parameters, voi
       return SNMPERR_SUCCESS;
     }
     auto const places = displacement.places();
+    // While nothing of ours is registered, nothing is in its way.
     bool const concerned = registrationCount() > 0 &&
                            std::any_of(places.begin(), places.end(),
                                        [&](auto const& place) { return isWithin(place, name); });

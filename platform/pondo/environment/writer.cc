@@ -360,6 +360,7 @@ void Writer::Impl::moveAwayFromStoppedReader() {
   double const now = Mav::now();
   if (!stopped.hasStopped(oldestReader(env->get()), now) || now < copyNotBefore) return;
   auto const space = spaceOf(*env, handles);
+  // A copy costs what is live: it has to be worth that.
   if (space.used < 2 * space.live + options.pinnedMax) return;
   try {
     txn.reset();  // what is in the batch is done again in the copy

@@ -185,6 +185,7 @@ void Follower::Impl::open() {
 }
 
 void Follower::Impl::closeReader() {
+  // The snapshot is one of the reader's.
   turnSnapshot.reset();
   if (reader) badRecords += reader->malformed();
   reader.reset();
