@@ -23,6 +23,7 @@ void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<o
   if (!registration) throw Mav::Exception(std::string("no memory for ") + name);
   registration->priority = registrationPriority;
   registration->my_reg_void = entity;
+  // Handed back to the callback as it is: net-snmp neither reads nor frees it.
   registration->handler->myvoid = const_cast<void*>(scalar);
   Snmp::registerScalar(registration);
 }

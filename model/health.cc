@@ -14,6 +14,7 @@ Health::Health(Mav::Name name) : Entity(std::move(name)), takenAt_(-Mav::never) 
 
 void Health::sourceIs(Source source) {
   source_ = std::move(source);
+  // The last sample was another source's.
   takenAt_ = -Mav::never;
 }
 

@@ -13,6 +13,7 @@ template <class Status, class Prefix>
 std::uint32_t ageOf(Status const& status, Prefix const& prefix) {
   try {
     auto const route = status.route(prefix);
+    // 0: it was there before the publisher, which cannot know since when.
     if (!route || route->changedAt == 0) return 0;
     return static_cast<std::uint32_t>(std::max(0.0, Mav::bootTime() - route->changedAt));
   } catch (Pondo::ConsistencyException const&) {

@@ -38,6 +38,7 @@ void parse(char const* /*token*/, char const* line) noexcept {
   });
 }
 
+// net-snmp calls it before it reads the configuration again.
 void forget() noexcept { kept().clear(); }
 
 }  // namespace

@@ -16,6 +16,7 @@ constexpr auto countersByName = [] {
 #define IP_NAME_COUNTER(Class, instance, field, statName) NamedCounter{statName, &(instance)},
   std::array counters{IP_SW_FWD_COUNTERS(IP_NAME_COUNTER)};
 #undef IP_NAME_COUNTER
+  // Sorted while compiling: every line of /proc/net/snmp6 is looked up here.
   std::ranges::sort(counters, {}, &NamedCounter::name);
   return counters;
 }();

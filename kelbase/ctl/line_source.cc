@@ -12,6 +12,7 @@ LineSource::LineSource(std::istream& in, std::function<void(std::uint64_t)> onBl
     : in_(in), onBlock_(std::move(onBlock)) {}
 
 bool LineSource::fill() {
+  // A stream keeps no errno; that of the read that failed stands there still.
   errno = 0;
   in_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
   if (in_.bad()) throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());

@@ -16,6 +16,7 @@ struct LoadBatch::Kind {
   bool (LoadBatch::*take)(Fields const&);
 };
 
+// Looked through in this order: what `ip address` prints has the fields of a link as well.
 LoadBatch::Kind const LoadBatch::kinds[] = {
     {"ip -json address", "addr_info", &LoadBatch::takeAddress},
     {"ip -json link", "ifname", &LoadBatch::takeLink},
@@ -179,6 +180,7 @@ bool LoadBatch::takeRoute(Fields const& fields, std::vector<Route<Ip>>& routes) 
                         .hops = &*sharedHops_.insert(told->hops).first};
   routes.push_back(route);
   if (route.object != 0 && route.hops->empty() && route.kind == RouteKind::unicast) {
+    // Its next hops stand with the nexthop object alone, which has to be in the files too.
     untold_.try_emplace(route.object, fields.place("nhid"));
   }
   return true;

@@ -46,6 +46,7 @@ void readTables(Status& status) {
     status.tables.push_back({view.name, countTable(reader, view)});
   }
   status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
+  // Set when all has been read: without it nothing of the tables is shown.
   status.generation = generation;
   status.origin = reader.snapshot().origin();
 }

@@ -17,6 +17,8 @@ SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSig
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
+  // A signal that is not blocked ends the process instead of coming by the descriptor
+  // (signalfd(2)).
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c)
   fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);

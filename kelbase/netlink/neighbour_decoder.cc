@@ -75,6 +75,7 @@ std::optional<Neighbour> NeighbourDecoder::read(NetlinkMessage const& message) {
   auto const info = message.header<ndmsg>();
   bool const isV4 = info.ndm_family == AF_INET;
   if (!isV4 && info.ndm_family != AF_INET6) return std::nullopt;
+  // An address that this machine answers for is no neighbour (ip-neighbour(8), proxy).
   if ((info.ndm_flags & NTF_PROXY) != 0) return std::nullopt;
   if (info.ndm_ifindex < 1) {
     throw BadMessage(fmt::format("{}: interface index {}, expected 1 or more", message.name(),

@@ -18,6 +18,7 @@ bool keepsRule(nlattr const* attribute, AttributeSize const& size) {
   if (!size.text) return length >= size.min && length <= size.max;
   auto const* const text = mnl_attr_get_str(attribute);
   std::size_t const characters = strnlen(text, length);
+  // With a NUL within it: who reads the text reads up to that.
   return characters > 0 && characters < length && characters < size.max;
 }
 
@@ -37,6 +38,7 @@ Attributes::Attributes(std::string_view messageName, Bytes bytes,
         throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", messageName, rules[i].name,
                                      mnl_attr_get_payload_len(next), expected(rules[i].size)));
       }
+      // The last of several counts, as to the kernel itself (lib/nlattr.c, nla_parse).
       found_[i] = next;
       break;
     }

@@ -152,6 +152,7 @@ void NetSnmpFile::write(std::string_view text) const {
   if (static_cast<std::size_t>(wrote) != text.size()) {
     throw std::system_error(ENOSPC, std::generic_category(), "write");
   }
+  // A reader finds the old file or the new one, each whole (rename(2)).
   if (::rename(staged_.c_str(), file_.c_str()) != 0) throwErrno("replace");
 }
 

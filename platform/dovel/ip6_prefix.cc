@@ -11,6 +11,7 @@ namespace {
 std::uint32_t zoneIn(std::string_view text) {
   auto const mark = text.find('%');
   if (mark == text.npos) return 0;
+  // A zone is told by its number: the name of a link may change.
   auto const digits = text.substr(mark + 1);
   std::uint32_t zone = 0;
   auto const [end, error] = std::from_chars(digits.begin(), digits.end(), zone);

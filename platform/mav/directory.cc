@@ -29,6 +29,7 @@ void Directory::unmount(std::string_view path) {
   if (found != entities_.end()) entities_.extract(found);  // destroyed when it has left the tree
 }
 
+// The directory is empty by the time that the entities are destroyed, which may look into it.
 void Directory::unmountAll() { std::exchange(entities_, {}); }
 
 }  // namespace Mav

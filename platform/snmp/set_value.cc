@@ -19,6 +19,7 @@ bool set(netsnmp_variable_list* variable, unsigned char type, void const* value,
 }
 
 bool setObjectId(netsnmp_variable_list* variable, unsigned char const* bytes, std::size_t length) {
+  // An oid of net-snmp is a long (net-snmp/library/oid.h), a word of a conversion 32 bits.
   std::array<oid, MAX_OID_LEN> subIdentifiers;
   std::size_t const count = length / sizeof(std::uint32_t);
   if (length % sizeof(std::uint32_t) != 0 || count > subIdentifiers.size()) return false;

@@ -56,6 +56,7 @@ std::string encodeKey<Address4Table>(Address4Table::Key const& key) {
 template <>
 std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view bytes) {
   auto const parts = takeLink(bytes);
+  // Address, length, peer.
   if (!parts || parts->rest.size() != 9) return std::nullopt;
   Address4Table::Key const key{parts->link, addressAt<Dovel::IpAddr>(parts->rest, 0),
                                static_cast<std::uint8_t>(parts->rest[4]),

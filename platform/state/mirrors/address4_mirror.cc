@@ -17,6 +17,7 @@ void Address4Mirror::apply(Phase phase) {
 }
 
 void Address4Mirror::renumber() {
+  // comes() below asks what is renumbered: nothing is until all have been found.
   renumbered_.clear();
   absl::btree_set<Key> renumbered;
   for (auto const& key : touched()) {
