@@ -1,6 +1,6 @@
 #pragma once
 // brivetKelbaseRecordsTable (mibs/BRIVET-KELBASE-MIB): how many records each of the shared tables
-// has.
+// has. The numbers are those of a sample that is half a second old at most (model/health.h).
 
 #include "handlers/table/table_functions.h"
 

@@ -1,7 +1,8 @@
 #pragma once
 // inetCidrRouteTable (RFC 4292): the routes of the machine, IPv4 and IPv6, a row for each next hop
 // and one for each route that refuses, by destination, prefix length, policy (always zeroDotZero)
-// and next hop.
+// and next hop. Those of IPv4 that forward are the rows of ipCidrRouteTable, seen by another
+// index (model/inet_cidr_routes.h).
 
 #include "handlers/table/table_functions.h"
 

@@ -1,6 +1,8 @@
 #pragma once
 // ipCidrRouteTable (RFC 4292, deprecated there): the IPv4 routes of the machine, a row for each
-// next hop, by destination, mask, type of service (always 0) and next hop.
+// next hop, by destination, mask, type of service (always 0) and next hop. IpRouteTableSm files
+// them in passes: between two of these a request may see one prefix as it is, and another as it
+// was.
 
 #include "handlers/table/table_functions.h"
 

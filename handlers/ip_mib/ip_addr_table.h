@@ -1,6 +1,6 @@
 #pragma once
 // ipAddrTable (RFC 4293, deprecated there): the IPv4 addresses of the machine. Every column is read
-// through the row of ipAddressTable that has the same address.
+// through the row of ipAddressTable that has the same address. IpAddressTableSm files both.
 
 #include "handlers/table/table_functions.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 // ipAddressPrefixTable (RFC 4293): the prefixes of the addresses, by interface. The columns do not
-// depend on the row: nothing is known here of how a prefix came about.
+// depend on the row: nothing is known here of how a prefix came about. IpAddressTableSm files a row
+// for each prefix that an address of ipAddressTable points to.
 
 #include "handlers/table/table_functions.h"
 

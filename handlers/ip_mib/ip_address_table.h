@@ -1,5 +1,7 @@
 #pragma once
-// ipAddressTable (RFC 4293): the addresses of the machine, IPv4 and IPv6.
+// ipAddressTable (RFC 4293): the addresses of the machine, IPv4 and IPv6. A row is an address,
+// however many interfaces have it: what a column says is that of its first presence
+// (model/ip_address_entry.h). IpAddressTableSm files the rows.
 
 #include "handlers/table/table_functions.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 // ipNetToMediaTable (RFC 4293, deprecated there): the IPv4 neighbours of the device's interfaces,
-// each with its link address.
+// each with its link address. ArpTableSm files them.
 
 #include "handlers/table/table_functions.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 // ipNetToPhysicalTable (RFC 4293): the neighbours of the device's interfaces, of both versions of
-// IP and in every state.
+// IP and in every state. IpNetToPhysicalTableSm files them.
 
 #include "handlers/table/table_functions.h"
 
