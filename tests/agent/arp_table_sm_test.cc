@@ -9,7 +9,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class ArpTableSmTest : public DeviceFixture {
  protected:
@@ -38,24 +37,6 @@ class ArpTableSmTest : public DeviceFixture {
       Mav::makeObject<IpSnmp::ArpTableSm>(nullptr, dir_, ipMib_, status_);
 };
 
-TEST_F(ArpTableSmTest, NeighboursAreFiledOnceTheirInterfaceHasAnIndex) {
-  neighbour("eth1", "10.0.0.2");
-  neighbour("eth1", "10.0.0.1");
-  link("eth10", 10);
-  EXPECT_THAT(rows(), IsEmpty());
-  link("eth1", 7);
-  neighbour("eth1", "200.0.0.1");
-  link("zero", 0);
-  neighbour("zero", "10.0.0.1");
-  EXPECT_THAT(rows(), ElementsAre("0 10.0.0.1", "7 10.0.0.1", "7 10.0.0.2", "7 200.0.0.1"));
-  neighbourGone("eth1", "10.0.0.2");
-  EXPECT_THAT(rows(), ElementsAre("0 10.0.0.1", "7 10.0.0.1", "7 200.0.0.1"));
-
-  auto const cold = IpSnmp::ipMibFactory("cold");
-  auto const sm = Mav::makeObject<IpSnmp::ArpTableSm>(nullptr, dir_, cold, status_);
-  EXPECT_EQ(cold->arpTableMap().size(), 3U);
-}
-
 TEST_F(ArpTableSmTest, AnArpStatusThatGoesTakesAllRowsOfItsIndexAndNoOthers) {
   link("a", 6);
   link("b", 7);
@@ -81,44 +62,6 @@ TEST_F(ArpTableSmTest, RowsStayWhenTheirInterfaceGoesOrHasAnotherIndex) {
   EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "6 10.0.0.2", "7 10.0.0.1", "7 10.0.0.2"));
   status_->arpIntfStatusDelAll();
   EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1", "6 10.0.0.2"));
-}
-
-TEST_F(ArpTableSmTest, AnInputThatIsTakenAwayIsNotHeardAnyMore) {
-  link("a", 6);
-  neighbour("a", "10.0.0.1");
-  auto const reactor = sm_->arpIntfStatus("a");
-  sm_->intfStatusDirDel();
-  linkGone("a");
-  link("a", 7);
-  EXPECT_EQ(reactor->ifIndex(), 6);
-  sm_->statusDel();
-  EXPECT_EQ(reactor->arpTableSm(), nullptr);
-  sm_.reset();
-  neighbour("a", "10.0.0.2");
-  status_->arpIntfStatusDelAll();
-  EXPECT_THAT(rows(), ElementsAre("6 10.0.0.1"));
-}
-
-TEST_F(ArpTableSmTest, TellsWhatItDecides) {
-  neighbour("a", "10.0.0.1");
-  AgentLines lines(8);
-  std::string const reactor = "void IpSnmp::ArpTableSm::MavArpIntfStatus::";
-  auto const entry = "handleArpEntry: " + reactor + "handleArpEntry(Dovel::IpAddr) for 10.0.0.1";
-  auto const del = "handleDel: " + reactor + "handleDel()";
-  neighbour("a", "10.0.0.1", "02:00:00:00:00:02");
-  EXPECT_THAT(lines.take(), ElementsAre(entry, "handleArpEntry: no ifIndex (yet?)"));
-  link("a", 6);
-  EXPECT_THAT(lines.take(), ElementsAre("handleIntfStatus: void "
-                                        "IpSnmp::ArpTableSm::handleIntfStatus(Dovel::IntfId) for a",
-                                        entry));
-  status_->arpIntfStatusDel("a");
-  EXPECT_THAT(lines.take(), ElementsAre(del));
-  status_->arpIntfStatusIs("b");
-  EXPECT_THAT(lines.take(), ElementsAre("handleNew: " + reactor + "handleNew() for b"));
-  status_->arpIntfStatusDel("b");
-  EXPECT_THAT(lines.take(), ElementsAre(del,
-                                        "handleDel: no ifIndex (hope there were no entries "
-                                        "that I should have deleted)"));
 }
 
 }  // namespace

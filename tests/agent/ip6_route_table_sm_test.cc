@@ -66,25 +66,6 @@ TEST_F(Ip6RouteTableSmTest, aRowIsANextHopWithTheProtocolItWasLearnedFrom) {
                                   "fe80::%5/64 via  dev 5 type 3 protocol routeTypeConnected"));
 }
 
-TEST_F(Ip6RouteTableSmTest, refusalsOfBothFamiliesAreRowsAndGo) {
-  auto const sm = newSm();
-  auto const sm6 = newSm6();
-  route("10.0.0.0/8", 0, routeTypeBlackhole);
-  route6("2001:db8::/32", 0, routeTypeUnreachable, routeTypeBgp);
-  route6("2001:db8::/33", 0, routeTypeUnknown);
-  settle();
-  EXPECT_THAT(rows(), ElementsAre("10.0.0.0/8 via  dev 0 type 5 protocol routeTypeDhcp",
-                                  "2001:db8::/32 via  dev 0 type 2 protocol routeTypeBgp"));
-  EXPECT_EQ(mib_->ipCidrRouteTables(), 0U);
-  routes6_->routeDel(Ip6Prefix("2001:db8::/32"));
-  link("eth1", 3);
-  fec(1, {"192.0.2.1@eth1"});
-  route("10.0.0.0/8", 1);
-  settle();
-  EXPECT_THAT(rows(),
-              ElementsAre("10.0.0.0/8 via 192.0.2.1 dev 3 type 4 protocol routeTypeStatic"));
-}
-
 /// Whatever comes in whatever order, with passes cut short anywhere.
 TEST_F(Ip6RouteTableSmTest, afterAnyHistoryTheRowsAreWhatTheTablesSay) {
   auto const sm = newSm6();

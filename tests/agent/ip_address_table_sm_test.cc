@@ -14,20 +14,6 @@ class IpAddressTableSmTest : public AddressFixture {
   Mav::Ptr<IpSnmp::IpAddressTableSm> sm_ = newSm();
 };
 
-TEST_F(IpAddressTableSmTest, statusWinsOverConfigurationOfTheSameAddress) {
-  sm_->doAddAddr(id("eth1"), addressSourceConfig, 3, v4("10.0.0.1/24"));
-  auto const configured = ipMib_->ipAddressPrefixTableIterator().value();
-  sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
-  EXPECT_THAT(addresses(), ElementsAre("10.0.0.1 3 eth1 (eth1)"));
-  EXPECT_THAT(oldTable(), ElementsAre("10.0.0.1 3 255.255.255.0"));
-  EXPECT_THAT(prefixes(), ElementsAre("3 10.0.0.0/24"));
-  EXPECT_NE(ipMib_->ipAddressPrefixTableIterator().value(), configured);
-
-  sm_->doDelAddr(id("eth1"), addressSourceStatus, v4("10.0.0.1/24"));
-  EXPECT_THAT(addresses(), ElementsAre("10.0.0.1 3 (eth1)"));
-  EXPECT_EQ(ipMib_->ipAddressPrefixTableIterator().value(), configured);
-}
-
 TEST_F(IpAddressTableSmTest, aPrefixRowOfAnotherAddressIsLeft) {
   sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24"));
   sm_->doAddAddr(id("eth1#2"), addressSourceStatus, 3, v4("10.0.0.2/24"));
@@ -108,26 +94,6 @@ TEST_F(IpAddressTableSmTest, deletingLooksAtAddressSourceAndInterfaceAlone) {
   EXPECT_THAT(addresses(), IsEmpty());
   EXPECT_THAT(oldTable(), IsEmpty());
   EXPECT_THAT(prefixes(), IsEmpty());
-}
-
-TEST_F(IpAddressTableSmTest, theSourceIsTracedOfIpv4Alone) {
-  AgentLines lines(8);
-  sm_->doDelAddr(id("eth1"), addressSourceConfig, v4("10.0.0.1/24"));
-  sm_->doDelAddr6(id("eth1"), addressSourceStatus, v6("2001:db8::1/64"));
-  EXPECT_THAT(
-      lines.take(),
-      ElementsAre(
-          "doDelAddr: void IpSnmp::IpAddressTableSm::doDelAddr(Dovel::IntfId, "
-          "IpSnmp::AddressSource, const Dovel::IpAddrWithMask&) for eth1 from "
-          "addressSourceConfig, 10.0.0.1/24",
-          "doDelAddr6: void IpSnmp::IpAddressTableSm::doDelAddr6(Dovel::IntfId, "
-          "IpSnmp::AddressSource, const Dovel::Ip6AddrWithMask&) for eth1, 2001:db8::1/64"));
-}
-
-TEST_F(IpAddressTableSmTest, withoutTheCacheNothingCanBeFiled) {
-  sm_->ipMibDel();
-  EXPECT_THAT([this] { sm_->doAddAddr(id("eth1"), addressSourceStatus, 3, v4("10.0.0.1/24")); },
-              testing::ThrowsMessage<Mav::RangeException>("null ValidPtr"));
 }
 
 }  // namespace

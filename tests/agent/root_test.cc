@@ -69,7 +69,7 @@ void RootTest::change(std::mt19937& random) {
   auto const link = static_cast<std::int32_t>(1 + random() % 4);
   std::string const intf = "eth" + std::to_string(link);
   auto const number = std::to_string(random() % 8);
-  switch (random() % 6) {
+  switch (random() % 7) {
     case 0:
       dir_->intfStatusIs(id(intf), link, true);
       return;
@@ -82,6 +82,9 @@ void RootTest::change(std::mt19937& random) {
           {Dovel::IpAddr("10.0.1." + number), Dovel::EthAddr("02:00:00:00:00:01"), false});
       return;
     case 4:
+      return status6_->intfIs(id(intf))->addrIs(
+          Ip6::AddressInfo(v6("2001:db8::" + number + "/128")));
+    case 5:
       return fecs_->fecIs(Pondo::Fib::FecId(1 + random() % 3),
                           {{{Dovel::IpAddr("192.0.2." + number), id(intf), 2}}});
     default:
@@ -89,21 +92,6 @@ void RootTest::change(std::mt19937& random) {
                               {Pondo::Fib::FecId(1 + random() % 3), Routing::RouteMetric(20),
                                Routing::RoutePreference(1), Routing::Fib::routeTypeStatic});
   }
-}
-
-TEST_F(RootTest, attributesHaveTheirOrderAndNothingElseHasAName) {
-  Texts names;
-  for (auto id = Mav::firstAttributeId; root_->attributeString(id) != "unknown"; ++id) {
-    names.emplace_back(root_->attributeString(id));
-  }
-  EXPECT_THAT(names, testing::ElementsAre("ipConfig", "ipStatus", "ip6Config", "ip6Status",
-                                          "intfStatusDir", "arpStatus", "ipMib", "ipAddressTableSm",
-                                          "arpTableSm", "ipForwardMib", "ipRouteTableSm"));
-  EXPECT_EQ(root_->attributeString(Mav::firstAttributeId - 1), "unknown");
-  for (auto const& name : names) root_->attribute(name);  // each can be read
-  EXPECT_FALSE(root_->isNondestructing());
-  root_->attributeIs("isNondestructing", true);
-  EXPECT_TRUE(root_->isNondestructing());
 }
 
 TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
@@ -115,13 +103,6 @@ TEST_F(RootTest, aStateMachineIsCreatedOnceAndGoesWithItsAttribute) {
   EXPECT_EQ(root_->ipAddressTableSm(), sm);
   root_->ipAddressTableSmDel();
   EXPECT_EQ(sm->use_count(), 1U);
-
-  auto const arpSm = createArp(neighbours_);
-  EXPECT_EQ(createArp(neighbours_), arpSm);
-  EXPECT_THROW(createArp(Mav::makeObject<Arp::NeighborDir>()), Mav::NameInUseException);
-  EXPECT_EQ(root_->arpTableSm(), arpSm);
-  root_->arpTableSmDel();
-  EXPECT_EQ(arpSm->use_count(), 1U);
 
   auto const clock = activity_.clock();
   auto const routeSm = createRoutes(clock);

@@ -55,23 +55,6 @@ class AgentRequest {
     return reply(handler(nullptr, &registration, &info_, &request_));
   }
 
-  /// The first pass of a GETBULK of so many repetitions: type and name of what has a value. `end`
-  /// is where the range of the registration ends.
-  std::vector<std::pair<unsigned char, Oid>> bulk(int repetitions, Oid end) {
-    for (int i = 1; i < repetitions; ++i) {
-      snmp_varlist_add_variable(&variable_, nullptr, 0, ASN_NULL, nullptr, 0);
-    }
-    request_.repeat = request_.orig_repeat = repetitions - 1;
-    request_.range_end = end.data();
-    request_.range_end_len = end.size();
-    registered();
-    std::vector<std::pair<unsigned char, Oid>> filled;
-    for (auto const* v = variable_; v && v->type != ASN_NULL; v = v->next_variable) {
-      filled.emplace_back(v->type, Oid(v->name, v->name + v->name_length));
-    }
-    return filled;
-  }
-
   /// Nothing when nobody has registered the object (the library itself answers for whole trees).
   std::optional<Reply> registered() {
     auto* const subtree =

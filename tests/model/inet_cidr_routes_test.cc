@@ -104,24 +104,5 @@ TEST_F(InetCidrRoutesTest, aWalkIsInTheOrderOfInstances) {
   EXPECT_GT(routes_.size(), 100U);
 }
 
-TEST_F(InetCidrRoutesTest, rowsSayWhereTheyLead) {
-  mib_->ipCidrRoutesAre(Dovel::Prefix("10.0.0.0/8"),
-                        std::vector<IpForwardMib::RowHop>{{{}, 3, true}}, {}, {}, {});
-  mib_->ipCidrRoutesAre(Dovel::Prefix("11.0.0.0/8"), std::vector<IpForwardMib::RowHop>{{{}, 4}}, {},
-                        {}, {});
-  routes_.refusalIs(Dovel::Prefix("10.0.0.0/9"), {0, {}, inetCidrRouteTypeReject});
-  routes_.routesAre(Dovel::Ip6Prefix("fe80::/64%9"),
-                    std::vector{Inet6RouteHop{Dovel::Ip6Addr("fe80::1"), 9}}, {});
-  std::ostringstream told;
-  for (auto row = routes_.first(); row; ++row) {
-    told << row.key() << " ifIndex " << row->ifIndex << " type " << row->type << '\n';
-  }
-  EXPECT_EQ(told.str(),
-            "10.0.0.0/8 via  ifIndex 3 type inetCidrRouteTypeRemote\n"
-            "10.0.0.0/9 via  ifIndex 0 type inetCidrRouteTypeReject\n"
-            "11.0.0.0/8 via  ifIndex 4 type inetCidrRouteTypeLocal\n"
-            "fe80::%9/64 via fe80::1%9 ifIndex 9 type inetCidrRouteTypeOther\n");
-}
-
 }  // namespace
 }  // namespace IpSnmp

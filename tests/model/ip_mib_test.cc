@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "model/ip_forward_mib.h"
 #include "tests/support/strep_checks.h"
 
 namespace IpSnmp {
@@ -98,33 +99,6 @@ TEST_F(IpMibTest, eachCollectionAnnouncesToItsOwnHandlerAndTellsItsNumberWhenTha
   EXPECT_NE(mib->ipSwFwdStats(Ip::ipVersion6), nullptr);  // the factory's
 }
 
-TEST_F(IpMibTest, aRowThatExistsIsGivenAgainOrRefusedInSilence) {
-  fill();
-  auto const entry = mib->ipAddressTable(inet("10.0.0.1"));
-  auto const addr = mib->ipAddrTable(IpAddr("10.0.0.1"));
-  ArpTableIndex const neighbour{5, IpAddr("10.0.0.2")};
-  auto const arp = mib->arpTable(neighbour);
-  heard.clear();
-  EXPECT_EQ(mib->ipAddressTableIs(inet("10.0.0.1")), entry);
-  EXPECT_EQ(mib->ipAddrTableIs(entry), addr);
-  EXPECT_EQ(mib->arpTableIs(neighbour, eth0), arp);
-
-  auto const refused = [](std::string const& name, auto const& asked, auto const& current) {
-    return testing::ThrowsMessage<Mav::NameInUseException>(
-        "Reinstantiating the pointer interface where constructor parameter attribute " + name +
-        " has a different value of " + shown(asked) + " than the current value of " +
-        shown(current) + " not allowed");
-  };
-  auto const twin = Mav::makeObject<IpAddressEntry>(inet("10.0.0.1"));
-  EXPECT_THAT([&] { mib->ipAddrTableIs(twin); }, refused("_masterEntry", twin, entry));
-  auto const eth1 = Mav::makeObject<Arp::ArpIntfStatus>("eth1");
-  EXPECT_THAT([&] { mib->arpTableIs(neighbour, eth1); }, refused("_arpIntfStatus", eth1, eth0));
-  EXPECT_EQ(mib->ipAddrTable(IpAddr("10.0.0.1")), addr);
-  EXPECT_EQ(mib->arpTable(neighbour)->arpIntfStatus(), eth0);
-  EXPECT_EQ(rangeError([&] { return mib->ipAddrTableIs(nullptr); }), "null ValidPtr");
-  EXPECT_THAT(heard, ElementsAre());
-}
-
 TEST_F(IpMibTest, aPrefixRowIsReplacedAndAnnouncedWhenItIsAnotherObject) {
   auto const row = prefix(3);
   auto const twin = prefix(3);
@@ -140,6 +114,70 @@ TEST_F(IpMibTest, aPrefixRowIsReplacedAndAnnouncedWhenItIsAnotherObject) {
   EXPECT_EQ(rangeError([&] { mib->ipAddressPrefixTableIs(nullptr); }),
             "null _ipAddressPrefixTable parameter to mutator for "
             "IpSnmp::IpMib::ipAddressPrefixTable not allowed\"");
+}
+
+TEST(IpAddressEntry, whatTheMasterTellsIsRefusedWithoutOneAndWithoutItsPrefix) {
+  auto const entry =
+      Mav::makeObject<IpAddressEntry>(InetAddress::fromIpAddr(Dovel::IpAddr("10.1.2.3")));
+  IpAddrEntry const old(entry);
+  EXPECT_EQ(rangeError([&] { return entry->ifIndex(); }), "null ValidPtr");
+  EXPECT_EQ(rangeError([&] { return entry->prefixEntry(); }), "null ValidPtr");
+  EXPECT_EQ(rangeError([&] { return entry->addressStatus(); }), "null ValidPtr");
+
+  entry->intfIs(IntfData({addressSourceStatus, Dovel::IntfId("eth0")}, nullptr));
+  EXPECT_EQ(old.ipAdEntIfIndex(), 0u);
+  EXPECT_EQ(rangeError([&] { return old.ipAdEntNetMask(); }), "null ValidPtr");
+
+  IpAddressEntry const cut(InetAddress(Ip::ipVersion4, Snmp::String("abc")));
+  EXPECT_EQ(rangeError([&] { return cut.ipAdEntAddr(); }),
+            "an address of 3 octets has no IPv4 address");
+}
+
+IpCidrRouteTableIndex route(std::uint8_t dest) {
+  return {IpAddr(IpAddr::Octets{dest, 0, 0, 0}), IpAddr::netmask(8), 0, IpAddr("192.0.2.1")};
+}
+
+/// Notes "+DEST" or "-DEST" by what the table holds when it is told.
+struct RouteListener : IpForwardMib::NotifieeConst {
+  using NotifieeConst::NotifieeConst;
+  using NotifieeConst::onIpCidrRouteTable;
+  void onIpCidrRouteTable(IpCidrRouteTableIndex const& key) override {
+    heard.push_back((notifier()->ipCidrRouteTable(key) ? "+" : "-") +
+                    std::to_string(key.dest().octets()[0]));
+  }
+  std::vector<std::string> heard;
+};
+
+TEST(IpForwardMib, rowsAreAnnouncedAndStayAsTheyWereMade) {
+  using namespace Routing::Fib;
+  auto const mib = ipForwardMibFactory("ipforwardmib");
+  RouteListener const listener{mib};
+  auto const ask = [&](std::uint32_t ifIndex, std::uint32_t metric, std::uint8_t preference,
+                       Routing::Fib::RouteType protocol) {
+    return mib->ipCidrRouteTableIs(route(1), ifIndex, Routing::RouteMetric(metric),
+                                   Routing::RoutePreference(preference), protocol);
+  };
+  auto const row = ask(3, 20, 110, routeTypeOspf);
+  EXPECT_EQ(*ask(3, 20, 110, routeTypeOspf), *row);
+  auto const refused = [](std::string const& name, std::string const& asked,
+                          std::string const& had) {
+    return testing::ThrowsMessage<Mav::NameInUseException>(
+        "Reinstantiating the pointer interface where constructor parameter attribute " + name +
+        " has a different value of " + asked + " than the current value of " + had +
+        " not allowed");
+  };
+  // The first one that differs is named.
+  EXPECT_THAT([&] { ask(4, 21, 111, routeTypeRip); }, refused("_ifIndex", "4", "3"));
+  EXPECT_THAT([&] { ask(3, 20, 110, routeTypeRip); },
+              refused("_protocol", "routeTypeRip", "routeTypeOspf"));
+  EXPECT_EQ(*mib->ipCidrRouteTable(route(1)), *row);
+  EXPECT_EQ(row->key(), route(1));
+  mib->ipCidrRouteTableIs(route(2), 3, Routing::RouteMetric(), Routing::RoutePreference(),
+                          routeTypeRip);
+  EXPECT_EQ(mib->ipCidrRouteTables(), 2U);
+  mib->ipCidrRouteTableDel(route(1));
+  mib->ipCidrRouteTableDelAll();
+  EXPECT_THAT(listener.heard, ElementsAre("+1", "+2", "-1", "-2"));
 }
 
 }  // namespace

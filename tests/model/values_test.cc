@@ -97,25 +97,5 @@ TEST(IntfData, statusSortsBeforeConfigOnAnyInterface) {
   expectStrepRoundTrip(bare);
 }
 
-TEST(ArpEntryStatus, printsAndParses) {
-  Arp::ArpEntryStatus const fixed(IpAddr("10.0.0.1"), Dovel::EthAddr("02:00:5e:10:00:01"), true);
-  EXPECT_EQ(shown(fixed),
-            "Value('Arp::ArpEntryStatus', ** {'addr': '10.0.0.1', 'ethAddr': "
-            "'02:00:5e:10:00:01', 'isStatic': True, 'isPresent': True})");
-  expectStrepRoundTrip(fixed);
-  EXPECT_EQ(strepError<Arp::ArpEntryStatus>("Value('Arp::ArpEntryStatus', ** {'isStatic': 1})"),
-            "expected \"False\" at column 45");
-}
-
-TEST(ProtocolMap, printsAsNoneWhateverItHolds) {
-  ProtocolMap map;
-  map.protocolIs(Routing::Fib::routeTypeBgp, ipRouteProtocolOther);
-  map.protocolIs(Routing::Fib::routeTypeBgp, ipRouteProtocolBgp);
-  EXPECT_EQ(map.protocol(Routing::Fib::routeTypeBgp), ipRouteProtocolBgp);
-  EXPECT_EQ(shown(map), "None");
-  EXPECT_EQ(Mav::strepToValue<ProtocolMap>(" None"), ProtocolMap());
-  EXPECT_EQ(strepError<ProtocolMap>("'None'"), "expected \"None\" at column 0");
-}
-
 }  // namespace
 }  // namespace IpSnmp

@@ -39,16 +39,6 @@ class SwFwdStatsFilesTest : public SwFwdStatsFixture {
   }
 };
 
-TEST_F(SwFwdStatsFilesTest, keepsTheSnapshotWithoutAFile) {
-  for (char const* name : {"snmp6", "netstat", "snmp"}) {
-    remove(name);
-    expectUnopenable(name);
-  }
-  kernelReceived(200);
-  EXPECT_EQ(v4->inReceives(), 200U);
-  EXPECT_EQ(v6->inReceives(), 200U);
-}
-
 TEST_F(SwFwdStatsFilesTest, refusesWhatIsNoRegularFileOrCannotBeRead) {
   remove("snmp");
   std::filesystem::create_directory(path("snmp"));
@@ -67,23 +57,6 @@ TEST_F(SwFwdStatsFilesTest, refusesWhatIsNoRegularFileOrCannotBeRead) {
     std::filesystem::create_symlink(target, path("snmp"));
     expectUnopenable("snmp");
   }
-}
-
-TEST_F(SwFwdStatsFilesTest, tracesTheLengthOfAWrongHeader) {
-  SwFwdStatsData const before = v4->data();
-  double const readAt = v4->lastUpdate();
-  std::string const oneMore = snmpHeader.substr(0, 223) + " OutTransmits\n";
-  std::pair<std::string, std::string> const rows[] = {
-      {snmpText("200 2 3", oneMore), "doRead: Header is 237"},
-      {"", "doRead: Header is 0"},
-      {std::string(5000, 'I'), "doRead: Header is 1024"}};
-  for (auto const& [text, expected] : rows) {
-    write("snmp", text);
-    EXPECT_EQ(v4->inReceives(), 100U);
-    EXPECT_THAT(traced(), ElementsAre(expected));
-  }
-  EXPECT_EQ(v4->data(), before);
-  EXPECT_EQ(v4->lastUpdate(), readAt);
 }
 
 TEST_F(SwFwdStatsFilesTest, commitsWhatAMalformedOrMissingPartLeaves) {

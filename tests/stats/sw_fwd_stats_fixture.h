@@ -16,15 +16,13 @@
 #include "stats/stats_scan.h"
 #include "stats/sw_fwd_stats.h"
 #include "tests/stats/stats_texts.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Ip {
 
 class SwFwdStatsFixture : public testing::Test {
  protected:
   SwFwdStatsFixture() {
-    std::string name = (std::filesystem::temp_directory_path() / "stats-XXXXXX").string();
-    if (!::mkdtemp(name.data())) throw std::runtime_error("mkdtemp " + name);
-    dir = name;
     ::setenv("PROC_NET_SNMP", path("snmp").c_str(), 1);
     ::setenv("PROC_NET_NETSTAT", path("netstat").c_str(), 1);
     ::setenv("PROC_NET_SNMP6", path("snmp6").c_str(), 1);
@@ -38,17 +36,16 @@ class SwFwdStatsFixture : public testing::Test {
       ::unsetenv(name);
     }
     forgetStatsPaths();
-    std::filesystem::remove_all(dir);
   }
 
-  std::string path(std::string const& name) const { return (dir / name).string(); }
+  std::string path(std::string const& name) const { return (dir.path() / name).string(); }
 
   /// Replaces the file "snmp", "netstat" or "snmp6".
   void write(std::string const& name, std::string const& text) const {
     remove(name);
     std::ofstream(path(name)) << text;
   }
-  void remove(std::string const& name) const { std::filesystem::remove_all(dir / name); }
+  void remove(std::string const& name) const { std::filesystem::remove_all(path(name)); }
 
   /// All files of a healthy kernel: IPv4 and IPv6 have received `inReceives` datagrams.
   void kernelReceived(std::uint64_t inReceives) const {
@@ -66,7 +63,7 @@ class SwFwdStatsFixture : public testing::Test {
     return texts;
   }
 
-  std::filesystem::path dir;
+  ScratchDir dir;
   Mav::SimulatedTime time;
   std::vector<std::string> lines;
   Mav::Ptr<SwFwdStats> v4 = swFwdStatsFactory(ipVersion4);

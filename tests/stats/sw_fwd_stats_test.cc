@@ -10,23 +10,6 @@ using testing::IsEmpty;
 
 class SwFwdStatsTest : public SwFwdStatsFixture {};
 
-TEST(SwFwdStatsData, printsItsFieldsInOrderAndParsesThem) {
-  SwFwdStatsData data;
-  data.inReceivesIs(1);
-  data.inNoRoutesIs(18446744073709551615U);
-  data.outBcastPktsIs(27);
-  EXPECT_EQ(
-      valueToStrep(data),
-      "Value('Ip::SwFwdStatsData', ** {'inReceives': 1, 'inOctets': 0, 'inHdrErrors': 0, "
-      "'inAddrErrors': 0, 'forwDatagrams': 0, 'inUnknownProtos': 0, 'inDiscards': 0, "
-      "'inDelivers': 0, 'outRequests': 0, 'outDiscards': 0, 'outNoRoutes': 0, 'outOctets': 0, "
-      "'reasmTimeout': 0, 'reasmReqds': 0, 'reasmOKs': 0, 'reasmFails': 0, 'fragOKs': 0, "
-      "'fragFails': 0, 'fragCreates': 0, 'inNoRoutes': 18446744073709551615, "
-      "'inTruncatedPkts': 0, 'inMcastPkts': 0, 'inMcastOctets': 0, 'outMcastPkts': 0, "
-      "'outMcastOctets': 0, 'inBcastPkts': 0, 'outBcastPkts': 27})");
-  EXPECT_EQ(Mav::strepToValue<SwFwdStatsData>(valueToStrep(data)), data);
-}
-
 TEST_F(SwFwdStatsTest, readsWhenASnapshotIsOlderThanHalfASecond) {
   for (auto const& stats : {v4, v6}) {
     EXPECT_EQ(stats->lastUpdate(), 0.0);
@@ -84,14 +67,6 @@ TEST_F(SwFwdStatsTest, derivedReadersFreshenToo) {
   EXPECT_EQ(v6->outTransmits(), 3U);
 }
 
-TEST_F(SwFwdStatsTest, hasNothingToReadForAnUnknownVersion) {
-  for (char const* name : {"snmp", "netstat", "snmp6"}) remove(name);
-  auto const unknown = swFwdStatsFactory(ipVersionUnknown);
-  EXPECT_EQ(unknown->inReceives(), 0U);
-  EXPECT_EQ(unknown->lastUpdate(), 0.0);
-  EXPECT_THAT(traced(), IsEmpty());
-}
-
 TEST_F(SwFwdStatsTest, choosesEachPathOnceAProcess) {
   kernelReceived(100);
   EXPECT_EQ(v6->inReceives(), 100U);
@@ -110,22 +85,6 @@ TEST_F(SwFwdStatsTest, choosesEachPathOnceAProcess) {
   EXPECT_EQ(statsPath(StatsFile::snmp), "/proc/net/snmp");
   EXPECT_EQ(statsPath(StatsFile::netstat), "");
   EXPECT_EQ(statsPath(StatsFile::snmp6), "/proc/net/snmp6");
-}
-
-TEST_F(SwFwdStatsTest, tracesEachStatisticWhenAsked) {
-  write("snmp6", snmp6Text({{"Ip6OutForwDatagrams", "7"}, {"Icmp6InMsgs", "3"}}));
-  statsTrace().enabledIs(1, true);
-  v6->doRead();
-  EXPECT_THAT(traced(), ElementsAre("doRead: stat is Ip6OutForwDatagrams, value is 7",
-                                    "doRead: stat is Icmp6InMsgs, value is 3"));
-  statsTrace().enabledIs(1, false);
-  statsTrace().enabledIs(8, true);
-  v6->doRead();
-  EXPECT_THAT(lines, testing::Each(testing::StartsWith("IpSwFwdStats/8 ")));
-  EXPECT_THAT(traced(), ElementsAre("doRead: setting forwDatagrams (counter for stat string "
-                                    "Ip6OutForwDatagrams) to 7",
-                                    "doRead: no counter found for stat string Icmp6InMsgs"));
-  statsTrace().enabledIs(8, false);
 }
 
 /// Asks for a counter from inside a notification while the kernel counts on.
