@@ -2,7 +2,6 @@
 
 #include "agent/ip6_route_table_sm.h"
 
-#include <map>
 #include <random>
 #include <sstream>
 

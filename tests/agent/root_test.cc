@@ -1,6 +1,5 @@
 #include "agent/root.h"
 
-#include <algorithm>
 #include <random>
 
 #include "tests/agent/address_fixture.h"

@@ -10,7 +10,7 @@
 #include "kelbase/ctl/check/agent_answers.h"
 #include "kelbase/ctl/check/check.h"
 #include "kelbase/ctl/check/snmp_process.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase::Ctl {
 namespace {

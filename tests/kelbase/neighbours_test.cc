@@ -11,7 +11,7 @@
 #include "kelbase/publish/neighbour_view.h"
 #include "kelbase/publish/on_links_view.h"
 #include "tests/kelbase/netlink_builder.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase {
 namespace {
@@ -187,19 +187,6 @@ TEST_F(NeighbourSourceTest, ADumpThatMayHaveLeftSomeOutIsTakenAgain) {
   for (int dump = 0; dump < 6; ++dump) {  // always something new: not for ever
     EXPECT_EQ(wishesAfterDump(1, 160 + dump), dump < 2 ? 1 : 0) << dump;
   }
-}
-
-TEST_F(NeighbourSourceTest, ABadMessageChangesNothing) {
-  auto const rejects = [this](NetlinkBuilder const& message, char const* why) {
-    EXPECT_THAT([&] { hear(message); }, testing::ThrowsMessage<BadMessage>(why));
-  };
-  rejects(neighbourMessage(RTM_NEWNEIGH, 2, NUD_STALE), "RTM_NEWNEIGH: NDA_DST is missing");
-  rejects(neighbourMessage(RTM_NEWNEIGH, 2, NUD_STALE).value(NDA_DST, std::uint64_t{1}),
-          "RTM_NEWNEIGH: NDA_DST: 8 bytes, expected 4");
-  rejects(neighbourMessage(RTM_DELNEIGH, 0, NUD_STALE),
-          "RTM_DELNEIGH: interface index 0, expected 1 or more");
-  rejects(neighbourMessage(RTM_NEWNEIGH, 2, NUD_STALE).cutTo(8),
-          "RTM_NEWNEIGH: header of 8 bytes, expected at least 12");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 
 #include "platform/mav/trace_handle.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase {
 namespace {

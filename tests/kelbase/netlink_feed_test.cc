@@ -17,7 +17,7 @@
 #include "kelbase/publish/link_view.h"
 #include "tests/kelbase/namespace_fixture.h"
 #include "tests/kelbase/netlink_builder.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase {
 namespace {
@@ -106,25 +106,6 @@ TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
   EXPECT_EQ(feed_->dumpCounters().interrupted, 0U);
   EXPECT_EQ(feed_->dumpCounters().dumps, 1U);
   feed_.reset();
-}
-
-TEST_F(NetlinkFeedTest, NothingStaysWrongAfterAnOverrun) {
-  ip(pairs(0, 20));
-  start({.eventBuffer = 1});  // the kernel's minimum: two or three notifications
-  ASSERT_TRUE(followed());
-  for (int round = 0; round < 3; ++round) {
-    std::string lines;
-    for (int i = 0; i < 1000; ++i) {
-      auto const n = std::to_string(10 + i % 5);
-      lines += "link set dev a" + n + (i % 2 == 0 ? " up\n" : " down\n");
-    }
-    auto const n = std::to_string(round);
-    lines += "link del dev a" + n + "\nlink set dev b19 name c" + n + "\nlink set dev c" + n +
-             " name b19\n";
-    ip(lines);
-    EXPECT_TRUE(followed());
-    EXPECT_GT(feed_->counters().overruns, static_cast<std::uint64_t>(round));
-  }
 }
 
 /// Changes while a dump of more than one turn is under way.

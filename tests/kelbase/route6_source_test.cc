@@ -84,34 +84,6 @@ TEST_F(Route6SourceTest, TheProtocolIsThatOfTheFirstSibling) {
   EXPECT_EQ(wishes_, "IPv6 routes a look ") << "who is the first now, nobody has told";
 }
 
-TEST_F(Route6SourceTest, WhatForwardsAtOneMetricIsServedTogether) {
-  tell(routeMessage6(RTM_NEWROUTE, "4000::", 64, RTN_BLACKHOLE).value(RTA_OIF, 1).flags(alone));
-  EXPECT_THAT(rows(), ElementsAre("4000::/64 blackhole 5"));
-  tell(onLink("4000::", 64, 4).flags(beside));
-  tell(over(RTM_NEWROUTE, {2}, RTPROT_BGP).flags(beside));
-  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b fe80::2@a bgp"));
-  EXPECT_EQ(wishes_, "");
-  tell(over(RTM_NEWROUTE, {9}, RTPROT_RA).flags(beside));
-  EXPECT_EQ(wishes_, "IPv6 routes ") << "it has joined no siblings";
-  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b fe80::2@a bgp fe80::9@a other"));
-}
-
-TEST_F(Route6SourceTest, ALinkLocalPrefixIsOneOfEachLink) {
-  tell(onLink("fe80::", 64, 4).flags(alone));
-  tell(onLink("fe80::", 64, 3).flags(NLM_F_CREATE));
-  object(7, 7, 3);
-  object(8, 8, 4);
-  group(70, {7, 8});
-  tell(routeMessage6(RTM_NEWROUTE, "fe80:7::", 64).value(RTA_NH_ID, 70).flags(alone));
-  EXPECT_THAT(
-      rows(),
-      ElementsAre("fe80::/64%3 static 5 0.0.0.0@a", "fe80::/64%4 static 5 0.0.0.0@b",
-                  "fe80:7::/64%3 static 5 10.0.0.7@a", "fe80:7::/64%4 static 5 10.0.0.8@b"));
-  EXPECT_EQ(wishes_, "");
-  object(8, 8, 3);
-  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ");
-}
-
 /// A device route between two siblings: the kernel's dump leaps over it.
 TEST_F(Route6SourceTest, WhatSiblingsMayHaveHiddenIsLookedFor) {
   auto& source = named<KernelSource>(sources_, "IPv6 routes");

@@ -74,50 +74,5 @@ TEST_F(RouteMessageTest, ANexthopObjectsContentIsNotTheRoutes) {
   EXPECT_NE(identity(route(8, RTN_UNICAST)), base);
 }
 
-TEST_F(RouteMessageTest, WhatIsNotAsDeclaredIsRejected) {
-  struct Row {
-    NetlinkBuilder builder;
-    char const* error;
-  };
-  rtnexthop const path{sizeof path, 0, 0, -3};
-  for (auto& [builder, error] : {
-           Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").value(RTA_OIF, std::int64_t{3}),
-               "RTM_NEWROUTE: RTA_OIF: 8 bytes, expected 4"},
-           Row{routeMessage(RTM_DELROUTE, "10.1.0.0/16").value(RTA_GATEWAY, 'x'),
-               "RTM_DELROUTE: RTA_GATEWAY: 1 bytes, expected 4"},
-           Row{plain().value(RTA_DST, IpAddr("10.1.0.1").octets()),
-               "RTM_NEWROUTE: RTA_DST: 10.1.0.1/16 has host bits set"},
-           Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").value(RTA_OIF, -1),
-               "RTM_NEWROUTE: interface index -1, expected 0 or more"},
-           Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").value(RTA_MULTIPATH, path),
-               "RTM_NEWROUTE: interface index -3, expected 0 or more"},
-           Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").value(RTA_MULTIPATH, std::int64_t{99}),
-               "RTM_NEWROUTE: RTA_MULTIPATH: 8 bytes at its end are no next hop"},
-           Row{routeMessage(RTM_NEWROUTE, "10.1.0.0/16").cutTo(4),
-               "RTM_NEWROUTE: header of 4 bytes, expected at least 12"},
-       }) {
-    auto const& rejected = builder;
-    EXPECT_THAT([&] { readRoute(rejected.message(), route_); },
-                testing::ThrowsMessage<BadMessage>(error));
-  }
-  rtmsg header{};
-  header.rtm_family = AF_INET;
-  header.rtm_table = RT_TABLE_MAIN;
-  header.rtm_dst_len = 33;
-  EXPECT_THAT(
-      [&] { readRoute(NetlinkBuilder(RTM_NEWROUTE, header).message(), route_); },
-      testing::ThrowsMessage<BadMessage>("RTM_NEWROUTE: prefix length 33, expected 0 to 32"));
-}
-
-TEST(NexthopMessageTest, WhatIsNotAsDeclaredIsRejected) {
-  EXPECT_THROW(readNexthop(nexthopMessage(RTM_NEWNEXTHOP, 0).message()), BadMessage);
-  EXPECT_THROW(readNexthop(NetlinkBuilder(RTM_DELNEXTHOP, nhmsg{}).message()), BadMessage);
-  std::array<char, 12> const odd{};
-  EXPECT_THAT(
-      [&] { readNexthop(nexthopMessage(RTM_NEWNEXTHOP, 7).value(NHA_GROUP, odd).message()); },
-      testing::ThrowsMessage<BadMessage>(
-          "RTM_NEWNEXTHOP: NHA_GROUP: 12 bytes, expected a multiple of 8"));
-}
-
 }  // namespace
 }  // namespace Kelbase

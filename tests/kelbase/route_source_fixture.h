@@ -14,7 +14,7 @@
 #include "kelbase/publish/kernel_views.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/kelbase/route_text.h"
-#include "tests/kelbase/scratch_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace Kelbase {
 
@@ -52,22 +52,8 @@ class RouteSourceFixture : public testing::Test {
   void route(char const* prefix, int hop, int metric = 0, int flags = 0, int tos = 0) {
     routes_.receive(message(RTM_NEWROUTE, prefix, hop, metric, tos).flags(flags).message());
   }
-  void typed(char const* prefix, int type, int metric = 0, int flags = 0) {
-    routes_.receive(routeMessage(RTM_NEWROUTE, prefix, type)
-                        .value(RTA_PRIORITY, metric)
-                        .flags(flags)
-                        .message());
-  }
   void gone(char const* prefix, int hop, int metric = 0, int tos = 0) {
     routes_.receive(message(RTM_DELROUTE, prefix, hop, metric, tos).message());
-  }
-  /// With several next hops: which of them are alive.
-  void alive(std::string_view prefix, std::vector<std::pair<int, bool>> const& hops, int metric = 0,
-             int flags = NLM_F_REPLACE) {
-    tell(routeMessage(RTM_NEWROUTE, prefix)
-             .value(RTA_PRIORITY, metric)
-             .raw(RTA_MULTIPATH, paths(hops).data(), paths(hops).size())
-             .flags(flags));
   }
   static std::vector<std::byte> paths(std::vector<std::pair<int, bool>> const& hops) {
     std::vector<std::byte> result;

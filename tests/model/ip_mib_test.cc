@@ -99,23 +99,6 @@ TEST_F(IpMibTest, eachCollectionAnnouncesToItsOwnHandlerAndTellsItsNumberWhenTha
   EXPECT_NE(mib->ipSwFwdStats(Ip::ipVersion6), nullptr);  // the factory's
 }
 
-TEST_F(IpMibTest, aPrefixRowIsReplacedAndAnnouncedWhenItIsAnotherObject) {
-  auto const row = prefix(3);
-  auto const twin = prefix(3);
-  mib->ipAddressPrefixTableIs(row);
-  mib->ipAddressPrefixTableIs(row);
-  IpMib::IpAddressPrefixTableIteratorConst const walk = mib->ipAddressPrefixTableIterator();
-  mib->ipAddressPrefixTableIs(twin);
-  mib->ipAddressPrefixTableIs(prefix(1));
-  EXPECT_THAT(heard, ElementsAre("ipAddressPrefixTable 3", "ipAddressPrefixTable 3",
-                                 "ipAddressPrefixTable 1"));
-  EXPECT_EQ(mib->ipAddressPrefixTable(row->key()), twin);
-  EXPECT_EQ(walk.value(), row);
-  EXPECT_EQ(rangeError([&] { mib->ipAddressPrefixTableIs(nullptr); }),
-            "null _ipAddressPrefixTable parameter to mutator for "
-            "IpSnmp::IpMib::ipAddressPrefixTable not allowed\"");
-}
-
 TEST(IpAddressEntry, whatTheMasterTellsIsRefusedWithoutOneAndWithoutItsPrefix) {
   auto const entry =
       Mav::makeObject<IpAddressEntry>(InetAddress::fromIpAddr(Dovel::IpAddr("10.1.2.3")));

@@ -1,5 +1,5 @@
 // A module that is ours but for the row server: net-snmp's own table helper and table iterator
-// answer every request, from the same tables, functions and rows. tests/system/iterator_test.py
+// answer every request, from the same tables, functions and rows. tests/system/views_test.py
 // asks both modules the same.
 //
 // In one thing it is helped. net-snmp (5.9.3) writes an index of type IpAddress into an instance

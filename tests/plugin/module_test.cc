@@ -11,6 +11,7 @@
 
 #include "platform/pondo/environment/writer.h"
 #include "tests/handlers/agent_request.h"
+#include "tests/support/scratch_dir.h"
 
 namespace {
 
@@ -53,15 +54,9 @@ class ModuleTest : public testing::Test {
  protected:
   ModuleTest() {
     Testing::startAgentLibrary();
-    std::string pattern = std::filesystem::temp_directory_path() / "module.XXXXXX";
-    if (!::mkdtemp(pattern.data())) std::abort();
-    top_ = pattern;
     ::setenv("KELBASE_RUNDIR", runDir().c_str(), 1);
   }
-  ~ModuleTest() override {
-    ::unsetenv("KELBASE_RUNDIR");
-    std::filesystem::remove_all(top_);
-  }
+  ~ModuleTest() override { ::unsetenv("KELBASE_RUNDIR"); }
 
   std::filesystem::path runDir() const { return top_ / "run"; }
 
@@ -100,7 +95,7 @@ class ModuleTest : public testing::Test {
   }
 
  private:
-  std::filesystem::path top_;
+  ScratchDir top_;
 };
 
 TEST_F(ModuleTest, ServesWhatIsPublishedAndLeavesNothingBehindReloadAfterReload) {

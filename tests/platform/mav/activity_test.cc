@@ -1,5 +1,7 @@
 #include "platform/mav/activity.h"
 
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -179,33 +181,6 @@ TEST_F(ActivityTest, endsOfATurnComeOnceAfterAllElseWhateverThrew) {
   EXPECT_FALSE(hasWork());
 }
 
-TEST_F(ActivityTest, endOfATurnThatIsAskedForOutsideOfOneComesSoon) {
-  Activity::TurnEnd stays(activity, [&] { calls.emplace_back("stays"); });
-  {
-    Activity::TurnEnd dropped(activity, [&] { calls.emplace_back("dropped"); });
-    dropped.ask();
-  }
-  stays.ask();
-  EXPECT_TRUE(hasWork());
-  activity.deliver();
-  EXPECT_THAT(calls, ElementsAre("stays"));
-  EXPECT_FALSE(hasWork());
-}
-
-TEST_F(ActivityTest, runsAloneUntilStopped) {
-  activity.stop();
-  activity.run();  // a stop that came first counts
-  auto const watch = activity.watch(one.fd, EPOLLIN, [&](auto) {
-    activity.deliver();  // no effect from inside
-    EXPECT_THROW(activity.run(), Mav::Exception);
-    activity.stop();
-  });
-  Mav::Timer timer(activity.clock(), [&] { one.set(); });
-  timer.timeMinIs(Mav::now() + 0.001);
-  activity.run();
-  EXPECT_FALSE(timer.timeMin() < never);
-}
-
 TEST_F(ActivityTest, clockOutlivesItsActivity) {
   Mav::Ptr<Mav::Clock const> clock;
   {
@@ -216,6 +191,101 @@ TEST_F(ActivityTest, clockOutlivesItsActivity) {
   timer.timeMinIs(asap);
   clock->deliver();
   EXPECT_THAT(calls, ElementsAre("late"));
+}
+
+class Reactor : public Mav::Clock::NotifieeConst {
+ public:
+  using NotifieeConst::NotifieeConst;
+  std::function<void()> action;
+  int calls = 0;
+  std::vector<std::string> exceptions;
+
+  void onTime() override {
+    ++calls;
+    if (action) action();
+  }
+  void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
+    exceptions.push_back(std::string(notifier()->attributeString(attribute)) + ": " +
+                         Mav::exceptionText(exception));
+  }
+};
+
+class ClockTest : public testing::Test {
+ protected:
+  /// Calls of a reactor in one turn.
+  int turn(Reactor const& of) {
+    int const before = of.calls;
+    clock->deliver();
+    return of.calls - before;
+  }
+
+  Mav::SimulatedTime time{1000.0};
+  Mav::Ptr<Mav::Clock> clock = Mav::makeObject<Mav::Clock>();
+  Reactor reactor{clock};
+};
+
+TEST_F(ClockTest, callsAReactorFromItsTimeOnInEveryTurnUntilItMovesOn) {
+  EXPECT_EQ(turn(reactor), 0) << "not armed at first";
+  reactor.timeMinIs(1005.0);
+  EXPECT_EQ(clock->timeNext(), 1005.0);
+  time.advance(4.9);
+  EXPECT_EQ(turn(reactor), 0);
+  time.advance(0.1);
+  EXPECT_EQ(turn(reactor), 1);
+  EXPECT_EQ(turn(reactor), 1);
+  reactor.timeMinIs(never);
+  EXPECT_EQ(turn(reactor), 0);
+  EXPECT_EQ(clock->timeNext(), never);
+}
+
+TEST_F(ClockTest, reactorsMayMakeAndDestroyEachOtherInsideATurn) {
+  std::unique_ptr<Reactor> made;
+  auto other = std::make_unique<Reactor>(clock);
+  other->timeMinIs(asap);
+  reactor.action = [&] {
+    reactor.timeMinIs(never);
+    other.reset();
+    made = std::make_unique<Reactor>(clock);
+    made->timeMinIs(asap);
+  };
+  reactor.timeMinIs(asap);
+  clock->deliver();
+  EXPECT_EQ(made->calls, 0) << "it waits for the next turn";
+  EXPECT_EQ(turn(*made), 1);
+}
+
+TEST_F(ClockTest, oneThatThrewRestsWhileTheOthersRun) {
+  Reactor other(clock);
+  other.timeMinIs(asap);
+  reactor.timeMinIs(asap);
+  reactor.action = [] { throw std::runtime_error("trouble"); };
+  clock->deliver();
+  EXPECT_THAT(reactor.exceptions, ElementsAre("time: trouble"));
+  other.timeMinIs(never);
+  EXPECT_EQ(clock->timeNext(), 1000.0 + Mav::Clock::retryDelay);
+  EXPECT_EQ(turn(reactor), 0);
+  reactor.timeMinIs(1.0);
+  EXPECT_EQ(turn(reactor), 0) << "a new time does not end the rest";
+  time.advance(Mav::Clock::retryDelay);
+  reactor.action = nullptr;
+  EXPECT_EQ(turn(reactor), 1);
+  EXPECT_EQ(turn(reactor), 1);
+}
+
+TEST_F(ClockTest, aTimerWhoseActionThrowsIsDueAgain) {
+  int calls = 0;
+  std::unique_ptr<Mav::Timer> timer;
+  timer = std::make_unique<Mav::Timer>(clock, [&] {
+    if (++calls == 2) timer.reset();
+    throw std::runtime_error("trouble");
+  });
+  timer->timeMinIs(asap);
+  clock->deliver();
+  EXPECT_EQ(clock->timeNext(), 1000.0 + Mav::Clock::retryDelay);
+  time.advance(Mav::Clock::retryDelay);
+  clock->deliver();
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(clock->timeNext(), never);
 }
 
 }  // namespace

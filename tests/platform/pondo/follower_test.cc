@@ -93,7 +93,7 @@ struct FollowerTest : RunDirTest {
 
   Mav::SimulatedTime time;
   Mav::Activity activity;
-  LoggedLines lines;
+  LogLines lines;
   Mirror mirror;
   std::optional<Follower> follower;
 };
@@ -183,38 +183,6 @@ TEST_F(FollowerTest, ringOfACommitBehindTheTurnsSnapshotIsNotLost) {
   EXPECT_EQ(mirror.links.at("a"), 1);
 }
 
-TEST_F(FollowerTest, changesDuringAComparisonAreNotLost) {
-  ASSERT_EQ(publish("logMax 1000"), "ok");
-  oneSliceATurn();
-  commit("links 0 5000 1");
-  follow();
-  for (int i = 0; i < 30 && follower->state() != Follower::State::following; ++i) {
-    turn();
-    if (i < 5) commit("links 0 500 " + std::to_string(i + 2));
-  }
-  EXPECT_EQ(mirror.inSync, 1);
-  EXPECT_EQ(mirror.links.size(), 5000U);
-  EXPECT_EQ(mirror.links.at("if0000499"), 6);
-  EXPECT_EQ(mirror.links.at("if0000500"), 1);
-}
-
-TEST_F(FollowerTest, idleWakesForNothingButALookEveryFiveSeconds) {
-  followPublisher();
-  publisher.tell("service");
-  std::ofstream(runDir / "net-snmp.new") << "x";
-  fs::rename(runDir / "net-snmp.new", runDir / "net-snmp");
-  publisher.tell("link a 1");
-  EXPECT_FALSE(isWoken());
-  EXPECT_LE(activity.clock()->timeNext(), Mav::now() + Follower::lookInterval);
-  for (int looks = 0; looks < 3; ++looks) {
-    auto const before = activity.clock()->timeNext();
-    time.advance(before - Mav::now());
-    turn();
-    EXPECT_EQ(activity.clock()->timeNext(), before + Follower::lookInterval);
-  }
-  EXPECT_THAT(lines.take(), IsEmpty());
-}
-
 TEST_F(FollowerTest, ringsThatGotLostAreMadeUpForByTheLook) {
   followPublisher();
   fs::remove(tables() / "doorbell");
@@ -301,25 +269,6 @@ TEST_F(FollowerTest, permissionsThatAreMendedAreSeenAtOnce) {
   }
   EXPECT_EQ(follower->state(), Follower::State::following);
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("in sync")));
-}
-
-TEST_F(FollowerTest, listenerThatThrowsGetsTheSliceAgainAfterAPause) {
-  followPublisher();
-  mirror.failures = 2;
-  mirror.slices = 0;
-  commit("link a 1");
-  turns(3);
-  EXPECT_EQ(mirror.slices, 1);
-  time.advance(1.0);
-  turn();
-  EXPECT_EQ(mirror.slices, 2);
-  time.advance(1.0);
-  turn();
-  EXPECT_EQ(mirror.links.size(), 1U);
-  EXPECT_THAT(lines.take(),
-              ElementsAre(runDir.string() + ": a change could not be taken over: not today; it is "
-                                            "tried again"));
-  EXPECT_FALSE(isWoken());
 }
 
 }  // namespace

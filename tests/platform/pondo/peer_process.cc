@@ -2,7 +2,6 @@
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -10,23 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/mav/trace_handle.h"
-
 namespace Pondo::Test {
-
-TemporaryDirectory::TemporaryDirectory() {
-  for (std::string name : {"/dev/shm/pondo.XXXXXX", "/tmp/pondo.XXXXXX"}) {
-    if (::mkdtemp(name.data()) == nullptr) continue;
-    path_ = name;
-    return;
-  }
-  throw std::runtime_error("no place for a temporary directory");
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 Peer::Peer() {
   std::array<int, 2> commands{};
@@ -73,12 +56,5 @@ void Peer::kill() {
 }
 
 void Peer::signal(int number) const { ::kill(pid_, number); }
-
-LoggedLines::LoggedLines() : lines_(std::make_shared<std::vector<std::string>>()) {
-  Mav::traceSinkIs(
-      [lines = lines_](Mav::Severity, std::string_view text) { lines->emplace_back(text); });
-}
-
-LoggedLines::~LoggedLines() { Mav::traceSinkIs({}); }
 
 }  // namespace Pondo::Test

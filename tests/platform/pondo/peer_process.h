@@ -3,29 +3,15 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include "tests/support/log_lines.h"
+#include "tests/support/scratch_dir.h"
+
 namespace Pondo::Test {
-
-/// A fresh directory, on tmpfs where there is one, removed at the end.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  TemporaryDirectory(TemporaryDirectory const&) = delete;
-  TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
-
-  std::filesystem::path const& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 class Peer {
  public:
@@ -46,21 +32,6 @@ class Peer {
   FILE* out_ = nullptr;
 };
 
-/// Collects the log lines of this process while it lives.
-class LoggedLines {
- public:
-  LoggedLines();
-  ~LoggedLines();
-  LoggedLines(LoggedLines const&) = delete;
-  LoggedLines& operator=(LoggedLines const&) = delete;
-
-  /// The lines since the last call.
-  std::vector<std::string> take() { return std::exchange(*lines_, {}); }
-
- private:
-  std::shared_ptr<std::vector<std::string>> lines_;
-};
-
 /// A run directory that a peer publishes.
 class RunDirTest : public testing::Test {
  protected:
@@ -69,7 +40,7 @@ class RunDirTest : public testing::Test {
   }
   std::filesystem::path tables() const { return runDir / "tables"; }
 
-  TemporaryDirectory directory;
+  ScratchDir directory;
   std::filesystem::path const runDir = directory.path() / "run";
   Peer publisher;
 };

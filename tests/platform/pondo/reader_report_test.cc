@@ -36,30 +36,12 @@ struct ReaderReportTest : testing::Test {
     activity.deliver();
   }
 
-  TemporaryDirectory directory;
+  ScratchDir directory;
   fs::path const file = directory.path() / Format::readersFile;
   Mav::SimulatedTime time;
   Mav::Activity activity;
   ReaderReport report{activity, directory.path(), "1.0"};
 };
-
-TEST_F(ReaderReportTest, livingReadersTellOnChangeAtMostOnceASecond) {
-  report.stateIs(5, 0, 0);
-  turnAfter(0);
-  {
-    ReaderReport other(activity, directory.path(), "2.0");
-    other.stateIs(7, 1, 2);
-    turnAfter(0);
-    EXPECT_THAT(shown(), ElementsAre("1.0 5/0/0", "2.0 7/1/2"));
-  }
-  report.stateIs(6, 0, 0);
-  turnAfter(0.5);
-  EXPECT_THAT(shown(), ElementsAre("1.0 5/0/0"));
-  turnAfter(0.5);
-  EXPECT_THAT(shown(), ElementsAre("1.0 6/0/0"));
-  report.stateIs(6, 0, 0);
-  EXPECT_EQ(activity.clock()->timeNext(), Mav::never);
-}
 
 TEST_F(ReaderReportTest, whatIsNoReadersFileIsLeftAloneUntilItIsReplaced) {
   auto const elsewhere = directory.path() / "elsewhere";

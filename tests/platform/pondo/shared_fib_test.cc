@@ -2,7 +2,6 @@
 
 #include "platform/pondo/fib/shared_fib.h"
 
-#include <map>
 #include <random>
 #include <set>
 
@@ -101,7 +100,7 @@ struct SharedFibTest : RunDirTest {
 
   Mav::SimulatedTime time;
   Mav::Activity activity;
-  LoggedLines lines;
+  LogLines lines;
   Story story;
   std::optional<SharedFib> fib{std::in_place};
   Mav::Ptr<Fib::RouteStatus const> const routes = fib->routeStatus();
@@ -176,15 +175,6 @@ TEST_F(SharedFibTest, whatIsReadInOneTurnIsOfOneMoment) {
   EXPECT_TRUE(fecs->fec(Fib::FecId(3)));
 }
 
-TEST_F(SharedFibTest, sweepBeforeThereAreTablesFindsNoneAndReadsRaise) {
-  EXPECT_THAT(swept(), IsEmpty());
-  expectNothingCanBeRead();
-  follow();
-  turns(2);
-  EXPECT_THAT(swept(), IsEmpty());
-  expectNothingCanBeRead();
-}
-
 TEST_F(SharedFibTest, knownRoutesOutliveTheTablesUntilTheNextAreWhole) {
   followPublisher();
   auto const known = filed();
@@ -228,29 +218,6 @@ TEST_F(SharedFibTest, recordThatIsNotWellFormedIsNoRoute) {
   EXPECT_THAT(story, ElementsAre("10.0.0.0/8 -", "10.0.0.0/24 1"));
   EXPECT_THAT(filed(), ElementsAre("10.0.0.0/24 1"));
   EXPECT_EQ(swept(), filed());
-}
-
-TEST_F(SharedFibTest, filedKeysAreFoundInOrderFromAnyBytes) {
-  using namespace std::string_literals;
-  for (auto const* const text : {"10.0.0.0/8", "10.0.0.0/24", "255.255.255.255/32"}) {
-    list->routeIs(Dovel::Prefix(text), Fib::FecId(1));
-  }
-  auto const low = "\x0a\0\0\0\x08"s;
-  auto const high = "\x0a\0\0\0\x18"s;
-  auto const last = "\xff\xff\xff\xff\x20"s;
-  for (auto const& [from, found] : std::map<std::string, std::string>{{"", low},
-                                                                      {"\x0a", low},
-                                                                      {low, low},
-                                                                      {low + '\0', high},
-                                                                      {"\x0a\0\0\0\xff"s, last},
-                                                                      {"\x0a\0\0\x01\x02"s, last},
-                                                                      {high + '\0', last},
-                                                                      {last, last}}) {
-    EXPECT_EQ(fib->filedKey(TableId::route, from), found) << testing::PrintToString(from);
-  }
-  EXPECT_EQ(fib->filedKey(TableId::route, last + '\0'), std::nullopt);
-  EXPECT_EQ(fib->filedKey(TableId::route, "\xff\xff\xff\xff\x21"s), std::nullopt);
-  EXPECT_EQ(fib->filedKey(TableId::fec, ""), std::nullopt);
 }
 
 TEST_F(SharedFibTest, entitiesMayOutliveIt) {

@@ -53,7 +53,7 @@ struct WriterTest : testing::Test {
     writer.emplace(runDir, options);
   }
 
-  TemporaryDirectory directory;
+  ScratchDir directory;
   std::filesystem::path const runDir = directory.path() / "run";
   Writer::Options options;
   std::optional<Writer> writer{std::in_place, runDir, options};
@@ -92,15 +92,6 @@ TEST_F(WriterTest, appendsAfterTheLastKeyWasErased) {
   EXPECT_THAT(linksAfterwards(), ElementsAre("a=1", "aa=3", "b=2", "d=4"));
 }
 
-TEST_F(WriterTest, batchesCommitByThemselves) {
-  for (int i = 0; i <= static_cast<int>(Writer::batchMax); ++i) {
-    writer->putBytes(TableId::link, std::to_string(i), "x");
-  }
-  EXPECT_EQ(writer->generation(), 1U);
-  writer->commit();
-  EXPECT_EQ(writer->generation(), 2U);
-}
-
 TEST_F(WriterTest, tablesHaveNoLogUntilTheyAreComplete) {
   put("a", 1);
   writer->commit();
@@ -125,27 +116,6 @@ TEST_F(WriterTest, syncWritesTheDifferenceRemovalsFirst) {
   EXPECT_EQ(counts.unchanged, 1U);
   writer->commit();
   EXPECT_THAT(changesAfterwards(), ElementsAre("a", "b", "c", "a", "aa", "c"));
-}
-
-TEST_F(WriterTest, scanShowsWhatIsCommittedAndWhatIsNotYet) {
-  Dovel::Prefix const low("10.0.0.0/8");
-  Dovel::Prefix const high("10.0.0.0/24");
-  Fib::Route route{.fecId = Fib::FecId(1), .metric = {}, .preference = {}};
-  writer->put<RouteTable>(high, route);
-  writer->commit();
-  reopen();
-  writer->putBytes(TableId::route, "malformed", "x");
-  route.fecId = Fib::FecId(2);
-  EXPECT_TRUE(writer->put<RouteTable>(low, route));
-  EXPECT_FALSE(writer->put<RouteTable>(low, route));
-  std::vector<std::pair<std::string, Fib::FecId>> found;
-  writer->scan<RouteTable>([&](Dovel::Prefix const& prefix, Fib::Route const& record) {
-    found.emplace_back(prefix.stringValue(), record.fecId);
-  });
-  EXPECT_THAT(found, ElementsAre(std::pair("10.0.0.0/8", Fib::FecId(2)),
-                                 std::pair("10.0.0.0/24", Fib::FecId(1))));
-  writer->commit();
-  EXPECT_EQ(writer->generation(), 2U);
 }
 
 TEST_F(WriterTest, changeLogKeepsItsLastEntries) {
@@ -178,32 +148,6 @@ TEST_F(WriterTest, filesHaveTheirModesWhateverTheUmask) {
   EXPECT_EQ(modeOf("tables/doorbell"), 0660U);
 }
 
-TEST_F(WriterTest, unknownGroupIsAnError) {
-  options.group = "no-such-group";
-  EXPECT_THAT([this] { reopen(); },
-              testing::ThrowsMessage<EnvironmentException>(
-                  "group no-such-group: does not exist; name the group of the SNMP daemon"));
-}
-
-TEST_F(WriterTest, lostRunDirectoryIsMadeAnewAndNoticed) {
-  put("a", 1);
-  writer->commit();
-  EXPECT_FALSE(writer->service());
-  LoggedLines lines;
-  std::filesystem::remove_all(runDir);
-  pollfd notice{writer->noticeFd(), POLLIN, 0};
-  EXPECT_EQ(::poll(&notice, 1, 0), 1);
-  EXPECT_TRUE(writer->service());
-  EXPECT_THAT(lines.take(),
-              ElementsAre(runDir.string() +
-                          ": was deleted, replaced or damaged; the tables are made anew"));
-  EXPECT_FALSE(writer->service());
-  EXPECT_TRUE(publisherInfo(runDir)->alive);
-  put("b", 2);
-  writer->commit();
-  EXPECT_THAT(linksAfterwards(), ElementsAre("b=2"));
-}
-
 TEST_F(WriterTest, lostFilesAreNoticedOneByOne) {
   for (auto const* const name :
        {"publisher.lock", "tables", "tables/data.mdb", "tables/lock.mdb"}) {
@@ -214,6 +158,13 @@ TEST_F(WriterTest, lostFilesAreNoticedOneByOne) {
   std::filesystem::remove(runDir / "tables/doorbell");
   EXPECT_FALSE(writer->service());
   EXPECT_TRUE(std::filesystem::exists(runDir / "tables/doorbell"));
+  std::filesystem::remove_all(runDir);
+  pollfd notice{writer->noticeFd(), POLLIN, 0};
+  EXPECT_EQ(::poll(&notice, 1, 0), 1);
+  EXPECT_TRUE(writer->service());
+  put("b", 2);
+  writer->commit();
+  EXPECT_THAT(linksAfterwards(), ElementsAre("b=2"));
 }
 
 TEST_F(WriterTest, nobodyIsWokenByOtherFilesOfTheRunDirectory) {

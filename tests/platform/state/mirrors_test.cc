@@ -91,17 +91,6 @@ class MirrorsTest : public testing::Test {
     tables_.slice(mirrors_, limit);
   }
 
-  /// "a=7 10.0.0.1/24", for each.
-  Story config() const {
-    Story result;
-    for (auto it = mirrors_.ipConfig()->intfIterator(); it; ++it) {
-      auto const status = mirrors_.intfStatusDir()->intfStatus(it.key());
-      result.push_back(it.key().stringValue() + '=' + std::to_string(status->ifIndex()) + ' ' +
-                       it->addrWithMask().stringValue());
-    }
-    return result;
-  }
-
   template <class Config>
   std::optional<bool> routing() const {
     auto const config = directory_.entityAs<Config>(Config::path);
@@ -178,55 +167,6 @@ TEST_F(MirrorsTest, KeysAnnouncedWithoutAChangeAreNotToldAgain) {
   EXPECT_THAT(story_, IsEmpty());
 }
 
-TEST_F(MirrorsTest, FiledKeysAreFoundInOrderFromAnyBytes) {
-  link("eth0", 2);
-  link("eth1", 3);
-  slice();
-  auto const eth0 = Pondo::encodeKey<Pondo::LinkTable>(IntfId{"eth0"});
-  auto const eth1 = Pondo::encodeKey<Pondo::LinkTable>(IntfId{"eth1"});
-  EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, ""), eth0);
-  EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, eth0), eth0);
-  EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, eth0 + '\0'), eth1);
-  EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::link, eth1 + '\0'), std::nullopt);
-  EXPECT_EQ(mirrors_.filedKey(Pondo::TableId::forwarding, ""), std::nullopt);
-}
-
-TEST_F(MirrorsTest, EachAddressOfALinkHasAnIntfIdOfItsOwnAndTheSmallestFreeIsGivenNext) {
-  link("a", 7);
-  link("a#3", 8);  // nothing to do with the third address of a
-  address("a#3", "9.0.0.1/8");
-  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8", "3.0.0.1/8"}) address("a", addr, "a:x");
-  slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/8", "a#2=7 2.0.0.1/8", "a#3=7 3.0.0.1/8",
-                                    "a#3=8 9.0.0.1/8"));
-  for (auto const* addr : {"1.0.0.1/8", "2.0.0.1/8"}) addressGone("a", addr);
-  slice();
-  for (auto const* addr : {"4.0.0.1/8", "5.0.0.1/8", "6.0.0.1/8"}) address("a", addr);
-  slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 4.0.0.1/8", "a#2=7 5.0.0.1/8", "a#3=7 3.0.0.1/8",
-                                    "a#4=7 6.0.0.1/8", "a#3=8 9.0.0.1/8"));
-}
-
-TEST_F(MirrorsTest, NumbersOfOneAddressRiseWithItsLengths) {
-  link("a", 7);
-  for (auto const* addr : {"1.0.0.1/24", "2.0.0.1/8"}) address("a", addr);
-  slice();
-  for (auto const* addr : {"1.0.0.1/32", "1.0.0.1/16"}) address("a", addr);
-  slice();
-  EXPECT_THAT(config(), ElementsAre("a=7 1.0.0.1/16", "a#2=7 2.0.0.1/8", "a#3=7 1.0.0.1/24",
-                                    "a#4=7 1.0.0.1/32"));
-}
-
-TEST_F(MirrorsTest, WhatChangesBesideTheAddressIsNotAnnounced) {
-  link("a", 7);
-  address("a", "1.0.0.1/8", "a");
-  slice();
-  tables_.put<Pondo::Address4Table>(key4("a", "1.0.0.1/8"), {IntfId("a:1"), true});
-  tables_.put<Pondo::LinkTable>(IntfId("a"), {7, true, false});
-  slice();
-  EXPECT_THAT(story_, IsEmpty());
-}
-
 TEST_F(MirrorsTest, AddressesGoFirstAndComeLastAndFollowTheirLink) {
   address("a", "1.0.0.1/8");
   address("a", "2.0.0.1/8");
@@ -249,20 +189,6 @@ TEST_F(MirrorsTest, AddressesGoFirstAndComeLastAndFollowTheirLink) {
                                   "b has", "1.0.0.1/8"));
   slice();
   EXPECT_THAT(story_, IsEmpty());
-}
-
-TEST_F(MirrorsTest, OneSiblingComesAgainWhenAnAddressOfItsPrefixGoes) {
-  link("a", 7);
-  for (auto const* addr : {"10.0.0.1/24", "10.0.0.2/24", "10.0.0.3/24", "10.0.0.4/16"}) {
-    address("a", addr);
-  }
-  slice();
-  addressGone("a", "10.0.0.1/24");
-  slice();
-  EXPECT_THAT(story_, ElementsAre("a has none", "0.0.0.0/0", "10.0.0.2/24"));
-  addressGone("a", "10.0.0.4/16");
-  slice();
-  EXPECT_THAT(story_, ElementsAre("a#4 has none", "a#4 leaves"));
 }
 
 }  // namespace

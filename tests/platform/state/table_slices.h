@@ -3,29 +3,18 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/pondo/environment/writer.h"
 #include "platform/state/mirrors/mirrors.h"
+#include "tests/support/scratch_dir.h"
 
 namespace State {
 
 class TableSlices {
  public:
-  TableSlices() {
-    std::string pattern = std::filesystem::temp_directory_path() / "slices.XXXXXX";
-    if (!::mkdtemp(pattern.data())) std::abort();
-    dir_ = pattern;
-  }
-  ~TableSlices() { std::filesystem::remove_all(dir_); }
-  TableSlices(TableSlices const&) = delete;
-  TableSlices& operator=(TableSlices const&) = delete;
-
   template <class Table>
   void put(typename Table::Key const& key, typename Table::Record const& record) {
     edits_.push_back([=](Pondo::Writer& writer) { writer.put<Table>(key, record); });
@@ -51,7 +40,7 @@ class TableSlices {
         changes_.begin() + static_cast<std::ptrdiff_t>(std::min(limit, changes_.size()));
     std::vector<Pondo::Change> const now(changes_.begin(), end);
     changes_.erase(changes_.begin(), end);
-    Pondo::Reader const reader(dir_);
+    Pondo::Reader const reader(dir_.path());
     mirrors.onChanges(reader.snapshot(), now);
   }
 
@@ -62,12 +51,12 @@ class TableSlices {
     written_ = true;
     Pondo::Writer::Options options;
     options.mapSize = std::size_t{64} << 20U;
-    Pondo::Writer writer(dir_, options);
+    Pondo::Writer writer(dir_.path(), options);
     for (auto const& edit : std::exchange(edits_, {})) edit(writer);
     writer.commitComplete();
   }
 
-  std::filesystem::path dir_;
+  ScratchDir dir_;
   std::vector<std::function<void(Pondo::Writer&)>> edits_;
   std::vector<Pondo::Change> changes_;
   bool written_ = false;
