@@ -58,21 +58,14 @@ void NetlinkFeed::watchEvents() {
 }
 
 void NetlinkFeed::onReadable() {
-  double const now = Mav::now();
   // A small buffer would overflow in the meantime: it is read at once.
-  bool const isStream = counters_.buffer >= streamBufferMin && now - lastRead_ < streamDelay;
-  if (isStream) {
-    watch_ = {};
-    delay_ = streamDelay;
-    stream_.timeMinIs(now + delay_);
-    return;
-  }
-  if (read() != Found::nothing) lastRead_ = Mav::now();
+  if (counters_.buffer < streamBufferMin || !gauge_.isStream(Mav::now())) return void(read());
+  watch_ = {};
+  stream_.timeMinIs(Mav::now() + streamDelay);
 }
 
 void NetlinkFeed::onStreamTime() {
-  delay_ = std::min(2 * delay_, streamDelayMax);
-  stream_.timeMinIs(Mav::now() + delay_);  // whatever the reading throws
+  stream_.timeMinIs(Mav::now() + streamDelay);  // whatever the reading throws
   auto const found = read();
   if (found == Found::more) return stream_.timeMinIs(Mav::asap);
   if (found == Found::all) return;
@@ -83,6 +76,7 @@ void NetlinkFeed::onStreamTime() {
 NetlinkFeed::Found NetlinkFeed::read() {
   std::size_t datagrams = 0;
   bool const isEmpty = repeatFor(sliceTime, [&] { return receiveOne() && ++datagrams > 0; });
+  gauge_.add(datagrams, Mav::now());
   if (settled()) onSettled_();
   if (!isEmpty) return Found::more;
   return datagrams > 0 ? Found::all : Found::nothing;

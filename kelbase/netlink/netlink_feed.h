@@ -15,10 +15,10 @@
 // back when the last one ended has been replayed. Called at most once a step, possibly without a
 // change. One message that is not as declared is rejected, counted and traced; the rest goes on.
 //
-// A notification that comes alone is read at once. In a stream of them, a wake-up and a commit for
-// each cost more than all the rest, here and in the readers: there the socket is not watched, but
-// read after streamDelay, all that has come, and as long as something has, after twice the time
-// again, up to streamDelayMax.
+// A notification that comes alone is read at once. In a stream of them (stream_gauge.h), a wake-up
+// and a commit for each cost more than all the rest, here and in the readers: there the socket is
+// not watched, but read streamDelay after the first, all that has come, and as long as something
+// has, after that time again. So one wake-up, one commit and one ring serve them.
 //
 // Reads for at most sliceTime a turn. Never blocks. One thread.
 
@@ -30,16 +30,16 @@
 #include <vector>
 
 #include "kelbase/netlink/netlink_dumper.h"
+#include "kelbase/netlink/stream_gauge.h"
 
 namespace Kelbase {
 
 class NetlinkFeed {
  public:
-  static constexpr double sliceTime = 0.01;     // seconds
-  static constexpr double streamDelay = 0.002;  // seconds
-  static constexpr double streamDelayMax =
-      0.008;  // with what follows, a manager sees it within 10 ms
-  /// A smaller buffer might overflow within streamDelayMax: it is read at once, always.
+  static constexpr double sliceTime = 0.01;  // seconds
+  /// Seconds; with what follows, a manager sees the last of a stream within 10 ms.
+  static constexpr double streamDelay = 0.008;
+  /// A smaller buffer might overflow within streamDelay: it is read at once, always.
   static constexpr std::size_t streamBufferMin = std::size_t{4} << 20U;
   static constexpr std::size_t batch = 32;        // datagrams a call of the kernel
   static constexpr double overrunDelayMax = 1.0;  // seconds
@@ -102,8 +102,7 @@ class NetlinkFeed {
   Mav::Activity::Watch watch_;  // none while stream_ is armed
   Mav::Timer stream_;
   Mav::Timer replay_;
-  double lastRead_ = -Mav::never;
-  double delay_ = streamDelay;  // of the stream's next read
+  StreamGauge gauge_;
 
   std::deque<std::vector<std::byte>> held_;
   std::size_t heldBytes_ = 0;

@@ -108,6 +108,51 @@ TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
   feed_.reset();
 }
 
+/// What comes together in a stream is read together, 8 ms later; what comes alone at once.
+class NetlinkFeedPace : public NetlinkFeedTest {
+ protected:
+  /// So many notifications that are heard `seconds` after they came, and not before.
+  std::uint64_t heardAfter(double seconds, int count) {
+    auto const before = feed_->counters().events;
+    for (; count > 0; --count)
+      ip(isUp_ ? "link set lo down\n" : "link set lo up\n"), isUp_ = !isUp_;
+    activity_.deliver();
+    if (seconds > 0) {
+      EXPECT_EQ(feed_->counters().events, before);
+      pass(seconds);
+    }
+    return feed_->counters().events - before;
+  }
+
+  void pass(double seconds) {
+    time_.advance(seconds);
+    activity_.deliver();
+  }
+
+  Mav::SimulatedTime time_;
+  bool isUp_ = false;
+};
+
+TEST_F(NetlinkFeedPace, AStreamIsReadTogetherAndSingleOnesAtOnce) {
+  start();
+  while (!feed_->exact()) activity_.deliver();
+  if (feed_->counters().buffer < NetlinkFeed::streamBufferMin) GTEST_SKIP() << "small buffer";
+  for (int single = 0; single < 20; ++single) {
+    ASSERT_EQ(heardAfter(0, 1), 1U) << single;
+    time_.advance(single % 5 == 0 ? 0.001 : 0.006);
+  }
+  EXPECT_EQ(heardAfter(0, 10), 10U);  // it may be no stream yet
+  for (int burst = 0; burst < 5; ++burst) {
+    pass(0.002);
+    EXPECT_EQ(heardAfter(0.008, 10), 10U) << burst;
+    pass(0.008);
+  }
+  EXPECT_EQ(heardAfter(0.008, 1), 1U);  // its last
+  pass(0.008);                          // that it has ended is seen then
+  pass(0.05);
+  EXPECT_EQ(heardAfter(0, 1), 1U);
+}
+
 /// Changes while a dump of more than one turn is under way.
 class NetlinkFeedDuringDump : public NetlinkFeedTest {
  protected:
