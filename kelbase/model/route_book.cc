@@ -72,19 +72,22 @@ void RouteBook<Ip>::assign(KernelRoute& slot, KernelRoute const& route) {
 }
 
 template <class Ip>
-bool RouteBook<Ip>::add(Prefix const& prefix, KernelRoute route, RouteRank rank) {
-  route.dump = dump_;
+auto RouteBook<Ip>::place(Prefix const& prefix) -> Place {
   // The kernel lists in this order, so that a dump of nothing known appends.
-  auto const hint = !routes_.empty() && routes_.rbegin()->first < prefix
-                        ? routes_.end()
-                        : routes_.lower_bound(prefix);
-  if (hint == routes_.end() || hint->first != prefix) {
+  bool const isLast = !routes_.empty() && routes_.rbegin()->first < prefix;
+  return {prefix, isLast ? routes_.end() : routes_.lower_bound(prefix)};
+}
+
+template <class Ip>
+bool RouteBook<Ip>::add(Place const& place, KernelRoute route, RouteRank rank) {
+  route.dump = dump_;
+  if (!isThere(place)) {
     ref(route.hops);
-    routes_.emplace_hint(hint, prefix, route);
+    routes_.emplace_hint(place.at_, place.prefix(), route);
     ++fresh_;
     return true;
   }
-  return addTo(prefix, hint->second, route, rank);
+  return addTo(place.prefix(), place.at_->second, route, rank);
 }
 
 template <class Ip>
@@ -220,30 +223,28 @@ void RouteBook<Ip>::onObject(absl::FunctionRef<void(Prefix const&)> changed) {
 }
 
 template <class Ip>
-bool RouteBook<Ip>::remove(Prefix const& prefix, KernelRoute const& route) {
-  auto const found = routes_.find(prefix);
-  if (found == routes_.end()) return false;
-  KernelRoute& slot = found->second;
+bool RouteBook<Ip>::remove(Place const& place, KernelRoute const& route) {
+  if (!isThere(place)) return false;
+  KernelRoute& slot = place.at_->second;
   if (slot.kind != severalKind) {
     if (!areSame(slot, route)) return false;
     if (!isStale(slot)) --fresh_;
     unref(slot.hops);
-    routes_.erase(found);
+    routes_.erase(place.at_);
     return true;
   }
-  auto& list = several_.at(prefix).list;
+  auto& list = several_.at(place.prefix()).list;
   auto const same = findSame(list, route);
   if (same == list.end()) return false;
   unref(same->hops);
   list.erase(same);
-  listIsOther(prefix, slot);
+  listIsOther(place.prefix(), slot);
   return true;
 }
 
 template <class Ip>
-bool RouteBook<Ip>::change(Prefix const& prefix, KernelRoute const& before,
-                           KernelRoute const& now) {
-  KernelRoute& slot = routes_.at(prefix);
+bool RouteBook<Ip>::change(Place const& place, KernelRoute const& before, KernelRoute const& now) {
+  KernelRoute& slot = place.at_->second;
   refresh(slot);
   if (slot.kind != severalKind) {
     bool const changed = !looksSame(slot, now);
@@ -251,22 +252,21 @@ bool RouteBook<Ip>::change(Prefix const& prefix, KernelRoute const& before,
     slot.dump = dump_;
     return changed;
   }
-  assign(*findSame(several_.at(prefix).list, before), now);
-  listIsOther(prefix, slot);
+  assign(*findSame(several_.at(place.prefix()).list, before), now);
+  listIsOther(place.prefix(), slot);
   return true;
 }
 
 template <class Ip>
-std::vector<KernelRoute> RouteBook<Ip>::rivals(Prefix const& prefix,
-                                               KernelRoute const& route) const {
-  List result;
-  auto const found = routes_.find(prefix);
-  if (found == routes_.end()) return result;
-  if (found->second.kind != severalKind) {
-    if (areRivals(found->second, route)) result.push_back(found->second);
+auto RouteBook<Ip>::rivals(Place const& place, KernelRoute const& route) const -> Rivals {
+  Rivals result;
+  if (!isThere(place)) return result;
+  auto const& slot = place.at_->second;
+  if (slot.kind != severalKind) {
+    if (areRivals(slot, route)) result.push_back(slot);
     return result;
   }
-  for (auto const& other : several_.at(prefix).list) {
+  for (auto const& other : several_.at(place.prefix()).list) {
     if (areRivals(other, route)) result.push_back(other);
   }
   return result;
@@ -415,6 +415,15 @@ RouteBook<Ip>::Walk::Walk(RouteBook<Ip> const& book, Prefix const& from)
 template <class Ip>
 void RouteBook<Ip>::Walk::next() {
   ++next_;
+  skipUnserved();
+}
+
+template <class Ip>
+void RouteBook<Ip>::Walk::seek(Prefix const& prefix) {
+  constexpr int stepsMax = 2;  // beyond that a descent costs no more
+  for (int steps = 0; steps < stepsMax && route_ && next_->first < prefix; ++steps) next();
+  if (!route_ || !(next_->first < prefix)) return;
+  next_ = book_.routes_.lower_bound(prefix);
   skipUnserved();
 }
 

@@ -28,6 +28,7 @@
 #include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
 #include <absl/container/flat_hash_set.h>
+#include <absl/container/inlined_vector.h>
 #include <absl/functional/function_ref.h>
 
 #include "kelbase/model/next_hop_sets.h"
@@ -70,6 +71,7 @@ template <class Ip>
 class RouteBook {
  public:
   using Prefix = typename Ip::Prefix;
+  using Rivals = absl::InlinedVector<KernelRoute, 2>;
 
   /// `sets`, whose references it holds, must outlive it.
   explicit RouteBook(NextHopSets& sets) : sets_(sets) {}
@@ -83,6 +85,8 @@ class RouteBook {
     Prefix const& prefix() const { return next_->first; }
     KernelRoute const& route() const { return *route_; }
     void next();
+    /// Goes to the first prefix that is not before `prefix`: a few steps on where that is near.
+    void seek(Prefix const& prefix);
 
    private:
     void skipUnserved();
@@ -92,13 +96,34 @@ class RouteBook {
     std::optional<KernelRoute> route_;
   };
 
+  /// Where the prefix is, or would be: found once for the steps of one message. Ends with any
+  /// change of the book.
+  class Place {
+   public:
+    Prefix const& prefix() const { return prefix_; }
+
+   private:
+    friend class RouteBook;
+    Place(Prefix const& prefix, typename absl::btree_map<Prefix, KernelRoute>::iterator at)
+        : prefix_(prefix), at_(at) {}
+    Prefix prefix_;
+    typename absl::btree_map<Prefix, KernelRoute>::iterator at_;  // the first not before it
+  };
+  Place place(Prefix const& prefix);
+
   /// True when what is served of the prefix may be another now. A route that is there already is
   /// taken as repeated, and stays in its place; but a dump repeats nothing.
-  bool add(Prefix const& prefix, KernelRoute route, RouteRank rank);
+  bool add(Place const& place, KernelRoute route, RouteRank rank);
+  bool add(Prefix const& prefix, KernelRoute const& route, RouteRank rank) {
+    return add(place(prefix), route, rank);
+  }
   /// As above. One that is not there changes nothing.
-  bool remove(Prefix const& prefix, KernelRoute const& route);
+  bool remove(Place const& place, KernelRoute const& route);
+  bool remove(Prefix const& prefix, KernelRoute const& route) {
+    return remove(place(prefix), route);
+  }
   /// As above: `now` takes the place of `before`, which is there.
-  bool change(Prefix const& prefix, KernelRoute const& before, KernelRoute const& now);
+  bool change(Place const& place, KernelRoute const& before, KernelRoute const& now);
 
   void dumpBegin();
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
@@ -111,7 +136,7 @@ class RouteBook {
   bool hasTwins(Prefix const& prefix, KernelRoute const& route) const;
 
   /// Those of the prefix that have the route's tos and metric, in the kernel's order.
-  std::vector<KernelRoute> rivals(Prefix const& prefix, KernelRoute const& route) const;
+  Rivals rivals(Place const& place, KernelRoute const& route) const;
 
   std::optional<KernelRoute> served(Prefix const& prefix) const;
   /// A nexthop object is another: tells the prefixes where that changes the next hops of several
@@ -128,6 +153,9 @@ class RouteBook {
     NextHopSets::Handle joint = NextHopSets::none;  // of those that are served together
   };
 
+  bool isThere(Place const& place) const {
+    return place.at_ != routes_.end() && place.at_->first == place.prefix_;
+  }
   bool isStale(KernelRoute const& route) const { return route.dump != dump_; }
   static bool isServed(KernelRoute const& route);
   bool forwards(KernelRoute const& route) const;

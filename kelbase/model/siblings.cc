@@ -8,7 +8,7 @@ namespace {
 bool isSibling(KernelRoute const& route) { return route.identity == Siblings::identity; }
 
 /// Whether a dump has listed siblings among them, or messages that leave as much open.
-bool hideOthers(std::vector<KernelRoute> const& routes) {
+bool hideOthers(Siblings::Book::Rivals const& routes) {
   return std::any_of(routes.begin(), routes.end(),
                      [](KernelRoute const& route) { return isSibling(route) && !route.isUniform; });
 }
@@ -22,19 +22,20 @@ RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, 
     return {book.add(prefix, route, rank)};
   }
   if (rank == RouteRank::only) return {book.add(prefix, route, rank)};
-  auto const rivals = book.rivals(prefix, route);
+  auto const place = book.place(prefix);
+  auto const rivals = book.rivals(place, route);
   if (rank == RouteRank::replaced) {
     // Those of other links are rivals in the kernel.
     bool const isDoubtful = rivals.size() > 1 || prefix.zone() != 0;
-    return {book.add(prefix, route, rank), isDoubtful, hideOthers(rivals)};
+    return {book.add(place, route, rank), isDoubtful, hideOthers(rivals)};
   }
-  if (isSibling(route)) return join(book, prefix, route, tellsAll, rivals);
+  if (isSibling(route)) return join(book, place, route, tellsAll, rivals);
   bool const isDoubtful = isReplay_ && !rivals.empty();
-  return {book.add(prefix, route, RouteRank::appended), isDoubtful};
+  return {book.add(place, route, RouteRank::appended), isDoubtful};
 }
 
-RouteOutcome Siblings::join(Book& book, Prefix const& prefix, KernelRoute route, bool tellsAll,
-                            Routes const& rivals) const {
+RouteOutcome Siblings::join(Book& book, Place const& place, KernelRoute route, bool tellsAll,
+                            Rivals const& rivals) const {
   bool const areSeveral = rivals.size() > 1;
   auto const isIt = [&](KernelRoute const& other) {
     return isSibling(other) && (tellsAll || other.hops == route.hops);
@@ -44,26 +45,27 @@ RouteOutcome Siblings::join(Book& book, Prefix const& prefix, KernelRoute route,
     route.isUniform = route.isUniform && known->isUniform && known->protocol == route.protocol;
     // Siblings go by the protocol of their first, and the new one is their last.
     route.protocol = known->protocol;
-    return {book.change(prefix, *known, route), areSeveral};
+    return {book.change(place, *known, route), areSeveral};
   }
   if (std::any_of(rivals.begin(), rivals.end(), isSibling)) {
-    return {book.add(prefix, route, RouteRank::beside), true};
+    return {book.add(place, route, RouteRank::beside), true};
   }
   bool const isDoubtful = isReplay_ && !rivals.empty();
-  return {book.add(prefix, route, RouteRank::appended), isDoubtful};
+  return {book.add(place, route, RouteRank::appended), isDoubtful};
 }
 
 RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute const& route,
                               bool tellsAll) const {
-  auto const rivals = book.rivals(prefix, route);
-  if (isSibling(route) && !tellsAll) return removeOne(book, prefix, route, rivals);
+  auto const place = book.place(prefix);
+  auto const rivals = book.rivals(place, route);
+  if (isSibling(route) && !tellsAll) return removeOne(book, place, route, rivals);
   bool const isDoubtful = book.hasTwins(prefix, route) || (isReplay_ && rivals.size() > 1);
-  return {book.remove(prefix, route), isDoubtful, hideOthers(rivals)};
+  return {book.remove(place, route), isDoubtful, hideOthers(rivals)};
 }
 
 /// The siblings that `one`, alone, is among; itself first. One that is dead is not listed among
 /// them, and is met where none of them is alive.
-KernelRoute const* Siblings::withHop(Routes const& rivals, KernelRoute const& one) const {
+KernelRoute const* Siblings::withHop(Rivals const& rivals, KernelRoute const& one) const {
   auto const hop = sets_.inlineHops(one.hops);
   KernelRoute const* result = nullptr;
   for (auto const& other : rivals) {
@@ -77,12 +79,12 @@ KernelRoute const* Siblings::withHop(Routes const& rivals, KernelRoute const& on
   return result;
 }
 
-RouteOutcome Siblings::removeOne(Book& book, Prefix const& prefix, KernelRoute const& route,
-                                 Routes const& rivals) const {
+RouteOutcome Siblings::removeOne(Book& book, Place const& place, KernelRoute const& route,
+                                 Rivals const& rivals) const {
   auto const* const known = withHop(rivals, route);
   if (!known) return {};
   bool const areSeveral = rivals.size() > 1;
-  if (known->hops == route.hops) return {book.remove(prefix, *known), isReplay_ && areSeveral};
+  if (known->hops == route.hops) return {book.remove(place, *known), isReplay_ && areSeveral};
   auto const hop = sets_.inlineHops(route.hops).front();
   std::vector<NextHop> left;
   for (auto const& other : sets_.inlineHops(known->hops)) {
@@ -92,7 +94,7 @@ RouteOutcome Siblings::removeOne(Book& book, Prefix const& prefix, KernelRoute c
   now.hops = sets_.inlineSet(left);
   // It may have been the first.
   bool const isOpen = !known->isUniform && route.protocol == known->protocol;
-  return {book.change(prefix, *known, now), areSeveral || isOpen, !known->isUniform};
+  return {book.change(place, *known, now), areSeveral || isOpen, !known->isUniform};
 }
 
 }  // namespace Kelbase

@@ -45,13 +45,14 @@ class Siblings {
                       bool tellsAll) const;
 
  private:
-  using Routes = std::vector<KernelRoute>;
+  using Place = Book::Place;
+  using Rivals = Book::Rivals;
 
-  RouteOutcome join(Book& book, Prefix const& prefix, KernelRoute route, bool tellsAll,
-                    Routes const& rivals) const;
-  RouteOutcome removeOne(Book& book, Prefix const& prefix, KernelRoute const& route,
-                         Routes const& rivals) const;
-  KernelRoute const* withHop(Routes const& rivals, KernelRoute const& one) const;
+  RouteOutcome join(Book& book, Place const& place, KernelRoute route, bool tellsAll,
+                    Rivals const& rivals) const;
+  RouteOutcome removeOne(Book& book, Place const& place, KernelRoute const& route,
+                         Rivals const& rivals) const;
+  KernelRoute const* withHop(Rivals const& rivals, KernelRoute const& one) const;
 
   NextHopSets& sets_;
   bool isReplay_ = false;

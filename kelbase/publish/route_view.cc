@@ -87,8 +87,9 @@ void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
   while (!changed_.empty()) {
     if (next == changed_.end()) next = changed_.begin();
     auto const first = next;
+    Walk own(routes_, *first);
     for (std::size_t i = 0; i < writesALook && next != changed_.end(); ++i, ++next) {
-      writeOne(writer, *next);
+      writeOne(writer, *next, own);
     }
     next = changed_.erase(first, next);  // at once: one by one costs as much as the writing
     if (Mav::now() > end) break;
@@ -117,9 +118,10 @@ void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
 }
 
 template <class Ip>
-void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix) const {
-  if (auto const route = routes_.served(prefix)) {
-    put(writer, prefix, *route);
+void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix, Walk& own) const {
+  own.seek(prefix);
+  if (!own.ended() && own.prefix() == prefix) {
+    put(writer, prefix, own.route());
   } else {
     writer.erase<Table>(prefix);
   }

@@ -58,7 +58,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   void mark(Prefix const& prefix);
   void writeChanged(Pondo::Writer& writer, double end);
   void writeTurned(Pondo::Writer& writer, double end);
-  void writeOne(Pondo::Writer& writer, Prefix const& prefix) const;
+  void writeOne(Pondo::Writer& writer, Prefix const& prefix, Walk& own) const;
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
