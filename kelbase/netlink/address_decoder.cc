@@ -64,7 +64,7 @@ std::vector<NetlinkRequest> Address4Decoder::requests() { return dumpOf(AF_INET)
 std::optional<Address4> Address4Decoder::read(NetlinkMessage const& message) {
   auto const info = headerOf(message, AF_INET);
   if (!info) return std::nullopt;
-  Attributes const attributes(message.name(), message.attributes<ifaddrmsg>(), address4Rules);
+  Attributes const attributes(message, message.attributes<ifaddrmsg>(), address4Rules);
   // IFA_ADDRESS is the peer, or the address again; each is left out when it is 0.0.0.0.
   auto const peer = attributes.address<Dovel::IpAddr>(IFA_ADDRESS).value_or(Dovel::IpAddr());
   auto const local = attributes.address<Dovel::IpAddr>(IFA_LOCAL).value_or(peer);
@@ -83,7 +83,7 @@ std::vector<NetlinkRequest> Address6Decoder::requests() { return dumpOf(AF_INET6
 std::optional<Address6> Address6Decoder::read(NetlinkMessage const& message) {
   auto const info = headerOf(message, AF_INET6);
   if (!info) return std::nullopt;
-  Attributes const attributes(message.name(), message.attributes<ifaddrmsg>(), address6Rules);
+  Attributes const attributes(message, message.attributes<ifaddrmsg>(), address6Rules);
   // With a peer the address is IFA_LOCAL and the peer IFA_ADDRESS; without there is no IFA_LOCAL.
   auto const peer = *attributes.address<Dovel::Ip6Addr>(IFA_ADDRESS);
   auto const local = attributes.address<Dovel::Ip6Addr>(IFA_LOCAL).value_or(peer);

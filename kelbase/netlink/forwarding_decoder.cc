@@ -38,7 +38,7 @@ std::vector<NetlinkRequest> ForwardingDecoder::requests() {
 std::optional<ForwardingFlag> ForwardingDecoder::read(NetlinkMessage const& message) {
   auto const version = versionOf(message.header<netconfmsg>().ncm_family);
   if (!version) return std::nullopt;
-  Attributes const attributes(message.name(), message.attributes<netconfmsg>(), netconfRules);
+  Attributes const attributes(message, message.attributes<netconfmsg>(), netconfRules);
   if (attributes.value<std::int32_t>(NETCONFA_IFINDEX) != NETCONFA_IFINDEX_ALL) return std::nullopt;
   if (message.type() == RTM_DELNETCONF) return ForwardingFlag{*version, false};
   auto const forwarding = attributes.value<std::int32_t>(NETCONFA_FORWARDING);

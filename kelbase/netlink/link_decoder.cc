@@ -35,7 +35,7 @@ std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
   Link link;
   link.index = info.ifi_index;
   if (message.type() == RTM_DELLINK) return link;
-  Attributes const attributes(message.name(), message.attributes<ifinfomsg>(), linkRules);
+  Attributes const attributes(message, message.attributes<ifinfomsg>(), linkRules);
   link.name = Dovel::IntfId(*attributes.text(IFLA_IFNAME));
   link.isUp = (info.ifi_flags & IFF_UP) != 0;
   link.isRunning = (info.ifi_flags & IFF_RUNNING) != 0;

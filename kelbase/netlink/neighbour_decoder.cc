@@ -45,7 +45,7 @@ std::uint64_t updatedAt(nda_cacheinfo const& info) {
 
 template <class Addr>
 Neighbour readOf(NetlinkMessage const& message, ndmsg const& info) {
-  Attributes const attributes(message.name(), message.attributes<ndmsg>(), neighbourRules<Addr>);
+  Attributes const attributes(message, message.attributes<ndmsg>(), neighbourRules<Addr>);
   Neighbour neighbour;
   neighbour.link = info.ndm_ifindex;
   neighbour.key = *attributes.template address<Addr>(NDA_DST);

@@ -24,7 +24,7 @@ bool keepsRule(nlattr const* attribute, AttributeSize const& size) {
 
 }  // namespace
 
-Attributes::Attributes(std::string_view messageName, Bytes bytes,
+Attributes::Attributes(NetlinkMessage const& message, Bytes bytes,
                        std::span<AttributeRule const> rules)
     : rules_(rules) {
   assert(rules.size() <= rulesMax);
@@ -35,7 +35,7 @@ Attributes::Attributes(std::string_view messageName, Bytes bytes,
     for (std::size_t i = 0; i < rules.size(); ++i) {
       if (rules[i].type != type) continue;
       if (!keepsRule(next, rules[i].size)) {
-        throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", messageName, rules[i].name,
+        throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", message.name(), rules[i].name,
                                      mnl_attr_get_payload_len(next), expected(rules[i].size)));
       }
       // The last of several counts, as to the kernel itself (lib/nlattr.c, nla_parse).
@@ -45,11 +45,11 @@ Attributes::Attributes(std::string_view messageName, Bytes bytes,
     left -= MNL_ALIGN(mnl_attr_get_len(next));
   }
   if (left > 0) {
-    throw BadMessage(fmt::format("{}: {} bytes at its end are no attribute", messageName, left));
+    throw BadMessage(fmt::format("{}: {} bytes at its end are no attribute", message.name(), left));
   }
   for (std::size_t i = 0; i < rules.size(); ++i) {
     if (rules[i].isRequired && !found_[i]) {
-      throw BadMessage(fmt::format("{}: {} is missing", messageName, rules[i].name));
+      throw BadMessage(fmt::format("{}: {} is missing", message.name(), rules[i].name));
     }
   }
 }

@@ -6,7 +6,7 @@
 //       AttributeRule{IFLA_IFNAME, "IFLA_IFNAME", textOf(IFNAMSIZ), required},
 //       AttributeRule{IFLA_MTU, "IFLA_MTU", exactly(4)},
 //   };
-//   Attributes const attributes(message.name(), message.attributes<ifinfomsg>(), linkRules);
+//   Attributes const attributes(message, message.attributes<ifinfomsg>(), linkRules);
 //   attributes.text(IFLA_IFNAME), attributes.value<std::uint32_t>(IFLA_MTU)
 //
 // Attributes that are not declared are skipped: the kernel adds new ones all the time. Of an
@@ -51,9 +51,9 @@ class Attributes {
  public:
   static constexpr std::size_t rulesMax = 32;
 
-  /// BadMessage, naming `messageName` and the attribute, when one breaks its rule or the bytes are
-  /// no attributes. `rules` must outlive the object and hold at most rulesMax.
-  Attributes(std::string_view messageName, Bytes bytes, std::span<AttributeRule const> rules);
+  /// BadMessage, naming the message and the attribute, when one breaks its rule or the bytes are no
+  /// attributes. `rules` must outlive the object and hold at most rulesMax.
+  Attributes(NetlinkMessage const& message, Bytes bytes, std::span<AttributeRule const> rules);
 
   bool has(std::uint16_t type) const { return find(type) != nullptr; }
 

@@ -68,7 +68,7 @@ int errorOf(NetlinkMessage const& message) {
 }
 
 std::string extendedErrorOf(NetlinkMessage const& message) try {
-  Attributes const attributes(message.name(), extendedErrorAttributes(message), extendedErrorRules);
+  Attributes const attributes(message, extendedErrorAttributes(message), extendedErrorRules);
   return std::string(attributes.text(NLMSGERR_ATTR_MSG).value_or(""));
 } catch (BadMessage const&) {
   return {};  // an explanation that cannot be read explains nothing

@@ -175,8 +175,8 @@ void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute<Ip>& route
     }
     Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
     identity.add(path.rtnh_hops);
-    addHop(message, Attributes(message.name(), nested, pathRules<Ip>), path.rtnh_ifindex,
-           path.rtnh_flags, route, identity);
+    addHop(message, Attributes(message, nested, pathRules<Ip>), path.rtnh_ifindex, path.rtnh_flags,
+           route, identity);
     left = left.subspan(std::min<std::size_t>(RTNH_ALIGN(path.rtnh_len), left.size()));
   }
 }
@@ -276,7 +276,7 @@ bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route) {
       header.rtm_src_len != 0) {
     return false;
   }
-  Attributes const attributes(message.name(), message.attributes<rtmsg>(), routeRules<Ip>);
+  Attributes const attributes(message, message.attributes<rtmsg>(), routeRules<Ip>);
   // rtm_table has room for the first 256 alone.
   if (attributes.value<std::uint32_t>(RTA_TABLE).value_or(header.rtm_table) != RT_TABLE_MAIN) {
     return false;
@@ -298,7 +298,7 @@ template bool readRoute(NetlinkMessage const& message, ListedRoute<Ip6>& route);
 
 ListedNexthop readNexthop(NetlinkMessage const& message) {
   auto const header = message.header<nhmsg>();
-  Attributes const attributes(message.name(), message.attributes<nhmsg>(), nexthopRules);
+  Attributes const attributes(message, message.attributes<nhmsg>(), nexthopRules);
   ListedNexthop nexthop;
   nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
   if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");

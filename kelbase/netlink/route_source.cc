@@ -48,7 +48,7 @@ rtmsg routeHeader(IpVersion version) {
 std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message,
                                                                  IpVersion version) {
   if (message.header<netconfmsg>().ncm_family != familyOf(version)) return std::nullopt;
-  Attributes const attributes(message.name(), message.attributes<netconfmsg>(), settingRules);
+  Attributes const attributes(message, message.attributes<netconfmsg>(), settingRules);
   auto const link = *attributes.value<std::int32_t>(NETCONFA_IFINDEX);
   auto const setting = attributes.value<std::int32_t>(NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN);
   // What is set for links to come is no matter yet.

@@ -17,7 +17,7 @@ constexpr std::array rules{
 
 Attributes parse(NetlinkBuilder const& builder) {
   auto const message = builder.message();
-  return Attributes(message.name(), message.attributes<ifinfomsg>(), rules);
+  return Attributes(message, message.attributes<ifinfomsg>(), rules);
 }
 
 NetlinkBuilder newLink() { return linkMessage(RTM_NEWLINK, 1); }
