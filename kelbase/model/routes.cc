@@ -50,13 +50,20 @@ void Routes<Ip>::replayIs(bool on) {
 template <class Ip>
 void Routes<Ip>::onNexthop(std::uint32_t id) {
   joinAnew();
-  bool const shows = nexthops_.anyWith(id, [this](std::uint32_t object) {
-    bool const isBare = hidingObjects_.contains(object) && !nexthops_.isBlackhole(object);
-    return isBare || zoneObjects_.contains(object);
+  bool const isListedAnew = nexthops_.anyWith(id, [this](std::uint32_t object) {
+    return zoneObjects_.contains(object) || listsAnotherKind(object);
   });
-  if (!shows) return;
-  absl::erase_if(hidingObjects_, [this](auto object) { return !nexthops_.isBlackhole(object); });
+  if (!isListedAnew) return;
+  auto const isHeard = [this](auto object) { return listsAnotherKind(object); };
+  absl::erase_if(hidingObjects_, isHeard);
+  absl::erase_if(bareObjects_, isHeard);
   doubt(Doubt::silence);
+}
+
+/// Whether the kernel lists the object's routes as another kind than it did: without a message.
+template <class Ip>
+bool Routes<Ip>::listsAnotherKind(std::uint32_t object) const {
+  return (nexthops_.isBlackhole(object) ? bareObjects_ : hidingObjects_).contains(object);
 }
 
 template <class Ip>
@@ -140,8 +147,8 @@ void Routes<Ip>::is(Listed const& listed, Rank rank) {
   silent_.routeIs(listed);
   // The kernel tells a route through an object that is a blackhole as a blackhole. Of which type
   // the route itself is shows in a dump, once the object is another (onNexthop).
-  if (listed.object != 0 && listed.kind == RouteKind::blackhole) {
-    hidingObjects_.insert(listed.object);
+  if (listed.object != 0 && listed.kind != RouteKind::unicast) {
+    (listed.kind == RouteKind::blackhole ? hidingObjects_ : bareObjects_).insert(listed.object);
   }
   auto& book = books_.try_emplace(listed.table, sets_).first->second;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {

@@ -87,6 +87,7 @@ class Routes : private Nexthops::Observer {
   void setHops(Listed const& listed, KernelRoute& route);
   void heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const;
   void joinAnew();
+  bool listsAnotherKind(std::uint32_t object) const;
   void doubt(Doubt why) const {
     if (doubt_) doubt_(why);
   }
@@ -101,9 +102,11 @@ class Routes : private Nexthops::Observer {
   Rules rules_;
   Observer* observer_ = nullptr;
   std::function<void(Doubt)> doubt_;
-  // Objects of routes that were listed as blackholes: while the object is one the kernel does not
-  // tell the routes' own kind.
+  // Objects of routes that were listed as blackholes, and of those that were listed as another kind
+  // that does not forward. While an object is a blackhole, the kernel lists every route through it
+  // as one and does not tell the route's own kind (fib_dump_info, rt6_fill_node).
   absl::flat_hash_set<std::uint32_t> hidingObjects_;
+  absl::flat_hash_set<std::uint32_t> bareObjects_;
   // Objects that zones hang on.
   absl::flat_hash_set<std::uint32_t> zoneObjects_;
   std::vector<NextHop> hops_;  // its memory is used again

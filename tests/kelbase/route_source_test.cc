@@ -56,6 +56,9 @@ TEST_F(RouteSourceTest, OnlyABlackholeObjectTurnsTheType) {
   EXPECT_EQ(wishes_, "");
   object(9, 9);
   EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it may be prohibit or throw as well";
+  wishes_.clear();
+  blackhole(7);
+  EXPECT_EQ(wishes_, "IPv4 routes ") << "the multicast one is listed as a blackhole now";
 }
 
 TEST_F(RouteSourceTest, RoutesThatLookTheSameAreReadAgain) {
