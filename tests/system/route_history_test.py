@@ -68,6 +68,9 @@ class History:
                                         "via 10.1.0.9 dev eth2 onlink table 100")
         return "unicast", self._via() + self._one("", "", " src 10.1.0.1", " mtu 1400")
 
+    def _proto(self):
+        return self._one("", "", "proto bgp", "proto redirect", "proto 77")
+
     def _changed_routes(self):
         lines = []
         for _ in range(self._random.randint(1, 8)):
@@ -75,7 +78,7 @@ class History:
             verb = self._one("add", "append", "append", "prepend", "replace", "replace", "del")
             where = f"{self._one(*self.PREFIXES)} metric {self._one(*self.METRICS)}"
             lines.append(f"route del {where}" if self._random.random() < 0.25 else
-                         f"route {verb} {kind} {where} {self._one('', '', 'proto bgp')} {hops}")
+                         f"route {verb} {kind} {where} {self._proto()} {hops}")
         self._ip(*lines)
 
     def _changed_routes6(self):

@@ -78,6 +78,7 @@ def in_use(version, listed, nexthops, links):
 
 
 def _is_followed(route, kind):
-    """Of IPv6: not what the kernel caches, nor what holds for some sources alone or no more."""
+    """Of IPv6: not what the kernel caches, nor what holds for some sources alone or no more. (Of
+    siblings the lifetime of the first is told; the kernel sends over each until it is collected.)"""
     return (kind in ("unicast", "throw", *REFUSALS) and "cache" not in route.get("flags", ())
-            and "from" not in route and route.get("expires", 0) >= 0)
+            and "from" not in route and ("nexthops" in route or route.get("expires", 0) >= 0))
