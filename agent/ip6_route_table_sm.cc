@@ -10,7 +10,7 @@ namespace IpSnmp {
 
 namespace {
 
-constexpr RouteTableTexts texts{
+constexpr RouteTableTexts textsOfIp6{
     "void IpSnmp::Ip6RouteTableSm::handleRoute()",
     "void IpSnmp::Ip6RouteTableSm::handleRoute(const Dovel::Ip6Prefix&)",
     "void IpSnmp::Ip6RouteTableSm::handleFec(const Pondo::Fib::FecId&)", "inetCidrRouteTable"};
@@ -39,7 +39,7 @@ Ip6RouteTableSm::Ip6RouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                  Mav::Ptr<Pondo::Fib::Route6Status const> routeStatus,
                                  Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
                                  Mav::Ptr<Mav::Clock const> clock)
-    : RouteTableSm(texts, std::move(activityConfig), std::move(ipForwardMib),
+    : RouteTableSm(textsOfIp6, std::move(activityConfig), std::move(ipForwardMib),
                    std::move(routeStatus), std::move(forwardingStatus), std::move(clock)) {
   backlogQuantumIs(backlogQuantumDefault);
   handleRoute();

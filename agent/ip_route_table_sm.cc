@@ -45,10 +45,10 @@ bool isServed(RouteType type) {
   }
 }
 
-constexpr RouteTableTexts texts{"void IpSnmp::IpRouteTableSm::handleRoute()",
-                                "void IpSnmp::IpRouteTableSm::handleRoute(const Dovel::Prefix&)",
-                                "void IpSnmp::IpRouteTableSm::handleFec(const Pondo::Fib::FecId&)",
-                                "ipCidrRouteTable"};
+constexpr RouteTableTexts textsOfIp4{
+    "void IpSnmp::IpRouteTableSm::handleRoute()",
+    "void IpSnmp::IpRouteTableSm::handleRoute(const Dovel::Prefix&)",
+    "void IpSnmp::IpRouteTableSm::handleFec(const Pondo::Fib::FecId&)", "ipCidrRouteTable"};
 
 }  // namespace
 
@@ -68,7 +68,7 @@ IpRouteTableSm::IpRouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                Mav::Ptr<Pondo::Fib::RouteStatus const> routeStatus,
                                Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
                                Mav::Ptr<Mav::Clock const> clock)
-    : RouteTableSm(texts, std::move(activityConfig), std::move(ipForwardMib),
+    : RouteTableSm(textsOfIp4, std::move(activityConfig), std::move(ipForwardMib),
                    std::move(routeStatus), std::move(forwardingStatus), std::move(clock)) {
   intfStatusDirIs(std::move(intfStatusDir));
   doInstantiate();

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include <fmt/format.h>
-#include <net/if.h>
+#include <linux/if.h>
 
 #include "kelbase/model/route_protocols.h"
 #include "platform/mav/time.h"
@@ -23,8 +23,6 @@ constexpr std::int64_t idMax = std::numeric_limits<std::uint32_t>::max();
 bool has(Names const& names, std::string_view name) {
   return std::ranges::find(names, name) != names.end();
 }
-
-bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
 
 /// As dev_valid_name() of the kernel's net/core/dev.c.
 bool isLinkName(std::string_view name) {
@@ -91,7 +89,7 @@ std::optional<Dovel::LinkAddr> linkAddrOf(std::string_view text) {
     rest.remove_prefix(1);
   }
   try {
-    if (isIp6Text(text)) return Dovel::LinkAddr(Dovel::Ip6Addr(text).octets());
+    if (Dovel::isIp6Text(text)) return Dovel::LinkAddr(Dovel::Ip6Addr(text).octets());
     return Dovel::LinkAddr(Dovel::IpAddr(text).octets());
   } catch (Mav::RangeException const&) {
     return std::nullopt;
@@ -184,7 +182,7 @@ std::uint32_t objectId(Fields const& fields, std::string_view name) {
 bool hasHop(Fields const& fields) { return fields.has("gateway") || fields.has("dev"); }
 
 void readGateway(Fields const& fields, std::string_view name, NextHop& hop) {
-  if (isIp6Text(fields.text(name, "an address"))) {
+  if (Dovel::isIp6Text(fields.text(name, "an address"))) {
     hop.nextHop6 = address<Dovel::Ip6Addr>(fields, name);
   } else {
     hop.nextHop = address<Dovel::IpAddr>(fields, name);
@@ -307,7 +305,7 @@ std::optional<Neighbour> readNeighbour(Fields const& fields, LinkNames& links) {
   auto const reach = reachOf(fields.names("state"));
   if (!reach) return std::nullopt;
   Neighbour neighbour;
-  if (isIp6Text(fields.text("dst", "an IP address"))) {
+  if (Dovel::isIp6Text(fields.text("dst", "an IP address"))) {
     neighbour.key = address<Dovel::Ip6Addr>(fields, "dst");
   } else {
     neighbour.key = address<Dovel::IpAddr>(fields, "dst");
@@ -326,7 +324,7 @@ std::optional<Neighbour> readNeighbour(Fields const& fields, LinkNames& links) {
 
 /// `ip -6 route` tells a preference (RFC 4191) with each route; its "default" has no other mark.
 IpVersion versionOfRoute(Fields const& fields) {
-  bool const isIp6 = fields.has("pref") || isIp6Text(fields.text("dst", "a prefix"));
+  bool const isIp6 = fields.has("pref") || Dovel::isIp6Text(fields.text("dst", "a prefix"));
   return isIp6 ? IpVersion::v6 : IpVersion::v4;
 }
 

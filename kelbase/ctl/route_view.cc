@@ -129,16 +129,14 @@ void readTo(Pondo::Snapshot const& snapshot, Host const& host, unsigned bits,
   }
 }
 
-bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
-
 }  // namespace
 
 void RouteQuestion::withinIs(std::string_view prefix) {
-  isIp6Text(prefix) ? void(within6.emplace(prefix)) : void(within4.emplace(prefix));
+  Dovel::isIp6Text(prefix) ? void(within6.emplace(prefix)) : void(within4.emplace(prefix));
 }
 
 void RouteQuestion::toIs(std::string_view address) {
-  if (!isIp6Text(address)) return void(to4.emplace(address));
+  if (!Dovel::isIp6Text(address)) return void(to4.emplace(address));
   auto const zone = std::min(address.find('%'), address.size());
   to6.emplace(std::string(address.substr(0, zone)) + "/128" + std::string(address.substr(zone)));
 }

@@ -17,7 +17,7 @@ using Pondo::Fib::FecId;
 namespace {
 
 /// Fecs written between two looks at the clock.
-constexpr std::size_t writesALook = 16;
+constexpr std::size_t setsALook = 16;
 
 std::span<NextHop const> fitting(std::vector<NextHop> const& hops) {
   return std::span(hops).first(std::min(hops.size(), Pondo::Fib::viasMax));
@@ -113,7 +113,7 @@ void FecView::writeRest(Pondo::Writer& writer) {
     Handle const handle = dirty_.front();
     dirty_.pop_front();
     if (std::exchange(shown(handle).isDirty, false)) writeFec(writer, handle);
-    if (written % writesALook == 0 && Mav::now() > end) return;
+    if (written % setsALook == 0 && Mav::now() > end) return;
   }
 }
 

@@ -10,7 +10,7 @@ namespace Kelbase {
 namespace {
 
 /// Prefixes written between two looks at the clock.
-constexpr std::size_t writesALook = 64;
+constexpr std::size_t prefixesALook = 64;
 
 }  // namespace
 
@@ -88,7 +88,7 @@ void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
     if (next == changed_.end()) next = changed_.begin();
     auto const first = next;
     Walk own(routes_, *first);
-    for (std::size_t i = 0; i < writesALook && next != changed_.end(); ++i, ++next) {
+    for (std::size_t i = 0; i < prefixesALook && next != changed_.end(); ++i, ++next) {
       writeOne(writer, *next, own);
     }
     next = changed_.erase(first, next);  // at once: one by one costs as much as the writing
@@ -107,7 +107,7 @@ void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
   }
   std::size_t walked = 1;
   for (Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
-    if (walked % writesALook == 0 && Mav::now() > end) {
+    if (walked % prefixesALook == 0 && Mav::now() > end) {
       walked_ = own.prefix();
       return;
     }

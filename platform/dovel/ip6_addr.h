@@ -59,4 +59,7 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
   Octets octets_{};
 };
 
+/// Of the text of an address or a prefix: whether it is one of IPv6.
+inline bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
+
 }  // namespace Dovel
