@@ -173,4 +173,33 @@ TEST_F(IpTablesTest, ARoutesAddressesAreIpAddressesInItsIndex) {
   snmp_free_varbind(row);
 }
 
+/// Where the daemon's iterator asks, an iteration begins at the row that its hint names.
+TEST_F(IpTablesTest, AHintPutsTheIterationOnItsRow) {
+  for (unsigned const n : {0U, 1U, 2U}) writeRoute(n, 1);
+  auto const variables = [](std::initializer_list<std::string> octets) {
+    netsnmp_variable_list* list = nullptr;
+    for (auto const& value : octets) {
+      snmp_varlist_add_variable(&list, nullptr, 0, value.empty() ? ASN_INTEGER : ASN_IPADDRESS,
+                                value.data(), value.size());
+    }
+    return list;
+  };
+  using namespace std::string_literals;
+  auto* const row = variables({"0000", "0000", "", "0000"});
+  netsnmp_table_request_info hint{};
+  hint.number_indexes = 4;
+  hint.indexes = variables({"\x0a\0\x01\0"s, "\xff\xff\xff\0"s, "", "\xc0\0\x02\x01"s});
+  long const tos = 0;
+  snmp_set_var_typed_value(hint.indexes->next_variable->next_variable, ASN_INTEGER, &tos,
+                           sizeof tos);
+  netsnmp_iterator_info info{};
+  info.myvoid = routes_.get();
+  void *loop = &hint, *data = nullptr;
+  ASSERT_EQ(ipCidrRouteTable_get_first_data_point(&loop, &data, row, &info), row);
+  EXPECT_EQ(row->val.string[2], 1);
+  ipCidrRouteTable_free_loop_context_at_end(loop, &info);
+  snmp_free_varbind(row);
+  snmp_free_varbind(hint.indexes);
+}
+
 }  // namespace
