@@ -1,6 +1,6 @@
 #pragma once
-// An address as an interface has it: with the length of its prefix. It keeps its host bits; prefix()
-// and subnet() give the prefix without them.
+// An address as an interface has it: with the length of its prefix. It keeps its host bits;
+// prefix() and subnet() give the prefix without them.
 
 #include "platform/dovel/addr_with_length.h"
 #include "platform/dovel/ip6_addr.h"
