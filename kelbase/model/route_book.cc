@@ -419,21 +419,22 @@ void RouteBook<Ip>::Walk::next() {
 }
 
 template <class Ip>
-void RouteBook<Ip>::Walk::seek(Prefix const& prefix) {
-  constexpr int stepsMax = 2;  // beyond that a descent costs no more
-  for (int steps = 0; steps < stepsMax && route_ && next_->first < prefix; ++steps) next();
-  if (!route_ || !(next_->first < prefix)) return;
-  next_ = book_.routes_.lower_bound(prefix);
-  skipUnserved();
-}
-
-template <class Ip>
 void RouteBook<Ip>::Walk::skipUnserved() {
   route_.reset();
   for (; next_ != book_.routes_.end(); ++next_) {
     route_ = book_.servedOf(next_->first, next_->second);
     if (route_) return;
   }
+}
+
+template <class Ip>
+std::optional<KernelRoute> RouteBook<Ip>::Search::served(Prefix const& prefix) {
+  constexpr int stepsMax = 2;  // beyond that a descent costs no more
+  auto const end = book_.routes_.end();
+  for (int steps = 0; steps < stepsMax && next_ != end && next_->first < prefix; ++steps) ++next_;
+  if (next_ != end && next_->first < prefix) next_ = book_.routes_.lower_bound(prefix);
+  if (next_ == end || next_->first != prefix) return std::nullopt;
+  return book_.servedOf(prefix, next_->second);
 }
 
 template class RouteBook<Ip4>;

@@ -85,8 +85,6 @@ class RouteBook {
     Prefix const& prefix() const { return next_->first; }
     KernelRoute const& route() const { return *route_; }
     void next();
-    /// Goes to the first prefix that is not before `prefix`: a few steps on where that is near.
-    void seek(Prefix const& prefix);
 
    private:
     void skipUnserved();
@@ -94,6 +92,19 @@ class RouteBook {
     RouteBook const& book_;
     typename absl::btree_map<Prefix, KernelRoute>::const_iterator next_;
     std::optional<KernelRoute> route_;
+  };
+
+  /// Looks prefixes up that come in their order: one that is near the last costs no descent. Ends
+  /// with any change of the book.
+  class Search {
+   public:
+    explicit Search(RouteBook const& book) : book_(book), next_(book.routes_.begin()) {}
+    /// `prefix`: not before that of the last call.
+    std::optional<KernelRoute> served(Prefix const& prefix);
+
+   private:
+    RouteBook const& book_;
+    typename absl::btree_map<Prefix, KernelRoute>::const_iterator next_;
   };
 
   /// Where the prefix is, or would be: found once for the steps of one message. Ends with any

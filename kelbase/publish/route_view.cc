@@ -87,7 +87,7 @@ void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
   while (!changed_.empty()) {
     if (next == changed_.end()) next = changed_.begin();
     auto const first = next;
-    Walk own(routes_, *first);
+    Search own(routes_);
     for (std::size_t i = 0; i < prefixesALook && next != changed_.end(); ++i, ++next) {
       writeOne(writer, *next, own);
     }
@@ -118,10 +118,9 @@ void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
 }
 
 template <class Ip>
-void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix, Walk& own) const {
-  own.seek(prefix);
-  if (!own.ended() && own.prefix() == prefix) {
-    put(writer, prefix, own.route());
+void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix, Search& own) const {
+  if (auto const route = own.served(prefix)) {
+    put(writer, prefix, *route);
   } else {
     writer.erase<Table>(prefix);
   }

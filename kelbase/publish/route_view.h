@@ -48,6 +48,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
 
  private:
   using RouteType = Routing::Fib::RouteType;
+  using Search = typename RouteBook<Ip>::Search;
   using Walk = typename RouteBook<Ip>::Walk;
 
   void onRoute(std::uint32_t table, Prefix const& prefix) override {
@@ -58,7 +59,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   void mark(Prefix const& prefix);
   void writeChanged(Pondo::Writer& writer, double end);
   void writeTurned(Pondo::Writer& writer, double end);
-  void writeOne(Pondo::Writer& writer, Prefix const& prefix, Walk& own) const;
+  void writeOne(Pondo::Writer& writer, Prefix const& prefix, Search& own) const;
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
