@@ -30,6 +30,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # 105651), and takes the second of two counted references for one to a freed object. The
   # sanitizers find the real ones.
   add_compile_options(-Wno-restrict -Wno-use-after-free)
+  if(CMAKE_UNITY_BUILD)
+    # It takes what a source keeps to itself for a header's, where several are one compilation.
+    add_compile_options(-Wno-subobject-linkage)
+  endif()
 endif()
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   add_compile_options(-D_FORTIFY_SOURCE=2 -fstack-protector-strong)

@@ -1,5 +1,6 @@
 #include "kelbase/netlink/netlink_attributes.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -13,66 +14,75 @@ std::string expected(AttributeSize const& size) {
   return fmt::format("at least {}", size.min);
 }
 
-bool keepsRule(nlattr const* attribute, AttributeSize const& size) {
-  std::size_t const length = mnl_attr_get_payload_len(attribute);
-  if (!size.text) return length >= size.min && length <= size.max;
-  auto const* const text = mnl_attr_get_str(attribute);
-  std::size_t const characters = strnlen(text, length);
-  // With a NUL within it: who reads the text reads up to that.
-  return characters > 0 && characters < length && characters < size.max;
+/// The attribute that begins there, if it is whole: what precedes a payload says how long both are
+/// together (linux/netlink.h, struct nlattr).
+nlattr const* attributeAt(std::byte const* at, std::size_t left) {
+  auto const* const attribute = reinterpret_cast<nlattr const*>(at);
+  bool const isWhole = left >= sizeof *attribute && attribute->nla_len >= sizeof *attribute &&
+                       attribute->nla_len <= left;
+  return isWhole ? attribute : nullptr;
+}
+
+/// The kernel writes in the order of the rules: the wanted one is `next`, or soon behind it.
+AttributeRule const* ruleOf(std::span<AttributeRule const> rules, std::uint16_t type,
+                            std::size_t& next) {
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    if (next >= rules.size()) next = 0;
+    auto const& rule = rules[next++];
+    if (rule.type == type) return &rule;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
+bool Attributes::keepsRule(Bytes payload, AttributeSize const& size) {
+  if (!size.text) return payload.size() >= size.min && payload.size() <= size.max;
+  auto const* const text = reinterpret_cast<char const*>(payload.data());
+  std::size_t const characters = strnlen(text, payload.size());
+  // With a NUL within it: who reads the text reads up to that.
+  return characters > 0 && characters < payload.size() && characters < size.max;
+}
+
 Attributes::Attributes(NetlinkMessage const& message, Bytes bytes,
                        std::span<AttributeRule const> rules)
     : rules_(rules) {
-  assert(rules.size() <= rulesMax);
-  auto const* next = reinterpret_cast<nlattr const*>(bytes.data());
-  auto left = static_cast<int>(bytes.size());
-  for (; mnl_attr_ok(next, left); next = mnl_attr_next(next)) {
-    auto const type = mnl_attr_get_type(next);
-    for (std::size_t i = 0; i < rules.size(); ++i) {
-      if (rules[i].type != type) continue;
-      if (!keepsRule(next, rules[i].size)) {
-        throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", message.name(), rules[i].name,
-                                     mnl_attr_get_payload_len(next), expected(rules[i].size)));
-      }
-      // The last of several counts, as to the kernel itself (lib/nlattr.c, nla_parse).
-      found_[i] = next;
-      break;
+  std::size_t next = 0;
+  auto left = bytes.size();
+  auto const* at = bytes.data();
+  while (auto const* const attribute = attributeAt(at, left)) {
+    auto const size = std::min<std::size_t>(NLA_ALIGN(attribute->nla_len), left);
+    at += size;
+    left -= size;
+    std::uint16_t const type = attribute->nla_type & NLA_TYPE_MASK;
+    auto const* const rule = ruleOf(rules, type, next);
+    if (!rule) continue;
+    if (!keepsRule(payloadOf(*attribute), rule->size)) {
+      throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", message.name(), rule->name,
+                                   payloadOf(*attribute).size(), expected(rule->size)));
     }
-    left -= MNL_ALIGN(mnl_attr_get_len(next));
+    // The last of several counts, as to the kernel itself (lib/nlattr.c, nla_parse).
+    found_.at(type) = attribute;
   }
   if (left > 0) {
     throw BadMessage(fmt::format("{}: {} bytes at its end are no attribute", message.name(), left));
   }
-  for (std::size_t i = 0; i < rules.size(); ++i) {
-    if (rules[i].isRequired && !found_[i]) {
-      throw BadMessage(fmt::format("{}: {} is missing", message.name(), rules[i].name));
+  for (auto const& rule : rules) {
+    if (rule.isRequired && !found_.at(rule.type)) {
+      throw BadMessage(fmt::format("{}: {} is missing", message.name(), rule.name));
     }
   }
 }
 
-nlattr const* Attributes::find(std::uint16_t type) const {
-  for (std::size_t i = 0; i < rules_.size(); ++i) {
-    if (rules_[i].type == type) return found_[i];
-  }
-  assert(false && "an attribute that no rule declares");
-  return nullptr;
+bool Attributes::isDeclared(std::uint16_t type) const {
+  return std::any_of(rules_.begin(), rules_.end(),
+                     [type](auto const& rule) { return rule.type == type; });
 }
 
 std::optional<std::string_view> Attributes::text(std::uint16_t type) const {
   nlattr const* const attribute = find(type);
   if (!attribute) return std::nullopt;
-  return std::string_view(mnl_attr_get_str(attribute));
-}
-
-std::optional<Bytes> Attributes::bytes(std::uint16_t type) const {
-  nlattr const* const attribute = find(type);
-  if (!attribute) return std::nullopt;
-  return Bytes(static_cast<std::byte const*>(mnl_attr_get_payload(attribute)),
-               mnl_attr_get_payload_len(attribute));
+  return std::string_view(reinterpret_cast<char const*>(payloadOf(*attribute).data()));
 }
 
 }  // namespace Kelbase

@@ -36,12 +36,12 @@ TEST(Strep, numbersAreDecimalAndKeepTheirRange) {
 }
 
 TEST(Strep, malformedQuotesSayWhere) {
-  struct Row {
+  struct Refused {
     std::string_view text;
     std::string_view error;
   };
-  for (Row const& row : {
-           Row{"", "expected a quoted string at column 0"},
+  for (Refused const& row : {
+           Refused{"", "expected a quoted string at column 0"},
            {"  eth0", "expected a quoted string at column 2"},
            {"'eth0", "expected a closing quote at column 5"},
            {"'a\\", "expected an escape (\\\\, \\' or \\xHH) at column 2"},
