@@ -28,7 +28,8 @@ def prepared(router, options=AS_DEBIAN):
     router.links_up("eth1", "eth2")
     router.batch("addr add 10.1.0.1/24 dev eth1", "addr add 2001:db8::1/64 dev eth2 nodad",
                  "neigh add 10.1.0.9 lladdr 02:00:00:00:00:09 dev eth1",
-                 *(f"route add 10.9.{n}.0/24 via 10.1.0.{2 + n % 2}" for n in range(40)))
+                 *(f"route add 10.9.{n}.0/24 via 10.1.0.{2 + n % 2}" for n in range(40)),
+                 *(f"route add 4000:{n}::/32 via 2001:db8::{2 + n % 2}" for n in range(10, 30)))
     router.forward4(True)
     router.publisher = router.publish()
     agent = router.agent(options=options)
@@ -44,12 +45,18 @@ def change(router, turn):
                  *(f"route replace 10.9.{n}.0/24 via 10.1.0.{4 + turn % 3}"
                    for n in range(turn % 5, 40, 5)),
                  f"route add 10.8.{turn}.0/24 via 10.1.0.3 metric {turn}",
-                 f"route del 10.9.{turn}.0/24")
+                 f"route del 10.9.{turn}.0/24",
+                 f"neigh replace 2001:db8::{10 + turn} lladdr 02:00:00:00:02:{turn:02x} dev eth2",
+                 *(f"route replace 4000:{n}::/32 via 2001:db8::{4 + turn % 3}"
+                   for n in range(10 + turn % 5, 30, 5)),
+                 f"route append 4000:{20 + turn}::/32 via fe80::3 dev eth1",
+                 f"route add unreachable 4001:{turn}::/32 metric {turn + 1}")
 
 
 def agrees(router, agent, within=HEALED):
     router.agrees(agent, within)
     router.routes_agree(agent, within)
+    router.inet_routes_agree(agent, within)
     router.neighbours_agree(agent, within)
 
 
