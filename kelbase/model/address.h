@@ -1,5 +1,7 @@
 #pragma once
-// An address of a link, as the kernel tells it.
+// An address of a link, as the kernel tells it: plain values, made by netlink's decoders or from a
+// file, kept by OnLinks. Lifetimes are not among them: the kernel tells when an address is
+// deprecated, and when it goes (net/ipv6/addrconf.c, addrconf_verify_rtnl).
 
 #include <compare>
 #include <cstdint>

@@ -13,6 +13,7 @@ RouteOutcome AppendedRoutes::add(Book& book, Dovel::Prefix const& prefix, Kernel
   return {book.add(prefix, route, rank), isAmidRivals || isSecond};
 }
 
+/// Which of several that look alike has gone, no message tells: they differ in what it leaves out.
 RouteOutcome AppendedRoutes::remove(Book& book, Dovel::Prefix const& prefix,
                                     KernelRoute const& route, bool /*tellsAll*/) const {
   bool const isAmidRivals = isReplay_ && book.hasRivals(prefix, route);

@@ -23,9 +23,12 @@ class Forwarding {
   class Observer {
    public:
     virtual ~Observer() = default;
+    /// The flag of that version has changed, has come to be known, or is known no more.
     virtual void onForwarding(IpVersion version) = 0;
   };
 
+  /// `observer` must live as long as this, and hears of each change from inside the call that makes
+  /// it.
   void observerIs(Observer& observer) { observers_.push_back(&observer); }
 
   void is(ForwardingFlag const& flag);

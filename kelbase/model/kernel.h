@@ -14,6 +14,8 @@
 
 namespace Kelbase {
 
+/// In the order of their making: each registers with those that it is given, and so hears of a
+/// change before any view does.
 struct Kernel {
   Links links;
   Forwarding forwarding;

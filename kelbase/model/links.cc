@@ -10,9 +10,12 @@ namespace Kelbase {
 
 void Links::is(Link const& link) {
   auto const [known, isNew] = links_.mark(link.index);
+  // Before anyone hears of it: who is told of a name asks linkName() for it, and gets what is now.
   Link const before = std::exchange(known, link);
   // The old name goes before the new one comes: a rename is one link leaving and another coming.
   if (!isNew && before.name != link.name) nameDel(before.name, link.index);
+  // Of a link that is as it was, too: another may have taken its name meanwhile, and the kernel's
+  // last word counts.
   nameIs(link);
   if (!isNew && before == link) return;
   MAV_TRACE(traceHandle(), 2,
@@ -45,9 +48,12 @@ void Links::del(std::int32_t index) {
   if (auto const* known = links_.find(index)) {
     auto const name = known->name;
     MAV_TRACE(traceHandle(), 2, "link " << name << " index " << index << " is gone");
+    // The name goes while what hangs on the link is still known: views mark its rows under that
+    // name.
     nameDel(name, index);
     links_.del(index);
   }
+  // Of a link that was not known, too: routes through it may have been heard of before it.
   for (auto* observer : observers_) observer->onLinkGone(index);
 }
 

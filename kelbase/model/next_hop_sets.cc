@@ -47,6 +47,7 @@ void NextHopSets::ref(Handle handle, IpVersion version) {
   if (handle == none) return;
   bool const wasUsed = isUsed(handle);
   ++sets_[handle].refs(version);
+  // With its first route a set comes to be shown; further ones change nothing of it.
   if (wasUsed) return;
   ++used_;
   tell(handle);
@@ -57,6 +58,7 @@ void NextHopSets::unref(Handle handle, IpVersion version) {
   --sets_[handle].refs(version);
   if (isUsed(handle)) return;
   --used_;
+  // Told, not forgotten: rows that are published may still refer to it (forget()).
   tellUnused(handle);
 }
 
@@ -70,6 +72,7 @@ void NextHopSets::forget(Handle handle) {
       setsOfLink_.erase(static_cast<std::uint32_t>(hop.ifIndex), handle);
     }
   }
+  // Last: `set` lies in the slot.
   sets_.free(handle);
 }
 
@@ -105,11 +108,14 @@ void NextHopSets::changeWith(std::uint32_t object) {
   nexthops_.anyWith(object, [this](std::uint32_t id) {
     auto const set = objectSets_.find(id);
     if (set != objectSets_.end() && isUsed(set->second)) tell(set->second);
+    // The visit goes on: each group that has the object shows its next hop too.
     return false;
   });
 }
 
 bool NextHopSets::usesLink(std::int32_t ifIndex, IpVersion version) const {
+  // A nexthop object counts though no route uses it: it goes with its link as silently as routes
+  // do.
   if (!nexthops_.ofLink(ifIndex).empty()) return true;
   auto const sets = setsOfLink_.of(static_cast<std::uint32_t>(ifIndex));
   return std::any_of(sets.begin(), sets.end(),

@@ -12,6 +12,7 @@ void Nexthops::is(ListedNexthop const& object) {
   auto const [known, isNew] = objects_.mark(object.id);
   if (!isNew && known == object) return;
   MAV_TRACE(traceHandle(), 2, "nexthop object " << object.id << " changed");
+  // Of a new object there is nothing to take out, and to take out nothing is no fault (Relation).
   unrelate(known);
   known = object;
   relate(known);
@@ -24,6 +25,7 @@ void Nexthops::del(std::uint32_t id) {
     unrelate(*known);
     objects_.del(id);
   }
+  // Of an object that was not known, too: routes may have named it before its own message came.
   for (auto* observer : observers_) observer->onNexthopGone(id);
 }
 

@@ -47,7 +47,8 @@ class Nexthops {
   /// Of an object one, of a group those of its members that are known.
   std::vector<NextHop> hopsOf(std::uint32_t id) const;
   /// Calls visit(id) for the object, and for each group that it is a member of, until one says
-  /// true; that is returned.
+  /// true; that is returned. One level is all there is: no group is a member of another
+  /// (net/ipv4/nexthop.c, valid_group_nh).
   template <class Visit>
   bool anyWith(std::uint32_t id, Visit const& visit) const {
     if (visit(id)) return true;

@@ -72,7 +72,7 @@ class OnLinks : private Links::Observer {
 
   /// Null when there is none.
   State const* find(std::int32_t link, Key const& key) const { return objects_.find({link, key}); }
-  /// Calls visit(key, state) for each object of the link, in order.
+  /// Calls visit(key, state) for each object of the link, in order; it must add and remove none.
   template <class Visit>
   void forEachOf(std::int32_t link, Visit const& visit) const {
     for (auto it = objects_.lowerBound({link, Key{}}); isOf(link, it); ++it) {
@@ -100,6 +100,7 @@ class OnLinks : private Links::Observer {
   }
 
   void onLinkGone(std::int32_t link) override {
+    // The keys first: an erasure ends the iterators of a btree_map.
     std::vector<Key> keys;
     forEachOf(link, [&](Key const& key, State const&) { keys.push_back(key); });
     for (auto const& key : keys) {

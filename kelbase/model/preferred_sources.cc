@@ -24,6 +24,8 @@ bool PreferredSources::isPreferred(Address4 const& address) const {
          only->prefix != Dovel::Prefix(network, address.key.length);
 }
 
+/// As the kernel makes the route to an address's network (net/ipv4/fib_frontend.c, fib_magic). Any
+/// other that prefers the address goes in silence.
 std::optional<PreferredSources::Connected> PreferredSources::connectedBy(
     ListedRoute<Ip4> const& route) {
   if (route.protocol != kernelProtocol || route.kind != RouteKind::unicast || route.tos != 0 ||
@@ -33,13 +35,16 @@ std::optional<PreferredSources::Connected> PreferredSources::connectedBy(
   return Connected{route.prefix, route.hops[0].ifIndex, route.metric, route.identity};
 }
 
+/// A route that goes takes nothing back here: until the next dump there may be a hint too many.
 void PreferredSources::routeIs(ListedRoute<Ip4> const& route) {
   if (!route.preferredSource) return;
   auto const connected = connectedBy(route);
   auto& preference = preferences_[*route.preferredSource];
   if (preference.dump != dump_) {
+    // The first since that dump began: what an earlier one listed counts no more.
     preference = {connected, dump_};
   } else if (preference.only != connected) {
+    // Of two different routes the address's own is at most one: the other goes in silence.
     preference.only.reset();
   }
 }

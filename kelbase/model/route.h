@@ -50,6 +50,7 @@ struct ListedRoute {
   std::uint32_t identity = 0;
 };
 
+/// A nexthop object. A group has members and no next hop of its own; a blackhole has neither.
 struct ListedNexthop {
   std::uint32_t id = 0;
   std::vector<std::uint32_t> members;  // of a group, in its order; empty: no group

@@ -12,10 +12,13 @@ namespace {
 /// The kind of a slot whose routes are in the list beside.
 constexpr auto severalKind = RouteKind(127);
 
+/// What the kernel tells the routes of a prefix apart by, but for those that were appended
+/// (fib_table_insert, fib6_add_rt2node).
 bool areRivals(KernelRoute const& a, KernelRoute const& b) {
   return a.tos == b.tos && a.metric == b.metric;
 }
 
+/// One route in two messages about it: its identity leaves out what may change in between.
 bool areSame(KernelRoute const& a, KernelRoute const& b) {
   return areRivals(a, b) && a.identity == b.identity;
 }
@@ -26,6 +29,7 @@ bool isBefore(KernelRoute const& a, KernelRoute const& b) {
   return a.tos != b.tos ? a.tos > b.tos : a.metric < b.metric;
 }
 
+/// Whether both give the same row. Identity and tos do not show in one.
 bool looksSame(KernelRoute const& a, KernelRoute const& b) {
   return a.metric == b.metric && a.hops == b.hops && a.protocol == b.protocol && a.kind == b.kind;
 }
@@ -93,6 +97,7 @@ bool RouteBook<Ip>::add(Place const& place, KernelRoute route, RouteRank rank) {
 template <class Ip>
 bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
                           RouteRank rank) {
+  // Asked before refresh(), after which no slot is stale.
   bool const isFirstListed = rank == RouteRank::listed && isStale(slot);
   refresh(slot);
   if (isFirstListed) return beginAnew(prefix, slot, route);
@@ -170,6 +175,8 @@ void RouteBook<Ip>::listIsOther(Prefix const& prefix, KernelRoute& slot) {
   // Also where one route is left: joining then gives up the set that several had.
   if constexpr (joins<Ip>) join(prefix, several->second);
   if (several->second.list.size() > 1) return;
+  // The slot's mark is the prefix's, which sweep() goes by; those of routes in a list are not
+  // asked.
   auto const dump = slot.dump;
   slot = several->second.list.front();
   slot.dump = dump;
@@ -179,6 +186,7 @@ void RouteBook<Ip>::listIsOther(Prefix const& prefix, KernelRoute& slot) {
 template <class Ip>
 void RouteBook<Ip>::join(Prefix const& prefix, Several& several) {
   auto const joint = sets_.inlineSet(jointHops(several.list));
+  // First the new set, for the same reason as in beginAnew().
   ref(joint);
   unref(std::exchange(several.joint, joint));
   bool const hasObject =
@@ -201,6 +209,8 @@ std::vector<NextHop> RouteBook<Ip>::jointHops(List const& list) {
     isJoint = isJoint || &route != first;
     auto const type = routeProtocol(route.protocol).type;
     for (auto hop : sets_.hopsOf(route.hops)) {
+      // Unknown where it is the first one's, as in a set of one route alone: equal sets are one
+      // fec.
       if (type != routeProtocol(first->protocol).type) hop.routeType = type;
       bool const isThere = std::any_of(result.begin(), result.end(),
                                        [&](auto const& one) { return one.isSameWay(hop); });
@@ -228,6 +238,7 @@ bool RouteBook<Ip>::remove(Place const& place, KernelRoute const& route) {
   KernelRoute& slot = place.at_->second;
   if (slot.kind != severalKind) {
     if (!areSame(slot, route)) return false;
+    // What is counted is in routes_: sweep() takes all the rest for stale.
     if (!isStale(slot)) --fresh_;
     unref(slot.hops);
     routes_.erase(place.at_);
@@ -249,6 +260,7 @@ bool RouteBook<Ip>::change(Place const& place, KernelRoute const& before, Kernel
   if (slot.kind != severalKind) {
     bool const changed = !looksSame(slot, now);
     assign(slot, now);
+    // assign() has brought the mark of `now` along, which is a copy and may be older.
     slot.dump = dump_;
     return changed;
   }
@@ -310,6 +322,7 @@ void RouteBook<Ip>::drop(Prefix const& prefix, KernelRoute const& slot) {
 
 template <class Ip>
 void RouteBook<Ip>::dumpBegin() {
+  // The number of a dump has one octet, for a million routes have it too; 0 is no dump's.
   if (++dump_ == 0) forgetDumps();
   fresh_ = 0;
 }
@@ -324,6 +337,7 @@ void RouteBook<Ip>::forgetDumps() {
 template <class Ip>
 void RouteBook<Ip>::sweep(absl::FunctionRef<void(Prefix const&)> gone) {
   std::size_t const stale = routes_.size() - fresh_;
+  // What the prefixes are counted for: after most dumps nothing has to go, and none is looked at.
   if (stale == 0) return;
   if (stale < routes_.size() / 8) return eraseStale(gone);
   keepFresh(gone);
@@ -336,6 +350,7 @@ void RouteBook<Ip>::eraseStale(absl::FunctionRef<void(Prefix const&)> gone) {
       ++it;
       continue;
     }
+    // While the key is there: it is the tree's own.
     gone(it->first);
     drop(it->first, it->second);
     it = routes_.erase(it);
@@ -394,6 +409,7 @@ std::optional<KernelRoute> RouteBook<Ip>::servedOf(Prefix const& prefix,
   auto const& several = several_.at(prefix);
   auto const* const chosen = best(several.list);
   if (!chosen || !isServed(*chosen)) return std::nullopt;
+  // A copy, because the next hops may be those of several routes, which none of them has.
   auto result = *chosen;
   if (several.joint != NextHopSets::none) result.hops = several.joint;
   return result;

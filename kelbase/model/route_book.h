@@ -120,6 +120,8 @@ class RouteBook {
     Prefix prefix_;
     typename absl::btree_map<Prefix, KernelRoute>::iterator at_;  // the first not before it
   };
+  /// What lies behind all that is known, as in a dump into an empty book, is placed without a
+  /// search.
   Place place(Prefix const& prefix);
 
   /// True when what is served of the prefix may be another now. A route that is there already is
@@ -149,6 +151,8 @@ class RouteBook {
   /// Those of the prefix that have the route's tos and metric, in the kernel's order.
   Rivals rivals(Place const& place, KernelRoute const& route) const;
 
+  /// The one in use, with the next hops of all that are used together; nothing where none is
+  /// served.
   std::optional<KernelRoute> served(Prefix const& prefix) const;
   /// A nexthop object is another: tells the prefixes where that changes the next hops of several
   /// routes together.

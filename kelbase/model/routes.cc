@@ -22,6 +22,7 @@ Routes<Ip>::Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& ne
               [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }),
       rules_(sets) {
   nexthops.observerIs(*this);
+  // Before there is any route in it: a view asks for the book when it is made.
   books_.try_emplace(mainTable, sets);
 }
 
@@ -50,10 +51,13 @@ void Routes<Ip>::replayIs(bool on) {
 template <class Ip>
 void Routes<Ip>::onNexthop(std::uint32_t id) {
   joinAnew();
+  // About the routes of an object that changes the kernel says nothing: of which kind, and on which
+  // links, it lists them now shows in a dump.
   bool const isListedAnew = nexthops_.anyWith(id, [this](std::uint32_t object) {
     return zoneObjects_.contains(object) || listsAnotherKind(object);
   });
   if (!isListedAnew) return;
+  // The dump files again what it lists (is()); what stayed here would ask for one at each change.
   auto const isHeard = [this](auto object) { return listsAnotherKind(object); };
   absl::erase_if(hidingObjects_, isHeard);
   absl::erase_if(bareObjects_, isHeard);
@@ -108,6 +112,7 @@ std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
     zoneObjects_.insert(listed.object);
     for (auto const& hop : nexthops_.hopsOf(listed.object)) zones.insert(hop.ifIndex);
   }
+  // A next hop without a link names no zone: that of an object which is a blackhole.
   zones.erase(0);
   if (zones.empty()) zones.insert(loopback);
   return zones;
@@ -136,6 +141,7 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
       if (one.object != 0) one.hops = nexthops_.hopsOf(std::exchange(one.object, 0));
       std::erase_if(one.hops, [zone](auto const& hop) { return hop.ifIndex != zone; });
       std::erase_if(one.deadLinks, [zone](auto link) { return link != zone; });
+      // Next hops that are alive on other links carry no packet of this one.
       if (one.hops.empty() && !one.deadLinks.empty()) one.kind = RouteKind::dead;
       take(Prefix(address, length, static_cast<std::uint32_t>(zone)), one);
     }

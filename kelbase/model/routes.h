@@ -63,6 +63,7 @@ class Routes : private Nexthops::Observer {
   void observerIs(Observer& observer) { observer_ = &observer; }
   void doubtsAre(std::function<void(Doubt)> heard) { doubt_ = std::move(heard); }
 
+  /// The kernel has the route; `rank` is where the message puts it among others of its prefix.
   void is(Listed const& listed, Rank rank);
   void del(Listed const& listed);
   /// See SilentChanges.

@@ -48,6 +48,8 @@ RouteOutcome Siblings::join(Book& book, Place const& place, KernelRoute route, b
     return {book.change(place, *known, route), areSeveral};
   }
   if (std::any_of(rivals.begin(), rivals.end(), isSibling)) {
+    // One that is told alone beside siblings joins none (RTF_ADDRCONF), or what is known is old: a
+    // dump tells which.
     return {book.add(place, route, RouteRank::beside), true};
   }
   bool const isDoubtful = isReplay_ && !rivals.empty();
@@ -82,6 +84,7 @@ KernelRoute const* Siblings::withHop(Rivals const& rivals, KernelRoute const& on
 RouteOutcome Siblings::removeOne(Book& book, Place const& place, KernelRoute const& route,
                                  Rivals const& rivals) const {
   auto const* const known = withHop(rivals, route);
+  // Gone already, as after a dump that is newer than the message.
   if (!known) return {};
   bool const areSeveral = rivals.size() > 1;
   if (known->hops == route.hops) return {book.remove(place, *known), isReplay_ && areSeveral};

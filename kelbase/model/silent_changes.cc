@@ -26,6 +26,8 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
   // dump has listed as dead.
   bool const wentDown = (!before || before->isUp) && !now.isUp;
   bool const lostCarrier = (!before || hasCarrier(*before)) && !hasCarrier(now);
+  // Whether the master is a VRF or a bridge is not looked up: a hint too many costs a dump, and one
+  // too few leaves a route that is gone.
   bool const joined = (before ? before->master : 0) != now.master;
   hintIf(wentDown || lostCarrier || joined ? usesLink(now.index) : dead_.contains(now.index));
 }
@@ -60,6 +62,7 @@ void SilentChanges<Ip>::onObjectGone(Address const& address) {
 
 template <class Ip>
 void SilentChanges<Ip>::routeIs(ListedRoute<Ip> const& route) {
+  // Stays until a dump leaves it out, whatever messages say: a link too many is a dump too many.
   for (auto const link : route.deadLinks) dead_[link] = dump_;
   if constexpr (Ip::version == IpVersion::v4) sources_.routeIs(route);
 }
