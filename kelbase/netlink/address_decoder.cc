@@ -69,6 +69,8 @@ std::optional<Address4> Address4Decoder::read(NetlinkMessage const& message) {
   auto const peer = attributes.address<Dovel::IpAddr>(IFA_ADDRESS).value_or(Dovel::IpAddr());
   auto const local = attributes.address<Dovel::IpAddr>(IFA_LOCAL).value_or(peer);
   checkAddress(message, local, info->ifa_prefixlen);
+  // Where nobody gave the address a label it has the link's name for one (net/ipv4/devinet.c,
+  // rtm_to_ifaddr). One that is empty is left out.
   auto const label = attributes.text(IFA_LABEL);
   auto const flags = flagsOf(attributes, *info);
   return Address4{.link = static_cast<std::int32_t>(info->ifa_index),

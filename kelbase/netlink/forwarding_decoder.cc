@@ -40,6 +40,7 @@ std::optional<ForwardingFlag> ForwardingDecoder::read(NetlinkMessage const& mess
   if (!version) return std::nullopt;
   Attributes const attributes(message, message.attributes<netconfmsg>(), netconfRules);
   if (attributes.value<std::int32_t>(NETCONFA_IFINDEX) != NETCONFA_IFINDEX_ALL) return std::nullopt;
+  // Of what goes the version alone counts (Forwarding::del).
   if (message.type() == RTM_DELNETCONF) return ForwardingFlag{*version, false};
   auto const forwarding = attributes.value<std::int32_t>(NETCONFA_FORWARDING);
   if (!forwarding) return std::nullopt;

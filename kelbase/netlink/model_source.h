@@ -8,6 +8,9 @@
 //   requests()                what to ask for all objects
 //   read(message)             the object, as a plain struct; nothing when the message is not about
 //                             this kind; BadMessage
+//
+// The model has is(object), del(object), dumpBegin(), dumpEnd(whole) and summary(). All on the
+// publisher's thread.
 
 #include <vector>
 

@@ -14,6 +14,8 @@ namespace {
 
 using Reach = Neighbour::Reach;
 
+/// NDA_LLADDR has no octets on a link without addresses, such as a tun device. The kernel may write
+/// a longer nda_cacheinfo than is known here.
 template <class Addr>
 constexpr std::array neighbourRules{
     AttributeRule{NDA_DST, "NDA_DST", exactly(sizeof(typename Addr::Octets)), required},
@@ -66,6 +68,7 @@ Neighbour readOf(NetlinkMessage const& message, ndmsg const& info) {
 }  // namespace
 
 std::vector<NetlinkRequest> NeighbourDecoder::requests() {
+  // One dump for both versions of IP; a kernel that lacks one lists those of the other.
   ndmsg header{};
   header.ndm_family = AF_UNSPEC;
   return {NetlinkRequest(RTM_GETNEIGH, NLM_F_DUMP, header)};

@@ -25,6 +25,7 @@ void NeighbourSource::dumpBegin() {
   ModelSource::dumpBegin();
   heard_ = 0;
   hasNews_ = false;
+  // The dumper has dropped a look that was planned: this dump tells as much.
   isLookPlanned_ = false;
   begunAt_ = processorTime();
 }
@@ -35,6 +36,7 @@ void NeighbourSource::receive(NetlinkMessage const& message) {
   ++heard_;
   auto const before = model().size();
   message.type() == RTM_NEWNEIGH ? model().is(*neighbour) : model().del(*neighbour);
+  // One that came or went changes how many there are; a new state of one does not.
   hasNews_ |= model().size() != before;
 }
 
@@ -46,6 +48,7 @@ void NeighbourSource::dumpEnd(bool whole) {
     cost_ = processorTime() - begunAt_;  // a dump of all costs more once, where all is new
   bool hasAny = false;
   links_.forEach([&](Link const& link) { hasAny |= hasHosts(link); });
+  // Else the looks rest until a link comes up (onLink()).
   if (hasAny) planLook();
 }
 

@@ -51,9 +51,12 @@ Attributes::Attributes(NetlinkMessage const& message, Bytes bytes,
   auto left = bytes.size();
   auto const* at = bytes.data();
   while (auto const* const attribute = attributeAt(at, left)) {
+    // The last one may lack its padding, as it may for the kernel (include/net/netlink.h,
+    // nla_next).
     auto const size = std::min<std::size_t>(NLA_ALIGN(attribute->nla_len), left);
     at += size;
     left -= size;
+    // Two bits beside the type are flags: NLA_F_NESTED and NLA_F_NET_BYTEORDER.
     std::uint16_t const type = attribute->nla_type & NLA_TYPE_MASK;
     auto const* const rule = ruleOf(rules, type, next);
     if (!rule) continue;

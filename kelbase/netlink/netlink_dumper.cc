@@ -35,6 +35,8 @@ NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* co
 }
 
 void NetlinkDumper::openSocket() {
+  // Where the kernel refuses it, the old one is there still. A watch ends before its descriptor is
+  // closed.
   NetlinkSocket socket;
   socket.strictChecksOn();
   watch_ = {};
@@ -50,6 +52,7 @@ void NetlinkDumper::wantAll(double time) {
 void NetlinkDumper::want(KernelSource const& source, double time) {
   auto& due = jobOf(source).due;
   due = std::min(due.value_or(time), time);
+  // Else startNext() sets the time, when what is under way has ended.
   if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
 }
 
@@ -79,6 +82,8 @@ void NetlinkDumper::startNext() {
   double next = Mav::never;
   for (auto& job : jobs_) {
     auto const due = std::min(job.due.value_or(Mav::never), job.look.value_or(Mav::never));
+    // The first of the sources, not the one that has waited longest: what others refer to comes
+    // first.
     if (due <= Mav::now()) return start(job);
     next = std::min(next, due);
   }
@@ -87,6 +92,7 @@ void NetlinkDumper::startNext() {
 }
 
 void NetlinkDumper::start(Job& job) {
+  // A dump does for the look that was wanted too. A look does not for the dump, which stays wanted.
   isLook_ = job.due.value_or(Mav::never) > Mav::now();
   if (!isLook_) job.due.reset();
   job.look.reset();
@@ -174,6 +180,7 @@ void NetlinkDumper::onRequestEnd(NetlinkMessage const& message) {
 
 void NetlinkDumper::onDumpEnd() {
   Job& job = *current_;
+  // First: from inside dumpEnd() a source may want the next dump.
   current_ = nullptr;
   timeout_.timeMinIs(Mav::never);
   job.failures = 0;
@@ -215,11 +222,13 @@ void NetlinkDumper::giveUp(std::string const& what) {
   if (busy()) {
     Job& job = *current_;
     current_ = nullptr;
+    // One line for a row of failures: the next try may be hundredths of a second away.
     if (job.failures == 0) {
       Mav::log(Mav::Severity::warning,
                fmt::format("cannot read {} from the kernel: {}; trying again", job.source->name(),
                            what));
     }
+    // What did come is true and stays; nothing is taken to be gone.
     job.source->dumpEnd(false);
     again(job, backOff(job.failures++, failureDelayMax));
   }

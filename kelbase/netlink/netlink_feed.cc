@@ -15,6 +15,7 @@ namespace {
 /// Repeats `step` until it says false or the time is up, which is false.
 template <class Step>
 bool repeatFor(double seconds, Step const& step) {
+  // A step may be one small message: the clock is not read for each.
   constexpr std::size_t stepsALook = 32;
   double const end = Mav::now() + seconds;
   for (std::size_t steps = 1; step(); ++steps) {
@@ -38,6 +39,7 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
            [this] { onDumpsIdle(); }}),
       stream_(activity.clock(), [this] { onStreamTime(); }),
       replay_(activity.clock(), [this] { replay(); }) {
+  // Before any group is joined: nothing finds the small buffer of the start.
   counters_.buffer = events_.receiveBufferIs(options_.eventBuffer);
   MAV_TRACE(traceHandle(), 1, "notification buffer: " << counters_.buffer << " bytes");
   // Before the first dump: what changes after it was begun is heard.
@@ -104,6 +106,8 @@ bool NetlinkFeed::receiveOne() {
       break;
   }
   if (lost_) return true;  // older than the dump to come: the faster read empty, the better
+  // Also behind what is held from before: notifications are applied in the order in which they
+  // came.
   if (isHolding_ || dumper_.busy() || !held_.empty()) {
     hold(received.datagram);
   } else {
@@ -118,6 +122,7 @@ void NetlinkFeed::onLoss(char const* what) {
   // The dump that follows costs the kernel's time and ours: in a storm it would come too late
   // again.
   bool const calm = Mav::now() - lastLoss_ > overrunCalm;
+  // Once a loss, of which there may be many signs until the socket has been read empty.
   if (!lost_) overrunDelay_ = calm ? 0.0 : std::clamp(2 * overrunDelay_, 0.01, overrunDelayMax);
   lost_ = true;
   dropHeld();
@@ -127,6 +132,7 @@ void NetlinkFeed::onLoss(char const* what) {
 void NetlinkFeed::onReadEmpty() {
   if (!lost_) return;
   lost_ = false;
+  // Not before: until now the kernel went on dropping (netlink_socket.h).
   dumper_.wantAll(Mav::now() + overrunDelay_);
 }
 
@@ -179,10 +185,12 @@ void NetlinkFeed::replay() {
 /// False when there is nothing more to replay now.
 bool NetlinkFeed::replayOne() {
   if (held_.empty() || dumper_.busy()) return false;
+  // Taken out before it is applied: a loss that comes to light then drops all that is held.
   auto const datagram = std::move(held_.front());
   held_.pop_front();
   heldBytes_ -= datagram.size();
   apply(datagram);
+  // Unless it has just been dropped.
   if (replayLeft_ > 0) replayLeftIs(replayLeft_ - 1);
   return true;
 }
@@ -204,6 +212,8 @@ void NetlinkFeed::apply(Bytes datagram) {
 }
 
 void NetlinkFeed::give(KernelSource& source, NetlinkMessage const& message) {
+  // An answer may have what its source does not take: RouteSource asks for nexthop objects for the
+  // sake of a lock.
   if (!source.takes(message.type())) return;
   try {
     source.receive(message);

@@ -36,6 +36,7 @@ constexpr std::array extendedErrorRules{
 /// Where the attributes of an NLMSG_ERROR start: after the copy of the request, which the kernel
 /// cuts to its header when NLM_F_CAPPED says so.
 Bytes extendedErrorAttributes(NetlinkMessage const& message) {
+  // Without the flag there are none: what follows the number may be the request's own attributes.
   if ((message.flags() & NLM_F_ACK_TLVS) == 0) return {};
   if (message.type() == NLMSG_DONE) return message.attributes<int>();
   auto const error = message.header<nlmsgerr>();

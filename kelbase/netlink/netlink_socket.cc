@@ -26,6 +26,8 @@ NetlinkSocket::NetlinkSocket(std::size_t batch)
       messages_(batch) {
   constexpr std::string_view remedy = "allow this process sockets of family AF_NETLINK";
   if (!socket_) throwErrno("cannot open a netlink socket", remedy);
+  // The kernel chooses the port: one socket of a process could have the process id (netlink(7)),
+  // and there are several.
   if (mnl_socket_bind(socket_.get(), 0, MNL_SOCKET_AUTOPID) < 0) {
     throwErrno("cannot bind a netlink socket", remedy);
   }
@@ -63,8 +65,11 @@ void NetlinkSocket::buffersAre(std::size_t size) {
 }
 
 int NetlinkSocket::fetch() {
+  // Here alone, where all that was fetched has been handed out: the rest would lie in the old
+  // buffers.
   if (size_ != sizeWanted_) buffersAre(sizeWanted_);
   for (std::size_t i = 0; i < messages_.size(); ++i) {
+    // Anew for each call, which writes the lengths and flags in it (recvmmsg(2)).
     msghdr header{};
     header.msg_name = &senders_[i];
     header.msg_namelen = sizeof senders_[i];
@@ -102,6 +107,7 @@ NetlinkSocket::Received NetlinkSocket::receive() {
 }
 
 bool NetlinkSocket::send(NetlinkRequest const& request, std::uint32_t sequence) {
+  // A source's request is sent as often as it is dumped, each time under another number.
   NetlinkRequest copy = request;
   copy.message()->nlmsg_seq = sequence;
   return mnl_socket_sendto(socket_.get(), copy.message(), copy.message()->nlmsg_len) >= 0;

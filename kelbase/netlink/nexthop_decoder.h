@@ -1,5 +1,7 @@
 #pragma once
-// RTM_NEWNEXTHOP and RTM_DELNEXTHOP (ip-nexthop(8)), read into ListedNexthop.
+// RTM_NEWNEXTHOP and RTM_DELNEXTHOP (ip-nexthop(8)), read into ListedNexthop. The kernel writes
+// them in nh_fill_node (net/ipv4/nexthop.c). Every attribute that is used is checked first:
+// BadMessage otherwise.
 
 #include <array>
 #include <optional>

@@ -62,6 +62,7 @@ constexpr std::array nexthopRules{
     AttributeRule{NHA_GROUP, "NHA_GROUP", atLeast(sizeof(nexthop_grp))},
     AttributeRule{NHA_BLACKHOLE, "NHA_BLACKHOLE", exactly(0)},
     AttributeRule{NHA_OIF, "NHA_OIF", exactly(numberSize)},
+    // The header tells of which version it is: readNexthop() asks for the size of an IPv6 one.
     AttributeRule{NHA_GATEWAY, "NHA_GATEWAY", atLeast(sizeof(Dovel::IpAddr::Octets))},
 };
 
@@ -88,6 +89,7 @@ class Fingerprint {
   std::uint32_t value() const { return static_cast<std::uint32_t>(hash_); }
 
  private:
+  // An attribute that is not there is told from one that is empty.
   static constexpr std::uint64_t noBytes = ~std::uint64_t{0};
   std::uint64_t hash_ = 0;
 };
@@ -271,6 +273,7 @@ void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& next
   for (; !group.empty(); group = group.subspan(sizeof(nexthop_grp))) {
     nexthop_grp member;
     std::memcpy(&member, group.data(), sizeof member);
+    // Its weight is passed over: no table has a place for it.
     nexthop.members.push_back(member.id);
   }
 }
@@ -280,6 +283,8 @@ void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& next
 template <class Ip>
 bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route) {
   auto const header = message.header<rtmsg>();
+  // Before any attribute: both sources get every message about routes, and the rules of one version
+  // would call an address of the other malformed.
   if (header.rtm_family != familyOf<Ip> || (header.rtm_flags & RTM_F_CLONED) != 0 ||
       header.rtm_src_len != 0) {
     return false;

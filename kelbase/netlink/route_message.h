@@ -15,6 +15,7 @@ namespace Kelbase {
 template <class Ip>
 bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route);
 
+/// Of either version of IP: an IPv4 route may lead to an IPv6 neighbour (RFC 8950).
 ListedNexthop readNexthop(NetlinkMessage const& message);
 
 }  // namespace Kelbase

@@ -82,6 +82,7 @@ template <class Ip>
 void RouteSource<Ip>::dumpBegin() {
   isDumping_ = true;
   lastDump_ = Mav::now();
+  // The dump lists every lifetime again.
   nextLook_ = Mav::never;
   routes_.dumpBegin();
 }
@@ -110,6 +111,7 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
 template <class Ip>
 void RouteSource<Ip>::onLifetime(std::int32_t hundredths) {
   double const left = hundredths > 0 ? hundredths / 100.0 + lifetimeDelay : expiredDelay;
+  // A look that comes sooner tells how long this one has left then.
   if (Mav::now() + left >= nextLook_) return;
   nextLook_ = Mav::now() + left;
   wantLook(left);
@@ -125,6 +127,8 @@ void RouteSource<Ip>::onDoubt(RouteDoubt why) const {
       traceHandle(), 1,
       name() << " may be others" << (isSilence ? " in silence" : "") << ": reading them again");
   double const delay = isSilence ? hintDelay : doubtDelay;
+  // Objects go with links as silently as routes. Their source stands before this one, so that the
+  // routes which name them are listed after them.
   if (why != RouteDoubt::order) nexthops_.wantDump(delay);
   wantDump(delay);
 }
