@@ -1,5 +1,7 @@
 #pragma once
-// Addresses as rows of Pondo::Address4Table and Pondo::Address6Table.
+// Addresses as rows of Pondo::Address4Table and Pondo::Address6Table. What the kernel
+// tells the addresses of a link apart by is in the key: of IPv4 length and peer too, of IPv6 the
+// address alone.
 
 #include "kelbase/model/address.h"
 #include "platform/pondo/tables/tables.h"

@@ -47,6 +47,7 @@ bool FecView::isPublished(Handle handle) const {
   return sets_.isUsed(handle) && way(handle) == Way::forward;
 }
 
+/// An id stays as long as its set: rows of routes refer to it.
 void FecView::drawId(Handle handle) {
   auto const object = sets_.objectOf(handle);
   if (shown(handle).fecId == 0) shown(handle).fecId = object != 0 ? object : fecNext_++;
@@ -83,6 +84,7 @@ void FecView::wayIs(Handle handle, Way way) {
   Shown& one = shown(handle);
   bool const isNew = !std::exchange(one.isSettled, true);
   if (std::exchange(one.way, way) == way) return;
+  // Of a set that is new here the routes are written after it anyway, by their own change.
   if (!isNew) {
     for (auto* turned : turned_) turned->push_back(handle);
   }
@@ -112,6 +114,8 @@ void FecView::writeRest(Pondo::Writer& writer) {
   for (std::size_t written = 1; !dirty_.empty(); ++written) {
     Handle const handle = dirty_.front();
     dirty_.pop_front();
+    // One whose set was forgotten meanwhile is not dirty any more; one that was drawn again may
+    // stand in the queue twice.
     if (std::exchange(shown(handle).isDirty, false)) writeFec(writer, handle);
     if (written % setsALook == 0 && Mav::now() > end) return;
   }
@@ -135,6 +139,8 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
   FecIds present;
   writer.scan<Pondo::FecTable>([&](FecId id, Fec const& fec) {
     present.insert(id.value());
+    // Beyond all that are there: until it is written again, the row of a route may refer to any of
+    // them.
     fecNext_ = std::max(fecNext_, id.value() + 1);
     if (id.value() < inlineFecMin || owned.contains(id.value())) return;
     std::vector<NextHop> hops;
@@ -165,6 +171,7 @@ Pondo::Writer::SyncCounts FecView::writeAll(Pondo::Writer& writer) {
 }
 
 void FecView::writeUnused(Pondo::Writer& writer) {
+  // Turns may have passed since writeAll(): an object that has come meanwhile may have such an id.
   if (!superfluous_.empty()) {
     sets_.forEach([&](Handle handle) {
       if (isPublished(handle)) superfluous_.erase(shown(handle).fecId);
@@ -177,6 +184,7 @@ void FecView::writeUnused(Pondo::Writer& writer) {
     Shown& one = shown(handle);
     if (!isPublished(handle) && one.fecId != 0) writer.erase<Pondo::FecTable>(fecId(handle));
     one.isUnused = false;
+    // It may be used and have no fec: its routes say by their type what becomes of packets.
     if (sets_.isUsed(handle)) continue;
     cutIs(one, 0);
     one = {};

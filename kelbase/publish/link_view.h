@@ -26,6 +26,7 @@ class LinkView : public RowView<Pondo::LinkTable>, private Links::Observer {
   void forEachRow(Visit visit) const override {
     links_.forEach([&](Link const& link) { visit(link.name, recordOf(link)); });
   }
+  /// Told of a name that is lost and of one that is won: both rows are others.
   void onLinkName(std::int32_t /*index*/, Dovel::IntfId const& name) override { mark(name); }
   void onLink(Link const* /*before*/, Link const& now) override { mark(now.name); }
 

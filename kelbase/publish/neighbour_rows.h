@@ -10,6 +10,7 @@
 namespace Kelbase {
 
 struct Neighbour4Row {
+  /// None: it repeats a part of NeighbourView's rows (see TableView::name).
   static constexpr std::string_view name = {};
   using Table = Pondo::Neighbour4Table;
   using Object = Neighbour;

@@ -20,6 +20,8 @@ Neighbour::Key objectKey(Table::Key const& key) {
   return Dovel::IpAddr(octets);
 }
 
+/// A permanent one is never doubted: that its entry is static another column tells (RFC 4293,
+/// ipNetToPhysicalType).
 Table::State rowState(Neighbour::Reach reach) {
   switch (reach) {
     case Neighbour::Reach::incomplete:

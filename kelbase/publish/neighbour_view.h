@@ -28,6 +28,7 @@ class NeighbourView : public RowView<Pondo::NeighbourTable>, private Neighbours:
   void onObjectGone(Neighbour const& neighbour) override { onObject(neighbour); }
   void onGoneWithLink(std::int32_t link, Neighbour::Key const& key) override;
 
+  // Not const: writeAll() corrects when each was updated.
   Neighbours& neighbours_;
 };
 

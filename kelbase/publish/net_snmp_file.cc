@@ -104,6 +104,7 @@ NetSnmpFile::NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& r
       needed_(hasAnotherLayout(kernelFile_)),
       timer_(activity.clock(), [this] { renew(); }),
       due_(Mav::now()) {
+  // A publisher that was killed while it wrote has left it.
   ::unlink(staged_.c_str());
   if (needed_) {
     renew();
@@ -127,6 +128,7 @@ void NetSnmpFile::renew() {
   timer_.timeMinIs(due_);
 }
 
+/// True once for each time: the next turn makes the file anew.
 bool NetSnmpFile::wasDeleted() {
   return std::exchange(isThere_, false) && ::access(file_.c_str(), F_OK) != 0;
 }
@@ -147,7 +149,9 @@ void NetSnmpFile::write(std::string_view text) const {
   if (!fd) throwErrno("open");
   // Whether the group may be given to files, the tables have told.
   if (group_) std::ignore = ::fchown(fd.get(), static_cast<uid_t>(-1), *group_);
+  // A file system that fills up takes a part first, and says so by the count alone (write(2)).
   auto const wrote = ::write(fd.get(), text.data(), text.size());
+  // open(2) has taken the umask off the mode.
   if (::fchmod(fd.get(), mode) != 0 || wrote < 0) throwErrno("write");
   if (static_cast<std::size_t>(wrote) != text.size()) {
     throw std::system_error(ENOSPC, std::generic_category(), "write");
@@ -157,6 +161,7 @@ void NetSnmpFile::write(std::string_view text) const {
 }
 
 void NetSnmpFile::onFailure(std::system_error const& error) {
+  // A part of a file helps nobody, and takes room.
   ::unlink(staged_.c_str());
   due_ = Mav::now() + pause;
   // Without its directory: the publisher makes that anew, and tells.

@@ -66,6 +66,7 @@ void Publisher::write() {
   }
   // What other records refer to goes when none does any more.
   views_.writeUnused(writer_);
+  // Readers of new tables wait for the mark, and take nothing for gone before it.
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
   published_ = true;
@@ -91,6 +92,7 @@ void Publisher::noteExact() {
 }
 
 void Publisher::tell() {
+  // To have nothing to write is as good as to have written.
   if (exact()) exactAt_ = Mav::now();
   double const age = Mav::now() - exactAt_;
   toldExact_ = age <= Pondo::exactWithin;
@@ -149,9 +151,11 @@ void Publisher::serveWriter() {
     return hooks_.lost(error.what());
   } catch (Pondo::EnvironmentException const& error) {
     if (cannotMakeRunDir(error)) return hooks_.lost(error.what());
+    // It may have let go of the tables: all is written again once it has new ones.
     everything_ = true;
     return onFailure(error.what());
   }
+  // The watch that onNotice() has dropped: the writer has read the notices by now.
   if (!notice_) watchNotices();
   if (everything_) commit_.timeMinIs(Mav::asap);
 }

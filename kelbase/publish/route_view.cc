@@ -21,6 +21,7 @@ RouteView<Ip>::RouteView(Routes<Ip>& routes, NextHopSets const& sets, FecView& f
   fecs.tellTurned(turning_);
 }
 
+/// Before the first comparison nothing has to be remembered: that finds every difference.
 template <class Ip>
 void RouteView<Ip>::mark(Prefix const& prefix) {
   if (isCompared_) changed_.insert(changed_.end(), prefix);  // a sweep's come in order
@@ -72,6 +73,7 @@ std::optional<Pondo::Fib::Route> RouteView<Ip>::find(Prefix const& prefix) const
 
 template <class Ip>
 void RouteView<Ip>::writeRest(Pondo::Writer& writer) {
+  // A row refers to a fec: none is written before its fec is.
   if (fecs_.hasMore()) return;
   double const end = Mav::now() + sliceTime;
   changedAt_ = isFirstFill_ ? 0 : static_cast<std::uint32_t>(Mav::bootTime());
@@ -87,6 +89,7 @@ void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
   while (!changed_.empty()) {
     if (next == changed_.end()) next = changed_.begin();
     auto const first = next;
+    // One for each batch: it goes forward alone, and a batch may begin at the front again.
     Search own(routes_);
     for (std::size_t i = 0; i < prefixesALook && next != changed_.end(); ++i, ++next) {
       writeOne(writer, *next, own);
@@ -157,6 +160,8 @@ Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
     own.next();
     ++count;
   };
+  // As bytes, so that a malformed record is written again. A malformed key is passed over: no
+  // prefix leads to it.
   writer.scanBytes(Table::id, [&](std::string_view key, std::string_view value) {
     auto const prefix = Pondo::decodeKey<Table>(key);
     if (!prefix) return;

@@ -18,7 +18,8 @@ class RowView : public TableView {
   using Key = typename Table::Key;
   using Record = typename Table::Record;
 
-  /// What the table is to hold under `key`.
+  /// What the table is to hold under `key`; nothing: no row. Asked when the row is written, not
+  /// when it is marked.
   virtual std::optional<Record> find(Key const& key) const = 0;
 
   void writeRemovals(Pondo::Writer& writer) override {
