@@ -100,6 +100,7 @@ class CommandLine {
                         ->capture_default_str();
     app_.add_flag("-j,--json", json_, "Print JSON");
     app_.require_subcommand(1);
+    // What stands before a command may stand behind it too: `show links -j`.
     app_.fallthrough();
     addStatus();
     addCheck();
@@ -172,6 +173,7 @@ class CommandLine {
     CLI::App& added =
         addCommand("load", "Load tables from the output of 'ip -json'", loadExamples, [this] {
           if (runDirOption_->count() == 0) {
+            // The default is where kelbased publishes: nothing is loaded there unless it is named.
             throw UsageException("load needs --rundir DIR");
           }
           load_.json = json_;
@@ -216,6 +218,7 @@ int parseAndExecute(Context const& context, std::vector<std::string> arguments) 
     line.app().parse(parsed(std::move(arguments)));
     return line.execute();
   } catch (CLI::Success const& e) {
+    // To CLI11 a kind of ParseError, which is caught behind it.
     line.app().exit(e, context.out, context.err);  // --help and --version
     return exitOk;
   } catch (CLI::ParseError const& e) {
@@ -235,6 +238,7 @@ int report(Context const& context, std::string_view what) {
 int run(Context const& context, std::vector<std::string> arguments) {
   try {
     int const code = parseAndExecute(context, std::move(arguments));
+    // Here, where a full disk can still be told: a destructor could not.
     context.out.flush();
     return code;
   } catch (std::system_error const& e) {

@@ -72,6 +72,7 @@ class ElementBuilder {
   bool number_unsigned(number_unsigned_t value) {
     return scalar(Node::Type::number, fmt::to_string(value));
   }
+  // As the file has it: messages quote it, and no field is read as a fraction.
   bool number_float(number_float_t, string_t const& digits) {
     return scalar(Node::Type::number, digits);
   }
@@ -249,6 +250,7 @@ std::vector<Fields> Fields::objects(std::string_view name) const {
 void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor) {
   while (source.skipSpace()) {
     ElementBuilder builder(source, file, visitor);
+    // Not strict: where files were joined, another array follows this one.
     nlohmann::json::sax_parse(LineSource::Iterator(source), LineSource::Iterator(), &builder,
                               nlohmann::json::input_format_t::json, false);
   }

@@ -42,6 +42,8 @@ class Fields {
 
   bool empty() const { return object_.children.empty(); }
   bool has(std::string_view name) const { return object_.member(name) != nullptr; }
+  /// Each of these raises LoadException where the member is missing or of another shape; `expected`
+  /// is what its text asks for.
   std::string const& text(std::string_view name, std::string_view expected) const;
   std::int64_t wholeNumber(std::string_view name, std::int64_t min, std::int64_t max) const;
   bool boolean(std::string_view name) const;

@@ -142,6 +142,7 @@ std::uint8_t protocolOf(Fields const& fields) {
   std::string_view const text =
       fields.has("protocol") ? fields.text("protocol", "the name of a protocol") : left;
   std::uint8_t number = 0;
+  // `ip` prints a protocol that it has no name for as its number.
   std::from_chars(text.data(), text.data() + text.size(), number);
   for (RouteProtocol const& known : routeProtocols) {
     if (known.name == text) return known.number;
@@ -259,6 +260,8 @@ std::vector<std::int32_t> LinkNames::indexes(Links const& links) const {
   return result;
 }
 
+/// Which link it is a port of, and whether it is the loopback, is left out: that bears on what a
+/// live kernel changes alone, and no table shows it.
 Link readLink(Fields const& fields) {
   Link link;
   link.name = linkName(fields, "ifname");

@@ -21,6 +21,7 @@ class LineSource {
   int line() const { return line_; }
 
   bool atEnd() { return next_ == end_ && !fill(); }
+  /// Only after atEnd() has said false, like take().
   char peek() { return buffer_[next_]; }
   void take() {
     if (newline_) ++line_;

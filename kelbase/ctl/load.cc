@@ -98,6 +98,7 @@ Present readPresent(std::filesystem::path const& runDir) {
           });
     }
   } catch (Pondo::EnvironmentException const& e) {
+    // Nothing of what was read before it failed: a part may be taken for the whole.
     present = {};
     if (e.reason() != Pondo::EnvironmentException::Reason::absent) present.unreadable = e.what();
   }
@@ -136,6 +137,7 @@ std::string publisherName(std::vector<std::string> const& files) {
 
 /// Links have come with other indexes: the fecs that leave through them say so.
 void refreshFecs(Pondo::Writer& writer, Links const& links) {
+  // Gathered first: from inside its scan the writer must not be called.
   std::map<Pondo::Fib::FecId, Pondo::Fib::Fec> changed;
   writer.scan<Pondo::FecTable>([&](auto const& fecId, auto fec) {
     bool differs = false;

@@ -242,6 +242,7 @@ void LoadBatch::finishRoutes(std::vector<Route<Ip>> const& told, Routes<Ip>& rou
     listed.kind = route.kind;
     listed.object = kernel_.nexthops.isKnown(route.object) ? route.object : 0;
     listed.hops = listed.object == 0 ? resolved(*route.hops) : Hops();
+    // As in a dump: the routes of a prefix stand in the files in the kernel's order.
     routes.is(listed, RouteRank::listed);
   }
 }
@@ -255,6 +256,7 @@ void LoadBatch::finish() {
     neighbour.link = indexes_[static_cast<std::size_t>(neighbour.link)];
     kernel_.neighbours.is(neighbour);
   }
+  // Before the routes, which take an object that is not known for what they say of it themselves.
   for (auto& [id, nexthop] : nexthops_) {
     nexthop.told.hop = resolved({nexthop.told.hop}).front();
     kernel_.nexthops.is(nexthop.told);

@@ -58,8 +58,10 @@ class RouteRows {
   }
 
  private:
+  /// Good until the next call: the map may move what it has.
   ShownHops const& hops(FecId fecId) {
     auto const [known, added] = known_.try_emplace(fecId);
+    // 0: of a route that refuses, or of which no next hop can be named.
     if (added && fecId.value() != 0) {
       if (auto const fec = snapshot_.get<FecTable>(fecId)) known->second = hopsOf(*fec);
     }
@@ -137,6 +139,7 @@ void RouteQuestion::withinIs(std::string_view prefix) {
 
 void RouteQuestion::toIs(std::string_view address) {
   if (!Dovel::isIp6Text(address)) return void(to4.emplace(address));
+  // Of a prefix the zone stands behind the length (Dovel::Ip6Prefix).
   auto const zone = std::min(address.find('%'), address.size());
   to6.emplace(std::string(address.substr(0, zone)) + "/128" + std::string(address.substr(zone)));
 }

@@ -12,6 +12,7 @@
 namespace Kelbase::Ctl {
 namespace {
 
+/// Never empty: a fec with a via of neither neighbour nor link is malformed (fib_codec.cc).
 std::string hopText(ShownHop const& hop) {
   std::string text;
   if (!hop.nextHop.empty()) text += " via " + hop.nextHop;
@@ -31,6 +32,7 @@ std::string hopsText(ShownHops const& hops, std::size_t most) {
 
 /// "nh 12" of the kernel's nexthop object or group 12, "own" of a set that routes bring themselves.
 std::string fecText(FecNumber fec) {
+  // As FecView::inlineFecMin: the ids of nexthop objects are below it.
   constexpr std::uint64_t ownMin = std::uint64_t{1} << 32U;
   if (fec.value == 0) return "";
   return fec.value < ownMin ? fmt::format("nh {}", fec.value) : "own";
@@ -73,6 +75,7 @@ class TextOutput : public RowOutput {
   void write(std::span<Row const> rows) override {
     std::vector<std::vector<std::string>> lines;
     lines.reserve(rows.size());
+    // Before the heading is written: the first rows make its columns as wide as they need.
     for (Row const& row : rows) lines.push_back(texts(row));
     writeHeading();
     for (auto const& line : lines) writeLine(line);

@@ -41,6 +41,7 @@ Counts countTable(Pondo::Reader const& reader, TableView const& view) {
 
 void readTables(Status& status) {
   Pondo::Reader const reader(status.runDir);
+  // Of before the counting: what is counted is of this generation or of later ones.
   std::uint64_t const generation = reader.snapshot().generation();
   for (TableView const& view : tableViews()) {
     status.tables.push_back({view.name, countTable(reader, view)});

@@ -187,6 +187,7 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
                                           std::vector<Row>& rows) {
   auto const first = rows.size();
   auto next = readSlice<Neighbour, neighbourFields>(snapshot, from, rows);
+  // Of the same snapshot. All at once: there are far fewer links than neighbours.
   std::map<std::int64_t, std::string> names;
   snapshot.scan<Link>("", Pondo::noLimit, [&](auto const& name, auto const& record) {
     names.emplace(record.ifIndex, name.stringValue());

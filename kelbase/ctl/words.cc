@@ -12,6 +12,7 @@ using Arguments = std::vector<std::string>;
 
 /// The next argument from `from` on that is a word: no option, nor an option's value.
 Arguments::iterator nextWord(Arguments& arguments, Arguments::iterator from) {
+  // Those that command.cc gives a value: what follows one of them is no word.
   constexpr std::string_view withValue[] = {"--rundir", "--to", "--within", "--agent",
                                             "--community"};
   for (auto at = from; at != arguments.end(); ++at) {

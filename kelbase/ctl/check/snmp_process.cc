@@ -35,6 +35,7 @@ void readOwner(fs::path const& directory, SnmpProcess& process) {
     std::vector<gid_t> numbers;
     for (gid_t number = 0; words >> number;) numbers.push_back(number);
     if (label == "Uid:" && numbers.size() > 1) {
+      // The second is the effective one (proc(5)).
       process.user = numbers[1];
     } else {
       process.groups.insert(process.groups.end(), numbers.begin(), numbers.end());
@@ -62,6 +63,8 @@ bool isElsewhere(fs::path const& directory) {
   return !hidden && its != fs::read_symlink("/proc/self/ns/net", hidden);
 }
 
+/// As the kernel judges: of owner, group and others the first that applies counts alone
+/// (path_resolution(7)). Access control lists are not looked at.
 bool mayUse(SnmpProcess const& process, struct stat const& status) {
   if (process.user == 0) return true;
   if (process.user == status.st_uid) return (status.st_mode & S_IXUSR) != 0;

@@ -22,6 +22,7 @@ pid_t start(std::vector<std::string> const& command, int out) {
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
+  // The copies stay open in the program; the pipe's own ends do not (O_CLOEXEC).
   ::posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
   ::posix_spawn_file_actions_adddup2(&actions, out, STDERR_FILENO);
   pid_t pid = 0;
