@@ -45,6 +45,7 @@ class Daemon {
 
   void onLost(std::string const& why) {
     Mav::log(Mav::Severity::error, why);
+    // A failure to whoever looks at the status: what the operator did not ask for ended it.
     exitStatus_ = 1;
     activity_.stop();
   }
@@ -55,6 +56,9 @@ class Daemon {
     activity_.stop();
   }
 
+  // Made in this order: signals are blocked before there is anything to end, and the file of
+  // counters wants a run directory that is the publisher's. The notifier asks for the publisher in
+  // turns alone.
   Mav::Activity activity_;
   SignalWatch signals_;
   ServiceNotifier notifier_;

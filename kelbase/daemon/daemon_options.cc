@@ -29,6 +29,7 @@ bool isMember(gid_t group) {
   std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, getgroups(0, nullptr))));
   int const count = getgroups(static_cast<int>(groups.size()), groups.data());
   groups.resize(static_cast<std::size_t>(std::max(0, count)));
+  // The effective group may be missing among them (getgroups(2)).
   return getegid() == group || std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
@@ -55,6 +56,7 @@ ParsedOptions parseDaemonOptions(int argc, char const* const* argv, std::string 
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
+    // CLI11 has a number of its own for each kind of error.
     return {std::nullopt, app.exit(error) == 0 ? 0 : 2};
   }
   return {options, 0};

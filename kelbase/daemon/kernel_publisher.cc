@@ -10,6 +10,7 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
       // Last, since it asks the kernel at once: all that the answers fill is there by then.
       feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
 
+/// The publisher asks them in turns alone: the feed, which is made after it, is there by then.
 Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {
   return {[this] { return feed_.settled(); }, [this] { return feed_.exact(); },
           [this] { return counters(); }, hooks.published, hooks.lost};

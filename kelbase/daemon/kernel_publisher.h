@@ -49,6 +49,7 @@ class KernelPublisher {
   Publisher::Hooks publisherHooks(Hooks const& hooks);
   Pondo::Counters counters() const;
 
+  // Each refers to those before it, and goes before them.
   Kernel kernel_;
   KernelSources const sources_;
   TableViews const views_;

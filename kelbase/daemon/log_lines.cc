@@ -34,6 +34,7 @@ void endWithoutMemory() {
       logLine(Mav::Severity::error, "out of memory: ends, to be started again", stderrIsJournal());
   std::set_new_handler([] {
     [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), line.size());
+    // Not exit(3), which runs what may want memory again.
     _exit(1);
   });
 }

@@ -27,6 +27,7 @@ SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSig
 }
 
 SignalWatch::~SignalWatch() {
+  // The watch goes before its descriptor (Mav::Activity::Watch).
   watch_ = {};
   close(fd_);
 }
