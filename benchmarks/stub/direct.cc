@@ -32,6 +32,8 @@ Row const* end() { return Stub::rows().data() + Stub::rows().size(); }
 /// The row that a name names exactly, or the first behind it.
 Place find(netsnmp_variable_list const& variable, bool next) {
   auto const rows = Stub::rows();
+  // A name may end anywhere: what it lacks counts as 0, and so it stands before the rows that it
+  // begins.
   oid const* const name = variable.name;
   std::size_t const length = variable.name_length;
   if (length <= columnAt || name[columnAt] == 0) return {1, rows.data()};
@@ -74,6 +76,8 @@ void serve(netsnmp_request_info* request, bool next) {
   answer(request, place);
 }
 
+/// net-snmp has chained a variable for each repetition behind the first: as many are filled as
+/// `repeat` says, each from the row behind the last, into the next column where one ends.
 void serveBulk(netsnmp_request_info* request) {
   Place place = find(*request->requestvb, true);
   while (true) {

@@ -29,6 +29,7 @@ void setAddress(netsnmp_variable_list* index, std::uint32_t value) {
 Row const* start(netsnmp_table_request_info const* hint) {
   constexpr unsigned parts = 4;
   auto const rows = Stub::rows();
+  // After a column has run out there is no hint: the next one begins at the first row.
   if (hint == nullptr || hint->number_indexes != parts) return rows.data();
   Row key;
   auto const* index = hint->indexes;
@@ -94,5 +95,6 @@ extern "C" __attribute__((visibility("default"))) void init_StubIterator() {
       "stub_iterator", handle, Stub::tableOid, OID_LENGTH(Stub::tableOid), HANDLER_CAN_RONLY);
   registration->priority = 64;
   netsnmp_register_table_iterator(registration, iterator);
+  // Each request comes alone then, so that the hint, which is the first one's, is its own.
   netsnmp_inject_handler(registration, netsnmp_get_serialize_handler());
 }

@@ -17,6 +17,7 @@ std::span<Row const> mapped(char const* path) {
   struct stat info {};
   if (fd < 0 || ::fstat(fd, &info) != 0 || info.st_size == 0) return {};
   auto const size = static_cast<std::size_t>(info.st_size);
+  // MAP_POPULATE: no request pays for a page that is met for the first time.
   void* const at = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
   ::close(fd);
   if (at == MAP_FAILED) return {};
@@ -51,6 +52,8 @@ void setValue(netsnmp_variable_list* variable, Row const& row, unsigned column) 
     default:
       break;
   }
+  // By column, from ipCidrRouteTos(3) and ipCidrRouteIfIndex(5) to ipCidrRouteStatus(16) (RFC
+  // 4292); those that are no numbers have been set above.
   int const numbers[columnMax + 1] = {
       0,  0,  0,  0, 0, row.ifIndex, 1, row.protocol, -1, 0, 0, row.metric, row.preference,
       -1, -1, -1, 1};

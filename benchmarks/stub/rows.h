@@ -1,5 +1,7 @@
 #pragma once
 // The rows of a stub: an array in the order of the index, from the file that STUB_ROWS names.
+// The same file serves all stubs, so that what they cost differs by how they find a row alone. The
+// rows are read-only and used on snmpd's one thread.
 
 #include <compare>
 #include <cstdint>
