@@ -49,6 +49,8 @@ double microseconds(std::uint64_t nanoseconds) { return static_cast<double>(nano
 
 Timer::Timer(char const* name)
     : name_(name), statistics_(statisticsOf(name)), start_(statistics_ ? readClock() : 0) {
+  // A probe is one instruction that does nothing, and a note in the program's file (sys/sdt.h): a
+  // tracer puts its breakpoint there.
   STAP_PROBE1(blipmark, enter, name_);
 }
 

@@ -11,6 +11,7 @@
 namespace Dovel {
 
 void parseAddress(int family, std::string_view text, void* binary) {
+  // inet_pton(3) looks for a NUL at the end, which a string_view does not have.
   std::string const terminated(text);
   // inet_pton would stop at a NUL byte within the text.
   bool const hasNul = text.find('\0') != std::string_view::npos;
@@ -24,6 +25,7 @@ AddressAndLength splitLength(std::string_view text, unsigned lengthMax) {
   if (slash != std::string_view::npos) {
     unsigned length = 0;
     char const* const end = text.data() + text.size();
+    // Decimal digits alone: from_chars takes neither a sign, of unsigned numbers, nor white space.
     auto const [at, error] = std::from_chars(text.data() + slash + 1, end, length);
     if (error == std::errc() && at == end && length <= lengthMax) {
       return {text.substr(0, slash), length};

@@ -13,6 +13,7 @@ namespace {
 // A group is two hexadecimal digits, behind a colon but for the first.
 bool parseGroup(char const* at, bool first, std::uint8_t& octet) {
   if (!first && at[-1] != ':') return false;
+  // Both digits have to be taken: from_chars is content with one.
   return std::from_chars(at, at + 2, octet, 16).ptr == at + 2;
 }
 

@@ -45,6 +45,8 @@ class IntfId : public Mav::TextValue<IntfId> {
 
   friend bool operator==(IntfId const& a, IntfId const& b) { return (a <=> b) == 0; }
   friend std::strong_ordering operator<=>(IntfId const& a, IntfId const& b) {
+    // All octets, padding too: zero is less than any octet of a name, so that a name stands before
+    // the longer ones that begin with it.
     auto const order = std::memcmp(a.name_.data(), b.name_.data(), a.name_.size()) <=> 0;
     return order != 0 ? order : a.number_ <=> b.number_;
   }

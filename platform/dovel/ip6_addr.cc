@@ -13,6 +13,7 @@ Ip6Addr Ip6Addr::masked(unsigned length) const {
   Octets octets{};
   for (unsigned i = 0; 8 * i < length; ++i) {
     unsigned const kept = std::min(8U, length - 8 * i);
+    // The low octet of 0xff00 >> n has its first n bits set.
     octets[i] = static_cast<std::uint8_t>(octets_[i] & (0xff00U >> kept));
   }
   return Ip6Addr(octets);

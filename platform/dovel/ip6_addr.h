@@ -49,6 +49,7 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
   }
 
  private:
+  // Eight octets as a number in the order of the wire, so that numbers compare as the octets do.
   constexpr std::uint64_t half(std::size_t index) const {
     std::uint64_t const value = std::bit_cast<std::array<std::uint64_t, 2>>(octets_)[index];
     return std::endian::native == std::endian::little ? __builtin_bswap64(value) : value;

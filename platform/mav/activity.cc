@@ -75,6 +75,8 @@ struct Activity::Impl {
   };
 
   Impl();
+  // Others may hold the clock for longer, and `resume` tells it when it goes: neither may arm what
+  // is being destroyed.
   ~Impl() { clock->onTimeNextIs(nullptr); }
 
   void addToEpoll(int descriptor, std::uint32_t events, std::uint64_t token) const;
@@ -96,6 +98,8 @@ struct Activity::Impl {
 
   std::unordered_map<std::uint64_t, Watched> watched;
   std::unordered_map<int, std::uint64_t> tokens;  // the watch that epoll has for a descriptor
+  // No token is used twice: an event that was fetched for a watch that has gone meanwhile finds
+  // nobody.
   std::uint64_t lastToken = ownToken;
   double armed = never;            // what bell and timer stand at
   std::vector<TurnEnd*> turnEnds;  // asked for
@@ -141,6 +145,7 @@ void Activity::Impl::drop(std::uint64_t token) {
 void Activity::Impl::turn(int timeout) {
   std::array<epoll_event, eventsMax> events;
   int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
+  // A signal ends the wait, not the turn: the clock is looked at all the same.
   if (count < 0 && errno != EINTR) throwErrno("epoll_wait");
   inTurn = true;
   // Descriptors before the clock: a reactor that asks for every turn, as a long backlog does, keeps
@@ -202,6 +207,7 @@ void Activity::Impl::resumeRested() {
     auto const token = rested.back();
     auto const found = watched.find(token);
     if (found == watched.end()) continue;
+    // Another watch may have got the descriptor's number meanwhile: that one is in the set now.
     auto const current = tokens.find(found->second.fd);
     if (current == tokens.end() || current->second != token) continue;
     try {
@@ -236,6 +242,7 @@ void Activity::Impl::ring(bool on) const {
 }
 
 void Activity::Impl::timerIs(double time) const {
+  // Left at zero, it disarms the timer (timerfd_settime(2)).
   itimerspec setting{};
   if (time != never) setting.it_value = timerTime(time);
   if (timerfd_settime(timer.get(), TFD_TIMER_ABSTIME, &setting, nullptr) != 0) {
@@ -250,6 +257,7 @@ Activity::Watch::Watch(Watch&& other) noexcept
     : activity_(std::exchange(other.activity_, nullptr)), token_(other.token_) {}
 
 Activity::Watch& Activity::Watch::operator=(Watch&& other) noexcept {
+  // The watch that was held ends with `moved`, after this one is whole.
   Watch moved(std::move(other));
   std::swap(activity_, moved.activity_);
   std::swap(token_, moved.token_);
@@ -264,6 +272,7 @@ Activity::TurnEnd::TurnEnd(Activity& activity, std::function<void()> action)
     : activity_(activity), action_(std::move(action)) {}
 
 Activity::TurnEnd::~TurnEnd() {
+  // The place stays, empty: endTurn() goes by places, and an action may drop another TurnEnd.
   auto& ends = activity_.impl_->turnEnds;
   if (asked_) std::replace(ends.begin(), ends.end(), this, static_cast<TurnEnd*>(nullptr));
 }

@@ -59,6 +59,7 @@ class AnnouncedMap {
   template <class Create, class Check>
   Mapped is(Key key, Create const& create, Check const& check) {
     auto const [value, created] = map_.insertOrGet(key, create);
+    // A copy, and with a Ptr a reference: who hears of the member may delete it again.
     Mapped member = value;
     if (created) {
       announce(key);

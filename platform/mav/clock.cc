@@ -18,6 +18,7 @@ void Clock::NotifieeConst::hasNotificationActiveIs(bool active) {
 }
 
 void Clock::NotifieeConst::notifierIs(Ptr<Clock const> clock) {
+  // The base registers in silence (addNotifiee), and the reactor may come armed.
   Notifiee::notifierIs(std::move(clock));
   tellClock();
 }
@@ -43,6 +44,7 @@ double Clock::timeNext() const {
 }
 
 void Clock::deliver() const {
+  // Read once: a reactor whose time comes while the others run belongs to the next turn.
   double const time = now();
   ++depth_;
   std::size_t const end = reactors_.size();
@@ -60,6 +62,7 @@ void Clock::callReactor(std::size_t i) const {
   try {
     reactors_[i]->onTime();
   } catch (...) {
+    // The rest comes before the news of it: onException() may destroy the reactor.
     if (reactors_[i]) {
       reactors_[i]->notBefore_ = now() + retryDelay;
       tellTimeNext();

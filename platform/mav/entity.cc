@@ -23,6 +23,7 @@ AttributeInfo const* commonAttribute(std::string_view name) {
 }
 
 AttributeInfo const& attributeInfo(Entity const& entity, std::string_view name) {
+  // No class has these in its own table.
   if (auto const* common = commonAttribute(name)) return *common;
   return entity.attributeTable().info(entity.typeName(), name);
 }

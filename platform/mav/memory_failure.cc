@@ -18,6 +18,7 @@ void memoryFailureHookIs(std::function<void()> newHook) { hook() = std::move(new
 
 void noteMemoryFailure() noexcept {
   try {
+    // Thrown once more, the exception in flight tells its type, which catch (...) does not.
     throw;
   } catch (std::bad_alloc const&) {
     if (hook()) hook()();

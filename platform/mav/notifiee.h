@@ -107,6 +107,8 @@ class NotifieeList {
   void notify(AttributeId attribute, Call const& call) {
     if (notifiees_.empty()) return;
     ++depth_;
+    // By places, not by iterators: a handler that registers somebody may move the vector. A
+    // newcomer stands behind `end`.
     std::size_t const end = notifiees_.size();
     for (std::size_t i = 0; i < end; ++i) {
       N* const notifiee = notifiees_[i];

@@ -81,9 +81,12 @@ class OrderedMap {
   std::pair<Mapped const&, bool> insertOrGet(Key const& key, Create const& create) {
     auto place = tree_.lower_bound(key);
     if (place != tree_.end() && place->first == key) return {place->second, false};
+    // create() may change the map, and may even enter the key: the place is sought again then, and
+    // what stands there stays.
     auto const before = modifications_;
     Mapped value = create();
     if (modifications_ != before) place = tree_.lower_bound(key);
+    // With a place given, try_emplace() does not tell whether it has inserted.
     auto const sizeBefore = tree_.size();
     place = tree_.try_emplace(place, key, std::move(value));
     bool const inserted = tree_.size() != sizeBefore;
@@ -94,6 +97,7 @@ class OrderedMap {
   /// Inserts the value or overwrites one; true when it inserted. An iterator that stands on an
   /// overwritten row keeps the value that it has.
   bool put(Key const& key, Mapped value) {
+    // try_emplace() leaves `value` alone where the key is there, which emplace() does not promise.
     auto const [place, inserted] = tree_.try_emplace(key, std::move(value));
     if (inserted) {
       ++modifications_;
@@ -192,6 +196,7 @@ class OrderedMap<KeyType, MappedType>::BasicIterator {
       key_ = position_->first;
       value_ = position_->second;
     } else {
+      // An iterator that has come to its end keeps no entry alive.
       value_ = Value{};
     }
   }

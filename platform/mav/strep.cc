@@ -43,6 +43,7 @@ char StrepReader::takeEscaped() {
     return at_[-1];
   }
   if (end_ - at_ >= 4 && at_[1] == 'x') {
+    // Both digits have to be taken: from_chars is content with one.
     unsigned char octet = 0;
     if (std::from_chars(at_ + 2, at_ + 4, octet, 16).ptr == at_ + 4) {
       at_ += 4;

@@ -59,6 +59,7 @@ void write(Severity severity, std::string_view prefix, std::string_view text) {
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+// By write(), not by a handle: to make one would ask for the configuration that is being read.
 TraceConfig readEnvironment() {
   char const* const text = std::getenv("MAV_TRACE");
   TraceConfig config(text ? text : "");
