@@ -24,6 +24,7 @@ void logFault(std::string_view who) noexcept {
   try {
     Mav::log(Mav::Severity::error, std::string(who) + ": " + inFlight());
   } catch (...) {
+    // A literal, straight to snmpd's log: nothing of ours is allocated for it.
     snmp_log(LOG_ERR, "OvoSnmp: a fault that could not be told (out of memory?)\n");
   }
 }

@@ -18,6 +18,8 @@ constexpr std::size_t subIdentifiersMax = 128;
 std::uint32_t ticks(double hundredths) {
   // Also of what is not a number.
   if (!(hundredths > 0.0)) return 0;
+  // TimeTicks count modulo 2^32 (RFC 2578 section 7.1.8). Infinity leaves no remainder: std::fmod
+  // makes no number of it, and no integer can be made of that.
   constexpr double modulus = 4294967296.0;
   if (std::isinf(hundredths)) return 0xffffffff;
   return static_cast<std::uint32_t>(std::fmod(std::floor(hundredths), modulus));
@@ -44,6 +46,7 @@ std::int32_t StringToAsnOidF::operator()(Mav::String8 const& value, unsigned cha
   std::size_t count = 0;
   char const* from = value.data();
   char const* const to = from + value.size();
+  // net-snmp itself writes object identifiers with a dot before them.
   if (from != to && *from == '.') ++from;
   while (true) {
     auto const word = subIdentifier(from, to);

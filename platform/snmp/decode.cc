@@ -87,6 +87,7 @@ Dovel::IpAddr decodeIpAddress(netsnmp_variable_list const& variable) {
 }
 
 Snmp::String decodeOctetString(netsnmp_variable_list const& variable) {
+  // An empty string may come without octets to point to.
   if (variable.val_len == 0) return {};
   return AsnOctetStringToSnmpString(variable.val.string, variable.val_len);
 }

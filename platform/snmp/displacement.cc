@@ -86,6 +86,7 @@ ObjectRoot placeOf(netsnmp_handler_registration const& registration) {
 void takeOut(ObjectRoot const& place) {
   LookupCache const lookupCache;
   bool any = false;
+  // A list of its own is walked: to unregister changes those of the registry.
   for (auto registered : othersWithin(place)) {
     if (!registered.isSubagents && registered.takeOut()) any = true;
   }
@@ -133,6 +134,8 @@ int Displacement::onRegister(int /*major*/, int /*minor*/, void* parameters, voi
     auto& displacement = *static_cast<Displacement*>(self);
     auto const& registered = *static_cast<register_parameters const*>(parameters);
     std::span<oid const> const name(registered.name, registered.namelen);
+    // One alarm looks at all that has come by then. What this module registers is told here as
+    // well.
     if (displacement.alarm_ != 0 || isRegistered(name, registered.priority)) {
       return SNMPERR_SUCCESS;
     }

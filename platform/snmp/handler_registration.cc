@@ -30,6 +30,8 @@ AutoRegistree::~AutoRegistree() {
 }
 
 void debugInitializing(char const* unit, char const* function, int line) {
+  // As the macro DEBUGMSGTL (net-snmp/library/snmp_debug.h), but with the unit's name for the
+  // file's.
   if (snmp_get_do_debugging() == 0) return;
   debugmsgtoken("trace", "%s(): %s, %d:\n", function, unit, line);
   debugmsg("trace", "%s(): %s, %d:\n", function, unit, line);

@@ -34,6 +34,7 @@ void IteratorTable::callbacksAre(netsnmp_iterator_info const& callbacks) {
 }
 
 void IteratorTable::sortedRowsAre(std::unique_ptr<SortedRows> rows) {
+  // With this flag net-snmp's iterator gives get-first a hint, by way of the loop context.
   iterator_.flags |= NETSNMP_ITERATOR_FLAG_SORTED;
   server_.emplace(std::move(rows), iterator_, columnNumbers_);
 }

@@ -27,6 +27,7 @@ template <class Register>
 int registerAndRemember(netsnmp_handler_registration* registration,
                         std::unique_ptr<IteratorTable> table, Register const& registerIt) {
   remembered().reserve(remembered().size() + 1);  // nothing may fail once net-snmp has it
+  // A copy: net-snmp frees a registration that it refuses, and its name with it.
   std::string const name = registration->handlerName;
   // What the daemon has registered below this place would cut the registration into slices.
   takeOut(placeOf(*registration));

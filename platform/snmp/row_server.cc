@@ -46,6 +46,7 @@ class RequestData {
     request.parent_data = &node_;
   }
   ~RequestData() {
+    // What a handler has put before it since then stays.
     auto** link = &request_.parent_data;
     while (*link && *link != &node_) link = &(*link)->next;
     if (*link) *link = node_.next;
@@ -113,6 +114,7 @@ bool hasRepetitions(netsnmp_request_info const& request, netsnmp_agent_session c
 void toNextRepetition(netsnmp_request_info& request) {
   --request.repeat;
   request.requestvb = request.requestvb->next_variable;
+  // The flag is of the name that was asked for. The search behind an answer leaves the answer out.
   request.inclusive = 0;
 }
 
@@ -141,6 +143,7 @@ class RowServer::Told {
       : iterator_(server.iterator_) {
     void* loop = hint;
     iterator_.get_first_data_point(&loop, &data_, server.found_, &iterator_);
+    // Left as it was, the loop context is none of the table's, and not its to free.
     if (loop == hint) return;
     if (isRow && !data_) data_ = iterator_.make_data_context(loop, &iterator_);
     iterator_.free_loop_context_at_end(loop, &iterator_);
@@ -164,6 +167,8 @@ RowServer::RowServer(std::unique_ptr<SortedRows> rows, netsnmp_iterator_info& it
                      std::span<unsigned const> columns)
     : rows_(std::move(rows)), iterator_(iterator), columns_(columns) {
   auto* const table = iterator.table_reginfo;
+  // Two lists: get-first writes the indexes of the row that it finds while it still reads those of
+  // the hint.
   found_ = snmp_clone_varbind(table->indexes);
   hint_.indexes = snmp_clone_varbind(table->indexes);
   hint_.reg_info = table;
@@ -269,6 +274,7 @@ int RowServer::answerAbsent(Call const& call, netsnmp_request_info* request,
     Told const told(*this, isIndex ? &hint_ : nullptr, false);
     callTable(call, request, place.column, nullptr);
   }
+  // Of a row that is absent the table's handler says nothing: it leaves the request unanswered.
   netsnmp_request_set_error(request, SNMP_NOSUCHINSTANCE);
   return SNMP_ERR_NOERROR;
 }
@@ -285,6 +291,8 @@ int RowServer::answer(Call const& call, netsnmp_request_info* request, unsigned 
 int RowServer::callTable(Call const& call, netsnmp_request_info* request, unsigned column,
                          void* row) {
   hint_.colnum = column;
+  // Under these names net-snmp's helpers leave them, and netsnmp_extract_table_info() and
+  // netsnmp_extract_iterator_context() find them, which the table's handler calls.
   RequestData const table(*request, TABLE_HANDLER_NAME, &hint_);
   RequestData const context(*request, TABLE_ITERATOR_NAME, row);
   GetMode const mode(*call.info);

@@ -35,6 +35,9 @@ bool RowWalk::start(Instance name, bool inclusive) {
     return enter(place.column, place.instance, atToo ? Search::atOrAfter : Search::after);
   }
   auto const entrySize = prefixSize_ - 1;
+  // A name within no column: one before the rows leads to the first column, one behind them to
+  // nothing, one between two columns to the second of these. 0 says that one of the two begins with
+  // the other.
   auto const order = snmp_oidtree_compare(name.data(), name.size(), name_.data(), entrySize);
   if (order > 0) return false;
   bool const isBefore = order < 0 || name.size() <= entrySize;
@@ -48,6 +51,8 @@ bool RowWalk::step() {
 }
 
 bool RowWalk::enter(unsigned column, Instance instance, Search search) {
+  // The instance is of the first column alone. Each further one is entered by its first row, which
+  // is the first behind an instance of no sub-identifiers.
   for (; column != 0; column = columnFrom(oid{column} + 1), instance = {}, search = Search::after) {
     column_ = column;
     name_[prefixSize_ - 1] = column;
@@ -72,8 +77,10 @@ bool RowWalk::settle(bool isOnRow) {
 
 /// To the first row behind the largest subtree around this cell that is hidden whole.
 bool RowWalk::passHidden() {
+  // From the largest subtree to the smallest: the first that is hidden whole spares the most rows.
   for (auto size = prefixSize_ + 1; size < size_; ++size) {
     if (view_.extentOf({name_.data(), size}) != View::Extent::none) continue;
+    // The least instance behind the subtree.
     ++name_[size - 1];
     return rows_.find({name_.data() + prefixSize_, size - prefixSize_}, Search::atOrAfter);
   }

@@ -29,6 +29,7 @@ bool setObjectId(netsnmp_variable_list* variable, unsigned char const* bytes, st
 
 bool setCounter64(netsnmp_variable_list* variable, unsigned char const* bytes, std::size_t length) {
   if (length != 2 * sizeof(std::uint32_t)) return false;
+  // net-snmp's halves are longs (net-snmp/library/asn1.h), those of a conversion have 32 bits.
   counter64 value{};
   value.high = wordAt(bytes, 0);
   value.low = wordAt(bytes, 1);

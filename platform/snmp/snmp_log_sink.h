@@ -7,7 +7,8 @@
 
 namespace Snmp {
 
-/// Writes lines to snmpd's own log, each headed "OvoSnmp: ".
+/// Writes lines to snmpd's own log, each headed "OvoSnmp: ". The module's entries make it the sink,
+/// and take it away again before its code is unmapped.
 void snmpLogSink(Mav::Severity severity, std::string_view line);
 
 }  // namespace Snmp
