@@ -128,6 +128,8 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
   unsigned const flags =
       MDB_NOTLS | MDB_NORDAHEAD | (mode == Mode::write ? MDB_NOSYNC : MDB_RDONLY);
   auto env = makeHandle(directory_, mapSize);
+  // The mode is of both files where LMDB makes them; who makes tables narrows data.mdb's after that
+  // (table_directory.cc).
   int code = mdb_env_open(env.get(), directory_.c_str(), flags, 0660);
   if (auto const smaller = smallerMap(); code == ENOMEM && smaller != 0) {
     // A handle that could not be opened is of no further use (lmdb.h, mdb_env_open).
@@ -204,6 +206,7 @@ TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& 
   auto const open = [&](char const* name) {
     MDB_dbi dbi = 0;
     int const code = mdb_dbi_open(txn, name, create ? MDB_CREATE : 0, &dbi);
+    // MDB_INCOMPATIBLE: what has this name is a record, and no table (lmdb.h).
     if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
       throw EnvironmentException(
           fmt::format("{}: holds other data (no table \"{}\"); remove it and restart the publisher",

@@ -48,6 +48,8 @@ bool PathWatch::add(std::filesystem::path const& path, std::uint32_t events, Wat
     watched_.push_back(std::move(watched));
     return true;
   }
+  // Any other failure is the path's own, absent or out of reach: an ancestor is watched for its
+  // end.
   if (errno == ENOSPC && !std::exchange(complained_, true)) {
     Mav::log(Mav::Severity::warning,
              path.string() +
@@ -61,6 +63,7 @@ void PathWatch::arm() {
   if (!inotify_) return;
   auto old = std::exchange(watched_, {});
   // A second inotify_add_watch of the same file yields the same descriptor and loses no event.
+  // A path that comes and goes all the time is left to the slow look after some attempts.
   for (int attempts = 8; attempts > 0; --attempts) {
     if (watchTables() || !watchAncestor()) break;
     old.insert(old.end(), watched_.begin(), watched_.end());
@@ -120,6 +123,7 @@ void PathWatch::note(inotify_event const& event, std::string_view name, Events& 
     if ((event.mask & IN_MODIFY) != 0) {
       events.rang = events.rang || watched.doorbell;
     } else if (name.empty() || watched.onlyName.empty() || name == watched.onlyName) {
+      // An event without a name is of what is watched itself.
       events.pathChanged = true;
     }
   }

@@ -59,6 +59,7 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     if (::fcntl(fd_.get(), F_OFD_SETLK, &lock) == 0) continue;
+    // Either may say that another process holds the lock (fcntl(2)).
     if (errno == EAGAIN || errno == EACCES) throwRunning(file_.parent_path());
     throwCode(errno, file_, "lock");
   } while (!atPath());
@@ -68,6 +69,8 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
     if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
     predecessorFailed_ = before->opening;
   }
+  // Texts are cut: readers take the file's first 4096 octets alone (run_dir.cc), and the counters
+  // stand last.
   head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceMachineStart(),
                       oneLine(publisher.name));
   if (!publisher.version.empty()) head_ += fmt::format("version={:.60}\n", publisher.version);

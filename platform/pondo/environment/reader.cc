@@ -41,6 +41,7 @@ std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
 
 struct Reader::Impl {
   explicit Impl(std::filesystem::path const& runDir);
+  // Before transaction and environment end, which write to the lock file.
   ~Impl() { env.mend(); }
   Impl(Impl const&) = delete;
   Impl& operator=(Impl const&) = delete;
@@ -70,6 +71,7 @@ struct Reader::Impl {
 
 Reader::Impl::Impl(std::filesystem::path const& runDir)
     : tables(checkedTables(runDir)),
+      // Asked before LMDB opens the file: where it is replaced in between, current() finds out.
       lockFile(identityAt(tables / Format::lockFile).value_or(FileIdentity{})),
       env(tables, Environment::Mode::read, 0) {
   MDB_txn* raw = nullptr;

@@ -150,6 +150,7 @@ void ReaderReport::takeSlot() {
 
 void ReaderReport::write() {
   notBefore_ = Mav::now() + interval;
+  // Nothing has been told yet, or not in this file (look()): a slot of it comes first.
   if (told_ == ReaderInfo{}) takeSlot();
   auto const slot = encode(now_);
   bool const isWritten =

@@ -13,6 +13,7 @@ int noteReader(char const* text, void* context) {
   std::string_view line = text;
   while (line.ends_with('\n') || line.ends_with(' ')) line.remove_suffix(1);
   auto const last = line.substr(line.find_last_of(' ') + 1);
+  // The heading ends in a word, and is passed over as a reader between snapshots is.
   std::uint64_t number = 0;
   auto const parsed = std::from_chars(last.data(), last.data() + last.size(), number);
   if (parsed.ec == std::errc() && parsed.ptr == last.data() + last.size()) {

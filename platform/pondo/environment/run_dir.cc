@@ -40,6 +40,7 @@ std::string readWhole(int fd, std::filesystem::path const& file) {
 
 template <class Number>
 void parseNumber(std::string_view text, Number& number) {
+  // What it cannot read leaves the number alone: the field keeps its default.
   std::from_chars(text.data(), text.data() + text.size(), number);
 }
 
@@ -96,6 +97,7 @@ bool isLocked(int fd, std::filesystem::path const& file) {
 
 Keeping PublisherInfo::keeping(double now) const {
   if (!alive) return Keeping::gone;
+  // Who loads files (kelbasectl load) tells no such time: what they say does not grow old.
   if (!exactAt || now - *exactAt <= exactWithin) return Keeping::exact;
   if (now - startedAt <= exactWithin) return Keeping::starting;
   return now - seenAt > exactWithin ? Keeping::still : Keeping::behind;

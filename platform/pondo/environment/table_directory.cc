@@ -130,6 +130,8 @@ std::unique_ptr<Environment> build(fs::path const& runDir, FileSettings const& s
   openDoorbellIn(staging.path(), settings);
   openFiles(staging.path(), settings);
   staging.install();
+  // LMDB goes on under the name that it was opened by: it works with descriptors, which no rename
+  // touches.
   env->directoryIs(runDir / Format::tablesDirectory);
   if (keepOld) staging.keep();
   return env;

@@ -83,6 +83,7 @@ void requireWhole(std::filesystem::path const& file) {
   auto const second = metaPageAt(fd.get(), first.pageSize, file, size);
   // LMDB writes its two meta pages in turn; the newer one says how long the file has to be.
   auto const& newest = second.transaction > first.transaction ? second : first;
+  // A page number that cannot be is caught before it is multiplied, which would wrap.
   if (newest.lastPage >= UINT64_MAX / newest.pageSize ||
       size < (newest.lastPage + 1) * newest.pageSize) {
     throwTruncated(file, size, (newest.lastPage + 1) * newest.pageSize);
@@ -126,6 +127,7 @@ gid_t groupByName(std::string const& name) {
   struct group entry {};
   struct group* found = nullptr;
   int code = 0;
+  // The buffer holds the group's members as well, of any number (getgrnam_r(3)).
   while ((code = ::getgrnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found)) ==
          ERANGE) {
     buffer.resize(buffer.size() * 2);
@@ -136,6 +138,7 @@ gid_t groupByName(std::string const& name) {
 }
 
 void ownershipIs(std::filesystem::path const& path, mode_t mode, std::optional<gid_t> group) {
+  // -1 leaves the owner as he is (chown(2)).
   constexpr auto keepUser = static_cast<uid_t>(-1);
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0) throwCode(errno, path, "set the mode of");

@@ -22,6 +22,8 @@ bool isSame(TableId table, std::string_view a, std::string_view b) {
   using Format::RouteRecord;
   constexpr auto ageAt = offsetof(RouteRecord, changedAt);
   constexpr auto ageEnd = ageAt + sizeof(RouteRecord::changedAt);
+  // A publisher that has just started knows no ages: what it finds unchanged keeps the age that it
+  // has.
   if (table != TableId::route && table != TableId::route6) return a == b;
   if (a.size() != sizeof(RouteRecord) || b.size() != sizeof(RouteRecord)) return a == b;
   return a.substr(0, ageAt) == b.substr(0, ageAt) && a.substr(ageEnd) == b.substr(ageEnd);
@@ -95,7 +97,9 @@ Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view
   MDB_val found{};
   int const code = mdb_cursor_get(table.cursor.get(), &keyVal, &found, MDB_SET);
   if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
+  // What is the same is not written: each record written is one that every reader looks at again.
   if (code == MDB_SUCCESS && isSame(id, fromVal(found), value)) return Outcome::unchanged;
+  // A record that was found has the cursor on it, and is overwritten there without another search.
   store(table, key, value, code == MDB_SUCCESS ? MDB_CURRENT : 0);
   logChange(id, key);
   return code == MDB_SUCCESS ? Outcome::changed : Outcome::added;
@@ -132,6 +136,8 @@ void WriteTransaction::trimLog(std::size_t logMax) {
   auto const kept = meta_.logNext - meta_.logFirst;
   if (kept <= logMax + logMax / trimSlack) return;
   auto const cursor = openCursor(txn_.get(), handles_.log, env_.directory());
+  // MDB_NEXT of a new cursor gives the first entry, and after a deletion the one that has come into
+  // the place (mdb.c, mdb_cursor_next).
   for (auto left = kept - logMax; left > 0; --left) {
     MDB_val key{};
     MDB_val value{};

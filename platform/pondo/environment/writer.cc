@@ -266,6 +266,8 @@ void Writer::Impl::onCommitted() {
 }
 
 void Writer::Impl::commitComplete() {
+  // Only a commit can tell that the tables are complete, and whose state they are: one is made even
+  // where no record has changed.
   bool const known = meta.origin == static_cast<std::uint64_t>(options.origin);
   if (env && meta.complete != 0 && known) return commit();
   meta = attempt([this](WriteTransaction& t) {

@@ -68,6 +68,8 @@ void BasicFecRouteList<Prefix>::routeIs(Prefix const& prefix, FecId fecId) {
   auto const at = lowerBound(key);
   bool const filed = isAt(at, key);
   if (filed && fecs_[at->second].fecId == fecId) return;
+  // First: a fec that no route uses any more gives its place to the new one. `at` is a place in
+  // filed_, and stays good.
   if (filed) remove(at->second, prefix);
   auto const place = placeOf(fecId);
   auto& prefixes = fecs_[place].prefixes;

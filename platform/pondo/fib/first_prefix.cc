@@ -15,9 +15,11 @@ std::optional<Dovel::Prefix> firstPrefix(std::string_view from) {
   for (std::size_t i = 0; i < Format::routeKeySize; ++i) {
     number = number << 8U | (i < from.size() ? static_cast<unsigned char>(from[i]) : 0U);
   }
+  // A longer text stands behind the key that it begins with.
   if (from.size() > Format::routeKeySize) ++number;
   // Not all bytes name a prefix: an address has no length that would cut off one of its bits.
   for (auto address = number >> 8U; address <= 0xffffffffU; ++address) {
+    // The second address at the latest has one: all of its 32 bits.
     Dovel::IpAddr const addr(static_cast<std::uint32_t>(address));
     auto const hostBits = std::min(std::countr_zero(addr.value()), 32);
     auto const least = std::max<unsigned>(Dovel::IpAddr::bits - static_cast<unsigned>(hostBits),
@@ -81,11 +83,14 @@ void Place::advance() {
     if (address_ < linkLocalFirst) return toLinkLocal();
     isPast_ = true;
   } else if (isZoned_ && zone_ == 0) {
+    // Zones are ifIndexes, from 1 on.
     zone_ = 1;
     length_ = 0;
   } else if (!isZoned_ && zone_ != 0) {
+    // A key without a zone has zeros there: those of this address stand before.
     toNextAddress();
   } else if (length_ > Dovel::Ip6Addr::bits) {
+    // Behind the longest prefix. A zone that has become 0 was the last.
     length_ = 0;
     if (!isZoned_ || ++zone_ == 0) toNextAddress();
   } else if (length_ < leastLength()) {

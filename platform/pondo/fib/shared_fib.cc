@@ -165,6 +165,8 @@ class SharedFib::Fecs : public ForwardingStatus {
 
   Mav::Ptr<Tables const> const tables_;
   mutable Moment decodedAt_;
+  // By pointers: who asked may hold one fec while others are decoded, and a b-tree moves its
+  // values.
   mutable absl::btree_map<FecId, std::unique_ptr<Fec const>> decoded_;  // null: there is none
 };
 
@@ -205,6 +207,7 @@ std::optional<std::string> SharedFib::filedKey(TableId table, std::string_view f
   return std::nullopt;
 }
 
+// Tables without a record become known without a slice.
 void SharedFib::onInSync() { sharedTables_->shownIs(true); }
 
 }  // namespace Pondo::Fib

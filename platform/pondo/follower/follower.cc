@@ -219,6 +219,7 @@ void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
     delay = std::exchange(backOff, std::min(2 * backOff, lookInterval));
   }
   nextLook = Mav::now() + delay;
+  // Of one reason only the first line is told, however the texts differ from look to look.
   bool const alike = e.reason() != Reason::other;
   say(alike ? std::to_string(static_cast<int>(e.reason())) : e.what(), Mav::Severity::warning,
       e.what());
@@ -344,6 +345,7 @@ bool Follower::Impl::followSlice(Snapshot const& snapshot, LogState const& log) 
 void Follower::Impl::announce(Snapshot const& snapshot, std::vector<Change> const& changes) const {
   for (auto* const listener : listeners) {
     auto const isHeard = [&](Change const& change) { return hears(*listener, change.table); };
+    // A slice of one table, as when a million routes come, is handed on without a copy.
     if (std::all_of(changes.begin(), changes.end(), isHeard)) {
       if (!changes.empty()) listener->onChanges(snapshot, changes);
       continue;

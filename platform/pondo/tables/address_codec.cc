@@ -11,6 +11,8 @@
 namespace Pondo {
 namespace {
 
+// No name has a NUL, and no octet is less: all keys of "eth1" stand together, before those of
+// "eth10".
 constexpr char nameEnd = '\0';
 
 template <class Addr>
@@ -95,6 +97,8 @@ std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_vie
 
 template <>
 std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
+  // The kernel has an address once on a link, under one length (net/ipv6/addrconf.c,
+  // ipv6_add_addr): the length is in the record, and not in the key.
   checkAddress(key.link, key.local, 0);
   auto bytes = addressKeysOf(key.link);
   appendAddress(bytes, key.local);

@@ -88,6 +88,7 @@ std::array<char, Format::routeKeySize> routeKeyBytes(Dovel::Prefix const& prefix
 std::array<char, Format::route6KeySize> routeKeyBytes(Dovel::Ip6Prefix const& prefix) {
   std::array<char, Format::route6KeySize> bytes{};
   auto const octets = prefix.address().octets();
+  // Prefixes with a zone stand behind all others, as ipv6z(4) does behind ipv6(2) (RFC 4001).
   bytes[0] = prefix.zone() != 0 ? 1 : 0;
   auto at = std::copy(octets.begin(), octets.end(), bytes.begin() + 1);
   for (unsigned shift = 32; shift > 0;) *at++ = static_cast<char>(prefix.zone() >> (shift -= 8));
