@@ -15,6 +15,7 @@ Mav::Ptr<IntfStatus> AllIntfStatusDir::intfStatusIs(Dovel::IntfId const& intfId,
       [&](IntfStatus const& existing) {
         Mav::checkConstructorParameter("_ifIndex", ifIndex, existing.ifIndex());
       });
+  // Of one that was there: a new one has it already.
   status->operUpIs(operUp);
   return status;
 }

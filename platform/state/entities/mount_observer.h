@@ -3,7 +3,8 @@
 namespace State {
 
 /// Stands around changes of what is mounted, for those who hold plain pointers to mounted
-/// entities (the handlers' registrations do).
+/// entities (the handlers' registrations do). State::Mirrors calls it on the agent's thread, and
+/// does not own it.
 class MountObserver {
  public:
   virtual ~MountObserver() = default;

@@ -21,6 +21,7 @@ void Address4Mirror::renumber() {
   renumbered_.clear();
   absl::btree_set<Key> renumbered;
   for (auto const& key : touched()) {
+    // One bit more than the longest prefix has: the end lies behind every peer of that one.
     auto const [first, end] = servedBetween({key.link, key.local, 0, {}},
                                             {key.link, key.local, Dovel::IpAddr::bits + 1, {}});
     bool const otherLengths = first != end && (first->first.length != key.length ||

@@ -42,6 +42,7 @@ class AddressMirror : public TableMirror<Table> {
     if (same) return;
     this->forEachFiled(Pondo::addressKeysOf(change.intfId), [&](std::string_view keyBytes) {
       read(snapshot, keyBytes);
+      // Also where the record is the same: it is the link under it that differs.
       touch(*Pondo::decodeKey<Table>(keyBytes));
     });
   }

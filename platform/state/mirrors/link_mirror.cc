@@ -31,6 +31,7 @@ void LinkMirror::applyLeaving() {
 void LinkMirror::applyComing() {
   for (auto const& delta : deltas()) {
     if (!delta.after) continue;
+    // A link that stays changes in place: whoever holds its IntfStatus goes on with it.
     dir_->intfStatusIs(delta.key, delta.after->ifIndex, delta.after->operUp);
   }
 }

@@ -23,9 +23,11 @@ class TableMirror : public Mirror {
   void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
     auto const key = Pondo::decodeKey<Table>(keyBytes);
     if (!key) return;  // a foreign key names nothing that could be filed
+    // Named again for the sake of its interface (interfaceChanged).
     if (deltaOf_.contains(keyBytes)) return;
     Delta delta{*key, std::nullopt, snapshot.get<Table>(*key)};
     if (auto const it = filed_.find(keyBytes); it != filed_.end()) delta.before = it->second;
+    // A comparison names every key: what is the same ends here.
     if (delta.before == delta.after) return;
     deltaOf_.emplace(keyBytes, deltas_.size());
     deltas_.push_back(std::move(delta));
