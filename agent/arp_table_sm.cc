@@ -11,6 +11,7 @@ ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                        Mav::Ptr<IpMib> ipMib, Mav::Ptr<Arp::NeighborDir const> status)
     : activityConfig_(std::move(activityConfig)), ipMib_(std::move(ipMib)) {
   if (intfStatusDir) {
+    // Before the neighbours: their reactors ask for interface statuses as soon as they are made.
     mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
   }
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);

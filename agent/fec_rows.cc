@@ -14,6 +14,7 @@ FecRows::FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* 
 }
 
 void FecRows::checkVias() const {
+  // An index that cannot be is made for its exception alone.
   if (vias_ > Pondo::Fib::viasMax) static_cast<void>(Pondo::Fib::ViaIndex(Pondo::Fib::viasMax));
 }
 

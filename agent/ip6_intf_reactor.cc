@@ -44,6 +44,8 @@ template <class React, class Entity, AddressSource source>
 void Ip6IntfReactor<React, Entity, source>::handleDel() {
   static auto const signature = this->signature("::handleDel()");
   Blipmark::Timer const blip(signature.c_str());
+  // Meant so: without a status nothing is withdrawn. Whoever fills the entities withdraws addresses
+  // before their interface.
   if (!this->intfStatus()) return;
   for (auto old = oldAddr_.first(); old; ++old) {
     this->ipAddressTableSm()->doDelAddr6(this->intfId(), source, old.key());

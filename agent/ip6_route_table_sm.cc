@@ -84,6 +84,8 @@ void Ip6RouteTableSm::takeHops(Dovel::Ip6Prefix const& prefix, Pondo::Fib::Route
   }
   hops_ = known->second;
   for (auto& hop : hops_) {
+    // A via says its own type where one prefix has several routes of the kernel (fib_values.h,
+    // Via). Many routes share a fec, so that the hops kept of it say nothing of a route.
     if (hop.protocol == Routing::Fib::routeTypeUnknown) hop.protocol = route.routeType;
   }
 }

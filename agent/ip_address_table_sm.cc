@@ -73,6 +73,8 @@ IpAddressTableSm::IpAddressTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
     mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
   }
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
+  // Last: the reactors that this makes ask for interface statuses, and file into the cache, at
+  // once.
   watch(mavConfig_, ipIntfConfig_, std::move(config));
   watch(mavStatus_, ipIntfStatus_, std::move(status));
   watch(mavConfig6_, ip6IntfConfig_, std::move(config6));

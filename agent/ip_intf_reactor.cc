@@ -28,6 +28,8 @@ template <class React, class Entity, AddressSource source>
 void IpIntfReactor<React, Entity, source>::handleDel() {
   static auto const signature = this->signature("::handleDel()");
   Blipmark::Timer const blip(signature.c_str());
+  // Meant so: without a status nothing is withdrawn. Whoever fills the entities withdraws addresses
+  // before their interface.
   if (!this->intfStatus()) return;
   this->ipAddressTableSm()->doDelAddr(this->intfId(), source, oldAddress_);
 }

@@ -34,6 +34,7 @@ Table::Key tableKey(IpNetToPhysicalIndex const& key) {
                     .type = static_cast<Pondo::InetAddressType>(key.netAddress().type()),
                     .octets = {}};
   auto const octets = key.netAddress().octets();
+  // A zone, behind the sixteenth octet, is the ifIndex once more.
   auto const size = std::min(octets.size(), result.octets.size());
   std::copy_n(octets.begin(), size, result.octets.begin());
   return result;
@@ -54,6 +55,7 @@ NetToPhysicalType typeOf(Table::Record const& record) {
 }
 
 NetToPhysicalState stateOf(Table::State state) {
+  // By the numbers of Pondo's states.
   constexpr std::array states{netToPhysicalStateIncomplete, netToPhysicalStateReachable,
                               netToPhysicalStateStale,      netToPhysicalStateDelay,
                               netToPhysicalStateProbe,      netToPhysicalStateInvalid};

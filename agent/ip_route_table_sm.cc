@@ -94,6 +94,8 @@ void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const>
 std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Dovel::Prefix const& from) const {
   auto const mib = ipForwardMib();
   if (!mib) return std::nullopt;
+  // A prefix has rows in the one collection or a refusal in the other: the first of both is the
+  // lesser one.
   auto const served = mib->ipCidrRoutePrefix(from);
   auto const refused = std::as_const(*mib).inetCidrRoutes().refusal(from);
   return !served || (refused && *refused < *served) ? refused : served;

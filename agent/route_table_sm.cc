@@ -159,6 +159,7 @@ void RouteTableSm<Prefix>::handleFec(Pondo::Fib::FecId const& fecId) {
 
 template <class Prefix>
 void RouteTableSm<Prefix>::doSetupBacklogTimer() {
+  // A pass that is armed or under way sees what is entered until its end.
   if (mavClock_ && mavClock_->timeMin() == Mav::never) mavClock_->timeMinIs(Mav::asap);
 }
 
@@ -172,6 +173,8 @@ void RouteTableSm<Prefix>::runPass() {
 
 template <class Prefix>
 bool RouteTableSm<Prefix>::workOff(double deadline) {
+  // Round and round: prefixes at the front that change all the time do not keep those behind from
+  // being filed.
   work_.seek(bookmark_);
   for (;;) {
     // Nothing waits behind the bookmark: the pass goes on from the first prefix.
