@@ -41,6 +41,8 @@ int get(EntityScalar const& scalar, void const* entity, netsnmp_request_info* re
 
 int answer(EntityScalar const& scalar, void const* entity, int mode,
            netsnmp_request_info* requests) {
+  // Before the entity is looked at: a SET is refused for what the object is, whether its state is
+  // known or not.
   if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
     SCALAR_TRACE("SET is not configured for " << scalar.object);
     // The error travels in the request; the callback itself has done its work.

@@ -89,6 +89,7 @@ std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> c
   std::size_t count = 10;
   auto const needed = (count + 4 + key.bytes().size()) * sizeof words[0];
   if (size < 0 || needed > static_cast<std::size_t>(size) || needed > sizeof words) return 0;
+  // The row's index: an octet string has its length before it (RFC 2578 section 7.7).
   words[count++] = key.ifIndex();
   words[count++] = static_cast<std::uint32_t>(key.version());
   words[count++] = static_cast<std::uint32_t>(key.bytes().size());

@@ -39,7 +39,6 @@ struct BrivetSwFwdIpStatsTable {
   static constexpr std::string_view name = "brivetSwFwdIpStatsTable";
   static constexpr std::array<oid, 11> objectId{1, 3, 6, 1, 4, 1, 99999, 3, 1, 1, 1};
   static constexpr int modes = HANDLER_CAN_RONLY;
-  // A hashed collection, in its own order: net-snmp's iterator sorts the rows.
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipSwFwdStatsMap(); }
 
   static constexpr std::tuple indexes{integerIndex<Ip::IpVersion>(
@@ -90,6 +89,7 @@ struct BrivetSwFwdIpStatsTable {
       counter64<&SwFwdStats::inBcastPkts>(43, "brivetSwFwdIpStatsHCInBcastPkts", "inBcastPkts"),
       counter32<&SwFwdStats::outBcastPkts>(44, "brivetSwFwdIpStatsOutBcastPkts", "outBcastPkts"),
       counter64<&SwFwdStats::outBcastPkts>(45, "brivetSwFwdIpStatsHCOutBcastPkts", "outBcastPkts"),
+      // 0 says that there was no discontinuity since the agent's start; the kernel tells of none.
       constant<Conversion::SecondsToTimeTicks, 0>(46, "brivetSwFwdIpStatsDiscontinuityTime"),
       constant<Conversion::U32ToAsnUnsigned, refreshMilliseconds>(47, "brivetSwFwdIpStatsRefreshRate")};
   // clang-format on

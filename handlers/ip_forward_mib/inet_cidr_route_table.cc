@@ -36,6 +36,8 @@ struct InetCidrRouteTable {
   static constexpr auto readWrite = MaxAccess::readWrite;
 
   // Constant is what the kernel does not know: an AS, further metrics.
+  // By RFC 4292 an AS that is not known is 0, and a metric that is not used -1. Every row is
+  // active(1).
   static constexpr std::array columns{
       column<Conversion::S32ToAsnInteger>(7, "inetCidrRouteIfIndex", "ifIndex",
           [](Row const& row) { return row->ifIndex; }, readWrite),

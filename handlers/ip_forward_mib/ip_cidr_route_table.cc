@@ -30,6 +30,8 @@ struct IpCidrRouteTable {
   static constexpr auto readWrite = MaxAccess::readWrite;
 
   // Constant is what is not kept: the kind of route (other), its age, its AS, further metrics.
+  // By RFC 4292 an AS that is not known is 0, and a metric that is not used -1. Every row is
+  // active(1).
   static constexpr std::array columns{
       column<Conversion::DovelIpAddrToAsnOctetString>(1, "ipCidrRouteDest", "dest",
           [](Row const& row) { return row.key().dest(); }),

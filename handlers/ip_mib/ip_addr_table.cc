@@ -18,6 +18,8 @@ struct IpAddrTable {
   static constexpr std::tuple indexes{
       ipAddressIndex("ipAdEntAddr", "ipAdEntAddr", [](Dovel::IpAddr const& key) { return key; })};
 
+  // Linux puts fragments together up to 65535 octets, which no datagram exceeds (RFC 791;
+  // net/ipv4/ip_fragment.c).
   // clang-format off
   static constexpr std::array columns{
       column<Conversion::DovelIpAddrToAsnOctetString>(1, "ipAdEntAddr", "ipAdEntAddr",

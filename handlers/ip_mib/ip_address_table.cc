@@ -24,6 +24,7 @@ struct IpAddressTable {
       octetStringIndex("ipAddressAddr", "addrBytes",
           [](Key const& key) -> auto const& { return key.bytes(); })};
 
+  // Constant are origin and storage, other(1), and the row status, active(1) (RFC 4293, RFC 2579).
   // When an address came and when it changed is not tracked: both read as the agent's start.
   static constexpr std::array columns{
       column<Conversion::S32ToAsnInteger>(3, "ipAddressIfIndex", "ifIndex",

@@ -27,6 +27,7 @@ struct IpNetToPhysicalTable {
       inetAddressIndex("ipNetToPhysicalNetAddress", "netAddress",
           [](Key const& key) -> auto const& { return key.netAddress(); })};
 
+  // Constant is the row status: active(1) (RFC 2579) as long as the row is there.
   static constexpr std::array columns{
       column<Conversion::DovelLinkAddrToAsnOctetString>(4, "ipNetToPhysicalPhysAddress",
           "physAddress", [](Row const& row) { return row->physAddress; }, MaxAccess::readWrite),

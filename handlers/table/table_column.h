@@ -147,6 +147,8 @@ constexpr TableColumn column(unsigned number, char const* name, char const* attr
           access,
           columnBufferSize,
           [](void const* row, unsigned char* buffer, std::int32_t size) {
+            // A lambda that captures nothing is made again from its type: this one has to be a
+            // plain function.
             return Conv::convert(Get()(*static_cast<Row const*>(row)), buffer, size);
           }};
 }

@@ -173,6 +173,7 @@ netsnmp_variable_list* TableFrame<Table>::iterationHelper(Row const& row,
 template <class Table>
 void* TableFrame<Table>::makeDataContext(void const* loopContext) {
   if (!loopContext) return nullptr;
+  // A row of its own: net-snmp moves the loop context on, and frees both.
   auto* const row = new Row(*static_cast<Row const*>(loopContext));
   FRAME_TRACE(2, "_make_data_context",
               " - allocated data context " << static_cast<void const*>(row) << " for loop context "
