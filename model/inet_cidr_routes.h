@@ -59,6 +59,7 @@ class InetCidrRoutes {
     refusals_.put(prefix, row);
   }
   void refusalDel(Dovel::Prefix const& prefix) {
+    // Every route that carries traffic comes by here, and few machines have one that refuses.
     if (!refusals_.empty()) refusals_.erase(prefix);
   }
   /// The first prefix not less than `from` that refuses.
@@ -140,6 +141,8 @@ class InetCidrRoutes::IteratorConst {
 template <class Order>
 auto InetCidrRoutes::firstAfter(Order const& order) const -> IteratorConst {
   IteratorConst found{*this, hops_.firstAfter(byKey(order)), refusals_.firstAfter(byKey(order))};
+  // Behind the last of IPv4 it stands on the first of IPv6, which may lie before the place: that
+  // family is searched as well.
   if (found.isOf4()) return found;
   return {*this, routes6_.firstAfter(byKey(order))};
 }

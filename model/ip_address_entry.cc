@@ -7,6 +7,7 @@
 namespace IpSnmp {
 
 void IpAddressEntry::intfIs(IntfData data) {
+  // A copy: key() refers into `data`, which is moved from before put() looks at the key.
   auto const key = data.key();
   intf_.put(key, std::move(data));
 }

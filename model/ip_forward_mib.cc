@@ -9,6 +9,7 @@ namespace IpSnmp {
 namespace {
 
 IpCidrRouteTableIndex firstKey(Dovel::Prefix const& prefix) {
+  // No next hop is less than 0.0.0.0: all rows of the prefix stand from here on.
   return {prefix.address(), prefix.mask(), 0, {}};
 }
 

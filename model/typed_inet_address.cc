@@ -5,6 +5,7 @@
 namespace IpSnmp {
 
 TypedInetAddress::TypedInetAddress(std::uint32_t type, std::span<std::uint8_t const> octets) {
+  // type() goes by the octets: they are taken before they are judged.
   if (octets.size() <= sizeMax) append(octets);
   // RFC 4001: unknown, ipv4, ipv6, and ipv6z, which has four octets of zone index behind the
   // address.

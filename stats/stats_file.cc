@@ -78,6 +78,7 @@ bool readStatsFile(std::string const& path, std::string& text) {
   OpenFile const file(path.c_str());
   if (!file.isRegular()) return false;
 
+  // A file of /proc has no size that could be asked for: it is read until it ends.
   std::size_t used = 0;
   while (used < statsFileSizeMax) {
     if (used == text.size()) text.resize(std::clamp(2 * used, usualSize, statsFileSizeMax));

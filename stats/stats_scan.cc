@@ -23,6 +23,7 @@ constexpr std::size_t statNameMax = 79;
 using FieldMutator = void (SwFwdStatsData::*)(std::uint64_t);
 
 // Columns of the value line, behind the tag, Forwarding and DefaultTTL.
+// Their order is that of snmp4_ipstats_list (net/ipv4/proc.c).
 constexpr FieldMutator snmpColumns[] = {
     &SwFwdStatsData::inReceivesIs,      &SwFwdStatsData::inHdrErrorsIs,
     &SwFwdStatsData::inAddrErrorsIs,    &SwFwdStatsData::forwDatagramsIs,
@@ -34,6 +35,7 @@ constexpr FieldMutator snmpColumns[] = {
     &SwFwdStatsData::fragOKsIs,         &SwFwdStatsData::fragFailsIs,
     &SwFwdStatsData::fragCreatesIs};
 
+// The first of snmp4_ipextstats_list (net/ipv4/proc.c). Behind them stand octets.
 constexpr FieldMutator ipExtColumns[] = {
     &SwFwdStatsData::inNoRoutesIs,  &SwFwdStatsData::inTruncatedPktsIs,
     &SwFwdStatsData::inMcastPktsIs, &SwFwdStatsData::outMcastPktsIs,

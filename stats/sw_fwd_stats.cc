@@ -28,6 +28,7 @@ bool readIpv4(SwFwdStatsData& data) {
     MAV_TRACE_AS(statsTrace(), 0, "doRead", "Header is " << headerLength);
     return false;
   }
+  // Both files or none: no snapshot has one half older than the other.
   auto netstat = readText(StatsFile::netstat);
   if (!netstat) return false;
   scanNetstat(*std::move(netstat), data);
@@ -79,6 +80,8 @@ std::uint64_t SwFwdStats::fragReqds() const {
 
 std::uint64_t SwFwdStats::outTransmits() const {
   SwFwdStatsData const& data = fresh();
+  // By the Case diagram of RFC 4293: what was forwarded, sent or made by fragmentation, less what
+  // was dropped, and less the whole datagrams that fragments have replaced.
   return data.forwDatagrams() + data.outRequests() + data.fragCreates() - data.outNoRoutes() -
          data.fragFails() - data.fragOKs() - data.outDiscards();
 }
@@ -89,6 +92,7 @@ void SwFwdStats::doFreshen() const {
 
 void SwFwdStats::doRead() const {
   if (committing_) return;
+  // What a file does not tell keeps the value that it had.
   SwFwdStatsData data = data_;
   // A cache: reading is const to who asks for a counter.
   if (readFiles(ipVersion_, data)) const_cast<SwFwdStats*>(this)->commit(data);
