@@ -13,6 +13,8 @@ namespace {
 
 using Pondo::Keeping;
 
+// The model and the handlers know nothing of Pondo, and number its tables for themselves: the two
+// lists have to agree.
 static_assert(static_cast<int>(Pondo::TableId::forwarding) == IpSnmp::sharedTableForwarding);
 static_assert(static_cast<int>(Pondo::TableId::link) == IpSnmp::sharedTableLink);
 static_assert(static_cast<int>(Pondo::TableId::address4) == IpSnmp::sharedTableAddress4);
@@ -23,6 +25,8 @@ static_assert(static_cast<int>(Pondo::TableId::fec) == IpSnmp::sharedTableFec);
 static_assert(static_cast<int>(Pondo::TableId::route6) == IpSnmp::sharedTableRoute6);
 static_assert(static_cast<int>(Pondo::TableId::neighbour) == IpSnmp::sharedTableNeighbour);
 
+// The publisher's times come as seconds since the epoch (run_dir.h), and not as Mav::now() tells
+// them.
 double secondsSinceEpoch() {
   using Seconds = std::chrono::duration<double>;
   return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();

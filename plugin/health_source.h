@@ -19,6 +19,8 @@ class HealthSource {
   /// `follower` must outlive this.
   HealthSource(std::filesystem::path runDir, Pondo::Follower const& follower);
 
+  /// Takes a sample into `data`. IpSnmp::Health calls it on snmpd's thread, when a handler asks and
+  /// the last sample is too old.
   void operator()(IpSnmp::HealthData& data);
 
  private:

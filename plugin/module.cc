@@ -15,6 +15,7 @@ namespace OvoSnmp {
 
 namespace {
 
+// The log line of start() names the number too.
 constexpr unsigned retrySeconds = 5;
 
 // Plain pointers, freed by deinit_OvoSnmp: a daemon that exits without calling it runs the static
@@ -29,12 +30,15 @@ void armStart(unsigned seconds);
 void startOver() {
   Mav::log(Mav::Severity::warning,
            "memory ran out while changes were taken over; everything is read again");
+  // By an alarm: the plugin that start() destroys is the caller.
   armStart(0);
 }
 
 void start() {
   startAlarm = 0;  // a single alarm ends by itself
   try {
+    // The old one first: what it has mounted, and its environment of the tables, a process has
+    // once.
     delete std::exchange(plugin, nullptr);
     Mav::traceSinkIs(Snmp::snmpLogSink);
     plugin = new Plugin(Pondo::defaultRunDir(), startOver);
@@ -78,6 +82,7 @@ void deinit_OvoSnmp() noexcept {
     delete std::exchange(OvoSnmp::plugin, nullptr);
     delete std::exchange(OvoSnmp::keepToken, nullptr);
     Mav::Directory::root().unmountAll();
+    // Last: until here lines reach snmpd's log.
     Mav::traceSinkIs({});
   });
 }

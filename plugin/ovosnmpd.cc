@@ -27,6 +27,7 @@ constexpr char usage[] =
 
 bool isEnding = false;
 
+// What can be read stays unread: the loop ends with it.
 void onSignal(int /*fd*/, void* /*data*/) { isEnding = true; }
 
 /// SIGTERM and SIGINT as a descriptor of the agent's own loop.
@@ -61,6 +62,8 @@ int main(int argc, char** argv) {
   Pondo::openStandardDescriptors();
   if (int const code = readCommandLine(argc, argv); code >= 0) return code;
   snmp_enable_stderrlog();
+  // The order is the agent library's: the role before init_agent(), a module behind that, and
+  // before init_snmp(), which reads the configuration.
   netsnmp_enable_subagent();
   // Nothing to be kept. (..._DONT_PERSIST_STATE would leave the configuration unread as well.)
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);

@@ -21,6 +21,7 @@ namespace {
 // is led there from the beginning, whether the file is there yet or not.
 void chooseIpv4Counters(std::filesystem::path const& runDir) {
   constexpr auto* variable = "PROC_NET_SNMP";
+  // What an operator has set stands.
   std::string text;
   if (std::getenv(variable) || !Ip::readStatsFile("/proc/net/snmp", text)) return;
   if (text.find('\n') + 1 == Ip::snmpHeaderLength) return;
@@ -51,6 +52,8 @@ Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startO
   fib_.followerIs(&follower_);
   health_->sourceIs(HealthSource(runDir, follower_));
   Mav::Directory::root().mount(IpSnmp::Health::path, health_);
+  // Moves a timer and no more: a hook may neither throw nor allocate. Each further failure puts it
+  // off.
   Mav::memoryFailureHookIs([this] { startOver_.timeMinIs(Mav::now() + calm); });
 }
 
@@ -59,6 +62,7 @@ Plugin::~Plugin() {
   logTimes();
   framework_.unregisterAll();
   Mav::Directory::root().unmount(IpSnmp::Health::path);
+  // Whoever holds these entities may hold them longer than the follower lives, which they read.
   health_->sourceIs(nullptr);
   fib_.followerIs(nullptr);
 }
@@ -78,6 +82,7 @@ void Plugin::stateIsKnown() {
 void Plugin::serveOnceFiled() {
   // Routes that cannot be filed keep the other objects from being served for that long, and no
   // longer.
+  // Asked again and again: nobody tells when a backlog has become empty.
   if (!caches_.areFiled() && Mav::now() < filedBy_) {
     return filing_.timeMinIs(Mav::now() + filingCheck);
   }

@@ -20,6 +20,7 @@ std::array<Snmp::ObjectRoot, 1> const& objects() {
   return all;
 }
 
+// Filled while snmpd.conf is read, and asked for in the alarm that comes after that.
 std::set<std::string>& kept() {
   static std::set<std::string> names;
   return names;
