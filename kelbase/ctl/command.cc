@@ -72,6 +72,7 @@ constexpr char const* loadExamples =
     "    --rundir /tmp/try load links.json routes.json\n"
     "  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -";
 
+// `help` is none of CLI11's: words.h makes an option of it.
 constexpr std::array<std::string_view, 5> commandNames{"check", "help", "load", "show", "status"};
 
 /// Says why a text asks for nothing.
@@ -116,6 +117,7 @@ class CommandLine {
                        std::function<int()> command) {
     CLI::App& added = *app_.add_subcommand(name, description);
     added.footer(examples);
+    // The parser only chooses: what a command throws does not pass through it.
     added.callback([this, command = std::move(command)] { command_ = command; });
     return added;
   }
@@ -157,11 +159,13 @@ class CommandLine {
         ->check(asks(&RouteQuestion::toIs))
         ->excludes(within);
     added.parse_complete_callback([this] {
+      // CLI11 cannot be told that an option goes with one value of another alone.
       if ((within_.empty() && to_.empty()) || table_ == "routes") return;
       throw CLI::ValidationError(within_.empty() ? "--to" : "--within", "is for routes alone");
     });
   }
 
+  /// Raises nothing: the texts were checked when the line was parsed (asks).
   RouteQuestion routeQuestion() const {
     RouteQuestion question;
     if (!within_.empty()) question.withinIs(within_);

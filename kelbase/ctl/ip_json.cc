@@ -17,6 +17,8 @@ constexpr std::size_t quoteMax = 60;
 
 std::string quoted(std::string const& text) {
   std::string const shown = text.size() > quoteMax ? text.substr(0, quoteMax) + "..." : text;
+  // The cut may fall within a character of UTF-8: what is left of it is replaced, where dump()
+  // would throw.
   return nlohmann::json(shown).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 

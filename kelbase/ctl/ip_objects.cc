@@ -128,6 +128,7 @@ typename Ip::Destination destination(Fields const& fields) {
   std::string const& text = fields.text("dst", expected);
   if (text == "default") return {};
   try {
+    // `ip` leaves out the length of a route to one host.
     typename Ip::Destination const result(
         text.find('/') == text.npos ? fmt::format("{}/{}", text, unsigned{Ip::Addr::bits}) : text);
     if (result.subnet() == result.address()) return result;
@@ -170,6 +171,8 @@ std::uint8_t tosOf(Fields const& fields) {
   return number;
 }
 
+/// `ip` leaves the table out where it is main and no details are asked for, and prints its number
+/// where /etc/iproute2 has no name for it.
 bool isOfMainTable(Fields const& fields) {
   if (!fields.has("table")) return true;
   std::string const& table = fields.text("table", "the name or number of a table");

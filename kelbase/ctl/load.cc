@@ -195,6 +195,7 @@ void printJson(std::ostream& out, std::vector<Written> const& written) {
 }  // namespace
 
 int load(Context const& context, std::filesystem::path const& runDir, LoadOptions const& options) {
+  // Early, before long files are read; what keeps two writers apart is the writer's own lock.
   refuseWhilePublished(runDir);
   Kernel kernel;
   LoadBatch batch(kernel);

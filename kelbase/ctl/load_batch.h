@@ -53,6 +53,7 @@ class LoadBatch {
   static std::string kindList();
 
   using Hops = std::vector<NextHop>;
+  // Not a flat set: its elements stay where they are, and routes point to them.
   using SharedHops = std::unordered_set<Hops, absl::Hash<Hops>>;
   /// A ListedRoute that shares its next hops: there may be a million.
   template <class Ip>

@@ -102,6 +102,7 @@ constexpr std::array<Field<Address6>, 7> address6Fields{{
 using Neighbour = Pondo::NeighbourTable;
 
 std::string stateText(Neighbour::State state) {
+  // In the order of Neighbour::State.
   constexpr std::array<char const*, 6> names{"incomplete", "reachable", "stale",
                                              "delay",      "probe",     "failed"};
   return names.at(static_cast<std::size_t>(state));

@@ -67,6 +67,7 @@ class Asker {
   Asker(AgentAddress const& address, RunTool const& run) : address_(address), run_(run) {}
 
   std::optional<std::string> ask(std::string const& tool, std::string_view oid) const {
+    // -On: OIDs as numbers, whichever MIBs are installed: what is said is taken apart by them.
     return run_({tool, "-v2c", "-c", address_.community, "-t", "2", "-r", "1", "-On",
                  address_.agent, std::string(oid)});
   }
@@ -95,6 +96,7 @@ Finding silentFinding(AgentAddress const& address, std::string const& said) {
 }
 
 bool hasRows(ServedObject const& object, Status const& status) {
+  // Of the neighbours that are published it has those of IPv4 that are resolved alone.
   if (object.name == "ipNetToMediaTable") return status.resolvedNeighbours > 0;
   auto const published = publishedTableOf(object);
   auto const table = std::ranges::find(status.tables, published, &Status::Table::name);
@@ -149,6 +151,8 @@ Finding foreignFinding(std::vector<Registration> const& registrations) {
   }
   std::string names;
   for (auto const& one : registrations) {
+    // One at a longer OID answers in our place whatever its priority; one at an equal OID shows its
+    // own rows behind our last.
     bool const overlaps = std::ranges::any_of(
         servedObjects, [&](ServedObject const& object) { return isBelow(one.oid, object.oid); });
     if (!overlaps || one.priority == ourPriority) continue;

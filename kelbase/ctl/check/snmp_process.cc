@@ -110,6 +110,7 @@ std::vector<SnmpProcess> snmpProcesses() {
     SnmpProcess process;
     auto const number = entry.path().filename().string();
     std::from_chars(number.data(), number.data() + number.size(), process.pid);
+    // What is no number is no process.
     if (process.pid == 0) continue;
     process.name = firstLine(entry.path() / "comm");
     if (process.name != "snmpd" && process.name != "ovosnmpd") continue;
