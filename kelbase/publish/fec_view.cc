@@ -19,6 +19,7 @@ namespace {
 /// Fecs written between two looks at the clock.
 constexpr std::size_t setsALook = 16;
 
+/// As many as a record has room for.
 std::span<NextHop const> fitting(std::vector<NextHop> const& hops) {
   return std::span(hops).first(std::min(hops.size(), Pondo::Fib::viasMax));
 }
@@ -57,6 +58,7 @@ void FecView::cutIs(Shown& shown, std::size_t hops) {
   bool const isCut = hops > Pondo::Fib::viasMax;
   if (std::exchange(shown.isCut, isCut) == isCut) return;
   isCut ? ++cut_ : --cut_;
+  // One line for all of them: where there is one such set there may be many.
   if (!isCut || std::exchange(isCutTold_, true)) return;
   Mav::log(Mav::Severity::warning,
            fmt::format("a set of {} next hops: the first {} of such sets are published", hops,
@@ -131,6 +133,7 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
     if (shown(handle).fecId != 0) {
       owned.insert(shown(handle).fecId);
     } else if (sets_.objectOf(handle) == 0) {
+      // That of an object needs no search: its id is the object's own.
       auto const hops = sets_.hopsOf(handle);
       auto const shownHops = fitting(hops);
       orphans.try_emplace(std::vector(shownHops.begin(), shownHops.end()), handle);

@@ -39,6 +39,7 @@ auto RouteView<Ip>::typeOf(KernelRoute const& route) const -> RouteType {
     default:
       break;
   }
+  // One that is no refusal by itself may be one by its next hops: those of a blackhole object.
   switch (route.hops == NextHopSets::none ? FecView::Way::unknown : fecs_.way(route.hops)) {
     case FecView::Way::discard:
       return Routing::Fib::routeTypeBlackhole;
@@ -57,6 +58,7 @@ Pondo::Fib::Route RouteView<Ip>::recordOf(KernelRoute const& route) const {
                            .preference = Routing::RoutePreference(protocol.preference),
                            .routeType = typeOf(route)};
   if (isRefusal(record.routeType)) {
+    // The type says how it refuses, so that its protocol stands beside.
     record.refusedType = protocol.type;
   } else if (record.routeType != Routing::Fib::routeTypeUnknown) {
     record.fecId = fecs_.fecId(route.hops);
@@ -109,6 +111,7 @@ void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
     walked_ = {};
   }
   std::size_t walked = 1;
+  // One walk for all sets that have turned: no set knows its routes.
   for (Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
     if (walked % prefixesALook == 0 && Mav::now() > end) {
       walked_ = own.prefix();
