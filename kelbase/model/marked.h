@@ -53,7 +53,8 @@ class MarkedMap {
 
   void dumpBegin() { ++dump_; }
 
-  /// The objects that nothing was heard of since dumpBegin(), in the order of the map.
+  /// The objects that nothing was heard of since dumpBegin(), in the order of the map. By value,
+  /// because an erasure may end a walk over the map.
   std::vector<Key> unmarked() const {
     std::vector<Key> result;
     for (auto const& [key, object] : map_) {

@@ -60,6 +60,7 @@ class Slots {
     Handle next = none;
   };
 
+  // The first slot stays free for ever and is in no list: its number is `none`.
   std::vector<std::variant<Free, T>> slots_{1};  // by handle
   Handle firstFree_ = none;
   std::size_t used_ = 0;

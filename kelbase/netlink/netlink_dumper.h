@@ -54,7 +54,8 @@ class NetlinkDumper {
   void wantAll(double time);
   /// Of one source. Never starts at once: several can be asked for, and come in their order.
   void want(KernelSource const& source, double time);
-  /// As want(), but a look: nothing is in doubt until then, so that it is not pending().
+  /// As want(), but a look: nothing is in doubt until then, so that it is not pending(). Any dump
+  /// of the source that begins before does for it.
   void wantLook(KernelSource const& source, double time);
 
   /// While true, notifications are to be held back.

@@ -104,6 +104,7 @@ class NetlinkFeed {
   Mav::Timer replay_;
   StreamGauge gauge_;
 
+  // Whole datagrams, each in its own room: vector's allocation is aligned as nlmsghdr has to be.
   std::deque<std::vector<std::byte>> held_;
   std::size_t heldBytes_ = 0;
   std::size_t replayLeft_ = 0;  // held when the last dump ended, and not yet replayed
