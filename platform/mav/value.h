@@ -77,6 +77,7 @@ template <class T>
 T const& hashed(T const& attribute) {
   return attribute;
 }
+// By the object that it leads to, as a Ptr compares.
 template <class T>
 T const* hashed(Ptr<T> const& object) {
   return object.get();
@@ -130,6 +131,7 @@ class Value : public PlainValue<D> {
   friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {
     return Detail::withAttributes<D>([&](auto const&... attribute) {
       std::strong_ordering order = std::strong_ordering::equal;
+      // || ends the comparison at the first attribute that differs.
       static_cast<void>((((order = a.*attribute.member <=> b.*attribute.member) != 0) || ...));
       return order;
     });

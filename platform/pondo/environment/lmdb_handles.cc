@@ -16,6 +16,7 @@ namespace {
 
 using Reason = EnvironmentException::Reason;
 
+// LMDB's codes are negative and errno's positive (lmdb.h): one table has both.
 struct CodeText {
   int code;
   Reason reason;
@@ -110,6 +111,7 @@ void throwCode(int code, std::filesystem::path const& path, std::string_view wha
                    [code](CodeText const& text) { return text.code == code; });
   bool const known = found != std::end(codeTexts);
   char const* const advice = known ? found->advice : "see the kernel's log";
+  // mdb_strerror() has the texts of errno as well (lmdb.h).
   throw EnvironmentException(
       fmt::format("{}: cannot {}: {}; {}", path.string(), what, mdb_strerror(code), advice),
       known ? found->reason : Reason::other);

@@ -103,6 +103,7 @@ PathWatch::Events PathWatch::take() {
   Events events;
   alignas(inotify_event) std::array<char, 16'384> buffer{};
   for (;;) {
+    // Until nothing is left: the descriptor does not block (IN_NONBLOCK).
     auto const got = ::read(inotify_.get(), buffer.data(), buffer.size());
     if (got <= 0) return events;
     for (std::size_t at = 0; at < static_cast<std::size_t>(got);) {

@@ -188,6 +188,7 @@ void removeLeftovers(fs::path const& runDir) {
   for (auto const& entry : fs::directory_iterator(runDir, ignored)) {
     auto const name = entry.path().filename().string();
     bool const isLeftover = name.starts_with(stagingPrefix) || name.starts_with(keptPrefix);
+    // What is no directory, but a link or a file of such a name, goes by itself.
     if (isLeftover && !removeTableDirectory(entry.path())) ::unlink(entry.path().c_str());
   }
 }

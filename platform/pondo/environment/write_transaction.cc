@@ -39,6 +39,7 @@ CursorPtr openCursor(MDB_txn* txn, MDB_dbi table, std::filesystem::path const& p
 
 WriteTransaction::WriteTransaction(Environment const& env, TableHandles const& handles)
     : env_(env), handles_(handles) {
+  // Before LMDB looks at the map: a page behind the end of the file would be SIGBUS (mmap(2)).
   if (auto const* const file = env.damaged()) {
     throw EnvironmentException((env.directory() / file).string() +
                                    ": has been cut or overwritten; the tables are made anew",

@@ -111,6 +111,7 @@ Writer::Impl::Impl(std::filesystem::path const& path, Options given)
   ring();  // readers learn that the publisher is back
 }
 
+// Whoever died while it opened the tables may have died of them: they are not opened a second time.
 std::unique_ptr<Environment> Writer::Impl::replaceTables() const {
   if (identityAt(runDir / Format::tablesDirectory)) {
     Mav::log(Mav::Severity::warning,
@@ -235,6 +236,7 @@ void Writer::Impl::dropLog() {
 Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view value) {
   if (batch.size() >= batchMax) commit();
   auto const outcome = attempt([&](WriteTransaction& t) { return t.put(table, key, value); });
+  // Entered last: an attempt that is repeated does the batch again, and then this.
   if (outcome != Outcome::unchanged) batch.addPut(table, key, value);
   return outcome;
 }

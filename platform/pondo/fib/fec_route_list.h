@@ -104,6 +104,7 @@ class BasicFecRouteList : public Mav::Object {
   void remove(Slot place, Prefix const& prefix);
 
   Filed filed_;
+  // Whatever changes filed_ sets it anew: no iterator of a b-tree outlives a change.
   mutable Place last_ = filed_.end();  // where lowerBound() led
   std::vector<FecRoutes> fecs_;
   std::vector<Slot> free_;

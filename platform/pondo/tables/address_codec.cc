@@ -97,8 +97,7 @@ std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_vie
 
 template <>
 std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
-  // The kernel has an address once on a link, under one length (net/ipv6/addrconf.c,
-  // ipv6_add_addr): the length is in the record, and not in the key.
+  // A link has an address once, whatever its length (tables.h): that is in the record.
   checkAddress(key.link, key.local, 0);
   auto bytes = addressKeysOf(key.link);
   appendAddress(bytes, key.local);

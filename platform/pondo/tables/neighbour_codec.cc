@@ -65,6 +65,7 @@ std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key) {
     throw Mav::RangeException(fmt::format("a neighbour of the link {}", key.ifIndex));
   }
   std::string bytes;
+  // Most significant octet first: keys sort as the rows of ipNetToPhysicalTable do.
   for (int shift = 24; shift >= 0; shift -= 8) {
     bytes += static_cast<char>(static_cast<std::uint32_t>(key.ifIndex) >> shift);
   }

@@ -159,6 +159,7 @@ class AddressMirror : public TableMirror<Table> {
         Served const served{intfIdFor(key), want->link.ifIndex, addrWithMask(key, want->record)};
         it = served_.emplace(key, served).first;
       }
+      // Also of one that stays: its link may have gone up or down.
       interfaceIs(key, it->second, want->link);
     }
   }

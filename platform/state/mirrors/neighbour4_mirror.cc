@@ -19,6 +19,7 @@ void Neighbour4Mirror::begin() {
 
 void Neighbour4Mirror::interfaceChanged(Pondo::Snapshot const& snapshot,
                                         InterfaceChange const& change) {
+  // A link that stays keeps its neighbours, whether it is up or down.
   if (change.before && change.after && !change.leaves()) return;
   changes_.push_back(change);
   forEachFiled(Pondo::addressKeysOf(change.intfId),
@@ -67,6 +68,7 @@ void Neighbour4Mirror::announce() {
   }
   for (auto const& delta : deltas()) {
     if (!delta.after) continue;
+    // A neighbour that comes before its link is filed all the same, and announced with it (fill).
     if (auto const status = dir_->arpIntfStatus(delta.key.link.stringValue())) {
       status->arpEntryIs(entryStatus(delta.key, *delta.after));
     }
