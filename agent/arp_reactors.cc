@@ -41,6 +41,7 @@ void ArpTableSm::MavArpIntfStatus::handleArpEntry(Dovel::IpAddr address) {
   }
   auto const ipMib = Mav::validPtr(arpTableSm()->ipMib());
   ArpTableIndex const key(static_cast<std::uint32_t>(ifIndex_), address);
+  // The empty status says that there is no such neighbour.
   if (notifier()->arpEntry(address) != Arp::ArpEntryStatus()) {
     ipMib->arpTableIs(key, notifier());
   } else {

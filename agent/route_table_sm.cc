@@ -38,6 +38,7 @@ RouteTableSm<Prefix>::RouteTableSm(RouteTableTexts const& texts,
 template <class Prefix>
 RouteTableSm<Prefix>::~RouteTableSm() = default;
 
+// The list is of one RouteStatus: where another is watched it is begun anew.
 template <class Prefix>
 void RouteTableSm<Prefix>::listRoutesOfFecs() {
   fecRouteListIs();

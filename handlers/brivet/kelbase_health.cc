@@ -59,6 +59,7 @@ constexpr std::array<oid, 10> objectsOid{1, 3, 6, 1, 4, 1, 99999, 3, 2, 1};
 
 int answer(HealthScalar const& scalar, Health const* health, int mode,
            netsnmp_request_info* requests) {
+  // The longest value is a Counter64, of two words.
   std::array<unsigned char, 16> buffer;
   // Nothing else comes here: net-snmp refuses a SET of what is registered read-only, and its scalar
   // helper makes a GET of a GETNEXT.
