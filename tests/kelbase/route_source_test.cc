@@ -58,7 +58,7 @@ TEST_F(RouteSourceTest, OnlyABlackholeObjectTurnsTheType) {
   EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it may be prohibit or throw as well";
   wishes_.clear();
   blackhole(7);
-  EXPECT_EQ(wishes_, "IPv4 routes ") << "the multicast one is listed as a blackhole now";
+  EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it is listed as a blackhole now";
 }
 
 TEST_F(RouteSourceTest, RoutesThatLookTheSameAreReadAgain) {
