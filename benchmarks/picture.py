@@ -137,7 +137,7 @@ def row(text):
 
 def latency(text):
     """Answers amid a churn of all routes."""
-    found = {row[0]: row[1:] for row in cells(text, "GETs, 100 a second")}
+    found = {row[0]: row[1:] for row in cells(text, "GETs, 100 a second, while the whole table")}
     parts = {"median": 2, "90 of 100": 10, "99 of 100": 100, "999 of 1000": 1000}
 
     def column(at):
@@ -168,11 +168,11 @@ def restart(text):
     marks = [0, *(second for second, _ in happened), told[-1][0]]
     picture = Picture("Routes served while daemons are restarted", "seconds",
                       Even(tuple(marks), tuple(f"{second:.0f}" for second in marks)),
-                      Even((0, top / 2, top * 1.2), ("0", f"{top / 2:,.0f}", "")))
+                      Even((0, top / 2, top, top * 1.6), ("0", f"{top / 2:,.0f}", f"{top:,.0f}", "")))
     picture.write("restart.svg", more=[
         *picture.story("rows", points, silences),
         *(words(LEFT + Even(tuple(marks), ()).share(second) * (WIDTH - LEFT - RIGHT) + 4,
-                TOP + 14 + 16 * (number % 2), what, "start", GREY)
+                TOP + 14 + 16 * (number % 4), what, "start", GREY)
           for number, (second, what) in enumerate(happened))])
 
 
