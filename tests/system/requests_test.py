@@ -14,14 +14,17 @@ from ovo.ber import Binding, dotted
 from ovo.daemons import eventually
 from ovo.inet_routes import INET_ROUTE
 from ovo.routes import tree as route_tree
-from ovo.tables import ADDRESS, IP, NET_TO_MEDIA, ROUTE, ROUTE_NUMBER, TABLES
+from ovo.tables import ADDRESS, IP, NET_TO_MEDIA, NET_TO_PHYSICAL, ROUTE, ROUTE_NUMBER, TABLES, \
+    Tree
 
 MANY = 2**31
 MOST = 2**32 - 1
 LONGEST = 128  # sub-identifiers of an object identifier (RFC 2578, 7.1.3)
 # The daemon's own that reads every route of the kernel: ipRouteTable.
 READER = (*IP, 21)
-EVERY_TABLE = pytest.mark.parametrize("table", (*TABLES, ROUTE, INET_ROUTE, NET_TO_MEDIA), ids=lambda table: table.name)
+EVERY_TABLE = pytest.mark.parametrize(
+    "table", (*TABLES, ROUTE, INET_ROUTE, NET_TO_MEDIA, NET_TO_PHYSICAL),
+    ids=lambda table: table.name)
 
 
 class Asked:
@@ -69,7 +72,9 @@ def asked(still_router):
                  "route add fe80::/64 via fe80::7 dev eth2 metric 3", "route add default via fe80::9 dev eth3",
                  "route add unreachable 2600:3::/33",
                  *(f"neigh add 10.0.0.{n} lladdr 02:00:00:00:00:{n:02x} dev eth{1 + n % 3}"
-                   for n in (0, 3, *range(20, 30), 127, 254)))
+                   for n in (0, 3, *range(20, 30), 127, 254)),
+                 *(f"neigh add {address} lladdr 02:00:00:00:06:00 dev eth{n} nud permanent"
+                   for n in (1, 2) for address in ("fe80::7", "2001:db8::7", "4000::", "feff::1")))
     router.publish()
     agent = router.agent()
     assert agent.answers()
@@ -79,7 +84,17 @@ def asked(still_router):
     router.neighbours_agree(agent)
     return Asked(agent, trees | {
         ROUTE: route_tree(rows), INET_ROUTE: inet_routes.tree(router.inet_routes_agree(agent)),
-        NET_TO_MEDIA: router.kernel_neighbours()[0]})
+        NET_TO_MEDIA: router.kernel_neighbours()[0], NET_TO_PHYSICAL: physical(router, agent)})
+
+
+def physical(router, agent):
+    """ipNetToPhysicalTable as the kernel has it, with the times of updates that are served."""
+    tree = router.kernel_neighbours()[1]
+    times = {one.oid: one for one in agent.client.walk(
+        NET_TO_PHYSICAL.column("ipNetToPhysicalLastUpdated"))}
+    return Tree(NET_TO_PHYSICAL, {index: [
+        times.get(oid, tree.get(oid)).value for column in NET_TO_PHYSICAL.columns
+        for oid in [(*NET_TO_PHYSICAL.oid, 1, column.number, *index)]] for index in tree.indexes})
 
 
 @EVERY_TABLE
