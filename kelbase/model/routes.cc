@@ -58,9 +58,9 @@ void Routes<Ip>::onNexthop(std::uint32_t id) {
   });
   if (!isListedAnew) return;
   // The dump files again what it lists (is()); what stayed here would ask for one at each change.
-  auto const isHeard = [this](auto object) { return listsAnotherKind(object); };
-  absl::erase_if(hidingObjects_, isHeard);
-  absl::erase_if(bareObjects_, isHeard);
+  // The listing fills them again.
+  absl::erase_if(hidingObjects_, [this](auto object) { return !nexthops_.isBlackhole(object); });
+  absl::erase_if(bareObjects_, [this](auto object) { return nexthops_.isBlackhole(object); });
   doubt(Doubt::silence);
 }
 
