@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/handler_registration.h"
 #include "platform/snmp/registrations.h"
@@ -22,7 +23,8 @@ void Framework::registerAll() {
     try {
       unit->registerHandlers();
     } catch (std::exception const& e) {
-      // The other units are served all the same.
+      // The other units are served all the same; for want of memory, this one when all starts over.
+      Mav::noteMemoryFailure();
       Mav::log(Mav::Severity::error, std::string("a handler unit failed to register: ") + e.what());
     }
   }

@@ -302,11 +302,12 @@ bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
 
 void Follower::Impl::startComparison(LogState const& log) {
   MAV_TRACE(traceHandle(), 1, runDir << ": comparing everything, change log at " << log.next);
+  // First what may fail: once the position says that all before it is known, a walk has to know it.
+  comparison.emplace(listeners);
   if (instance != 0) ++resyncs;
   instance = log.instance;
   // What is committed behind the walk from now on stands in the log, and is announced from there.
   position = log.next;
-  comparison.emplace(listeners);
   state = State::comparing;
 }
 

@@ -11,6 +11,7 @@
 #include "platform/mav/time.h"
 #include "platform/pondo/tables/format.h"
 #include "tests/platform/pondo/peer_process.h"
+#include "tests/support/failing_allocations.h"
 
 namespace Pondo::Test {
 namespace {
@@ -240,6 +241,30 @@ TEST_F(FollowerTest, movedTablesAreFollowedWithoutAComparison) {
   EXPECT_THAT(mirror.announced, ElementsAre("if0000007"));
   EXPECT_EQ(mirror.inSync, 1);
   EXPECT_THAT(lines.take(), IsEmpty());
+}
+
+TEST_F(FollowerTest, anyAllocationMayFailWhileNewTablesAreTaken) {
+  followPublisher();
+  unsigned nth = 0;
+  for (bool failed = true; failed;) {
+    publisher.tell("close");
+    fs::remove_all(runDir);
+    publish();
+    publisher.tell("links " + std::to_string(++nth) + " 2 1");
+    commit("link a " + std::to_string(nth));
+    {
+      FailingAllocation const failing(nth);
+      turns(3);
+      failed = failing.hasFailed();
+    }
+    for (int look = 0; look < 3; ++look) {
+      time.advance(Follower::lookInterval);
+      turns(3);
+    }
+    ASSERT_EQ(mirror.links.size(), 3U) << "allocation " << nth;
+    ASSERT_EQ(mirror.links.at("a"), static_cast<int>(nth)) << "allocation " << nth;
+  }
+  EXPECT_GT(nth, 50U);
 }
 
 TEST_F(FollowerTest, permissionsThatAreMendedAreSeenAtOnce) {
