@@ -2,6 +2,9 @@
 // The index components of tables of both families (RFC 4001): an InetAddress of any type, which
 // comes with its InetAddressType, and a policy that is always zeroDotZero. As those of
 // table_index.h.
+//
+// The type has a component of its own, before the address: a hint whose type and octets do not go
+// together is refused where the key is made of them (model/typed_inet_address.h).
 
 #include "handlers/table/table_index.h"
 #include "model/inet_cidr_route_table_index.h"
@@ -10,6 +13,7 @@ namespace IpSnmp {
 
 /// InetAddress: an OCTET STRING that is kept as an address.
 struct InetAddressSyntax : OctetStringSyntax {
+  // From where the octets lie: no string is made for a row that a walk passes.
   template <class Visitor>
   static void visit(Visitor& visitor, TypedInetAddress const& address) {
     auto const octets = address.octets();
@@ -30,6 +34,7 @@ struct ZeroDotZeroSyntax {
 
   static Value decode(netsnmp_variable_list const& variable) {
     auto const* const from = variable.val.objid;
+    // inetCidrRoutePolicy of another value names no row of this table (RFC 4292).
     if (!from || variable.val_len != 2 * sizeof(oid) || from[0] != 0 || from[1] != 0) {
       throw Mav::RangeException("it is not zeroDotZero");
     }
@@ -37,6 +42,7 @@ struct ZeroDotZeroSyntax {
   }
   template <class Visitor>
   static void visit(Visitor& visitor, Value /*value*/) {
+    // Its length, and the two sub-identifiers of 0.0 (RFC 2578 section 7.7).
     for (std::uint32_t const subIdentifier : {2U, 0U, 0U}) visitor.add(subIdentifier);
   }
   static std::int32_t convert(Value /*value*/, unsigned char* buffer, std::int32_t size) {

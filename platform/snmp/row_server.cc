@@ -46,6 +46,7 @@ class RequestData {
     request.parent_data = &node_;
   }
   ~RequestData() {
+    // The agent frees the nodes of a request when it ends: one on the stack must not be among them.
     // What a handler has put before it since then stays.
     auto** link = &request_.parent_data;
     while (*link && *link != &node_) link = &(*link)->next;
@@ -71,7 +72,9 @@ class Forgetting {
   SortedRows& rows_;
 };
 
-/// The mode that a table's handler sees of a GETNEXT or GETBULK whose row has been found.
+/// The mode that a table's handler sees of a GETNEXT or GETBULK whose row has been found. It is the
+/// one that net-snmp's iterator would show it: a table refuses all that is not a GET
+/// (answerTable()).
 class GetMode {
  public:
   explicit GetMode(netsnmp_agent_request_info& info) : info_(info), mode_(info.mode) {
@@ -105,6 +108,7 @@ bool hasRepetitions(netsnmp_request_info const& request, netsnmp_agent_session c
   auto const& variable = *request.requestvb;
   if (request.repeat <= 0 || request.status != SNMP_ERR_NOERROR) return false;
   if (isLastOfChain(request, session)) return false;
+  // A cell that the table has left without a value is the agent's to ask about again.
   if (variable.type == ASN_NULL || variable.type == ASN_PRIV_RETRY) return false;
   // Behind the range another registration comes first.
   return !request.range_end || snmp_oid_compare(variable.name, variable.name_length,
@@ -168,7 +172,8 @@ RowServer::RowServer(std::unique_ptr<SortedRows> rows, netsnmp_iterator_info& it
     : rows_(std::move(rows)), iterator_(iterator), columns_(columns) {
   auto* const table = iterator.table_reginfo;
   // Two lists: get-first writes the indexes of the row that it finds while it still reads those of
-  // the hint.
+  // the hint. They serve traces alone: where there was no memory for one, what the functions tell is
+  // cut short, and what is answered stays the same.
   found_ = snmp_clone_varbind(table->indexes);
   hint_.indexes = snmp_clone_varbind(table->indexes);
   hint_.reg_info = table;
@@ -197,6 +202,8 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
     // The table's own handler is the last of the chain: what stands before it, the iterator among
     // them, would search for the row again.
     while (call.table->next) call.table = call.table->next;
+    // The last find holds for this call alone: before the next one a turn of the loop may have
+    // filed changes.
     Forgetting const forgetting(*server.rows_);
     int status = SNMP_ERR_NOERROR;
     for (auto *request = requests, *next = request; request; request = next) {
@@ -232,6 +239,7 @@ int RowServer::settle(Call const& call, netsnmp_request_info* request) {
 
 int RowServer::get(Call const& call, netsnmp_request_info* request) {
   auto const place = CellPlace::named(nameOf(*request), call.root(), columns_);
+  // net-snmp's table helper tells a column that is not there from an instance that is not.
   if (place.column == 0) return call.handOn(request);
   if (!rows_->find(place.instance, SortedRows::Search::at)) {
     return answerAbsent(call, request, place);
@@ -259,6 +267,7 @@ int RowServer::walk(Call const& call, netsnmp_request_info* request) {
     int const status = answer(call, request, walk.column());
     if (status != SNMP_ERR_NOERROR || !isBulk || !hasRepetitions(*request, call.info->asp))
       return status;
+    // A view of the variable that has just been answered; it stays where it is in the chain.
     auto const last = nameOf(*request);
     toNextRepetition(*request);
     if (!atOnce) return leaveRepetition(*request, last, ASN_PRIV_RETRY), SNMP_ERR_NOERROR;
@@ -281,6 +290,7 @@ int RowServer::answerAbsent(Call const& call, netsnmp_request_info* request,
 
 /// By the row that the rows stand on.
 int RowServer::answer(Call const& call, netsnmp_request_info* request, unsigned column) {
+  // Without a trace no index is set and no row is copied to the heap.
   if (!rows_->isTraced() || !rows_->setIndexes(hint_.indexes)) {
     return callTable(call, request, column, rows_->row());
   }

@@ -46,19 +46,26 @@ class RowServer {
     netsnmp_agent_request_info* info;
     View view;
 
+    /// To the next handler of the chain, which is net-snmp's own.
     int handOn(netsnmp_request_info* request) const;
     Instance root() const { return {registration->rootoid, registration->rootoid_len}; }
   };
   class Told;
 
+  /// Where net-snmp comes in, with a list of requests. Each is settled alone; the first error is
+  /// the status, and the requests behind it are answered all the same.
   static int handle(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
                     netsnmp_agent_request_info* info, netsnmp_request_info* requests) noexcept;
+  // Of one request; each gives the SNMP error status. A request that is left without a value goes
+  // on to whatever the agent has registered behind this table.
   int settle(Call const& call, netsnmp_request_info* request);
   int get(Call const& call, netsnmp_request_info* request);
   int walk(Call const& call, netsnmp_request_info* request);
   int set(Call const& call, netsnmp_request_info* request);
   int answerAbsent(Call const& call, netsnmp_request_info* request, CellPlace const& place);
   int answer(Call const& call, netsnmp_request_info* request, unsigned column);
+  /// Has the table's own handler answer, with `row` for its data context; null of a row that is
+  /// absent.
   int callTable(Call const& call, netsnmp_request_info* request, unsigned column, void* row);
   void tellEnd();
 

@@ -24,6 +24,7 @@ RowWalk::RowWalk(SortedRows& rows, Instance root, std::span<unsigned const> colu
       view_(view),
       onEnd_(std::move(onEnd)),
       prefixSize_(root.size() + 2) {
+  // These stay; enter() writes the column behind them, and settle() the instance.
   *std::copy(root.begin(), root.end(), name_.begin()) = CellPlace::entry;
 }
 
@@ -31,6 +32,8 @@ bool RowWalk::start(Instance name, bool inclusive) {
   Instance const root(name_.data(), prefixSize_ - 2);
   auto const place = CellPlace::named(name, root, columns_);
   if (place.column != 0) {
+    // A column's own name is no cell. Searched as the place behind it, it finds what another column
+    // of the request may have found already.
     bool const atToo = inclusive && !place.instance.empty();
     return enter(place.column, place.instance, atToo ? Search::atOrAfter : Search::after);
   }
@@ -52,7 +55,8 @@ bool RowWalk::step() {
 
 bool RowWalk::enter(unsigned column, Instance instance, Search search) {
   // The instance is of the first column alone. Each further one is entered by its first row, which
-  // is the first behind an instance of no sub-identifiers.
+  // is the first behind an instance of no sub-identifiers. A column that is hidden whole costs one
+  // question, however many rows it has.
   for (; column != 0; column = columnFrom(oid{column} + 1), instance = {}, search = Search::after) {
     column_ = column;
     name_[prefixSize_ - 1] = column;
@@ -68,6 +72,8 @@ bool RowWalk::enter(unsigned column, Instance instance, Search search) {
 /// From a row on to the first one that is shown.
 bool RowWalk::settle(bool isOnRow) {
   while (isOnRow) {
+    // Once a row: the name is needed for the answer as well, the question only where the view cuts
+    // through the column.
     size_ = prefixSize_ + rows_.instance(std::span(name_).subspan(prefixSize_));
     if (seesAll_ || view_.shows(name())) return true;
     isOnRow = passHidden();
@@ -78,9 +84,11 @@ bool RowWalk::settle(bool isOnRow) {
 /// To the first row behind the largest subtree around this cell that is hidden whole.
 bool RowWalk::passHidden() {
   // From the largest subtree to the smallest: the first that is hidden whole spares the most rows.
+  // Neither the column, of which enter() has asked, nor the whole name, which is known to be hidden.
   for (auto size = prefixSize_ + 1; size < size_; ++size) {
     if (view_.extentOf({name_.data(), size}) != View::Extent::none) continue;
-    // The least instance behind the subtree.
+    // The least instance behind the subtree. One more than the largest sub-identifier is one, too:
+    // an oid has 64 bits.
     ++name_[size - 1];
     return rows_.find({name_.data() + prefixSize_, size - prefixSize_}, Search::atOrAfter);
   }

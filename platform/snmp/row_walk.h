@@ -34,6 +34,9 @@ class RowWalk {
   unsigned column() const { return column_; }
 
  private:
+  // Each goes to a cell that is shown, and is false where there is none. enter() looks in a column
+  // and in those behind it, settle() in the same column from a row on, passHidden() behind the
+  // hidden cell that it stands on.
   bool enter(unsigned column, Instance instance, SortedRows::Search search);
   bool settle(bool isOnRow);
   bool passHidden();
@@ -43,6 +46,7 @@ class RowWalk {
   std::span<unsigned const> const columns_;
   View const& view_;
   std::function<void()> const onEnd_;
+  // Written in place: a step from row to row allocates nothing.
   std::array<oid, MAX_OID_LEN> name_;  // ROOT.1.COLUMN.INSTANCE
   std::size_t const prefixSize_;       // as far as COLUMN
   std::size_t size_ = 0;
@@ -57,6 +61,8 @@ struct CellPlace {
   unsigned column = 0;  // 0: none of the table's
   Instance instance;
 
+  /// The place of `name` in the table registered at `root`. A name that ends with its column has an
+  /// empty instance; one that is none of a column's gives column 0.
   static CellPlace named(Instance name, Instance root, std::span<unsigned const> columns);
 };
 

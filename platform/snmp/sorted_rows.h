@@ -11,6 +11,8 @@ namespace Snmp {
 
 class SortedRows {
  public:
+  /// How the row stands to the instance: a GET asks for `at`, a GETNEXT for `after`, one that
+  /// includes the name for `atOrAfter`.
   enum class Search { at, atOrAfter, after };
 
   SortedRows() = default;

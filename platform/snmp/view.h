@@ -25,6 +25,8 @@ class View {
     if (!whole_) whole_ = ask(root_);
     return *whole_ == Extent::some ? ask(subtree) : *whole_;
   }
+  /// Whether one cell is shown. To be asked only where extentOf() says `some`, since it goes
+  /// through the rules of the view for each cell.
   bool shows(std::span<oid> name) const;
 
  private:
@@ -32,6 +34,7 @@ class View {
 
   netsnmp_pdu* const pdu_;
   std::span<oid> const root_;
+  // Asked at the first need: a GET needs none, since the agent itself looks at each name of a GET.
   mutable std::optional<Extent> whole_;
 };
 
