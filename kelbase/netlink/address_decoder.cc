@@ -14,6 +14,8 @@ constexpr std::array address4Rules{
     AttributeRule{IFA_LOCAL, "IFA_LOCAL", exactly(sizeof(Dovel::IpAddr::Octets))},
     AttributeRule{IFA_ADDRESS, "IFA_ADDRESS", exactly(sizeof(Dovel::IpAddr::Octets))},
     AttributeRule{IFA_LABEL, "IFA_LABEL", textOf(IFNAMSIZ)},
+    // IFA_CACHEINFO is not among them: lifetimes are the kernel's business until it tells what they
+    // end in.
     AttributeRule{IFA_FLAGS, "IFA_FLAGS", exactly(sizeof(std::uint32_t))},
 };
 
@@ -44,7 +46,7 @@ void checkAddress(NetlinkMessage const& message, Addr const& local, unsigned len
   }
 }
 
-/// ifa_flags has room for the first eight alone.
+/// ifa_flags has room for the first eight alone. IFA_F_NOPREFIXROUTE is beyond them.
 std::uint32_t flagsOf(Attributes const& attributes, ifaddrmsg const& info) {
   return attributes.value<std::uint32_t>(IFA_FLAGS).value_or(info.ifa_flags);
 }
@@ -68,6 +70,7 @@ std::optional<Address4> Address4Decoder::read(NetlinkMessage const& message) {
   // IFA_ADDRESS is the peer, or the address again; each is left out when it is 0.0.0.0.
   auto const peer = attributes.address<Dovel::IpAddr>(IFA_ADDRESS).value_or(Dovel::IpAddr());
   auto const local = attributes.address<Dovel::IpAddr>(IFA_LOCAL).value_or(peer);
+  // Neither told: an address of 0.0.0.0, which is malformed.
   checkAddress(message, local, info->ifa_prefixlen);
   // Where nobody gave the address a label it has the link's name for one (net/ipv4/devinet.c,
   // rtm_to_ifaddr). One that is empty is left out.

@@ -2,6 +2,9 @@
 // RTM_NEWADDR and RTM_DELADDR (rtnetlink(7)), read into Address4 and Address6. The kernel writes
 // them in inet_fill_ifaddr (net/ipv4/devinet.c) and inet6_fill_ifaddr (net/ipv6/addrconf.c). Every
 // attribute that is used is checked first: BadMessage otherwise.
+//
+// Each has its version of IP alone, though both take the same type of message: a family that is not
+// theirs is passed over before any attribute is looked at.
 
 #include <array>
 #include <optional>
@@ -22,7 +25,9 @@ struct Address4Decoder {
   static constexpr std::uint16_t newType = RTM_NEWADDR;
   static constexpr std::uint16_t delType = RTM_DELADDR;
 
+  /// Of the version's own addresses: a dump of AF_UNSPEC would list all, once for each of the two.
   static std::vector<NetlinkRequest> requests();
+  /// Nothing for the other version; BadMessage.
   static std::optional<Address4> read(NetlinkMessage const& message);
 };
 

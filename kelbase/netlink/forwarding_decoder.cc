@@ -42,6 +42,7 @@ std::optional<ForwardingFlag> ForwardingDecoder::read(NetlinkMessage const& mess
   if (attributes.value<std::int32_t>(NETCONFA_IFINDEX) != NETCONFA_IFINDEX_ALL) return std::nullopt;
   // Of what goes the version alone counts (Forwarding::del).
   if (message.type() == RTM_DELNETCONF) return ForwardingFlag{*version, false};
+  // A change of another setting of "all" comes without it.
   auto const forwarding = attributes.value<std::int32_t>(NETCONFA_FORWARDING);
   if (!forwarding) return std::nullopt;
   return ForwardingFlag{*version, *forwarding != 0};

@@ -2,6 +2,9 @@
 // RTM_NEWNETCONF and RTM_DELNETCONF (linux/netconf.h) of the pseudo-interface "all", read into
 // ForwardingFlag. The kernel writes them in inet_netconf_fill_devconf (net/ipv4/devinet.c) and
 // inet6_netconf_fill_devconf (net/ipv6/addrconf.c).
+//
+// A link that is renamed has its netconf deleted and told again under the same index, which says
+// nothing of "all".
 
 #include <array>
 #include <optional>

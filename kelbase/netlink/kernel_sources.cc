@@ -21,7 +21,8 @@ std::unique_ptr<KernelSource> sourceOf(Model& model) {
 KernelSources makeKernelSources(Kernel& kernel) {
   KernelSources sources;
   // What others refer to is asked for first: links before all that hangs on them, nexthop objects
-  // before the routes through them.
+  // before the routes through them. Another order would end right too, but later: an address whose
+  // link has no name waits for it, and a route whose object is not known has no next hops yet.
   sources.push_back(sourceOf<LinkDecoder>(kernel.links));
   sources.push_back(sourceOf<ForwardingDecoder>(kernel.forwarding));
   sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));

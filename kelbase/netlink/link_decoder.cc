@@ -34,10 +34,14 @@ std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
   }
   Link link;
   link.index = info.ifi_index;
+  // Nothing else is asked of it: a removal whose attributes are malformed removes the link all the
+  // same.
   if (message.type() == RTM_DELLINK) return link;
   Attributes const attributes(message, message.attributes<ifinfomsg>(), linkRules);
   link.name = Dovel::IntfId(*attributes.text(IFLA_IFNAME));
   link.isUp = (info.ifi_flags & IFF_UP) != 0;
+  // The kernel computes IFF_RUNNING and IFF_LOWER_UP for each message (net/core/dev.c,
+  // dev_get_flags): the first of the operational state (RFC 2863), the second of the carrier.
   link.isRunning = (info.ifi_flags & IFF_RUNNING) != 0;
   link.hasCarrier = (info.ifi_flags & IFF_LOWER_UP) != 0;
   link.isLoopback = (info.ifi_flags & IFF_LOOPBACK) != 0;

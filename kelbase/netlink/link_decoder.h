@@ -2,6 +2,9 @@
 // RTM_NEWLINK and RTM_DELLINK (rtnetlink(7)), read into Link. The kernel writes them in
 // rtnl_fill_ifinfo (net/core/rtnetlink.c). Every attribute that is used is checked first:
 // BadMessage otherwise.
+//
+// Links are the one kind that others are hung on by index. A link's end is the kernel's last word
+// on it: what hung on it has gone before, with messages of its own or in silence (SilentChanges).
 
 #include <array>
 #include <optional>

@@ -32,6 +32,7 @@ class ModelSource : public KernelSource {
   }
   void dumpBegin() override { model_.dumpBegin(); }
   void dumpEnd(bool whole) override { model_.dumpEnd(whole); }
+  /// A removal is read as carefully as an object: what it does not tell well removes nothing.
   void receive(NetlinkMessage const& message) override {
     auto const object = Decoder::read(message);
     if (!object) return;

@@ -39,7 +39,8 @@ std::optional<Reach> reachOf(unsigned state) {
   return found == reaches.end() ? std::nullopt : std::optional(found->second);
 }
 
-/// ndm_updated: hundredths of a second (USER_HZ) since then.
+/// ndm_updated: hundredths of a second (USER_HZ) since then. Told as an age, and kept as a time: an
+/// age would be another at every message.
 std::uint64_t updatedAt(nda_cacheinfo const& info) {
   auto const now = static_cast<std::uint64_t>(Mav::bootTime() * 100.0);
   return now > info.ndm_updated ? now - info.ndm_updated : 0;
@@ -52,6 +53,8 @@ Neighbour readOf(NetlinkMessage const& message, ndmsg const& info) {
   neighbour.link = info.ndm_ifindex;
   neighbour.key = *attributes.template address<Addr>(NDA_DST);
   auto const reach = reachOf(info.ndm_state);
+  // The kernel tells of multicast addresses too, as NUD_NOARP: some of each link, which `ip
+  // neighbour` does not show either.
   neighbour.isThere = reach.has_value();
   neighbour.state.reach = reach.value_or(Reach::incomplete);
   neighbour.state.isOwn = info.ndm_type == RTN_LOCAL;

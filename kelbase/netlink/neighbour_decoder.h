@@ -2,6 +2,9 @@
 // RTM_NEWNEIGH and RTM_DELNEIGH (rtnetlink(7)) of IPv4 and IPv6, read into Neighbour. The kernel
 // writes them in neigh_fill_info (net/core/neighbour.c). Those of other families (AF_BRIDGE) and
 // proxy entries are passed over.
+//
+// One source for both versions: the kernel's group and dump are of all families, and so is the
+// published table.
 
 #include <array>
 #include <optional>

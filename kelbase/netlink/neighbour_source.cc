@@ -6,6 +6,8 @@
 namespace Kelbase {
 namespace {
 
+// Of the processor, not of the clock: a machine that is busy with other things makes no look dear.
+// The kernel's work for this thread is in it, and that is the most of a look.
 double processorTime() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -18,6 +20,7 @@ bool hasHosts(Link const& link) { return link.isUp && !link.isLoopback; }
 
 NeighbourSource::NeighbourSource(Neighbours& neighbours, Links& links)
     : ModelSource(neighbours), links_(links) {
+  // For as long as both live: the model outlives its sources (KernelPublisher's members).
   links.observerIs(*this);
 }
 
@@ -34,6 +37,7 @@ void NeighbourSource::receive(NetlinkMessage const& message) {
   auto const neighbour = NeighbourDecoder::read(message);
   if (!neighbour) return;
   ++heard_;
+  // Counted, because the model's is() says true of a new state too.
   auto const before = model().size();
   message.type() == RTM_NEWNEIGH ? model().is(*neighbour) : model().del(*neighbour);
   // One that came or went changes how many there are; a new state of one does not.
@@ -41,11 +45,13 @@ void NeighbourSource::receive(NetlinkMessage const& message) {
 }
 
 void NeighbourSource::dumpEnd(bool whole) {
+  // Before the sweep: what a whole dump has left out is news as well.
   std::size_t const before = model().size();
   ModelSource::dumpEnd(whole);
   if (whole) confirm(before);
   if (!whole)
     cost_ = processorTime() - begunAt_;  // a dump of all costs more once, where all is new
+  // Each dump or look plans the next: nothing else repeats them.
   bool hasAny = false;
   links_.forEach([&](Link const& link) { hasAny |= hasHosts(link); });
   // Else the looks rest until a link comes up (onLink()).
@@ -53,6 +59,7 @@ void NeighbourSource::dumpEnd(bool whole) {
 }
 
 void NeighbourSource::confirm(std::size_t before) {
+  // An answer of one datagram is made in one go, and has left nothing out.
   bool const isInDoubt = heard_ > onePiece && (hasNews_ || model().size() != before);
   confirms_ = isInDoubt ? confirms_ + 1 : 0;
   if (isInDoubt && confirms_ <= confirmMax) wantDump(confirmDelay);

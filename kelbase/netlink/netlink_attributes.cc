@@ -39,6 +39,8 @@ AttributeRule const* ruleOf(std::span<AttributeRule const> rules, std::uint16_t 
 bool Attributes::keepsRule(Bytes payload, AttributeSize const& size) {
   if (!size.text) return payload.size() >= size.min && payload.size() <= size.max;
   auto const* const text = reinterpret_cast<char const*>(payload.data());
+  // The kernel ends a text with NUL, but counts it among the bytes: without one there is no end to
+  // read to.
   std::size_t const characters = strnlen(text, payload.size());
   // With a NUL within it: who reads the text reads up to that.
   return characters > 0 && characters < payload.size() && characters < size.max;
@@ -59,6 +61,7 @@ Attributes::Attributes(NetlinkMessage const& message, Bytes bytes,
     // Two bits beside the type are flags: NLA_F_NESTED and NLA_F_NET_BYTEORDER.
     std::uint16_t const type = attribute->nla_type & NLA_TYPE_MASK;
     auto const* const rule = ruleOf(rules, type, next);
+    // Its size is not judged either: a newer kernel may put anything there.
     if (!rule) continue;
     if (!keepsRule(payloadOf(*attribute), rule->size)) {
       throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", message.name(), rule->name,

@@ -45,6 +45,7 @@ inline constexpr bool required = true;
 
 struct AttributeRule {
   std::uint16_t type;
+  // As the kernel's header has it: BadMessage names it, and whoever reads that looks there.
   std::string_view name;
   AttributeSize size;
   bool isRequired = false;
@@ -68,6 +69,8 @@ class Attributes {
     nlattr const* const attribute = find(type);
     if (!attribute) return std::nullopt;
     auto const payload = payloadOf(*attribute);
+    // A rule that guarantees less is a fault of ours: the constructor has held the message to the
+    // rules.
     assert(payload.size() >= sizeof(T));
     T result;
     std::memcpy(&result, payload.data(), sizeof(T));
@@ -97,12 +100,14 @@ class Attributes {
   }
   static bool keepsRule(Bytes payload, AttributeSize const& size);
   nlattr const* find(std::uint16_t type) const {
+    // An attribute that no rule names was passed over: it would look absent in every message.
     assert(isDeclared(type));
     return found_[type];
   }
   bool isDeclared(std::uint16_t type) const;
 
   std::span<AttributeRule const> rules_;
+  // Pointers into the datagram: nothing of a message is copied before it is asked for.
   std::array<nlattr const*, typesMax> found_{};  // by type
 };
 

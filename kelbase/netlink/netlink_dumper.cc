@@ -45,6 +45,7 @@ void NetlinkDumper::openSocket() {
 }
 
 void NetlinkDumper::wantAll(double time) {
+  // One that was wanted sooner stays so: a delay puts nothing off that somebody else waits for.
   for (auto& job : jobs_) job.due = std::min(job.due.value_or(time), time);
   if (!busy()) startNext();
 }
@@ -99,12 +100,15 @@ void NetlinkDumper::start(Job& job) {
   current_ = &job;
   request_ = 0;
   interrupted_ = false;
+  // Before the request is sent: whatever the answer names is marked as of this dump.
   job.source->dumpBegin();
   send();
 }
 
 void NetlinkDumper::send() {
   timeout_.timeMinIs(Mav::now() + answerTimeout);
+  // A request of several has one number each: the end of the first must not be taken for the
+  // second's.
   if (!socket_->send(current_->source->requests()[request_], ++sequence_)) {
     giveUp(std::strerror(errno));
   }
@@ -135,7 +139,8 @@ bool NetlinkDumper::receiveOne() {
   timeout_.timeMinIs(busy() ? Mav::now() + answerTimeout : Mav::never);
   try {
     forEachMessage(received.datagram, [this](NetlinkMessage const& message) {
-      // What is left of a request that was given up comes under another number.
+      // What is left of a request that was given up comes under another number. A message may end
+      // the request, and the next be sent, while this datagram is walked.
       if (busy() && message.sequence() == sequence_) onMessage(message);
     });
   } catch (BadMessage const& error) {
@@ -155,6 +160,7 @@ void NetlinkDumper::onMessage(NetlinkMessage const& message) {
   switch (message.type()) {
     case NLMSG_NOOP:
       return;
+    // The kernel's word for data lost (linux/netlink.h): as good as an interruption.
     case NLMSG_OVERRUN:
       interrupted_ = true;
       return;
@@ -174,6 +180,7 @@ void NetlinkDumper::onRequestEnd(NetlinkMessage const& message) {
   } else if (error != 0 && !(isUnsupported(error) && requests[request_].isUnsupportedEmpty())) {
     return giveUp(fmt::format("{} {}", std::strerror(error), extendedErrorOf(message)));
   }
+  // One request after the other: a socket of the kernel has one dump under way (EBUSY).
   if (++request_ < requests.size()) return send();
   onDumpEnd();
 }
@@ -210,6 +217,8 @@ void NetlinkDumper::onInterrupted(Job& job) {
   MAV_TRACE(traceHandle(), 0,
             "dump of " << job.source->name() << " interrupted " << job.interruptions
                        << " times: left as it is, asked again in " << settleDelay << " s");
+  // It counts as heard all the same: of a kernel that never rests nothing would be published
+  // otherwise.
   job.interruptions = 0;
   job.known = true;
   again(job, settleDelay);

@@ -49,8 +49,9 @@ class NetlinkDumper {
 
   NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* const> sources, Hooks hooks);
 
-  /// Wants a fresh dump of every source from `time` on (platform time). One that is under way
-  /// ends first and is repeated.
+  /// Wants a fresh dump of every source from `time` on (platform time). One that is under way ends
+  /// first and is repeated. Where the time has come and nothing is under way it begins within this
+  /// call: from then on notifications are held back.
   void wantAll(double time);
   /// Of one source. Never starts at once: several can be asked for, and come in their order.
   void want(KernelSource const& source, double time);
@@ -62,13 +63,15 @@ class NetlinkDumper {
   bool busy() const { return current_ != nullptr; }
   /// A dump is wanted, now or later, which is no look.
   bool pending() const;
-  /// Every source has been dumped at least once.
+  /// Every source has been dumped at least once. From then on there is something to publish. Whole,
+  /// or, of what never rests, as good as it gets.
   bool known() const;
   Counters const& counters() const { return counters_; }
 
  private:
   struct Job {
     KernelSource* source;
+    // `source` belongs to NetlinkFeed's caller, and outlives the dumper.
     std::optional<double> due;   // wanted from then on
     std::optional<double> look;  // likewise
     unsigned interruptions = 0;
@@ -94,6 +97,8 @@ class NetlinkDumper {
   Mav::Activity& activity_;
   Hooks hooks_;
   std::vector<Job> jobs_;
+  // Made anew when an answer went wrong. An answer to the old one's last request can then reach
+  // nobody.
   std::optional<NetlinkSocket> socket_;
   Mav::Activity::Watch watch_;
   Mav::Timer start_;
@@ -101,6 +106,8 @@ class NetlinkDumper {
 
   Job* current_ = nullptr;
   std::size_t request_ = 0;  // of the current source's requests
+  // Counts requests, of all sources and sockets: an answer under another number is of one that was
+  // given up.
   std::uint32_t sequence_ = 0;
   bool interrupted_ = false;
   bool isLook_ = false;

@@ -52,6 +52,8 @@ NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const>
         [this, source](double delay) { dumper_.wantLook(*source, Mav::now() + delay); });
   }
   watchEvents();
+  // Last: it begins the first dump here and now, and what that source asks for has to find its
+  // wishes.
   dumper_.wantAll(Mav::now());
 }
 
@@ -62,6 +64,8 @@ void NetlinkFeed::watchEvents() {
 void NetlinkFeed::onReadable() {
   // A small buffer would overflow in the meantime: it is read at once.
   if (counters_.buffer < streamBufferMin || !gauge_.isStream(Mav::now())) return void(read());
+  // Level-triggered: while it is watched, a socket with a notification in it would begin every
+  // turn.
   watch_ = {};
   stream_.timeMinIs(Mav::now() + streamDelay);
 }
@@ -79,6 +83,7 @@ NetlinkFeed::Found NetlinkFeed::read() {
   std::size_t datagrams = 0;
   bool const isEmpty = repeatFor(sliceTime, [&] { return receiveOne() && ++datagrams > 0; });
   gauge_.add(datagrams, Mav::now());
+  // Also where nothing has changed: to find out costs the publisher less than to be told each time.
   if (settled()) onSettled_();
   if (!isEmpty) return Found::more;
   return datagrams > 0 ? Found::all : Found::nothing;
@@ -105,6 +110,7 @@ bool NetlinkFeed::receiveOne() {
     case NetlinkSocket::Outcome::datagram:
       break;
   }
+  // Not counted as an event either: nobody gets it.
   if (lost_) return true;  // older than the dump to come: the faster read empty, the better
   // Also behind what is held from before: notifications are applied in the order in which they
   // came.
@@ -162,6 +168,8 @@ void NetlinkFeed::replayLeftIs(std::size_t left) {
 /// may be coming as fast as it is read.
 void NetlinkFeed::holdUnread() {
   constexpr std::size_t datagramsMax = 65536;
+  // Held, not applied at once: the sources are to know that these may be older than the dump
+  // (replayIs), as the ones that came before them.
   isHolding_ = true;
   for (std::size_t i = 0; i < datagramsMax && receiveOne(); ++i) {
   }
@@ -171,6 +179,7 @@ void NetlinkFeed::holdUnread() {
 void NetlinkFeed::onDumpsIdle() {
   holdUnread();
   if (dumper_.busy()) return;  // a loss came to light
+  // What comes to be held behind them is newer than the dump, and no replay.
   replayLeftIs(held_.size());
   if (!held_.empty()) replay_.timeMinIs(Mav::asap);
   if (settled()) onSettled_();
@@ -198,6 +207,7 @@ bool NetlinkFeed::replayOne() {
 void NetlinkFeed::apply(Bytes datagram) {
   try {
     forEachMessage(datagram, [this](NetlinkMessage const& message) {
+      // The messages of a datagram that came with a loss are applied: they are as true as any.
       if (message.type() == NLMSG_OVERRUN) onLoss("the kernel says that notifications were lost");
       for (auto* source : sources_) {
         if (!source->takes(message.type())) continue;

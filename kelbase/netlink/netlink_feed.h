@@ -58,7 +58,9 @@ class NetlinkFeed {
     std::uint64_t buffer = 0;    // not a count: bytes of notifications that can wait
   };
 
-  /// The sources must outlive the feed. Mav::Exception when the kernel refuses the sockets.
+  /// The sources must outlive the feed. Mav::Exception when the kernel refuses the sockets. The
+  /// first dump has begun when the constructor returns; its answer is taken in turns of the
+  /// activity, and onSettled called in them.
   NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const> sources, Options options,
               std::function<void()> onSettled);
 
@@ -110,6 +112,7 @@ class NetlinkFeed {
   std::size_t replayLeft_ = 0;  // held when the last dump ended, and not yet replayed
   bool isHolding_ = false;
   bool lost_ = false;  // a loss was noticed, and the socket not yet read empty
+  // A loss soon after another waits twice as long for its dump.
   double lastLoss_ = -Mav::never;
   double overrunDelay_ = 0.0;
   Counters counters_;

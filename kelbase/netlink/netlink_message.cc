@@ -69,6 +69,7 @@ int errorOf(NetlinkMessage const& message) {
 }
 
 std::string extendedErrorOf(NetlinkMessage const& message) try {
+  // Read as carefully as any message, though it only adds words to a log line.
   Attributes const attributes(message, extendedErrorAttributes(message), extendedErrorRules);
   return std::string(attributes.text(NLMSGERR_ATTR_MSG).value_or(""));
 } catch (BadMessage const&) {

@@ -28,10 +28,13 @@ using Bytes = std::span<std::byte const>;
 
 class NetlinkMessage {
  public:
+  /// `header` is followed by as many bytes as it says: forEachMessage() has looked.
   explicit NetlinkMessage(nlmsghdr const& header) : header_(&header) {}
 
   std::uint16_t type() const { return header_->nlmsg_type; }
   std::uint16_t flags() const { return header_->nlmsg_flags; }
+  /// Of an answer that of the request. A notification has that of whoever made the change: it says
+  /// nothing here.
   std::uint32_t sequence() const { return header_->nlmsg_seq; }
 
   /// "RTM_NEWLINK"; "message type 99" where it has no name here.
@@ -48,6 +51,7 @@ class NetlinkMessage {
     static_assert(std::is_trivially_copyable_v<Header>);
     Header result;
     if (payload().size() < sizeof(Header)) throwShort(sizeof(Header));
+    // The datagram's bytes are no object of that type, and the copy outlives them.
     std::memcpy(&result, payload().data(), sizeof(Header));
     return result;
   }
@@ -66,7 +70,9 @@ class NetlinkMessage {
 };
 
 /// Calls visit(message) for each message of a datagram, in order. BadMessage, after the good ones,
-/// when the rest of the datagram is no message. The datagram must be aligned as nlmsghdr is.
+/// when the rest of the datagram is no message. The datagram must be aligned as nlmsghdr is. What
+/// `visit` throws ends the walk, and the messages behind are not read: NetlinkFeed catches within
+/// it what is wrong with one message.
 template <class Visit>
 void forEachMessage(Bytes datagram, Visit const& visit) {
   auto const* next = reinterpret_cast<nlmsghdr const*>(datagram.data());
@@ -79,7 +85,7 @@ void forEachMessage(Bytes datagram, Visit const& visit) {
 }
 
 /// The errno that an NLMSG_ERROR or NLMSG_DONE message carries, 0 for none (an acknowledgement, or
-/// a dump that ended well).
+/// a dump that ended well). BadMessage where an NLMSG_ERROR ends before it.
 int errorOf(NetlinkMessage const& message);
 
 /// The kernel's own words on that error (NETLINK_EXT_ACK), or empty.

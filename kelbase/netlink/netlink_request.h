@@ -4,6 +4,10 @@
 //   NetlinkRequest(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{}).put(IFLA_EXT_MASK, std::uint32_t{...})
 //
 // A dump ends with NLMSG_DONE; any other request asks for an acknowledgement, which ends it.
+//
+// A value: a source keeps its requests, and a copy of one goes out under a new number each time
+// (NetlinkSocket::send). Which answers are good enough is noted with it, since that differs from
+// question to question.
 
 #include <array>
 #include <cstddef>
@@ -27,12 +31,14 @@ class NetlinkRequest {
     static_assert(std::is_trivially_copyable_v<Header> && sizeof(Header) < sizeMax / 2);
     nlmsghdr* const message = mnl_nlmsg_put_header(buffer_.data());
     message->nlmsg_type = type;
+    // NLM_F_DUMP is two bits: NLM_F_ROOT and NLM_F_MATCH.
     bool const isDump = (flags & NLM_F_DUMP) == NLM_F_DUMP;
     message->nlmsg_flags =
         static_cast<std::uint16_t>(NLM_F_REQUEST | flags | (isDump ? 0 : NLM_F_ACK));
     std::memcpy(mnl_nlmsg_put_extra_header(message, sizeof(Header)), &header, sizeof(Header));
   }
 
+  /// Adds an attribute, in host byte order. Mav::Exception where there is no room: a fault of ours.
   template <class T>
   NetlinkRequest& put(std::uint16_t attribute, T const& value) {
     static_assert(std::is_trivially_copyable_v<T>);
@@ -56,6 +62,7 @@ class NetlinkRequest {
   }
   bool isInterruptedWhole() const { return interruptedIsWhole_; }
 
+  /// What is sent: nlmsg_len bytes from here on.
   nlmsghdr* message() { return reinterpret_cast<nlmsghdr*>(buffer_.data()); }
   nlmsghdr const* message() const { return reinterpret_cast<nlmsghdr const*>(buffer_.data()); }
 

@@ -71,6 +71,8 @@ int NetlinkSocket::fetch() {
   for (std::size_t i = 0; i < messages_.size(); ++i) {
     // Anew for each call, which writes the lengths and flags in it (recvmmsg(2)).
     msghdr header{};
+    // The sender is asked for with each datagram: nothing else tells the kernel's from a forged
+    // one.
     header.msg_name = &senders_[i];
     header.msg_namelen = sizeof senders_[i];
     header.msg_iov = &parts_[i];
@@ -99,6 +101,8 @@ NetlinkSocket::Received NetlinkSocket::receive() {
   auto const& sender = senders_[next_++];
   // The kernel's port is 0. Another process may send to ours as well (netlink(7)).
   if (header.msg_namelen != sizeof sender || sender.nl_pid != 0) return {Outcome::foreign, {}};
+  // The buffers grow for the next one. This one is lost, as in an overrun: its beginning might be
+  // read as a whole list.
   if ((header.msg_flags & MSG_TRUNC) != 0 || length > size_) {
     sizeWanted_ = std::max<std::size_t>(sizeWanted_, MNL_ALIGN(length));
     return {Outcome::truncated, {}};

@@ -6,6 +6,11 @@
 // and ENOBUFS is reported once. From then on the kernel drops every further notification, without
 // saying so again, until the queue has been read empty (NETLINK_S_CONGESTED, af_netlink.c). So
 // after an overrun only what is asked after the next Outcome::empty is whole.
+//
+// NetlinkFeed has one for notifications and NetlinkDumper another for answers. The kernel makes an
+// answer piece by piece, as the pieces before are read (af_netlink.c, netlink_dump), so that it
+// waits for a slow reader; a notification does not. On one socket a long answer would take the room
+// that notifications need.
 
 #include <cstddef>
 #include <cstdint>
@@ -38,23 +43,30 @@ class NetlinkSocket {
   /// what the kernel refused and what to do.
   explicit NetlinkSocket(std::size_t batch = 1);
 
+  /// Readable as long as anything waits in the kernel. Datagrams that were fetched in a batch and
+  /// not handed out yet do not make it so.
   int fd() const { return mnl_socket_get_fd(socket_.get()); }
+  /// The address at which this socket gets messages; another process may send to it as well.
   std::uint32_t portId() const { return mnl_socket_get_portid(socket_.get()); }
 
   /// Asks for a receive buffer of so many bytes; without CAP_NET_ADMIN the kernel caps it at
   /// net.core.rmem_max. Returns what it granted, in the same measure.
   std::size_t receiveBufferIs(std::size_t bytes);
 
-  /// Joins a multicast group (RTNLGRP_...).
+  /// Joins a multicast group (RTNLGRP_...). What changes from here on is heard; of what is there
+  /// already a dump alone tells. Mav::Exception where the kernel has no such group.
   void subscribe(unsigned group);
 
   /// Has the kernel check requests fully and heed their filters, where it can (since 4.20), and
   /// explain its errors.
   void strictChecksOn();
 
+  /// The next datagram of those fetched, and of the kernel where none is left. Never waits. An
+  /// overrun or a truncated datagram is told once: the next call goes on behind it.
   Received receive();
 
-  /// False when the kernel does not take it now.
+  /// False when the kernel does not take it now. The answer comes under `sequence`. errno says why
+  /// where it is false.
   [[nodiscard]] bool send(NetlinkRequest const& request, std::uint32_t sequence);
 
  private:
@@ -73,6 +85,7 @@ class NetlinkSocket {
   std::vector<sockaddr_nl> senders_;
   std::vector<iovec> parts_;
   std::vector<mmsghdr> messages_;
+  // Datagrams in the buffers, all of the last fetch().
   std::size_t fetched_ = 0;
   std::size_t next_ = 0;  // of those fetched, to be handed out
 };

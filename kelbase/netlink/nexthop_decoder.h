@@ -2,6 +2,9 @@
 // RTM_NEWNEXTHOP and RTM_DELNEXTHOP (ip-nexthop(8)), read into ListedNexthop. The kernel writes
 // them in nh_fill_node (net/ipv4/nexthop.c). Every attribute that is used is checked first:
 // BadMessage otherwise.
+//
+// The kernel tells a group anew when a member that an administrator removes leaves it, after the
+// member's own removal. What goes with a link goes without a word.
 
 #include <array>
 #include <optional>

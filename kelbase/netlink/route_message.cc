@@ -35,6 +35,7 @@ constexpr std::array routeRules{
     numberRule(RTA_TABLE, "RTA_TABLE"),
     addressRule<Ip>(RTA_DST, "RTA_DST"),
     numberRule(RTA_PRIORITY, "RTA_PRIORITY"),
+    // Of any size: its bytes tell one route from another (Fingerprint), and are not read.
     AttributeRule{RTA_METRICS, "RTA_METRICS", {}},
     addressRule<Ip>(RTA_PREFSRC, "RTA_PREFSRC"),
     addressRule<Ip>(RTA_GATEWAY, "RTA_GATEWAY"),
@@ -70,6 +71,8 @@ constexpr std::array nexthopRules{
 class Fingerprint {
  public:
   Fingerprint& add(std::uint64_t number) {
+    // 2^64 divided by the golden ratio, odd; the shift brings what the product has mixed, its upper
+    // half, into the lower, of which value() is made.
     hash_ = (hash_ ^ number) * 0x9e3779b97f4a7c15U;
     hash_ ^= hash_ >> 32U;
     return *this;
@@ -86,6 +89,7 @@ class Fingerprint {
     }
     return *this;
   }
+  // Four octets do: only the routes of one prefix, tos and metric are told apart by it.
   std::uint32_t value() const { return static_cast<std::uint32_t>(hash_); }
 
  private:
@@ -130,6 +134,8 @@ typename Ip::Destination prefixOf(NetlinkMessage const& message, typename Ip::Ad
                                  unsigned{Ip::Addr::bits}));
   }
   if (address.masked(length) != address) {
+    // The kernel has no such route: it refuses host bits in a request, or masks them (IPv6). Two
+    // prefixes would mean one row of the table.
     throw BadMessage(fmt::format("{}: RTA_DST: {}/{} has host bits set", message.name(),
                                  address.stringValue(), length));
   }
@@ -141,6 +147,7 @@ typename Ip::Destination prefixOf(NetlinkMessage const& message, typename Ip::Ad
 constexpr std::uint32_t passingFlags =
     RTNH_COMPARE_MASK | RTM_F_OFFLOAD | RTM_F_TRAP | RTM_F_OFFLOAD_FAILED;
 
+// One with a gateway of neither family, or with none, leads to the link itself.
 template <class Ip>
 NextHop hopOf(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index) {
   NextHop hop;
@@ -165,6 +172,8 @@ void addHop(NetlinkMessage const& message, Attributes const& attributes, std::in
   for (auto const type : {RTA_VIA, RTA_FLOW, RTA_ENCAP_TYPE, RTA_ENCAP}) {
     identity.add(attributes.bytes(type));
   }
+  // A dead next hop is told by its link alone: when it revives, the kernel says so of the link
+  // (SilentChanges).
   if ((flags & RTNH_F_DEAD) != 0) {
     route.deadLinks.push_back(hop.ifIndex);
   } else {
@@ -184,6 +193,7 @@ void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute<Ip>& route
                                    message.name(), left.size()));
     }
     Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
+    // The weight less one: no table shows it, but it tells one route from another.
     identity.add(path.rtnh_hops);
     addHop(message, Attributes(message, nested, pathRules<Ip>), path.rtnh_ifindex, path.rtnh_flags,
            route, identity);
@@ -219,6 +229,7 @@ bool hasHops(Attributes const& attributes, RouteKind kind) {
 template <class Ip>
 void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes const& attributes,
               ListedRoute<Ip>& route, Fingerprint& identity) {
+  // What the message before left in it goes: the caller's object is used for all of them.
   route.hops.clear();
   route.deadLinks.clear();
   route.tellsSiblings = false;
@@ -262,6 +273,7 @@ void readLifetime(Attributes const& attributes, ListedRoute<Ip6>& route) {
   auto const cache = attributes.value<rta_cacheinfo>(RTA_CACHEINFO);
   route.lifetime =
       cache && !route.tellsSiblings ? static_cast<std::int32_t>(cache->rta_expires) : 0;
+  // Kept as dead, not left out: the kernel tells of its removal, and until then may prolong it.
   if (route.lifetime < 0) route.kind = RouteKind::dead;
 }
 
@@ -314,11 +326,13 @@ ListedNexthop readNexthop(NetlinkMessage const& message) {
   Attributes const attributes(message, message.attributes<nhmsg>(), nexthopRules);
   ListedNexthop nexthop;
   nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
+  // 0 stands for "no object" throughout the model.
   if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
   if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
   nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
   nexthop.hop.ifIndex = checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0));
   auto const gateway = attributes.bytes(NHA_GATEWAY);
+  // A group has none, nor has a blackhole, nor a next hop on the link itself.
   if (gateway && header.nh_family == AF_INET) {
     nexthop.hop.nextHop = addressOf<Dovel::IpAddr>(attributes, NHA_GATEWAY);
   } else if (gateway && header.nh_family == AF_INET6) {

@@ -51,7 +51,8 @@ std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage 
   Attributes const attributes(message, message.attributes<netconfmsg>(), settingRules);
   auto const link = *attributes.value<std::int32_t>(NETCONFA_IFINDEX);
   auto const setting = attributes.value<std::int32_t>(NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN);
-  // What is set for links to come is no matter yet.
+  // What is set for links to come is no matter yet. A message tells all settings or the one that
+  // changed.
   if (!setting || link == NETCONFA_IFINDEX_DEFAULT) return std::nullopt;
   return std::pair(link, *setting != 0);
 }
@@ -80,6 +81,7 @@ bool RouteSource<Ip>::takes(std::uint16_t messageType) const {
 
 template <class Ip>
 void RouteSource<Ip>::dumpBegin() {
+  // Nothing but the answer comes until dumpEnd(): notifications are held back.
   isDumping_ = true;
   lastDump_ = Mav::now();
   // The dump lists every lifetime again.

@@ -2,6 +2,10 @@
 // Routes of table main, of one version of IP: RTM_NEWROUTE and RTM_DELROUTE (rtnetlink(7)), and of
 // RTM_NEWNETCONF what bears on them. Where the model is in doubt, it has the routes listed again,
 // and before them the nexthop objects where those may have changed.
+//
+// Its dumps and looks are what keeps silent changes short: what the kernel does without a word
+// shows when the dump that a hint asked for has ended. A hint too many costs one dump; one too few
+// would leave a manager a route that is gone.
 
 #include <optional>
 #include <utility>

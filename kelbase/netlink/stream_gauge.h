@@ -13,8 +13,11 @@ namespace Kelbase {
 
 class StreamGauge {
  public:
+  // A wake-up, a commit and a ring for each of so many cost little: below that nothing is to be
+  // gained by waiting.
   static constexpr double rate = 250.0;  // a second
   static constexpr double streamLevel = 4.0;
+  // However long a stream was, it is forgotten (16 - 4) / 250 s after its last notification.
   static constexpr double levelMax = 16.0;
 
   /// `now`: never less than that of the last add().
