@@ -9,11 +9,13 @@
 
 namespace Pondo {
 
+/// What close(2) answers is not looked at: write(2) has told what became of the data.
 class Descriptor {
  public:
   Descriptor() = default;
   explicit Descriptor(int fd) : fd_(fd) {}
   Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  /// Swaps: what was held is closed when `other` goes.
   Descriptor& operator=(Descriptor&& other) noexcept {
     std::swap(fd_, other.fd_);
     return *this;
@@ -37,7 +39,8 @@ inline void openStandardDescriptors() {
   if (fd >= 0) ::close(fd);
 }
 
-/// Tells which file a path or a descriptor leads to. A file that was replaced has another one.
+/// Tells which file a path or a descriptor leads to. A file that was replaced has another one: as
+/// long as the old one is open somewhere, the file system gives its number to no other.
 struct FileIdentity {
   dev_t device = 0;
   ino_t inode = 0;

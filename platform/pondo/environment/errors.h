@@ -12,6 +12,10 @@ namespace Pondo {
 /// starts ends with the text, one that runs tells it and tries again.
 class EnvironmentException : public Mav::Exception {
  public:
+  /// What callers decide by; the text is for people. The follower comes back soon from `busy`, and
+  /// waits for a notice of the path or for the next look after all else. The writer makes room for
+  /// `noSpace`, lets go of an environment that is `foreign` or `truncated`, and makes new tables at
+  /// a start unless the reason would meet those too.
   enum class Reason {
     absent,         // no run directory, no tables, no file
     denied,         // no permission
@@ -33,12 +37,17 @@ class EnvironmentException : public Mav::Exception {
   Reason reason_;
 };
 
+/// Another publisher holds the run directory. Whoever meets it gives up: two writers would undo
+/// each other's work.
 /// Another publisher holds the run directory.
 class PublisherRunningException : public EnvironmentException {
  public:
   using EnvironmentException::EnvironmentException;
 };
 
+/// The consistency check of a read failed beyond what trying again mends. To the state machines
+/// SharedFib says so whenever routes cannot be read, whatever the tables suffer from: they keep
+/// their rows and come back.
 /// The consistency check of a read failed beyond what trying again mends.
 class ConsistencyException : public Mav::Exception {
  public:

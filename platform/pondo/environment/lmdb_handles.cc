@@ -71,6 +71,7 @@ FileIdentity identityOf(std::filesystem::path const& file) {
 void refuseSecond(std::filesystem::path const& directory) {
   auto const& open = openInProcess();
   auto const found = identityOf(directory / Format::dataFile);
+  // No file yet: tables that are being made.
   if (found == FileIdentity{} || std::find(open.begin(), open.end(), found) == open.end()) return;
   throw EnvironmentException(
       fmt::format("{}: is open in this process already; close that reader or writer first",
@@ -78,7 +79,8 @@ void refuseSecond(std::filesystem::path const& directory) {
 }
 
 // As much of the map as is opened where all of it does not fit the address space that the process
-// may have (setrlimit(2)): a quarter of that. 0 where there is no limit.
+// may have (setrlimit(2)): a quarter of that. Two environments are open at a time while tables move
+// to a copy. 0 where there is no limit.
 std::size_t smallerMap() {
   struct rlimit limit {};
   if (::getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return 0;
@@ -110,6 +112,7 @@ void throwCode(int code, std::filesystem::path const& path, std::string_view wha
       std::find_if(std::begin(codeTexts), std::end(codeTexts),
                    [code](CodeText const& text) { return text.code == code; });
   bool const known = found != std::end(codeTexts);
+  // A code without a row tells of the machine rather than of the tables: the kernel knows more.
   char const* const advice = known ? found->advice : "see the kernel's log";
   // mdb_strerror() has the texts of errno as well (lmdb.h).
   throw EnvironmentException(
@@ -146,14 +149,17 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
   data_ = {status.st_dev, status.st_ino};
   size_ = status.st_size;
   watchLock();
+  // Should this fail, `env` is closed before lock_: LMDB's locks end with it, and not before.
   openInProcess().push_back(data_);
   env_ = env.release();  // nothing throws from here on
 }
 
 void Environment::watchLock() {
   auto const file = directory_ / Format::lockFile;
+  // LMDB shows nobody its own descriptor. For writing: mend() gives the file its length back.
   lock_ = Descriptor(::open(file.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
+  // A process that cannot have it goes without the checks of damaged().
   if (!lock_ || ::fstat(lock_.get(), &status) != 0) return;
   lockSize_ = status.st_size;
   lockHead_ = lockHead().value_or(LockHead{});
@@ -196,6 +202,8 @@ Environment::~Environment() {
 }
 
 char const* Environment::damaged() const {
+  // By the descriptor: a file that was replaced at the path is whole itself, and Reader::current()
+  // or Writer::service() finds that out.
   struct stat status {};
   if (::fstat(dataFd_, &status) != 0 || status.st_size < size_) return Format::dataFile;
   if (!lock_) return nullptr;

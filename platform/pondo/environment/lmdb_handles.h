@@ -45,7 +45,9 @@ inline std::string_view fromVal(MDB_val const& val) {
   return {static_cast<char const*>(val.mv_data), val.mv_size};
 }
 
-/// The handles of an environment's named tables.
+/// The handles of an environment's named tables. They serve every transaction of the environment
+/// once the one that opened them has committed; LMDB closes them with one that is aborted (lmdb.h,
+/// mdb_dbi_open).
 struct TableHandles {
   MDB_dbi meta = 0;
   MDB_dbi log = 0;
@@ -55,13 +57,15 @@ struct TableHandles {
 };
 
 /// An open environment. A process has one of a directory at most (format.h, caveats): a second one
-/// is refused with an EnvironmentException.
+/// is refused with an EnvironmentException. It outlives its transactions. On one thread, that of
+/// the Reader or Writer that owns it.
 class Environment {
  public:
   enum class Mode { read, write };
 
   /// Opens `directory`. Its files have been checked before (checkFiles), or are new: LMDB itself
-  /// would crash on some of what can lie there.
+  /// would crash on some of what can lie there. A `mapSize` of 0 is the one that the file tells;
+  /// less is mapped where the process may not have so much address space (RLIMIT_AS).
   Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize);
   ~Environment();
   Environment(Environment const&) = delete;
@@ -72,9 +76,11 @@ class Environment {
   /// Takes note that the directory was renamed.
   void directoryIs(std::filesystem::path directory) { directory_ = std::move(directory); }
 
+  /// Of the file that is mapped, wherever the path leads by now.
   FileIdentity dataIdentity() const { return data_; }
   /// Gives the name of a file that has become shorter than it was, or of the lock file when it
-  /// begins with other bytes; else null. To use it would end in SIGBUS, or under no lock.
+  /// begins with other bytes; else null. To use it would end in SIGBUS, or under no lock. Asked
+  /// before each snapshot and each write transaction: it costs two fstat(2) and one pread(2).
   char const* damaged() const;
   /// Sets the size that damaged() requires of data.mdb from now on.
   void sizeIs(std::int64_t size) { size_ = size; }

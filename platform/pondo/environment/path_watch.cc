@@ -69,6 +69,7 @@ void PathWatch::arm() {
     old.insert(old.end(), watched_.begin(), watched_.end());
     watched_.clear();
   }
+  // Last: a watch that is removed and set again loses what happens in between.
   for (auto const& watched : old) {
     bool const again = std::any_of(watched_.begin(), watched_.end(), [&](Watched const& w) {
       return w.descriptor == watched.descriptor;
@@ -108,6 +109,7 @@ PathWatch::Events PathWatch::take() {
     if (got <= 0) return events;
     for (std::size_t at = 0; at < static_cast<std::size_t>(got);) {
       inotify_event event{};
+      // The kernel pads the name with NULs (inotify(7)), and its length counts them.
       std::memcpy(&event, buffer.data() + at, sizeof event);
       std::string_view name(buffer.data() + at + sizeof event, event.len);
       note(event, name.substr(0, name.find('\0')), events);

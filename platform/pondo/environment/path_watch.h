@@ -24,6 +24,7 @@ namespace Pondo {
 /// himself.
 Descriptor openInotify(std::filesystem::path const& runDir);
 
+/// On one thread. It tells that something happened and never what: its owner looks at the path.
 class PathWatch {
  public:
   struct Events {
@@ -44,6 +45,7 @@ class PathWatch {
   Events take();
 
  private:
+  /// The kernel's number; two paths that lead to one file share it (inotify_add_watch(2)).
   struct Watched {
     int descriptor = -1;
     bool doorbell = false;

@@ -18,6 +18,8 @@ namespace Pondo {
 namespace {
 
 Descriptor openLockFile(std::filesystem::path const& file) {
+  // Without O_TRUNC: the predecessor's words are read before they are written over, by this process
+  // (predecessorFailed) and by readers.
   Descriptor fd(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
   if (!fd) throwNotMine(errno, file, "open");
   struct stat status {};
@@ -42,6 +44,7 @@ std::string oneLine(std::string text) {
 
 FileIdentity identityOf(int fd) {
   struct stat status {};
+  // It fails for no open descriptor of a file.
   ::fstat(fd, &status);
   return {status.st_dev, status.st_ino};
 }
@@ -58,11 +61,13 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
+    // To the condition, which asks whether this is still the file at the path.
     if (::fcntl(fd_.get(), F_OFD_SETLK, &lock) == 0) continue;
     // Either may say that another process holds the lock (fcntl(2)).
     if (errno == EAGAIN || errno == EACCES) throwRunning(file_.parent_path());
     throwCode(errno, file_, "lock");
   } while (!atPath());
+  // After the lock: a process that is refused leaves the other's file as it is.
   ownershipIs(file_, 0640, group);
   // The predecessor's word counts until this process has one of its own.
   if (auto const before = publisherInfo(runDir)) {
@@ -86,6 +91,8 @@ PublisherLock::~PublisherLock() {
 }
 
 void PublisherLock::opened() {
+  // The file tells it at once, and not with the next sign of life: who is killed in between would
+  // seem to have died of its tables.
   if (std::exchange(isOpening_, false)) write(text());
 }
 
@@ -101,6 +108,8 @@ bool PublisherLock::write(std::string const& text) const {
 }
 
 bool PublisherLock::tell(SignOfLife const& sign) {
+  // Where exact tables come after a gap that readers have told their operator of, the writer rings:
+  // there may be nothing to commit, and such a reader looks again at each ring (follower.cc).
   double const before = exactAt_;
   if (std::isfinite(sign.exactAge)) exactAt_ = sinceMachineStart() - sign.exactAge;
   told_ = fmt::format("exact={:.3f}\n", exactAt_);

@@ -24,6 +24,8 @@ struct SignOfLife {
   Counters counters = {};
 };
 
+/// On the publisher's thread. The lock outlives the open tables, so that no other process opens
+/// them beside this one.
 class PublisherLock {
  public:
   struct Publisher {
@@ -35,6 +37,8 @@ class PublisherLock {
   /// holds it.
   PublisherLock(std::filesystem::path const& runDir, Publisher const& publisher,
                 std::optional<gid_t> group);
+  /// Says, where opened() was not called, that this process has failed and not died: the next
+  /// publisher may take the tables as they are.
   ~PublisherLock();
   PublisherLock(PublisherLock const&) = delete;
   PublisherLock& operator=(PublisherLock const&) = delete;

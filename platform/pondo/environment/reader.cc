@@ -77,6 +77,7 @@ Reader::Impl::Impl(std::filesystem::path const& runDir)
   MDB_txn* raw = nullptr;
   check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), tables, "read");
   txn.reset(raw);
+  // Before anything is read: without a slot even the meta record could change underneath.
   requireSlot();
   handles = openTables(raw, false, tables);
   // A commit, though of nothing, keeps the handles open.
@@ -88,6 +89,7 @@ void Reader::Impl::requireSlot() const {
   // mdb_env_setup_locks): the publisher would reuse pages under the snapshot.
   MDB_envinfo info{};
   mdb_env_info(env.get(), &info);
+  // The caller's own transaction has a slot by now, where there is a lock table.
   if (info.me_numreaders > 0) return;
   struct statvfs mount {};
   bool const readOnly = ::statvfs(tables.c_str(), &mount) == 0 && (mount.f_flag & ST_RDONLY) != 0;
@@ -137,7 +139,8 @@ MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
 
 void Reader::Impl::end() {
   env.mend();
-  // From here on the publisher may use the snapshot's pages again; the slot stays.
+  // From here on the publisher may use the snapshot's pages again; the slot stays. Views of records
+  // end here.
   mdb_txn_reset(txn.get());
   for (auto* const cursors : {&scans, &gets}) {
     for (auto& cursor : *cursors) cursor.isOfTxn = false;
@@ -151,6 +154,7 @@ Snapshot::~Snapshot() { reader_.impl_->end(); }
 
 Format::MetaRecord const& Snapshot::meta() const {
   auto const& impl = *reader_.impl_;
+  // Once a snapshot: it cannot change within one.
   if (!meta_) meta_ = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
   return *meta_;
 }
@@ -197,6 +201,7 @@ std::optional<std::string> Snapshot::scanBytes(
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
   for (; code == MDB_SUCCESS; code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
+    // Asked with the next key in hand: a table that ends with the limit needs no further call.
     if (limit-- == 0) return std::string(fromVal(key));
     visit(fromVal(key), fromVal(value));
   }
@@ -215,7 +220,8 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
   for (; code == MDB_SUCCESS && limit > 0; --limit) {
     auto const sequence = decodeSequence(fromVal(key));
     auto const entry = fromVal(value);
-    // A gap would be a lost change.
+    // A gap would be a lost change. It counts as damage: the follower lets go of the reader, and
+    // asks again at its next look.
     if (sequence != from) impl.fail(MDB_CORRUPTED);
     ++from;
     if (entry.size() > 1 && Format::isTable(static_cast<std::uint8_t>(entry[0]))) {

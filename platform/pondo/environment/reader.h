@@ -41,6 +41,9 @@ struct LogState {
   bool complete = false;
 };
 
+/// One generation of all tables, as a reader sees it. Its Reader outlives it, and has one at a
+/// time. A get or a scan that LMDB refuses throws EnvironmentException; the snapshot is of no
+/// further use then.
 class Snapshot {
  public:
   ~Snapshot();
@@ -106,6 +109,8 @@ class Snapshot {
   mutable std::optional<Format::MetaRecord> meta_;  // once read
 };
 
+/// The open environment. To open one costs some files and a mapping, a snapshot of it next to
+/// nothing: it keeps its slot in the lock table, and its cursors, from one to the next.
 class Reader {
  public:
   /// Opens the tables. EnvironmentException when they are absent, unreadable, foreign, truncated,

@@ -44,6 +44,7 @@ bool isHeld(int fd, std::size_t slot) {
 
 template <std::size_t size>
 void setText(std::array<char, size>& to, std::string_view text) {
+  // What is too long is cut: a NUL has to follow (textOf).
   text.copy(to.data(), size - 1);
 }
 
@@ -61,6 +62,7 @@ std::optional<ReaderInfo> decode(Slot const& slot) {
   auto const program = textOf(slot.program);
   auto const version = textOf(slot.moduleVersion);
   bool const isKnown = slot.version == Readers::slotVersion && slot.zero == 0 && slot.pid > 0;
+  // The numbers are not checked: each of them is one that could be.
   if (!isKnown || !program || !version) return std::nullopt;
   return ReaderInfo{*program,        *version,     slot.pid,       slot.schema,
                     slot.generation, slot.resyncs, slot.badRecords};
@@ -82,6 +84,7 @@ Slot encode(ReaderInfo const& info) {
 void makeReadersFile(std::filesystem::path const& runDir, std::optional<gid_t> group) {
   auto const file = runDir / Format::readersFile;
   struct stat status {};
+  // lstat(2): a link in the file's place is replaced, and not followed.
   bool const isThere = ::lstat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
                        status.st_size == static_cast<off_t>(Readers::fileSize);
   if (isThere) return;
@@ -91,6 +94,7 @@ void makeReadersFile(std::filesystem::path const& runDir, std::optional<gid_t> g
   constexpr mode_t mode = 0660;
   Descriptor const fd(
       ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+  // Zeros: a slot that is held and not written yet counts as malformed until it is.
   if (!fd || ::ftruncate(fd.get(), static_cast<off_t>(Readers::fileSize)) != 0) return;
   ownershipIs(file, mode, group);
 }
@@ -126,6 +130,7 @@ void ReaderReport::stateIs(std::uint64_t generation, std::uint64_t resyncs,
   now_.generation = generation;
   now_.resyncs = resyncs;
   now_.badRecords = badRecords;
+  // The timer bounds the writes, however many generations a second there are.
   if (now_ != told_) timer_.timeMinIs(std::max(notBefore_, Mav::asap));
 }
 
@@ -134,6 +139,7 @@ void ReaderReport::look() {
   FileIdentity const mine = ::fstat(fd_.get(), &status) == 0
                                 ? FileIdentity{status.st_dev, status.st_ino}
                                 : FileIdentity{};
+  // Where it has no slot it looks for one each time: another reader may have gone.
   if (fd_ && identityAt(file_) == mine) return;
   told_ = {};
   timer_.timeMinIs(std::max(notBefore_, Mav::asap));

@@ -38,8 +38,12 @@ struct ReaderInfo {
 
 /// The file's form. Texts are padded with NUL, at least one.
 namespace Readers {
+/// Of the slot's form, which is not the tables' schema: a slot of another version counts as
+/// malformed.
 inline constexpr std::uint32_t slotVersion = 1;
 inline constexpr std::size_t slotCount = 126;  // as many readers as LMDB takes
+/// Written and read whole, by one pwrite(2) and one pread(2). A Slot has no padding, so that all of
+/// its bytes are told.
 struct Slot {
   std::uint32_t version = slotVersion;
   std::int32_t pid = 0;
@@ -61,6 +65,7 @@ inline constexpr std::size_t fileSize = slotCount * sizeof(Slot);
 /// what goes wrong leaves readers without slots.
 void makeReadersFile(std::filesystem::path const& runDir, std::optional<gid_t> group);
 
+/// What `kelbasectl status` shows.
 struct ReaderReports {
   std::vector<ReaderInfo> readers;  // that live now
   std::size_t malformed = 0;        // that live, but tell what cannot be
@@ -69,7 +74,9 @@ struct ReaderReports {
 /// Gives nothing where there is no file, or none that may be read. Never blocks.
 ReaderReports readerReports(std::filesystem::path const& runDir);
 
-/// One reader's side. Never throws for what the run directory is like; on the activity's thread.
+/// One reader's side. It never throws for what the run directory is like: a report that cannot be
+/// made keeps no reader from reading. The Follower has one, on the activity's thread; its slot ends
+/// with it, when the descriptor closes.
 class ReaderReport {
  public:
   static constexpr double interval = 1.0;  // seconds between two writes, at least
@@ -77,7 +84,8 @@ class ReaderReport {
   ReaderReport(Mav::Activity& activity, std::filesystem::path const& runDir,
                std::string const& version);
 
-  /// Tells what it has come to, at once or once the interval is over.
+  /// Tells what it has come to, at once or once the interval is over. The Follower calls it in
+  /// each turn that looks at the tables; where nothing differs, nothing is written.
   void stateIs(std::uint64_t generation, std::uint64_t resyncs, std::uint64_t badRecords);
   /// Looks whether the file is still the one at its path, and for a slot where it has none.
   void look();

@@ -34,12 +34,14 @@ int freeDeadSlots(MDB_env* env) {
 
 std::optional<std::uint64_t> oldestReader(MDB_env* env) {
   std::optional<std::uint64_t> oldest;
+  // Text is the one form in which LMDB gives the transactions of its readers.
   mdb_reader_list(env, &noteReader, &oldest);
   return oldest;
 }
 
 Space spaceOf(Environment const& env, TableHandles const& handles) {
   MDB_txn* raw = nullptr;
+  // mdb_stat() asks for a transaction; this one ends before the publisher goes on.
   check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), env.directory(), "read");
   TxnPtr const txn(raw);
   MDB_envinfo info{};

@@ -14,21 +14,26 @@
 
 namespace Pondo {
 
-/// Frees the slots of readers that died inside a snapshot, and tells how many.
+/// Frees the slots of readers that died inside a snapshot, and tells how many. Before
+/// oldestReader(): a dead reader would look like one that has stopped.
 int freeDeadSlots(MDB_env* env);
 
 /// Gives the oldest transaction that a reader is inside of, or nothing.
 std::optional<std::uint64_t> oldestReader(MDB_env* env);
 
+/// What the environment takes of its map, in bytes.
 struct Space {
   std::size_t used = 0;  // up to the last page in use
   std::size_t live = 0;  // of these, what the newest transaction needs
 };
 
-/// Measures the environment. EnvironmentException when LMDB refuses.
+/// Measures the environment. EnvironmentException when LMDB refuses. It reads the statistics that
+/// LMDB keeps of each table, and walks none of them.
 Space spaceOf(Environment const& env, TableHandles const& handles);
 
 /// Knows a reader that has stopped: the oldest transaction stays the same for stoppedAfter seconds.
+/// Also that of a reader who merely has nothing to do stays so: but such a one is outside of a
+/// snapshot, and oldestReader() leaves it out.
 class StoppedReaderWatch {
  public:
   static constexpr double stoppedAfter = 10.0;

@@ -89,6 +89,7 @@ bool isLocked(int fd, std::filesystem::path const& file) {
   struct flock lock {};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
+  // l_len is 0: the whole file, as the publisher locks it.
   if (::fcntl(fd, F_OFD_GETLK, &lock) != 0) throwCode(errno, file, "test the lock of");
   return lock.l_type != F_UNLCK;
 }
@@ -97,8 +98,10 @@ bool isLocked(int fd, std::filesystem::path const& file) {
 
 Keeping PublisherInfo::keeping(double now) const {
   if (!alive) return Keeping::gone;
-  // Who loads files (kelbasectl load) tells no such time: what they say does not grow old.
+  // Who loads files (kelbasectl load) tells no such time: what they say does not grow old. Nor does
+  // a publisher until its first sign of life.
   if (!exactAt || now - *exactAt <= exactWithin) return Keeping::exact;
+  // A young publisher is not blamed for what the tables were before it came.
   if (now - startedAt <= exactWithin) return Keeping::starting;
   return now - seenAt > exactWithin ? Keeping::still : Keeping::behind;
 }
@@ -119,7 +122,9 @@ std::filesystem::path defaultRunDir() {
 
 std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) {
   auto const file = runDir / Format::publisherLockFile;
+  // O_NONBLOCK: a FIFO in the file's place would stop who opens it (fifo(7)).
   Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  // Also where the run directory is absent, of which whoever opens the tables is told.
   if (!fd && errno == ENOENT) return std::nullopt;
   if (!fd) throwCode(errno, file, "open");
   struct stat status {};

@@ -22,6 +22,8 @@ namespace Pondo {
 /// Gives $KELBASE_RUNDIR, or /run/kelbase where that is not set.
 std::filesystem::path defaultRunDir();
 
+/// Names and numbers, in the order in which the publisher tells them. Since its start; the agent
+/// serves some of them by name, and one that is not told counts as 0.
 using Counters = std::vector<std::pair<std::string, std::uint64_t>>;
 
 /// Seconds that the tables of a publisher in good health are behind at most: it says once a second

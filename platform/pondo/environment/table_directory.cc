@@ -55,6 +55,7 @@ class Staging {
   void keep() const {
     auto const kept =
         place_.parent_path() / (std::string(keptPrefix) + name_.substr(name_.size() - 6));
+    // Where it fails, the destructor removes what was there.
     if (::rename(name_.c_str(), kept.c_str()) == 0) {
       Mav::log(Mav::Severity::notice, kept.string() + ": keeps what was in the tables' place");
     }
@@ -76,6 +77,7 @@ void makeSparse(Environment& env, std::size_t mapSize) {
   }
   struct stat status {};
   if (::stat(file.c_str(), &status) != 0) throwCode(errno, file, "size");
+  // Never less than the file has: LMDB would use pages beyond its end.
   auto const size = std::max(static_cast<off_t>(mapSize), status.st_size);
   if (size != status.st_size && ::truncate(file.c_str(), size) != 0) {
     throwCode(errno, file, "size");
@@ -84,6 +86,7 @@ void makeSparse(Environment& env, std::size_t mapSize) {
 }
 
 void writeFirstMeta(MDB_txn* txn, TableHandles const& handles, fs::path const& directory) {
+  // All else begins as the type says: generation 0, nobody's state, not complete.
   Format::MetaRecord meta;
   if (::getrandom(&meta.instance, sizeof meta.instance, 0) != sizeof meta.instance) {
     throwCode(errno, directory, "draw an instance number for");
@@ -129,6 +132,7 @@ std::unique_ptr<Environment> build(fs::path const& runDir, FileSettings const& s
   // A reader that finds the tables finds their doorbell with them.
   openDoorbellIn(staging.path(), settings);
   openFiles(staging.path(), settings);
+  // What has failed before this leaves the old tables in their place, untouched.
   staging.install();
   // LMDB goes on under the name that it was opened by: it works with descriptors, which no rename
   // touches.
@@ -158,6 +162,7 @@ std::unique_ptr<Environment> openExisting(fs::path const& tables, FileSettings c
   openFiles(tables, settings);
   auto env = std::make_unique<Environment>(tables, Environment::Mode::write, settings.mapSize);
   checkContent(*env);
+  // Not before the content is known to be ours: a foreign file keeps its length.
   makeSparse(*env, settings.mapSize);
   return env;
 }
@@ -215,7 +220,10 @@ std::unique_ptr<Environment> makeEmptyTables(fs::path const& runDir, FileSetting
 std::unique_ptr<Environment> makeCopiedTables(fs::path const& runDir, FileSettings const& settings,
                                               Environment& old) {
   return build(runDir, settings, false, [&](fs::path const& directory) {
+    // The copy is of the last commit. The old environment stays open in the caller: its files have
+    // no name after the exchange, and live until the last reader of them closes.
     check(mdb_env_copy2(old.get(), directory.c_str(), MDB_CP_COMPACT), directory, "copy into");
+    // It makes the copy's lock.mdb: a copy comes without (lmdb.h, mdb_env_copy2).
     return std::make_unique<Environment>(directory, Environment::Mode::write, settings.mapSize);
   });
 }

@@ -40,6 +40,8 @@ constexpr std::uint32_t lmdbMagic = 0xBEEFC0DE;
 
 void requireRegular(std::filesystem::path const& file) {
   struct stat status {};
+  // Not stat(2): a link would lead a publisher to somebody else's file, which it would then give
+  // another mode and group (ownershipIs).
   if (::lstat(file.c_str(), &status) != 0) throwCode(errno, file, "read");
   if (S_ISREG(status.st_mode)) return;
   throw EnvironmentException(
@@ -65,6 +67,7 @@ MetaPage metaPageAt(int fd, std::uint64_t offset, std::filesystem::path const& f
   if (static_cast<std::size_t>(got) != sizeof page) {
     throwTruncated(file, size, offset + sizeof page);
   }
+  // Before the place of the second page is made of it: a page size of garbage would lead anywhere.
   bool const sane = page.magic == lmdbMagic && page.pageSize >= 512 && page.pageSize <= 65536 &&
                     (page.pageSize & (page.pageSize - 1)) == 0;
   if (sane) return page;
@@ -106,6 +109,7 @@ void checkFiles(std::filesystem::path const& tables) {
 }
 
 void throwNotMine(int code, std::filesystem::path const& path, std::string_view what) {
+  // All else is the same for both sides, and has its advice in the table of codes.
   if (code != ENOENT && code != ENOTDIR && code != EACCES && code != EPERM) {
     throwCode(code, path, what);
   }
@@ -142,6 +146,8 @@ void ownershipIs(std::filesystem::path const& path, mode_t mode, std::optional<g
   constexpr auto keepUser = static_cast<uid_t>(-1);
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0) throwCode(errno, path, "set the mode of");
+  // Only a change is asked for: a publisher that may change nothing is not warned of what is right
+  // already.
   if (group && status.st_gid != *group &&
       ::fchownat(AT_FDCWD, path.c_str(), keepUser, *group, AT_SYMLINK_NOFOLLOW) != 0) {
     Mav::log(Mav::Severity::warning,

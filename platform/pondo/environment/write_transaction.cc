@@ -114,6 +114,7 @@ Outcome WriteTransaction::erase(TableId id, std::string_view key) {
   if (code == MDB_NOTFOUND) return Outcome::unchanged;
   if (code == MDB_SUCCESS) code = mdb_cursor_del(table.cursor.get(), 0);
   if (code != MDB_SUCCESS) fail(code, "erase");
+  // Nothing may be appended behind a key that has gone without a look at what is the last one now.
   if (table.last == key) table.lastKnown = false;
   logChange(id, key);
   return Outcome::removed;
@@ -125,6 +126,7 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
   std::array<char, 1 + Format::keyMax> entry{};
   entry[0] = static_cast<char>(id);
   key.copy(entry.data() + 1, Format::keyMax);  // LMDB has refused longer ones
+  // Sequences only rise: an entry always goes behind the last one.
   auto sequence = sequenceKey(meta_.logNext);
   MDB_val keyVal{sequence.size(), sequence.data()};
   MDB_val value{1 + key.size(), entry.data()};
@@ -159,6 +161,7 @@ void WriteTransaction::dropLog() {
 }
 
 Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {
+  // Before the meta record is written, which says where the log begins.
   trimLog(logMax);
   meta_.origin = static_cast<std::uint64_t>(origin);
   ++meta_.generation;

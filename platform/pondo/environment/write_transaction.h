@@ -13,17 +13,22 @@
 
 namespace Pondo {
 
+/// What an operation has done to the table. `unchanged` has written nothing and logged nothing.
 enum class Outcome { unchanged, added, changed, removed };
 
 class WriteTransaction {
  public:
+  /// Begins it, and holds the environment's one write lock until it goes. EnvironmentException
+  /// where LMDB refuses, or where a file has been cut since it was opened.
   WriteTransaction(Environment const& env, TableHandles const& handles);
 
-  /// Writes the record: unchanged, added or changed.
+  /// Writes the record: unchanged, added or changed. A key behind the last one of its table is
+  /// appended; another one costs a search. A route that differs in its age alone is unchanged.
   Outcome put(TableId table, std::string_view key, std::string_view value);
   /// Removes the record: unchanged or removed.
   Outcome erase(TableId table, std::string_view key);
 
+  /// What `visit` is given lies in the map, and is valid until the transaction writes.
   /// Calls visit(key, value) for every record of the table, in key order.
   template <class Visit>
   void each(TableId table, Visit const& visit) {
@@ -44,7 +49,8 @@ class WriteTransaction {
   void dropLog();
 
   /// Makes the changes visible, with the next generation and as `origin`'s state, and trims the
-  /// change log to `logMax` entries or a little more.
+  /// change log to `logMax` entries or a little more. Gives the meta record as it is now. Whatever
+  /// comes of it, the transaction is over: the object can only be dropped.
   Format::MetaRecord commit(std::size_t logMax, Origin origin);
 
  private:

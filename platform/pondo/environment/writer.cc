@@ -30,6 +30,8 @@ constexpr int roomSteps = 3;
 /// Seconds until tables that cannot be used are given up.
 constexpr double failingMax = 3.0;
 
+// A path that ends in a slash is its own parent to std::filesystem, and a relative one leads
+// elsewhere once somebody changes the working directory.
 std::filesystem::path plainPath(std::filesystem::path const& path) {
   auto plain = std::filesystem::absolute(path).lexically_normal();
   return plain.has_filename() ? plain : plain.parent_path();
@@ -80,6 +82,8 @@ struct Writer::Impl {
   Descriptor const notices;  // may be none
 
   // Changed by the publisher's thread.
+  // The lock goes last, and the transaction before the environment: until all is closed, no other
+  // publisher opens the tables.
   std::optional<PublisherLock> lock;
   std::unique_ptr<Environment> env;  // null when lost
   TableHandles handles;
@@ -131,6 +135,8 @@ void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
   MDB_txn* raw = nullptr;
   check(mdb_txn_begin(environment->get(), nullptr, MDB_RDONLY, &raw), runDir, "read");
   TxnPtr reading(raw);
+  // What throws from here on leaves the old environment (copyTables) or none: neither is what
+  // stands at the path, and service() makes the tables anew.
   handles = openTables(raw, false, environment->directory());
   meta = readMeta(raw, handles.meta, environment->directory());
   // A commit, though of nothing, keeps the handles open.
@@ -145,6 +151,7 @@ void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
 
 // The run directory holds files that are replaced all the time: of it only its own end is watched.
 void Writer::Impl::watch() {
+  // Of a directory that has gone the kernel has removed its watch: to remove it again does no harm.
   for (int const old : watches) ::inotify_rm_watch(notices.get(), old);
   auto const add = [this](std::filesystem::path const& path, std::uint32_t events) {
     return ::inotify_add_watch(notices.get(), path.c_str(), events | IN_ONLYDIR);
@@ -168,6 +175,8 @@ WriteTransaction& Writer::Impl::transaction() {
   }
   if (!txn) {
     txn.emplace(*env, handles);
+    // A transaction that is begun amid a batch makes what an earlier one lost (attempt,
+    // copyTables).
     batch.replay([this](auto table, auto key, auto value) { txn->put(table, key, value); },
                  [this](auto table, auto key) { txn->erase(table, key); });
   }
@@ -181,10 +190,12 @@ auto Writer::Impl::attempt(Operation const& operation) {
     try {
       return operation(transaction());
     } catch (EnvironmentException const& e) {
+      // To end a transaction is to write to the lock file.
       if (env) env->mend();
       txn.reset();
       auto const reason = e.reason();
       if (reason == Reason::noSpace && makeRoom(step)) continue;
+      // Want of room says nothing against the tables: whether they go for it, the caller says (giveUp).
       if (reason != Reason::noSpace) failsSince = std::min(failsSince, Mav::now());
       abort();
       // What the library calls broken is not used again; service() makes it anew.
@@ -228,12 +239,15 @@ bool Writer::Impl::takeRoomStep(int step) {
 }
 
 void Writer::Impl::dropLog() {
+  // The transaction of attempt() has ended: a thread has one of them at a time (lmdb.h,
+  // mdb_txn_begin).
   WriteTransaction dropping(*env, handles);
   dropping.dropLog();
   meta = dropping.commit(options.logMax, options.origin);
 }
 
 Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view value) {
+  // A batch stays small: it is held in memory, and done again where room has to be made.
   if (batch.size() >= batchMax) commit();
   auto const outcome = attempt([&](WriteTransaction& t) { return t.put(table, key, value); });
   // Entered last: an attempt that is repeated does the batch again, and then this.
@@ -249,6 +263,7 @@ Outcome Writer::Impl::erase(TableId table, std::string_view key) {
 }
 
 void Writer::Impl::commit() {
+  // There may be a transaction all the same, of puts that changed nothing.
   if (batch.empty()) {
     lock->opened();
     txn.reset();  // gives the write lock back
@@ -292,6 +307,7 @@ void Writer::Impl::ring() const {
 
 bool Writer::Impl::isLost() const {
   auto const tables = runDir / Format::tablesDirectory;
+  // Some lstat(2) on a tmpfs, once a second: cheaper than to trust that inotify tells everything.
   return !env || env->damaged() || !lock->atPath() || identityAt(tables) != directory ||
          identityAt(tables / Format::dataFile) != env->dataIdentity() ||
          identityAt(tables / Format::lockFile) != lockFile;
@@ -326,6 +342,7 @@ void Writer::Impl::giveUp() {
 }
 
 void Writer::Impl::makeAnew() {
+  // First: what throws from here on leaves no environment, and put throws until the next service().
   letGo();
   makeRunDir(runDir, settings.group);
   // Another publisher may have come into the place of what was deleted: this one then ends.
@@ -342,6 +359,7 @@ void Writer::Impl::makeAnew() {
 bool Writer::Impl::service() {
   drainNotices();
   // The path is what readers follow: an environment that is whole but not there any more is lost.
+  // Mav::never is infinity: the difference is then below every limit.
   bool const isOver = Mav::now() - std::min(failsSince, unreadableSince) >= failingMax;
   if (isLost() || isOver) {
     makeAnew();
@@ -353,6 +371,7 @@ bool Writer::Impl::service() {
     doorbell = openDoorbell(runDir, settings);
   }
   makeReadersFile(runDir, settings.group);
+  // Before stopped readers are looked for: a dead one would be taken for one of them.
   freeDeadSlots(env->get());
   moveAwayFromStoppedReader();
   return false;
@@ -409,6 +428,7 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
     superfluous.clear();
     auto next = wanted.begin();
     txn.each(table, [&](std::string_view key, std::string_view) {
+      // Two walks in the order of keys, merged.
       while (next != wanted.end() && next->first < key) ++next;
       if (next == wanted.end() || next->first != key) superfluous.emplace_back(key);
     });
