@@ -50,6 +50,7 @@ struct ZeroDotZeroSyntax {
   }
 };
 
+// As the makers of table_index.h. The type of an address is a component of its own: integerIndex().
 template <class Get>
 constexpr TableIndex<InetAddressSyntax, Get> inetAddressIndex(char const* name,
                                                               char const* attribute, Get get) {

@@ -6,6 +6,10 @@
 //
 // net-snmp calls all but initialize(), on snmpd's thread, and has C frames below: here exceptions
 // of the frame end.
+//
+// Null is what net-snmp's iterator takes for the end of a table: a walk that meets a fault ends
+// there, what stands behind it is missing until the next walk, and the daemon lives. The name of
+// each function is joined while compiling: a call that nobody traces pays nothing for it.
 
 #include "handlers/table/table_frame.h"
 #include "handlers/table/table_functions.h"
@@ -51,6 +55,7 @@ netsnmp_variable_list* TableFunctions<Table>::iterationHelper(
   static constexpr auto name = functionName<Table>("IterationHelper");
   return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
     using Row = typename Table::Row;
+    // No loop context is the end of the table, as a row at the end is.
     return TableFrame<Table>::iterationHelper(
         loopContext ? *static_cast<Row const*>(loopContext) : Row(), putIndexData);
   });
@@ -85,6 +90,7 @@ int TableFunctions<Table>::handler(netsnmp_mib_handler* /*handler*/,
                                    netsnmp_request_info* requests) noexcept {
   static constexpr auto name = functionName<Table>("_handler");
   return Snmp::guarded(name.data(), requests, [&] {
+    // The mode of the call, not of the PDU: within a walk the row server shows a GET.
     return answerTable(TableFrame<Table>::description(), name.data(), request->mode, requests);
   });
 }

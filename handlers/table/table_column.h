@@ -9,6 +9,9 @@
 //       ...
 //
 // A Row is the table's iterator on a row: `row.key()`, `row->attribute()`.
+//
+// The list stands in ascending order of the numbers, which a walk relies on. It is made while
+// compiling: a value costs one call through a plain pointer.
 
 #include <cstdint>
 
@@ -22,16 +25,21 @@ namespace IpSnmp {
 enum class MaxAccess { readOnly, readWrite };
 
 struct TableColumn {
+  /// The last sub-identifier of the column's OID.
   unsigned number;
   char const* name;
+  /// Of the value on the wire, as the MIB has the object.
   unsigned char type;      // ASN
   char const* conversion;  // for traces
   char const* attribute;   // for traces; empty of a constant
   MaxAccess access;
+  /// How many bytes a value may have; a longer one is genErr. At most columnBufferSizeMax, which is
+  /// what a handler has room for.
   std::int32_t bufferSize;
   /// Of a row in the shape of convert.h. `row` is what the table's data contexts point to.
   std::int32_t (*convert)(void const* row, unsigned char* buffer, std::int32_t size);
 
+  /// The same column, whose value may have `size` bytes.
   constexpr TableColumn withBuffer(std::int32_t size) const {
     auto changed = *this;
     changed.bufferSize = size;
@@ -39,13 +47,16 @@ struct TableColumn {
   }
 };
 
+// A name of 128 sub-identifiers takes half of the first. The second is the longest OCTET STRING
+// (RFC 2578 section 7.1.2).
 inline constexpr std::int32_t columnBufferSize = 1024;
 inline constexpr std::int32_t columnBufferSizeMax = 65535;
 
 /// The conversions by their names, with the ASN type that each is mostly used for.
 namespace Conversion {
 
-/// Of platform/snmp/convert.h.
+/// Of platform/snmp/convert.h. T is what F takes: the attribute is cast to it, an enumeration to
+/// its number.
 template <class T, class F, unsigned char asnType>
 struct Platform {
   static constexpr unsigned char type = asnType;
@@ -55,7 +66,7 @@ struct Platform {
   }
 };
 
-/// Of ip_conversions.h.
+/// Of ip_conversions.h. The function takes the attribute as it is.
 template <auto function, unsigned char asnType>
 struct Own {
   static constexpr unsigned char type = asnType;
@@ -125,6 +136,7 @@ struct IpAddressPrefixEntryToAsnOid : Own<IpSnmp::IpAddressPrefixEntryToAsnOid, 
 
 }  // namespace Conversion
 
+// The row that a getter takes, by the type of its one parameter: a column names it no second time.
 namespace Detail {
 template <class>
 struct RowOf;
@@ -134,7 +146,8 @@ struct RowOf<Value (Get::*)(Row const&) const> {
 };
 }  // namespace Detail
 
-/// A column that is an attribute of its row. `get` captures nothing.
+/// A column that is an attribute of its row. `get` captures nothing. `attribute` is the name in the
+/// model, which the trace of a conversion that failed tells.
 template <class Conv, class Get>
 constexpr TableColumn column(unsigned number, char const* name, char const* attribute,
                              Get const& /*get*/, MaxAccess access = MaxAccess::readOnly) {
@@ -153,7 +166,7 @@ constexpr TableColumn column(unsigned number, char const* name, char const* attr
           }};
 }
 
-/// A column that is the same in every row.
+/// A column that is the same in every row. Its value costs no look at the row.
 template <class Conv, auto value>
 constexpr TableColumn constant(unsigned number, char const* name,
                                MaxAccess access = MaxAccess::readOnly) {

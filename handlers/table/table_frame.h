@@ -49,20 +49,30 @@ class TableFrame {
 
   /// Registers the table, with callbacks that lead back to the functions below.
   static void initialize(netsnmp_iterator_info const& callbacks, Netsnmp_Node_Handler* handler);
+  /// A new loop context, on the row that the hint in it names, else on the first; the indexes of
+  /// the row in `putIndexData`. Null without a row; the loop context is the caller's to free then
+  /// too. `info->myvoid` is the entity, or null.
   static netsnmp_variable_list* first(void** loopContext, netsnmp_variable_list* putIndexData,
                                       netsnmp_iterator_info const* info);
+  /// Moves the loop context to the row that is behind it by now. The data context is told in a
+  /// trace, and nothing else.
   static netsnmp_variable_list* next(void* loopContext, void const* dataContext,
                                      netsnmp_variable_list* putIndexData);
+  /// The indexes of the row, in `putIndexData`, which it gives back; null at the end, or for want
+  /// of memory.
   static netsnmp_variable_list* iterationHelper(Row const& row,
                                                 netsnmp_variable_list* putIndexData);
+  /// A copy of the row, which the caller frees by free(), as it does a loop context.
   static void* makeDataContext(void const* loopContext);
   static void free(char const* function, void* context);
+  /// The part that is the same for all rows; made at the first call.
   static TableDescription const& description();
 
  private:
   using Hint = typename TableHint<Table>::Request;
   static constexpr bool isSorted = TableRows<Table>::isSorted;
 
+  /// On the row that the hint names, which `hintMatched` tells, else on the first.
   static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
 };
 
@@ -91,6 +101,7 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
     MAV_TRACE_AS(snmpTraceHandle(), 1, initializer,
                  initializer << " initializing oid " << printedOid(table));
   }
+  // Null where nothing is mounted: the table is registered all the same, and has no rows.
   auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
   auto registered = std::make_unique<Snmp::IteratorTable>(columnNumbers(table));
   forEachIndex<Table>([&](auto const& index) {
@@ -101,7 +112,10 @@ void TableFrame<Table>::initialize(netsnmp_iterator_info const& callbacks,
     }
   });
   registered->callbacksAre(callbacks);
+  // A plain pointer: whoever unmounts the entity has the registrations undone first
+  // (State::MountObserver).
   registered->iterator().myvoid = entity.get();
+  // Last: the row server copies the list of indexes.
   if constexpr (isSorted) {
     registered->sortedRowsAre(std::make_unique<TableRows<Table>>(entity.get()));
   }
@@ -119,6 +133,8 @@ netsnmp_variable_list* TableFrame<Table>::first(void** loopContext,
   if (!info->myvoid) return iterationHelper(Row(), putIndexData);
   auto const& rows = Table::rows(*static_cast<Entity const*>(info->myvoid));
   bool hintMatched = false;
+  // On the heap, because net-snmp carries it through C as a void*. The row server keeps its own
+  // rows by value.
   auto* const row = new Row(start(rows, hint, hintMatched));
   *loopContext = row;
   FRAME_TRACE(2, "_get_first_data_point",
@@ -144,6 +160,8 @@ netsnmp_variable_list* TableFrame<Table>::next(void* loopContext, void const* da
   FRAME_TRACE(2, "_get_next_data_point",
               " - advancing loop context " << loopContext << " ; data context " << dataContext);
   auto* const row = static_cast<Row*>(loopContext);
+  // One step, or one descent where rows have come or gone since (Mav::OrderedMap): never a row
+  // twice.
   if (row) ++*row;
   auto* const result = iterationHelper(row ? *row : Row(), putIndexData);
   if (!result) FRAME_TRACE(2, "_get_next_data_point", " - at end of loop context " << loopContext);

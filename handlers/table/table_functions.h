@@ -22,6 +22,9 @@ namespace IpSnmp {
 template <class Table>
 class TableFunctions {
  public:
+  // The first is called by the handler unit, at each registration; the others by net-snmp, or by
+  // the row server for their traces. Of memory, a loop or data context is the caller's, to be given
+  // back to the function that frees it.
   static void initialize();
   static netsnmp_variable_list* getFirstDataPoint(void** loopContext, void** dataContext,
                                                   netsnmp_variable_list* putIndexData,

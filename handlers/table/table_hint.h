@@ -2,6 +2,10 @@
 // The hint of a get-first: the table's part of the request, with the indexes of the row that the
 // iteration shall begin at. It comes from net-snmp's iterator, or from the row server while this is
 // traced. `Table` is as TableFrame has it (table_frame.h). On snmpd's thread; keeps nothing.
+//
+// A hint is outside data: each component is checked for its type and its range before a key is made
+// of it. One that names no key is told and dropped; the iteration then begins at the first row, and
+// the answer is the same. Only the cost differs.
 
 #include <optional>
 #include <string>
@@ -30,9 +34,12 @@ class TableHint {
   static constexpr auto indexSequence = std::make_index_sequence<indexCount>();
   static constexpr auto function = functionName<Table>("_get_first_data_point");
 
+  /// The key of all components; nothing as soon as one is missing or odd.
   template <std::size_t... i>
   static std::optional<Key> keyOf(netsnmp_variable_list const* variable,
                                   std::index_sequence<i...> /*sequence*/);
+  /// One component; nothing, and a trace, when it has another type than declared or is out of
+  /// range.
   template <class Index>
   static auto component(Index const& index, netsnmp_variable_list const& variable)
       -> std::optional<typename Index::Syntax::Value>;
@@ -60,17 +67,21 @@ template <std::size_t... i>
 auto TableHint<Table>::keyOf(netsnmp_variable_list const* variable,
                              std::index_sequence<i...> /*sequence*/) -> std::optional<Key> {
   using Indexes = decltype(Table::indexes);
+  // By type of the index list: the key's constructor takes them in this order.
   std::tuple<std::optional<typename std::tuple_element_t<i, Indexes>::Syntax::Value>...> values;
   auto const decode = [&](auto const& index, auto& value) {
     if (variable) value = component(index, *variable);
     if (value) variable = variable->next_variable;
     return value.has_value();
   };
+  // From left to right, as && goes: each one moves on in the list of variables.
   bool const complete = (decode(std::get<i>(Table::indexes), std::get<i>(values)) && ...);
   if (!complete) return std::nullopt;
   try {
     return Key(*std::get<i>(values)...);
   } catch (std::exception const& e) {
+    // Each component fits its type, and yet no row can have all of them, as an ipv4 address of 16
+    // octets.
     HINT_TRACE(0, "Bad hint for " << Table::name << ": " << Mav::typeName<Key>()
                                   << " ctor threw exception: " << e.what());
     return std::nullopt;
@@ -86,6 +97,7 @@ auto TableHint<Table>::component(Index const& index, netsnmp_variable_list const
   auto const traceComponent = [&](auto const& value) {
     HINT_TRACE(2, "hint component " << index.name << " is '" << value << "'");
   };
+  // Before decode(), which reads the value as one of the declared type.
   if (variable.type != Syntax::declaredType) {
     traceComponent(Snmp::printedValue(variable));
     trace(0, "hint for " + std::string(index.name) + " has incorrect type! Expecting " +

@@ -10,6 +10,12 @@
 //
 // A Syntax is what sets the kinds apart: the ASN types, the sub-identifiers of a value (visit, for
 // Snmp::InstanceOrder and Snmp::InstanceWriter), and its way from and to a variable of net-snmp.
+// The table is registered with declaredType, and a hint must have it; as valueType an index is told
+// to net-snmp's iterator. The two differ in IpAddressSyntax alone.
+//
+// The order of the sub-identifiers that visit() tells is the order of the collection's keys: rows
+// are found by it, and steps from row to row rely on it. Where the two differed, a manager would
+// miss rows, or be told a name that does not increase.
 
 #include <cstdint>
 #include <string>
@@ -33,6 +39,7 @@ struct IntegerSyntax {
   static constexpr unsigned char valueType = ASN_INTEGER;
 
   static Value decode(netsnmp_variable_list const& variable) {
+    // Only integers that are not negative have an instance (RFC 2578 section 7.7).
     auto const number = decodeNumber(variable);
     if (number < 0) throw Mav::RangeException(std::to_string(number) + " is negative");
     if constexpr (std::is_same_v<T, Ip::IpVersion>) {
@@ -46,6 +53,7 @@ struct IntegerSyntax {
     visitor.add(static_cast<std::uint32_t>(value));
   }
   static std::int32_t convert(Value value, unsigned char* buffer, std::int32_t size) {
+    // It fits: an InterfaceIndex has 31 bits (RFC 2863), and the other numbers are small.
     return Snmp::S32ToAsnIntegerF()(static_cast<int>(value), buffer, size);
   }
 
@@ -99,7 +107,8 @@ struct IpAddressSyntax {
   }
 };
 
-/// OCTET STRING of variable length: its length comes first in the instance.
+/// OCTET STRING of variable length: its length comes first in the instance (RFC 2578 section 7.7),
+/// so that short strings come before long ones. Snmp::String orders so, too.
 struct OctetStringSyntax {
   using Value = Snmp::String;
   static constexpr unsigned char declaredType = ASN_OCTET_STR;
@@ -118,6 +127,7 @@ struct OctetStringSyntax {
   }
 };
 
+/// One component. `get` captures nothing, and gives a value, or a reference into the key.
 template <class SyntaxType, class Get>
 struct TableIndex {
   using Syntax = SyntaxType;
@@ -127,6 +137,7 @@ struct TableIndex {
   Get get;                // of the value, from a key
 };
 
+// The makers: what a table is written with. `name` and `attribute` are literals; traces tell them.
 template <class T = std::uint32_t, class Get>
 constexpr TableIndex<IntegerSyntax<T>, Get> integerIndex(char const* name, char const* attribute,
                                                          Get get) {

@@ -84,6 +84,7 @@ TableCall::Outcome TableCall::get(netsnmp_request_info& request) const {
     TABLE_TRACE(2, handler_ << ": null data context in request");
     return Outcome::stop;
   }
+  // 0 where net-snmp has left no table information: no column is that.
   auto const number = columnNumber(request);
   if (auto const* const known = column(number)) return answer(request, *known, row);
   traceInvalidColumn(number);
@@ -98,6 +99,7 @@ TableCall::Outcome TableCall::answer(netsnmp_request_info& request, TableColumn 
     table_.printKey(key, row);
     TABLE_TRACE(2, handler_ << ": request GET for column " << column.name << ", key " << key.str());
   }
+  // Not cleared: of its 64 KiB only as much is touched as the value has.
   std::array<unsigned char, columnBufferSizeMax> buffer;
   auto const length = column.convert(row, buffer.data(), column.bufferSize);
   if (length < 0) {
@@ -120,6 +122,7 @@ int TableCall::refuse() const {
     if (isProcessed(*request)) continue;
     auto const number = columnNumber(*request);
     auto const* const known = column(number);
+    // Only the trace differs: to a manager both are notWritable.
     if (known && known->access == MaxAccess::readWrite) {
       TABLE_TRACE(2, handler_ << ": SET is not configured for column " << known->name);
     } else {

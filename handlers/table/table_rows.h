@@ -5,6 +5,9 @@
 //
 // Holds the row that a request is answered from, and, during a call of the handler, the one that
 // was found last. On the agent's thread.
+//
+// The row of the last find is kept until forget(), which ends the handler's call: requests of one
+// call that ask for several columns of a row find it once.
 
 #include <algorithm>
 #include <array>
@@ -21,6 +24,7 @@
 
 namespace IpSnmp {
 
+/// In the order of the MIB, which is that of the instance.
 template <class Table, class Call>
 void forEachIndex(Call const& call) {
   std::apply([&](auto const&... index) { (call(index), ...); }, Table::indexes);
@@ -42,6 +46,7 @@ class TableRows : public Snmp::SortedRows {
   using Row = typename Table::Row;
   using Key = typename Rows::Key;
 
+  /// The sub-identifiers of the key, one by one: no instance is made to compare with one.
   template <class Visitor>
   static void visit(Visitor& visitor, Key const& key) {
     forEachIndex<Table>([&](auto const& index) {
@@ -67,6 +72,7 @@ class TableRows : public Snmp::SortedRows {
   /// `entity` may be null: then there are no rows.
   explicit TableRows(Entity const* entity) : entity_(entity) {}
 
+  // `at` and `atOrAfter` are one search, told apart by the row that it finds.
   bool find(Snmp::Instance instance, Search search) override {
     if (!entity_) return false;
     Sought const sought{instance};
@@ -78,10 +84,12 @@ class TableRows : public Snmp::SortedRows {
       isFoundBehind_ = isBehind;
       isFound_ = true;
     }
+    // A copy: steps move the one, and the next column of the same row begins at the other again.
     row_ = found_;
     return row_ && (search != Search::at || sought(row_.key()) == 0);
   }
   bool next() override { return static_cast<bool>(++row_); }
+  // With the entry that it holds, which would live on, erased or not, until the next request.
   void leave() override { row_ = end_; }
   void forget() override {
     found_ = end_;
@@ -93,6 +101,7 @@ class TableRows : public Snmp::SortedRows {
     visit(writer, row_.key());
     return writer.size();
   }
+  // Where it stands, in this object: valid for one call of the table's handler.
   void* row() override { return &row_; }
   bool setIndexes(netsnmp_variable_list* variables) const override {
     bool complete = true;

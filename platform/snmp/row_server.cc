@@ -172,8 +172,8 @@ RowServer::RowServer(std::unique_ptr<SortedRows> rows, netsnmp_iterator_info& it
     : rows_(std::move(rows)), iterator_(iterator), columns_(columns) {
   auto* const table = iterator.table_reginfo;
   // Two lists: get-first writes the indexes of the row that it finds while it still reads those of
-  // the hint. They serve traces alone: where there was no memory for one, what the functions tell is
-  // cut short, and what is answered stays the same.
+  // the hint. They serve traces alone: where there was no memory for one, what the functions tell
+  // is cut short, and what is answered stays the same.
   found_ = snmp_clone_varbind(table->indexes);
   hint_.indexes = snmp_clone_varbind(table->indexes);
   hint_.reg_info = table;

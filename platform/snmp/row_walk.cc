@@ -32,8 +32,7 @@ bool RowWalk::start(Instance name, bool inclusive) {
   Instance const root(name_.data(), prefixSize_ - 2);
   auto const place = CellPlace::named(name, root, columns_);
   if (place.column != 0) {
-    // A column's own name is no cell. Searched as the place behind it, it finds what another column
-    // of the request may have found already.
+    // A column's own name is no cell: the first row behind it is sought, as in the columns behind.
     bool const atToo = inclusive && !place.instance.empty();
     return enter(place.column, place.instance, atToo ? Search::atOrAfter : Search::after);
   }
@@ -84,7 +83,8 @@ bool RowWalk::settle(bool isOnRow) {
 /// To the first row behind the largest subtree around this cell that is hidden whole.
 bool RowWalk::passHidden() {
   // From the largest subtree to the smallest: the first that is hidden whole spares the most rows.
-  // Neither the column, of which enter() has asked, nor the whole name, which is known to be hidden.
+  // Neither the column, of which enter() has asked, nor the whole name, which is known to be
+  // hidden.
   for (auto size = prefixSize_ + 1; size < size_; ++size) {
     if (view_.extentOf({name_.data(), size}) != View::Extent::none) continue;
     // The least instance behind the subtree. One more than the largest sub-identifier is one, too:
