@@ -1,8 +1,11 @@
 #include "plugin/module.h"
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
+
+#include <malloc.h>
 
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/run_dir.h"
@@ -59,11 +62,23 @@ void armStart(unsigned seconds) {
   if (startAlarm == 0) throw Mav::Exception("snmpd gives no alarm: nothing will be served");
 }
 
+// The daemon's buffers for one request (64 KiB of a message, and its lists) lie behind our rows at
+// the top of the heap. By default free(3) hands that back to the kernel as soon as it is 128 KiB,
+// so that each request would take its pages anew: five brk(2) and their page faults, a third of
+// the time of a GETBULK.
+void keepTopOfHeap() noexcept {
+  constexpr int kept = 2 << 20;  // octets
+  // What an operator has set stands (mallopt(3), ENVIRONMENT; ld.so(8), GLIBC_TUNABLES).
+  if (std::getenv("MALLOC_TRIM_THRESHOLD_") || std::getenv("GLIBC_TUNABLES")) return;
+  mallopt(M_TRIM_THRESHOLD, kept);
+}
+
 }  // namespace
 
 }  // namespace OvoSnmp
 
 void init_OvoSnmp() noexcept {
+  OvoSnmp::keepTopOfHeap();
   // Each for itself: what has no memory now must not keep the alarm from being armed.
   Snmp::guarded("init_OvoSnmp", [] { OvoSnmp::armStart(0); });
   Snmp::guarded("init_OvoSnmp", [] {
