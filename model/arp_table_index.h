@@ -1,5 +1,9 @@
 #pragma once
 // An IPv4 neighbour on an interface: the key of ipNetToMediaTable, ordered as its instances.
+//
+// The ifIndex comes first, so that the rows of one interface stand together: ArpTableSm removes
+// them in one walk. A neighbour that the kernel files under 0.0.0.0 (those of loopback and
+// point-to-point links) has a row like any other.
 
 #include <cstdint>
 #include <tuple>
@@ -13,12 +17,14 @@ class ArpTableIndex : public Mav::Value<ArpTableIndex> {
  public:
   ArpTableIndex() = default;
   ArpTableIndex(std::uint32_t ifIndex, Dovel::IpAddr ipAddr) : ifIndex_(ifIndex), ipAddr_(ipAddr) {}
+  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   ArpTableIndex(char const*& from, char const* to)
       : ArpTableIndex(Mav::parsedStrep<ArpTableIndex>(from, to)) {}
 
   std::uint32_t ifIndex() const { return ifIndex_; }
   Dovel::IpAddr const& ipAddr() const { return ipAddr_; }
 
+  /// In the order of the instance: ipNetToMediaIfIndex, ipNetToMediaNetAddress (RFC 4293).
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("ifIndex", &ArpTableIndex::ifIndex_),
                       Mav::Attribute("ipAddr", &ArpTableIndex::ipAddr_)};

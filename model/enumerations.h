@@ -7,19 +7,25 @@
 namespace IpSnmp {
 
 /// Who told of an address. What is in operation sorts before what is only configured.
+/// The order decides what is served: of several presences of an address the first (IntfDataKey).
 MAV_ENUM(AddressSource, (addressSourceStatus, 0), (addressSourceConfig, 1))
 
 /// IpAddressStatusTC of RFC 4293, as far as it is told.
+/// A tentative address is inaccessible, a deprecated one preferred: which of these it is does not
+/// come as far as the entities.
 MAV_ENUM(AddressStatus, (addressStatusPreferred, 1), (addressStatusInaccessible, 4))
 
 /// ipAddressType of RFC 4293.
 MAV_ENUM(AddressType, (addressTypeUnicast, 1), (addressTypeAnycast, 2), (addressTypeBroadcast, 3))
 
-/// inetCidrRouteType of RFC 4292.
+/// inetCidrRouteType of RFC 4292: local(3) is a route without a gateway, remote(4) one through a
+/// gateway; reject(2) tells the sender, blackhole(5) drops in silence. other(1) is what a row says
+/// before it is filled.
 MAV_ENUM(InetCidrRouteType, (inetCidrRouteTypeOther, 1), (inetCidrRouteTypeReject, 2),
          (inetCidrRouteTypeLocal, 3), (inetCidrRouteTypeRemote, 4), (inetCidrRouteTypeBlackhole, 5))
 
-/// ipNetToPhysicalType of RFC 4293.
+/// ipNetToPhysicalType of RFC 4293. local(5) is an address of the machine itself; a row that says
+/// invalid(2) is not to be used.
 // clang-format off
 MAV_ENUM(NetToPhysicalType,
          (netToPhysicalTypeOther, 1),
@@ -28,7 +34,8 @@ MAV_ENUM(NetToPhysicalType,
          (netToPhysicalTypeStatic, 4),
          (netToPhysicalTypeLocal, 5))
 
-/// ipNetToPhysicalState of RFC 4293.
+/// ipNetToPhysicalState of RFC 4293: the states of Neighbour Unreachability Detection (RFC 4861),
+/// which Linux keeps for IPv4 as well.
 MAV_ENUM(NetToPhysicalState,
          (netToPhysicalStateReachable, 1),
          (netToPhysicalStateStale, 2),

@@ -7,6 +7,7 @@
 namespace IpSnmp {
 
 Health::Health(Mav::Name name) : Entity(std::move(name)), takenAt_(-Mav::never) {
+  // The rows of brivetKelbaseRecordsTable stand from the start on, whatever is known.
   for (auto const& table : SharedTableEnumerators) {
     records_.put(static_cast<SharedTable>(table.value), 0);
   }
@@ -29,9 +30,12 @@ Health::Records const& Health::records() const {
 }
 
 void Health::freshen() const {
+  // A source that throws leaves the time as it was: the next question asks it again.
   if (!source_ || Mav::now() - takenAt_ <= freshness) return;
   source_(data_);
   takenAt_ = Mav::now();
+  // put() overwrites: the keys stay, so that an iterator of a walk under way takes its next step
+  // without a search.
   for (std::size_t i = 0; i < data_.records.size(); ++i) {
     records_.put(static_cast<SharedTable>(SharedTableEnumerators[i].value), data_.records[i]);
   }

@@ -26,12 +26,14 @@ MAV_ENUM(SharedTable, (sharedTableForwarding, 1), (sharedTableLink, 2), (sharedT
 struct HealthData {
   static constexpr std::uint32_t ageUnknown = 0xFFFF'FFFF;
 
-  bool publisherAlive = false;     // it runs, and says so
-  double publisherUpTime = 0;      // seconds since it was started; 0 when it does not run
+  bool publisherAlive = false;  // it runs, and says so
+  double publisherUpTime = 0;   // seconds since it was started; 0 when it does not run
+  // What an alarm should be set on: it grows whatever it is that keeps the tables from being exact.
   std::uint32_t age = ageUnknown;  // whole seconds since the tables were last known to be exact
   bool agentInSync = false;        // the agent has filed what the tables hold, and follows them
-  std::uint64_t generation = 0;    // of the tables, one more for each commit
-  std::uint64_t overruns = 0;      // as the publisher counts since its start
+  // The counts stay at their last values while what tells them cannot be read.
+  std::uint64_t generation = 0;  // of the tables, one more for each commit
+  std::uint64_t overruns = 0;    // as the publisher counts since its start
   std::uint64_t dumps = 0;
   std::uint64_t rejected = 0;
   std::array<std::uint64_t, std::size(SharedTableEnumerators)> records{};  // in their order
@@ -40,17 +42,21 @@ struct HealthData {
 class Health : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/kelbase/health";
-  /// A sample this old (seconds) is still told; an older one is not.
+  /// A sample this old (seconds) is still told; an older one is not. In between, any number of
+  /// managers cost one read of the publisher's file.
   static constexpr double freshness = 0.5;
 
-  /// Changes in the last sample what it can tell anew.
+  /// Changes in the last sample what it can tell anew. Called from inside a request: it must not
+  /// wait for anybody.
   using Source = std::function<void(HealthData&)>;
   using Records = Mav::OrderedMap<SharedTable, std::uint64_t>;
 
+  /// With a record count of 0 for each table: the rows are there before anything is known.
   explicit Health(Mav::Name name);
 
   /// Null: nobody can tell any more.
   void sourceIs(Source source);
+  /// Of the last sample, or of a new one. What it shows may change with the next question.
   HealthData const& data() const;
   /// How many records each table holds.
   Records const& records() const;
@@ -68,6 +74,7 @@ class Health : public Mav::Entity {
   mutable double takenAt_;
 };
 
+/// One without a source.
 Mav::Ptr<Health> healthFactory(Mav::Name name);
 
 }  // namespace IpSnmp

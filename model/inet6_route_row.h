@@ -14,7 +14,8 @@
 
 namespace IpSnmp {
 
-/// What a row says beside its key.
+/// What a row of either family says beside its key: made from what is kept when an iterator comes
+/// to the row.
 struct InetCidrRouteRow {
   std::uint32_t ifIndex = 0;
   Routing::RouteMetric metric;
@@ -29,6 +30,7 @@ class PackedNumber {
  public:
   PackedNumber() = default;
   explicit PackedNumber(std::uint32_t number) : octets_(std::bit_cast<decltype(octets_)>(number)) {}
+  // In the machine's order: it never leaves the process. Compared as the number that it is.
   operator std::uint32_t() const { return std::bit_cast<std::uint32_t>(octets_); }
 
  private:
@@ -56,10 +58,14 @@ struct Inet6RouteHop {
   }
 
  private:
+  // The InetAddressType of the next hop decides before its octets do (RFC 4001): unknown(0),
+  // ipv6(2), ipv6z(4).
   int rank() const { return nextHop.isUnspecified() ? 0 : nextHop.isLinkLocal() ? 2 : 1; }
 };
 
-/// Ordered as the instances.
+/// Ordered as the instances. The ifIndex is in it because the row tells it, and because it is the
+/// zone of a link-local next hop. Of hops that would have one instance, whoever files the rows
+/// leaves one (Ip6RouteTableSm).
 class Inet6RouteKey {
  public:
   Inet6RouteKey() = default;
@@ -71,12 +77,17 @@ class Inet6RouteKey {
         nextHop_(nextHop),
         ifIndex_(ifIndex) {}
 
+  // Made anew: a prefix as a member would bring its padding.
   Dovel::Ip6Prefix prefix() const { return {dest_, length_, zone_}; }
+  /// Whether the row belongs to this prefix: by its parts, so that a walk over rows makes no prefix
+  /// of each.
   bool isOf(Dovel::Ip6Prefix const& prefix) const {
     return dest_ == prefix.address() && length_ == prefix.length() && zone_ == prefix.zone();
   }
   TypedInetAddress dest() const { return {dest_, zone_}; }
   unsigned length() const { return length_; }
+  /// unknown(0), without octets, where there is none; with its link for a zone where it is
+  /// link-local (RFC 4007).
   TypedInetAddress nextHop() const {
     if (nextHop_.isUnspecified()) return {};
     return {nextHop_, nextHop_.isLinkLocal() ? std::uint32_t{ifIndex_} : 0};
@@ -84,6 +95,8 @@ class Inet6RouteKey {
   std::uint32_t ifIndex() const { return ifIndex_; }
 
   bool operator==(Inet6RouteKey const& other) const { return (*this <=> other) == 0; }
+  // ipv6(2) stands before ipv6z(4). Within these the address has its zone for its last octets (RFC
+  // 4001), so that the zone is compared before the length.
   std::strong_ordering operator<=>(Inet6RouteKey const& other) const {
     if (auto const order = (zone_ != 0U) <=> (other.zone_ != 0U); order != 0) return order;
     if (auto const order = dest_ <=> other.dest_; order != 0) return order;
@@ -95,6 +108,7 @@ class Inet6RouteKey {
  private:
   Inet6RouteHop hop() const { return {nextHop_, ifIndex_}; }
 
+  // Octets alone, so that an array of them has no gaps. operator<=> has an order of its own.
   Dovel::Ip6Addr dest_;
   PackedNumber zone_;
   std::uint8_t length_ = 0;
@@ -104,7 +118,7 @@ class Inet6RouteKey {
 
 static_assert(sizeof(Inet6RouteKey) == 41);
 
-/// What a row keeps beside its key.
+/// What a row keeps beside its key, which has the ifIndex.
 class Inet6RouteRow {
  public:
   Inet6RouteRow() = default;
@@ -121,6 +135,7 @@ class Inet6RouteRow {
   }
 
  private:
+  // Enumerations by their numbers, an octet each: RouteType and InetCidrRouteType have no more.
   PackedNumber metric_;
   std::uint8_t type_ = 0;
   std::uint8_t protocol_ = 0;

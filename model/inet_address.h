@@ -1,6 +1,10 @@
 #pragma once
 // An address of either IP version: the key of ipAddressTable, ordered as its instances
 // (InetAddressType, then InetAddress).
+//
+// The octets are kept as an index tells them, so that neither a walk nor a search converts them.
+// Snmp::String compares its length first; in each type all have one length, so that the order is
+// that of the octets. An address has no zone: IpAddressTableSm files no link-local ones.
 
 #include <tuple>
 
@@ -15,8 +19,10 @@ namespace IpSnmp {
 class InetAddress : public Mav::Value<InetAddress> {
  public:
   InetAddress() = default;
+  /// As an instance has both. Nothing is checked: a pair that fits no address names no row.
   InetAddress(Ip::IpVersion version, Snmp::String bytes)
       : version_(version), bytes_(std::move(bytes)) {}
+  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   InetAddress(char const*& from, char const* to)
       : InetAddress(Mav::parsedStrep<InetAddress>(from, to)) {}
 

@@ -1,6 +1,9 @@
 #pragma once
 // One next hop of a route of either family: the key of inetCidrRouteTable, ordered as its instances
 // (RFC 4292). inetCidrRoutePolicy is zeroDotZero in all, and has no place in it.
+//
+// Nobody keeps one: a row's is made of what the collections keep (InetCidrRoutes::keyOf), as an
+// iterator comes to it. So it has neither a hash nor a parser.
 
 #include <compare>
 #include <cstdint>
@@ -23,10 +26,13 @@ struct ZeroDotZero {
 class InetCidrRouteTableIndex {
  public:
   InetCidrRouteTableIndex() = default;
+  /// Of a row that is there; nothing is checked.
   InetCidrRouteTableIndex(TypedInetAddress const& dest, unsigned pfxLen,
                           TypedInetAddress const& nextHop)
       : dest_(dest), pfxLen_(static_cast<std::uint8_t>(pfxLen)), nextHop_(nextHop) {}
-  /// As an instance has it. RangeException when no row can have it.
+  /// As an instance has it, for the hint of an iteration. RangeException when a type does not fit
+  /// its octets, or the length is above 128. More than 32 of an IPv4 destination pass, and name no
+  /// row.
   template <class Octets>
   InetCidrRouteTableIndex(std::uint32_t destType, Octets const& dest, std::uint32_t pfxLen,
                           ZeroDotZero /*policy*/, std::uint32_t nextHopType, Octets const& nextHop)
@@ -41,6 +47,7 @@ class InetCidrRouteTableIndex {
   unsigned pfxLen() const { return pfxLen_; }
   TypedInetAddress const& nextHop() const { return nextHop_; }
 
+  // Member by member, in the order of the instance: a TypedInetAddress compares its type first.
   bool operator==(InetCidrRouteTableIndex const&) const = default;
   std::strong_ordering operator<=>(InetCidrRouteTableIndex const&) const = default;
 

@@ -13,6 +13,7 @@ InetCidrRouteRow rowOf(IpCidrRouteTableIndex const& key, IpCidrRouteTableRow con
           row.protocol()};
 }
 
+// Masks of prefixes are contiguous: counting their bits is enough.
 unsigned lengthOf(Dovel::IpAddr const& mask) {
   return static_cast<unsigned>(std::popcount(mask.value()));
 }
@@ -34,10 +35,12 @@ InetCidrRouteTableIndex InetCidrRoutes::keyOf(IpCidrRouteTableIndex const& hop) 
 }
 
 auto InetCidrRoutes::first() const -> IteratorConst {
+  // The constructor settles on the lesser one of both, or else on the first of IPv6.
   return {*this, hops_.first(), refusals_.first()};
 }
 
 auto InetCidrRoutes::at(Key const& key) const -> IteratorConst {
+  // By its place among the rows: a key does not tell which of the three collections has it.
   auto found = firstAtOrAfter([&key](Key const& other) { return other <=> key; });
   return found && found.key() == key ? found : IteratorConst();
 }
@@ -48,6 +51,7 @@ std::optional<Dovel::Prefix> InetCidrRoutes::refusal(Dovel::Prefix const& from) 
 }
 
 std::optional<Dovel::Ip6Prefix> InetCidrRoutes::route(Dovel::Ip6Prefix const& from) const {
+  // No row of the prefix is before that: :: and ifIndex 0 are the least of what follows.
   auto const found = routes6_.atOrAfter({from, {}, 0});
   return found ? std::optional(found.key().prefix()) : std::nullopt;
 }
@@ -71,6 +75,7 @@ void InetCidrRoutes::routesAre(Dovel::Ip6Prefix const& prefix, std::span<Inet6Ro
 }
 
 std::uint32_t InetCidrRoutes::IteratorConst::age() const {
+  // The route is looked for now, by the prefix of the row: it may be another route by now, or none.
   auto const* const ages = routes_ ? routes_->ages_ : nullptr;
   if (!ages) return 0;
   switch (source_) {
@@ -107,6 +112,7 @@ auto InetCidrRoutes::IteratorConst::operator++() -> IteratorConst& {
 }
 
 void InetCidrRoutes::IteratorConst::settle4() {
+  // Both iterators stand on their next row; that of the other collection waits.
   if (hop_ && (!refusal_ || isBefore(hop_.key(), refusal_.key()))) {
     source_ = Source::hop;
     key_ = keyOf(hop_.key());

@@ -5,7 +5,7 @@
 // Those of IPv4 are a view of the rows of ipCidrRouteTable, which are kept once, merged with the
 // routes that refuse, which that table does not have. Behind them, as their InetAddressTypes are,
 // stand those of IPv6: ipv6(2), then ipv6z(4). A quarter of a million of these are held, by value,
-// in 48 octets each. No notifications.
+// in 47 octets each. No notifications.
 //
 // An iterator lives within a request: it survives changes as those of Mav::OrderedMap do, but may
 // then show once more a row that has gone.
@@ -33,6 +33,8 @@ class RouteAges {
 
 class InetCidrRoutes {
  public:
+  // One collection for each kind of row. A prefix of IPv4 has rows in one of the first two, never
+  // in both: it forwards, or it refuses (IpRouteTableSm).
   using HopMap = Mav::OrderedMap<IpCidrRouteTableIndex, IpCidrRouteTableRow>;
   using RefusalMap = Mav::OrderedMap<Dovel::Prefix, InetCidrRouteRow>;
   using Inet6Map = Mav::OrderedMap<Inet6RouteKey, Inet6RouteRow>;
@@ -45,16 +47,19 @@ class InetCidrRoutes {
   /// The number of rows: inetCidrRouteNumber.
   std::size_t size() const { return hops_.size() + refusals_.size() + routes6_.size(); }
 
+  /// On the first row of all; at the end when there is none. The iterator must not outlive this.
   IteratorConst first() const;
   /// On the row of `key`; at the end when there is none.
   IteratorConst at(Key const& key) const;
-  /// As those of Mav::OrderedMap.
+  /// As those of Mav::OrderedMap: a descent in each collection of IPv4, and one among the rows of
+  /// IPv6 where IPv4 has none behind the place.
   template <class Order>
   IteratorConst firstAfter(Order const& order) const;
   template <class Order>
   IteratorConst firstAtOrAfter(Order const& order) const;
 
-  /// The IPv4 route of this prefix refuses; its row is this.
+  /// The IPv4 route of this prefix refuses; its row is this. Rows that the prefix has among `hops`
+  /// are not touched: the state machine deletes them in the same pass.
   void refusalIs(Dovel::Prefix const& prefix, InetCidrRouteRow const& row) {
     refusals_.put(prefix, row);
   }
@@ -72,7 +77,8 @@ class InetCidrRoutes {
   /// The first prefix not less than `from` that has rows.
   std::optional<Dovel::Ip6Prefix> route(Dovel::Ip6Prefix const& from) const;
 
-  /// Null: no age is known. `ages` must outlive its use.
+  /// Null: no age is known. `ages` must outlive its use: it is asked when a manager reads the
+  /// column, and for that row alone.
   void agesAre(RouteAges const* ages) { ages_ = ages; }
 
  private:
@@ -81,6 +87,8 @@ class InetCidrRoutes {
   static auto byKey(Order const& order) {
     return [&order](auto const& own) { return order(keyOf(own)); };
   }
+  // The instance that a row of each collection has. Order is kept by them: what stands first in a
+  // collection stands first among the instances.
   static Key keyOf(IpCidrRouteTableIndex const& hop);
   static Key keyOf(Dovel::Prefix const& refused) {
     return {TypedInetAddress(refused.address()), refused.length(), {}};
@@ -92,6 +100,7 @@ class InetCidrRoutes {
   HopMap const& hops_;
   RefusalMap refusals_;  // of IPv4
   Inet6Map routes6_;
+  // Where the last prefix was filed: a pass files prefixes in order.
   Inet6Map::Cursor place_{routes6_};
   RouteAges const* ages_ = nullptr;
 };
@@ -103,6 +112,7 @@ class InetCidrRoutes::IteratorConst {
   IteratorConst() = default;
 
   explicit operator bool() const { return source_ != Source::none; }
+  /// Of the row, as it was when the iterator came to it; it stays so when the row changes or goes.
   Key const& key() const { return key_; }
   InetCidrRouteRow const& value() const { return row_; }
   InetCidrRouteRow const* operator->() const { return &row_; }
@@ -125,15 +135,18 @@ class InetCidrRoutes::IteratorConst {
     settle6();
   }
   bool isOf4() const { return source_ == Source::hop || source_ == Source::refusal; }
-  /// On the first of IPv4 from here, or else the first of IPv6.
+  /// On the first of IPv4 from here, or else the first of IPv6. Both take key and row from the
+  /// collection that has it.
   void settle4();
   void settle6();
 
   InetCidrRoutes const* routes_ = nullptr;
+  // Within IPv4 both stand on their next row, of which settle4() shows the lesser one.
   HopMap::IteratorConst hop_;
   RefusalMap::IteratorConst refusal_;
   Inet6Map::IteratorConst route6_;
   Source source_ = Source::none;
+  // Copies, so that a row that goes can still be read.
   Key key_;
   InetCidrRouteRow row_;
 };

@@ -1,6 +1,9 @@
 #pragma once
 // An address's presence on one interface, from one source, with the prefix row that it belongs to.
 // Equal when the key is equal and the row is the same object; values have no order.
+//
+// The prefix row is held, so that it can be filed again when this presence becomes the first of its
+// address, and be withdrawn as the object that it is (ip_address_prefix_entry.h).
 
 #include <tuple>
 
@@ -13,6 +16,7 @@ namespace IpSnmp {
 class IntfData : public Mav::PlainValue<IntfData> {
  public:
   IntfData() = default;
+  /// A value without a row equals none that IpAddressTableSm files: these always have one.
   IntfData(IntfDataKey const& key, Mav::Ptr<IpAddressPrefixEntry const> prefixEntry)
       : key_(key), prefixEntry_(std::move(prefixEntry)) {}
   /// Only a null reference can come from a text.

@@ -19,6 +19,8 @@ IpAddressEntry::IntfIteratorConst IpAddressEntry::master() const {
 }
 
 std::uint32_t IpAddressEntry::ifIndex() const {
+  // The ifIndex is that of the prefix row: an address and the prefix that it points to name one
+  // link.
   auto const prefix = prefixEntry();
   return prefix ? prefix->key().ifIndex() : 0;
 }

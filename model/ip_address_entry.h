@@ -25,7 +25,8 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   Ip::IpVersion addrVersion() const { return key_.version(); }
   Snmp::String const& addrBytes() const { return key_.bytes(); }
 
-  /// An empty IntfData when there is none.
+  /// An empty IntfData when there is none. Mostly there are one or two: an address in operation is
+  /// known from configuration and from status.
   IntfData intf(IntfDataKey const& key) const { return intf_.get(key); }
   IntfIteratorConst intfIterator() const { return intf_.first(); }
   IntfMap const& intfMap() const { return intf_; }
@@ -34,6 +35,9 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   /// No effect when there is none.
   void intfDel(IntfDataKey const& key) { intf_.erase(key); }
   void intfDelAll() { intf_.clear(); }
+
+  // What is served. ifIndex(), addressStatus() and prefixEntry() ask the master, and raise
+  // RangeException "null ValidPtr" while nothing has the address.
 
   /// Of the master's prefix; 0 when it has none.
   std::uint32_t ifIndex() const;
@@ -46,9 +50,11 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   Dovel::IpAddr ipAdEntAddr() const;
 
  private:
+  /// The first presence; RangeException "null ValidPtr" without one.
   IntfMap::IteratorConst master() const;
 
   InetAddress const key_;
+  // Ordered, so that the master is the first one.
   IntfMap intf_;
 };
 

@@ -1,6 +1,9 @@
 #pragma once
 // A prefix on an interface: the key of ipAddressPrefixTable, ordered as its instances (ifIndex,
 // InetAddressType, InetAddress, prefix length).
+//
+// Kept per interface: one subnet on two links is two rows. The length stands behind the address, as
+// in the instance, so that 10.0.0.0/8 comes before 10.0.0.0/16.
 
 #include <cstdint>
 #include <tuple>
@@ -17,6 +20,7 @@ class IpAddressPrefixKey : public Mav::Value<IpAddressPrefixKey> {
   IpAddressPrefixKey(std::uint32_t ifIndex, Ip::IpVersion version, Snmp::String bytes,
                      std::uint32_t length)
       : ifIndex_(ifIndex), version_(version), bytes_(std::move(bytes)), length_(length) {}
+  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   IpAddressPrefixKey(char const*& from, char const* to)
       : IpAddressPrefixKey(Mav::parsedStrep<IpAddressPrefixKey>(from, to)) {}
 
@@ -27,6 +31,7 @@ class IpAddressPrefixKey : public Mav::Value<IpAddressPrefixKey> {
   /// In bits.
   std::uint32_t length() const { return length_; }
 
+  /// In the order of the instance (RFC 4293, ipAddressPrefixEntry).
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("ifIndex", &IpAddressPrefixKey::ifIndex_),
                       Mav::Attribute("version", &IpAddressPrefixKey::version_),

@@ -11,7 +11,8 @@
 
 namespace IpSnmp {
 
-/// What a row has beside its key.
+/// What a row has beside its key. Neither its age nor its fec is in it: the one is read in the
+/// shared tables by whoever asks, the other is in the FecRouteList.
 class IpCidrRouteTableRow {
  public:
   IpCidrRouteTableRow() = default;
@@ -45,6 +46,7 @@ class IpCidrRouteTableRow {
 
 static_assert(sizeof(IpCidrRouteTableRow) == 12);
 
+/// A row with its key, for who looks one up. A walk reads rows in place, and makes none.
 class IpCidrRouteTableEntry : public IpCidrRouteTableRow,
                               public Mav::Counted<IpCidrRouteTableEntry> {
  public:

@@ -1,6 +1,10 @@
 #pragma once
 // One next hop of a route: the key of ipCidrRouteTable, ordered as its instances (RFC 4292). A
 // million of them are held: 16 octets, no padding.
+//
+// The mask as the MIB has it: masks order by their length, being contiguous (Dovel::Prefix makes no
+// others). So all rows of a prefix stand together, and a prefix before those of more bits in it.
+// The type of service is 0 in every row; it is kept because the index has it.
 
 #include <cstdint>
 #include <tuple>
@@ -16,6 +20,7 @@ class IpCidrRouteTableIndex : public Mav::Value<IpCidrRouteTableIndex> {
   constexpr IpCidrRouteTableIndex(Dovel::IpAddr dest, Dovel::IpAddr mask, std::uint32_t tos,
                                   Dovel::IpAddr nextHop)
       : dest_(dest), mask_(mask), tos_(tos), nextHop_(nextHop) {}
+  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   IpCidrRouteTableIndex(char const*& from, char const* to)
       : IpCidrRouteTableIndex(Mav::parsedStrep<IpCidrRouteTableIndex>(from, to)) {}
 
@@ -24,6 +29,7 @@ class IpCidrRouteTableIndex : public Mav::Value<IpCidrRouteTableIndex> {
   constexpr std::uint32_t tos() const { return tos_; }
   constexpr Dovel::IpAddr const& nextHop() const { return nextHop_; }
 
+  /// In the order of the instance (RFC 4292, ipCidrRouteEntry).
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("dest", &IpCidrRouteTableIndex::dest_),
                       Mav::Attribute("mask", &IpCidrRouteTableIndex::mask_),

@@ -39,6 +39,7 @@ Mav::Ptr<IpCidrRouteTableEntry> IpForwardMib::ipCidrRouteTableIs(
     IpCidrRouteTableIndex const& key, std::uint32_t ifIndex, Routing::RouteMetric const& metric,
     Routing::RoutePreference const& preference, Routing::Fib::RouteType protocol) {
   IpCidrRouteTableRow const row(ifIndex, metric, preference, protocol);
+  // A row is fixed for life: to change one, it is deleted and made again.
   if (auto const* const existing = ipCidrRouteTableMap().find(key)) {
     Mav::checkConstructorParameter("_ifIndex", ifIndex, existing->ifIndex());
     Mav::checkConstructorParameter("_metric", metric, existing->metric());
@@ -64,6 +65,7 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
   // Who listens hears of each row that goes, and of each that comes. While nobody does, rows that
   // stay are not touched.
   if (isHeard()) {
+    // The iterator finds its next row although its own has gone (Mav::OrderedMap).
     for (auto old = ipCidrRouteTableMap().atOrAfter(first); old && isOfSamePrefix(old.key(), first);
          ++old) {
       ipCidrRouteTableDel(old.key());
@@ -71,6 +73,9 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
     for (auto const& hop : hops) ipCidrRouteTable_.put(key(hop), row(hop));
     return;
   }
+  // One walk along the rows and the hops, both in the order of next hops. A row that stays the same
+  // is overwritten in its place: an iterator of a walk that stands on it takes its next step
+  // without a search.
   place_.seek(first);
   for (auto const& hop : hops) put(place_, key(hop), row(hop));
   while (place_ && isOfSamePrefix(place_.key(), first)) place_.erase();
@@ -78,6 +83,7 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
 
 std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(Dovel::Prefix const& from) const {
   auto const row = ipCidrRouteTableMap().firstAtOrAfter(
+      // One search for each prefix of a comparison, whether it has one row or 128.
       [first = firstKey(from)](IpCidrRouteTableIndex const& key) { return key <=> first; });
   if (!row) return std::nullopt;
   auto const& key = row.key();

@@ -19,6 +19,8 @@ class IpForwardMib : public Mav::Entity {
 
   static constexpr Mav::AttributeId ipCidrRouteTableAttributeId = Mav::firstAttributeId;
 
+  /// Nobody in the agent hears it: the price of one who does is a descent, and a call, for each row
+  /// that changes (ipCidrRoutesAre()).
   class NotifieeConst : public Mav::Notifiee<IpForwardMib const, NotifieeConst> {
    public:
     using Notifiee::Notifiee;
@@ -31,6 +33,7 @@ class IpForwardMib : public Mav::Entity {
   /// ipForwardMibFactory makes the one that is served.
   explicit IpForwardMib(Mav::Name name) : Entity(std::move(name)) {}
 
+  // Row by row, as the other caches are changed. The state machine changes prefixes whole, below.
   using IpCidrRouteTableMap = Mav::OrderedMap<IpCidrRouteTableIndex, IpCidrRouteTableRow>;
   using IpCidrRouteTableIterator = IpCidrRouteTableMap::Iterator;
   using IpCidrRouteTableIteratorConst = IpCidrRouteTableMap::IteratorConst;
@@ -49,6 +52,7 @@ class IpForwardMib : public Mav::Entity {
                                                      Routing::Fib::RouteType protocol);
 
   /// One next hop of a prefix: what its row has of its own.
+  /// The rows of one prefix differ in these alone: metric, preference and protocol are its route's.
   struct RowHop {
     Dovel::IpAddr nextHop;
     std::uint32_t ifIndex = 0;
@@ -66,12 +70,14 @@ class IpForwardMib : public Mav::Entity {
   /// The prefix has no rows from now on.
   void ipCidrRoutesDel(Dovel::Prefix const& prefix) { ipCidrRoutesAre(prefix, {}, {}, {}, {}); }
   /// The first prefix not less than `from` that has rows.
+  /// By which a comparison finds what has gone unnoticed (BasicRouteStatus::filedRoute).
   std::optional<Dovel::Prefix> ipCidrRoutePrefix(Dovel::Prefix const& from) const;
 
   /// The number of rows: ipCidrRouteNumber.
   std::size_t ipCidrRouteTables() const { return ipCidrRouteTableMap().size(); }
 
   /// The rows of inetCidrRouteTable; those above are among them.
+  /// Not announced, in neither family.
   InetCidrRoutes const& inetCidrRoutes() const { return inetCidrRoutes_; }
   InetCidrRoutes& inetCidrRoutes() { return inetCidrRoutes_; }
 
@@ -82,10 +88,13 @@ class IpForwardMib : public Mav::Entity {
   Mav::AnnouncedMap<IpCidrRouteTableMap, NotifieeConst, ipCidrRouteTableAttributeId,
                     &NotifieeConst::onIpCidrRouteTable>
       ipCidrRouteTable_{*this};
+  // Where the last prefix was filed.
   IpCidrRouteTableMap::Cursor place_{ipCidrRouteTable_.map()};
+  // Behind the collection, which it refers to.
   InetCidrRoutes inetCidrRoutes_{ipCidrRouteTable_.map()};
 };
 
+/// Without rows, and without ages.
 Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name);
 
 }  // namespace IpSnmp

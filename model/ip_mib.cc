@@ -10,7 +10,7 @@ Mav::Ptr<IpAddressEntry> IpMib::ipAddressTableIs(InetAddress const& key) {
 
 void IpMib::ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& entry) {
   if (!entry) {
-    // The last character has always been there: whoever matches the text expects it.
+    // The text ends with a quotation mark, and begins with none: whoever matches it expects it so.
     throw Mav::RangeException(
         "null _ipAddressPrefixTable parameter to mutator for "
         "IpSnmp::IpMib::ipAddressPrefixTable not allowed\"");
@@ -54,6 +54,7 @@ Mav::AttributeTable const& IpMib::attributeTable() const {
 
 Mav::Ptr<IpMib> ipMibFactory(Mav::Name name) {
   auto ipMib = Mav::makeObject<IpMib>(std::move(name));
+  // Nothing is read for that: a row reads the kernel's files when a manager asks.
   for (auto version : {Ip::ipVersion4, Ip::ipVersion6}) ipMib->memberIs("ipSwFwdStats", version);
   return ipMib;
 }

@@ -53,6 +53,8 @@ class IpMib : public Mav::Entity {
   /// Without rows; ipMibFactory makes the one that is served.
   explicit IpMib(Mav::Name name) : Entity(std::move(name)) {}
 
+  // ipAddressTable (RFC 4293): the addresses of both versions. What changes within an entry, as
+  // when another interface becomes the first that has the address, is not announced.
   using IpAddressTableMap = Mav::OrderedMap<InetAddress, Mav::Ptr<IpAddressEntry>>;
   using IpAddressTableIterator = IpAddressTableMap::Iterator;
   using IpAddressTableIteratorConst = IpAddressTableMap::IteratorConst;
@@ -67,6 +69,7 @@ class IpMib : public Mav::Entity {
   void ipAddressTableDel(InetAddress const& key) { ipAddressTable_.del(key); }
   void ipAddressTableDelAll() { ipAddressTable_.delAll(); }
 
+  // ipAddressPrefixTable (RFC 4293): exactly the prefixes that the rows of ipAddressTable point to.
   using IpAddressPrefixTableMap =
       Mav::OrderedMap<IpAddressPrefixKey, Mav::Ptr<IpAddressPrefixEntry const>>;
   using IpAddressPrefixTableIterator = IpAddressPrefixTableMap::Iterator;
@@ -84,6 +87,7 @@ class IpMib : public Mav::Entity {
   void ipAddressPrefixTableDel(IpAddressPrefixKey const& key) { ipAddressPrefixTable_.del(key); }
   void ipAddressPrefixTableDelAll() { ipAddressPrefixTable_.delAll(); }
 
+  // ipAddrTable (RFC 4293, deprecated there): the IPv4 rows of ipAddressTable once more.
   using IpAddrTableMap = Mav::OrderedMap<Dovel::IpAddr, Mav::Ptr<IpAddrEntry>>;
   using IpAddrTableIterator = IpAddrTableMap::Iterator;
   using IpAddrTableIteratorConst = IpAddrTableMap::IteratorConst;
@@ -97,6 +101,7 @@ class IpMib : public Mav::Entity {
   void ipAddrTableDel(Dovel::IpAddr const& key) { ipAddrTable_.del(key); }
   void ipAddrTableDelAll() { ipAddrTable_.delAll(); }
 
+  // ipNetToMediaTable (RFC 4293, deprecated there): IPv4 neighbours with an Ethernet address.
   using ArpTableMap = Mav::OrderedMap<ArpTableIndex, Mav::Ptr<ArpTableEntry>>;
   using ArpTableIterator = ArpTableMap::Iterator;
   using ArpTableIteratorConst = ArpTableMap::IteratorConst;
@@ -110,6 +115,8 @@ class IpMib : public Mav::Entity {
   void arpTableDel(ArpTableIndex const& key) { arpTable_.del(key); }
   void arpTableDelAll() { arpTable_.delAll(); }
 
+  // brivetSwFwdIpStatsTable: two rows from the start on, of which a kernel without IPv6 leaves one
+  // at 0.
   using IpSwFwdStatsMap = Mav::OrderedMap<Ip::IpVersion, Mav::Ptr<Ip::SwFwdStats>>;
   using IpSwFwdStatsIterator = IpSwFwdStatsMap::Iterator;
   using IpSwFwdStatsIteratorConst = IpSwFwdStatsMap::IteratorConst;
@@ -124,6 +131,7 @@ class IpMib : public Mav::Entity {
   void ipSwFwdStatsDel(Ip::IpVersion version) { ipSwFwdStats_.del(version); }
   void ipSwFwdStatsDelAll() { ipSwFwdStats_.delAll(); }
 
+  // ipNetToPhysicalTable (RFC 4293): by value, and with only what its one writer needs.
   using IpNetToPhysicalTableMap = Mav::OrderedMap<IpNetToPhysicalIndex, IpNetToPhysicalRow>;
   using IpNetToPhysicalTableIteratorConst = IpNetToPhysicalTableMap::IteratorConst;
   IpNetToPhysicalTableMap const& ipNetToPhysicalTableMap() const {
@@ -139,6 +147,7 @@ class IpMib : public Mav::Entity {
   Mav::AttributeTable const& attributeTable() const override;
 
  private:
+  // Who has the cache const gets its entries const.
   template <class Entry>
   static Mav::Ptr<Entry const> asConst(Mav::Ptr<Entry> entry) {
     return entry;

@@ -1,6 +1,9 @@
 #pragma once
 // A neighbour of either version of IP on an interface: the key of ipNetToPhysicalTable, ordered as
 // its instances (RFC 4293). A link-local address has its interface for its zone.
+//
+// The zone of a link-local address repeats the ifIndex that the index begins with: InetAddressType
+// ipv6z asks for it (RFC 4001), and a manager may read the address apart from the row.
 
 #include <compare>
 #include <cstdint>
@@ -14,6 +17,7 @@ namespace IpSnmp {
 class IpNetToPhysicalIndex {
  public:
   IpNetToPhysicalIndex() = default;
+  /// Of a row that is there.
   IpNetToPhysicalIndex(std::uint32_t ifIndex, TypedInetAddress const& netAddress)
       : ifIndex_(ifIndex), netAddress_(netAddress) {}
   /// As an instance has it. RangeException when no address is of that type.

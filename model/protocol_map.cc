@@ -3,8 +3,9 @@
 namespace IpSnmp {
 
 namespace {
+// An empty map allocates nothing: the library is loaded into a daemon that an exception would end.
 ProtocolMap processMap;
-}
+}  // namespace
 
 std::optional<IpRouteProtocol> ProtocolMap::protocol(Routing::Fib::RouteType routeType) const {
   auto const found = protocol_.find(routeType);

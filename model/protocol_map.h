@@ -1,6 +1,8 @@
 #pragma once
 // The numbers that ipCidrRouteProto gives to the route types of the forwarding table: a value,
 // filled when the route state machine is made, and read when rows are served. One thread.
+//
+// inetCidrRouteProto knows more protocols and has a list of its own (handlers/ip_conversions.cc).
 
 #include <optional>
 
@@ -20,6 +22,7 @@ class ProtocolMap {
   ProtocolMap(char const*& from, char const* to)
       : ProtocolMap(Mav::parsedStrep<ProtocolMap>(from, to)) {}
 
+  /// Nothing for a type that the map does not have: a row says other(1) then.
   std::optional<IpRouteProtocol> protocol(Routing::Fib::RouteType routeType) const;
   /// All pairs.
   Map const& protocol() const { return protocol_; }

@@ -9,6 +9,7 @@ TypedInetAddress::TypedInetAddress(std::uint32_t type, std::span<std::uint8_t co
   if (octets.size() <= sizeMax) append(octets);
   // RFC 4001: unknown, ipv4, ipv6, and ipv6z, which has four octets of zone index behind the
   // address.
+  // ipv4z(3) and dns(16) name no address here.
   bool const isKnown = size_ == 0 || size_ == 4 || size_ == 16 || size_ == sizeMax;
   if (octets.size() > sizeMax || !isKnown || type != this->type()) {
     throw Mav::RangeException("an InetAddress of type " + std::to_string(type) + " has not " +

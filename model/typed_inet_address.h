@@ -43,6 +43,7 @@ class TypedInetAddress {
   std::span<std::uint8_t const> octets() const { return {octets_.data(), size_}; }
 
   /// "2001:db8::1", "fe80::1%3"; of unknown(0) nothing.
+  /// For traces alone.
   std::string stringValue() const;
   friend std::ostream& operator<<(std::ostream& out, TypedInetAddress const& address) {
     return out << address.stringValue();
@@ -52,12 +53,14 @@ class TypedInetAddress {
   std::strong_ordering operator<=>(TypedInetAddress const&) const = default;
 
  private:
+  // Behind those that are there; 20 at most, which the constructors see to.
   void append(std::span<std::uint8_t const> octets) {
     std::copy(octets.begin(), octets.end(), octets_.begin() + size_);
     size_ = static_cast<std::uint8_t>(size_ + octets.size());
   }
 
   std::uint8_t size_ = 0;  // first: it decides the order
+  // Zero beyond the size: the defaulted comparison looks at all of them.
   std::array<std::uint8_t, sizeMax> octets_{};
 };
 
