@@ -8,6 +8,7 @@ namespace IpSnmp {
 
 void ArpTableSm::MavStatus::onArpIntfStatus(Mav::Name const& name) {
   Blipmark::Timer const blip("void IpSnmp::ArpTableSm::MavStatus::onArpIntfStatus(Mav::Name)");
+  // What was announced is not looked at: the directory as it is now decides.
   if (auto const entity = notifier()->arpIntfStatus(name)) {
     sm_.arpIntfStatusIs(entity);
   } else {
@@ -25,6 +26,8 @@ void ArpTableSm::MavStatus::onArpIntfStatus() {
 ArpTableSm::MavArpIntfStatus::MavArpIntfStatus(ArpTableSm& sm,
                                                Mav::Ptr<Arp::ArpIntfStatus const> const& entity)
     : Reactor(sm, entity) {
+  // The first of these finds no ifIndex yet. The second takes over the interface's status, where
+  // there is one, and files; the third files the same once more.
   handleArpEntry();
   handleNew();
   handleIntfStatus();
@@ -41,7 +44,8 @@ void ArpTableSm::MavArpIntfStatus::handleArpEntry(Dovel::IpAddr address) {
   }
   auto const ipMib = Mav::validPtr(arpTableSm()->ipMib());
   ArpTableIndex const key(static_cast<std::uint32_t>(ifIndex_), address);
-  // The empty status says that there is no such neighbour.
+  // The empty status says that there is no such neighbour. A neighbour that only changes has its
+  // row already: the row reads it when it is asked.
   if (notifier()->arpEntry(address) != Arp::ArpEntryStatus()) {
     ipMib->arpTableIs(key, notifier());
   } else {
@@ -68,6 +72,7 @@ void ArpTableSm::MavArpIntfStatus::handleNew() {
   Blipmark::Timer const blip(signature);
   auto const& name = notifier()->name();
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << name);
+  // An ARP status has the name of its link, which is the IntfId of the link's first address too.
   intfStatusIs(arpTableSm()->intfStatus(Dovel::IntfId(name)));
 }
 

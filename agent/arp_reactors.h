@@ -8,6 +8,8 @@
 
 namespace IpSnmp {
 
+/// Hands each status that comes or goes to the reactor of that interface. Changes within a status
+/// (whether the link is up) do not come here: a neighbour is served while the kernel has it.
 class ArpTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::NotifieeConst {
  public:
   MavIntfStatusDir(ArpTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
@@ -30,13 +32,17 @@ class ArpTableSm::MavStatus final : public Arp::NeighborDir::NotifieeConst {
  public:
   MavStatus(ArpTableSm& sm, Mav::Ptr<Arp::NeighborDir const> status)
       : NotifieeConst(std::move(status)), sm_(sm) {}
+  /// One interface: its reactor is made, or withdraws and goes.
   void onArpIntfStatus(Mav::Name const& name) override;
+  /// All of them: those without a reactor get one, those that have gone lose theirs.
   void onArpIntfStatus() override;
 
  private:
   ArpTableSm& sm_;
 };
 
+/// One interface's neighbours, and the ifIndex under which they are filed. The rows refer to the
+/// entity that it watches, and to nothing of the reactor.
 class ArpTableSm::MavArpIntfStatus final : public Reactor<ArpTableSm, Arp::ArpIntfStatus> {
  public:
   static Mav::Name keyOf(Arp::ArpIntfStatus const& entity) { return entity.name(); }
@@ -61,6 +67,7 @@ class ArpTableSm::MavArpIntfStatus final : public Reactor<ArpTableSm, Arp::ArpIn
   /// Removes every row of the ifIndex.
   void handleDel() override;
 
+  // The mirror announces a neighbour when it comes, when it goes, and when it changes.
   void onArpEntry(Dovel::IpAddr const& address) override { handleArpEntry(address); }
   void onArpEntry() override { handleArpEntry(); }
 

@@ -22,6 +22,7 @@ ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
   }
 }
 
+// The reactors first: a caller may hold one for longer, and its back pointer must not outlive this.
 ArpTableSm::~ArpTableSm() { statusDel(); }
 
 Mav::Ptr<Interface::AllIntfStatusDir const> ArpTableSm::intfStatusDir() const {
@@ -39,6 +40,7 @@ void ArpTableSm::ipMibDel() {
 }
 
 void ArpTableSm::statusDel() {
+  // Nothing is heard any more when the reactors go, so that none is made again.
   mavStatus_.reset();
   arpIntfStatusDelAll();
 }
@@ -69,6 +71,7 @@ void ArpTableSm::handleIntfStatus() {
   Blipmark::Timer const blip("void IpSnmp::ArpTableSm::handleIntfStatus()");
   auto const dir = intfStatusDir();
   if (!dir) return;
+  // Those that have gone are not told: their reactors keep the status that they hold.
   for (auto i = dir->intfStatusIterator(); i; ++i) handleIntfStatus(i.key());
 }
 

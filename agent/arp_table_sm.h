@@ -49,6 +49,7 @@ class ArpTableSm : public Mav::Object {
   /// An input is taken away: the reactors that watch it, or what hangs on it, go. What was filed
   /// stays.
   void intfStatusDirDel();
+  /// From then on a neighbour that comes or goes is a RangeException in its reactor, and is traced.
   void ipMibDel();
   void statusDel();
 
@@ -72,6 +73,7 @@ class ArpTableSm : public Mav::Object {
   Mav::Ptr<Mav::ActivityConfig> const activityConfig_;
   Mav::Ptr<IpMib> ipMib_;
 
+  // The destructor lets go of the reactors before any member goes: they call into this.
   ReactorSet<MavArpIntfStatus, Mav::Name> arpIntfStatus_;
 
   std::unique_ptr<MavIntfStatusDir> mavIntfStatusDir_;

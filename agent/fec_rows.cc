@@ -8,6 +8,7 @@ namespace IpSnmp {
 
 FecRows::FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* intfStatusDir)
     : vias_(fec.vias.size()) {
+  // What is beyond is no error yet: checkVias() raises it when the rows of the first ones stand.
   std::size_t const end = std::min(vias_, Pondo::Fib::viasMax);
   hops_.reserve(end);
   for (std::size_t i = 0; i < end; ++i) add(fec.vias[i], intfStatusDir);
@@ -24,6 +25,7 @@ void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const*
     if (!via.nextHop.isUnspecified()) addHop(via, 0);
     return;
   }
+  // By name: the via's own ifIndex is that of the time when it was published.
   auto const status = intfStatusDir ? intfStatusDir->intfStatus(via.intfId) : nullptr;
   if (!status) return refusals_.push_back({Refusal::Reason::noIntfStatus, via});
   auto const ifIndex = Intf::ifIndex(*status);
@@ -34,6 +36,7 @@ void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const*
 void FecRows::addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex) {
   IpForwardMib::RowHop const hop{via.nextHop, static_cast<std::uint32_t>(ifIndex),
                                  !via.nextHop6.isUnspecified()};
+  // Inserted in order: sets are short, 128 at most.
   auto const place = std::lower_bound(
       hops_.begin(), hops_.end(), hop.nextHop,
       [](auto const& known, Dovel::IpAddr const& nextHop) { return known.nextHop < nextHop; });

@@ -15,6 +15,8 @@ class FecRows {
  public:
   /// A via that gives no row although it names a next hop or an interface.
   struct Refusal {
+    /// The interface is not known (yet): the prefix waits for it. It is known without an ifIndex:
+    /// nothing is waited for. Another via of the fec has the row.
     enum class Reason { noIntfStatus, negativeIfIndex, nextHopTaken };
     Reason reason;
     Pondo::Fib::Via via;
@@ -25,7 +27,8 @@ class FecRows {
   FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* intfStatusDir);
 
   /// In the order of next hops, which differ: of several vias with one next hop, the first that
-  /// gives a row has it.
+  /// gives a row has it. So they go into the collection in one walk, whatever the order of the
+  /// kernel's set is.
   std::vector<IpForwardMib::RowHop> const& hops() const { return hops_; }
   /// In the order of the vias.
   std::vector<Refusal> const& refusals() const { return refusals_; }
@@ -36,6 +39,7 @@ class FecRows {
   void add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const* intfStatusDir);
   void addHop(Pondo::Fib::Via const& via, std::int32_t ifIndex);
 
+  // How many the fec has, those beyond the last that counts among them.
   std::size_t const vias_;
   std::vector<IpForwardMib::RowHop> hops_;
   std::vector<Refusal> refusals_;

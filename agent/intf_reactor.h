@@ -3,6 +3,9 @@
 // whose `name` the traces give; Entity is what is watched (Ip::IpIntfConfig ...), `source` the side
 // that it stands for. Another status of the interface means that the addresses are handed over
 // again. One thread.
+//
+// A reactor comes before its interface's status or behind it: whichever comes last has the
+// addresses filed.
 
 #include "agent/ip_address_table_sm.h"
 #include "agent/reactor.h"
@@ -18,7 +21,8 @@ class IntfReactor : public Reactor<IpAddressTableSm, Entity> {
   IpAddressTableSm* ipAddressTableSm() const { return this->sm(); }
   Dovel::IntfId const& intfId() const { return intfId_; }
 
-  /// Hands over what the entity holds now.
+  /// Hands over what the entity holds now. Twice to the same: whatever was handed over before is
+  /// withdrawn, or found to be there.
   virtual void handleAddr() = 0;
   void handleIntfStatus() final { handleAddr(); }
 
@@ -33,7 +37,8 @@ class IntfReactor : public Reactor<IpAddressTableSm, Entity> {
     handleAddr();
   }
 
-  /// "void IpSnmp::IpAddressTableSm::MavIpIntfConfig", then the function.
+  /// "void IpSnmp::IpAddressTableSm::MavIpIntfConfig", then the function. A string of each class
+  /// and function, made once: a Timer keeps the pointer.
   static std::string signature(std::string_view function) {
     return std::string("void IpSnmp::IpAddressTableSm::").append(React::name).append(function);
   }

@@ -31,12 +31,14 @@ void Ip6IntfReactor<React, Entity, source>::handleAddr(Dovel::Ip6AddrWithMask co
   }
   auto* const sm = this->ipAddressTableSm();
   auto const info = this->notifier()->addr(address);
+  // The empty value: there is no such address (any more).
   if (!info) {
     sm->doDelAddr6(intf, source, address);
     oldAddr_.erase(address);
     return;
   }
   sm->doAddAddr6(intf, source, Intf::ifIndex(*this->intfStatus()), address);
+  // Behind the filing: what could not be filed is not withdrawn later either.
   oldAddr_.put(address, {info});
 }
 

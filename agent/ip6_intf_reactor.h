@@ -22,10 +22,14 @@ class Ip6IntfReactor : public IntfReactor<React, Entity, source> {
     this->synchronize();
   }
 
+  /// What is filed, so that it can be withdrawn when the entity goes and can no longer be asked.
   OldAddrMap const& oldAddr() const { return oldAddr_; }
 
+  /// Every address that is there. One that has gone is not noticed here: the mirrors announce each.
   void handleAddr() final;
+  /// One address, as the entity has it now; no effect without an interface status.
   void handleAddr(Dovel::Ip6AddrWithMask const& address);
+  /// Withdraws what was handed over; nothing without an interface status.
   void handleDel() final;
 
   void onAddr(Dovel::Ip6AddrWithMask const& address) final { handleAddr(address); }

@@ -25,6 +25,7 @@ std::vector<Inet6RouteHop> hopsOf(Pondo::Fib::Fec const& fec) {
     hops.push_back({via.nextHop6, static_cast<std::uint32_t>(via.ifIndex),
                     isRemote ? inetCidrRouteTypeRemote : inetCidrRouteTypeLocal, via.routeType});
   }
+  // By value: what is served does not depend on the order of the kernel's set.
   std::stable_sort(hops.begin(), hops.end());
   auto const end = std::unique(hops.begin(), hops.end(),
                                [](auto const& a, auto const& b) { return a.isSameInstance(b); });
@@ -41,6 +42,7 @@ Ip6RouteTableSm::Ip6RouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                  Mav::Ptr<Mav::Clock const> clock)
     : RouteTableSm(textsOfIp6, std::move(activityConfig), std::move(ipForwardMib),
                    std::move(routeStatus), std::move(forwardingStatus), std::move(clock)) {
+  // The base class begins with the quantum of IPv4.
   backlogQuantumIs(backlogQuantumDefault);
   handleRoute();
 }
@@ -82,6 +84,7 @@ void Ip6RouteTableSm::takeHops(Dovel::Ip6Prefix const& prefix, Pondo::Fib::Route
     }
     known = hopsOfFecs_.try_emplace(route.fecId, hopsOf(*fec)).first;
   }
+  // A copy, in memory that is there: the hops of the fec stay without the protocol of this route.
   hops_ = known->second;
   for (auto& hop : hops_) {
     // A via says its own type where one prefix has several routes of the kernel (fib_values.h,

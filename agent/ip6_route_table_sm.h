@@ -24,16 +24,20 @@ class Ip6RouteTableSm : public RouteTableSm<Dovel::Ip6Prefix> {
                   Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
                   Mav::Ptr<Mav::Clock const> clock);
 
+  // One pass. The hops of a fec are kept for it: a fec that a million routes use is read and sorted
+  // once.
   void doProcessIpRouteBacklog() override;
 
  private:
   using Hops = std::vector<Inet6RouteHop>;
 
+  // As RouteTableSm says. All rows of a prefix change in one call, so that no request sees a part.
   void process(Dovel::Ip6Prefix const& prefix) override;
   std::optional<Dovel::Ip6Prefix> filedRoute(Dovel::Ip6Prefix const& from) const override;
   /// The rows of the route, in hops_.
   void takeHops(Dovel::Ip6Prefix const& prefix, Pondo::Fib::Route const& route);
 
+  // Of the prefix at hand; a member, so that its memory serves the next one too.
   Hops hops_;
   absl::btree_map<Pondo::Fib::FecId, Hops> hopsOfFecs_;  // of one pass
 };

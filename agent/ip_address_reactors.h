@@ -12,6 +12,7 @@ class IpAddressTableSm::MavIntfStatusDir final : public Interface::AllIntfStatus
  public:
   MavIntfStatusDir(IpAddressTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
       : NotifieeConst(std::move(dir)), sm_(sm) {}
+  // It reaches the four reactors of the interface, as far as they are there.
   void onIntfStatus(Dovel::IntfId const& intf) override { sm_.handleIntfStatus(intf); }
 
  private:
@@ -32,7 +33,8 @@ class IntfDirReactor : public Dir::NotifieeConst {
   IntfDirReactor(IpAddressTableSm& sm, ReactorSet<React>& reactors, Mav::Ptr<Dir const> dir)
       : Dir::NotifieeConst(std::move(dir)), sm_(sm), reactors_(reactors) {}
 
-  /// The interface came or went.
+  /// The interface came or went. An entity that came back in between has another reactor:
+  /// ReactorSet compares the entities.
   void handleIntf(Dovel::IntfId const& intf) {
     if (auto const entity = this->notifier()->intf(intf)) {
       reactors_.is(sm_, entity);
@@ -52,6 +54,8 @@ class IntfDirReactor : public Dir::NotifieeConst {
   ReactorSet<React>& reactors_;
 };
 
+// One class for each side and version, with the name that traces and counts of calls give it:
+// configured, and in operation.
 class IpAddressTableSm::MavConfig final : public IntfDirReactor<Ip::Config, MavIpIntfConfig> {
  public:
   using IntfDirReactor::IntfDirReactor;

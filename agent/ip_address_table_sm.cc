@@ -39,6 +39,8 @@ void filePrefix(IpMib& ipMib, IpAddressEntry const& entry, IntfDataKey const& ke
   if (auto const master = entry.intfIterator()) {
     // An address shows the prefix of its first presence alone.
     if (master.key() <= key) return;
+    // By key, whoever put the row there: another address may share the prefix. Its row comes back
+    // when the mirror announces that one again, at the end of the slice (PrefixLedger).
     ipMib.ipAddressPrefixTableDel(prefixKey(master.value()));
   }
   ipMib.ipAddressPrefixTableIs(prefix);
@@ -81,6 +83,7 @@ IpAddressTableSm::IpAddressTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
   watch(mavStatus6_, ip6IntfStatus_, std::move(status6));
 }
 
+// Registers before the first pass: what comes while that runs is heard.
 template <class Reactor, class IntfReactor, class Dir>
 void IpAddressTableSm::watch(std::unique_ptr<Reactor>& reactor, ReactorSet<IntfReactor>& intfs,
                              Mav::Ptr<Dir const> dir) {
@@ -89,6 +92,7 @@ void IpAddressTableSm::watch(std::unique_ptr<Reactor>& reactor, ReactorSet<IntfR
   reactor->handleIntf();
 }
 
+// The reactors first: a caller may hold one for longer, and its back pointer must not outlive this.
 IpAddressTableSm::~IpAddressTableSm() {
   configDel();
   statusDel();
@@ -195,9 +199,12 @@ Mav::Ptr<IpAddressEntry> IpAddressTableSm::addToIpAddressTable(IntfDataKey const
   if (address.address().isUnspecified() || ifIndex < 1) return nullptr;
   auto const ipMib = Mav::validPtr(ipMib_);
   auto entry = Mav::validPtr(ipMib->ipAddressTableIs(inetAddress(address.address())));
+  // A new object each time, equal key or not: it is by this one that the presence withdraws its
+  // row.
   auto const prefix = newPrefixEntry(ifIndex, address);
   tellOtherLength(entry->intf(key), address);
   filePrefix(*ipMib, *entry, key, prefix);
+  // Behind the prefix row: filePrefix() has to see who was first without it.
   entry->intfIs(IntfData(key, prefix));
   return entry;
 }
@@ -207,6 +214,8 @@ bool IpAddressTableSm::delFromIpAddressTable(IntfDataKey const& key, InetAddress
   auto const entry = ipMib->ipAddressTable(address);
   if (!entry) return false;
   if (auto const data = entry->intf(key); data != IntfData()) {
+    // Prefix row, presence, then whatever is first now: at the end of the notification the tables
+    // agree, and no request comes in between.
     withdrawPrefix(*ipMib, data);
     entry->intfDel(key);
   }
@@ -241,6 +250,7 @@ void IpAddressTableSm::doDelAddr(Dovel::IntfId intf, AddressSource source,
   MAV_TRACE(agentTraceHandle(), 8,
             signature << " for " << intf << " from " << source << ", " << address);
   auto const addr = address.address();
+  // ipAddrTable reads through the entry: it loses its row when the entry goes, and not before.
   if (delFromIpAddressTable(IntfDataKey(source, intf), inetAddress(addr))) {
     ipMib_->ipAddrTableDel(addr);
   }

@@ -93,7 +93,8 @@ class IpAddressTableSm : public Mav::Object {
   void ip6IntfStatusDel(Dovel::IntfId const& intf);
   void ip6IntfStatusDelAll();
 
-  /// The interface's status came or went: its reactors get it, or none.
+  /// The interface's status came or went: its reactors get it, or none. Configuration before
+  /// status: what is in operation is filed last, and becomes the first.
   void handleIntfStatus(Dovel::IntfId intf);
 
   /// Files an address of an interface. An unspecified address, or an ifIndex below 1, is ignored.
@@ -101,7 +102,9 @@ class IpAddressTableSm : public Mav::Object {
                  Dovel::IpAddrWithMask const& address);
   void doAddAddr6(Dovel::IntfId intf, AddressSource source, std::int32_t ifIndex,
                   Dovel::Ip6AddrWithMask const& address);
-  /// Withdraws it; the prefix length is not looked at. No effect when it is not there.
+  /// Withdraws it; the prefix length is not looked at. No effect when it is not there. Where
+  /// another interface or side still has the address, its prefix row comes back at once: a request
+  /// sees the address without a break.
   void doDelAddr(Dovel::IntfId intf, AddressSource source, Dovel::IpAddrWithMask const& address);
   void doDelAddr6(Dovel::IntfId intf, AddressSource source, Dovel::Ip6AddrWithMask const& address);
 
@@ -114,12 +117,14 @@ class IpAddressTableSm : public Mav::Object {
   template <class AddrWithMask>
   Mav::Ptr<IpAddressEntry> addToIpAddressTable(IntfDataKey const& key, std::int32_t ifIndex,
                                                AddrWithMask const& address);
-  /// Whether the entry of the address went with it.
+  /// Whether the entry of the address went with it. Then its row of ipAddrTable has to go too, in
+  /// the same notification.
   bool delFromIpAddressTable(IntfDataKey const& key, InetAddress const& address);
 
   Mav::Ptr<Mav::ActivityConfig> const activityConfig_;
   Mav::Ptr<IpMib> ipMib_;
 
+  // The destructor lets go of the reactors before any member goes: they call into this.
   ReactorSet<MavIpIntfConfig> ipIntfConfig_;
   ReactorSet<MavIpIntfStatus> ipIntfStatus_;
   ReactorSet<MavIp6IntfConfig> ip6IntfConfig_;

@@ -19,6 +19,7 @@ void IpIntfReactor<React, Entity, source>::handleAddr() {
   auto* const sm = this->ipAddressTableSm();
   // Also where it is the same address: with another interface status it may have another ifIndex.
   if (!oldAddress_.address().isUnspecified()) sm->doDelAddr(intf, source, oldAddress_);
+  // 0.0.0.0 is passed over by the state machine: an interface may have no address.
   auto const current = this->notifier()->address();
   sm->doAddAddr(intf, source, Intf::ifIndex(*this->intfStatus()), current);
   oldAddress_ = current;

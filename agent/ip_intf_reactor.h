@@ -16,7 +16,9 @@ class IpIntfReactor : public IntfReactor<React, Entity, source> {
     this->synchronize();
   }
 
+  /// Withdraws, then hands over; no effect without an interface status.
   void handleAddr() final;
+  /// Withdraws what was handed over last; nothing without an interface status.
   void handleDel() final;
 
  protected:
@@ -24,6 +26,7 @@ class IpIntfReactor : public IntfReactor<React, Entity, source> {
   Dovel::IpAddrWithMask const& oldAddress() const { return oldAddress_; }
 
  private:
+  // 0.0.0.0: none. The entity tells the new address alone.
   Dovel::IpAddrWithMask oldAddress_;
 };
 

@@ -59,6 +59,7 @@ NetToPhysicalState stateOf(Table::State state) {
   constexpr std::array states{netToPhysicalStateIncomplete, netToPhysicalStateReachable,
                               netToPhysicalStateStale,      netToPhysicalStateDelay,
                               netToPhysicalStateProbe,      netToPhysicalStateInvalid};
+  // at(): a state beyond the list would be a fault of the codec, which lets none through.
   return states.at(static_cast<std::size_t>(state));
 }
 
@@ -78,6 +79,7 @@ void IpNetToPhysicalTableSm::onChanges(Pondo::Snapshot const& snapshot,
     auto const key = Pondo::decodeKey<Table>(change.key);
     if (!key) continue;  // a foreign key names nothing that could be filed
     auto const row = rowKey(*key);
+    // Read by key although a comparison hands the record along: a slice of the log has none.
     auto const record = snapshot.get<Table>(*key);
     MAV_TRACE(agentTraceHandle(), 8, (record ? "neighbour " : "no neighbour ") << row);
     if (record) {
@@ -95,6 +97,7 @@ std::optional<std::string> IpNetToPhysicalTableSm::filedKey(Pondo::TableId table
   auto const bytesOf = [](auto const& key) { return Pondo::encodeKey<Table>(tableKey(key)); };
   // Rows have the order of the key bytes: ifIndex, type, address.
   auto const first = ipMib_->ipNetToPhysicalTableMap().firstAtOrAfter(
+      // A descent that encodes a key at each step: `from` is bytes, and may be no key.
       [&](auto const& key) { return std::string_view(bytesOf(key)) <=> from; });
   return first ? std::optional(bytesOf(first.key())) : std::nullopt;
 }

@@ -114,6 +114,7 @@ void IpRouteTableSm::handleIntfStatus(Dovel::IntfId const& intfId) {
     MAV_TRACE(agentTraceHandle(), 8, "no prefixes for " << intfId);
     return;
   }
+  // In the order of prefixes, so that each costs no descent.
   for (auto prefix = list->prefixIterator(); prefix; ++prefix) {
     MAV_TRACE(agentTraceHandle(), 9, "adding " << prefix.key() << " to backlog due to " << intfId);
     backlogIs(prefix.key(), true);
@@ -157,12 +158,14 @@ FecRows const* IpRouteTableSm::fecRows(Dovel::Prefix const& prefix,
   }
   auto known = fecRows_.find(route->fecId);
   if (known == fecRows_.end()) {
+    // A route that refuses names no fec, and ends here as well.
     auto const* const fec = this->fec(route->fecId);
     if (!fec) {
       MAV_TRACE(agentTraceHandle(), 6,
                 prefix << " has a route but can't find fec " << route->fecId);
       return nullptr;
     }
+    // Once a fec and pass, however many routes use it.
     known = fecRows_.try_emplace(route->fecId, *fec, intfStatusDir().get()).first;
   }
   if (!isServed(route->routeType)) {
@@ -180,6 +183,8 @@ void IpRouteTableSm::refuse(Dovel::Prefix const& prefix, FecRows::Refusal const&
       MAV_TRACE(
           agentTraceHandle(), 8,
           "Can't find intfStatus for " << intfId << ", adding " << prefix << " to intf dep list");
+      // The other vias of the route have their rows meanwhile: a manager sees a set that is short
+      // of one.
       intfDepIs(intfId)->prefixIs(prefix, true);
       break;
     case FecRows::Refusal::Reason::negativeIfIndex:

@@ -35,7 +35,8 @@ class IpRouteTableSm : public RouteTableSm<Dovel::Prefix> {
   void intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir);
   void intfStatusDirDel() { intfStatusDirIs(nullptr); }
 
-  /// The list of the interface, or null.
+  /// The list of the interface, or null. A list stays when it has become empty: one for each name
+  /// that a fec has named in vain.
   Mav::Ptr<PrefixList> intfDep(Dovel::IntfId const& intfId) const { return intfDep_.get(intfId); }
   IntfDepIterator intfDepIterator() { return intfDep_.first(); }
   IntfDepIteratorConst intfDepIterator() const { return intfDep_.first(); }
@@ -48,19 +49,23 @@ class IpRouteTableSm : public RouteTableSm<Dovel::Prefix> {
   void intfDepDel(Dovel::IntfId const& intfId) { intfDep_.erase(intfId); }
   void intfDepDelAll() { intfDep_.clear(); }
 
-  /// Enters the routes that waited for the interface.
+  /// Enters the routes that waited for the interface. Called when its status comes and when it
+  /// goes; rows that lead through it stay until their route or fec is announced.
   void handleIntfStatus(Dovel::IntfId const& intfId);
 
   void doProcessIpRouteBacklog() override;
 
  private:
+  // The protocol map is the process's, and is filled the same by each state machine that is made.
   void doInstantiate();
   void process(Dovel::Prefix const& prefix) override;
   std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const override;
   /// What the route's rows are; null when it has none.
   FecRows const* fecRows(Dovel::Prefix const& prefix, Pondo::Fib::Route const* route);
+  /// Tells of a via without a row, and has the prefix wait where its interface is not known.
   void refuse(Dovel::Prefix const& prefix, FecRows::Refusal const& refusal);
 
+  // No prefix is taken out of a list when its route goes: it costs one look when the status comes.
   IntfDepMap intfDep_;
   absl::btree_map<Pondo::Fib::FecId, FecRows> fecRows_;  // of one pass
   std::unique_ptr<MavIntfStatusDir> mavIntfStatusDir_;

@@ -30,6 +30,7 @@ class PrefixList : public Mav::Entity {
   using PrefixMap = Mav::OrderedMap<Dovel::Prefix, MavPrefix>;
   using PrefixIteratorConst = PrefixMap::IteratorConst;
 
+  /// An empty list. It needs no mount: only the state machine looks for it.
   explicit PrefixList(Dovel::IntfId const& intfId)
       : Entity(intfId.stringValue()), intfId_(intfId) {}
 

@@ -18,6 +18,8 @@ class Reactor : public Mav::Counted<Reactor<Sm, Entity>>, public Entity::Notifie
   Mav::Ptr<Interface::IntfStatus const> const& intfStatus() const { return intfStatus_; }
 
   /// Another status (or none) than the one held is held from now on, and handleIntfStatus() runs.
+  /// The same object is the same status: it lives as long as the pair of name and ifIndex, and what
+  /// changes within it concerns no row (platform/state/entities/intf_status.h).
   void intfStatusIs(Mav::Ptr<Interface::IntfStatus const> intfStatus) {
     if (intfStatus_ == intfStatus) return;
     intfStatus_ = std::move(intfStatus);
@@ -26,7 +28,8 @@ class Reactor : public Mav::Counted<Reactor<Sm, Entity>>, public Entity::Notifie
 
   /// Another status is held.
   virtual void handleIntfStatus() = 0;
-  /// The entity has left: withdraws what was filed.
+  /// The entity has left: withdraws what was filed. Called with the back pointer still there,
+  /// before disconnect().
   virtual void handleDel() = 0;
 
   /// The state machine lets go: nothing is heard or filed from now on.

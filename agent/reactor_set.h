@@ -17,7 +17,9 @@ class ReactorSet {
   std::size_t size() const { return reactors_.size(); }
 
   /// Creates the reactor of `entity`, unless it is there. One of another entity, whose place this
-  /// one took, goes first.
+  /// one took, goes first. The constructor of a reactor files what the entity holds. One that
+  /// throws leaves no reactor, and what it has filed so far: for want of memory everything starts
+  /// over (memory_failure.h).
   template <class Sm, class Entity>
   void is(Sm& sm, Mav::Ptr<Entity const> const& entity) {
     Key const key = React::keyOf(*entity);
@@ -33,6 +35,8 @@ class ReactorSet {
   void del(Key key) {
     auto const reactor = get(key);
     if (!reactor) return;
+    // Out of the set before it withdraws: whoever hears of that finds it gone. It lives until the
+    // end of this function.
     reactors_.erase(key);
     reactor->handleDel();
     reactor->disconnect();
@@ -46,7 +50,8 @@ class ReactorSet {
     }
   }
 
-  /// Removes all; nothing is withdrawn.
+  /// Removes all; nothing is withdrawn. For an end of the state machine or an input taken away: the
+  /// caches stay as they are.
   void delAll() {
     for (auto reactor = reactors_.first(); reactor; ++reactor) reactor->disconnect();
     reactors_.clear();

@@ -10,6 +10,8 @@ Mav::Ptr<IpAddressTableSm> Root::ipAddressTableSmIs(
     Mav::Ptr<Ip::Config const> const& ipConfig, Mav::Ptr<Ip::Status const> const& ipStatus,
     Mav::Ptr<Ip6::Config const> const& ip6Config, Mav::Ptr<Ip6::Status const> const& ip6Status) {
   if (auto const& sm = ipAddressTableSm_) {
+    // A state machine is never given other inputs behind the back of who has it: NameInUseException
+    // tells which one differs.
     Mav::checkConstructorParameter("_activityConfig", activityConfig, sm->activityConfig());
     Mav::checkConstructorParameter("_intfStatusDir", intfStatusDir, sm->intfStatusDir());
     Mav::checkConstructorParameter("_ipMib", ipMib, sm->ipMib());
@@ -86,6 +88,7 @@ Mav::AttributeTable const& Root::attributeTable() const {
       Mav::plainAttribute<&Root::intfStatusDir, &Root::intfStatusDirIs>("intfStatusDir"),
       Mav::plainAttribute<&Root::arpStatus, &Root::arpStatusIs>("arpStatus"),
       Mav::plainAttribute<&Root::ipMib, &Root::ipMibIs>("ipMib"),
+      // Read-only: a state machine comes by its own setter, with its inputs.
       Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
       Mav::plainAttribute<&Root::arpTableSm>("arpTableSm"),
       Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib"),

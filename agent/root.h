@@ -6,6 +6,9 @@
 //
 // Deleting a state machine, or the Root, disconnects its reactors; the caches stay with whoever
 // holds them. All on the agent's thread, not from inside a notification of what is wired.
+//
+// No state of its own but these references. Each is counted, so that the order in which the wiring
+// lets go of its entities does not matter.
 
 #include "agent/arp_table_sm.h"
 #include "agent/ip6_route_table_sm.h"
@@ -19,6 +22,9 @@ class Root : public Mav::Entity {
  public:
   explicit Root(Mav::Name name) : Entity(std::move(name)) {}
 
+  // The inputs, each null until it is set. A setter announces nothing and reaches no state machine
+  // that exists: nobody listens to a Root. All but the two caches are const, because the mirrors
+  // alone write them.
   Mav::Ptr<Ip::Config const> const& ipConfig() const { return ipConfig_; }
   void ipConfigIs(Mav::Ptr<Ip::Config const> const& value) { ipConfig_ = value; }
   Mav::Ptr<Ip::Status const> const& ipStatus() const { return ipStatus_; }
@@ -35,6 +41,7 @@ class Root : public Mav::Entity {
   }
   Mav::Ptr<Arp::NeighborDir const> const& arpStatus() const { return arpStatus_; }
   void arpStatusIs(Mav::Ptr<Arp::NeighborDir const> const& value) { arpStatus_ = value; }
+  // The caches, which the state machines write.
   Mav::Ptr<IpMib> const& ipMib() const { return ipMib_; }
   void ipMibIs(Mav::Ptr<IpMib> const& value) { ipMib_ = value; }
   Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return ipForwardMib_; }
@@ -61,7 +68,8 @@ class Root : public Mav::Entity {
   void arpTableSmDel() { arpTableSm_.reset(); }
 
   Mav::Ptr<IpRouteTableSm> const& ipRouteTableSm() const { return ipRouteTableSm_; }
-  /// As ipAddressTableSmIs.
+  /// As ipAddressTableSmIs. Its first rows are there after a pass or more of the clock: not when
+  /// this returns.
   Mav::Ptr<IpRouteTableSm> ipRouteTableSmIs(
       Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
       Mav::Ptr<IpForwardMib> const& ipForwardMib,
@@ -85,6 +93,7 @@ class Root : public Mav::Entity {
   Mav::AttributeTable const& attributeTable() const override;
 
  private:
+  // In the order of the attributes' numbers, but for the last, which has none.
   Mav::Ptr<Ip::Config const> ipConfig_;
   Mav::Ptr<Ip::Status const> ipStatus_;
   Mav::Ptr<Ip6::Config const> ip6Config_;

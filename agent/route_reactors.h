@@ -24,6 +24,8 @@ class RouteTableSm<Prefix>::MavIpForwardMib final : public IpForwardMib::Notifie
   Mav::Ptr<IpForwardMib> const mib_;
 };
 
+// A route that is announced is entered, and read in its pass. That of a comparison is one of a
+// million, so that nothing is looked up here.
 template <class Prefix>
 class RouteTableSm<Prefix>::MavRouteStatus final : public RouteStatus::NotifieeConst {
  public:
@@ -39,6 +41,7 @@ class RouteTableSm<Prefix>::MavRouteStatus final : public RouteStatus::NotifieeC
   RouteTableSm& sm_;
 };
 
+// A fec that comes concerns nobody yet: the routes that use it are announced themselves.
 template <class Prefix>
 class RouteTableSm<Prefix>::MavForwardingStatus final
     : public Pondo::Fib::ForwardingStatus::NotifieeConst {
@@ -59,12 +62,15 @@ class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
       : NotifieeConst(std::move(clock)), sm_(sm) {}
 
   void onTime() override {
+    // What it throws leaves `outageTold_` as it was: an outage ends with a pass that went well.
     sm_.doProcessIpRouteBacklog();
     outageTold_ = false;
   }
   void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
     try {
       std::rethrow_exception(exception);
+      // The clock calls again after its pause: the reactor's time is still set. Anything else is
+      // traced.
     } catch (Pondo::ConsistencyException const& e) {
       tellOutage(e.what());
     } catch (...) {
@@ -81,6 +87,7 @@ class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
   }
 
   RouteTableSm& sm_;
+  // One line for each outage and table, however long it lasts.
   bool outageTold_ = false;
 };
 

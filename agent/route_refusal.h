@@ -8,7 +8,8 @@
 
 namespace IpSnmp {
 
-/// The row of a route that refuses; nothing of one that carries traffic.
+/// The row of a route that refuses; nothing of one that carries traffic. Its ifIndex is 0, since it
+/// names no interface (RFC 4292), and its protocol that of the route.
 std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route);
 
 }  // namespace IpSnmp

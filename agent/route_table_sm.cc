@@ -31,6 +31,7 @@ RouteTableSm<Prefix>::RouteTableSm(RouteTableTexts const& texts,
     mavForwardingStatus_ =
         std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
   }
+  // Before anything is entered: the first prefix arms it.
   clockIs(std::move(clock));
   listRoutesOfFecs();
 }
@@ -149,6 +150,7 @@ template <class Prefix>
 void RouteTableSm<Prefix>::handleFec(Pondo::Fib::FecId const& fecId) {
   Blipmark::Timer const blip(texts_.fec);
   MAV_TRACE(agentTraceHandle(), 8, texts_.fec << " for " << fecId);
+  // Prefixes whose route has changed to another fec since then are announced by themselves.
   auto const* const prefixes = fecRouteList_->routes(fecId);
   if (!prefixes) return;
   for (auto const& prefix : *prefixes) {
@@ -169,6 +171,7 @@ void RouteTableSm<Prefix>::runPass() {
   bool const done = workOff(Mav::now() + backlogQuantum_);
   MAV_TRACE_AS(agentTraceHandle(), 2, "doProcessIpRouteBacklog",
                "Backlog processing " << (done ? "done" : "yielding"));
+  // What is thrown does not come here: the clock stays armed, and pauses.
   if (mavClock_) mavClock_->timeMinIs(done ? Mav::never : Mav::asap);
 }
 
@@ -187,6 +190,8 @@ bool RouteTableSm<Prefix>::workOff(double deadline) {
       bookmark_ = prefix;
       return false;
     }
+    // What throws holds up the prefixes behind it, too: tables that cannot be read concern them
+    // all.
     process(prefix);
     // Erased after it was filed: what is thrown leaves it in the backlog. And sought again, for
     // those who hear of the rows may have changed the backlog.

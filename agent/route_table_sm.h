@@ -42,6 +42,7 @@ class RouteTableSm : public Mav::Object {
   class MavForwardingStatus;
   class MavClock;
 
+  // `value` is true of each that is in it: the set is of the prefixes.
   struct MavBacklog {
     bool value = false;
   };
@@ -89,6 +90,7 @@ class RouteTableSm : public Mav::Object {
   /// Enters the prefix; one that is there stays as it is. Prefixes that come in their order cost no
   /// descent.
   void backlogIs(Prefix const& prefix, bool value);
+  // What leaves the backlog unlooked at keeps the rows that it has.
   void backlogDel(Prefix const& prefix) { backlog_.erase(prefix); }
   void backlogDelAll() { backlog_.clear(); }
 
@@ -99,8 +101,10 @@ class RouteTableSm : public Mav::Object {
   double backlogQuantum() const { return backlogQuantum_; }
   void backlogQuantumIs(double seconds) { backlogQuantum_ = seconds; }
 
-  /// Enters every route in the backlog.
+  /// Enters every route in the backlog. One walk over the table in place, for state machines that
+  /// are made when there are routes already.
   void handleRoute();
+  /// Enters the prefix, whether it has a route (still) or not: its pass finds out.
   void handleRoute(Prefix const& prefix);
   /// Enters the routes that use the fec.
   void handleFec(Pondo::Fib::FecId const& fecId);
@@ -130,13 +134,17 @@ class RouteTableSm : public Mav::Object {
   Pondo::Fib::Fec const* fec(Pondo::Fib::FecId const& fecId) const;
 
  private:
+  /// Has the list of routes by fec made anew, for the inputs of now: costs a look at each route.
   void listRoutesOfFecs();
-  /// Whether the backlog is worked off by then.
+  /// Whether the backlog is worked off by then. What process() throws comes through, with the
+  /// bookmark where it was.
   bool workOff(double deadline);
 
+  // Fixed after construction.
   RouteTableTexts const& texts_;
   Mav::Ptr<Mav::ActivityConfig> const activityConfig_;
 
+  // Changed on the agent's thread.
   BacklogMap backlog_;
   typename BacklogMap::Cursor entry_{backlog_};  // where backlogIs() was last
   typename BacklogMap::Cursor work_{backlog_};   // where a pass is
