@@ -12,7 +12,7 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 
-from ovo import addresses, neighbours, routes  # noqa: E402
+from ovo import addresses, inet_routes, neighbours, routes  # noqa: E402
 from ovo.snmp import Client, Silence  # noqa: E402
 
 
@@ -28,11 +28,14 @@ def walk(client, table):
 def differences():
     client = Client(161)
     links = {link["ifname"]: link["ifindex"] for link in ip("link")}
-    rows = routes.expected(ip("-4", "-details", "route", "show", "table", "main"), ip("nexthop"), links)
+    listed = [ip(version, "-details", "route", "show", "table", "main") for version in ("-4", "-6")]
+    nexthops = ip("nexthop")
+    rows = routes.expected(listed[0], nexthops, links)
+    both = inet_routes.expected(*listed, nexthops, links)
     trees = addresses.expected(ip("-details", "address"))
     seen = neighbours.expected(ip("neighbour", "show", "nud", "all"), links)
     try:
-        found = routes.differences(client, rows)
+        found = routes.differences(client, rows) + inet_routes.differences(client, both)
         for table, tree in trees.items():
             found += tree.differences(walk(client, table))
         for tree, told in zip(seen, neighbours.served(client)):
@@ -40,7 +43,7 @@ def differences():
     except (Silence, AssertionError) as why:
         found = [f"{type(why).__name__}: {why}"]
     client.close()
-    return found, len(rows)
+    return found, len(both)
 
 
 start = time.monotonic()

@@ -26,13 +26,14 @@ network() {
   done
   ip nexthop add id 12 via 192.0.7.1 dev eth7
   for n in $(seq 200); do echo "route add 198.51.$n.0/24 via 192.0.7.$((n % 3 + 1))"; done | ip -batch -
+  for n in $(seq 200); do echo "route add 2001:db8:f$n::/48 via 2001:db8:7::$((n % 3 + 1))"; done | ip -6 -batch -
   ip route add 203.0.113.0/24 nhid 12
 }
 # Changes everything a little; every call another way.
 changes=0
 change() {
   changes=$((changes + 1))
-  ip route del 198.51.$changes.0/24; ip route add 100.64.$changes.0/24 via 192.0.8.1
+  ip route del 198.51.$changes.0/24; ip route del 2001:db8:f$changes::/48; ip route add 100.64.$changes.0/24 via 192.0.8.1
   ip nexthop replace id 12 via 192.0.7.$((changes + 1)) dev eth7
   ip addr add 192.0.2.$changes/32 dev eth8; ip neigh add 192.0.8.$((changes + 20)) lladdr 02:00:00:00:01:$((changes + 10)) dev eth8
   ip link set eth8 down; ip link set eth8 up; ip route replace 100.64.$changes.0/24 via 192.0.8.1
