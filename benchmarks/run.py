@@ -41,6 +41,10 @@ What profiles led to:
 
 - A walk: the daemon makes one pass of GETNEXT of each repetition, and each pass searched its row
   anew. Tables answer a GETBULK as such, by one search and a step for each repetition.
+- Several columns at once: each was handed down by itself, and searched its row and asked the view
+  again. They come as one list and share both: 1.13 times a bare handler's instructions, was 1.24.
+- Every request behind a filled table: the C library gave the daemon's buffers back to the kernel at
+  its end, and the next took new pages: a third of the time of a GETBULK. They are kept.
 - Rows that a view hides were asked for one by one. Whether a column is hidden whole is asked once.
 - A start: the publisher spent a quarter of its time looking for attributes in lists of rules, and in
   calls of a library for each. An attribute is met once and kept by its type: 0.6 s of user time

@@ -41,12 +41,9 @@ int registerAndRemember(netsnmp_handler_registration* registration,
   return status;
 }
 
-// `before` null: before all others.
-void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* handler,
-            char const* before) {
-  if (handler && netsnmp_inject_handler_before(registration, handler, before) == SNMPERR_SUCCESS) {
-    return;
-  }
+/// In front of the handlers that it has.
+void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* handler) {
+  if (handler && netsnmp_inject_handler(registration, handler) == SNMPERR_SUCCESS) return;
   Mav::log(Mav::Severity::error,
            std::string("net-snmp takes no further handler of ") + registration->handlerName);
 }
@@ -89,8 +86,9 @@ int registerTable(netsnmp_handler_registration* registration,
   });
   if (status != MIB_REGISTERED_OK) return status;
   forEachSlice(*registration, [server](netsnmp_handler_registration* slice) {
-    if (server) inject(slice, server->createHandler(), "bulk_to_next");
-    inject(slice, netsnmp_get_serialize_handler(), nullptr);
+    inject(slice, netsnmp_get_serialize_handler());
+    // In front: the requests for several columns of a row come in one list, and share its search.
+    if (server) inject(slice, server->createHandler());
   });
   return status;
 }

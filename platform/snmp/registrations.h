@@ -16,9 +16,9 @@ namespace Snmp {
 /// frees it when it refuses. Returns net-snmp's status; a refusal is logged.
 int registerScalar(netsnmp_handler_registration* registration);
 
-/// As netsnmp_register_table_iterator, and remembers it together with `table`. A request that comes
-/// down goes through the serialize handler, the row server (of a sorted table), and from there to
-/// the handler of `registration`, or on to net-snmp's own: bulk to next, table, iterator.
+/// As netsnmp_register_table_iterator, and remembers it together with `table`. Requests that come
+/// down meet the row server (of a sorted table), which calls the handler of `registration`, and go
+/// on to net-snmp's own: serialize, bulk to next, table, iterator.
 int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<IteratorTable> table);
 
 /// Undoes everything remembered, the latest first.

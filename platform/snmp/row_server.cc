@@ -197,8 +197,12 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
                       netsnmp_agent_request_info* info, netsnmp_request_info* requests) noexcept {
   return guarded(handlerName, requests, [&] {
     auto& server = *static_cast<RowServer*>(handler->myvoid);
-    Call call{handler, handler, registration, info,
-              View(*info, {registration->rootoid, registration->rootoid_len})};
+    Call call{handler,
+              handler,
+              registration,
+              info,
+              View(*info, {registration->rootoid, registration->rootoid_len}),
+              info->mode == MODE_GETBULK && certainlyFits(*info)};
     // The table's own handler is the last of the chain: what stands before it, the iterator among
     // them, would search for the row again.
     while (call.table->next) call.table = call.table->next;
@@ -261,7 +265,6 @@ int RowServer::walk(Call const& call, netsnmp_request_info* request) {
   // Unanswered: the agent goes on behind the table.
   if (!walk.start(nameOf(*request), request->inclusive != 0)) return SNMP_ERR_NOERROR;
   bool const isBulk = call.info->mode == MODE_GETBULK;
-  bool const atOnce = isBulk && certainlyFits(*call.info);
   while (true) {
     snmp_set_var_objid(request->requestvb, walk.name().data(), walk.name().size());
     int const status = answer(call, request, walk.column());
@@ -270,7 +273,7 @@ int RowServer::walk(Call const& call, netsnmp_request_info* request) {
     // A view of the variable that has just been answered; it stays where it is in the chain.
     auto const last = nameOf(*request);
     toNextRepetition(*request);
-    if (!atOnce) return leaveRepetition(*request, last, ASN_PRIV_RETRY), SNMP_ERR_NOERROR;
+    if (!call.fitsAtOnce) return leaveRepetition(*request, last, ASN_PRIV_RETRY), SNMP_ERR_NOERROR;
     if (!walk.step()) return leaveRepetition(*request, last, ASN_NULL), SNMP_ERR_NOERROR;
   }
 }

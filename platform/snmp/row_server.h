@@ -33,7 +33,7 @@ class RowServer {
   RowServer(RowServer const&) = delete;
   RowServer& operator=(RowServer const&) = delete;
 
-  /// A handler to inject before net-snmp's bulk_to_next; null when there is no memory. The server
+  /// A handler to inject before all of net-snmp's own; null when there is no memory. The server
   /// must outlive it.
   netsnmp_mib_handler* createHandler();
 
@@ -45,6 +45,7 @@ class RowServer {
     netsnmp_handler_registration* registration;
     netsnmp_agent_request_info* info;
     View view;
+    bool fitsAtOnce;  // all repetitions of a GETBULK, for certain
 
     /// To the next handler of the chain, which is net-snmp's own.
     int handOn(netsnmp_request_info* request) const;
