@@ -28,6 +28,8 @@ void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length)
 
 std::optional<LinkAndRest> takeLink(std::string_view bytes) {
   auto const end = bytes.find(nameEnd);
+  // A longer name is one that a link cannot have; what the agent makes of it would not fit an
+  // IntfId.
   if (end == bytes.npos || end > linkNameMax) return std::nullopt;
   auto const link = decodeKey<LinkTable>(bytes.substr(0, end));
   if (!link) return std::nullopt;
@@ -71,6 +73,7 @@ template <>
 std::string encodeRecord<Address4Table>(Address4Table::Record const& record) {
   Format::Address4Record layout;
   auto const label = record.label.name();
+  // A NUL has to follow (paddedName).
   if (label.size() >= layout.label.size()) {
     throw Mav::RangeException(fmt::format("address label '{}' is longer than {} characters", label,
                                           layout.label.size() - 1));
@@ -121,6 +124,7 @@ std::string encodeRecord<Address6Table>(Address6Table::Record const& record) {
   if (record.tentative) layout.flags |= Format::address6Tentative;
   if (record.dadFailed) layout.flags |= Format::address6DadFailed;
   if (record.deprecated) layout.flags |= Format::address6Deprecated;
+  // The address itself where there is no peer: readers need not know of that case.
   layout.peer = record.peer.octets();
   return toBytes(layout);
 }

@@ -52,6 +52,7 @@ std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(std::string
 template <>
 std::string encodeKey<LinkTable>(Dovel::IntfId const& key) {
   if (key.empty()) throw Mav::RangeException("a link needs a name");
+  // Of a link the name alone: IntfIds with a number are the agent's own, and never get here.
   return key.stringValue();
 }
 

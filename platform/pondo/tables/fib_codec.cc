@@ -30,6 +30,7 @@ bool isRouteType(std::uint32_t number) { return number < std::size(routeTypes); 
 
 // The reader's rules; the writer refuses what they forbid.
 bool areTypesOfOne(std::uint32_t routeType, std::uint32_t refusedType) {
+  // A route that refuses need not say what it would be otherwise.
   if (refusedType == Routing::Fib::routeTypeUnknown) return isRouteType(routeType);
   return isRefusal(static_cast<RouteType>(routeType)) && isRouteType(refusedType) &&
          !isRefusal(static_cast<RouteType>(refusedType));
@@ -39,6 +40,7 @@ bool leadsSomewhere(Fib::Via const& via) {
   // A next hop is of one version of IP.
   if (!via.nextHop.isUnspecified() && !via.nextHop6.isUnspecified()) return false;
   if (!via.intfId.empty()) return via.ifIndex >= 1;
+  // Without a name the ifIndex says nothing, and has to say so.
   return via.ifIndex == 0 && !(via.nextHop.isUnspecified() && via.nextHop6.isUnspecified());
 }
 
@@ -109,6 +111,7 @@ std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const&
   layout.refusedType = static_cast<std::uint8_t>(refusedType);
   layout.metric = route.metric.value();
   layout.changedAt = route.changedAt;
+  // A std::uint64_t at offset 12 would be preceded by padding.
   layout.fecId = std::bit_cast<std::array<std::uint32_t, 2>>(route.fecId.value());
   return std::bit_cast<std::array<char, sizeof layout>>(layout);
 }
@@ -165,6 +168,8 @@ std::optional<Dovel::Ip6Prefix> decodeKey<Route6Table>(std::string_view bytes) {
   unsigned const length = static_cast<unsigned char>(bytes.back());
   if (length > Dovel::Ip6Addr::bits) return std::nullopt;
   Dovel::Ip6Addr const prefix(address);
+  // Whatever could not come of a prefix would have a place in the order of keys that nothing files
+  // under.
   if (prefix.masked(length) != prefix || bytes[0] != (zone != 0 ? 1 : 0) ||
       Dovel::Ip6Prefix::isZoned(prefix, length) != (zone != 0)) {
     return std::nullopt;
@@ -187,6 +192,7 @@ std::string encodeKey<FecTable>(Fib::FecId const& key) {
   if (!key) throw Mav::RangeException("a fec needs an id other than 0");
   std::string bytes(Format::fecKeySize, '\0');
   auto rest = key.value();
+  // Most significant octet first: the ids drawn last stand last, and are appended.
   for (auto at = bytes.rbegin(); at != bytes.rend(); ++at, rest >>= 8U) {
     *at = static_cast<char>(rest);
   }
@@ -218,6 +224,7 @@ std::string encodeRecord<FecTable>(Fib::Fec const& record) {
 
 template <>
 std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes) {
+  // The head may be shorter than it should: substr() gives what there is, and the size refuses it.
   auto const layout = fromBytes<Format::FecRecord>(bytes.substr(0, sizeof(Format::FecRecord)));
   if (!layout || layout->version != Format::fecVersion || layout->zero != 0 || layout->zeros != 0 ||
       layout->viaCount < 1 || layout->viaCount > Fib::viasMax) {

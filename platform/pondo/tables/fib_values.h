@@ -15,7 +15,8 @@
 
 namespace Pondo::Fib {
 
-/// The name of a fec. 0 names none.
+/// The name of a fec. 0 names none. That of a kernel's nexthop object has the object's number, so
+/// that its replacement changes one record.
 class FecId : public Mav::NumberValue<FecId, std::uint64_t> {
  public:
   using NumberValue::NumberValue;
@@ -55,7 +56,8 @@ struct Via {
   bool operator==(Via const&) const = default;
 };
 
-/// A published set of next hops, in the order of the kernel's set.
+/// A published set of next hops, in the order of the kernel's set. The order is kept: of
+/// the vias of an IPv4 route that have one next hop the first has the row (agent/fec_rows.h).
 struct Fec {
   std::vector<Via> vias;  // 1 to viasMax
   bool operator==(Fec const&) const = default;
@@ -75,7 +77,8 @@ struct Route {
   bool operator==(Route const&) const = default;
 };
 
-/// Whether the two are the same route, whenever it changed.
+/// Whether the two are the same route, whenever it changed. A publisher that starts does not know
+/// since when the routes are there: what it finds unchanged is not written again.
 inline bool isSameButAge(Route a, Route const& b) {
   a.changedAt = b.changedAt;
   return a == b;

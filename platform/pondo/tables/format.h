@@ -55,6 +55,7 @@
 
 namespace Pondo::Format {
 
+/// The tables' own, which has nothing to do with the program's version.
 inline constexpr std::uint32_t schemaVersion = 7;
 
 inline constexpr char const* tablesDirectory = "tables";
@@ -68,6 +69,7 @@ inline constexpr char const* readersFile = "readers";
 /// The IPv4 counters, on kernels whose own file the agent cannot read (not a table).
 inline constexpr char const* netSnmpFile = "net-snmp";
 
+/// The names of what never moves, by which every version knows another.
 inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
@@ -78,6 +80,7 @@ inline constexpr std::array<TableId, 9> tableIds{
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
+/// For numbers from the change log: one that names no table becomes no enumerator.
 constexpr bool isTable(std::uint8_t id) {
   for (auto const known : tableIds) {
     if (static_cast<std::uint8_t>(known) == id) return true;
@@ -129,6 +132,10 @@ static_assert(offsetof(MetaRecord, schema) == 4 && offsetof(MetaRecord, instance
               offsetof(MetaRecord, logNext) == 32 && offsetof(MetaRecord, complete) == 40 &&
               offsetof(MetaRecord, origin) == 48);
 
+// Each record below begins with the version of its layout, and has zeros where it has nothing to
+// say. None has padding: the writer compares bytes to know whether a record differs, and bytes that
+// nobody sets would differ by chance. A reader takes what is not zero there, or a bit that it does
+// not know, for a malformed record.
 inline constexpr std::uint8_t forwardingVersion = 1;
 struct ForwardingRecord {
   std::uint8_t version = forwardingVersion;
@@ -153,6 +160,7 @@ static_assert(offsetof(LinkRecord, flags) == 1 && offsetof(LinkRecord, zero) == 
 
 inline constexpr std::uint8_t address4Version = 1;
 inline constexpr std::uint8_t address4Secondary = 0x01;  // IFA_F_SECONDARY
+/// IFNAMSIZ (linux/if.h): of names and labels, the NUL included.
 inline constexpr std::size_t labelSize = 16;
 struct Address4Record {
   std::uint8_t version = address4Version;
@@ -248,7 +256,10 @@ static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8 
               offsetof(FecVia, nextHop6) == 24 && offsetof(FecVia, routeType) == 40 &&
               offsetof(FecVia, zero) == 42);
 
+/// Of a key of the log: at a million changes a second it would last for half a million years.
 inline constexpr std::size_t sequenceSize = 8;
+/// LMDB's limit, as it is compiled by default (lmdb.h, mdb_env_get_maxkeysize). No key of a table
+/// comes near it.
 inline constexpr std::size_t keyMax = 511;
 
 }  // namespace Pondo::Format

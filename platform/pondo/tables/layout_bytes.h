@@ -11,6 +11,7 @@
 
 namespace Pondo {
 
+/// The bytes of a layout as they lie in memory. It has no padding, whose bytes would be anybody's.
 template <class Layout>
 std::string toBytes(Layout const& layout) {
   std::string bytes(sizeof layout, '\0');

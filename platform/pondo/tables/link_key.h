@@ -16,12 +16,14 @@ namespace Pondo {
 /// "eth0#2", has to fit a Dovel::IntfId too.
 inline constexpr std::size_t linkNameMax = 15;
 
+/// A key, taken apart.
 struct LinkAndRest {
   Dovel::IntfId link;
   std::string_view rest;  // a view of the key
 };
 
-/// Nothing when the bytes do not begin with a link's name.
+/// Nothing when the bytes do not begin with a link's name. What the rest may be is the caller's to
+/// check.
 std::optional<LinkAndRest> takeLink(std::string_view bytes);
 
 /// Throws Mav::RangeException for a name that no key can begin with.

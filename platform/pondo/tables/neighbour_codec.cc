@@ -55,6 +55,7 @@ NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::IpAddr 
 }
 
 NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::Ip6Addr const& address) {
+  // A link-local address means nothing without its link: it has the type with a zone (RFC 4001).
   auto const type = address.isLinkLocal() ? InetAddressType::ipv6z : InetAddressType::ipv6;
   return {.ifIndex = ifIndex, .type = type, .octets = address.octets()};
 }
@@ -70,6 +71,8 @@ std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key) {
     bytes += static_cast<char>(static_cast<std::uint32_t>(key.ifIndex) >> shift);
   }
   bytes += static_cast<char>(key.type);
+  // The length tells the version; the type before it keeps the order of ipNetToPhysicalTable, where
+  // IPv4 comes first and zoned addresses last (RFC 4001).
   auto const size = key.type == InetAddressType::ipv4 ? sizeof(Dovel::IpAddr::Octets)
                                                       : sizeof(Dovel::Ip6Addr::Octets);
   return bytes + toBytes(key.octets).substr(0, size);
@@ -81,6 +84,7 @@ std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view by
   if (bytes.size() < head) return std::nullopt;
   std::uint32_t ifIndex = 0;
   for (char const c : bytes.substr(0, 4)) ifIndex = ifIndex << 8U | static_cast<unsigned char>(c);
+  // InterfaceIndex is 1 to 2147483647 (RFC 2863).
   if (ifIndex < 1 || ifIndex > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
   auto const address = bytes.substr(head);
   auto const of = [&](auto const& value) {

@@ -21,6 +21,8 @@
 
 namespace Pondo {
 
+/// The number of a table, which the change log has for each key. A number is never given to another
+/// table. Comparisons go by table in this order, whatever the publisher's.
 enum class TableId : std::uint8_t {
   forwarding = 1,
   link = 2,
@@ -40,10 +42,12 @@ enum class Origin : std::uint64_t {
   files = 2,   // kelbasectl load
 };
 
+/// A version of IP, by the number in its header.
 enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
 
 /// Whether the machine forwards packets between all its links, by IP version. A version that the
-/// kernel lacks is not forwarded.
+/// kernel lacks is not forwarded. A record that is absent says that nothing is known: managers get
+/// genErr then.
 struct ForwardingTable {
   static constexpr TableId id = TableId::forwarding;
   static constexpr std::string_view name = "forwarding";
@@ -54,7 +58,8 @@ struct ForwardingTable {
   };
 };
 
-/// The links of the machine, by name.
+/// The links of the machine, by name. A record is of the pair of name and ifIndex: of a name that
+/// comes back with another ifIndex readers take the link for another one.
 struct LinkTable {
   static constexpr TableId id = TableId::link;
   static constexpr std::string_view name = "link";
@@ -69,7 +74,8 @@ struct LinkTable {
 
 /// The IPv4 addresses of the links. The kernel tells them apart by link, address, mask and the
 /// network of the peer (net/ipv4/devinet.c, __inet_insert_ifa): a link may have an address with
-/// several lengths, and with several peers.
+/// several lengths, and with several peers. All keys by a link's name change with that name: a
+/// rename is an erasure and a put of each.
 struct Address4Table {
   static constexpr TableId id = TableId::address4;
   static constexpr std::string_view name = "address4";
@@ -88,7 +94,8 @@ struct Address4Table {
 };
 
 /// The IPv6 addresses of the links. A link has an address once, with one length
-/// (net/ipv6/addrconf.c, ipv6_add_addr_hash).
+/// (net/ipv6/addrconf.c, ipv6_add_addr_hash). So its length is in the record: another one changes
+/// the address, and makes no second one.
 struct Address6Table {
   static constexpr TableId id = TableId::address6;
   static constexpr std::string_view name = "address6";
@@ -109,7 +116,8 @@ struct Address6Table {
 
 /// The IPv4 neighbours whose link address the kernel knows and may use. It leaves out those that
 /// the kernel is still looking for, has failed to find, answers for (proxy) or never asks for
-/// (NUD_NOARP). A neighbour whose link address has not 6 octets has no record.
+/// (NUD_NOARP). A neighbour whose link address has not 6 octets has no record. ipNetToMediaTable is
+/// made of it (RFC 4293); NeighbourTable, which has more, of ipNetToPhysicalTable.
 struct Neighbour4Table {
   static constexpr TableId id = TableId::neighbour4;
   static constexpr std::string_view name = "neighbour4";
@@ -128,9 +136,9 @@ struct Neighbour4Table {
 /// InetAddressType (RFC 4001), as far as it is used here.
 enum class InetAddressType : std::uint8_t { ipv4 = 1, ipv6 = 2, ipv6z = 4 };
 
-/// The neighbours of both versions of IP, as `ip neighbour` lists them: every state but
-/// NUD_NOARP (what is computed) and NUD_NONE, and no proxies. In the order of
-/// ipNetToPhysicalTable's instances (RFC 4293).
+/// The neighbours of both versions of IP, as `ip neighbour` lists them: every state but NUD_NOARP
+/// (what is computed) and NUD_NONE, and no proxies. In the order of ipNetToPhysicalTable's
+/// instances (RFC 4293). By ifIndex and not by name: a renamed link keeps them.
 struct NeighbourTable {
   static constexpr TableId id = TableId::neighbour;
   static constexpr std::string_view name = "neighbour";
@@ -154,6 +162,7 @@ struct NeighbourTable {
     InetAddressType type = InetAddressType::ipv4;
     Dovel::Ip6Addr::Octets octets{};  // of an IPv4 address the first four, and zeros
 
+    /// Makes the one key that a neighbour of this address has.
     static Key of(std::int32_t ifIndex, Dovel::IpAddr const& address);
     /// ipv6z for a link-local one; the link is its zone.
     static Key of(std::int32_t ifIndex, Dovel::Ip6Addr const& address);
@@ -168,7 +177,9 @@ struct NeighbourTable {
   };
 };
 
-/// The IPv4 unicast routes of the main table, one a prefix: of several metrics the lowest.
+/// The IPv4 routes of the main table, one a prefix: the one in use, of the lowest metric that has a
+/// next hop alive (kelbase/model/route_book.h). The agent has no copy of these: it reads them in
+/// place (Pondo::Fib::SharedFib).
 struct RouteTable {
   static constexpr TableId id = TableId::route;
   static constexpr std::string_view name = "route";
@@ -176,8 +187,9 @@ struct RouteTable {
   using Record = Fib::Route;
 };
 
-/// The IPv6 routes of the main table, one a prefix (and link, where that is link-local): of several
-/// metrics the lowest, and of that all that are there.
+/// The IPv6 routes of the main table, one a prefix (and link, where that is link-local): the one in
+/// use, and with it all of its metric that forward. Link-local prefixes name their link by its
+/// ifIndex: a renamed link keeps them.
 struct Route6Table {
   static constexpr TableId id = TableId::route6;
   static constexpr std::string_view name = "route6";
@@ -187,7 +199,8 @@ struct Route6Table {
 
 /// The sets of next hops that routes of both versions share. The fec of a route is written no later
 /// than the route, in the same commit or an earlier one, and removed no earlier: a reader that
-/// meets a route finds its fec.
+/// meets a route finds its fec. A set that changes is one record, and its million routes stay as
+/// they are.
 struct FecTable {
   static constexpr TableId id = TableId::fec;
   static constexpr std::string_view name = "fec";
