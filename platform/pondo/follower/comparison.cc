@@ -25,6 +25,7 @@ class FiledKeys {
   std::string const* head() const { return least_; }
 
   void drop() {
+    // A copy: least_ leads into what is replaced below.
     auto const dropped = *least_;
     // The least key behind it.
     auto const next = dropped + '\0';
@@ -76,6 +77,8 @@ void Comparison::takeFromTable(Snapshot const& snapshot, std::size_t limit,
   auto const table = tables_[table_];
   std::vector<Row> rows;
   rows.reserve(limit - changes.size());
+  // Views of the map, which last as long as the snapshot; announced records are read from them
+  // without a copy.
   auto const rowBeyond = snapshot.scanBytes(
       table, from_, limit - changes.size(),
       [&](std::string_view key, std::string_view record) { rows.emplace_back(key, record); });
@@ -90,8 +93,10 @@ void Comparison::takeFromTable(Snapshot const& snapshot, std::size_t limit,
       changes.push_back({table, std::string(row->first), row->second});
       ++row;
     }
+    // A key that stands on both sides is announced once, with its record.
     if (filed.head() && *filed.head() == changes.back().key) filed.drop();
   }
+  // Where filed keys have used up the slice, the rows that are left are read again in the next.
   goOnFrom(row != rows.end() ? std::optional<std::string>(row->first) : rowBeyond, filed.head());
 }
 

@@ -15,6 +15,7 @@ namespace Pondo {
 
 class Comparison {
  public:
+  /// The listeners outlive it. To copy one is cheap: it is a place in the walk.
   explicit Comparison(std::span<Listener* const> listeners);
 
   bool ended() const { return table_ == tables_.size(); }

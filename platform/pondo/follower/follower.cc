@@ -20,6 +20,8 @@ namespace {
 
 using Reason = EnvironmentException::Reason;
 
+// Seconds: the first pause after a failure that passes by itself, doubled up to lookInterval; and
+// that after a listener has thrown, in which nothing is announced to anybody.
 constexpr double backOffMin = 0.1;
 constexpr double listenerPause = 1.0;
 constexpr char const* inSync = "in sync";
@@ -34,6 +36,7 @@ std::filesystem::path plainPath(std::filesystem::path const& path) {
   return plain.has_filename() ? plain : plain.parent_path();
 }
 
+// Not Mav::now(): what publishers tell is read as times since the epoch (PublisherInfo).
 double secondsSinceEpoch() {
   using Seconds = std::chrono::duration<double>;
   return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -140,6 +143,8 @@ void Follower::Impl::onNotice() {
   if (pathChanged) {
     turn.timeMinIs(Mav::asap);
   } else if (events.rang && reader) {
+    // A ring says nothing to who has no tables open: their path tells when there are some. A
+    // listener that rests (notBefore) is woken no earlier.
     turn.timeMinIs(std::min(turn.timeMin(), notBefore));
   }
 }
@@ -167,6 +172,8 @@ void Follower::Impl::onTurn() {
 // The environment by its path, the publisher by its lock: what no ring tells.
 void Follower::Impl::look() {
   nextLook = Mav::now() + lookInterval;
+  // The listeners keep what they have: the next reader's instance tells whether they have to
+  // compare.
   if (reader && !reader->current()) {
     MAV_TRACE(traceHandle(), 1, runDir << ": the tables have been replaced");
     closeReader();
@@ -254,6 +261,7 @@ void Follower::Impl::lookAtPublisher() {
 bool Follower::Impl::turnSlices() {
   double const deadline = Mav::now() + turnQuantum;
   auto const& now = snapshot();
+  // All slices of a turn are of one generation: the log does not move under them.
   auto const log = now.log();
   if (!log.complete) {
     say("incomplete", Mav::Severity::notice,
@@ -264,6 +272,7 @@ bool Follower::Impl::turnSlices() {
   bool more = true;
   while (more && notBefore <= Mav::now()) {
     more = slice(now, log);
+    // After a slice, not before: each turn gets on, however late it comes.
     if (Mav::now() >= deadline) break;
   }
   if (report) report->stateIs(now.generation(), resyncs, badRecords + reader->malformed());
@@ -271,7 +280,8 @@ bool Follower::Impl::turnSlices() {
 }
 
 bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
-  // The log has been trimmed past this reader, or the tables have another history.
+  // The log has been trimmed past this reader, or the tables have another history. A position
+  // behind the log's end is one of tables that went back to what they were.
   bool const behind = log.instance != instance || position < log.first || position > log.next;
   if (behind) startComparison(log);
   // Tables that were away and are the same still: the log alone makes the reader exact again.
@@ -282,6 +292,8 @@ bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
   } catch (EnvironmentException const&) {
     throw;
   } catch (std::exception const& e) {
+    // To take the slice again mends what the listener holds; what its own notifiees have missed it
+    // tells nobody again.
     Mav::noteMemoryFailure();
     sayListenerFailed(e.what());
   } catch (...) {
@@ -292,7 +304,8 @@ bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
 }
 
 bool Follower::Impl::tellSlice(Snapshot const& snapshot, LogState const& log) {
-  // Log and comparison take turns: a busy log is not trimmed away under a long comparison.
+  // Log and comparison take turns: a busy log is not trimmed away under a long comparison. A log
+  // that has nothing gives its turn away.
   logsTurn = !comparison || (!logsTurn && position != log.next);
   bool const more = logsTurn ? followSlice(snapshot, log) : compareSlice(snapshot, log);
   if (state == State::comparing && !comparison && position >= inSyncAt) announceInSync();
@@ -314,13 +327,15 @@ void Follower::Impl::startComparison(LogState const& log) {
 bool Follower::Impl::compareSlice(Snapshot const& snapshot, LogState const& log) {
   std::vector<Change> changes;
   changes.reserve(sliceMax);
+  // A copy goes on: where a listener throws, the walk stands where it stood.
   Comparison after = *comparison;
   after.take(snapshot, sliceMax, changes);
   announce(snapshot, changes);
   comparison = std::move(after);  // not before all listeners have taken the slice
   if (comparison->ended()) {
     comparison.reset();
-    // What was committed behind the walk stands in the log, up to here.
+    // What was committed behind the walk stands in the log, up to here. A listener is exact once it
+    // has that too.
     inSyncAt = log.next;
   }
   return position != log.next;
