@@ -67,6 +67,7 @@ void BasicFecRouteList<Prefix>::routeIs(Prefix const& prefix, FecId fecId) {
   Key const key(prefix);
   auto const at = lowerBound(key);
   bool const filed = isAt(at, key);
+  // A comparison names every route, and most have not changed.
   if (filed && fecs_[at->second].fecId == fecId) return;
   // First: a fec that no route uses any more gives its place to the new one. `at` is a place in
   // filed_, and stays good.

@@ -46,6 +46,8 @@ class PackedPrefix<Dovel::Ip6Prefix> {
  public:
   explicit PackedPrefix(Dovel::Ip6Prefix const& prefix);
   Dovel::Ip6Prefix prefix() const;
+  /// As Ip6Prefix: those without a zone first. The octets alone would put a zone's prefixes in the
+  /// middle.
   friend bool operator<(PackedPrefix const& a, PackedPrefix const& b) {
     if (bool const aIsZoned = a.zone() != 0; aIsZoned != (b.zone() != 0)) return !aIsZoned;
     return a.octets_ < b.octets_;
@@ -66,7 +68,8 @@ class BasicFecRouteList : public Mav::Object {
   Prefixes const* routes(FecId fecId) const;
 
   /// Files the prefix under `fecId`, and under no other from now on. Mav::RangeException beyond
-  /// fecsMax.
+  /// fecsMax. Memory that runs out amid either change leaves prefix and fec apart: the state is
+  /// made anew then (mav/memory_failure.h).
   void routeIs(Prefix const& prefix, FecId fecId);
   /// Takes the prefix out: it has no route any more. No effect when it had none.
   void routeDel(Prefix const& prefix);
@@ -91,22 +94,30 @@ class BasicFecRouteList : public Mav::Object {
    private:
     std::array<std::uint8_t, 3> octets_;
   };
+  /// A fec and who uses it. A place is filled again, never removed: what is filed names it by
+  /// number.
   struct FecRoutes {
     FecId fecId;
     Prefixes prefixes;  // none: the place is free
   };
+  // Packed types have no alignment, so that no padding comes between key and slot: eight octets
+  // an IPv4 route.
   using Filed = absl::btree_map<Key, Slot>;
   using Place = typename Filed::const_iterator;
 
+  /// Gives where `key` is or would be. Remembers that: a walk in order moves on by one.
   Place lowerBound(Key const& key) const;
   bool isAt(Place it, Key const& key) const;
+  /// Gives the fec's place, and finds it one.
   Slot placeOf(FecId fecId);
+  /// Takes the prefix from the fec's set, and frees the place of a set that is empty by that.
   void remove(Slot place, Prefix const& prefix);
 
   Filed filed_;
   // Whatever changes filed_ sets it anew: no iterator of a b-tree outlives a change.
   mutable Place last_ = filed_.end();  // where lowerBound() led
   std::vector<FecRoutes> fecs_;
+  // Places without a fec, and where the fecs that are used have theirs.
   std::vector<Slot> free_;
   absl::btree_map<FecId, Slot> places_;
 };

@@ -36,6 +36,7 @@ BasicFecRouteListSm<Prefix>::~BasicFecRouteListSm() = default;
 template <class Prefix>
 void BasicFecRouteListSm<Prefix>::handleRoute() {
   if (!routeStatus()) return;
+  // Registered before (mavRouteStatus_): what changes from here on is heard.
   routeStatus()->forEachRoute([this](Prefix const& prefix, Route const& route) {
     fecRouteList_->routeIs(prefix, route.fecId);
   });
@@ -43,6 +44,8 @@ void BasicFecRouteListSm<Prefix>::handleRoute() {
 
 template <class Prefix>
 void BasicFecRouteListSm<Prefix>::handleRoute(Prefix const& prefix) {
+  // What it throws while the tables cannot be read leaves the prefix filed as it is; the same slice
+  // is announced again.
   if (auto const route = routeStatus()->route(prefix)) {
     fecRouteList_->routeIs(prefix, route->fecId);
   } else {

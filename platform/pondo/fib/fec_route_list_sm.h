@@ -21,6 +21,7 @@ class BasicFecRouteListSm : public Mav::Object {
   BasicFecRouteListSm(Mav::Ptr<RouteStatus const> routeStatus,
                       Mav::Ptr<ForwardingStatus const> forwardingStatus,
                       Mav::Ptr<FecRouteList> fecRouteList);
+  /// The list stays as it is: whoever has it may go on reading it.
   ~BasicFecRouteListSm() override;
 
   Mav::Ptr<RouteStatus const> const& routeStatus() const { return mavRouteStatus_.notifier(); }
@@ -28,6 +29,8 @@ class BasicFecRouteListSm : public Mav::Object {
   Mav::Ptr<FecRouteList> const& fecRouteList() const { return fecRouteList_; }
 
  private:
+  /// Hears of routes. What it has filed a comparison announces too, so that a route that went
+  /// unnoticed leaves the list.
   class MavRouteStatus : public BasicRouteStatus<Prefix>::NotifieeConst {
    public:
     MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus, BasicFecRouteListSm& fecRouteListSm);
@@ -38,6 +41,7 @@ class BasicFecRouteListSm : public Mav::Object {
     BasicFecRouteListSm& fecRouteListSm_;
   };
 
+  /// Files what is there at the start; then each route as it is announced.
   void handleRoute();
   void handleRoute(Prefix const& prefix);
 

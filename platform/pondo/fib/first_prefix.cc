@@ -63,6 +63,7 @@ class Place {
 Place::Place(std::string_view from) {
   std::array<std::uint8_t, Format::route6KeySize> bytes{};
   std::copy_n(from.begin(), std::min(from.size(), bytes.size()), bytes.begin());
+  // What is missing of a text counts as zeros: with them its bytes come as early as they can.
   isPast_ = bytes[0] > 1;
   isZoned_ = bytes[0] == 1;
   std::copy_n(bytes.begin() + 1, address_.size(), address_.begin());
@@ -78,6 +79,7 @@ std::optional<Dovel::Ip6Prefix> Place::prefix() {
 
 /// To the next place that may be a key: no key lies between.
 void Place::advance() {
+  // Each case goes on from the reason why this place is no key, and never beyond the next key.
   bool const isLinkLocal = Dovel::Ip6Addr(address_).isLinkLocal();
   if (isZoned_ && !isLinkLocal) {
     if (address_ < linkLocalFirst) return toLinkLocal();
@@ -114,6 +116,7 @@ void Place::toNextAddress() {
   zone_ = 0;
   length_ = 0;
   auto octet = address_.rbegin();
+  // As a number of 128 bits; past the last address all octets are 0 again.
   while (octet != address_.rend() && ++*octet == 0) ++octet;
   if (octet != address_.rend()) return;
   if (isZoned_) {

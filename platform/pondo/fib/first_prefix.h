@@ -12,7 +12,7 @@
 namespace Pondo::Fib {
 
 /// The first prefix whose key bytes (tables/format.h) are not less than `from`; nothing behind the
-/// last.
+/// last. It costs a few steps, however many bytes name no prefix.
 template <class Prefix>
 std::optional<Prefix> firstPrefix(std::string_view from);
 

@@ -24,10 +24,10 @@ class ForwardingStatus : public Mav::Entity {
   };
 
   /// Gives the fec, decoded, or null; valid until the end of the turn. ConsistencyException when
-  /// the table cannot be read now.
+  /// the table cannot be read now. Many routes ask for one fec: an implementation decodes it once.
   virtual Fec const* fec(FecId fecId) const = 0;
 
-  /// Calls visit(fecId, fec) for every fec, in the order of ids.
+  /// Calls visit(fecId, fec) for every fec, in the order of ids. ConsistencyException as above.
   virtual void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const = 0;
 
   std::string_view typeName() const override { return "Pondo::Fib::ForwardingStatus"; }
@@ -37,6 +37,7 @@ class ForwardingStatus : public Mav::Entity {
 
  protected:
   using Entity::Entity;
+  /// As that of RouteStatus: apart from Mav::Entity's.
   mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
 

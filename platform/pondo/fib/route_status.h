@@ -39,8 +39,9 @@ class BasicRouteStatus : public Mav::Entity {
   /// be read now; the caller keeps what it has until it can.
   virtual std::optional<Route> route(Prefix const& prefix) const = 0;
 
-  /// Calls visit(prefix, route) for every route in the order of prefixes.
-  /// ConsistencyException as above.
+  /// Calls visit(prefix, route) for every route in the order of prefixes. ConsistencyException as
+  /// above. It reads a million records at one go: the state machines do so before there are any,
+  /// and hear of each route one by one from then on.
   virtual void forEachRoute(absl::FunctionRef<void(Prefix const&, Route const&)> visit) const = 0;
 
   /// Counts the routes. ConsistencyException as above.
@@ -53,6 +54,8 @@ class BasicRouteStatus : public Mav::Entity {
 
  protected:
   using Entity::Entity;
+  /// Apart from Mav::Entity's list, whose handlers give no answer (filedRoute): who is in this one
+  /// hears nothing of isNondestructing().
   mutable Mav::NotifieeList<NotifieeConst> notifiees_;
 };
 

@@ -71,6 +71,8 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
       : Status(std::move(name)), tables_(std::move(tables)) {}
 
   std::optional<Route> route(Prefix const& prefix) const override {
+    // A comparison has the record in hand: a million routes are then taken in without a look into
+    // the table for each notifiee.
     if (!announced_.record.empty() && announced_.prefix == prefix) {
       if (auto const route = decodeRecord<Table>(announced_.record)) return route;
     }
@@ -78,6 +80,7 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
   }
 
   void forEachRoute(absl::FunctionRef<void(Prefix const&, Route const&)> visit) const override {
+    // State machines that are made before the tables are open find nothing, and are told later.
     if (!tables_->haveBeenShown()) return;
     tables_->read([&](Snapshot const& now) { now.scan<Table>("", noLimit, visit); });
   }
@@ -145,11 +148,13 @@ class SharedFib::Fecs : public ForwardingStatus {
 
  private:
   Fec const* found(Snapshot const& now, FecId fecId) const {
+    // Generations of two instances have nothing to do with each other.
     Moment const moment{now.log().instance, now.generation()};
     // Many routes share a fec: it is decoded once a generation.
     if (moment != decodedAt_) decoded_.clear();
     decodedAt_ = moment;
     auto const [it, isNew] = decoded_.try_emplace(fecId);
+    // A fec that is missing is remembered as that, too.
     if (isNew) {
       auto fec = now.get<FecTable>(fecId);
       if (fec) it->second = std::make_unique<Fec const>(std::move(*fec));
@@ -176,6 +181,7 @@ SharedFib::SharedFib()
       routes6_(Mav::makeObject<Routes<Route6Table>>("route6Status", sharedTables_)),
       fecs_(Mav::makeObject<Fecs>(sharedTables_)) {}
 
+// The entities may live on: their reads throw from here on, and reach no follower that has gone.
 SharedFib::~SharedFib() { followerIs(nullptr); }
 
 Mav::Ptr<RouteStatus const> SharedFib::routeStatus() const { return routes_; }
