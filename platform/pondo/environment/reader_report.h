@@ -91,13 +91,17 @@ class ReaderReport {
   void look();
 
  private:
+  /// Opens the file and locks the first slot that is free; leaves fd_ empty where there is none.
   void takeSlot();
+  /// The timer's action.
   void write();
 
   std::filesystem::path const file_;
   Mav::Timer timer_;
   Descriptor fd_;  // with the slot
   std::size_t slot_ = 0;
+  // What there is to tell, what the slot says, and the time of Mav::now() before which it is not
+  // written.
   ReaderInfo now_;
   ReaderInfo told_;
   double notBefore_ = 0;

@@ -42,10 +42,12 @@ class WriteTransaction {
     if (code != MDB_NOTFOUND) fail(code, "read");
   }
 
-  /// Marks the tables as complete: they hold everything there is.
+  /// Marks the tables as complete: they hold everything there is. From the next commit on; nothing
+  /// takes the mark away again.
   void completeIs() { meta_.complete = 1; }
 
   /// Empties the change log, by few pages: readers that have not read it to its end compare again.
+  /// To trim it would need pages to do so in: this is for a map that has none.
   void dropLog();
 
   /// Makes the changes visible, with the next generation and as `origin`'s state, and trims the
@@ -61,6 +63,7 @@ class WriteTransaction {
   };
 
   TableCursor& cursorOf(TableId table);
+  /// Asks LMDB for the table's last key once, and again after that key was erased.
   bool isBeyondLast(TableCursor& table, std::string_view key);
   void store(TableCursor& table, std::string_view key, std::string_view value, unsigned flags);
   void logChange(TableId table, std::string_view key);
@@ -72,6 +75,7 @@ class WriteTransaction {
   Environment const& env_;
   TableHandles const& handles_;
   TxnPtr txn_;
+  // As this transaction found it, with what it has added to the log.
   Format::MetaRecord meta_;
   std::array<TableCursor, Format::tableIdEnd> tables_;
   CursorPtr logCursor_;

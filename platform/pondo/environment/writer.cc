@@ -195,7 +195,8 @@ auto Writer::Impl::attempt(Operation const& operation) {
       txn.reset();
       auto const reason = e.reason();
       if (reason == Reason::noSpace && makeRoom(step)) continue;
-      // Want of room says nothing against the tables: whether they go for it, the caller says (giveUp).
+      // Want of room says nothing against the tables: whether they go for it, the caller says
+      // (giveUp).
       if (reason != Reason::noSpace) failsSince = std::min(failsSince, Mav::now());
       abort();
       // What the library calls broken is not used again; service() makes it anew.
