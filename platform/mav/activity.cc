@@ -152,8 +152,10 @@ void Activity::Impl::turn(int timeout) {
   // none of them waiting. Our own two only wake the loop; arm() sets them back.
   for (int i = 0; i < count; ++i) {
     auto const& event = events[static_cast<std::size_t>(i)];
+    // An exception of a callback ends in call(): the rest of the turn is the others'.
     if (event.data.u64 != ownToken) call(event.data.u64, event.events);
   }
+  // Reactors' exceptions stay with the clock.
   clock->deliver();
   endTurn();
   arm();
@@ -174,7 +176,9 @@ void Activity::Impl::endTurn() noexcept {
       });
     }
   }
+  // Asked for again, an action stands behind `count`, and makes arm() ring for another turn.
   turnEnds.erase(turnEnds.begin(), turnEnds.begin() + static_cast<std::ptrdiff_t>(count));
+  // Only here: what is armed during a turn is armed once, by arm() behind it.
   inTurn = false;
 }
 
@@ -196,6 +200,7 @@ void Activity::Impl::call(std::uint64_t token, std::uint32_t events) noexcept {
 void Activity::Impl::rest(std::uint64_t token) {
   auto const found = watched.find(token);
   if (found == watched.end()) return;
+  // Before the watch leaves the set: where this fails it stays there, busy and alive.
   rested.push_back(token);
   // Level-triggered: a descriptor that nobody reads stays ready, and each turn would begin with it.
   epoll_ctl(epoll.get(), EPOLL_CTL_DEL, found->second.fd, nullptr);
@@ -228,6 +233,7 @@ void Activity::Impl::arm() {
   // Arming costs a system call, and most turns leave the next time where it is.
   if (next == armed) return;
   if ((next == asap) != (armed == asap)) ring(next == asap);
+  // At asap the timer is left as it is: it may fire, and wakes a turn that comes anyway.
   if (next != asap) timerIs(next);
   armed = next;
 }
@@ -281,6 +287,8 @@ void Activity::TurnEnd::ask() {
   if (std::exchange(asked_, true)) return;
   auto& impl = *activity_.impl_;
   impl.turnEnds.push_back(this);
+  // Outside of a turn nobody else wakes the loop: a snapshot that a request has opened would last
+  // until something happens.
   if (!impl.inTurn) impl.arm();
 }
 
@@ -288,6 +296,8 @@ Activity::Watch Activity::watch(int fd, std::uint32_t events, Ready ready) {
   auto const token = ++impl_->lastToken;
   // First what may fail: nothing is kept of a watch that the kernel refuses.
   impl_->addToEpoll(fd, events, token);
+  // A number that is watched already is refused above (EEXIST). One that was closed without
+  // dropping its Watch is taken over here, and drop() of the old Watch leaves it alone.
   impl_->tokens[fd] = token;
   impl_->watched[token] = {fd, events, std::make_shared<Ready const>(std::move(ready))};
   return {this, token};

@@ -7,6 +7,7 @@ namespace Mav {
 
 void Clock::NotifieeConst::timeMinIs(double time) {
   if (std::isnan(time)) throw RangeException("timeMin of a clock reactor is not a number");
+  // A reactor that asks for the same again costs no look at all the others (timeNext).
   if (time == timeMin_) return;
   timeMin_ = time;
   tellClock();
@@ -37,6 +38,7 @@ void Clock::tellTimeNext() const {
 
 double Clock::timeNext() const {
   double next = never;
+  // All are asked: there are few, and a turn asks once.
   for (auto const* reactor : reactors_) {
     if (reactor) next = std::min(next, reactor->timeDue());
   }
@@ -93,6 +95,7 @@ Timer::Timer(Ptr<Clock const> clock, std::function<void()> action)
 
 void Timer::onTime() {
   double const due = timeMin();
+  // First: what the action arms stands.
   timeMinIs(never);
   auto const action = action_;
   try {

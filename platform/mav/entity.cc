@@ -18,6 +18,7 @@ AttributeInfo const* commonAttribute(std::string_view name) {
   static std::vector<AttributeInfo> const attributes{
       plainAttribute<&Entity::name>("name"),
       plainAttribute<&Entity::isNondestructing, &Entity::isNondestructingIs>("isNondestructing")};
+  // A list of two, and tables of a handful: this way is for wiring and tools (entity.h).
   auto const found = findAttribute(attributes, name);
   return found == attributes.end() ? nullptr : &*found;
 }
@@ -49,6 +50,8 @@ AttributeInfo const& AttributeTable::info(std::string_view entityType,
 AttributeId AttributeTable::id(std::string_view name) const {
   auto const found = findAttribute(attributes_, name);
   if (found == attributes_.end()) return 0;
+  // The place in the table is the number, and has to agree with the constant that the class
+  // declares.
   return firstAttributeId + static_cast<AttributeId>(found - attributes_.begin());
 }
 

@@ -8,10 +8,12 @@ std::optional<std::string> LineThinner::pass(std::string_view line, double now) 
   std::string const text(line);
   if (bursts_.size() >= textsMax && !bursts_.contains(text)) forget(now);
   auto& burst = bursts_[text];
+  // A text that is new has no line yet, and begins its window like one whose window is over.
   bool const over = burst.lines != 0 && now - burst.start >= window;
   auto const leftOut = over && burst.lines > burstMax ? burst.lines - burstMax : 0;
   if (over || burst.lines == 0) burst = {now, 0};
   ++burst.lines;
+  // The first line of a new window, which counts in it.
   if (leftOut != 0) return fmt::format("{} ({} more like it were left out)", text, leftOut);
   if (burst.lines < burstMax) return text;
   if (burst.lines > burstMax) return std::nullopt;

@@ -33,6 +33,7 @@ void traceInFlight(AttributeId attribute) noexcept try {
 
 // noexcept: a notification goes on whatever a notifiee makes of its exception.
 void NotifieeBase::deliverException(NotifieeBase* notifiee, AttributeId attribute) noexcept {
+  // Before the notifiee has a say: it may swallow what it gets.
   noteMemoryFailure();
   if (!notifiee) return traceInFlight(attribute);
   try {

@@ -28,6 +28,7 @@ std::string StrepReader::quoted() {
   ++at_;
   std::string bytes;
   while (!isAt('\'')) {
+    // isAt() is false at the end too.
     if (atEnd()) fail("a closing quote");
     bytes += takeEscaped();
   }

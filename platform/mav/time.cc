@@ -8,6 +8,7 @@ namespace Mav {
 
 namespace {
 
+// One for the process: clocks are not handed around.
 SimulatedTime* simulated = nullptr;
 
 double secondsOf(clockid_t clock) {

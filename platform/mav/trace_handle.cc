@@ -53,9 +53,11 @@ std::string oneLine(std::string_view text) {
 
 void write(Severity severity, std::string_view prefix, std::string_view text) {
   auto line = oneLine(text);
+  // A sink has a severity of its own to show: the prefix is stderr's.
   if (sink) return (*sink)(severity, line);
   line.insert(0, prefix);
   line += '\n';
+  // In one call: stderr has no buffer that would put pieces together.
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -73,6 +75,7 @@ TraceConfig readEnvironment() {
 }
 
 std::uint32_t configuredLevels(std::string_view name) {
+  // Read once: a handle that is made later is set as the first was.
   static TraceConfig const config = readEnvironment();
   return config.levels(name);
 }

@@ -7,6 +7,7 @@ void readValueHead(StrepReader& in, std::string_view typeName) {
   in.expect("(");
   in.expect(Mav::quoted(typeName));
   in.expect(",");
+  // Tokens one by one: white space may stand between any two.
   in.expect("**");
   in.expect("{");
 }
