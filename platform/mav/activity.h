@@ -79,10 +79,12 @@ class Activity {
   /// is watched already, or when the kernel refuses it (a regular file).
   [[nodiscard]] Watch watch(int fd, std::uint32_t events, Ready ready);
 
-  /// The clock whose reactors this loop runs.
+  /// The clock whose reactors this loop runs. It may outlive the activity, which then arms nothing
+  /// by it.
   Ptr<Clock const> clock() const;
 
-  /// The epoll descriptor, for a foreign loop.
+  /// The epoll descriptor, for a foreign loop. Readable is all that the other loop may do with it:
+  /// what is in the set is this one's.
   int fd() const;
 
   /// Makes one turn, without waiting. A call from inside a callback has no effect.

@@ -55,7 +55,8 @@ class Clock : public Entity {
 
   double now() const { return Mav::now(); }
 
-  /// The earliest time at which a reactor is due; never when none is armed.
+  /// The earliest time at which a reactor is due; never when none is armed. Costs a look at every
+  /// reactor.
   double timeNext() const;
 
   /// Calls every reactor that is due now, each once: the clock's part of a turn.
@@ -83,6 +84,7 @@ class Clock : public Entity {
 /// it again, and may destroy its Timer. An action that throws is due again after retryDelay.
 class Timer : private Clock::NotifieeConst {
  public:
+  /// Not armed at first.
   Timer(Ptr<Clock const> clock, std::function<void()> action);
   /// When the action runs: an absolute time of Mav::now(), asap or never.
   using Clock::NotifieeConst::timeMin;

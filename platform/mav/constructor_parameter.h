@@ -25,6 +25,7 @@ void printParameter(std::ostream& out, Value const& value) {
 
 /// Throws NameInUseException when a member that exists was asked for with another value of the
 /// constructor parameter `name` (such as "_ifIndex"). Values are compared by == and printed by <<.
+/// For the xIs() of collections (AnnouncedMap::is); the wording is part of the interface.
 template <class Value>
 void checkConstructorParameter(std::string_view name, Value const& asked, Value const& current) {
   if (asked == current) return;

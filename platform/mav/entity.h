@@ -73,12 +73,16 @@ class Entity : public Object {
 
   Name const& name() const { return name_; }
 
+  /// An attribute that every entity has, for whoever listens. Nothing here acts by it.
   bool isNondestructing() const { return isNondestructing_; }
   void isNondestructingIs(bool value);
 
   /// The full type name, such as "Routing::Config": for messages.
   virtual std::string_view typeName() const = 0;
+  /// The attributes that the class adds; `name` and `isNondestructing` are in no table. Valid for
+  /// ever.
   virtual AttributeTable const& attributeTable() const = 0;
+  /// The attribute's name, for trace lines; "unknown" where the class has none of that number.
   std::string_view attributeString(AttributeId id) const;
 
   /// The generic attribute interface, by name. It raises RangeException when the entity has no
@@ -105,7 +109,8 @@ class Entity : public Object {
     notifiees_.notify(attribute,
                       [&, handler](NotifieeBase& n) { (static_cast<N&>(n).*handler)(key); });
   }
-  /// Whether anybody would hear a notification now.
+  /// Whether anybody would hear a notification now. Spares whoever would have to compute what to
+  /// announce.
   bool isHeard() const { return notifiees_.anyActive(); }
 
   /// Stores a value that differs, and announces it; the same again does nothing.
@@ -120,6 +125,7 @@ class Entity : public Object {
   template <class Map, class N, AttributeId id, void (N::*onMember)(typename Map::Key const&)>
   friend class AnnouncedMap;
 
+  // Fixed for life: a mount, a member's key and messages may refer to it.
   Name const name_;
   bool isNondestructing_ = false;
   mutable NotifieeList<NotifieeBase> notifiees_;
@@ -128,6 +134,7 @@ class Entity : public Object {
 namespace Detail {
 [[noreturn]] void throwAttributeType(Entity const& entity, std::string_view expected,
                                      std::any const& given);
+// From the type of a member function pointer: the class, and the type that stands in std::any.
 template <class T>
 struct Accessor;
 template <class E, class R>
@@ -140,6 +147,7 @@ struct Accessor<R (E::*)(A)> {
   using Class = E;
   using Value = std::remove_cvref_t<A>;
 };
+// No conversion: an int where a std::uint32_t is asked for is the caller's error, and is told.
 template <class V>
 V const& cast(Entity const& entity, std::any const& value) {
   if (auto const* v = std::any_cast<V>(&value)) return *v;
@@ -152,6 +160,7 @@ template <auto Get, auto Set = nullptr>
 AttributeInfo plainAttribute(std::string_view name) {
   using Getter = Detail::Accessor<decltype(Get)>;
   AttributeInfo info{name};
+  // The cast is safe: a table is asked of its own entity alone (attributeInfo).
   info.get = [](Entity const& e) -> std::any {
     return typename Getter::Value((static_cast<typename Getter::Class const&>(e).*Get)());
   };

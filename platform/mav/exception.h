@@ -7,6 +7,7 @@
 
 namespace Mav {
 
+/// What this system throws itself. Whoever catches it lets std::bad_alloc pass.
 class Exception : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

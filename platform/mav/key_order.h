@@ -12,7 +12,8 @@ struct Bound {
   Order const& order;
 };
 
-/// One three-way comparison for each step of a descent, which ends early on equality.
+/// One three-way comparison for each step of a descent, which ends early on equality. That it
+/// returns a weak_ordering tells absl's b-tree so.
 struct KeyOrder {
   using is_transparent = void;  // a Bound descends too
 
@@ -24,6 +25,7 @@ struct KeyOrder {
   absl::weak_ordering operator()(Key const& key, Bound<Order> const& bound) const {
     return from(bound.order(key));
   }
+  // The same question from the other side: what stands before is turned round.
   template <class Key, class Order>
   absl::weak_ordering operator()(Bound<Order> const& bound, Key const& key) const {
     auto const order = bound.order(key);

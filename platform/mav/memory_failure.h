@@ -12,6 +12,8 @@ namespace Mav {
 void memoryFailureHookIs(std::function<void()> hook);
 
 /// Calls it when the exception that is being caught is std::bad_alloc. For catch (...) alone.
+/// Whoever catches what kept state from being filed calls it: NotifieeBase, the follower, the
+/// registration of handlers.
 void noteMemoryFailure() noexcept;
 
 }  // namespace Mav

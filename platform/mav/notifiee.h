@@ -62,7 +62,8 @@ class NotifieeBase {
   /// Hears that the entity's isNondestructing() has turned.
   virtual void onIsNondestructing() {}
 
-  /// Takes what a handler of this notifiee threw. The default traces it.
+  /// Takes what a handler of this notifiee threw. The default traces it. What it throws in its turn
+  /// is traced. It may destroy the notifiee.
   virtual void onException(AttributeId attribute, std::exception_ptr exception) {
     traceNotifieeException(attribute, exception);
   }
@@ -83,8 +84,10 @@ class NotifieeList {
   NotifieeList(NotifieeList const&) = delete;
   NotifieeList& operator=(NotifieeList const&) = delete;
 
+  /// A notifiee adds itself once, at the end: it hears last.
   void add(N* notifiee) { notifiees_.push_back(notifiee); }
 
+  /// Leaves a gap while a notification runs, so that places stay. No effect when it is not there.
   void remove(N* notifiee) {
     for (auto& slot : notifiees_) {
       if (slot != notifiee) continue;
@@ -103,6 +106,7 @@ class NotifieeList {
     });
   }
 
+  /// Calls call(notifiee) for each, by the rules above. Never throws.
   template <class Call>
   void notify(AttributeId attribute, Call const& call) {
     if (notifiees_.empty()) return;

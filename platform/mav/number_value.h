@@ -20,6 +20,7 @@ template <class D, Number Rep>
 class NumberValue {
  public:
   constexpr NumberValue() = default;
+  /// Every number is one: a type with fewer values checks in a constructor of its own.
   explicit constexpr NumberValue(Rep value) : value_(value) {}
   NumberValue(char const*& from, char const* to) : value_(parsedStrep<Rep>(from, to)) {}
 

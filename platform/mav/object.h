@@ -12,7 +12,8 @@ namespace Mav {
 template <class T>
 using Ptr = boost::intrusive_ptr<T>;
 
-/// The base of everything that is held by Ptr and has virtual functions.
+/// The base of everything that is held by Ptr and has virtual functions. Not copied: others hold
+/// it, and listen to it, by its address.
 class Object : public boost::intrusive_ref_counter<Object, boost::thread_unsafe_counter> {
  public:
   Object() = default;
@@ -22,10 +23,12 @@ class Object : public boost::intrusive_ref_counter<Object, boost::thread_unsafe_
 };
 
 /// The base of small entries that are held by Ptr in great number: it adds a count and nothing
-/// else.
+/// else. Its class needs no virtual destructor: the last reference knows the type.
 template <class Derived>
 using Counted = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
 
+/// Makes an object and gives its first reference. What its constructor throws leaves nothing
+/// behind.
 template <class T, class... Args>
 Ptr<T> makeObject(Args&&... args) {
   return Ptr<T>(new T(std::forward<Args>(args)...));

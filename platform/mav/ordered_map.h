@@ -69,7 +69,7 @@ class OrderedMap {
     return found == tree_.end() ? nullptr : &found->second;
   }
 
-  /// The value of `key`, or an empty one (a null Ptr).
+  /// The value of `key`, or an empty one (a null Ptr). A copy: it stays when the row goes.
   Mapped get(Key const& key) const {
     auto const* found = find(key);
     return found ? *found : Mapped{};
@@ -95,7 +95,8 @@ class OrderedMap {
   }
 
   /// Inserts the value or overwrites one; true when it inserted. An iterator that stands on an
-  /// overwritten row keeps the value that it has.
+  /// overwritten row keeps the value that it has. To overwrite leaves the set of keys as it is: no
+  /// step costs a descent by it.
   bool put(Key const& key, Mapped value) {
     // try_emplace() leaves `value` alone where the key is there, which emplace() does not promise.
     auto const [place, inserted] = tree_.try_emplace(key, std::move(value));
@@ -118,6 +119,7 @@ class OrderedMap {
     return true;
   }
 
+  /// Erases all rows; the map is empty by the time that the first of them is destroyed.
   void clear() {
     Tree erased;
     erased.swap(tree_);
@@ -135,7 +137,8 @@ class OrderedMap {
   IteratorConst atOrAfter(Key const& key) const { return {this, tree_.lower_bound(key)}; }
 
   /// On the first row after a place, or at or after it. The place need not be a key: `order(key)`
-  /// tells how a key stands to it, in the order of the map.
+  /// tells how a key stands to it, in the order of the map. So a request's instance is searched as
+  /// it came, without a key made of it.
   template <class Order>
   IteratorConst firstAfter(Order const& order) const {
     return {this, tree_.upper_bound(Detail::Bound<Order>{order})};
@@ -172,6 +175,7 @@ class OrderedMap<KeyType, MappedType>::BasicIterator {
 
   BasicIterator& operator++() {
     if (!isOnRow_) return *this;
+    // No row came or went since: the b-tree's own iterator is still good.
     if (modifications_ == map_->modifications_) {
       ++position_;
     } else {
@@ -189,6 +193,7 @@ class OrderedMap<KeyType, MappedType>::BasicIterator {
     settle();
   }
 
+  // Copies what it stands on: a row may be erased before it is read.
   void settle() {
     modifications_ = map_->modifications_;
     isOnRow_ = position_ != map_->tree_.end();

@@ -34,7 +34,7 @@ class OrderedMap<KeyType, MappedType>::Cursor {
 
   /// Goes to the next row.
   void step() { ++position_; }
-  /// Gives the row another value.
+  /// Gives the row another value. No key comes or goes, so that iterators need no descent for it.
   void replace(Mapped value) { std::swap(position_->second, value); }
   /// Erases the row and goes to the next one.
   void erase() {
@@ -51,6 +51,7 @@ class OrderedMap<KeyType, MappedType>::Cursor {
 
  private:
   bool isUnmoved() const { return modifications_ == map_.modifications_; }
+  // One comparison with the row before, one with the row behind.
   bool isPlaceOf(Key const& key) const {
     if (position_ != map_.tree_.end() && position_->first < key) return false;
     return position_ == map_.tree_.begin() || std::prev(position_)->first < key;

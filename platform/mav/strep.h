@@ -38,13 +38,15 @@ class StrepReader {
   std::size_t column() const { return static_cast<std::size_t>(at_ - begin_); }
 
   void skipSpace();
+  /// Reads `token`, or fails with its name: tokens are literals, and need no blank between them.
   void expect(std::string_view token);
   /// Reads a quoted string, and gives its content without quotes and escapes.
   std::string quoted();
   template <std::integral T>
   T number();
 
-  /// Raises RangeException "expected WHAT at column N".
+  /// Raises RangeException "expected WHAT at column N". The column is that of the token that was
+  /// expected.
   [[noreturn]] void fail(std::string_view what) const;
 
  private:
@@ -75,6 +77,7 @@ std::string escaped(std::string_view bytes);
 /// Gives `bytes` with escapes, in single quotes.
 std::string quoted(std::string_view bytes);
 
+// A bool prints as True or False, below; a char is a piece of text, and has no strep.
 template <class T>
 concept Number = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>;
 

@@ -16,7 +16,7 @@ inline constexpr double never = std::numeric_limits<double>::infinity();
 double now();
 
 /// Gives the seconds of CLOCK_BOOTTIME, which goes on while the machine sleeps; of a simulated
-/// time, what now() gives.
+/// time, what now() gives. For what other processes are told or have told.
 double bootTime();
 
 /// While one lives, now() is what it says. It starts at 1000 s, so that a test can say "long ago".

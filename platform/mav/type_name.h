@@ -19,6 +19,7 @@ constexpr std::size_t signatureHead = intSignature.find("T = int") + 4;
 constexpr std::size_t signatureTail = intSignature.size() - signatureHead - 3;
 }  // namespace Detail
 
+/// Known when it is compiled: a view of the program's own text, valid for ever.
 template <class T>
 constexpr std::string_view typeName() {
   std::string_view const signature = Detail::typeSignature<T>();

@@ -36,6 +36,7 @@
 
 namespace Mav {
 
+/// A name that streps show, and where the attribute lies in the value.
 template <class D, class M>
 struct Attribute {
   constexpr Attribute(std::string_view attributeName, M D::*attributeMember)
@@ -47,6 +48,7 @@ struct Attribute {
 
 namespace Detail {
 
+// The list is known to the compiler, which unrolls the call over it.
 template <class D, class Call>
 constexpr decltype(auto) withAttributes(Call const& call) {
   constexpr auto list = D::attributes();
