@@ -21,6 +21,7 @@ Mav::Ptr<IntfStatus> AllIntfStatusDir::intfStatusIs(Dovel::IntfId const& intfId,
 }
 
 Mav::AttributeTable const& AllIntfStatusDir::attributeTable() const {
+  // By name nobody makes an interface: its key alone does not tell the ifIndex.
   static Mav::AttributeTable const table{Mav::collectionAttribute<>("intfStatus")};
   return table;
 }

@@ -1,6 +1,7 @@
 #pragma once
 // The machine's interfaces: a collection of Interface::IntfStatus by Dovel::IntfId, in the order of
-// the names. Filled by State::LinkMirror, read by the state machines, on the agent's thread.
+// the names. Filled by State::LinkMirror, with the further interfaces of a link by
+// State::Address4Mirror; read by the state machines, on the agent's thread.
 
 #include "platform/mav/announced_map.h"
 #include "platform/state/entities/intf_status.h"
@@ -23,15 +24,18 @@ class AllIntfStatusDir : public Mav::Entity {
 
   explicit AllIntfStatusDir(Mav::Name name = "status") : Entity(std::move(name)) {}
 
-  /// Null when there is no such interface.
+  /// Null when there is no such interface. Whoever keeps it keeps the status of an interface that
+  /// may have gone.
   Mav::Ptr<IntfStatus const> intfStatus(Dovel::IntfId const& intfId) const;
+  /// Survives what comes and goes meanwhile (ordered_map.h).
   IntfStatusIteratorConst intfStatusIterator() const { return intfStatus_.map().first(); }
   std::size_t intfStatusCount() const { return intfStatus_.map().size(); }
 
   /// Creates the interface, or changes `operUp` of the one that is there. Mav::NameInUseException
   /// when that one has another ifIndex: it has to be deleted first.
   Mav::Ptr<IntfStatus> intfStatusIs(Dovel::IntfId const& intfId, std::int32_t ifIndex, bool operUp);
-  /// No effect when there is none.
+  /// No effect when there is none. By then nothing may hang on it: the mirrors withdraw addresses
+  /// and neighbours before (State::Phase).
   void intfStatusDel(Dovel::IntfId const& intfId) { intfStatus_.del(intfId); }
   void intfStatusDelAll() { intfStatus_.delAll(); }
 

@@ -14,14 +14,18 @@ namespace Arp {
 class ArpEntryStatus : public Mav::Value<ArpEntryStatus> {
  public:
   ArpEntryStatus() = default;
+  /// A neighbour that is there, whatever its addresses.
   ArpEntryStatus(Dovel::IpAddr addr, Dovel::EthAddr ethAddr, bool isStatic)
       : addr_(addr), ethAddr_(ethAddr), isStatic_(isStatic), isPresent_(true) {}
   ArpEntryStatus(char const*& from, char const* to)
       : ArpEntryStatus(Mav::parsedStrep<ArpEntryStatus>(from, to)) {}
 
+  /// The key under which an ArpIntfStatus has it.
   Dovel::IpAddr const& addr() const { return addr_; }
   Dovel::EthAddr const& ethAddr() const { return ethAddr_; }
+  /// NUD_PERMANENT (linux/neighbour.h): by an administrator or by the kernel itself.
   bool isStatic() const { return isStatic_; }
+  /// An attribute like the others, so that a neighbour of zeros differs from none.
   bool isPresent() const { return isPresent_; }
 
   static constexpr auto attributes() {

@@ -4,6 +4,7 @@ namespace Arp {
 
 Mav::AttributeTable const& ArpIntfStatus::attributeTable() const {
   static Mav::AttributeTable const table{
+      // An address alone makes no neighbour: by name one can be removed and not made.
       Mav::collectionAttribute<nullptr, &ArpIntfStatus::arpEntryDel>("arpEntry")};
   return table;
 }

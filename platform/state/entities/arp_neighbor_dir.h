@@ -10,7 +10,8 @@
 
 namespace Arp {
 
-/// Named after the interface.
+/// Named after the interface. It belongs to one ifIndex: where the interface gets another, it goes,
+/// and a new one comes.
 class ArpIntfStatus : public Mav::Entity {
  public:
   static constexpr Mav::AttributeId arpEntryAttributeId = Mav::firstAttributeId;
@@ -20,7 +21,8 @@ class ArpIntfStatus : public Mav::Entity {
     using Notifiee::Notifiee;
     /// A neighbour came, went, or changed.
     virtual void onArpEntry(Dovel::IpAddr const& /*addr*/) {}
-    /// The collection changed as a whole.
+    /// The collection changed as a whole. No setter announces that; whoever takes over what is
+    /// there calls its own.
     virtual void onArpEntry() {}
   };
 
@@ -32,9 +34,11 @@ class ArpIntfStatus : public Mav::Entity {
   /// An empty value when there is no such neighbour.
   ArpEntryStatus arpEntry(Dovel::IpAddr const& addr) const { return arpEntry_.map().get(addr); }
   ArpEntryIteratorConst arpEntryIterator() const { return arpEntry_.map().first(); }
+  /// For lookups that copy no value.
   ArpEntryMap const& arpEntryMap() const { return arpEntry_.map(); }
 
-  /// Files the neighbour under its address, in the place of what was there.
+  /// Files the neighbour under its address, in the place of what was there. The same value again
+  /// announces nothing.
   void arpEntryIs(ArpEntryStatus const& status) { arpEntry_.put(status.addr(), status); }
   /// No effect when there is none.
   void arpEntryDel(Dovel::IpAddr const& addr) { arpEntry_.del(addr); }
@@ -48,6 +52,7 @@ class ArpIntfStatus : public Mav::Entity {
       arpEntry_{*this};
 };
 
+/// In the order of the names.
 class NeighborDir : public Mav::Entity {
  public:
   static constexpr Mav::AttributeId arpIntfStatusAttributeId = Mav::firstAttributeId;
@@ -57,7 +62,7 @@ class NeighborDir : public Mav::Entity {
     using Notifiee::Notifiee;
     /// An interface's status came or went. What changes within one is its own to tell.
     virtual void onArpIntfStatus(Mav::Name const& /*name*/) {}
-    /// The collection changed as a whole.
+    /// The collection changed as a whole. No setter announces that, either.
     virtual void onArpIntfStatus() {}
   };
 
@@ -76,11 +81,12 @@ class NeighborDir : public Mav::Entity {
   ArpIntfStatusIteratorConst arpIntfStatusIterator() const { return arpIntfStatus_.map().first(); }
   ArpIntfStatusMap const& arpIntfStatusMap() const { return arpIntfStatus_.map(); }
 
-  /// The one that exists, or a new one without neighbours.
+  /// The one that exists, or a new one without neighbours. Announced while it is empty.
   Mav::Ptr<ArpIntfStatus> arpIntfStatusIs(Mav::Name const& name) {
     return arpIntfStatus_.is(name, [&] { return Mav::makeObject<ArpIntfStatus>(name); });
   }
-  /// No effect when there is none.
+  /// No effect when there is none. Its neighbours need not have gone before: who hears of it
+  /// withdraws them all.
   void arpIntfStatusDel(Mav::Name const& name) { arpIntfStatus_.del(name); }
   void arpIntfStatusDelAll() { arpIntfStatus_.delAll(); }
 

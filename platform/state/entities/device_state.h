@@ -12,7 +12,9 @@
 
 namespace State {
 
-/// New and empty, unless given.
+/// New and empty, unless given. What fills them: intfStatusDir LinkMirror, with the further
+/// interfaces Address4Mirror; ipConfig and ipStatus Address4Mirror; ip6Config and ip6Status
+/// Address6Mirror; arpStatus Neighbour4Mirror.
 struct DeviceState {
   Mav::Ptr<Interface::AllIntfStatusDir> intfStatusDir =
       Mav::makeObject<Interface::AllIntfStatusDir>();

@@ -3,8 +3,9 @@
 namespace Intf {
 
 namespace {
+// One for the process: the state machines ask by a function, and have no way to each other.
 IntfDetailsProvider const* theProvider = nullptr;
-}
+}  // namespace
 
 IntfDetailsProvider const* intfDetailsProvider() { return theProvider; }
 

@@ -8,13 +8,16 @@
 
 namespace Intf {
 
+/// An interface's status has an ifIndex of its own, which State::Mirrors gives; asked this way,
+/// tests and benchmarks give another.
 class IntfDetailsProvider {
  public:
   virtual ~IntfDetailsProvider() = default;
+  /// A number below 0 says that the interface has none now: it gets no row.
   virtual std::int32_t ifIndex(Interface::IntfStatus const& status) const = 0;
 };
 
-/// Null while nobody provides. Not owned.
+/// Null while nobody provides. Not owned. Whoever sets one takes it back before it goes.
 IntfDetailsProvider const* intfDetailsProvider();
 void intfDetailsProviderIs(IntfDetailsProvider const* provider);
 

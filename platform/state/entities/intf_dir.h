@@ -23,17 +23,21 @@ class IntfDir : public Mav::Entity {
 
   /// Null when there is no such interface.
   Mav::Ptr<Intf const> intf(Dovel::IntfId const& intfId) const { return intf_.get(intfId); }
+  /// Survives what comes and goes meanwhile (ordered_map.h).
   auto intfIterator() const { return intf_.first(); }
 
-  /// The interface's entity, created without an address when there is none.
+  /// The interface's entity, created without an address when there is none. Announced so, and then
+  /// the address by the entity itself: who hears of the interface finds none yet.
   Mav::Ptr<Intf> intfIs(Dovel::IntfId const& intfId) {
     auto const [member, isNew] =
         intf_.insertOrGet(intfId, [&] { return Mav::makeObject<Intf>(intfId); });
+    // A copy, and a reference: `member` lies in the map, which those who hear of it may change.
     Mav::Ptr<Intf> intf = member;
     if (isNew) announce(intfId);
     return intf;
   }
-  /// No effect when there is none. The key is a copy: the caller's may live in the member.
+  /// No effect when there is none. The key is a copy: the caller's may live in the member. What
+  /// hangs on the entity is withdrawn by whoever hears that it went.
   void intfDel(Dovel::IntfId intfId) {
     if (intf_.erase(intfId)) announce(intfId);
   }

@@ -8,6 +8,8 @@
 
 namespace Ip6 {
 
+/// Kept by State::Ip6IntfAddresses under its address. A value, so that the same again is seen to be
+/// the same, and announces nothing. One thread.
 class AddressInfo : public Mav::Value<AddressInfo> {
  public:
   constexpr AddressInfo() = default;
@@ -15,6 +17,7 @@ class AddressInfo : public Mav::Value<AddressInfo> {
   AddressInfo(char const*& from, char const* to)
       : AddressInfo(Mav::parsedStrep<AddressInfo>(from, to)) {}
 
+  /// With its host bits, and the length of its prefix: the key of the collection, too.
   constexpr Dovel::Ip6AddrWithMask const& addr() const { return addr_; }
 
   static constexpr auto attributes() {

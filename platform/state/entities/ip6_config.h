@@ -7,6 +7,8 @@
 
 namespace Ip6 {
 
+/// Those of one link, whether that is up or down, tentative or not; in use or not, they are
+/// configured.
 class IntfConfig : public State::Ip6IntfAddresses<IntfConfig> {
  public:
   using Ip6IntfAddresses::Ip6IntfAddresses;
@@ -14,6 +16,7 @@ class IntfConfig : public State::Ip6IntfAddresses<IntfConfig> {
   std::string_view typeName() const override { return "Ip6::IntfConfig"; }
 };
 
+/// In the order of the links' names.
 class Config : public State::IntfDir<Config, IntfConfig> {
  public:
   class NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {

@@ -22,7 +22,8 @@ class Ip6IntfAddresses : public Mav::Entity {
   class NotifieeConst : public Mav::Notifiee<Intf const, NotifieeConst> {
    public:
     using Mav::Notifiee<Intf const, NotifieeConst>::Notifiee;
-    /// An address came, went or changed.
+    /// An address came, went or changed. What it is now, addr() tells: the empty value where it has
+    /// gone.
     virtual void onAddr(Dovel::Ip6AddrWithMask const& /*addr*/) {}
   };
 
@@ -41,7 +42,8 @@ class Ip6IntfAddresses : public Mav::Entity {
 
   /// Files the address under its addr(); the same again does nothing.
   void addrIs(Ip6::AddressInfo const& info) { addr_.put(info.addr(), info); }
-  /// No effect when there is none.
+  /// No effect when there is none. Whoever takes the last one takes the interface out of its
+  /// directory next (Address6Mirror).
   void addrDel(Dovel::Ip6AddrWithMask const& addr) { addr_.del(addr); }
   void addrDelAll() { addr_.delAll(); }
 

@@ -7,6 +7,7 @@
 
 namespace Ip6 {
 
+/// Those of one link. All go at once where the link falls, and come back when it is up.
 class IntfStatus : public State::Ip6IntfAddresses<IntfStatus> {
  public:
   using Ip6IntfAddresses::Ip6IntfAddresses;
@@ -14,6 +15,7 @@ class IntfStatus : public State::Ip6IntfAddresses<IntfStatus> {
   std::string_view typeName() const override { return "Ip6::IntfStatus"; }
 };
 
+/// A link without an address in operation is not in it, though Ip6::Config has it.
 class Status : public State::IntfDir<Status, IntfStatus> {
  public:
   class NotifieeConst : public Mav::Notifiee<Status const, NotifieeConst> {

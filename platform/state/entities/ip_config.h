@@ -9,11 +9,14 @@
 
 namespace Ip {
 
+/// It is there as long as the address is on the link, whether that is up or down.
 class IpIntfConfig : public State::IpIntfAddress<IpIntfConfig> {
  public:
   class NotifieeConst : public Mav::Notifiee<IpIntfConfig const, NotifieeConst> {
    public:
     using Notifiee::Notifiee;
+    /// It has come or changed. An address that goes takes the interface with it; 0.0.0.0/0 stands
+    /// between one and the same again (Address4Mirror).
     virtual void onAddrWithMask() {}
   };
   static constexpr auto onAddress = &NotifieeConst::onAddrWithMask;
@@ -27,6 +30,7 @@ class IpIntfConfig : public State::IpIntfAddress<IpIntfConfig> {
   std::string_view typeName() const override { return "Ip::IpIntfConfig"; }
 };
 
+/// In the order of the IntfIds: all of a link stand together, its own first.
 class Config : public State::IntfDir<Config, IpIntfConfig> {
  public:
   class NotifieeConst : public Mav::Notifiee<Config const, NotifieeConst> {

@@ -22,9 +22,11 @@ class IpIntfAddress : public Mav::Entity {
 
   Dovel::IntfId const& intfId() const { return intfId_; }
 
-  /// 0.0.0.0/0 while the interface has none.
+  /// 0.0.0.0/0 while the interface has none. The kernel gives no interface 0.0.0.0, nor do the
+  /// tables (Pondo::Address4Table).
   Dovel::IpAddrWithMask const& address() const { return address_; }
-  /// Announces a change; the same value again does nothing.
+  /// Announces a change; the same value again does nothing. The class itself calls it by the name
+  /// that its attribute has.
   void addressIs(Dovel::IpAddrWithMask const& address) {
     this->store(address_, address, addressAttributeId, Intf::onAddress);
   }

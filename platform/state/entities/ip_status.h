@@ -7,11 +7,14 @@
 
 namespace Ip {
 
+/// It is there while its link is up; the IpIntfConfig of the same IntfId stands beside it, and
+/// stays.
 class IpIntfStatus : public State::IpIntfAddress<IpIntfStatus> {
  public:
   class NotifieeConst : public Mav::Notifiee<IpIntfStatus const, NotifieeConst> {
    public:
     using Notifiee::Notifiee;
+    /// It has come or changed, as IpIntfConfig's.
     virtual void onActiveAddrWithMask() {}
   };
   static constexpr auto onAddress = &NotifieeConst::onActiveAddrWithMask;
@@ -27,6 +30,7 @@ class IpIntfStatus : public State::IpIntfAddress<IpIntfStatus> {
   std::string_view typeName() const override { return "Ip::IpIntfStatus"; }
 };
 
+/// In the order of the IntfIds, as Ip::Config.
 class Status : public State::IntfDir<Status, IpIntfStatus> {
  public:
   class NotifieeConst : public Mav::Notifiee<Status const, NotifieeConst> {

@@ -11,6 +11,8 @@ class MountObserver {
 
   /// Entities are about to be unmounted or mounted: let go of every pointer to one.
   virtual void mountsWillChange() noexcept = 0;
+  /// What is mounted stays so until the next mountsWillChange(). Not called where the slice failed
+  /// in between: the next attempt begins with mountsWillChange() again.
   virtual void mountsHaveChanged() = 0;
 
   /// Every table is known: there is state to serve. Called after every full comparison.

@@ -8,6 +8,7 @@
 
 namespace Routing {
 
+/// IPv4's. Handlers find it by its path, and test its class.
 class Config : public State::RoutingFlag<Config> {
  public:
   static constexpr std::string_view path = "Kelbase/routing/config";
@@ -22,6 +23,7 @@ class Config : public State::RoutingFlag<Config> {
 
 namespace Routing6 {
 
+/// IPv6's.
 class Config : public State::RoutingFlag<Config> {
  public:
   static constexpr std::string_view path = "Kelbase/routing6/config";

@@ -22,7 +22,10 @@ class RoutingFlag : public Mav::Entity {
 
   using Mav::Entity::Entity;
 
+  /// That of all interfaces together; what single ones have (conf.NAME.forwarding) is not told
+  /// here.
   bool routing() const { return routing_; }
+  /// Announces a change; the same value again does nothing.
   void routingIs(bool routing) {
     store(routing_, routing, routingAttributeId, &NotifieeConst::onRouting);
   }

@@ -9,6 +9,7 @@ unsigned Address4Mirror::Numbers::take() {
 }
 
 void Address4Mirror::apply(Phase phase) {
+  // First: it touches keys that withdraw() has to look at.
   if (phase == Phase::withdraw) renumber();
   AddressMirror::apply(phase);
   if (phase != Phase::interfacesGo) return;
@@ -24,8 +25,10 @@ void Address4Mirror::renumber() {
     // One bit more than the longest prefix has: the end lies behind every peer of that one.
     auto const [first, end] = servedBetween({key.link, key.local, 0, {}},
                                             {key.link, key.local, Dovel::IpAddr::bits + 1, {}});
+    // They stand in the order of lengths: where the first and the last have this one, all have.
     bool const otherLengths = first != end && (first->first.length != key.length ||
                                                std::prev(end)->first.length != key.length);
+    // Only what comes draws a number. What goes leaves the order of the others as it is.
     if (!otherLengths || !comes(key)) continue;
     for (auto it = first; it != end; ++it) renumbered.insert(it->first);
   }
@@ -38,6 +41,7 @@ Dovel::IpAddrWithMask Address4Mirror::addrWithMask(Key const& key, Record const&
 }
 
 Dovel::IntfId Address4Mirror::intfIdFor(Key const& key) {
+  // admit() goes in the order of keys: of one address the shortest prefix draws first.
   auto const number = numbersOf_[key.link].take();
   return number == 1 ? key.link : key.link.further(number);
 }
@@ -51,6 +55,7 @@ void Address4Mirror::intfIdFree(Key const& key, Served const& served) {
 }
 
 void Address4Mirror::interfaceIs(Key const& key, Served const& served, LinkRecord const& link) {
+  // The link's own IntfStatus is the LinkMirror's.
   if (served.intfId == key.link) return;
   dir_->intfStatusIs(served.intfId, link.ifIndex, link.operUp);
 }
@@ -67,6 +72,7 @@ void Address4Mirror::addressIs(AddressSource source, Dovel::IntfId const& intfId
 void Address4Mirror::addressDel(AddressSource source, Dovel::IntfId const& intfId,
                                 Dovel::IpAddrWithMask const&) {
   if (source == AddressSource::config) {
+    // The interface has this one address, and goes with it.
     config_->intfDel(intfId);
   } else {
     status_->intfDel(intfId);

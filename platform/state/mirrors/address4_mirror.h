@@ -35,12 +35,14 @@ class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrW
   void apply(Phase phase) override;
 
  private:
-  /// Of one link's addresses, from 1 on: the link's own name.
+  /// Of one link's addresses, from 1 on: the link's own name. What is given back is taken first:
+  /// the numbers never grow beyond what a link has had at a time.
   class Numbers {
    public:
     /// The smallest that is free.
     unsigned take();
     void give(unsigned number) { free_.insert(number); }
+    /// No address of the link is left.
     bool unused() const { return free_.size() + 1 == next_; }
 
    private:
@@ -49,10 +51,13 @@ class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrW
   };
 
   Dovel::IpAddrWithMask addrWithMask(Key const& key, Record const& record) const override;
+  /// The kernel has no tentative address of IPv4.
   bool active(Record const&) const override { return true; }
   bool keepsIntfId(Key const& key) const override { return !renumbered_.contains(key); }
   Dovel::IntfId intfIdFor(Key const& key) override;
+  /// Adds the IntfStatus of a further interface, or tells it that its link went up or down.
   void interfaceIs(Key const& key, Served const& served, LinkRecord const& link) override;
+  /// Gives the number back; the further interface itself goes in the next phase (going_).
   void intfIdFree(Key const& key, Served const& served) override;
   void addressIs(AddressSource source, Dovel::IntfId const& intfId,
                  Dovel::IpAddrWithMask const& addr) override;

@@ -14,6 +14,8 @@ void del(Dir& dir, Dovel::IntfId const& intfId, Dovel::Ip6AddrWithMask const& ad
 template <class Dir>
 void again(Dir& dir, Dovel::IntfId const& intfId, Dovel::Ip6AddrWithMask const& addr) {
   auto const intf = dir.intfIs(intfId);
+  // A copy, before the address goes. The interface stays, though it may have none in between: to
+  // whoever hears, one address comes and goes.
   auto const info = intf->addr(addr);
   intf->addrDel(addr);
   intf->addrIs(info);

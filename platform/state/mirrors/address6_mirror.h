@@ -11,6 +11,7 @@
 
 namespace State {
 
+/// Which IntfId an address has is no question here: a link's entity holds any number.
 class Address6Mirror : public AddressMirror<Pondo::Address6Table, Dovel::Ip6AddrWithMask> {
  public:
   Address6Mirror(LinkMirror const& links, Mav::Ptr<Ip6::Config> config,
@@ -27,6 +28,8 @@ class Address6Mirror : public AddressMirror<Pondo::Address6Table, Dovel::Ip6Addr
                   Dovel::Ip6AddrWithMask const& addr) override;
   void addressAgain(AddressSource source, Dovel::IntfId const& intfId,
                     Dovel::Ip6AddrWithMask const& addr) override;
+  /// RFC 4293 would have them with their zone; the state machines serve none, and so the ledger
+  /// counts none.
   bool reachesTables(Dovel::Ip6Addr const& addr) const override { return !addr.isLinkLocal(); }
 
   Mav::Ptr<Ip6::Config> const config_;

@@ -22,7 +22,9 @@
 
 namespace State {
 
-/// AddrWithMask is Dovel::IpAddrWithMask or Dovel::Ip6AddrWithMask.
+/// AddrWithMask is Dovel::IpAddrWithMask or Dovel::Ip6AddrWithMask. What is served is known by what
+/// was announced (Served), not by what is filed: a slice that is taken again goes on where it
+/// failed.
 template <class Table, class AddrWithMask>
 class AddressMirror : public TableMirror<Table> {
  public:
@@ -33,10 +35,13 @@ class AddressMirror : public TableMirror<Table> {
   void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
     auto const known = this->deltas().size();
     TableMirror<Table>::read(snapshot, keyBytes);
+    // Only where the record differs: a comparison reads every address, and touches none that is the
+    // same.
     if (this->deltas().size() != known) touch(this->deltas().back().key);
   }
 
   void interfaceChanged(Pondo::Snapshot const& snapshot, InterfaceChange const& change) override {
+    // What is left to change of a link changes no address: that it is administratively up.
     bool const same = change.before && change.after && !change.leaves() &&
                       change.before->operUp == change.after->operUp;
     if (same) return;
@@ -62,6 +67,8 @@ class AddressMirror : public TableMirror<Table> {
   /// `links` must outlive the mirror, and stand before it in the list of mirrors.
   explicit AddressMirror(LinkMirror const& links) : links_(links) {}
 
+  /// What was announced of an address, and as what: it is withdrawn as that, whatever is known by
+  /// then.
   struct Served {
     Dovel::IntfId intfId;
     std::int32_t ifIndex = 0;
@@ -69,6 +76,7 @@ class AddressMirror : public TableMirror<Table> {
     bool config = false, status = false;  // announced there
   };
 
+  /// The links, as this slice leaves them.
   LinkMirror const& links() const { return links_; }
 
   /// To look at `key` in this slice, whether its record has changed or not. Kept until the slice
@@ -92,33 +100,38 @@ class AddressMirror : public TableMirror<Table> {
   using Addr = std::remove_cvref_t<decltype(AddrWithMask().address())>;
   using Ledger = PrefixLedger<Addr>;
 
+  /// The address and length of a record, as the entities have them.
   virtual AddrWithMask addrWithMask(Key const& key, Record const& record) const = 0;
   /// Given that its link is up.
   virtual bool active(Record const& record) const = 0;
   /// Whether an address that is served can go on under its IntfId.
   virtual bool keepsIntfId(Key const&) const { return true; }
-  /// The IntfId for an address that comes.
+  /// The IntfId for an address that comes. Called once for it, in the order of keys.
   virtual Dovel::IntfId intfIdFor(Key const& key) = 0;
   /// Its interface, if it is not the link's own.
   virtual void interfaceIs(Key const&, Served const&, LinkRecord const&) {}
   /// The address has gone; so may its IntfId, once this phase is over.
   virtual void intfIdFree(Key const&, Served const&) {}
 
+  /// Announces it on one side; makes the interface's entity where it is the first.
   virtual void addressIs(AddressSource source, Dovel::IntfId const& intfId,
                          AddrWithMask const& addr) = 0;
   virtual void addressDel(AddressSource source, Dovel::IntfId const& intfId,
                           AddrWithMask const& addr) = 0;
-  /// Withdraws it and announces it again.
+  /// Withdraws it and announces it again. For the prefix row that it puts back
+  /// (PrefixLedger::repairs()); the interface stays.
   virtual void addressAgain(AddressSource source, Dovel::IntfId const& intfId,
                             AddrWithMask const& addr) = 0;
   /// Whether the state machines pass such an address on to the tables.
   virtual bool reachesTables(Addr const&) const { return true; }
 
+  /// An address and its link as this slice leaves them, where both are there.
   struct Wanted {
     Record record;
     LinkRecord link;
   };
 
+  /// Nothing where either is missing: an address that comes before its link waits, filed.
   std::optional<Wanted> wanted(Key const& key) const {
     auto const record = this->now(key);
     auto const link = links_.link(key.link);
@@ -126,13 +139,17 @@ class AddressMirror : public TableMirror<Table> {
     return Wanted{*record, *link};
   }
 
+  /// Whether what is announced is still right, but for whether it is in operation.
   bool stays(Key const& key, Served const& served, std::optional<Wanted> const& want) const {
     return want && want->link.ifIndex == served.ifIndex &&
            addrWithMask(key, want->record) == served.addr && keepsIntfId(key);
   }
 
+  /// In operation: its link is up, and nothing is known against the address itself.
   bool wantsStatus(Wanted const& want) const { return want.link.operUp && active(want.record); }
 
+  /// Takes away what goes, while its interface is still there: state machines withdraw nothing of
+  /// one that has no status (agent/ip_intf_reactor.cc).
   void withdraw() {
     for (auto const& key : touched_) {
       auto const it = served_.find(key);
@@ -140,6 +157,8 @@ class AddressMirror : public TableMirror<Table> {
       auto& served = it->second;
       auto const want = wanted(key);
       bool const remains = stays(key, served, want);
+      // Configured first: of the two it stands behind, and no row changes hands before it goes
+      // altogether.
       if (!remains) sourceIs(served, AddressSource::config, served.config, false);
       if (!remains || !wantsStatus(*want)) {
         sourceIs(served, AddressSource::status, served.status, false);
@@ -150,6 +169,7 @@ class AddressMirror : public TableMirror<Table> {
     }
   }
 
+  /// Finds an IntfId for what comes, when all that goes has given its own back.
   void admit() {
     for (auto const& key : touched_) {
       auto const want = wanted(key);
@@ -164,6 +184,7 @@ class AddressMirror : public TableMirror<Table> {
     }
   }
 
+  /// Tells of what has come, now that its interface is there; then puts the prefixes right.
   void announce() {
     for (auto const& key : touched_) {
       auto const it = served_.find(key);
@@ -181,8 +202,12 @@ class AddressMirror : public TableMirror<Table> {
     ledger_.repaired();
   }
 
+  /// Announces or withdraws one side of an address, and has the ledger know of it before the state
+  /// machines do.
   void sourceIs(Served const& served, AddressSource source, bool& present, bool wanted) {
     if (present == wanted) return;
+    // Where an allocation fails behind this, the slice does not make up for it: all is made anew
+    // then (mav/memory_failure.h).
     present = wanted;
     typename Ledger::Presence const presence{served.addr.address(), source, served.intfId};
     bool const counts = reachesTables(presence.addr);
@@ -198,6 +223,7 @@ class AddressMirror : public TableMirror<Table> {
   }
 
   LinkMirror const& links_;
+  // What is announced now, and what to look at: the latter is emptied by a slice that succeeds.
   absl::btree_map<Key, Served> served_;
   absl::btree_set<Key> touched_;
   Ledger ledger_;

@@ -32,6 +32,7 @@ void serve(Mav::Directory& directory, Pondo::Family family,
 }  // namespace
 
 ForwardingMirror::~ForwardingMirror() {
+  // The module has undone its registrations before it lets go of the mirrors (plugin.cc).
   serve(directory_, Pondo::Family::ipv4, std::nullopt);
   serve(directory_, Pondo::Family::ipv6, std::nullopt);
 }
@@ -42,6 +43,7 @@ bool ForwardingMirror::changesMounts() const {
 }
 
 void ForwardingMirror::apply(Phase phase) {
+  // A flag hangs on no interface: any phase would do.
   if (phase != Phase::announce) return;
   for (auto const& delta : deltas()) serve(directory_, delta.key, delta.after);
 }

@@ -17,6 +17,7 @@ class ForwardingMirror : public TableMirror<Pondo::ForwardingTable> {
   /// Unmounts what it mounted.
   ~ForwardingMirror() override;
 
+  /// Only where a record came or went: another value is told to the entity that is mounted.
   bool changesMounts() const override;
   void apply(Phase phase) override;
 

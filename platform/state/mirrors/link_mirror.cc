@@ -10,6 +10,7 @@ void LinkMirror::begin() {
 void LinkMirror::read(Pondo::Snapshot const& snapshot, std::string_view key) {
   std::size_t const known = deltas().size();
   TableMirror::read(snapshot, key);
+  // Nothing differs, or the slice has named the link before.
   if (deltas().size() == known) return;
   auto const& delta = deltas().back();
   changes_.push_back({delta.key, delta.before, delta.after});

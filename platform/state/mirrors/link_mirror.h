@@ -17,6 +17,7 @@ class LinkMirror : public TableMirror<Pondo::LinkTable> {
 
   void begin() override;
   void read(Pondo::Snapshot const& snapshot, std::string_view key) override;
+  /// In the order in which the slice named them; whatever of a link differs.
   std::span<InterfaceChange const> interfaceChanges() const override { return changes_; }
   void apply(Phase phase) override;
 
@@ -24,6 +25,8 @@ class LinkMirror : public TableMirror<Pondo::LinkTable> {
   std::optional<Record> link(Dovel::IntfId const& intfId) const { return now(intfId); }
 
  private:
+  /// The two in phases of their own: of two links that swap their names, both leave before one
+  /// comes.
   void applyLeaving();
   void applyComing();
 

@@ -37,6 +37,7 @@ class Mirror {
  public:
   virtual ~Mirror() = default;
 
+  /// The one table whose keys it is given.
   virtual Pondo::TableId table() const = 0;
 
   /// Forgets what was read before. Begins every slice, in every mirror.
@@ -59,6 +60,8 @@ class Mirror {
   /// Whether applying will mount or unmount an entity.
   virtual bool changesMounts() const { return false; }
 
+  /// Makes the phase's part of the changes that read() and interfaceChanged() have worked out.
+  /// Called for each phase in turn, in all mirrors, once the whole slice has been read.
   virtual void apply(Phase phase) = 0;
 
   /// All phases are done: what was read is filed.

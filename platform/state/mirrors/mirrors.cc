@@ -37,6 +37,7 @@ Mirrors::Mirrors(MountObserver& observer, DeviceState state,
 }
 
 Mirrors::~Mirrors() {
+  // Unless somebody else has come in its place.
   if (Intf::intfDetailsProvider() == this) Intf::intfDetailsProviderIs(nullptr);
 }
 
@@ -52,6 +53,7 @@ void Mirrors::onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change
 }
 
 void Mirrors::read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) {
+  // In all of them: a slice that failed may have left differences in any.
   for (auto const& mirror : mirrors_) mirror->begin();
   for (auto const& change : changes) {
     if (auto* const mirror = this->mirror(change.table)) mirror->read(snapshot, change.key);
@@ -75,6 +77,7 @@ void Mirrors::apply() {
        {Phase::withdraw, Phase::interfacesGo, Phase::interfacesCome, Phase::announce}) {
     for (auto const& mirror : mirrors_) mirror->apply(phase);
   }
+  // When all phases of all mirrors have gone well: before that the slice can be taken again.
   for (auto const& mirror : mirrors_) mirror->end();
   if (mounts) observer_.mountsHaveChanged();
 }

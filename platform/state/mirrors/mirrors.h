@@ -22,7 +22,8 @@ class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
  public:
   /// The mirrors of all tables. Entities are mounted in `directory`; both must outlive this.
   Mirrors(Mav::Directory& directory, MountObserver& observer);
-  /// Mirrors of the caller's choice, over `state`.
+  /// Mirrors of the caller's choice, over `state`. One that asks the links comes behind their
+  /// mirror.
   Mirrors(MountObserver& observer, DeviceState state, std::vector<std::unique_ptr<Mirror>> mirrors);
   ~Mirrors() override;
 
@@ -37,17 +38,22 @@ class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
   std::span<Pondo::TableId const> tables() const override { return tables_; }
   void onChanges(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes) override;
   std::optional<std::string> filedKey(Pondo::TableId table, std::string_view from) const override;
+  /// Every table has been gone through, so that what is not there is known not to be.
   void onInSync() override { observer_.stateIsKnown(); }
 
  private:
   Mirrors(Mav::Directory& directory, MountObserver& observer, DeviceState const& state);
+  /// Asked by the state machines (Intf::ifIndex).
   std::int32_t ifIndex(Interface::IntfStatus const& status) const override;
+  /// Null where no mirror has the table. There are five: they are looked through.
   Mirror* mirror(Pondo::TableId table) const;
+  /// Changes no entity and files nothing: what it throws leaves managers what they have.
   void read(Pondo::Snapshot const& snapshot, std::span<Pondo::Change const> changes);
   void apply();
 
   MountObserver& observer_;
   DeviceState const state_;
+  // In the order in which each phase runs.
   std::vector<std::unique_ptr<Mirror>> const mirrors_;
   std::vector<Pondo::TableId> tables_;
 };

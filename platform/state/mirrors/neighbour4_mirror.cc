@@ -34,6 +34,7 @@ void Neighbour4Mirror::apply(Phase phase) {
 void Neighbour4Mirror::withdraw() {
   // All that leave have left before one comes: in one slice two links may have swapped their names.
   for (auto const& [link, before, after] : changes_) {
+    // Without effect for a name that is new.
     statusDel(link);
     if (!before) continue;
     links_.erase({before->ifIndex, link});
@@ -55,6 +56,7 @@ void Neighbour4Mirror::withdraw() {
   }
   for (auto const& delta : deltas()) {
     if (delta.after) continue;
+    // Their ARP status may have gone just before, and they with it.
     if (auto const status = dir_->arpIntfStatus(delta.key.link.stringValue())) {
       status->arpEntryDel(delta.key.addr);
     }
@@ -64,6 +66,7 @@ void Neighbour4Mirror::withdraw() {
 void Neighbour4Mirror::announce() {
   for (auto const ifIndex : unsettled_) {
     auto const* const owner = ownerOf(ifIndex);
+    // Null where the last link of this ifIndex has gone.
     if (owner) fill(*dir_->arpIntfStatusIs(owner->stringValue()), *owner);
   }
   for (auto const& delta : deltas()) {
@@ -83,6 +86,7 @@ Dovel::IntfId const* Neighbour4Mirror::ownerOf(std::int32_t ifIndex) const {
 void Neighbour4Mirror::fill(Arp::ArpIntfStatus& status, Dovel::IntfId const& link) const {
   forEachFiled(Pondo::addressKeysOf(link), [&](std::string_view keyBytes) {
     auto const key = *Pondo::decodeKey<Pondo::Neighbour4Table>(keyBytes);
+    // As this slice leaves it: what it takes away is filed still, and comes no more.
     if (auto const record = now(key)) status.arpEntryIs(entryStatus(key, *record));
   });
 }

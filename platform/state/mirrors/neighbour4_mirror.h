@@ -24,13 +24,16 @@ class Neighbour4Mirror : public TableMirror<Pondo::Neighbour4Table> {
   void apply(Phase phase) override;
 
  private:
+  /// Links in the order of ifIndex, then name: the first of an ifIndex owns its ARP status.
   struct LinkOfIndex {
     std::int32_t ifIndex = 0;
     Dovel::IntfId link;
     auto operator<=>(LinkOfIndex const&) const = default;
   };
 
+  /// Before any interface goes: what a reactor has filed it withdraws by the ifIndex that it knows.
   void withdraw();
+  /// Makes the ARP statuses of what has settled, and fills them; then files what came.
   void announce();
   /// The link that has the ARP status of the ifIndex; null when no link has the ifIndex.
   Dovel::IntfId const* ownerOf(std::int32_t ifIndex) const;

@@ -31,6 +31,8 @@ enum class AddressSource : std::uint8_t { status, config };
 template <class Addr>
 class PrefixLedger {
  public:
+  /// An address on one interface, configured or in operation: what the state machines hear of one
+  /// by one.
   struct Presence {
     Addr addr;
     AddressSource source = AddressSource::status;
@@ -38,6 +40,7 @@ class PrefixLedger {
     auto operator<=>(Presence const&) const = default;
   };
 
+  /// A row of ipAddressPrefixTable (RFC 4293), by its instance but for the version of IP.
   struct Prefix {
     std::int32_t ifIndex = 0;
     Addr subnet;
@@ -45,6 +48,7 @@ class PrefixLedger {
     auto operator<=>(Prefix const&) const = default;
   };
 
+  /// What to withdraw and announce again.
   struct Repair {
     Presence presence;
     unsigned length = 0;  // of its prefix
@@ -74,7 +78,8 @@ class PrefixLedger {
     if (!none) users_.insert({next->second, presence.addr});
   }
 
-  /// The presences to withdraw and announce again, so that every prefix in use has its row.
+  /// The presences to withdraw and announce again, so that every prefix in use has its row. At most
+  /// one for each prefix that lost a user: a slice that changes little repairs little.
   std::vector<Repair> repairs() const {
     std::vector<Repair> result;
     for (auto const& prefix : shaken_) {
@@ -101,6 +106,8 @@ class PrefixLedger {
     return {last->first, last->second.length};
   }
 
+  /// The address leads to `next` from now on. A prefix that keeps its row by that is not shaken:
+  /// the same row is put back by whoever comes first now.
   void leave(Prefix const& prefix, Addr const& addr, Prefix const& next) {
     users_.erase({prefix, addr});
     if (prefix != next) shaken_.insert(prefix);

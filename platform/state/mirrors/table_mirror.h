@@ -10,6 +10,8 @@
 
 namespace State {
 
+/// The records of one table, a copy each: some thousand links, addresses and neighbours, never
+/// routes.
 template <class Table>
 class TableMirror : public Mirror {
  public:
@@ -18,8 +20,10 @@ class TableMirror : public Mirror {
 
   Pondo::TableId table() const final { return Table::id; }
 
+  /// What a slice that failed had worked out is of no use: it is read again.
   void begin() override { forgetDeltas(); }
 
+  /// Files nothing: that is done by end().
   void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
     auto const key = Pondo::decodeKey<Table>(keyBytes);
     if (!key) return;  // a foreign key names nothing that could be filed
@@ -45,6 +49,7 @@ class TableMirror : public Mirror {
     forgetDeltas();
   }
 
+  /// A comparison asks it: what is filed and no longer in the table has gone.
   std::optional<std::string> filedKey(std::string_view from) const final {
     auto const it = filed_.lower_bound(from);
     if (it == filed_.end()) return std::nullopt;
@@ -52,7 +57,8 @@ class TableMirror : public Mirror {
   }
 
  protected:
-  /// A key whose record differs from what is filed; absent: nothing.
+  /// A key whose record differs from what is filed; absent: nothing. Found in the order in which
+  /// the slice named the keys.
   struct Delta {
     Key key;
     std::optional<Record> before, after;
@@ -60,7 +66,8 @@ class TableMirror : public Mirror {
 
   std::vector<Delta> const& deltas() const { return deltas_; }
 
-  /// The record of `key` as this slice leaves it.
+  /// The record of `key` as this slice leaves it. Known before it is filed: the mirrors that come
+  /// behind ask it while the phases run.
   std::optional<Record> now(Key const& key) const {
     auto const bytes = Pondo::encodeKey<Table>(key);
     if (auto const delta = deltaOf_.find(bytes); delta != deltaOf_.end()) {
@@ -71,7 +78,8 @@ class TableMirror : public Mirror {
     return filed->second;
   }
 
-  /// Calls visit(key bytes) for what is filed under keys that begin with `prefix`, in order.
+  /// Calls visit(key bytes) for what is filed under keys that begin with `prefix`, in order. Cheap
+  /// for a prefix that few keys begin with: a search, and a step a key.
   template <class Visit>
   void forEachFiled(std::string_view prefix, Visit const& visit) const {
     for (auto it = filed_.lower_bound(prefix); it != filed_.end(); ++it) {
@@ -86,6 +94,8 @@ class TableMirror : public Mirror {
     deltaOf_.clear();
   }
 
+  // By bytes, because a comparison goes in their order, and because all keys of a link begin with
+  // the same.
   std::map<std::string, Record, std::less<>> filed_;  // by key bytes
   std::vector<Delta> deltas_;
   std::map<std::string, std::size_t, std::less<>> deltaOf_;  // by key bytes: where in deltas_
