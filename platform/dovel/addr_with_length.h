@@ -14,6 +14,9 @@
 
 namespace Dovel {
 
+/// D is the class itself (CRTP), so that an interface's address and a route's prefix are types that
+/// do not compare. Host bits are looked at by nobody here: an address keeps them, Prefix refuses
+/// them.
 template <class D, class Addr>
 class AddrWithLength : public Mav::TextValue<D> {
  public:

@@ -9,6 +9,7 @@
 
 namespace Dovel {
 
+/// The default, 0.0.0.0/0, stands for an interface without address (Ip::IpIntfConfig).
 class IpAddrWithMask : public AddrWithLength<IpAddrWithMask, IpAddr> {
  public:
   using AddrWithLength::AddrWithLength;
@@ -17,9 +18,12 @@ class IpAddrWithMask : public AddrWithLength<IpAddrWithMask, IpAddr> {
       : IpAddrWithMask(Mav::parsedStrep<IpAddrWithMask>(from, to)) {}
 
   constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
+  /// That of the network on the link, as the kernel would route to it.
   Prefix prefix() const { return {subnet(), length()}; }
 };
 
+/// Without a zone, also where the address is link-local: its interface is known from where it
+/// stands.
 class Ip6AddrWithMask : public AddrWithLength<Ip6AddrWithMask, Ip6Addr> {
  public:
   using AddrWithLength::AddrWithLength;

@@ -21,6 +21,7 @@ void parseAddress(int family, std::string_view text, void* binary) {
 }
 
 AddressAndLength splitLength(std::string_view text, unsigned lengthMax) {
+  // The last one: no address has a slash, and a text with two fails as an address.
   std::size_t const slash = text.rfind('/');
   if (slash != std::string_view::npos) {
     unsigned length = 0;

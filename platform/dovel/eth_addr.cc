@@ -20,6 +20,7 @@ bool parseGroup(char const* at, bool first, std::uint8_t& octet) {
 }  // namespace
 
 EthAddr::EthAddr(std::string_view text) {
+  // The length first: what is read below then lies within the text.
   bool valid = text.size() == 3 * octets_.size() - 1;
   for (std::size_t i = 0; valid && i < octets_.size(); ++i) {
     valid = parseGroup(text.data() + 3 * i, i == 0, octets_[i]);

@@ -14,6 +14,8 @@
 
 namespace Dovel {
 
+/// What the neighbours of ipNetToMediaTable have. ipNetToPhysicalTable has those of all kinds of
+/// links, by their LinkAddr.
 class EthAddr : public Mav::TextValue<EthAddr> {
  public:
   using Octets = std::array<std::uint8_t, 6>;
@@ -36,6 +38,7 @@ class EthAddr : public Mav::TextValue<EthAddr> {
     return a.octets_ == b.octets_;
   }
   friend std::strong_ordering operator<=>(EthAddr const& a, EthAddr const& b) {
+    // As unsigned octets, in the order of the wire.
     return std::memcmp(a.octets_.data(), b.octets_.data(), a.octets_.size()) <=> 0;
   }
 

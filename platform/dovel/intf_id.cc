@@ -11,6 +11,7 @@ IntfId::IntfId(std::string_view name) {
     throw Mav::RangeException(
         fmt::format("interface name '{}' is longer than {} bytes", Mav::escaped(name), sizeMax));
   }
+  // The name is kept up to its first NUL: what stood behind would be lost in silence.
   if (name.find('\0') != std::string_view::npos) {
     throw Mav::RangeException(
         fmt::format("interface name '{}' holds a NUL byte", Mav::escaped(name)));

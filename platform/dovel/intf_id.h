@@ -28,7 +28,8 @@ class IntfId : public Mav::TextValue<IntfId> {
   explicit IntfId(std::string_view name);
   IntfId(char const*& from, char const* to) : IntfId(Mav::parsedStrep<IntfId>(from, to)) {}
 
-  /// The identifier for the `number`-th address of this link, from 2 on.
+  /// The identifier for the `number`-th address of this link, from 2 on. The numbers are
+  /// State::Address4Mirror's; here any is one.
   IntfId further(std::uint32_t number) const {
     IntfId result = *this;
     result.number_ = number;
@@ -40,6 +41,7 @@ class IntfId : public Mav::TextValue<IntfId> {
 
   /// The name of the link, without the number.
   std::string_view name() const { return {name_.data(), std::strlen(name_.data())}; }
+  /// Not the way back: two identifiers may print the same.
   std::string stringValue() const;
   bool empty() const { return name_[0] == '\0'; }
 

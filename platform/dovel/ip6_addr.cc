@@ -21,6 +21,7 @@ Ip6Addr Ip6Addr::masked(unsigned length) const {
 
 std::string Ip6Addr::stringValue() const {
   std::array<char, INET6_ADDRSTRLEN> text{};
+  // It fails for want of room alone, and there is as much as the longest takes.
   return inet_ntop(AF_INET6, octets_.data(), text.data(), text.size());
 }
 

@@ -16,6 +16,7 @@ namespace Dovel {
 
 class Ip6Addr : public Mav::TextValue<Ip6Addr> {
  public:
+  /// The longest prefix.
   static constexpr unsigned bits = 128;
   using Octets = std::array<std::uint8_t, 16>;
 
@@ -30,6 +31,7 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
   constexpr Octets const& octets() const { return octets_; }
   /// Gives this address with all but the first `length` bits cleared; RangeException above 128.
   Ip6Addr masked(unsigned length) const;
+  /// True of ::, which no interface has (RFC 4291 section 2.5.2); in a next hop it stands for none.
   constexpr bool isUnspecified() const { return *this == Ip6Addr(); }
   /// True within fe80::/10 (RFC 4291 section 2.5.6).
   constexpr bool isLinkLocal() const { return octets_[0] == 0xfe && (octets_[1] & 0xc0) == 0x80; }
@@ -60,7 +62,8 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
   Octets octets_{};
 };
 
-/// Of the text of an address or a prefix: whether it is one of IPv6.
+/// Of the text of an address or a prefix: whether it is one of IPv6. It looks for a colon: what the
+/// text is otherwise, parsing tells.
 inline bool isIp6Text(std::string_view text) { return text.find(':') != text.npos; }
 
 }  // namespace Dovel

@@ -15,12 +15,14 @@ std::uint32_t zoneIn(std::string_view text) {
   auto const digits = text.substr(mark + 1);
   std::uint32_t zone = 0;
   auto const [end, error] = std::from_chars(digits.begin(), digits.end(), zone);
+  // No link has the ifIndex 0, which RFC 4007 section 6 keeps for the default zone.
   if (error == std::errc() && end == digits.end() && zone != 0) return zone;
   throw Mav::RangeException("invalid zone in '" + std::string(text) + "'");
 }
 
 Ip6Prefix parsed(std::string_view text) {
   auto const zone = zoneIn(text);
+  // The zone stands behind the length, unlike that of an address ("fe80::1%2").
   auto const parts = splitLength(text.substr(0, text.find('%')), Ip6Addr::bits);
   return {Ip6Addr(parts.address), parts.length, zone};
 }

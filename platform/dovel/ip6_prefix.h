@@ -29,7 +29,8 @@ class Ip6Prefix : public Mav::TextValue<Ip6Prefix> {
   explicit Ip6Prefix(std::string_view text);
   Ip6Prefix(char const*& from, char const* to) : Ip6Prefix(Mav::parsedStrep<Ip6Prefix>(from, to)) {}
 
-  /// Whether prefixes of this address and length have a zone.
+  /// Whether prefixes of this address and length have a zone. fe80::/9 and shorter ones reach
+  /// beyond fe80::/10, and have none.
   static constexpr bool isZoned(Ip6Addr const& address, unsigned length) {
     return length >= linkLocalLength && address.isLinkLocal();
   }
@@ -59,6 +60,7 @@ class Ip6Prefix : public Mav::TextValue<Ip6Prefix> {
  private:
   static constexpr unsigned linkLocalLength = 10;  // of fe80::/10
 
+  /// Throws what the constructor promises.
   void check() const;
 
   Ip6Addr address_;

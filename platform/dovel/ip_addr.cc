@@ -10,6 +10,7 @@ namespace Dovel {
 IpAddr::IpAddr(std::string_view text) {
   std::uint32_t network = 0;
   parseAddress(AF_INET, text, &network);
+  // inet_pton(3) gives network order.
   value_ = swapped(network);
 }
 

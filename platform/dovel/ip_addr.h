@@ -17,6 +17,7 @@ namespace Dovel {
 
 class IpAddr : public Mav::TextValue<IpAddr> {
  public:
+  /// The longest prefix.
   static constexpr unsigned bits = 32;
   using Octets = std::array<std::uint8_t, 4>;
 
@@ -46,6 +47,8 @@ class IpAddr : public Mav::TextValue<IpAddr> {
   constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
   /// Gives this address with all but the first `length` bits cleared; RangeException above 32.
   constexpr IpAddr masked(unsigned length) const { return IpAddr(value_ & netmask(length).value_); }
+  /// True of 0.0.0.0, which stands for none in a next hop and on an interface. A neighbour of a link
+  /// without addresses may have it.
   constexpr bool isUnspecified() const { return value_ == 0; }
   std::string stringValue() const;
 
@@ -69,6 +72,7 @@ class IpAddr : public Mav::TextValue<IpAddr> {
     return static_cast<std::uint8_t>(value_ >> shift);
   }
 
+  // In host order: an address is compared as one number, and takes four octets in a million rows.
   std::uint32_t value_ = 0;
 };
 

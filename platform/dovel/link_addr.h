@@ -10,6 +10,8 @@
 
 namespace Dovel {
 
+/// Of a fixed size: copying one allocates nothing. Two are equal with their padding, which is
+/// zeros.
 class LinkAddr {
  public:
   static constexpr std::size_t sizeMax = 32;

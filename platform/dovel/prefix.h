@@ -21,6 +21,7 @@ class Prefix : public AddrWithLength<Prefix, IpAddr> {
   constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
 
  private:
+  /// Throws what the constructors promise.
   void checkHostBits() const;
 };
 

@@ -9,14 +9,16 @@
 
 namespace Routing {
 
-/// The kernel's priority of a route (RTA_PRIORITY). The smaller one wins.
+/// The kernel's priority of a route (RTA_PRIORITY). The smaller one wins. Of IPv4 and IPv6 alike,
+/// though the defaults differ: 0 and 1024.
 class RouteMetric : public Mav::NumberValue<RouteMetric, std::uint32_t> {
  public:
   using NumberValue::NumberValue;
 };
 
 /// The administrative distance of a route's protocol, as routers usually have it. The smaller one
-/// wins; the kernel knows nothing of it.
+/// wins; the kernel knows nothing of it. kelbased gives it by the route's protocol
+/// (kelbase/model/route_protocols.h).
 class RoutePreference : public Mav::NumberValue<RoutePreference, std::uint8_t> {
  public:
   using NumberValue::NumberValue;

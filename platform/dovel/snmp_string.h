@@ -19,6 +19,7 @@
 
 namespace Snmp {
 
+/// A value: it keeps its octets, whatever becomes of what it was made from.
 class String {
  public:
   String() = default;
@@ -31,7 +32,9 @@ class String {
   std::uint8_t const* data() const { return octets_.data(); }
   std::uint8_t const* begin() const { return octets_.data(); }
   std::uint8_t const* end() const { return octets_.data() + octets_.size(); }
+  /// The caller keeps within size().
   std::uint8_t operator[](std::size_t index) const { return octets_[index]; }
+  /// A copy, for printing.
   std::string bytes() const { return {octets_.begin(), octets_.end()}; }
 
   friend bool operator==(String const& a, String const& b) { return (a <=> b) == 0; }
