@@ -25,11 +25,14 @@ bool enabledByEnvironment() {
   return value && std::string_view(value) == "1";
 }
 
+// Asked while the program or module is loaded: a Timer has no environment to look at.
 bool isEnabled = enabledByEnvironment();
 Clock readClock = monotonic;
 
 /// Nodes stay in place: a Timer holds on to its own.
 std::map<std::string_view, Statistics>& byName() {
+  // By what the names read, not by where they are: one literal may stand in several places of a
+  // program.
   static std::map<std::string_view, Statistics> map;
   return map;
 }
@@ -48,6 +51,7 @@ double microseconds(std::uint64_t nanoseconds) { return static_cast<double>(nano
 }  // namespace
 
 Timer::Timer(char const* name)
+    // The clock is read last: the search by name is not timed.
     : name_(name), statistics_(statisticsOf(name)), start_(statistics_ ? readClock() : 0) {
   // A probe is one instruction that does nothing, and a note in the program's file (sys/sdt.h): a
   // tracer puts its breakpoint there.
@@ -92,6 +96,7 @@ void report(std::ostream& out) {
 }
 
 void reset() {
+  // The entries stay: a call that has not ended holds on to its own.
   for (auto& [name, of] : byName()) of = {};
 }
 
