@@ -47,8 +47,8 @@ class IpAddr : public Mav::TextValue<IpAddr> {
   constexpr Octets octets() const { return {octet(24), octet(16), octet(8), octet(0)}; }
   /// Gives this address with all but the first `length` bits cleared; RangeException above 32.
   constexpr IpAddr masked(unsigned length) const { return IpAddr(value_ & netmask(length).value_); }
-  /// True of 0.0.0.0, which stands for none in a next hop and on an interface. A neighbour of a link
-  /// without addresses may have it.
+  /// True of 0.0.0.0, which stands for none in a next hop and on an interface. A neighbour may have
+  /// it.
   constexpr bool isUnspecified() const { return value_ == 0; }
   std::string stringValue() const;
 
