@@ -59,6 +59,7 @@ Timer::Timer(char const* name)
 }
 
 Timer::~Timer() {
+  // Also of a call that is not counted: a tracer needs nobody's leave.
   STAP_PROBE1(blipmark, leave, name_);
   if (!statistics_) [[likely]] {
     return;

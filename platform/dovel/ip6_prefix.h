@@ -46,6 +46,7 @@ class Ip6Prefix : public Mav::TextValue<Ip6Prefix> {
     return a.address_ == b.address_ && a.zone_ == b.zone_ && a.length_ == b.length_;
   }
   friend constexpr std::strong_ordering operator<=>(Ip6Prefix const& a, Ip6Prefix const& b) {
+    // As in the keys of the shared tables (Pondo::routeKeyBytes): a table's scan is in this order.
     if (auto const order = (a.zone_ != 0) <=> (b.zone_ != 0); order != 0) return order;
     if (auto const order = a.address_ <=> b.address_; order != 0) return order;
     if (auto const order = a.zone_ <=> b.zone_; order != 0) return order;

@@ -114,6 +114,7 @@ Activity::Impl::Impl() {
   addToEpoll(timer.get(), EPOLLIN, ownToken);
   addToEpoll(bell.get(), EPOLLIN, ownToken);
   clock->onTimeNextIs([this] {
+    // During a turn times change all the time: its end looks once.
     if (!inTurn) arm();
   });
 }

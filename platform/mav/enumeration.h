@@ -50,6 +50,7 @@ struct Enumeration {
 
 }  // namespace Mav
 
+// One list makes the enumerators and the table of their names: they cannot drift apart.
 #define MAV_ENUM_DECLARE(r, data, pair) BOOST_PP_TUPLE_ELEM(0, pair) = BOOST_PP_TUPLE_ELEM(1, pair),
 #define MAV_ENUM_LIST(r, data, pair) \
   {BOOST_PP_TUPLE_ELEM(1, pair), BOOST_PP_STRINGIZE(BOOST_PP_TUPLE_ELEM(0, pair))},

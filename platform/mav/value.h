@@ -109,6 +109,7 @@ class PlainValue {
   }
 
   friend void parseStrep(StrepReader& in, D& value) {
+    // What the text leaves out has its default, whatever `value` was before.
     value = D();
     Detail::readValueHead(in, typeName<D>());
     std::string name;
@@ -127,6 +128,7 @@ class PlainValue {
   }
 };
 
+/// For keys, and for what is walked in order.
 template <class D>
 class Value : public PlainValue<D> {
  public:

@@ -104,6 +104,7 @@ ReaderReports readerReports(std::filesystem::path const& runDir) {
   auto const fd = openReaders(runDir / Format::readersFile, O_RDONLY);
   for (std::size_t i = 0; fd && i < Readers::slotCount; ++i) {
     Slot slot;
+    // A slot keeps what was written last, though its reader has gone.
     if (!isHeld(fd.get(), i)) continue;
     bool const isRead = ::pread(fd.get(), &slot, sizeof slot, offsetOf(i)) == sizeof slot;
     auto const info = isRead ? decode(slot) : std::nullopt;

@@ -154,6 +154,8 @@ void checkContent(Environment const& env) {
   MDB_txn* raw = nullptr;
   check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), env.directory(), "read");
   TxnPtr const txn(raw);
+  // For what it throws: the handles end with this transaction, and adopt() opens others
+  // (writer.cc).
   openTables(raw, false, env.directory());
 }
 

@@ -58,6 +58,7 @@ void WriteTransaction::fail(int code, std::string_view what) const {
 
 WriteTransaction::TableCursor& WriteTransaction::cursorOf(TableId table) {
   auto& found = tables_.at(static_cast<std::size_t>(table));
+  // One for the whole transaction, which stays where it was last: what comes in order is near.
   if (!found.cursor) found.cursor = openCursor(txn_.get(), handles_[table], env_.directory());
   return found;
 }

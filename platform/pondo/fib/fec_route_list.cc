@@ -73,6 +73,7 @@ void BasicFecRouteList<Prefix>::routeIs(Prefix const& prefix, FecId fecId) {
   // filed_, and stays good.
   if (filed) remove(at->second, prefix);
   auto const place = placeOf(fecId);
+  // After placeOf(), which may move the fecs.
   auto& prefixes = fecs_[place].prefixes;
   prefixes.insert(prefixes.end(), prefix);  // where it belongs when routes come in order
   last_ = filed_.insert_or_assign(at, key, place);

@@ -43,6 +43,7 @@ class Place {
   static constexpr Octets linkLocalFirst{0xfe, 0x80};
   static constexpr Octets linkLocalEnd{0xfe, 0xc0};
 
+  // What decodeKey<Route6Table>() asks of bytes (tables/fib_codec.cc).
   bool isKey() const {
     return length_ <= Dovel::Ip6Addr::bits && isZoned_ == (zone_ != 0) &&
            Dovel::Ip6Prefix::isZoned(Dovel::Ip6Addr(address_), length_) == isZoned_ &&
@@ -53,6 +54,7 @@ class Place {
   void toNextAddress();
   unsigned leastLength() const;
 
+  // The parts of a key, each of which may have a value that no key has; `isPast_`: behind all keys.
   bool isPast_ = false;
   bool isZoned_ = false;
   Octets address_{};

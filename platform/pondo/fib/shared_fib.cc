@@ -92,6 +92,7 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
   void announce(Change const& change) {
     auto const prefix = decodeKey<Table>(change.key);
     if (!prefix) return;  // a foreign key names nothing that could be filed
+    // A view of the map, good as long as the slice's snapshot.
     announced_ = {*prefix, change.record};
     this->notifiees_.notify(Status::routeAttributeId,
                             [&](NotifieeConst& n) { n.onRoute(*prefix); });

@@ -30,6 +30,7 @@ class FiledKeys {
     // The least key behind it.
     auto const next = dropped + '\0';
     for (auto& [listener, head] : origins_) {
+      // Two listeners may have filed the same key; the others stand behind it and stay.
       if (head == dropped) head = listener->filedKey(table_, next);
     }
     findLeast();
@@ -64,6 +65,7 @@ Comparison::Comparison(std::span<Listener* const> listeners) : listeners_(listen
   for (auto const* const listener : listeners) {
     tables_.insert(tables_.end(), listener->tables().begin(), listener->tables().end());
   }
+  // A table is walked once, however many listeners hear of it.
   std::sort(tables_.begin(), tables_.end());
   tables_.erase(std::unique(tables_.begin(), tables_.end()), tables_.end());
 }

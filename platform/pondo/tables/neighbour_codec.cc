@@ -14,6 +14,7 @@ namespace Pondo {
 template <>
 std::string encodeKey<Neighbour4Table>(Neighbour4Table::Key const& key) {
   checkLinkName(key.link);
+  // 0.0.0.0 is a key like others: the kernel has neighbours of that address.
   auto bytes = addressKeysOf(key.link);
   appendAddress(bytes, key.addr);
   return bytes;
