@@ -36,6 +36,7 @@ class AddrWithLength : public Mav::TextValue<D> {
   std::string stringValue() const { return address_.stringValue() + "/" + std::to_string(length_); }
 
   friend constexpr bool operator==(D const& a, D const& b) {
+    // The address as it is, host bits and all: 10.0.0.1/24 and 10.0.0.2/24 differ.
     return a.address() == b.address() && a.length() == b.length();
   }
   friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {

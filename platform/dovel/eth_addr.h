@@ -31,6 +31,7 @@ class EthAddr : public Mav::TextValue<EthAddr> {
   /// Takes the link address of any kind of link; raises RangeException when it has not 6 octets.
   static EthAddr fromBytes(std::span<std::uint8_t const> bytes);
 
+  /// As the kernel has them in NDA_LLADDR (linux/neighbour.h).
   constexpr Octets const& octets() const { return octets_; }
   std::string stringValue() const;
 

@@ -66,6 +66,7 @@ class IpAddr : public Mav::TextValue<IpAddr> {
 
  private:
   static constexpr std::uint32_t swapped(std::uint32_t value) {
+    // Twice is what it was: it serves both ways.
     return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
   }
   constexpr std::uint8_t octet(unsigned shift) const {

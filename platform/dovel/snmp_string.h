@@ -23,7 +23,9 @@ namespace Snmp {
 class String {
  public:
   String() = default;
+  /// Text, without a NUL behind it.
   explicit String(std::string_view bytes) : octets_(bytes.begin(), bytes.end()) {}
+  /// Octets as they stand: an address in the order of the wire.
   explicit String(std::span<std::uint8_t const> octets) : octets_(octets.begin(), octets.end()) {}
   String(char const*& from, char const* to) : String(Mav::parsedStrep<String>(from, to)) {}
 

@@ -29,6 +29,7 @@ void printParameter(std::ostream& out, Value const& value) {
 template <class Value>
 void checkConstructorParameter(std::string_view name, Value const& asked, Value const& current) {
   if (asked == current) return;
+  // By a stream: what a parameter is prints itself (<<).
   std::ostringstream text;
   text << "Reinstantiating the pointer interface where constructor parameter attribute " << name
        << " has a different value of ";

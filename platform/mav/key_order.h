@@ -7,6 +7,7 @@
 namespace Mav::Detail {
 
 /// A place in the order of keys, which need not be a key: order(key) tells how a key stands to it.
+/// It lives as long as the search.
 template <class Order>
 struct Bound {
   Order const& order;

@@ -30,6 +30,7 @@ class NumberValue {
   friend constexpr std::strong_ordering operator<=>(D const& a, D const& b) {
     return a.value() <=> b.value();
   }
+  /// Zero is the number that says nothing: FecId(0) names no fec.
   friend bool operator!(D const& number) { return number.value() == 0; }
 
   friend std::string valueToStrep(D const& number) { return std::to_string(number.value()); }

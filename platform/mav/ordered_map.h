@@ -121,6 +121,7 @@ class OrderedMap {
 
   /// Erases all rows; the map is empty by the time that the first of them is destroyed.
   void clear() {
+    // First out of the way, then destroyed: entries that look into the map find it empty.
     Tree erased;
     erased.swap(tree_);
     ++modifications_;
@@ -158,7 +159,7 @@ template <class KeyType, class MappedType>
 template <class Value>
 class OrderedMap<KeyType, MappedType>::BasicIterator {
  public:
-  /// At the end of nothing.
+  /// At the end of nothing. To copy an iterator copies its key and its value.
   BasicIterator() = default;
 
   explicit operator bool() const { return isOnRow_; }

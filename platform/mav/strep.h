@@ -32,6 +32,7 @@ class StrepReader {
   explicit StrepReader(std::string_view text)
       : StrepReader(text.data(), text.data() + text.size()) {}
 
+  /// Where the next read begins: for a value that stands in a longer text (parsedStrep).
   char const* at() const { return at_; }
   bool atEnd() const { return at_ == end_; }
   bool isAt(char c) const { return at_ != end_ && *at_ == c; }
@@ -65,6 +66,7 @@ T StrepReader::number() {
   if (error == std::errc::invalid_argument) {
     fail(std::unsigned_integral<T> ? "an unsigned decimal number" : "a decimal number");
   }
+  // A number that is too great is told as that, and not as none.
   if (error != std::errc()) {
     fail("a number of at most " + std::to_string(8 * sizeof(T)) + " bits");
   }
@@ -107,6 +109,7 @@ inline void parseStrep(StrepReader& in, std::string& bytes) { bytes = in.quoted(
 
 template <class T>
 std::string valueToStrep(Ptr<T> const& object) {
+  // By its key: an object has no text of its own, and cannot come from one.
   return object ? "Ptr(" + valueToStrep(object->key()) + ")" : "None";
 }
 template <class T>

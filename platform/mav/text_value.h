@@ -20,6 +20,7 @@ class TextValue {
   }
   friend std::string valueToStrep(D const& value) { return Mav::quoted(value.stringValue()); }
   friend void parseStrep(StrepReader& in, D& value) { value = D(in.quoted()); }
+  /// The default is the value that says nothing: 0.0.0.0, no interface.
   friend bool operator!(D const& value) { return value == D(); }
 };
 

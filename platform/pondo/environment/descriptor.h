@@ -24,6 +24,7 @@ class Descriptor {
     if (fd_ >= 0) ::close(fd_);
   }
 
+  /// -1 where there is none. It stays this object's: nobody else closes it.
   int get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
 

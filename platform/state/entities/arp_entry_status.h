@@ -17,6 +17,7 @@ class ArpEntryStatus : public Mav::Value<ArpEntryStatus> {
   /// A neighbour that is there, whatever its addresses.
   ArpEntryStatus(Dovel::IpAddr addr, Dovel::EthAddr ethAddr, bool isStatic)
       : addr_(addr), ethAddr_(ethAddr), isStatic_(isStatic), isPresent_(true) {}
+  /// From its strep, which tells isPresent too.
   ArpEntryStatus(char const*& from, char const* to)
       : ArpEntryStatus(Mav::parsedStrep<ArpEntryStatus>(from, to)) {}
 

@@ -9,7 +9,8 @@
 namespace Ip6 {
 
 /// Kept by State::Ip6IntfAddresses under its address. A value, so that the same again is seen to be
-/// the same, and announces nothing. One thread.
+/// the same, and announces nothing. One thread. What else the table says of an address decides
+/// at most where it is announced (tentative, not unique), and is not kept here.
 class AddressInfo : public Mav::Value<AddressInfo> {
  public:
   constexpr AddressInfo() = default;

@@ -27,6 +27,8 @@ class Ip6IntfAddresses : public Mav::Entity {
     virtual void onAddr(Dovel::Ip6AddrWithMask const& /*addr*/) {}
   };
 
+  /// By address and length: an address that gets another length is one that goes and another that
+  /// comes.
   using AddrMap = Mav::OrderedMap<Dovel::Ip6AddrWithMask, Ip6::AddressInfo>;
   using AddrIteratorConst = typename AddrMap::IteratorConst;
 
@@ -37,6 +39,7 @@ class Ip6IntfAddresses : public Mav::Entity {
 
   /// The empty value when the interface has no such address.
   Ip6::AddressInfo addr(Dovel::Ip6AddrWithMask const& addr) const { return addr_.map().get(addr); }
+  /// Survives what comes and goes meanwhile (ordered_map.h).
   AddrIteratorConst addrIterator() const { return addr_.map().first(); }
   bool hasAddr() const { return !addr_.map().empty(); }
 

@@ -17,6 +17,7 @@ class IpIntfAddress : public Mav::Entity {
   static constexpr Mav::AttributeId intfIdAttributeId = Mav::firstAttributeId;
   static constexpr Mav::AttributeId addressAttributeId = Mav::firstAttributeId + 1;
 
+  /// Without an address, which comes next.
   explicit IpIntfAddress(Dovel::IntfId const& intfId)
       : Entity(intfId.stringValue()), intfId_(intfId) {}
 

@@ -11,6 +11,7 @@ namespace Routing {
 /// IPv4's. Handlers find it by its path, and test its class.
 class Config : public State::RoutingFlag<Config> {
  public:
+  /// Where handlers look for it.
   static constexpr std::string_view path = "Kelbase/routing/config";
   static constexpr std::string_view type = "Routing::Config";
 

@@ -21,6 +21,7 @@ class Address6Mirror : public AddressMirror<Pondo::Address6Table, Dovel::Ip6Addr
  private:
   Dovel::Ip6AddrWithMask addrWithMask(Key const& key, Record const& record) const override;
   bool active(Record const& record) const override;
+  /// Never freed: nothing hangs on it here.
   Dovel::IntfId intfIdFor(Key const& key) override { return key.link; }
   void addressIs(AddressSource source, Dovel::IntfId const& intfId,
                  Dovel::Ip6AddrWithMask const& addr) override;

@@ -8,6 +8,10 @@
 // another takes its place, the row may go with it, though others still lead to it. The row comes
 // back when any of these is announced again, and repairs() names one for each such prefix.
 //
+// So 10.0.0.1/24 and 10.0.0.2/24 of one link share the row of 10.0.0.0/24, which the one that came
+// last has filed (IpAddressTableSm). When that one goes, the state machine takes away the row as
+// its own; the other still leads there, and is announced again.
+//
 // What is named is the last presence of its address. Where there are several, that one leads to no
 // row: taking it away makes the tables put back the row of the first, and adding it changes
 // nothing. So one repair never makes another necessary.
@@ -58,6 +62,7 @@ class PrefixLedger {
   void added(Presence const& presence, Prefix const& prefix) {
     auto const first = firstOf(presence.addr);
     bool const none = first == presences_.end();
+    // A presence behind the first changes no row, and nobody's use of one.
     if (none || presence < first->first) {
       if (!none) leave(first->second, presence.addr, prefix);
       users_.insert({prefix, presence.addr});
@@ -71,6 +76,7 @@ class PrefixLedger {
     bool const wasFirst = it == firstOf(presence.addr);
     auto const prefix = it->second;
     presences_.erase(it);
+    // A presence behind the first had no row.
     if (!wasFirst) return;
     auto const next = firstOf(presence.addr);
     bool const none = next == presences_.end();

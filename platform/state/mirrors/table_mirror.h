@@ -70,6 +70,7 @@ class TableMirror : public Mirror {
   /// behind ask it while the phases run.
   std::optional<Record> now(Key const& key) const {
     auto const bytes = Pondo::encodeKey<Table>(key);
+    // What the slice says of it goes before what is filed.
     if (auto const delta = deltaOf_.find(bytes); delta != deltaOf_.end()) {
       return deltas_[delta->second].after;
     }
