@@ -25,7 +25,7 @@ bool enabledByEnvironment() {
   return value && std::string_view(value) == "1";
 }
 
-// Asked while the program or module is loaded: a Timer has no environment to look at.
+// Asked once, while the program or module is loaded: a Timer tests a flag alone.
 bool isEnabled = enabledByEnvironment();
 Clock readClock = monotonic;
 

@@ -16,6 +16,7 @@ void parseAddress(int family, std::string_view text, void* binary) {
   // inet_pton would stop at a NUL byte within the text.
   bool const hasNul = text.find('\0') != std::string_view::npos;
   if (!hasNul && inet_pton(family, terminated.c_str(), binary) == 1) return;
+  // Escaped: the text may come from a file, and the message goes into a log.
   throw Mav::RangeException(fmt::format("invalid {} address '{}'",
                                         family == AF_INET ? "IPv4" : "IPv6", Mav::escaped(text)));
 }

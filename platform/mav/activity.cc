@@ -70,6 +70,7 @@ timespec timerTime(double time) {
 struct Activity::Impl {
   struct Watched {
     int fd;
+    // Asked for again when the watch has rested.
     std::uint32_t events;
     std::shared_ptr<Ready const> ready;  // outlives its watch while it runs
   };
@@ -136,6 +137,7 @@ void Activity::Impl::drop(std::uint64_t token) {
   // by a newer watch or by nobody that we know.
   if (auto const current = tokens.find(descriptor);
       current != tokens.end() && current->second == token) {
+    // Of a watch that rests there is none in the set: that error says nothing.
     epoll_ctl(epoll.get(), EPOLL_CTL_DEL, descriptor, nullptr);
     tokens.erase(current);
   }
@@ -145,6 +147,7 @@ void Activity::Impl::drop(std::uint64_t token) {
 
 void Activity::Impl::turn(int timeout) {
   std::array<epoll_event, eventsMax> events;
+  // What this throws is for the caller, and nothing of a turn has begun.
   int const count = epoll_wait(epoll.get(), events.data(), eventsMax, timeout);
   // A signal ends the wait, not the turn: the clock is looked at all the same.
   if (count < 0 && errno != EINTR) throwErrno("epoll_wait");

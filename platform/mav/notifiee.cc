@@ -7,6 +7,7 @@ namespace Mav {
 
 std::string exceptionText(std::exception_ptr const& exception) {
   try {
+    // An exception_ptr tells nothing of what it holds but by throwing it.
     std::rethrow_exception(exception);
   } catch (std::exception const& e) {
     return e.what();

@@ -281,7 +281,7 @@ bool Follower::Impl::turnSlices() {
 
 bool Follower::Impl::slice(Snapshot const& snapshot, LogState const& log) {
   // The log has been trimmed past this reader, or the tables have another history. A position
-  // behind the log's end is one of tables that went back to what they were.
+  // behind the log's end is of tables that went back to an earlier state.
   bool const behind = log.instance != instance || position < log.first || position > log.next;
   if (behind) startComparison(log);
   // Tables that were away and are the same still: the log alone makes the reader exact again.

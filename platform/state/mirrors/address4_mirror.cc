@@ -51,6 +51,7 @@ void Address4Mirror::intfIdFree(Key const& key, Served const& served) {
   bool const own = served.intfId == key.link;
   numbers->second.give(own ? 1 : served.intfId.number());
   if (!own) going_.push_back(served.intfId);
+  // A link that has gone leaves nothing behind.
   if (numbers->second.unused()) numbersOf_.erase(numbers);
 }
 
