@@ -2,6 +2,9 @@
 // An address of a link, as the kernel tells it: plain values, made by netlink's decoders or from a
 // file, kept by OnLinks. Lifetimes are not among them: the kernel tells when an address is
 // deprecated, and when it goes (net/ipv6/addrconf.c, addrconf_verify_rtnl).
+//
+// The two differ as the kernel has them: an IPv4 address may stand on a link several times, an IPv6
+// address once.
 
 #include <compare>
 #include <cstdint>
@@ -29,6 +32,8 @@ struct Address4 {
   };
   struct State {
     Dovel::IntfId label;
+    // Another address of the same network was there first (IFA_F_SECONDARY): the network's route is
+    // that one's.
     bool isSecondary = false;
     bool makesRoute = true;  // to its network: not with IFA_F_NOPREFIXROUTE
     bool operator==(State const&) const = default;

@@ -7,6 +7,7 @@ RouteOutcome AppendedRoutes::add(Book& book, Dovel::Prefix const& prefix, Kernel
   if (rank == RouteRank::listed) return {book.add(prefix, route, rank)};
   // The kernel has found others of this prefix, tos and metric, and put it behind or before them.
   bool const joins = rank == RouteRank::appended || rank == RouteRank::first;
+  // Alone, a route ends right wherever the dump was taken: each message replaces it whole.
   bool const isAmidRivals = isReplay_ && (joins || book.hasRivals(prefix, route));
   // It repeats what is there, or tells of another route that differs in what messages leave out.
   bool const isSecond = joins && book.contains(prefix, route);

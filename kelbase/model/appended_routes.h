@@ -16,12 +16,14 @@ class AppendedRoutes {
  public:
   using Book = RouteBook<Ip4>;
 
+  /// Made as Siblings is (Routes::Rules); it needs no sets.
   explicit AppendedRoutes(NextHopSets const& /*sets*/) {}
 
   /// From here on messages may be older than what the last dump listed, or are not any more.
   void replayIs(bool on) { isReplay_ = on; }
 
-  /// The kernel has added `route`. Every message tells all of it.
+  /// The kernel has added `route`. Every message tells all of it. `tellsAll` has no meaning for
+  /// IPv4.
   RouteOutcome add(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
                    RouteRank rank, bool tellsAll) const;
   /// The kernel has deleted it.

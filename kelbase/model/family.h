@@ -1,6 +1,9 @@
 #pragma once
 // The versions of IP, and what the templates of the model take of each: Routes<Ip4>,
 // RouteBook<Ip6> ...
+//
+// A template over one of them is a book or a source of that version alone: no value says in each
+// route which version it is of.
 
 #include <cstdint>
 #include <string_view>

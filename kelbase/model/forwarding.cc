@@ -30,6 +30,8 @@ bool Forwarding::forwards(IpVersion version) const {
 std::string Forwarding::summary() const {
   auto const told = [this](IpVersion version) {
     auto const* flag = flags_.find(version);
+    // To the operator a version that the kernel lacks is another thing than one that is switched
+    // off.
     return !flag ? "absent" : *flag ? "on" : "off";
   };
   return fmt::format("IPv4 forwarding {}, IPv6 forwarding {}", told(IpVersion::v4),

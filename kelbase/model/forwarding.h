@@ -2,6 +2,9 @@
 // Whether the machine forwards, by version of IP: net.ipv4.ip_forward and
 // net.ipv6.conf.all.forwarding of the namespace. A version that the kernel lacks (ipv6.disable=1)
 // is not known here, and not forwarded. One thread.
+//
+// Filled by ForwardingDecoder's source or from a file; ForwardingView publishes it. Flags of single
+// links are not kept: a manager asks whether the machine is a router (RFC 4293, ipForwarding).
 
 #include <cstdint>
 #include <string>
@@ -31,7 +34,9 @@ class Forwarding {
   /// it.
   void observerIs(Observer& observer) { observers_.push_back(&observer); }
 
+  /// The kernel has said so. Observers hear only of another flag than before.
   void is(ForwardingFlag const& flag);
+  /// The kernel has let go of the version; what the flag says does not count.
   void del(ForwardingFlag const& flag);
   void dumpBegin() { flags_.dumpBegin(); }
   void dumpEnd(bool whole);

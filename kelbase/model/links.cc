@@ -21,6 +21,7 @@ void Links::is(Link const& link) {
   MAV_TRACE(traceHandle(), 2,
             "link " << link.name << " index " << link.index << " adminUp " << link.isUp
                     << " operUp " << (link.isUp && link.isRunning));
+  // Last: whoever hears of the link may ask for it by the name that it has by now.
   for (auto* observer : observers_) observer->onLink(isNew ? nullptr : &before, link);
 }
 
@@ -28,7 +29,9 @@ void Links::is(Link const& link) {
 void Links::nameIs(Link const& link) {
   auto const [owner, isFree] = indexByName_.try_emplace(link.name, link.index);
   auto const earlier = std::exchange(owner->second, link.index);
+  // Nobody is told twice: each telling marks all rows of the link.
   if (!isFree && earlier == link.index) return;
+  // Both are told: the rows that the loser had under that name go, and the winner's come.
   if (!isFree) tellName(earlier, link.name);
   tellName(link.index, link.name);
 }

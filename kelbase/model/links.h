@@ -51,8 +51,11 @@ class Links {
 
   void observerIs(Observer& observer) { observers_.push_back(&observer); }
 
+  /// The kernel has this link, and its name is this link's from here on, whoever had it.
   void is(Link const& link);
   void del(Link const& link) { del(link.index); }
+  /// The kernel has it no more; nor, with it, what hung on it. Observers hear of an index that was
+  /// not known too.
   void del(std::int32_t index);
   void dumpBegin() { links_.dumpBegin(); }
   void dumpEnd(bool whole);
@@ -66,6 +69,7 @@ class Links {
   /// Calls visit(link) for every link that has its name.
   template <class Visit>
   void forEach(Visit const& visit) const {
+    // In no order.
     for (auto const& [name, index] : indexByName_) visit(*links_.find(index));
   }
   /// Of those that have a name.
@@ -78,6 +82,8 @@ class Links {
   void nameDel(Dovel::IntfId const& name, std::int32_t index);
   void tellName(std::int32_t index, Dovel::IntfId const& name) const;
 
+  // Each name in the one below is that of a link in this one, and leads to the link that claimed it
+  // last.
   MarkedHash<std::int32_t, Link> links_;  // by index
   absl::flat_hash_map<Dovel::IntfId, std::int32_t> indexByName_;
   std::vector<Observer*> observers_;

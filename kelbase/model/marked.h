@@ -8,6 +8,9 @@
 //   for (auto const& key : objects.unmarked()) objects.del(key);     once the dump has ended whole
 //
 // Pointers and references to values live until the next change, as the map's own do. One thread.
+//
+// Each object costs eight octets for its mark, and a dump nothing but the marking; routes, of which
+// there may be a million, have marks of their own (RouteBook).
 
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +36,8 @@ class MarkedMap {
   using Iterator = typename Map::const_iterator;
 
   /// Marks the object, which is made where it is not known, and returns its value, and whether it
-  /// was made.
+  /// was made. Also of an object that is as it was: a notification during a dump says as well as
+  /// the dump that the object is there.
   std::pair<Value&, bool> mark(Key const& key) {
     auto const [entry, isNew] = map_.try_emplace(key);
     entry->second.dump = dump_;
@@ -43,6 +47,7 @@ class MarkedMap {
   /// The kernel has this. True when it was not known, or was another.
   bool is(Key const& key, Value value) {
     auto const [known, isNew] = mark(key);
+    // What is the same is told to nobody: a dump of all would write every record again.
     if (!isNew && known == value) return false;
     known = std::move(value);
     return true;

@@ -1,6 +1,9 @@
 #pragma once
 // A neighbour of a link, as the kernel tells it: a host on the link, by its IPv4 or IPv6 address,
 // and its address on the link, as far as the kernel knows it.
+//
+// Filled by NeighbourSource or from a file; NeighbourView and the narrower OnLinksView of
+// Neighbour4Row publish it. One thread.
 
 #include <cstdint>
 #include <string>
@@ -47,6 +50,7 @@ struct Neighbour {
 /// each time: what is less than `slack` apart is the same time.
 class Neighbours : public OnLinks<Neighbour> {
  public:
+  // Without it each look, every two seconds, would find every neighbour changed and write it again.
   static constexpr std::uint64_t slack = 100;  // hundredths of a second
 
   using OnLinks::OnLinks;
@@ -61,7 +65,7 @@ class Neighbours : public OnLinks<Neighbour> {
     return OnLinks::is(neighbour);
   }
   /// It is known from earlier when this neighbour was updated last; without effect when that is
-  /// another time.
+  /// another time. Told by NeighbourView, of what an earlier publisher has written.
   void updatedAtIs(std::int32_t link, Neighbour::Key const& key, std::uint64_t time) {
     auto const* known = find(link, key);
     if (!known || !isNear(known->updatedAt, time)) return;

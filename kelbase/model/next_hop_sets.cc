@@ -27,6 +27,8 @@ NextHopSets::Handle NextHopSets::inlineSet(std::span<NextHop const> hops) {
   auto const found = inline_.find(hops);
   if (found != inline_.end()) return found->second;
   Handle const handle = sets_.make(Set{.hops = Hops(hops.begin(), hops.end())});
+  // The hops stand there twice, as key and in the set: some hundred sets cost little, and a set
+  // stays readable by its handle.
   inline_.emplace(sets_[handle].hops, handle);
   for (auto const& hop : hops) setsOfLink_.insert(static_cast<std::uint32_t>(hop.ifIndex), handle);
   tellUnused(handle);  // until a route uses it
@@ -55,6 +57,8 @@ void NextHopSets::ref(Handle handle, IpVersion version) {
 
 void NextHopSets::unref(Handle handle, IpVersion version) {
   if (handle == none) return;
+  // Never below zero: RouteBook has one reference for each route that it holds, and one for each
+  // joint set.
   --sets_[handle].refs(version);
   if (isUsed(handle)) return;
   --used_;
@@ -80,6 +84,7 @@ bool NextHopSets::isKnown(Handle handle) const {
   return sets_[handle].object == 0 || nexthops_.isKnown(sets_[handle].object);
 }
 
+// A set that is written out is none: a route that refuses by itself has no set.
 bool NextHopSets::isBlackhole(Handle handle) const {
   return sets_[handle].object != 0 && nexthops_.isBlackhole(sets_[handle].object);
 }
@@ -101,6 +106,7 @@ void NextHopSets::onLinkName(std::int32_t index, Dovel::IntfId const& /*name*/) 
   for (auto const& [link, handle] : setsOfLink_.of(static_cast<std::uint32_t>(index))) {
     if (isUsed(handle)) tell(handle);
   }
+  // The name stands in the fec of each group that the object is a member of as well.
   for (auto const& [link, object] : nexthops_.ofLink(index)) changeWith(object);
 }
 

@@ -48,11 +48,13 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   /// The one observer there is; it must forget the sets. Before the first set is made.
   void observerIs(Observer& observer) { observer_ = &observer; }
 
-  /// The set of these next hops; none: `none`.
+  /// The set of these next hops; none: `none`. A set that is new has no reference yet: until ref()
+  /// it may be forgotten.
   Handle inlineSet(std::span<NextHop const> hops);
   /// The set that the nexthop object is, whether it is known already or not.
   Handle objectSet(std::uint32_t object);
-  /// One more route, or one less, that uses the set. `none` is allowed.
+  /// One more route, or one less, that uses the set. `none` is allowed. By version, because the
+  /// kernel takes the routes of each away by rules of its own (usesLink()).
   void ref(Handle handle, IpVersion version);
   void unref(Handle handle, IpVersion version);
   /// The set is unused, and its handle free for another.
@@ -65,6 +67,7 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   bool isKnown(Handle handle) const;
   /// What is sent to it is dropped.
   bool isBlackhole(Handle handle) const;
+  /// As they are now; of an object that is not known none.
   std::vector<NextHop> hopsOf(Handle handle) const;
   /// Those of a set that is written out, none of another; until the set is forgotten.
   std::span<NextHop const> inlineHops(Handle handle) const;
@@ -117,6 +120,7 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   Links const& links_;
   Nexthops const& nexthops_;
   Observer* observer_ = nullptr;
+  // Every set is in it, and in one of the two maps, which find it by what it is.
   Slots<Set> sets_;
   absl::flat_hash_map<Hops, Handle, HopsHash, HopsEqual> inline_;
   absl::flat_hash_map<std::uint32_t, Handle> objectSets_;

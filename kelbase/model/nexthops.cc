@@ -22,6 +22,7 @@ void Nexthops::is(ListedNexthop const& object) {
 void Nexthops::del(std::uint32_t id) {
   if (auto const* known = objects_.find(id)) {
     MAV_TRACE(traceHandle(), 2, "nexthop object " << id << " is gone");
+    // While `known` is there: it says which pairs to take out.
     unrelate(*known);
     objects_.del(id);
   }
@@ -36,6 +37,7 @@ void Nexthops::dumpEnd(bool whole) {
 
 void Nexthops::relate(ListedNexthop const& object) {
   auto const link = static_cast<std::uint32_t>(object.hop.ifIndex);
+  // A group and a blackhole lead through no link of their own.
   if (link != 0) objectsOfLink_.insert(link, object.id);
   for (auto const member : object.members) groupsOfMember_.insert(member, object.id);
 }
@@ -60,6 +62,7 @@ bool Nexthops::isBlackhole(std::uint32_t id) const {
 std::vector<NextHop> Nexthops::hopsOf(std::uint32_t id) const {
   auto const* object = objects_.find(id);
   if (!object) return {};
+  // One hop even of a blackhole, with neither gateway nor link: callers ask isBlackhole().
   if (object->members.empty()) return {object->hop};
   std::vector<NextHop> hops;
   for (auto const member : object->members) {

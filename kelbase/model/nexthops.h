@@ -4,6 +4,10 @@
 // a link, is looked up and never searched for: made for 100,000 of them.
 //
 // Filled by netlink's decoder or from a file, asked by the sets of next hops. One thread.
+//
+// The kernel keeps groups consistent: when a member is removed by request it tells the group anew,
+// and removes a group that has none left. What goes with a link it tells of neither
+// (SilentChanges).
 
 #include <cstdint>
 #include <string>
@@ -35,6 +39,7 @@ class Nexthops {
 
   void observerIs(Observer& observer) { observers_.push_back(&observer); }
 
+  /// Where it is as it was nobody is told.
   void is(ListedNexthop const& object);
   void del(ListedNexthop const& object) { del(object.id); }
   void del(std::uint32_t id);
@@ -69,6 +74,7 @@ class Nexthops {
   void relate(ListedNexthop const& object);
   void unrelate(ListedNexthop const& object);
 
+  // The relations below hold exactly what these objects say of links and members.
   MarkedHash<std::uint32_t, ListedNexthop> objects_;
   Relation objectsOfLink_;
   Relation groupsOfMember_;

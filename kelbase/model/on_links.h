@@ -49,6 +49,7 @@ class OnLinks : private Links::Observer {
 
   /// The kernel has this. True when it was not known, or was another.
   bool is(Object const& object) {
+    // A repeated message, as each dump has of everything, ends here.
     if (!objects_.is({object.link, object.key}, object.state)) return false;
     for (auto* observer : observers_) observer->onObject(object);
     return true;
@@ -60,11 +61,14 @@ class OnLinks : private Links::Observer {
     return isKnown;
   }
   void dumpBegin() { objects_.dumpBegin(); }
+  /// What a whole dump left out goes, each as if the kernel had told its removal.
   void dumpEnd(bool whole) {
+    // An interrupted dump may have left out what is there.
     if (!whole) return;
     for (auto const& place : objects_.unmarked()) {
       Object object{};
       std::tie(object.link, object.key) = place;
+      // Observers hear of it as of a removal that the kernel has told: with the state that it had.
       object.state = *objects_.find(place);
       del(object);
     }
@@ -109,6 +113,7 @@ class OnLinks : private Links::Observer {
     }
   }
 
+  /// By link first, so that all of one link stand together.
   Objects objects_;
   std::vector<Observer*> observers_;
 };

@@ -39,6 +39,8 @@ std::optional<PreferredSources::Connected> PreferredSources::connectedBy(
 void PreferredSources::routeIs(ListedRoute<Ip4> const& route) {
   if (!route.preferredSource) return;
   auto const connected = connectedBy(route);
+  // An address that no route has preferred before has an entry of dump 0, which is no dump's number
+  // once one has begun.
   auto& preference = preferences_[*route.preferredSource];
   if (preference.dump != dump_) {
     // The first since that dump began: what an earlier one listed counts no more.
@@ -51,6 +53,7 @@ void PreferredSources::routeIs(ListedRoute<Ip4> const& route) {
 
 void PreferredSources::dumpBegin() {
   isWhole_ = false;
+  // Entries of earlier dumps stay until this one has ended whole: a hint too many meanwhile.
   ++dump_;
 }
 

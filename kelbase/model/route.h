@@ -1,6 +1,9 @@
 #pragma once
 // A route and a nexthop object as the kernel lists them, in plain values: what the decoders of its
 // messages make, and what the model takes.
+//
+// `ListedRoute` is one message's word, next hops and all, and lives as long as the message is
+// taken; what stays of it is a KernelRoute of 16 octets (route_book.h).
 
 #include <cstdint>
 #include <optional>
@@ -34,8 +37,9 @@ struct ListedRoute {
   std::uint8_t protocol = 0;  // RTPROT_...
   /// `blackhole` also where the nexthop object is one: the kernel does not tell the route's own.
   RouteKind kind = RouteKind::unicast;
-  std::uint32_t object = 0;             // the nexthop object's id; 0: the next hops are in `hops`
-  std::vector<NextHop> hops;            // those that are alive
+  std::uint32_t object = 0;   // the nexthop object's id; 0: the next hops are in `hops`
+  std::vector<NextHop> hops;  // those that are alive
+  // The next hops of these are not kept: what is dead is not shown, and revives with its link.
   std::vector<std::int32_t> deadLinks;  // through which the others lead
   /// Of IPv6: `hops` and `deadLinks` are those of all its siblings (siblings.h), not one's alone.
   bool tellsSiblings = false;

@@ -87,6 +87,7 @@ bool RouteBook<Ip>::add(Place const& place, KernelRoute route, RouteRank rank) {
   route.dump = dump_;
   if (!isThere(place)) {
     ref(route.hops);
+    // The place is the hint: the descent that found it is the only one.
     routes_.emplace_hint(place.at_, place.prefix(), route);
     ++fresh_;
     return true;
@@ -111,6 +112,7 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
   }
   // Of a million prefixes few have a second route: they alone pay for a list.
   several_[prefix].list.assign(1, slot);
+  // The reference moves into the list with the route.
   slot = KernelRoute();
   slot.dump = dump_;
   slot.kind = severalKind;
@@ -120,6 +122,8 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
 /// The first that a dump lists of its prefix: what it does not list again is gone.
 template <class Ip>
 bool RouteBook<Ip>::beginAnew(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route) {
+  // A slot that stands for a list looks like no route: a prefix that had several is told in any
+  // case.
   bool const changed = !looksSame(slot, route);
   // The new set gets its reference before the old one loses it: one that stays is not told to be
   // unused in between.
@@ -133,6 +137,7 @@ template <class Ip>
 bool RouteBook<Ip>::addToSeveral(Prefix const& prefix, KernelRoute& slot, KernelRoute const& route,
                                  RouteRank rank) {
   auto& list = several_.at(prefix).list;
+  // The kernel found no other of this tos and metric: those that the book has went in silence.
   if (rank == RouteRank::only) eraseRivals(list, route);
   putInto(list, route, rank);
   listIsOther(prefix, slot);
@@ -155,6 +160,7 @@ void RouteBook<Ip>::putInto(List& list, KernelRoute const& route, RouteRank rank
 template <class Ip>
 void RouteBook<Ip>::eraseRivals(List& list, KernelRoute const& route) {
   auto const same = findSame(list, route);
+  // The route itself stays for putInto(), which finds it and assigns.
   auto const kept = same == list.end() ? nullptr : &*same;
   auto const goes = [&](KernelRoute const& other) {
     return areRivals(other, route) && &other != kept;
@@ -205,6 +211,7 @@ std::vector<NextHop> RouteBook<Ip>::jointHops(List const& list) {
   std::vector<NextHop> result;
   bool isJoint = false;
   for (auto const& route : list) {
+    // The kernel's lookup stops at the first metric that gives a next hop.
     if (route.metric != first->metric || !forwards(route)) continue;
     isJoint = isJoint || &route != first;
     auto const type = routeProtocol(route.protocol).type;
@@ -212,6 +219,7 @@ std::vector<NextHop> RouteBook<Ip>::jointHops(List const& list) {
       // Unknown where it is the first one's, as in a set of one route alone: equal sets are one
       // fec.
       if (type != routeProtocol(first->protocol).type) hop.routeType = type;
+      // Two routes may lead the same way: a fec names it once.
       bool const isThere = std::any_of(result.begin(), result.end(),
                                        [&](auto const& one) { return one.isSameWay(hop); });
       if (!isThere) result.push_back(hop);
@@ -287,6 +295,7 @@ auto RouteBook<Ip>::rivals(Place const& place, KernelRoute const& route) const -
 template <class Ip>
 bool RouteBook<Ip>::hasRivals(Prefix const& prefix, KernelRoute const& route) const {
   auto const found = several_.find(prefix);
+  // A prefix without a list has one route: its only rival is itself.
   if (found == several_.end()) return false;
   return std::any_of(
       found->second.list.begin(), found->second.list.end(),
@@ -393,6 +402,8 @@ bool RouteBook<Ip>::isBetter(KernelRoute const& a, KernelRoute const& b) const {
 /// Null when none is alive.
 template <class Ip>
 KernelRoute const* RouteBook<Ip>::best(List const& list) const {
+  // The list has tos in descending and metrics in ascending order, so that of equal ones the first
+  // that came stays.
   KernelRoute const* result = nullptr;
   for (auto const& route : list) {
     // A dead one stays in the list: the kernel tells of its removal, and may revive it in silence.
@@ -408,6 +419,7 @@ std::optional<KernelRoute> RouteBook<Ip>::servedOf(Prefix const& prefix,
   if (slot.kind != severalKind) return isServed(slot) ? std::optional(slot) : std::nullopt;
   auto const& several = several_.at(prefix);
   auto const* const chosen = best(several.list);
+  // A throw route, chosen, hides what stands behind it: the kernel would ask another table.
   if (!chosen || !isServed(*chosen)) return std::nullopt;
   // A copy, because the next hops may be those of several routes, which none of them has.
   auto result = *chosen;
@@ -447,6 +459,7 @@ template <class Ip>
 std::optional<KernelRoute> RouteBook<Ip>::Search::served(Prefix const& prefix) {
   constexpr int stepsMax = 2;  // beyond that a descent costs no more
   auto const end = book_.routes_.end();
+  // A run of changed prefixes is mostly one of neighbours: a step costs a fraction of a descent.
   for (int steps = 0; steps < stepsMax && next_ != end && next_->first < prefix; ++steps) ++next_;
   if (next_ != end && next_->first < prefix) next_ = book_.routes_.lower_bound(prefix);
   if (next_ == end || next_->first != prefix) return std::nullopt;

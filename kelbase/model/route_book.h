@@ -99,7 +99,7 @@ class RouteBook {
   class Search {
    public:
     explicit Search(RouteBook const& book) : book_(book), next_(book.routes_.begin()) {}
-    /// `prefix`: not before that of the last call.
+    /// `prefix`: not before that of the last call. As RouteBook::served().
     std::optional<KernelRoute> served(Prefix const& prefix);
 
    private:
@@ -125,7 +125,8 @@ class RouteBook {
   Place place(Prefix const& prefix);
 
   /// True when what is served of the prefix may be another now. A route that is there already is
-  /// taken as repeated, and stays in its place; but a dump repeats nothing.
+  /// taken as repeated, and stays in its place; but a dump repeats nothing. `route.hops` gets a
+  /// reference for as long as the book has the route.
   bool add(Place const& place, KernelRoute route, RouteRank rank);
   bool add(Prefix const& prefix, KernelRoute const& route, RouteRank rank) {
     return add(place(prefix), route, rank);
@@ -142,25 +143,31 @@ class RouteBook {
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
   void sweep(absl::FunctionRef<void(Prefix const&)> gone);
 
-  /// Whether the prefix has others of the route's tos and metric.
+  /// Whether the prefix has others of the route's tos and metric. Others than those that look like
+  /// it.
   bool hasRivals(Prefix const& prefix, KernelRoute const& route) const;
   /// Whether one of the prefix's routes looks like this one; whether several do.
   bool contains(Prefix const& prefix, KernelRoute const& route) const;
   bool hasTwins(Prefix const& prefix, KernelRoute const& route) const;
 
-  /// Those of the prefix that have the route's tos and metric, in the kernel's order.
+  /// Those of the prefix that have the route's tos and metric, in the kernel's order. Copies: the
+  /// book may change while they are looked at.
   Rivals rivals(Place const& place, KernelRoute const& route) const;
 
   /// The one in use, with the next hops of all that are used together; nothing where none is
   /// served.
   std::optional<KernelRoute> served(Prefix const& prefix) const;
   /// A nexthop object is another: tells the prefixes where that changes the next hops of several
-  /// routes together.
+  /// routes together. Costs the prefixes that join objects, on each change of any object: they are
+  /// rare.
   void onObject(absl::FunctionRef<void(Prefix const&)> changed);
   /// Prefixes.
   std::size_t size() const { return routes_.size(); }
 
  private:
+  // Invariants: a slot whose kind is severalKind has an entry in several_ with a list of two or
+  // more, and no other slot has one. Each route in a slot or list holds one reference of its set,
+  // each joint set another.
   using List = std::vector<KernelRoute>;
   using Routes = absl::btree_map<Prefix, KernelRoute>;
   struct Several {

@@ -5,6 +5,7 @@ namespace {
 
 using Numbered = std::array<RouteProtocol, 256>;
 
+// By number, because each route that is written is asked for twice: an index and no search.
 constexpr Numbered byNumber() {
   Numbered result{};
   for (auto const& known : routeProtocols) result.at(known.number) = known;

@@ -1,6 +1,10 @@
 #pragma once
 // What the kernel's route protocols (RTPROT_..., linux/rtnetlink.h) are to readers: the route's
 // type, and its preference, the administrative distance that routers commonly give the protocol.
+//
+// The table is iproute2's, cut to what a route type of the tables exists for: RouteView writes the
+// types, `kelbasectl load` reads the names. What a manager sees of it is inetCidrRouteProto and
+// ipCidrRouteProto (RFC 4292).
 
 #include <array>
 #include <cstdint>

@@ -34,6 +34,7 @@ void Routes<Ip>::dumpBegin() {
 
 template <class Ip>
 void Routes<Ip>::dumpEnd(bool whole) {
+  // Also of a dump that was interrupted: what may be missing casts doubt (PreferredSources).
   silent_.dumpEnd(whole);
   if (!whole) return;
   for (auto& [number, book] : books_) {
@@ -56,6 +57,7 @@ void Routes<Ip>::onNexthop(std::uint32_t id) {
   bool const isListedAnew = nexthops_.anyWith(id, [this](std::uint32_t object) {
     return zoneObjects_.contains(object) || listsAnotherKind(object);
   });
+  // Most changes of objects end here: their sets have told what they consist of now.
   if (!isListedAnew) return;
   // The dump files again what it lists (is()); what stayed here would ask for one at each change.
   // The listing fills them again.
@@ -70,6 +72,7 @@ bool Routes<Ip>::listsAnotherKind(std::uint32_t object) const {
   return (nexthops_.isBlackhole(object) ? bareObjects_ : hidingObjects_).contains(object);
 }
 
+/// A joint set is written out: it has copies of what the objects in it led to.
 template <class Ip>
 void Routes<Ip>::joinAnew() {
   for (auto& [number, book] : books_) {
@@ -77,6 +80,7 @@ void Routes<Ip>::joinAnew() {
   }
 }
 
+/// Without its next hops (setHops).
 template <class Ip>
 KernelRoute Routes<Ip>::keptOf(Listed const& listed) {
   KernelRoute route{.metric = listed.metric,
@@ -95,6 +99,8 @@ void Routes<Ip>::setHops(Listed const& listed, KernelRoute& route) {
   } else if (Ip::version == IpVersion::v4 || listed.hops.size() < 2) {
     route.hops = sets_.inlineSet(listed.hops);
   } else {
+    // Two orders of one list would be two sets, and the fec of the prefix another with each
+    // message.
     hops_ = listed.hops;
     std::sort(hops_.begin(), hops_.end());
     hops_.erase(std::unique(hops_.begin(), hops_.end()), hops_.end());
@@ -137,6 +143,8 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
     auto const length = listed.prefix.length();
     if (!Prefix::isZoned(address, length)) return take(Prefix(address, length), listed);
     for (auto const zone : zonesOf(listed)) {
+      // A copy for each link, with allocations: link-local prefixes are some of each link, never a
+      // million.
       auto one = listed;
       if (one.object != 0) one.hops = nexthops_.hopsOf(std::exchange(one.object, 0));
       std::erase_if(one.hops, [zone](auto const& hop) { return hop.ifIndex != zone; });
@@ -150,6 +158,7 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
 
 template <class Ip>
 void Routes<Ip>::is(Listed const& listed, Rank rank) {
+  // The route as it was told, of all links: what hangs on one of them hangs on it in any zone.
   silent_.routeIs(listed);
   // The kernel tells a route through an object that is a blackhole as a blackhole. Of which type
   // the route itself is shows in a dump, once the object is another (onNexthop).
@@ -160,6 +169,8 @@ void Routes<Ip>::is(Listed const& listed, Rank rank) {
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
     setHops(one, route);
+    // A set that is new has no reference until the book holds the route. Only a write forgets sets
+    // (FecView::writeUnused), and none comes in between.
     heard(one.table, prefix, rules_.add(book, prefix, route, rank, one.tellsSiblings));
   });
 }
@@ -170,7 +181,9 @@ void Routes<Ip>::del(Listed const& listed) {
   if (found == books_.end()) return;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
-    // One sibling among others is named by its next hop alone.
+    // One sibling among others is named by its next hop alone. IPv4 needs no set: the identity says
+    // which route is meant. A set that is made for the question alone is forgotten with the next
+    // write.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
     heard(one.table, prefix, rules_.remove(found->second, prefix, route, one.tellsSiblings));
   });

@@ -63,12 +63,16 @@ class Routes : private Nexthops::Observer {
   void observerIs(Observer& observer) { observer_ = &observer; }
   void doubtsAre(std::function<void(Doubt)> heard) { doubt_ = std::move(heard); }
 
-  /// The kernel has the route; `rank` is where the message puts it among others of its prefix.
+  /// The kernel has the route; `rank` is where the message puts it among others of its prefix. Most
+  /// of its cost is a descent of the book's tree.
   void is(Listed const& listed, Rank rank);
+  /// The kernel has removed the route that looks like this one. One that is not known changes
+  /// nothing.
   void del(Listed const& listed);
   /// See SilentChanges.
   void ignoresLinkdownIs(std::int32_t link, bool on) { silent_.ignoresLinkdownIs(link, on); }
   void dumpBegin();
+  /// `whole`: what the dump did not list goes, and observers hear of it prefix by prefix.
   void dumpEnd(bool whole);
   /// From here on messages may be older than what the last dump listed, or are not any more.
   void replayIs(bool on);

@@ -21,6 +21,8 @@ RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, 
     route.isUniform = !tellsAll;  // a dump tells the protocol of the first
     return {book.add(prefix, route, rank)};
   }
+  // Nothing was there for it to join or to stand before, in a replay as well: what came after it is
+  // replayed behind it.
   if (rank == RouteRank::only) return {book.add(prefix, route, rank)};
   auto const place = book.place(prefix);
   auto const rivals = book.rivals(place, route);
@@ -60,6 +62,7 @@ RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute cons
                               bool tellsAll) const {
   auto const place = book.place(prefix);
   auto const rivals = book.rivals(place, route);
+  // The kernel told all of them only where all were deleted.
   if (isSibling(route) && !tellsAll) return removeOne(book, place, route, rivals);
   bool const isDoubtful = book.hasTwins(prefix, route) || (isReplay_ && rivals.size() > 1);
   return {book.remove(place, route), isDoubtful, hideOthers(rivals)};
@@ -69,6 +72,7 @@ RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute cons
 /// them, and is met where none of them is alive.
 KernelRoute const* Siblings::withHop(Rivals const& rivals, KernelRoute const& one) const {
   auto const hop = sets_.inlineHops(one.hops);
+  // A set that is the one next hop alone is the better answer than one that has it among others.
   KernelRoute const* result = nullptr;
   for (auto const& other : rivals) {
     if (!isSibling(other)) continue;
@@ -94,6 +98,7 @@ RouteOutcome Siblings::removeOne(Book& book, Place const& place, KernelRoute con
     if (other != hop) left.push_back(other);
   }
   auto now = *known;
+  // At least one is left: a set of `hop` alone was removed above.
   now.hops = sets_.inlineSet(left);
   // It may have been the first.
   bool const isOpen = !known->isUniform && route.protocol == known->protocol;

@@ -15,6 +15,7 @@ SilentChanges<Ip>::SilentChanges(Links& links, Addresses& addresses, Nexthops& n
                                  NextHopSets const& sets, Hint hint)
     : addresses_(addresses), sets_(sets), hint_(std::move(hint)) {
   links.observerIs(*this);
+  // A removal is told after it was made: isOn() says what is left.
   addresses.observerIs(*this);
   nexthops.observerIs(*this);
 }
@@ -57,6 +58,8 @@ void SilentChanges<Ip>::onObjectGone(Address const& address) {
   if constexpr (Ip::version == IpVersion::v4) {
     if (sources_.isPreferred(address)) return hint_(true);
   }
+  // The model's addresses come from a dump that may be newer than this removal: another address may
+  // only seem to be left.
   if (uses && isReplay_) hint_(false);
 }
 

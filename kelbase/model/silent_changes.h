@@ -59,7 +59,7 @@ class SilentChanges : private Links::Observer,
                 Hint hint);
 
   /// Whether next hops through the link count while it has no carrier: its
-  /// ignore_routes_with_linkdown, or that of all links (allLinks).
+  /// ignore_routes_with_linkdown, or that of all links (allLinks). A change is a hint.
   void ignoresLinkdownIs(std::int32_t link, bool on);
 
   /// The kernel has this route.

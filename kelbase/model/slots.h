@@ -5,6 +5,10 @@
 // A slot holds a thing or is free, and a free one holds the number of the next free one: that a
 // slot is free is told in one place. So no number is given out twice, and freeing one twice, or
 // using one that is free, is noticed there and then: std::bad_variant_access. One thread.
+//
+// A handle is an index of four octets, where a pointer would put eight into each route. Whoever
+// keeps handles says when a thing is free (NextHopSets counts); a stale handle names whatever lives
+// in the slot by then.
 
 #include <cstddef>
 #include <cstdint>
@@ -53,6 +57,7 @@ class Slots {
     }
   }
 
+  /// Of things, not of slots.
   std::size_t size() const { return used_; }
 
  private:
