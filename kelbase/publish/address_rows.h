@@ -2,6 +2,9 @@
 // Addresses as rows of Pondo::Address4Table and Pondo::Address6Table. What the kernel
 // tells the addresses of a link apart by is in the key: of IPv4 length and peer too, of IPv6 the
 // address alone.
+//
+// Tags for OnLinksView: no state, constants and conversions alone. A key that lost something would
+// make two objects one row.
 
 #include "kelbase/model/address.h"
 #include "platform/pondo/tables/tables.h"
@@ -19,6 +22,8 @@ struct Address4Row {
   static Address4::Key objectKey(Table::Key const& key) {
     return {key.local, key.length, key.peer};
   }
+  /// Whether the address makes a route is left out: it bears on what the kernel does in silence
+  /// alone (PreferredSources).
   static Table::Record record(Address4::State const& state) {
     return {state.label, state.isSecondary};
   }

@@ -72,6 +72,7 @@ Fec FecView::fecOf(Handle handle) {
   Fec fec;
   for (auto const& hop : fitting(hops)) {
     auto const name = links_.linkName(hop.ifIndex);
+    // The writer refuses a via of neither (fib_codec.cc), and everything would be written again.
     if (!name && !hop.hasGateway()) continue;
     fec.vias.push_back({.nextHop = hop.nextHop,
                         .intfId = name.value_or(Dovel::IntfId()),
@@ -90,11 +91,13 @@ void FecView::wayIs(Handle handle, Way way) {
   if (!isNew) {
     for (auto* turned : turned_) turned->push_back(handle);
   }
+  // Its fec goes once no route refers to it, which writeUnused() is called for.
   if (way != Way::forward) onSetUnused(handle);
 }
 
 /// A set whose object is not known (any more) stays what it was: its routes go with the object.
 bool FecView::writeFec(Pondo::Writer& writer, Handle handle) {
+  // Its routes are gone: what to do with the fec is writeUnused()'s business.
   if (!sets_.isUsed(handle)) return false;
   if (!sets_.isKnown(handle)) {
     wayIs(handle, shown(handle).way);
@@ -108,6 +111,7 @@ bool FecView::writeFec(Pondo::Writer& writer, Handle handle) {
   }
   drawId(handle);
   wayIs(handle, Way::forward);
+  // A million routes may refer to it: with this one record all of them lead elsewhere.
   return writer.put<Pondo::FecTable>(fecId(handle), fec);
 }
 
@@ -119,6 +123,7 @@ void FecView::writeRest(Pondo::Writer& writer) {
     // One whose set was forgotten meanwhile is not dirty any more; one that was drawn again may
     // stand in the queue twice.
     if (std::exchange(shown(handle).isDirty, false)) writeFec(writer, handle);
+    // What is left stays in dirty_, and no route is written before it (RouteView::writeRest).
     if (written % setsALook == 0 && Mav::now() > end) return;
   }
 }
@@ -150,6 +155,8 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
     for (auto const& via : fec.vias) {
       hops.push_back({via.nextHop, via.ifIndex, via.nextHop6, via.routeType});
     }
+    // A new id for a set that has one in the table would write every route through it again, and
+    // have every reader look at them.
     auto const orphan = orphans.find(hops);
     if (orphan == orphans.end()) return;
     shown(orphan->second).fecId = id.value();
@@ -159,6 +166,7 @@ FecView::FecIds FecView::adopt(Pondo::Writer& writer) {
 }
 
 Pondo::Writer::SyncCounts FecView::writeAll(Pondo::Writer& writer) {
+  // First: writeFec() draws ids for the sets that found none.
   superfluous_ = adopt(writer);
   Pondo::Writer::SyncCounts counts;
   sets_.forEach([&](Handle handle) {
@@ -167,6 +175,7 @@ Pondo::Writer::SyncCounts FecView::writeAll(Pondo::Writer& writer) {
     bool const wasThere = superfluous_.erase(shown(handle).fecId) != 0;
     ++(!wasThere ? counts.added : (changed ? counts.changed : counts.unchanged));
   });
+  // All were written above, in whatever order they were marked.
   for (auto const handle : dirty_) shown(handle).isDirty = false;
   dirty_.clear();
   counts.removed = superfluous_.size();
@@ -189,6 +198,7 @@ void FecView::writeUnused(Pondo::Writer& writer) {
     one.isUnused = false;
     // It may be used and have no fec: its routes say by their type what becomes of packets.
     if (sets_.isUsed(handle)) continue;
+    // A set that is forgotten is not counted among those that are cut.
     cutIs(one, 0);
     one = {};
     sets_.forget(handle);

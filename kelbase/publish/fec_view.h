@@ -8,6 +8,9 @@
 //
 // Written before the routes, until it has no more; writeUnused() once no route that is published
 // can refer to what it takes away: then it lets the model forget the set.
+//
+// What a fec is (its id, its way) stays from one write to the next: a change heard in between is
+// seen by nobody before it is written, so that routes and fecs of one commit agree.
 
 #include <cstdint>
 #include <deque>
@@ -24,6 +27,8 @@ namespace Kelbase {
 class FecView : public TableView, private NextHopSets::Observer {
  public:
   using Handle = NextHopSets::Handle;
+  /// Above all ids of nexthop objects, which are 32 bits wide. A publisher gives out none of them
+  /// twice.
   static constexpr std::uint64_t inlineFecMin = std::uint64_t{1} << 32U;
   static constexpr double sliceTime = 0.004;  // seconds
 
@@ -68,6 +73,7 @@ class FecView : public TableView, private NextHopSets::Observer {
 
   void onSet(Handle handle) override;
   void onSetUnused(Handle handle) override;
+  /// Made where the handle is new. Ends with shown() of another: the vector may grow.
   Shown& shown(Handle handle);
   Shown const& shown(Handle handle) const { return shown_.at(handle); }
   bool isPublished(Handle handle) const;
@@ -77,11 +83,13 @@ class FecView : public TableView, private NextHopSets::Observer {
   void wayIs(Handle handle, Way way);
   /// True when the fec was written and is another than before.
   bool writeFec(Pondo::Writer& writer, Handle handle);
+  /// See writeAll().
   FecIds adopt(Pondo::Writer& writer);
 
   Links const& links_;
   Nexthops const& nexthops_;
   NextHopSets& sets_;
+  // A handle that was forgotten leaves an empty one behind, for the set that gets the handle next.
   std::vector<Shown> shown_;                  // by handle
   std::deque<Handle> dirty_;                  // to be written, where they still are dirty
   std::vector<Handle> unused_;                // to be erased, if they still are

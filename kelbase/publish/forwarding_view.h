@@ -20,6 +20,7 @@ class ForwardingView : public RowView<Pondo::ForwardingTable>, private Forwardin
   std::string_view name() const override { return "forwarding"; }
   std::string summary() const override { return forwarding_.summary(); }
 
+  /// Never nothing: both rows are always there.
   std::optional<Record> find(Key const& family) const override {
     bool const isV4 = family == Pondo::Family::ipv4;
     return Record{forwarding_.forwards(isV4 ? IpVersion::v4 : IpVersion::v6)};

@@ -13,7 +13,7 @@ namespace Kelbase {
 TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
   TableViews views;
   // What others refer to is written before them: links before what hangs on them, fecs before
-  // routes.
+  // routes. The order is that of the change log, and so of what a reader hears of first.
   if (parts.links) views.add(std::make_unique<LinkView>(kernel.links));
   views.add(std::make_unique<ForwardingView>(kernel.forwarding));
   if (parts.addresses) {

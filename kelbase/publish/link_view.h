@@ -1,5 +1,8 @@
 #pragma once
 // Links as rows of Pondo::LinkTable: one row a name.
+//
+// A link is shown under the name that is its own by now: of two that claimed one name, the last.
+// The loser has no row until the kernel names it anew.
 
 #include "kelbase/model/links.h"
 #include "kelbase/publish/row_view.h"
@@ -21,6 +24,8 @@ class LinkView : public RowView<Pondo::LinkTable>, private Links::Observer {
 
  private:
   static Record recordOf(Link const& link) {
+    // A link that is down is not in operation, whatever else is told of it (RFC 2863, section
+    // 3.1.13).
     return {link.index, link.isUp, link.isUp && link.isRunning};
   }
   void forEachRow(Visit visit) const override {

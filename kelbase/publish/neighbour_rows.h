@@ -1,6 +1,9 @@
 #pragma once
 // The IPv4 neighbours that are resolved, on Ethernet, as rows of Pondo::Neighbour4Table: a part of
 // what NeighbourView shows, by the link's name.
+//
+// It is there for ipNetToMediaTable, which has IPv4 alone and, shows those whose address on the
+// link is known: what it could not show would cost every reader a look.
 
 #include <optional>
 
@@ -22,6 +25,7 @@ struct Neighbour4Row {
   static Neighbour::Key objectKey(Table::Key const& key) { return key.addr; }
   static std::optional<Table::Record> record(Neighbour::State const& state) {
     auto const octets = state.linkAddress.octets();
+    // A neighbour that is probed keeps its address meanwhile, and its row.
     if (!state.isResolved() || octets.size() != sizeof(Dovel::EthAddr::Octets)) return {};
     return Table::Record{Dovel::EthAddr::fromBytes(octets),
                          state.reach == Neighbour::Reach::permanent};

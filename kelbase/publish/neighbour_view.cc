@@ -14,6 +14,7 @@ Table::Key rowKey(std::int32_t link, Neighbour::Key const& key) {
 }
 
 Neighbour::Key objectKey(Table::Key const& key) {
+  // ipv6 and ipv6z alike: the zone of a link-local address is the key's link.
   if (key.type != Pondo::InetAddressType::ipv4) return Dovel::Ip6Addr(key.octets);
   Dovel::IpAddr::Octets octets;
   std::copy_n(key.octets.begin(), octets.size(), octets.begin());
@@ -43,6 +44,7 @@ Table::State rowState(Neighbour::Reach reach) {
 
 Table::Origin rowOrigin(Neighbour::State const& state) {
   if (state.reach != Neighbour::Reach::permanent) return Table::Origin::learned;
+  // local(5) and static(4) of ipNetToPhysicalType: both are permanent to the kernel.
   return state.isOwn ? Table::Origin::own : Table::Origin::configured;
 }
 
@@ -79,6 +81,7 @@ void NeighbourView::onObject(Neighbour const& neighbour) {
 }
 
 void NeighbourView::onGoneWithLink(std::int32_t link, Neighbour::Key const& key) {
+  // The link's name is no part of the key, so that nothing has marked it yet.
   mark(rowKey(link, key));
 }
 

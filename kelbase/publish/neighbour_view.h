@@ -1,6 +1,10 @@
 #pragma once
 // The neighbours of both versions of IP as rows of Pondo::NeighbourTable: one row each, by the
 // index of its link, whatever the link is called.
+//
+// By index and no name, because ipNetToPhysicalTable is indexed so (RFC 4293), and because a rename
+// then writes nothing. Unlike the rows of OnLinksView these hear of what goes with its link one by
+// one (onGoneWithLink).
 
 #include "kelbase/model/neighbour.h"
 #include "kelbase/publish/row_view.h"

@@ -78,6 +78,7 @@ std::string const& ipHeader() {
   return header;
 }
 
+// By name: a column that a kernel adds, between or behind (OutTransmits), moves no other.
 std::optional<std::string> ipLines(std::string_view text) {
   auto const names = words(takeLine(text));
   auto const numbers = words(takeLine(text));
@@ -90,6 +91,8 @@ std::optional<std::string> ipLines(std::string_view text) {
     auto const found = std::find(names.begin(), names.end(), column);
     auto const at = static_cast<std::size_t>(found - names.begin());
     lines += ' ';
+    // One that is absent has counted nothing that anybody knows of; the reader needs a number in
+    // its place.
     lines += found == names.end() ? "0" : numbers[at];
   }
   return lines += '\n';
@@ -109,6 +112,7 @@ NetSnmpFile::NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& r
   if (needed_) {
     renew();
   } else {
+    // Nobody keeps one any more: it would stand still, and look like counters.
     ::unlink(file_.c_str());
   }
 }
@@ -135,8 +139,10 @@ bool NetSnmpFile::wasDeleted() {
 
 void NetSnmpFile::renewNow() {
   auto const lines = ipLines(readStart(kernelFile_));
+  // The old file stays: its counters are true of a moment ago.
   if (!lines) throw std::system_error(ENOMSG, std::generic_category(), kernelFile_.native());
   write(*lines);
+  // From here on a file that is not there was deleted by somebody.
   isThere_ = true;
   if (!std::exchange(failing_, false)) return;
   Mav::log(Mav::Severity::notice, file_.native() + ": is kept again");

@@ -33,6 +33,7 @@ std::optional<std::string> ipLines(std::string_view text);
 
 class NetSnmpFile {
  public:
+  // Half of what the agent takes for fresh (SwFwdStats::freshness).
   static constexpr double interval = 0.25;  // seconds
   static constexpr double pause = 1.0;      // after a failure
 
@@ -41,7 +42,7 @@ class NetSnmpFile {
   NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& runDir,
               std::string const& group, std::filesystem::path kernelFile = "/proc/net/snmp");
 
-  /// The kernel's own layout is another.
+  /// The kernel's own layout is another. Found out once: a kernel does not change its layout.
   bool isNeeded() const { return needed_; }
 
  private:

@@ -28,7 +28,8 @@ class OnLinksView : public RowView<typename Row::Table>,
   using Key = typename Row::Table::Key;
   using Record = typename Row::Table::Record;
 
-  /// Both must outlive it.
+  /// Both must outlive it. It must live as long as they are filled: they have no way to drop an
+  /// observer.
   OnLinksView(Links& links, OnLinks<Object>& objects) : links_(links), objects_(objects) {
     links.observerIs(*this);
     objects.observerIs(*this);
@@ -37,6 +38,7 @@ class OnLinksView : public RowView<typename Row::Table>,
   std::string_view name() const override { return Row::name; }
   std::string summary() const override { return objects_.summary(); }
 
+  /// By name to index to object: while another link has the name, the rows are that one's.
   std::optional<Record> find(Key const& key) const override {
     auto const index = links_.linkIndex(key.link);
     if (!index) return std::nullopt;
@@ -57,6 +59,7 @@ class OnLinksView : public RowView<typename Row::Table>,
     });
   }
 
+  // All of the link's rows under that name, whether it has come or gone: find() tells which.
   void onLinkName(std::int32_t index, Dovel::IntfId const& name) override {
     objects_.forEachOf(index, [&](auto const& key, auto const&) { markRow(name, key); });
   }
@@ -68,6 +71,7 @@ class OnLinksView : public RowView<typename Row::Table>,
               Object::kind << " " << object.address() << " of " << *name << " changed");
   }
   void onObjectGone(Object const& object) override { onObject(object); }
+  /// Of an object gone with its link nothing is marked here: onLinkName() has come before.
   void markRow(Dovel::IntfId const& name, typename Object::Key const& key) {
     std::optional<Key> const rowKey = Row::key(name, key);
     if (rowKey) this->mark(*rowKey);

@@ -26,6 +26,8 @@ Publisher::Publisher(Mav::Activity& activity, Options const& options, TableViews
       activity_(activity),
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {
+  // The first sign of life comes with the first turn, long before there is anything to write:
+  // readers and operators see that somebody is at it.
   watchNotices();
   service_.timeMinIs(Mav::asap);
 }
@@ -34,6 +36,9 @@ void Publisher::publish() {
   if (!hooks_.isSettled()) return;  // it calls again
   try {
     write();
+    // Whatever fails here leaves the tables as after the last commit, and service() has it tried
+    // again within a second. Memory that runs out is not caught: it ends the process
+    // (endWithoutMemory()).
   } catch (Pondo::EnvironmentException const& error) {
     onWriteFailure(error.what());
     // A transaction writes anew what it touches: to take something away, too, takes room first.
@@ -52,13 +57,17 @@ void Publisher::onWriteFailure(char const* what) {
 
 void Publisher::write() {
   if (everything_) {
+    // The tables may be new ones; commitComplete() is an ordinary commit to those that are not.
     complete_ = false;
     writeAll();
   } else {
     views_.writeChanges(writer_);
   }
+  // From here on the views remember what is left to be written.
   everything_ = false;
   if (views_.hasMore()) {
+    // A part may be seen: what it refers to was written before it, and nothing has gone that is
+    // referred to.
     writer_.commit();
     // The loop turns between two slices: notifications are read, and signals heard.
     commit_.timeMinIs(Mav::asap);
@@ -79,6 +88,7 @@ void Publisher::write() {
 }
 
 bool Publisher::exact() const {
+  // An armed commit_ is a change that is not written yet.
   return hooks_.isWhole() && !everything_ && !views_.hasMore() && commit_.timeMin() == Mav::never;
 }
 
@@ -88,12 +98,16 @@ double Publisher::exactAge() const { return exact() ? 0.0 : Mav::now() - exactAt
 void Publisher::noteExact() {
   if (!hooks_.isWhole()) return;
   exactAt_ = Mav::now();
+  // Else the next second tells: a stream has a hundred commits in that time, and each sign of life
+  // rewrites a file.
   if (!toldExact_) tell();
 }
 
 void Publisher::tell() {
   // To have nothing to write is as good as to have written.
   if (exact()) exactAt_ = Mav::now();
+  // Infinite before the first time: readers then go by what the publisher before this one has told
+  // (PublisherLock).
   double const age = Mav::now() - exactAt_;
   toldExact_ = age <= Pondo::exactWithin;
   writer_.tell({age, trouble(), counters()});
@@ -136,6 +150,7 @@ void Publisher::onNotice() {
 }
 
 void Publisher::service() {
+  // First: whatever is thrown below, the next second comes.
   service_.timeMinIs(Mav::now() + serviceInterval);
   serveWriter();
   tell();
@@ -147,6 +162,7 @@ void Publisher::serveWriter() {
       everything_ = true;
       ++anew_;
     }
+    // Another has the run directory by now: two publishers would undo each other's work.
   } catch (Pondo::PublisherRunningException const& error) {
     return hooks_.lost(error.what());
   } catch (Pondo::EnvironmentException const& error) {

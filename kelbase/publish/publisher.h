@@ -56,7 +56,8 @@ class Publisher {
   /// not to be had. The views must outlive it.
   Publisher(Mav::Activity& activity, Options const& options, TableViews const& views, Hooks hooks);
 
-  /// The model has changed, or has settled: written in the next turn.
+  /// The model has changed, or has settled: written in the next turn. Many calls of one turn are
+  /// one commit.
   void onSettled() { commit_.timeMinIs(Mav::asap); }
 
   /// The tables have been equal to the model once.
@@ -92,6 +93,8 @@ class Publisher {
   Mav::Activity::Watch notice_;
 
   bool published_ = false;
+  // Set by whatever leaves that open: the start, new tables, a write that failed. Only writeAll()
+  // clears it.
   bool everything_ = true;  // the tables may differ from the model anywhere
   bool complete_ = false;   // they have been equal to the model since they were made
   bool shrinks_ = false;    // when all was last written, more was to go than to come

@@ -75,18 +75,24 @@ std::optional<Pondo::Fib::Route> RouteView<Ip>::find(Prefix const& prefix) const
 
 template <class Ip>
 void RouteView<Ip>::writeRest(Pondo::Writer& writer) {
-  // A row refers to a fec: none is written before its fec is.
+  // A row refers to a fec: none is written before its fec is. Nor is its type known: way() tells of
+  // sets that are written.
   if (fecs_.hasMore()) return;
   double const end = Mav::now() + sliceTime;
+  // One time for a write: 2^32 seconds of a machine's life are 136 years.
   changedAt_ = isFirstFill_ ? 0 : static_cast<std::uint32_t>(Mav::bootTime());
   writeChanged(writer, end);
   if (!changed_.empty()) return;
+  // From here on a change is one that was seen.
   isFirstFill_ = false;
+  // Behind the changes: a walk finds routes as the book has them by then.
   writeTurned(writer, end);
 }
 
 template <class Ip>
 void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
+  // Not from the front each time: prefixes there that change without rest would keep those behind
+  // them from ever being written.
   auto next = changed_.lower_bound(next_);
   while (!changed_.empty()) {
     if (next == changed_.end()) next = changed_.begin();
@@ -128,6 +134,8 @@ void RouteView<Ip>::writeOne(Pondo::Writer& writer, Prefix const& prefix, Search
   if (auto const route = own.served(prefix)) {
     put(writer, prefix, *route);
   } else {
+    // Also of a prefix that came and went between two writes: an erase of what is not there is
+    // nothing.
     writer.erase<Table>(prefix);
   }
 }
@@ -151,12 +159,15 @@ bool RouteView<Ip>::isRecordOf(std::string_view bytes, KernelRoute const& route)
 /// time.
 template <class Ip>
 Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
+  // First: markOwn() below marks.
   isCompared_ = true;
   changed_.clear();
   next_ = {};
   turned_.clear();
   turning_.clear();  // every route is compared now
   Pondo::Writer::SyncCounts counts;
+  // Both sides are in the order of prefixes (platform/pondo/tables/fib_codec.cc), so that a million
+  // are compared in one pass, without a search.
   Walk own(routes_);
   auto const markOwn = [&](std::size_t& count) {
     mark(own.prefix());
@@ -180,6 +191,7 @@ Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
     }
   });
   while (!own.ended()) markOwn(counts.added);
+  // Nothing was there: nothing changed, went or stayed.
   isFirstFill_ = counts.added == changed_.size() && counts.unchanged == 0;
   return counts;
 }

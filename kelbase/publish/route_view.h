@@ -31,7 +31,8 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
 
   static constexpr double sliceTime = 0.004;  // seconds
 
-  /// All must outlive it; the fecs are to be written before it.
+  /// All must outlive it; the fecs are to be written before it. It becomes the observer of the
+  /// routes.
   RouteView(Routes<Ip>& routes, NextHopSets const& sets, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
@@ -41,6 +42,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   bool hasMore() const override {
     return !changed_.empty() || !turned_.empty() || !turning_.empty();
   }
+  /// Counts the difference; hasMore() says whether any of it is to be written.
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
 
   /// What the table is to hold under `prefix`, but for its age; nothing: no record.
@@ -60,6 +62,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   void writeChanged(Pondo::Writer& writer, double end);
   void writeTurned(Pondo::Writer& writer, double end);
   void writeOne(Pondo::Writer& writer, Prefix const& prefix, Search& own) const;
+  /// Whatever the age: that of the table is the better one.
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
@@ -68,6 +71,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
+  // No copy of a route is kept here: a prefix is looked up in the book when it is written.
   absl::btree_set<Prefix> changed_;  // to be written
   Prefix next_;                      // of those, where the next write starts
   std::uint32_t changedAt_ = 0;      // of what is written now

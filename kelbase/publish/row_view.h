@@ -1,6 +1,9 @@
 #pragma once
 // A view of one table whose rows fit one turn. A derived view says what a row holds and which rows
 // there are, and marks those that may have changed; the writing is the same for all.
+//
+// For tables of thousands of rows: writeAll() gathers all of them beside the table, and marks are a
+// tree. Routes and fecs have views of their own, which write in slices (route_view.h, fec_view.h).
 
 #include <map>
 #include <optional>
@@ -22,6 +25,8 @@ class RowView : public TableView {
   /// when it is marked.
   virtual std::optional<Record> find(Key const& key) const = 0;
 
+  /// A row that is gone from the model, whatever took it away: a removal, a rename, a link without
+  /// a name.
   void writeRemovals(Pondo::Writer& writer) override {
     for (auto const& key : changed_) {
       if (!find(key)) writer.erase<Table>(key);
@@ -29,11 +34,14 @@ class RowView : public TableView {
   }
   void writeRest(Pondo::Writer& writer) override {
     for (auto const& key : changed_) {
+      // The writer finds out whether the record is another; a mark too many costs a look.
       if (auto const record = find(key)) writer.put<Table>(key, *record);
     }
+    // Only here, behind both steps: where one throws, all is compared anyway.
     changed_.clear();
   }
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override {
+    // In the order of the table, as Writer::sync() goes through both sides at once.
     std::map<Key, Record> wanted;
     forEachRow([&](Key const& key, Record const& record) { wanted.emplace(key, record); });
     auto const counts = writer.sync<Table>(wanted);
@@ -50,6 +58,7 @@ class RowView : public TableView {
   void mark(Key const& key) { changed_.insert(key); }
 
  private:
+  // In order: keys that ascend are written fastest (Writer).
   absl::btree_set<Key> changed_;
 };
 

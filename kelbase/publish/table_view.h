@@ -33,7 +33,8 @@ class TableView {
   /// Takes away what no record of any table refers to any more. Called when no view has more.
   virtual void writeUnused(Pondo::Writer& /*writer*/) {}
   /// Makes the table equal to the model, whatever it holds; a view that then has more has but found
-  /// the difference, and writes it as changes. The caller commits.
+  /// the difference, and writes it as changes. The caller commits. What a failed write has lost is
+  /// found here.
   virtual Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) = 0;
   /// For the operator: "3 links".
   virtual std::string summary() const = 0;

@@ -7,6 +7,9 @@
 //   writeUnused                             once there is no more
 //
 // Commits nothing; what a write throws leaves it to the caller to write all again. One thread.
+//
+// A view must have been written whole once before it is asked for changes: its first writeAll()
+// finds what an earlier publisher has left in the table.
 
 #include <memory>
 #include <string>
@@ -23,7 +26,8 @@ class TableViews {
  public:
   using Counts = Pondo::Writer::SyncCounts;
 
-  /// In the order in which readers are to hear of what comes.
+  /// In the order in which readers are to hear of what comes. What refers stands behind what it
+  /// refers to.
   void add(std::unique_ptr<TableView> view) { views_.push_back(std::move(view)); }
 
   /// Makes the tables equal to the model, and tells what of each differed.
@@ -33,6 +37,8 @@ class TableViews {
   }
   /// What hangs on a link goes before it, and comes after it.
   void writeChanges(Pondo::Writer& writer) const {
+    // All in one transaction, if it fits one; the order is for the change log, which readers take
+    // slice by slice.
     for (auto view = views_.rbegin(); view != views_.rend(); ++view) {
       (*view)->writeRemovals(writer);
     }
