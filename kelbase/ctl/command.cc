@@ -72,10 +72,12 @@ constexpr char const* loadExamples =
     "    --rundir /tmp/try load links.json routes.json\n"
     "  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -";
 
-// `help` is none of CLI11's: words.h makes an option of it.
+// `help` is none of CLI11's: words.h makes an option of it. In alphabetical order, in which a usage
+// error tells them.
 constexpr std::array<std::string_view, 5> commandNames{"check", "help", "load", "show", "status"};
 
-/// Says why a text asks for nothing.
+/// Says why a text asks for nothing. A question that is thrown away: what the words mean is asked
+/// again when the command runs.
 CLI::Validator asks(void (RouteQuestion::*take)(std::string_view)) {
   return {[take](std::string const& text) -> std::string {
             try {
@@ -206,6 +208,7 @@ class CommandLine {
 std::vector<std::string> parsed(std::vector<std::string> arguments) {
   std::vector<std::string_view> tables;
   for (TableView const& view : tableViews()) tables.push_back(view.name);
+  // Before CLI11 sees them: it takes the names of commands whole alone.
   arguments = inFull(std::move(arguments), commandNames, tables);
   std::ranges::reverse(arguments);  // CLI11 takes them from the back
   return arguments;

@@ -1,5 +1,8 @@
 #pragma once
 // The command line of kelbasectl.
+//
+// The one entry of the library: main() and the tests call it. It parses, chooses the command, and
+// turns every exception into a line and a number.
 
 #include <string>
 #include <vector>

@@ -1,6 +1,9 @@
 #pragma once
 // What kelbasectl sees of the world: streams, whether they are terminals, and the time of day. The
 // program gives the process's own; a test gives strings. One thread.
+//
+// Made once, in main() or by a test, and outlives the command that it is given to. Where `out`
+// cannot be written it throws std::system_error (FdOutput), which run() tells.
 
 #include <functional>
 #include <iosfwd>
@@ -14,6 +17,7 @@ struct Context {
   std::ostream& err;
   std::function<double()> epoch;  // seconds since 1970-01-01 UTC
   std::string version;
+  // Colours go to `out`, progress to `err`: each where somebody watches.
   bool outTerminal = false;
   bool errTerminal = false;
 };

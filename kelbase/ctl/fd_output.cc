@@ -30,6 +30,7 @@ FdBuffer::int_type FdBuffer::overflow(int_type c) {
   return traits_type::not_eof(c);
 }
 
+// Called by a flush. An error is thrown: -1 would only set badbit, and say nothing of why.
 int FdBuffer::sync() {
   drain();
   return 0;

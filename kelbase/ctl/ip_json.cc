@@ -90,6 +90,7 @@ class ElementBuilder {
   }
   bool end_object() { return close(); }
   bool start_array(std::size_t) {
+    // The outermost array is no element: it is told, and its objects come one by one.
     if (open_.empty() && !inArray_) {
       inArray_ = true;
       visitor_.onArray();
@@ -121,8 +122,10 @@ class ElementBuilder {
   }
 
   Node& add(Node::Type type, std::string text) {
+    // May move the siblings before it, which are complete: none of them is open.
     Node& node = open_.empty() ? root_ : open_.back()->children.emplace_back();
     node.type = type;
+    // Where the value ends, which for a scalar is its line and for an object the line of its brace.
     node.line = source_.line();
     node.name = std::exchange(name_, {});
     node.text = std::move(text);
@@ -149,6 +152,8 @@ class ElementBuilder {
   bool close() {
     open_.pop_back();
     if (open_.empty()) {
+      // With its children whole; they are freed when the call is over, so that a file of any length
+      // passes.
       visitor_.onObject(root_);
       root_ = {};
     }
@@ -167,6 +172,7 @@ class ElementBuilder {
 }  // namespace
 
 Node const* Node::member(std::string_view memberName) const {
+  // As JSON parsers commonly do (RFC 8259, section 4, leaves it open).
   auto const found = std::find_if(children.rbegin(), children.rend(),
                                   [&](Node const& child) { return child.name == memberName; });
   return found == children.rend() ? nullptr : &*found;
@@ -201,6 +207,8 @@ std::int64_t Fields::wholeNumber(std::string_view name, std::int64_t min, std::i
   Node const& node = required(name);
   std::int64_t value = 0;
   char const* const end = node.text.data() + node.text.size();
+  // A fraction, an exponent, or digits beyond 64 bits stop it short, or are an error: all are no
+  // whole number.
   auto const [stop, error] = std::from_chars(node.text.data(), end, value);
   if (node.type != Node::Type::number || error != std::errc{} || stop != end || value < min ||
       value > max) {

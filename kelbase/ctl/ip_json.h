@@ -4,6 +4,9 @@
 //
 // An object is a tree of nodes that know their line; Fields takes typed values from it and words
 // the errors: "FILE:LINE: FIELD: expected WHAT, got WHAT".
+//
+// The parser is stopped at the first thing that is not of this form. Fields and nodes are views of
+// one object, made for one call of the visitor; a value that is kept is copied out of them.
 
 #include <cstdint>
 #include <functional>
@@ -45,6 +48,7 @@ class Fields {
   /// Each of these raises LoadException where the member is missing or of another shape; `expected`
   /// is what its text asks for.
   std::string const& text(std::string_view name, std::string_view expected) const;
+  /// Within min and max.
   std::int64_t wholeNumber(std::string_view name, std::int64_t min, std::int64_t max) const;
   bool boolean(std::string_view name) const;
   std::vector<std::string_view> names(std::string_view name) const;

@@ -82,6 +82,7 @@ std::optional<Dovel::LinkAddr> linkAddrOf(std::string_view text) {
     std::uint8_t octet = 0;
     auto const [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), octet, 16);
     rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+    // An IPv6 address begins with such groups as well: it is tried when the groups come to no end.
     bool const isGroup = error == std::errc{} && (rest.empty() || rest.starts_with(':'));
     if (!isGroup) break;
     octets.push_back(octet);
@@ -107,6 +108,7 @@ std::optional<Neighbour::Reach> reachOf(Names const& states) {
       {"FAILED", Reach::failed},
       {"PERMANENT", Reach::permanent},
   }};
+  // NOARP and NONE are not among them: such a neighbour is as good as not there.
   for (auto const& [name, reach] : reaches) {
     if (has(states, name)) return reach;
   }
@@ -131,6 +133,7 @@ typename Ip::Destination destination(Fields const& fields) {
     // `ip` leaves out the length of a route to one host.
     typename Ip::Destination const result(
         text.find('/') == text.npos ? fmt::format("{}/{}", text, unsigned{Ip::Addr::bits}) : text);
+    // Of a prefix with host bits the message is the one below.
     if (result.subnet() == result.address()) return result;
   } catch (Mav::RangeException const&) {
   }
@@ -166,6 +169,7 @@ std::uint8_t tosOf(Fields const& fields) {
   if (!fields.has("tos")) return 0;
   std::string_view text = fields.text("tos", "a type of service");
   if (text.starts_with("0x")) text.remove_prefix(2);
+  // Any but 0: behind a route without one, as RouteBook chooses.
   std::uint8_t number = 1;
   std::from_chars(text.data(), text.data() + text.size(), number, 16);
   return number;
@@ -213,6 +217,7 @@ bool isDead(Fields const& fields) {
 template <class Ip>
 void addHop(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   auto const hop = readHop(fields, links);
+  // Of an object the flags are those of the moment, and the object says itself what it consists of.
   if (route.object == 0 && isDead(fields)) {
     route.deadLinks.push_back(hop.ifIndex);
   } else {
@@ -244,6 +249,7 @@ void readHops(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
 std::int32_t LinkNames::numberOf(Fields const& fields, std::string_view name) {
   auto const [known, isNew] = names_.try_emplace(linkName(fields, name));
   if (isNew) {
+    // From 1 on: 0 is no link.
     known->second = {static_cast<std::int32_t>(names_.size()), fields.place(name)};
   }
   return known->second.number;
@@ -364,6 +370,7 @@ ListedNexthop readNexthop(Fields const& fields, LinkNames& links) {
     for (Fields const& member : fields.objects("group")) {
       nexthop.members.push_back(objectId(member, "id"));
     }
+    // A group's own link and gateway are not printed, nor are a blackhole's.
   } else if (!nexthop.isBlackhole) {
     if (!hasHop(fields)) fields.fail("dev", "missing, and no gateway, group or blackhole either");
     nexthop.hop = readHop(fields, links);

@@ -2,6 +2,9 @@
 // The bytes of a stream, one at a time, with the number of the line that they stand on: a parser
 // that reads through the iterators can say where it is at any moment. Buffers 64 KiB. A stream that
 // goes bad throws std::system_error.
+//
+// Used by readIpJson() alone, through the parser of nlohmann, which wants iterators and tells no
+// lines. The stream must outlive it; nothing of it may be read beside.
 
 #include <array>
 #include <cstddef>
@@ -47,7 +50,9 @@ class LineSource {
       source_->take();
       return *this;
     }
+    // No copy of the old place: an input iterator of a stream has none to give.
     void operator++(int) { source_->take(); }
+    // All that a parser asks is whether it is at the end.
     friend bool operator==(Iterator const& a, Iterator const& b) { return a.atEnd() == b.atEnd(); }
 
    private:

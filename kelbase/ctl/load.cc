@@ -49,6 +49,7 @@ void refuseWhilePublished(std::filesystem::path const& runDir) {
 }
 
 void readFile(Context const& context, std::string const& file, LoadBatch& batch) {
+  // Read once, and never twice: "-" given again is an empty file, which is told.
   bool const standardInput = file == "-";
   std::string const name = standardInput ? "standard input" : file;
   std::ifstream stream;
@@ -83,6 +84,7 @@ Present readPresent(std::filesystem::path const& runDir) {
     Pondo::Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
     present.origin = snapshot.origin();
+    // Two records at most: one slice.
     snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax, [&](auto family, auto record) {
       auto const version = family == Pondo::Family::ipv4 ? IpVersion::v4 : IpVersion::v6;
       present.forwarding.push_back({version, record.routing});
@@ -117,6 +119,7 @@ void refuseKernelState(std::filesystem::path const& runDir, Present const& prese
 
 /// What the files do not tell stays as it is; links, since what is told may hang on them.
 void complete(Kernel& kernel, LoadBatch& batch, Present const& present) {
+  // The files may hang addresses and routes on links that they do not tell.
   if (!batch.parts().links) {
     for (Link const& link : present.links) kernel.links.is(link);
   }
@@ -153,6 +156,7 @@ void refreshFecs(Pondo::Writer& writer, Links const& links) {
 /// As Publisher does it, but all at one go.
 std::vector<Written> write(Pondo::Writer& writer, Kernel& kernel, KernelParts const& parts) {
   std::vector<Written> written;  // the two tables of addresses as one
+  // Where the files tell routes too, the views write the fecs anew; this is for links alone.
   if (parts.links) refreshFecs(writer, kernel.links);
   auto const views = makeTableViews(kernel, parts);
   views.writeAll(writer, [&](TableView const& view, SyncCounts const& counts) {
@@ -166,8 +170,10 @@ std::vector<Written> write(Pondo::Writer& writer, Kernel& kernel, KernelParts co
     sum.removed += counts.removed;
     sum.unchanged += counts.unchanged;
   });
+  // Slices again and again: nothing else wants a turn here.
   while (views.hasMore()) views.writeChanges(writer);
   views.writeUnused(writer);
+  // One commit, where it fits a batch: readers see the load whole.
   writer.commitComplete();
   return written;
 }

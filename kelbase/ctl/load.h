@@ -24,7 +24,8 @@ struct LoadOptions {
 };
 
 /// LoadException, Pondo::EnvironmentException; and Pondo::PublisherRunningException while a
-/// publisher keeps the run directory.
+/// publisher keeps the run directory. Prints what changed in each table. Whatever it throws, the
+/// tables are as they were, but for batches of a large load that were committed by then.
 int load(Context const& context, std::filesystem::path const& runDir, LoadOptions const& options);
 
 }  // namespace Kelbase::Ctl

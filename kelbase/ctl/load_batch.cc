@@ -40,6 +40,7 @@ class LoadBatch::FileVisitor : public IpJsonVisitor {
   void onArray() override { kind_ = nullptr; }
 
   void onObject(Node const& object) override {
+    // `ip` prints {} for an object that a filter of its own left out.
     if (object.children.empty()) return;
     Fields const fields(object, file_);
     if (!kind_) kind_ = &kindOf(fields, object.line);
@@ -79,6 +80,7 @@ void LoadBatch::read(std::istream& in, std::string_view file,
 Link LoadBatch::addLink(Fields const& fields) {
   Link const link = readLink(fields);
   parts_.links = true;
+  // One link may stand in two files, and has to be the same in both.
   auto const* known = kernel_.links.find(link.name);
   if (known && *known == link) return link;
   if (known) {
@@ -136,6 +138,8 @@ bool LoadBatch::takeNetconf(Fields const& fields) {
   auto const version = readFamily(fields);
   std::string const& interface = fields.text("interface", "the name of an interface");
   if (!version) return false;
+  // An interface of a version tells that the output is of that version; "all" has to be in it, too
+  // (checkForwarding).
   familyPlaces_.emplace(*version, fields.place("interface"));
   bool const forwards = fields.boolean("forwarding");
   if (interface != "all") return true;
@@ -152,6 +156,7 @@ bool LoadBatch::takeNeighbour(Fields const& fields) {
   parts_.neighbours = true;
   auto const neighbour = readNeighbour(fields, linkNames_);
   if (!neighbour) return true;
+  // `link` is a number of LinkNames here, until finish().
   auto const [told, isNew] = neighbours_.try_emplace({neighbour->link, neighbour->key}, *neighbour);
   if (!isNew && !(told->second.state == neighbour->state)) {
     fields.fail("dst", fmt::format("{} of \"{}\" was told otherwise before", neighbour->address(),
@@ -168,6 +173,7 @@ bool LoadBatch::takeRoute(Fields const& fields) {
 template <class Ip>
 bool LoadBatch::takeRoute(Fields const& fields, std::vector<Route<Ip>>& routes) {
   auto const told = readRoute<Ip>(fields, linkNames_);
+  // An output of other tables alone tells nothing of main: it must not empty the tables of routes.
   if (!told) return parts_.routes;
   parts_.routes = true;
   // A million routes have some hundred sets of next hops: each is kept once.
@@ -227,6 +233,7 @@ void LoadBatch::checkNexthops() const {
 }
 
 LoadBatch::Hops LoadBatch::resolved(Hops hops) const {
+  // Number 0, no link, stays 0 (LinkNames::indexes).
   for (NextHop& hop : hops) hop.ifIndex = indexes_[static_cast<std::size_t>(hop.ifIndex)];
   return hops;
 }
@@ -261,6 +268,7 @@ void LoadBatch::finish() {
     nexthop.told.hop = resolved({nexthop.told.hop}).front();
     kernel_.nexthops.is(nexthop.told);
   }
+  // Their memory goes with them: the model has what it needs.
   finishRoutes(std::exchange(routes4_, {}), kernel_.routes4);
   finishRoutes(std::exchange(routes6_, {}), kernel_.routes6);
 }

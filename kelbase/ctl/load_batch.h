@@ -9,6 +9,10 @@
 //
 // read() brings in what says all of itself. What names links or nexthop objects waits for finish():
 // another file may tell those.
+//
+// A file that is not good throws, and the model is then of no use: nothing of it is written. Routes
+// wait for finish() by value, some tens of octets each, since a later file may tell the nexthop
+// objects that they name.
 
 #include <cstdint>
 #include <functional>

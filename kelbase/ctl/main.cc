@@ -29,9 +29,12 @@ bool isTerminal(int fd) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Before anything is opened: a descriptor of 0 to 2 that is closed would be given to the tables,
+  // and the output be written into them.
   Pondo::openStandardDescriptors();
   // A broken pipe comes back as EPIPE, so that the tables are left in order.
   std::signal(SIGPIPE, SIG_IGN);
+  // std::cin is read in blocks then.
   std::ios_base::sync_with_stdio(false);
   Kelbase::Ctl::FdOutput out(STDOUT_FILENO);
   Kelbase::Ctl::Context const context{

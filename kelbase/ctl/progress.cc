@@ -19,6 +19,7 @@ Progress::Progress(std::ostream& err, bool terminal, std::string label, std::uin
 Progress::~Progress() {
   if (!drawn_) return;
   try {
+    // To the line's start, and the rest of it blank (ECMA-48, EL).
     err_ << "\r\033[K" << std::flush;
   } catch (std::exception const&) {
     // The terminal has gone; there is no line to wipe.

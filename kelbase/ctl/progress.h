@@ -2,6 +2,8 @@
 // A progress bar on one line of a terminal, for work that takes longer than showAfter; what is
 // quicker, or not watched by a terminal, shows nothing. The line is wiped when the work is over,
 // however it ends. Time is Mav::now(), read once per call of at(): call it per block, not per byte.
+//
+// It writes to `err`, so that `out` stays what a script reads.
 
 #include <cstdint>
 #include <iosfwd>

@@ -51,6 +51,7 @@ class RouteRows {
 
   template <class Prefix>
   void add(Prefix const& prefix, Route const& route) {
+    // The record of a refusal has its protocol's type beside; any other's type is it.
     auto const protocol = isRefusal(route.routeType) ? route.refusedType : route.routeType;
     rows_.push_back({prefix.stringValue(), typeText(route.routeType), typeText(protocol),
                      std::int64_t{route.metric.value()}, std::int64_t{route.preference.value()},
@@ -63,6 +64,8 @@ class RouteRows {
     auto const [known, added] = known_.try_emplace(fecId);
     // 0: of a route that refuses, or of which no next hop can be named.
     if (added && fecId.value() != 0) {
+      // One that is missing or malformed shows no next hops; the latter is counted
+      // (Reader::malformed).
       if (auto const fec = snapshot_.get<FecTable>(fecId)) known->second = hopsOf(*fec);
     }
     return known->second;
@@ -70,6 +73,7 @@ class RouteRows {
 
   Pondo::Snapshot const& snapshot_;
   std::vector<Row>& rows_;
+  // Routes share fecs, some hundred for a million of them: a slice meets few.
   absl::flat_hash_map<FecId, ShownHops> known_;
 };
 
@@ -104,6 +108,8 @@ std::optional<std::string> readWithin(Pondo::Snapshot const& snapshot,
                                      if (isWithin(prefix, whole)) routes.add(prefix, route);
                                    });
   if (!next) return next;
+  // The next slice would begin there: where that key is past all that is within, there is none to
+  // read.
   auto const key = Pondo::decodeKey<Table>(*next);
   if (key && !isWithin(*key, whole) && !mayFollow(*key, whole)) return std::nullopt;
   return next;
@@ -114,6 +120,7 @@ Dovel::Prefix prefixOf(Dovel::IpAddr const& address, unsigned length) {
 }
 
 Dovel::Ip6Prefix prefixOf(Dovel::Ip6Prefix const& host, unsigned length) {
+  // A shorter prefix may have left fe80::/10, and then has no zone.
   auto const address = host.address().masked(length);
   return {address, length, Dovel::Ip6Prefix::isZoned(address, length) ? host.zone() : 0};
 }
@@ -122,7 +129,8 @@ Dovel::Ip6Prefix prefixOf(Dovel::Ip6Prefix const& host, unsigned length) {
 template <class Table, class Host>
 void readTo(Pondo::Snapshot const& snapshot, Host const& host, unsigned bits,
             std::vector<Row>& rows) {
-  // At most 33 or 129 looks, at 1 µs each or so.
+  // At most 33 or 129 looks, at 1 µs each or so. From the longest on: the first that is there is
+  // the one that the kernel would take.
   for (unsigned shorter = 0; shorter <= bits; ++shorter) {
     auto const prefix = prefixOf(host, bits - shorter);
     if (auto const route = snapshot.get<Table>(prefix)) {

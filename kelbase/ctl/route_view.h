@@ -29,7 +29,8 @@ inline constexpr std::array<Column, 3> fecColumns{{
     {"NEXT HOPS", "nextHops"},
 }};
 
-/// What routes are to be shown: at most one of the four.
+/// What routes are to be shown: at most one of the four. The zone of a link-local address is an
+/// ifIndex behind '%', never a name: the tables may be another machine's.
 struct RouteQuestion {
   std::optional<Dovel::Prefix> within4;  // the route of this prefix and more specific ones
   std::optional<Dovel::Ip6Prefix> within6;
@@ -45,6 +46,7 @@ struct RouteQuestion {
   void toIs(std::string_view address);
 };
 
+/// As TableView::readSlice, here and below.
 std::optional<std::string> readRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
                                       std::vector<Row>& rows);
 std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string_view from,

@@ -12,7 +12,8 @@
 namespace Kelbase::Ctl {
 namespace {
 
-/// Never empty: a fec with a via of neither neighbour nor link is malformed (fib_codec.cc).
+/// Never empty: a fec with a via of neither neighbour nor link is malformed (fib_codec.cc). In
+/// iproute2's words, which an operator knows.
 std::string hopText(ShownHop const& hop) {
   std::string text;
   if (!hop.nextHop.empty()) text += " via " + hop.nextHop;
@@ -42,6 +43,7 @@ nlohmann::ordered_json hopsJson(ShownHops const& hops) {
   auto array = nlohmann::ordered_json::array();
   for (ShownHop const& hop : hops) {
     array.push_back({{"nextHop", hop.nextHop}, {"interface", hop.interface}});
+    // Only there, as most sets have none: a script that asks for it gets null.
     if (!hop.type.empty()) array.back()["type"] = hop.type;
   }
   return array;
@@ -81,6 +83,7 @@ class TextOutput : public RowOutput {
     for (auto const& line : lines) writeLine(line);
   }
 
+  // A table without rows shows its columns.
   void end() override { writeHeading(); }
 
  private:
@@ -89,6 +92,7 @@ class TextOutput : public RowOutput {
     for (std::size_t i = 0; i < row.size(); ++i) {
       line[i] = cellText(columns_[i], row[i]);
       widths_[i] = std::max(widths_[i], line[i].size());
+      // Told by the cells: before the first row a column's kind is not known.
       right_[i] = std::holds_alternative<std::int64_t>(row[i]);
     }
     return line;
@@ -109,6 +113,7 @@ class TextOutput : public RowOutput {
       line += right_[i] ? fmt::format("{:>{}}", texts[i], widths_[i])
                         : fmt::format("{:<{}}", texts[i], widths_[i]);
     }
+    // The last column is not padded, however wide it was made.
     line.erase(line.find_last_not_of(' ') + 1);
     out_ << line << '\n';
   }

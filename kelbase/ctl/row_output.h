@@ -1,6 +1,9 @@
 #pragma once
 // Writes rows as they come: as aligned text, or as a JSON array with one object a line. Neither
 // keeps rows: a table of any length can pass.
+//
+// Both write to the stream that they were made with, and throw what it throws. Rows are those of a
+// slice: the snapshot that they came from may have ended.
 
 #include <iosfwd>
 #include <memory>
@@ -14,6 +17,7 @@ namespace Kelbase::Ctl {
 class RowOutput {
  public:
   virtual ~RowOutput() = default;
+  /// May be called with none, and as often as there are slices.
   virtual void write(std::span<Row const> rows) = 0;
   /// To be called once, after the last row.
   virtual void end() = 0;

@@ -32,6 +32,7 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
   Pondo::Reader const reader(runDir);
   auto const output =
       json ? jsonOutput(context.out, view.columns) : textOutput(context.out, view.columns);
+  // A question that no route answers is an answer too: scripts see it by the exit code.
   bool shown = false;
   std::vector<Row> rows;
   std::optional<std::string> from = "";
@@ -45,6 +46,7 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
     output->write(rows);
   }
   output->end();
+  // Told last, and on the error stream: the rows stay what a script can read.
   if (reader.malformed() > 0) {
     context.err << "kelbasectl: " << view.name << ": " << reader.malformed()
                 << (reader.malformed() == 1 ? " record" : " records")

@@ -35,6 +35,7 @@ constexpr std::array<Column, 3> tableColumns{{
 Counts countTable(Pondo::Reader const& reader, TableView const& view) {
   Counts counts;
   std::optional<std::string> from = "";
+  // A snapshot for each slice: a million records take a while, and the publisher needs the pages.
   while (from) from = view.countSlice(reader.snapshot(), *from, counts);
   return counts;
 }
@@ -46,6 +47,7 @@ void readTables(Status& status) {
   for (TableView const& view : tableViews()) {
     status.tables.push_back({view.name, countTable(reader, view)});
   }
+  // It is shown as no table of its own (TableView), and counted for `check` alone.
   status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
   // Set when all has been read: without it nothing of the tables is shown.
   status.generation = generation;
@@ -59,6 +61,7 @@ std::string timeText(double epoch) {
   return fmt::format("{:%Y-%m-%d %H:%M:%S %z}", local);
 }
 
+// A clock that was set back meanwhile makes nothing younger than new.
 double age(double now, double then) { return std::max(0.0, now - then); }
 
 std::string livenessText(Keeping keeping) {
@@ -84,6 +87,7 @@ std::string stateText(Pondo::PublisherInfo const& publisher, double now) {
 }
 
 std::string coloured(Context const& context, bool good, std::string const& text) {
+  // Whoever sets it, to anything, wants none (no-color.org).
   if (!context.outTerminal || std::getenv("NO_COLOR") != nullptr) return text;
   return fmt::format("\033[{}m{}\033[0m", good ? 32 : 31, text);
 }
@@ -107,6 +111,7 @@ void printPublisher(Context const& context, Status const& status) {
                              publisher.version, publisher.pid,
                              coloured(context, good, livenessText(keeping)),
                              coloured(context, good, stateText(publisher, now)));
+  // A publisher that has never been exact tells 0.
   if (publisher.exactAt.value_or(0) > 0)
     printTime(context.out, "last exact", *publisher.exactAt, now);
   printTime(context.out, "last seen", publisher.seenAt, now);
@@ -204,6 +209,7 @@ void printJson(Context const& context, Status const& status) {
   nlohmann::ordered_json json;
   json["runDir"] = status.runDir.string();
   json["runDirPresent"] = status.runDirPresent;
+  // Every member is there in every case: a script can tell null from a misspelt name.
   json["publisher"] = nullptr;
   if (status.publisher) json["publisher"] = publisherJson(*status.publisher, context.epoch());
   json["schema"] = nullptr;
@@ -238,6 +244,7 @@ Status readStatus(std::filesystem::path const& runDir) {
   } else if (!status.runDirPresent) {
     status.runDirNote = " (absent)";
   }
+  // Before what may throw: readers live on where the tables cannot be read.
   status.readers = Pondo::readerReports(runDir);
   try {
     status.publisher = Pondo::publisherInfo(runDir);
@@ -245,6 +252,7 @@ Status readStatus(std::filesystem::path const& runDir) {
     readTables(status);
   } catch (Mav::Exception const& e) {
     status.error = e.what();
+    // A part of the tables would be taken for all of them.
     status.tables.clear();
   }
   return status;
@@ -252,6 +260,7 @@ Status readStatus(std::filesystem::path const& runDir) {
 
 int status(Context const& context, std::filesystem::path const& runDir, bool json) {
   Status const status = readStatus(runDir);
+  // Printed whatever was read: what is known of the publisher helps most where the tables fail.
   (json ? printJson : printText)(context, status);
   if (!status.error.empty()) {
     context.err << "kelbasectl: " << status.error << '\n';

@@ -1,6 +1,9 @@
 #pragma once
 // `kelbasectl status`: is there a run directory, does a publisher keep it exact, how old is the
 // state, what do the tables hold, and what has the publisher counted.
+//
+// `kelbasectl check` judges by the same Status. Each part is there as far as it could be read: what
+// is missing leaves its field empty, and `error` says why.
 
 #include <cstdint>
 #include <filesystem>
@@ -34,6 +37,7 @@ struct Status {
   Pondo::ReaderReports readers;
   std::string error;  // why something could not be read; else empty
 
+  /// `now`: seconds since 1970, as all times that PublisherInfo tells.
   bool kept(double now) const {
     return publisher && publisher->keeping(now) == Pondo::Keeping::exact;
   }

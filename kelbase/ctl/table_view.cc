@@ -13,6 +13,7 @@
 namespace Kelbase::Ctl {
 namespace {
 
+// A column and how its cell is made, side by side: the tables below read as an operator sees them.
 template <class Table>
 struct Field {
   Column column;
@@ -128,6 +129,7 @@ constexpr std::array<Field<Neighbour>, 5> neighbourFields{{
      [](auto const&, auto const& record) -> Cell { return stateText(record.state); }},
 }};
 
+// Whoever prints wants columns alone, in an array that outlives the output.
 template <class Table, std::size_t size>
 constexpr auto columnsOf(std::array<Field<Table>, size> const& fields) {
   std::array<Column, size> columns{};
@@ -156,6 +158,7 @@ std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::stri
   return snapshot.scanBytes(
       Table::id, from, Pondo::sliceMax, [&](std::string_view key, std::string_view record) {
         ++counts.records;
+        // Looked at here: scanBytes() hands records out unread, and counts none.
         if (!Pondo::decodeKey<Table>(key) || !Pondo::decodeRecord<Table>(record)) {
           ++counts.malformed;
         }
@@ -195,6 +198,7 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
   });
   for (auto row = first; row < rows.size(); ++row) {
     Cell& link = rows[row].front();
+    // Empty where the link has no name now: the neighbour was heard of before it.
     link = names[std::get<std::int64_t>(link)];
   }
   return next;
@@ -206,6 +210,7 @@ constexpr TableView view(std::string_view name, std::span<Column const> columns,
   return {name, help, columns, &readSlice<Table, fields>, &countSlice<Table>};
 }
 
+// In alphabetical order, in which they are told.
 constexpr std::array views{
     TableView{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
               &readAddresses, &countAddresses},

@@ -33,6 +33,7 @@ struct FecNumber {
   std::uint64_t value = 0;
 };
 
+/// What a record has, before it is told as text or as JSON: the output decides how (row_output.h).
 using Cell = std::variant<bool, std::int64_t, std::string, ShownHops, FecNumber>;
 using Row = std::vector<Cell>;
 
@@ -49,8 +50,11 @@ struct Counts {
   std::size_t malformed = 0;  // of these, not well-formed
 };
 
+/// One table of an operator's; of the shared ones it may be two. Constants all: a view has no
+/// state.
 struct TableView {
   std::string_view name;
+  // For `show` without a table, and for usage errors.
   std::string_view help;
   std::span<Column const> columns;
   /// Appends the slice's rows. Returns the key (bytes) to go on from, or nothing at the end.
@@ -61,7 +65,8 @@ struct TableView {
                                            Counts& counts);
 };
 
-/// A slice of two tables that are shown as one: `from` has the table's number before the key.
+/// A slice of two tables that are shown as one: `from` has the table's number before the key. A
+/// slice never spans both: the end of the first is the beginning of the second.
 template <class First, class Second>
 std::optional<std::string> sliceOfTwo(std::string_view from, First const& first,
                                       Second const& second) {

@@ -16,6 +16,7 @@ Arguments::iterator nextWord(Arguments& arguments, Arguments::iterator from) {
   constexpr std::string_view withValue[] = {"--rundir", "--to", "--within", "--agent",
                                             "--community"};
   for (auto at = from; at != arguments.end(); ++at) {
+    // "-" alone is the standard input, a word of `load`.
     if (!at->starts_with('-') || *at == "-") return at;
     if (std::ranges::find(withValue, *at) != std::end(withValue) && ++at == arguments.end()) break;
   }
@@ -28,10 +29,12 @@ std::string_view wordMeant(std::string_view what, std::string_view given,
                            std::span<std::string_view const> known) {
   std::vector<std::string_view> meant;
   for (auto const word : known) {
+    // One that is whole is meant, though another begins with it.
     if (word == given) return word;
     if (word.starts_with(given)) meant.push_back(word);
   }
   if (meant.size() == 1) return meant.front();
+  // An empty word begins every other: it abbreviates none.
   if (meant.empty() || given.empty()) {
     throw UsageException(
         fmt::format("no such {}: '{}'; there are {}", what, given, fmt::join(known, ", ")));
@@ -47,6 +50,7 @@ Arguments inFull(Arguments arguments, std::span<std::string_view const> commands
   auto const word = nextWord(arguments, command + 1);
   if (*command == "show" && word != arguments.end()) *word = wordMeant("table", *word, tables);
   if (*command != "help") return arguments;
+  // What else stands in the line is given up: help tells the same whatever it says.
   if (word == arguments.end()) return {"--help"};
   return {std::string(wordMeant("command", *word, commands)), "--help"};
 }

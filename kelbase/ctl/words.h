@@ -1,6 +1,9 @@
 #pragma once
 // The words of a command line as people type them: whole, or abbreviated as long as one word alone
 // begins so ("stat", "show rou"). What is meant by none or by several is told by its name.
+//
+// Run before the command line is parsed, on its words alone: options and what they take are left as
+// they are.
 
 #include <span>
 #include <string>

@@ -2,7 +2,7 @@
 // The IPv4 neighbours that are resolved, on Ethernet, as rows of Pondo::Neighbour4Table: a part of
 // what NeighbourView shows, by the link's name.
 //
-// It is there for ipNetToMediaTable, which has IPv4 alone and, shows those whose address on the
+// It is there for ipNetToMediaTable, which has IPv4 alone and shows those whose address on the
 // link is known: what it could not show would cost every reader a look.
 
 #include <optional>

@@ -25,11 +25,14 @@ std::string_view publishedTableOf(ServedObject const& object) {
   return found == all.end() ? std::string_view{} : found->by;
 }
 
+// As handlers/unit_registration.h has it. net-snmp's own modules register with its default, 127;
+// the lower number answers.
 constexpr int ourPriority = 64;
 constexpr std::string_view sysUpTime = "1.3.6.1.2.1.1.3";
 // Who has registered what, by context, OID and priority (NET-SNMP-AGENT-MIB, nsModuleName).
 constexpr std::string_view moduleNames = "1.3.6.1.4.1.8072.1.2.1.1.4";
 
+// A dot behind the root, or ".1.20" would be below ".1.2".
 bool isBelow(std::string_view oid, std::string_view root) {
   return oid.starts_with(root) && (oid.size() == root.size() || oid[root.size()] == '.');
 }
@@ -47,6 +50,8 @@ std::optional<Registration> registrationOf(std::string_view line) {
   constexpr std::string_view equals = " = STRING: ";
   auto const middle = line.find(equals);
   if (!line.starts_with('.') || middle == line.npos) return std::nullopt;
+  // The index of nsModuleTable: a context and an OID with their lengths before them, and a priority
+  // (RFC 2578, section 7.7).
   auto index = line.substr(1, middle - 1);
   if (!isBelow(index, moduleNames) || index.size() == moduleNames.size()) return std::nullopt;
   index.remove_prefix(moduleNames.size() + 1);
@@ -77,6 +82,7 @@ class Asker {
     said = ask("snmpgetnext", oid).value_or("");
     if (said.ends_with('\n')) said.pop_back();
     std::ranges::replace(said, '\n', ' ');
+    // With -On an answer begins with its OID; all else is an error of the tool's, in its own words.
     if (!said.starts_with('.')) return std::nullopt;
     // "No more variables left in this MIB View", told of the object that was asked for.
     if (said.find(" = No ") != std::string::npos) return false;
@@ -130,6 +136,8 @@ Finding objectFinding(Asker const& asker, ServedObject const& object, Status con
   std::string said;
   auto const answered = asker.answers(object.oid, said);
   if (!answered) return {Verdict::bad, name, said, "snmpd's log tells why"};
+  // Before the answer counts: without the module the daemon's own answers for many of these
+  // objects.
   auto const registered = isRegistered(object, registrations);
   if (registered == false) {
     return {
@@ -138,6 +146,7 @@ Finding objectFinding(Asker const& asker, ServedObject const& object, Status con
         loadRemedy};
   }
   if (*answered) return {Verdict::good, name, "answered", {}};
+  // Asked last: a table that answers is good, whatever was counted a moment ago.
   if (!hasRows(object, status)) return {Verdict::good, name, "no rows, as published", {}};
   if (registered) return {Verdict::bad, name, "not answered: a view hides it", showRemedy(object)};
   return {Verdict::bad, name, "not answered: a view hides it, or the module is not there",

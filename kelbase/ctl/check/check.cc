@@ -13,6 +13,7 @@
 namespace Kelbase::Ctl {
 namespace {
 
+// Words and no colours: it is read in logs and mails as well.
 std::string_view word(Verdict verdict) {
   if (verdict == Verdict::good) return "ok";
   return verdict == Verdict::bad ? "WRONG" : "?";
@@ -47,8 +48,11 @@ void append(Findings& all, Findings more) { std::ranges::move(more, std::back_in
 
 int check(Context const& context, std::filesystem::path const& runDir,
           CheckOptions const& options) {
+  // Read once: the findings are of one moment, as near as looks one after the other can be.
   Status const status = readStatus(runDir);
   Findings findings = publisherFindings(status, context.epoch());
+  // In the order of the road from the kernel to a manager: the first that is wrong is mostly why
+  // those behind it are.
   append(findings, readerFindings(status, context.version));
   append(findings, processFindings(snmpProcesses(), runDir));
   append(findings, answerFindings({options.agent, options.community}, status, outputOf));

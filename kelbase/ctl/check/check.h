@@ -20,10 +20,11 @@ struct CheckOptions {
   bool json = false;
 };
 
-/// Prints what it found. exitOk when nothing is wrong, else exitError.
+/// Prints what it found. exitOk when nothing is wrong, else exitError. What cannot be looked at is
+/// no fault. Never throws for what it finds.
 int check(Context const& context, std::filesystem::path const& runDir, CheckOptions const& options);
 
-/// Of the publisher and its tables.
+/// Of the publisher and its tables. `now`: seconds since 1970.
 Findings publisherFindings(Status const& status, double now);
 /// Of the modules that have told of themselves; `version` is what they are to be of.
 Findings readerFindings(Status const& status, std::string_view version);

@@ -1,6 +1,9 @@
 #pragma once
 // What `kelbasectl check` has found out about one thing. Plain values: each look makes some, and
 // check.h prints them all.
+//
+// A script goes by the verdict; the texts are for people, and name processes and paths as they are
+// found.
 
 #include <string>
 #include <vector>

@@ -34,6 +34,7 @@ Finding publisherFinding(Status const& status, double now) {
       finding.found = fmt::format("{}, stands still; the state is {} old", told, age);
       finding.remedy = fmt::format("kill -CONT {}; or systemctl restart kelbased", publisher.pid);
       return finding;
+    // Not bad yet: large tables take some seconds to fill.
     case Pondo::Keeping::starting:
       return {Verdict::unknown, "publisher", told + ", has just been started", "wait a moment"};
     case Pondo::Keeping::behind:
@@ -102,6 +103,7 @@ Findings publisherFindings(Status const& status, double now) {
   Findings findings{publisherFinding(status, now)};
   if (!status.publisherKnown || !status.publisher) return findings;
   findings.push_back(tablesFinding(status));
+  // Of one that stands still or has gone the counters are old, and another fault comes first.
   if (status.kept(now)) findings.push_back(bufferFinding(status.publisher->counters));
   return findings;
 }

@@ -57,6 +57,7 @@ void readModule(fs::path const& directory, SnmpProcess& process) {
   }
 }
 
+// Not known is not elsewhere: to another user than root the link of a foreign process is closed.
 bool isElsewhere(fs::path const& directory) {
   std::error_code hidden;
   auto const its = fs::read_symlink(directory / "ns/net", hidden);
@@ -66,6 +67,7 @@ bool isElsewhere(fs::path const& directory) {
 /// As the kernel judges: of owner, group and others the first that applies counts alone
 /// (path_resolution(7)). Access control lists are not looked at.
 bool mayUse(SnmpProcess const& process, struct stat const& status) {
+  // Unless its capabilities were taken away (CAP_DAC_OVERRIDE), which is not looked at.
   if (process.user == 0) return true;
   if (process.user == status.st_uid) return (status.st_mode & S_IXUSR) != 0;
   if (std::ranges::find(process.groups, status.st_gid) != process.groups.end()) {
@@ -112,6 +114,7 @@ std::vector<SnmpProcess> snmpProcesses() {
     std::from_chars(number.data(), number.data() + number.size(), process.pid);
     // What is no number is no process.
     if (process.pid == 0) continue;
+    // By its name, which any process can have: nothing but advice hangs on it.
     process.name = firstLine(entry.path() / "comm");
     if (process.name != "snmpd" && process.name != "ovosnmpd") continue;
     // A daemon in another network namespace serves the state of that one.
@@ -125,6 +128,7 @@ std::vector<SnmpProcess> snmpProcesses() {
 
 std::optional<fs::path> unreachable(SnmpProcess const& process, fs::path const& path) {
   fs::path way;
+  // Each directory on the way has to let the process pass; which one does not is what to mend.
   for (auto const& part : fs::absolute(path).lexically_normal()) {
     way /= part;
     struct stat status {};

@@ -1,6 +1,9 @@
 #pragma once
 // The SNMP daemons of this machine, as /proc shows them: who they run as, whether they can reach
 // the run directory, and whether they have loaded the module.
+//
+// Nothing is asked of the processes. A field that /proc does not show to this user stays empty:
+// what hangs on it alone is found `unknown`.
 
 #include <cstdint>
 #include <filesystem>
@@ -23,13 +26,15 @@ struct SnmpProcess {
   bool stale = false;          // what it has loaded has been replaced on disk since
 };
 
-/// Those of this network namespace, as far as that can be seen.
+/// Those of this network namespace, as far as that can be seen. A process that ends meanwhile may
+/// be among them with half of its fields.
 std::vector<SnmpProcess> snmpProcesses();
 
 /// The first directory on the way to `path` (or `path` itself) that the process cannot use.
 std::optional<std::filesystem::path> unreachable(SnmpProcess const& process,
                                                  std::filesystem::path const& path);
 
+/// Two of each daemon: the module, and its way to the run directory.
 Findings processFindings(std::vector<SnmpProcess> const& processes,
                          std::filesystem::path const& runDir);
 

@@ -26,6 +26,7 @@ pid_t start(std::vector<std::string> const& command, int out) {
   ::posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
   ::posix_spawn_file_actions_adddup2(&actions, out, STDERR_FILENO);
   pid_t pid = 0;
+  // No shell between: a community with a quote or a semicolon in it stays one word.
   int const error =
       ::posix_spawnp(&pid, arguments.front(), &actions, nullptr, arguments.data(), environ);
   ::posix_spawn_file_actions_destroy(&actions);
@@ -35,6 +36,7 @@ pid_t start(std::vector<std::string> const& command, int out) {
 }  // namespace
 
 std::optional<std::string> outputOf(std::vector<std::string> const& command) {
+  // Of this process as well, which reads none.
   ::setenv("MIBS", "", 1);
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
@@ -50,6 +52,7 @@ std::optional<std::string> outputOf(std::vector<std::string> const& command) {
   }
   ::close(ends[0]);
   if (pid == 0) return std::nullopt;
+  // Its exit status is not asked for: what it printed tells more.
   ::waitpid(pid, nullptr, 0);
   return text;
 }
