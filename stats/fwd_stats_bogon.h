@@ -2,6 +2,9 @@
 // The type of a second set of software-forwarding counters, by IP version: those of packets with
 // addresses that must not be routed. The kernel does not count these apart, so that nothing makes
 // one; the type stands for what publishes such counters.
+//
+// What publishes such counters would fill it and mount it; there is no reader or table here that
+// asks for it. On the agent's thread, as every entity.
 
 #include "platform/mav/announced_map.h"
 #include "stats/sw_fwd_stats.h"

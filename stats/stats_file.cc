@@ -20,6 +20,7 @@ struct PathChoice {
   std::optional<std::string> chosen{};
 };
 
+// In the order of StatsFile. A local static: no code runs when the module is loaded.
 std::array<PathChoice, 3>& pathChoices() {
   static std::array<PathChoice, 3> choices{{{"PROC_NET_SNMP", "/proc/net/snmp"},
                                             {"PROC_NET_NETSTAT", "/proc/net/netstat"},
@@ -63,6 +64,8 @@ std::string const& statsPath(StatsFile file) {
   PathChoice& choice = pathChoices().at(static_cast<std::size_t>(file));
   if (!choice.chosen) {
     char const* const set = std::getenv(choice.variable);
+    // Kept, not asked for each time: a row must not change its source under a manager that counts
+    // differences.
     choice.chosen = set ? set : choice.otherwise;
   }
   return *choice.chosen;
@@ -73,9 +76,11 @@ void forgetStatsPaths() {
 }
 
 bool readStatsFile(std::string const& path, std::string& text) {
+  // More than any of the three has: the first read takes it whole, the second finds its end.
   constexpr std::size_t usualSize = 16U << 10U;
   text.clear();
   OpenFile const file(path.c_str());
+  // Of the open file, not of the path: what is there may have been replaced in between.
   if (!file.isRegular()) return false;
 
   // A file of /proc has no size that could be asked for: it is read until it ends.

@@ -3,6 +3,9 @@
 //
 // Each path is chosen once a process, when it is first asked for: the value of its environment
 // variable if that is set (empty counts as set), else the default. One thread.
+//
+// A path of one's own is for kernels whose file has another layout (plugin/plugin.cc leads the
+// reader to what the publisher keeps), and for tests.
 
 #include <cstddef>
 #include <string>
@@ -15,6 +18,7 @@ enum class StatsFile {
   snmp6,    // "PROC_NET_SNMP6", "/proc/net/snmp6"
 };
 
+/// Good for the life of the process, or until forgetStatsPaths().
 std::string const& statsPath(StatsFile file);
 
 /// For tests: the next statsPath() looks at the environment again.

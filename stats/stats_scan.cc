@@ -14,6 +14,7 @@ namespace Ip {
 
 namespace {
 
+// Bounds, so that a file without line ends or spaces is not looked through for one.
 constexpr int headerMax = 1024;
 constexpr int leadingWordMax = 100;
 constexpr int lineMax = 4096;
@@ -69,6 +70,7 @@ void readColumns(std::istream& in, std::span<FieldMutator const> columns, SwFwdS
 bool findIpExtValues(std::istream& in) {
   Word<sectionNameMax> section;
   for (bool headerSeen = false; in.good(); in.ignore(lineMax, '\n')) {
+    // Nine characters tell the name from any longer one.
     if (section.read(in) != "IpExt:") continue;
     // Two lines begin with it: the names, and then the values.
     if (std::exchange(headerSeen, true)) return true;
@@ -102,6 +104,7 @@ std::size_t scanSnmp(std::string text, SwFwdStatsData& data) {
   auto const headerLength = static_cast<std::size_t>(in.gcount());
   // Columns are known by their places. A kernel whose header is another has other columns there.
   if (headerLength != snmpHeaderLength) return headerLength;
+  // The tag, Forwarding and DefaultTTL: they are no counters.
   for (int leading = 0; leading < 3; ++leading) in.ignore(leadingWordMax, ' ');
   readColumns(in, snmpColumns, data);
   return headerLength;
@@ -115,9 +118,12 @@ void scanNetstat(std::string text, SwFwdStatsData& data) {
 void scanSnmp6(std::string text, SwFwdStatsData& data) {
   std::istringstream in(std::move(text));
   Word<statNameMax> name;
+  // Ends where the stream has failed, too: peek() then gives eof.
   while (in.peek() != std::istream::traits_type::eof()) {
+    // Names are padded with spaces to a column; the word ends at the first.
     std::string_view const stat = name.read(in);
     std::uint64_t const value = number(in);
+    // The newline. The value stood behind spaces, which the number's reading has skipped.
     in.ignore(1);
     setStat(stat, value, data);
   }

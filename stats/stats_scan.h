@@ -6,6 +6,9 @@
 // has ended.
 //
 // One thread. A scan takes the text over and makes no copy of it.
+//
+// Called by SwFwdStats, with a copy of its last snapshot: what a file does not tell stays as it
+// was.
 
 #include <cstddef>
 #include <string>

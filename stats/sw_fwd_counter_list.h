@@ -1,6 +1,9 @@
 #pragma once
 // The IP counters of the kernel's own forwarding, as two tables; names are those of the IP-MIB
 // (RFC 4293, ipSystemStatsTable). What has one shape a counter is generated from them.
+//
+// Included where one of the two is expanded: a field that is added here has its accessors, its
+// attribute and its reader and, with a name in the second, its counter.
 
 /// The fields, separated by commas, in the order of the value's attributes.
 #define IP_SW_FWD_FIELDS                                                                       \

@@ -24,6 +24,7 @@ bool readIpv4(SwFwdStatsData& data) {
   auto snmp = readText(StatsFile::snmp);
   if (!snmp) return false;
   std::size_t const headerLength = scanSnmp(*std::move(snmp), data);
+  // Told each time that a manager asks: lines that repeat are thinned (Mav::LineThinner).
   if (headerLength != snmpHeaderLength) {
     MAV_TRACE_AS(statsTrace(), 0, "doRead", "Header is " << headerLength);
     return false;
@@ -70,6 +71,8 @@ void SwFwdStats::lastUpdateIs(double time) {
 
 std::uint64_t SwFwdStats::inForwDatagrams() const {
   SwFwdStatsData const& data = fresh();
+  // By the same Case diagram as below: where a route is sought, the datagram is forwarded or
+  // counted for want of one.
   return data.forwDatagrams() + data.inNoRoutes();
 }
 
@@ -87,6 +90,7 @@ std::uint64_t SwFwdStats::outTransmits() const {
 }
 
 void SwFwdStats::doFreshen() const {
+  // Before the first read lastUpdate_ is 0, long ago by the machine's own clock.
   if (Mav::now() - lastUpdate_ > freshness) doRead();
 }
 

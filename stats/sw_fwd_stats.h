@@ -47,6 +47,7 @@ class SwFwdStats : public Mav::Entity {
 
   /// The snapshot as it is, not freshened.
   SwFwdStatsData const& data() const { return data_; }
+  /// Notifiees hear where a counter differs.
   void dataIs(SwFwdStatsData const& data);
 
   /// Mav::now() of the last successful read; 0.0 before the first.
@@ -68,7 +69,8 @@ class SwFwdStats : public Mav::Entity {
   /// sum may fall below zero: it is modulo 2^64.
   std::uint64_t outTransmits() const;
 
-  /// doRead(), if the snapshot is older than `freshness`.
+  /// doRead(), if the snapshot is older than `freshness`. Costs a comparison where it is fresh: a
+  /// manager that asks for every column of a row reads once.
   void doFreshen() const;
   /// Reads the files of this version into a new snapshot. Of an unknown version there are none.
   void doRead() const;
@@ -87,6 +89,7 @@ class SwFwdStats : public Mav::Entity {
 
   SwFwdStatsData data_;
   double lastUpdate_ = 0.0;
+  // A read is being told to notifiees: none may begin another.
   bool committing_ = false;
 };
 

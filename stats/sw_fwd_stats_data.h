@@ -4,6 +4,9 @@
 //
 // The fields are those of IP_SW_FWD_FIELDS. Each has an accessor and a mutator, inReceives() and
 // inReceivesIs(value), with which a reader fills its working copy.
+//
+// A value of some 200 octets, copied as it stands. What reads a file works on a copy, so that a
+// read that fails half-way leaves no half of a snapshot.
 
 #include <cstdint>
 #include <tuple>

@@ -40,6 +40,7 @@ class Daemon {
                fmt::format("publishing in {}: {}", runDir_.native(), publisher_.summary()));
     }
     told_ = true;
+    // With each commit: the notifier sends it once a second at most, and only where it is another.
     notifier_.statusIs(publisher_.summary());
   }
 
@@ -51,6 +52,8 @@ class Daemon {
   }
 
   void onSignal(int signal) {
+    // The turn ends first. What it has not committed is lost, and the next publisher finds the
+    // difference.
     Mav::log(Mav::Severity::info, fmt::format("ending on signal {}; what was published in {} stays",
                                               signal, runDir_.native()));
     activity_.stop();
@@ -72,11 +75,15 @@ class Daemon {
 }  // namespace
 
 int runDaemon(DaemonOptions const& options) try {
+  // Before anything that may log.
   logToStderr();
   endWithoutMemory();
+  // Dumps, commits and single changes (trace.h); MAV_TRACE switches on the rest.
   for (int level = 1; options.verbose && level <= 2; ++level) traceHandle().enabledIs(level, true);
   Daemon daemon(options);
   return daemon.run();
+  // A run directory that is not to be had, or a kernel that refuses its sockets, ends a start: the
+  // line says what to do, and the service manager tries again.
 } catch (std::exception const& error) {
   Mav::log(Mav::Severity::error, error.what());
   return 1;

@@ -2,6 +2,9 @@
 // kelbased: the publisher as a process in the foreground, with its signals, log and service
 // manager. Ends on SIGTERM or SIGINT at the end of the turn (milliseconds); what it published
 // stays for the readers and for its successor.
+//
+// main() calls it once, with the options that it has parsed. The process must have one thread by
+// then, since signals are blocked for it alone (SignalWatch).
 
 #include "kelbase/daemon/daemon_options.h"
 

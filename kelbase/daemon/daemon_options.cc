@@ -26,6 +26,7 @@ constexpr char const* footer =
     "  ip netns exec blue kelbased --rundir /run/kelbase-blue\n";
 
 bool isMember(gid_t group) {
+  // The first call asks how many there are (getgroups(2)).
   std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, getgroups(0, nullptr))));
   int const count = getgroups(static_cast<int>(groups.size()), groups.data());
   groups.resize(static_cast<std::size_t>(std::max(0, count)));

@@ -1,6 +1,9 @@
 #pragma once
 // The command line of kelbased. Read once, before anything else is made; a word that is wrong ends
 // the program with exit code 2.
+//
+// What is not given comes from the environment (KELBASE_RUNDIR) or from the machine
+// (defaultGroup()); there is no configuration file.
 
 #include <filesystem>
 #include <optional>
@@ -22,6 +25,7 @@ struct ParsedOptions {
   int exitStatus = 0;
 };
 
+/// Writes to stdout and stderr what ends here. `version` is what --version tells.
 ParsedOptions parseDaemonOptions(int argc, char const* const* argv, std::string const& version);
 
 /// "Debian-snmp", which Debian's snmpd runs as, when there is such a group and this process may

@@ -16,6 +16,8 @@ Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {
           [this] { return counters(); }, hooks.published, hooks.lost};
 }
 
+// The names are read by scripts (`kelbasectl status -j`) and by the agent, which serves some of
+// them.
 Pondo::Counters KernelPublisher::counters() const {
   auto const& heard = feed_.counters();
   auto const& dumps = feed_.dumpCounters();

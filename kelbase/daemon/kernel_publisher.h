@@ -4,6 +4,9 @@
 // to the kernel, but for what it has said in the last turn.
 //
 // All on the activity's thread; never blocks.
+//
+// Tests make one in a network namespace of their own: it knows nothing of signals, logs of a daemon
+// or the service manager, which are Daemon's.
 
 #include <functional>
 #include <string>
@@ -32,7 +35,8 @@ class KernelPublisher {
     std::function<void(std::string const& why)> lost;
   };
 
-  /// As Publisher's constructor; and Mav::Exception when the kernel refuses the sockets.
+  /// As Publisher's constructor; and Mav::Exception when the kernel refuses the sockets. The kernel
+  /// has been asked when it returns; nothing is published before the answers are there.
   KernelPublisher(Mav::Activity& activity, Options const& options, Hooks const& hooks);
 
   /// The tables have been equal to the kernel once.

@@ -19,6 +19,7 @@ constexpr std::array priorities{3, 4, 5, 6, 7};
 bool stderrIsJournal() {
   char const* const stream = std::getenv("JOURNAL_STREAM");
   struct stat status {};
+  // The variable alone does not tell: it is inherited by a process whose stderr leads elsewhere.
   if (!stream || fstat(STDERR_FILENO, &status) != 0) return false;
   return fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
 }

@@ -1,6 +1,9 @@
 #pragma once
 // The daemon's log: whole lines on stderr, each under "kelbased: ", or, when stderr is the
 // journal's stream, under the priority prefix of sd-daemon(3) ("<4>").
+//
+// Set once, before anything may log. A line that cannot be written is lost: there is nowhere else
+// to tell.
 
 #include <string>
 #include <string_view>

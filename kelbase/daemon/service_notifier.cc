@@ -14,8 +14,10 @@ ServiceNotifier::ServiceNotifier(Mav::Activity& activity, std::function<double()
       statusTimer_(activity.clock(), [this] { sendStatus(); }),
       startedAt_(Mav::now()) {
   std::uint64_t microseconds = 0;
+  // Also 0 where the watchdog is meant for another process ($WATCHDOG_PID, sd_watchdog_enabled(3)).
   if (sd_watchdog_enabled(0, &microseconds) <= 0) return;
   watchdogInterval_ = static_cast<double>(microseconds) / 1e6;
+  // In the first turn: the publisher that it asks is made after it.
   watchdogTimer_.timeMinIs(Mav::asap);
 }
 
@@ -31,6 +33,8 @@ void ServiceNotifier::ready() const { sd_notify(0, "READY=1"); }
 
 void ServiceNotifier::statusIs(std::string const& status) {
   status_ = status;
+  // A time that is past means the next turn: the first text of a second goes at once, the last of
+  // many a second later.
   if (status_ != statusSent_) statusTimer_.timeMinIs(statusAt_);
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 // Tells systemd how the service does (sd_notify(3)): ready, what it holds, that the tables are
 // exact, that it ends. Does nothing when not started by systemd.
+//
+// Nobody asks whether a message got there. One that is lost costs nothing, not even the watchdog's:
+// two fit an interval.
 
 #include <functional>
 #include <string>
@@ -16,10 +19,12 @@ class ServiceNotifier {
   /// write, or never comes to an end is started again.
   ServiceNotifier(Mav::Activity& activity, std::function<double()> exactAge);
 
-  /// READY=1.
+  /// READY=1. The unit is of Type=notify: what is ordered behind it, snmpd among it, waits for
+  /// this.
   void ready() const;
   /// STATUS= when the text has changed, at most once a second.
   void statusIs(std::string const& status);
+  /// The service manager waits for the end from here on (TimeoutStopSec=).
   void stopping();
 
  private:

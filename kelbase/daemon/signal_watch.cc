@@ -20,6 +20,7 @@ SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSig
   // A signal that is not blocked ends the process instead of coming by the descriptor
   // (signalfd(2)).
   sigprocmask(SIG_BLOCK, &signals, nullptr);
+  // Signals that come before here end the process as by default: nothing has been taken by then.
   std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c)
   fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
   if (fd_ < 0) throw Mav::Exception(fmt::format("signalfd: {}", std::strerror(errno)));

@@ -2,6 +2,8 @@
 // SIGTERM and SIGINT as events of the activity (signalfd(2)). To be made before any other thread:
 // it blocks them in the calling one. SIGPIPE is ignored from then on: a reader of our output that
 // goes away must not end the service.
+//
+// A process started by kelbased would inherit the mask; it starts none.
 
 #include <functional>
 
