@@ -5,8 +5,7 @@
 //
 // All on the activity's thread; never blocks.
 //
-// Tests make one in a network namespace of their own: it knows nothing of signals, logs of a daemon
-// or the service manager, which are Daemon's.
+// Signals, the log and the service manager are Daemon's: nothing here knows of them.
 
 #include <functional>
 #include <string>
