@@ -32,6 +32,7 @@ class FwdStatsBogon : public Mav::Entity {
   Mav::Ptr<SwFwdStats const> bogon(IpVersion version) const { return bogon_.map().get(version); }
   BogonMap::IteratorConst bogonIterator() const { return bogon_.map().first(); }
 
+  /// The one that is there, where there is one.
   Mav::Ptr<SwFwdStats> bogonIs(IpVersion version) {
     return bogon_.is(version, [version] { return swFwdStatsFactory(version); });
   }

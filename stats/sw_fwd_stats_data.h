@@ -41,6 +41,7 @@ class SwFwdStatsData : public Mav::PlainValue<SwFwdStatsData> {
   SwFwdStatsData(char const*& from, char const* to)
       : SwFwdStatsData(Mav::parsedStrep<SwFwdStatsData>(from, to)) {}
 
+  /// In the order of the fields, in which a value is printed and parsed.
   static constexpr auto attributes() {
     return std::tuple{BOOST_PP_SEQ_ENUM(BOOST_PP_SEQ_TRANSFORM(
         IP_FIELD_ATTRIBUTE, SwFwdStatsData, BOOST_PP_VARIADIC_TO_SEQ(IP_SW_FWD_FIELDS)))};

@@ -229,6 +229,7 @@ int parseAndExecute(Context const& context, std::vector<std::string> arguments) 
     line.app().exit(e, context.out, context.err);  // --help and --version
     return exitOk;
   } catch (CLI::ParseError const& e) {
+    // CLI11's own text names the option or word, and is told as it is.
     return reportUsage(context, e.what());
   } catch (UsageException const& e) {
     return reportUsage(context, e.what());

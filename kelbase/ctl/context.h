@@ -11,6 +11,7 @@
 
 namespace Kelbase::Ctl {
 
+/// References: the streams outlive every command.
 struct Context {
   std::istream& in;
   std::ostream& out;

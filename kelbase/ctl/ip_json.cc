@@ -16,6 +16,7 @@ constexpr std::size_t depthMax = 64;
 constexpr std::size_t quoteMax = 60;
 
 std::string quoted(std::string const& text) {
+  // A message is one line: what a hostile file puts into a field may be of any length.
   std::string const shown = text.size() > quoteMax ? text.substr(0, quoteMax) + "..." : text;
   // The cut may fall within a character of UTF-8: what is left of it is replaced, where dump()
   // would throw.
@@ -104,6 +105,7 @@ class ElementBuilder {
     inArray_ = false;
     return true;
   }
+  // Throws: to say false would end the parse without a word.
   bool parse_error(std::size_t, std::string const&, nlohmann::json::exception const& e) {
     fail(fmt::format("not JSON as 'ip -json' prints it: {}", reason(e.what())));
   }
@@ -259,6 +261,7 @@ std::vector<Fields> Fields::objects(std::string_view name) const {
 
 void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor) {
   while (source.skipSpace()) {
+    // A new one for each array: nothing of the one before is left over.
     ElementBuilder builder(source, file, visitor);
     // Not strict: where files were joined, another array follows this one.
     nlohmann::json::sax_parse(LineSource::Iterator(source), LineSource::Iterator(), &builder,

@@ -18,6 +18,7 @@ namespace {
 
 using Names = std::vector<std::string_view>;
 
+// Metrics, ids of nexthop objects and ages are 32 bits wide in the kernel's messages.
 constexpr std::int64_t idMax = std::numeric_limits<std::uint32_t>::max();
 
 bool has(Names const& names, std::string_view name) {
@@ -26,6 +27,7 @@ bool has(Names const& names, std::string_view name) {
 
 /// As dev_valid_name() of the kernel's net/core/dev.c.
 bool isLinkName(std::string_view name) {
+  // A name that the kernel could not have told is no key of a table either (link_key.h).
   return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
          std::ranges::none_of(name, [](char c) {
            return c == '/' || c == ':' || c == '\0' ||
@@ -55,6 +57,7 @@ Addr address(Fields const& fields, std::string_view name) {
 template <class Addr>
 Addr localAddress(Fields const& fields) {
   auto const addr = address<Addr>(fields, "local");
+  // As netlink's decoder: no record may have that key.
   if (addr.isUnspecified()) fields.failExpected("local", "an address that an interface can have");
   return addr;
 }
@@ -68,6 +71,7 @@ Dovel::IntfId label(Fields const& fields) {
   static std::string const expected = fmt::format("a label of at most {} bytes", IFNAMSIZ - 1);
   if (!fields.has("label")) return {};
   std::string const& text = fields.text("label", expected);
+  // JSON can have a NUL in a text; the record pads labels with it.
   if (text.size() >= IFNAMSIZ || text.find('\0') != text.npos) {
     fields.failExpected("label", expected);
   }
@@ -228,7 +232,8 @@ void addHop(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
 template <class Ip>
 void readHops(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   if (fields.has("nhid")) route.object = objectId(fields, "nhid");
-  // A blackhole's routes are listed over lo, and those of IPv6 that do not forward.
+  // A blackhole's routes are listed over lo, and those of IPv6 that do not forward. What `ip`
+  // prints there is no next hop of theirs.
   bool const mayHaveHops = route.object == 0 && Ip::version == IpVersion::v4;
   if (!mayHaveHops && route.kind != RouteKind::unicast) return;
   if (fields.has("nexthops")) {
@@ -241,6 +246,7 @@ void readHops(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   } else if (route.object == 0 && route.kind == RouteKind::unicast) {
     fields.fail("dev", "missing, and no gateway, nexthops or nhid either");
   }
+  // As netlink's route_message.cc does, and for the same reason: the kernel sends nothing there.
   if (route.hops.empty() && !route.deadLinks.empty()) route.kind = RouteKind::dead;
 }
 
@@ -295,6 +301,7 @@ std::optional<IpVersion> readFamily(Fields const& fields) {
 Address4 readAddress4(std::int32_t link, Fields const& fields) {
   auto const local = localAddress<Dovel::IpAddr>(fields);
   auto const length = prefixLength<Dovel::IpAddr>(fields);
+  // `ip` prints "address" for the peer, and only where it is another than "local".
   auto const peer = fields.has("address") ? address<Dovel::IpAddr>(fields, "address") : local;
   return {.link = link,
           .key = {local, length, peer},
@@ -342,6 +349,7 @@ IpVersion versionOfRoute(Fields const& fields) {
 
 template <class Ip>
 std::optional<ListedRoute<Ip>> readRoute(Fields const& fields, LinkNames& links) {
+  // `ip route` with "table all" prints them in one array.
   if (!isOfMainTable(fields) || fields.has("from")) return std::nullopt;
   ListedRoute<Ip> route;
   route.prefix = destination<Ip>(fields);

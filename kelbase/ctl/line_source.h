@@ -15,6 +15,7 @@
 
 namespace Kelbase::Ctl {
 
+/// Not copied: the iterators point to it, and share where it is.
 class LineSource {
  public:
   /// `onBlock` hears after each block how many bytes have been read so far.

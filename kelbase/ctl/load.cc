@@ -64,6 +64,7 @@ void readFile(Context const& context, std::string const& file, LoadBatch& batch)
     size = std::filesystem::file_size(file, noSize);
     if (noSize) size = 0;  // a pipe
   }
+  // Wiped before a message about the file is told: it goes with this function.
   Progress progress(context.err, context.errTerminal, "reading " + name, size);
   batch.read(standardInput ? context.in : stream, name,
              [&](std::uint64_t bytes) { progress.at(bytes); });
@@ -109,6 +110,7 @@ Present readPresent(std::filesystem::path const& runDir) {
 
 void refuseKernelState(std::filesystem::path const& runDir, Present const& present) {
   constexpr std::string_view remedy = "load into another directory, or overwrite it with --force";
+  // What cannot be read may be all that an agent serves from: it is not overwritten unasked.
   if (!present.unreadable.empty()) {
     throw LoadException(fmt::format("{}; it may be kelbased's: {}", present.unreadable, remedy));
   }
@@ -158,8 +160,11 @@ std::vector<Written> write(Pondo::Writer& writer, Kernel& kernel, KernelParts co
   std::vector<Written> written;  // the two tables of addresses as one
   // Where the files tell routes too, the views write the fecs anew; this is for links alone.
   if (parts.links) refreshFecs(writer, kernel.links);
+  // Behind refreshFecs(): FecView finds its sets again by the indexes of their links (adopt()).
   auto const views = makeTableViews(kernel, parts);
   views.writeAll(writer, [&](TableView const& view, SyncCounts const& counts) {
+    // One that repeats a part of another (TableView::name): its counts would tell a neighbour
+    // twice.
     if (view.name().empty()) return;
     if (written.empty() || written.back().table != view.name()) {
       written.push_back({view.name(), {}});

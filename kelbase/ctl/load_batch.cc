@@ -145,6 +145,7 @@ bool LoadBatch::takeNetconf(Fields const& fields) {
   if (interface != "all") return true;
   auto const [told, isNew] =
       forwards_.try_emplace(*version, Forwards{forwards, fields.place("forwarding")});
+  // Two outputs of one machine at two moments are not one state.
   if (!isNew && told->second.forwards != forwards) {
     fields.fail("forwarding", fmt::format("was told otherwise at {}", told->second.place));
   }
@@ -218,6 +219,7 @@ void LoadBatch::checkNexthops() const {
         nexthops_.begin()->second.place));
   }
   for (auto const& [id, nexthop] : nexthops_) {
+    // A group whose member is missing would lose a next hop without a word.
     for (auto const member : nexthop.told.members) {
       if (nexthops_.contains(member)) continue;
       throw LoadException(
@@ -242,6 +244,7 @@ template <class Ip>
 void LoadBatch::finishRoutes(std::vector<Route<Ip>> const& told, Routes<Ip>& routes) {
   ListedRoute<Ip> listed;
   for (auto const& route : told) {
+    // One ListedRoute for all: its vectors keep their memory.
     listed.prefix = route.prefix;
     listed.metric = route.metric;
     listed.tos = route.tos;

@@ -18,6 +18,7 @@ class Progress {
 
   /// `total` 0: unknown (a pipe), so that the amount is told instead of a bar.
   Progress(std::ostream& err, bool terminal, std::string label, std::uint64_t total);
+  /// Wipes the line, also while an exception passes through.
   ~Progress();
   Progress(Progress const&) = delete;
   Progress& operator=(Progress const&) = delete;

@@ -1,6 +1,9 @@
 #pragma once
 // Routes and fecs as an operator sees them: a route with its next hops, all routes or those that a
 // question is about. Slices as in table_view.h. Those of IPv4 come first.
+//
+// A route's next hops stand in a record of another table, and are looked up in the same snapshot:
+// row and next hops are of one moment.
 
 #include <array>
 #include <optional>

@@ -97,6 +97,7 @@ void printTime(std::ostream& out, std::string_view label, double then, double no
 }
 
 void printPublisher(Context const& context, Status const& status) {
+  // Where that is known there is no lock file; else it could not be read.
   if (!status.publisher) {
     context.out << "publisher      "
                 << (status.publisherKnown ? "none has been here\n" : "not known\n");
@@ -271,6 +272,7 @@ int status(Context const& context, std::filesystem::path const& runDir, bool jso
 
 std::string spanText(double seconds) {
   if (seconds < 10.0) return fmt::format("{:.1f} s", seconds);
+  // A unit and the one below it: two tell as much as anybody wants to know.
   struct Unit {
     std::int64_t seconds;
     std::string_view name, lesser;

@@ -19,6 +19,8 @@
 
 namespace Kelbase::Ctl {
 
+/// What was read, not yet judged: an absent publisher and unreadable tables are in it, and raise
+/// nothing.
 struct Status {
   struct Table {
     std::string_view name;

@@ -189,6 +189,7 @@ std::optional<std::string> countRoutes(Pondo::Snapshot const& snapshot, std::str
 /// The table has the index of a link, and the operator its name.
 std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::string_view from,
                                           std::vector<Row>& rows) {
+  // Rows of an earlier slice may stand before.
   auto const first = rows.size();
   auto next = readSlice<Neighbour, neighbourFields>(snapshot, from, rows);
   // Of the same snapshot. All at once: there are far fewer links than neighbours.

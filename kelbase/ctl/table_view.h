@@ -81,7 +81,7 @@ std::optional<std::string> sliceOfTwo(std::string_view from, First const& first,
 /// All of them, by name.
 std::span<TableView const> tableViews();
 
-/// Null when there is none.
+/// Null when there is none. `name` in full: words.h has done with abbreviations.
 TableView const* findTableView(std::string_view name);
 
 }  // namespace Kelbase::Ctl

@@ -74,7 +74,7 @@ class OnLinks : private Links::Observer {
     }
   }
 
-  /// Null when there is none.
+  /// Null when there is none. Until the next change.
   State const* find(std::int32_t link, Key const& key) const { return objects_.find({link, key}); }
   /// Calls visit(key, state) for each object of the link, in order; it must add and remove none.
   template <class Visit>

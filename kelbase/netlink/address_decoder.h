@@ -19,6 +19,7 @@
 
 namespace Kelbase {
 
+/// An address is known by link, address, length and peer: a removal tells all four.
 struct Address4Decoder {
   static constexpr std::string_view name = Address4::kinds;
   static constexpr std::array groups{unsigned{RTNLGRP_IPV4_IFADDR}};
@@ -31,6 +32,8 @@ struct Address4Decoder {
   static std::optional<Address4> read(NetlinkMessage const& message);
 };
 
+/// Its lifetimes, and that it is deprecated or a duplicate, come with further RTM_NEWADDR of the
+/// same key.
 struct Address6Decoder {
   static constexpr std::string_view name = Address6::kinds;
   static constexpr std::array groups{unsigned{RTNLGRP_IPV6_IFADDR}};

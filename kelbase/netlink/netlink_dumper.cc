@@ -239,6 +239,7 @@ void NetlinkDumper::giveUp(std::string const& what) {
     }
     // What did come is true and stays; nothing is taken to be gone.
     job.source->dumpEnd(false);
+    // Until the next try nothing is busy: startNext() says so, and what was held back is replayed.
     again(job, backOff(job.failures++, failureDelayMax));
   }
   startNext();

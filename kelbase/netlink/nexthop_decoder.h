@@ -30,6 +30,7 @@ struct NexthopDecoder {
     NetlinkRequest request(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{});
     return {request.unsupportedIsEmpty()};
   }
+  /// Of either version of IP: there is one space of ids.
   static std::optional<ListedNexthop> read(NetlinkMessage const& message) {
     return readNexthop(message);
   }

@@ -29,6 +29,7 @@ struct Address4Row {
   }
 };
 
+/// The kernel has an address once on a link, whatever its length and peer: both are in the record.
 struct Address6Row {
   static constexpr std::string_view name = "addresses";
   using Table = Pondo::Address6Table;

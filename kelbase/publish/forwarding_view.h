@@ -2,6 +2,9 @@
 // Whether the machine forwards, as rows of Pondo::ForwardingTable: one row a version of IP. A
 // version that the kernel lacks is not forwarded; with no row at all, readers could not tell that
 // from a publisher that has yet to come, and the object would end a manager's walk with genErr.
+//
+// It hears of each change of the model's flags; a row is rewritten where it says otherwise than
+// before.
 
 #include <array>
 

@@ -10,6 +10,9 @@
 //   record(state)
 //
 // Of an object that has no row, key() or record() gives nothing.
+//
+// All marks are by the row's key, at the moment of the change: what a row holds is asked for when
+// it is written, by the names as they are then.
 
 #include <optional>
 

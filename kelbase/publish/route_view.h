@@ -9,6 +9,9 @@
 //
 // A row tells when its route was seen to change, but for what a table that held nothing is first
 // filled with: since when that was so nobody knows.
+//
+// A route that is marked twice between two writes is written once, as it is then; one that came and
+// went is not written at all. A replaced fec writes no route.
 
 #include <type_traits>
 #include <vector>

@@ -20,8 +20,8 @@ struct CheckOptions {
   bool json = false;
 };
 
-/// Prints what it found. exitOk when nothing is wrong, else exitError. What cannot be looked at is
-/// no fault. Never throws for what it finds.
+/// Prints what it found. exitOk when nothing is wrong, else exitError. Never throws for what it
+/// finds.
 int check(Context const& context, std::filesystem::path const& runDir, CheckOptions const& options);
 
 /// Of the publisher and its tables. `now`: seconds since 1970.

@@ -49,6 +49,7 @@ Finding tablesFinding(Status const& status) {
   if (!status.generation) {
     return {Verdict::bad, "tables", status.error, "see what the error says; else restart kelbased"};
   }
+  // The agent cannot tell: it serves them as this machine's.
   if (status.origin == Pondo::Origin::files) {
     return {Verdict::bad, "tables", "hold what 'kelbasectl load' read from files",
             "start kelbased, which publishes this machine's state"};
@@ -73,6 +74,7 @@ Finding bufferFinding(Pondo::Counters const& counters) {
   auto found =
       fmt::format("{} KiB for what the kernel tells; overrun {} times", buffer / 1024, overruns);
   if (buffer == 0) return {Verdict::unknown, "netlink buffer", "not told", {}};
+  // With all that was asked for, an overrun is what a storm costs: nothing here would prevent it.
   if (buffer >= bufferWanted) return {Verdict::good, "netlink buffer", std::move(found), {}};
   // An overrun costs a fresh dump and loses nothing: a small buffer alone is no fault.
   return {overruns == 0 ? Verdict::good : Verdict::bad, "netlink buffer", std::move(found),

@@ -44,6 +44,7 @@ std::optional<std::string> outputOf(std::vector<std::string> const& command) {
   // The program alone is to have this end: the reads below wait until nobody has it open.
   ::close(ends[1]);
   std::string text;
+  // Both outputs come by one pipe: what an error says stands where it was said.
   std::array<char, 4096> buffer{};
   for (ssize_t got = 1; pid != 0 && got != 0;) {
     got = ::read(ends[0], buffer.data(), buffer.size());
