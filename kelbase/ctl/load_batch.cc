@@ -50,6 +50,7 @@ class LoadBatch::FileVisitor : public IpJsonVisitor {
   bool toldSomething() const { return toldSomething_; }
 
  private:
+  // By one field: what else an object has to have, its own reader checks.
   Kind const& kindOf(Fields const& fields, int line) const {
     for (Kind const& kind : kinds) {
       if (fields.has(kind.marker)) return kind;

@@ -21,6 +21,7 @@ std::string typeText(Routing::Fib::RouteType type) {
   constexpr std::string_view prefix = "routeType";
   std::string text = stringValue(type);
   if (text.starts_with(prefix) && text.size() > prefix.size()) text.erase(0, prefix.size());
+  // The enumerator's own name: a new type needs no text here.
   text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
   return text;
 }

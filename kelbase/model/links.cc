@@ -62,6 +62,7 @@ void Links::del(std::int32_t index) {
 
 void Links::dumpEnd(bool whole) {
   if (!whole) return;
+  // Observers hear of each as if the kernel had told it; what hung on it goes with it.
   for (auto const index : links_.unmarked()) del(index);
 }
 

@@ -50,7 +50,7 @@ struct Neighbour {
 /// each time: what is less than `slack` apart is the same time.
 class Neighbours : public OnLinks<Neighbour> {
  public:
-  // Without it each look, every two seconds, would find every neighbour changed and write it again.
+  // Without it a look, every two seconds, would find most of them changed and write them again.
   static constexpr std::uint64_t slack = 100;  // hundredths of a second
 
   using OnLinks::OnLinks;

@@ -101,6 +101,7 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
   // Asked before refresh(), after which no slot is stale.
   bool const isFirstListed = rank == RouteRank::listed && isStale(slot);
   refresh(slot);
+  // Routes in a list need no marks of their own: the first that is listed ends all of them.
   if (isFirstListed) return beginAnew(prefix, slot, route);
   if (slot.kind == severalKind) return addToSeveral(prefix, slot, route, rank);
   bool const ousts = rank == RouteRank::replaced || rank == RouteRank::only;
@@ -110,7 +111,8 @@ bool RouteBook<Ip>::addTo(Prefix const& prefix, KernelRoute& slot, KernelRoute c
     assign(slot, route);
     return changed;
   }
-  // Of a million prefixes few have a second route: they alone pay for a list.
+  // Of a million prefixes few have a second route: they alone pay for a list. What gets here is one
+  // more: of another tos or metric, or beside the one of the same.
   several_[prefix].list.assign(1, slot);
   // The reference moves into the list with the route.
   slot = KernelRoute();
@@ -151,6 +153,7 @@ void RouteBook<Ip>::putInto(List& list, KernelRoute const& route, RouteRank rank
     if (same != list.end()) return assign(*same, route);
   }
   auto const begin = std::lower_bound(list.begin(), list.end(), route, isBefore);
+  // From `begin` to `end` stand its rivals, in the order in which they were appended.
   auto const end = std::upper_bound(list.begin(), list.end(), route, isBefore);
   if (rank == RouteRank::replaced && begin != end) return assign(*begin, route);
   ref(route.hops);

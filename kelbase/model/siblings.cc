@@ -32,12 +32,14 @@ RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, 
     return {book.add(place, route, rank), isDoubtful, hideOthers(rivals)};
   }
   if (isSibling(route)) return join(book, place, route, tellsAll, rivals);
+  // Replayed, it may have gone again before the dump, and another be the one that stands.
   bool const isDoubtful = isReplay_ && !rivals.empty();
   return {book.add(place, route, RouteRank::appended), isDoubtful};
 }
 
 RouteOutcome Siblings::join(Book& book, Place const& place, KernelRoute route, bool tellsAll,
                             Rivals const& rivals) const {
+  // Of several the message does not say which it joins.
   bool const areSeveral = rivals.size() > 1;
   auto const isIt = [&](KernelRoute const& other) {
     return isSibling(other) && (tellsAll || other.hops == route.hops);

@@ -99,6 +99,8 @@ void FecView::wayIs(Handle handle, Way way) {
 bool FecView::writeFec(Pondo::Writer& writer, Handle handle) {
   // Its routes are gone: what to do with the fec is writeUnused()'s business.
   if (!sets_.isUsed(handle)) return false;
+  // The kernel removes an object before its routes, and those in silence: until the dump that tells
+  // so, their rows keep what they had.
   if (!sets_.isKnown(handle)) {
     wayIs(handle, shown(handle).way);
     return false;
@@ -178,6 +180,7 @@ Pondo::Writer::SyncCounts FecView::writeAll(Pondo::Writer& writer) {
   // All were written above, in whatever order they were marked.
   for (auto const handle : dirty_) shown(handle).isDirty = false;
   dirty_.clear();
+  // They go in writeUnused(), when no row of a route names them any more.
   counts.removed = superfluous_.size();
   return counts;
 }

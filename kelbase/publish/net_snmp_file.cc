@@ -129,6 +129,7 @@ void NetSnmpFile::renew() {
   } catch (std::system_error const& error) {
     onFailure(error);
   }
+  // Whatever went wrong: the file is tried again.
   timer_.timeMinIs(due_);
 }
 

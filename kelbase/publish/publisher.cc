@@ -136,6 +136,7 @@ void Publisher::writeAll() {
                  view.name() << ": " << counts.added << " added, " << counts.changed << " changed, "
                              << counts.removed << " removed, " << counts.unchanged << " unchanged");
   });
+  // More goes than comes: new tables would need less room than these (publish()).
   shrinks_ = removed > added;
 }
 

@@ -49,7 +49,7 @@ Finding tablesFinding(Status const& status) {
   if (!status.generation) {
     return {Verdict::bad, "tables", status.error, "see what the error says; else restart kelbased"};
   }
-  // The agent cannot tell: it serves them as this machine's.
+  // The agent does not ask whose they are, and serves them as this machine's.
   if (status.origin == Pondo::Origin::files) {
     return {Verdict::bad, "tables", "hold what 'kelbasectl load' read from files",
             "start kelbased, which publishes this machine's state"};
