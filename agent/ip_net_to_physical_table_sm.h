@@ -5,7 +5,7 @@
 //
 // A listener of the follower, which it must outlive. All on the agent's thread.
 //
-// The table in shared memory has a record for each neighbour of both versions and in every state;
+// The table in shared memory has a record for each neighbour of both versions that is to be served;
 // ipNetToMediaTable is filed from another one, by ArpTableSm. An interface's ifIndex is in the key,
 // so that a neighbour need not wait for its interface.
 

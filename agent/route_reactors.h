@@ -69,9 +69,8 @@ class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
   void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
     try {
       std::rethrow_exception(exception);
-      // The clock calls again after its pause: the reactor's time is still set. Anything else is
-      // traced.
     } catch (Pondo::ConsistencyException const& e) {
+      // The clock calls again after its pause: the reactor's time is still set.
       tellOutage(e.what());
     } catch (...) {
       NotifieeConst::onException(attribute, exception);

@@ -25,6 +25,7 @@ int get(EntityScalar const& scalar, void const* entity, netsnmp_request_info* re
     return generalError(requests);
   }
   SCALAR_TRACE("reading " << scalar.path << "->" << scalar.attribute << "()");
+  // As large as a column's; the values here have four octets.
   std::array<unsigned char, 1024> buffer;
   auto const length = scalar.convert(entity, buffer.data(), buffer.size());
   SCALAR_TRACE(scalar.conversion << " returned " << length << "bytes for " << scalar.path << "->"

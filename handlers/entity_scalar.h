@@ -2,6 +2,10 @@
 // A scalar that is one attribute of an entity: ipForwarding and ipv6IpForwarding (RFC 4293),
 // ipCidrRouteNumber and inetCidrRouteNumber (RFC 4292). A unit declares it as a constant, registers
 // it, and has its callback answer from it. On snmpd's thread.
+//
+// A scalar whose entity is not there is registered all the same: its object answers genErr, and the
+// daemon's own no longer answers in its place. All members of an EntityScalar point to what lives
+// as long as the library; a unit makes it constexpr.
 
 #include <cstdint>
 #include <span>
@@ -17,11 +21,13 @@ namespace IpSnmp {
 
 struct EntityScalar {
   std::span<oid const> objectId;
+  /// Read-write has each SET come to the callback, which refuses it itself.
   int modes;  // of net-snmp: HANDLER_CAN_RONLY, HANDLER_CAN_RWRITE
   // What it calls itself and its source, in traces.
   char const* object;     // "ipForwarding"
   char const* handler;    // "handle_ipForwarding"
   std::string_view path;  // of the entity
+  /// That is expected at the path, for the trace of one that is not there.
   char const* entityType;
   char const* attribute;
   char const* conversion;
@@ -30,7 +36,8 @@ struct EntityScalar {
   std::int32_t (*convert)(void const* entity, unsigned char* buffer, std::int32_t size);
 };
 
-/// How many rows there are, which `count` has of an Entity, as a Gauge32.
+/// How many rows there are, which `count` has of an Entity, as a Gauge32. As a conversion of 32
+/// bits with a sign writes it: the bits are the same.
 template <class Entity, auto count>
 constexpr EntityScalar rowCount(std::span<oid const> objectId, char const* object,
                                 char const* handler, char const* entityType,

@@ -53,11 +53,13 @@ int inetProtocol(Routing::Fib::RouteType routeType) {
 }  // namespace
 
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size) {
+  // No TruthValue, though it has the same numbers: forwarding(1), notForwarding(2).
   return asnInteger(routing ? 1 : 2, buffer, size);
 }
 
 std::int32_t ArpEntryStaticToAsnInteger(Arp::ArpEntryStatus const& entry, unsigned char* buffer,
                                         std::int32_t size) {
+  // Never invalid(2): a neighbour that cannot be used has no row.
   return asnInteger(entry.isStatic() ? 4 : 3, buffer, size);
 }
 
@@ -84,7 +86,8 @@ std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> c
                                           unsigned char* buffer, std::int32_t size) {
   auto const& key = Mav::validPtr(entry)->key();
   // A row is named by its first column that can be read (RFC 2579, RowPointer):
-  // ipAddressPrefixOrigin(5).
+  // ipAddressPrefixOrigin(5). Room for the longest OBJECT IDENTIFIER (RFC 2578 section 3.5); this
+  // one has 30 at most.
   std::array<std::uint32_t, 128> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
   std::size_t count = 10;
   auto const needed = (count + 4 + key.bytes().size()) * sizeof words[0];

@@ -10,14 +10,16 @@
 
 namespace IpSnmp {
 
-/// IpForwarding (RFC 4293): forwarding(1) or notForwarding(2).
+/// IpForwarding (RFC 4293): forwarding(1) or notForwarding(2). Of both families: ipv6IpForwarding
+/// has the same enumeration.
 std::int32_t IpRoutingToAsnInteger(bool routing, unsigned char* buffer, std::int32_t size);
 
 /// ipNetToMediaType (RFC 4293): static(4) or dynamic(3).
 std::int32_t ArpEntryStaticToAsnInteger(Arp::ArpEntryStatus const& entry, unsigned char* buffer,
                                         std::int32_t size);
 
-/// The metric's 32 bits as an INTEGER.
+/// The metric's 32 bits as an INTEGER. A priority from 2^31 on shows as a negative number: the
+/// column has 32 bits with a sign (RFC 4292).
 std::int32_t RouteMetricToAsnInteger(Routing::RouteMetric const& metric, unsigned char* buffer,
                                      std::int32_t size);
 

@@ -7,10 +7,13 @@
 
 namespace IpSnmp {
 
-/// Below net-snmp's default of 127: these objects come before those of any other module.
+/// Below net-snmp's default of 127: these objects come before those of any other module. Among
+/// equal identifiers alone: a longer one wins whatever its priority, which is why such
+/// registrations are taken out (platform/snmp/displacement.h).
 inline constexpr int registrationPriority = 64;
 
-/// Traces "FUNCTION initializing oid OID" at level 1.
+/// Traces "FUNCTION initializing oid OID" at level 1. OID as net-snmp prints it, by name where it
+/// has the MIB.
 void traceInitializing(char const* function, std::span<oid const> objectId);
 
 /// Registers a scalar. `entity` may be null; the mount keeps it alive, and whoever unmounts it has

@@ -26,6 +26,7 @@ constexpr TableColumn counter64(unsigned number, char const* name, char const* a
       number, name, attribute, [](StatsRow const& row) { return ((*row.value()).*reader)(); });
 }
 
+// Told to a manager: reading more often brings the same numbers again.
 constexpr int refreshMilliseconds = static_cast<int>(SwFwdStats::freshness * 1000);
 
 }  // namespace
@@ -39,6 +40,8 @@ struct BrivetSwFwdIpStatsTable {
   static constexpr std::string_view name = "brivetSwFwdIpStatsTable";
   static constexpr std::array<oid, 11> objectId{1, 3, 6, 1, 4, 1, 99999, 3, 1, 1, 1};
   static constexpr int modes = HANDLER_CAN_RONLY;
+  // The two rows as they stand: a walk along them reads no file. A counter does, when it is asked
+  // for.
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipSwFwdStatsMap(); }
 
   static constexpr std::tuple indexes{integerIndex<Ip::IpVersion>(

@@ -15,6 +15,7 @@ Snmp::AutoRegistree const registree(&registration);
 
 }  // namespace
 
+// At each registration, by Snmp::Framework: when the state is known, and after mounts have changed.
 void init_IpSwForwarding() {
   Snmp::debugInitializing("IpSwForwarding", __func__, __LINE__);
   initialize_table_brivetSwFwdIpStatsTable();

@@ -18,6 +18,7 @@ namespace Conversion = IpSnmp::Conversion;
 using IpSnmp::Health;
 using IpSnmp::HealthData;
 
+/// One scalar as data: its number, its type and the member of a sample that it tells.
 struct HealthScalar {
   oid number;  // below the objects' node
   char const* name;
@@ -55,6 +56,8 @@ constexpr std::array scalars{
     scalar<Conversion::U64ToCounter32, &HealthData::rejected>(8, "brivetKelbaseRejected")};
 // clang-format on
 
+// brivetKelbaseObjects. A scalar's own number comes behind it; net-snmp adds the .0 of the
+// instance.
 constexpr std::array<oid, 10> objectsOid{1, 3, 6, 1, 4, 1, 99999, 3, 2, 1};
 
 int answer(HealthScalar const& scalar, Health const* health, int mode,
@@ -86,8 +89,10 @@ Snmp::AutoRegistree const registree(&registration);
 void init_KelbaseHealth() {
   Snmp::debugInitializing("KelbaseHealth", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, objectsOid);
+  // Null where nothing is mounted: the scalars are there all the same, and answer genErr.
   auto const health = Mav::objectCast<Health>(SnmpUtil::getEntityRelative(Health::path));
   for (auto const& scalar : scalars) {
+    // On the stack: net-snmp copies it.
     std::array<oid, objectsOid.size() + 1> objectId;
     *std::copy(objectsOid.begin(), objectsOid.end(), objectId.begin()) = scalar.number;
     IpSnmp::registerScalar(scalar.name, handle_kelbaseHealth, objectId, HANDLER_CAN_RONLY,
@@ -101,6 +106,7 @@ int handle_kelbaseHealth(netsnmp_mib_handler* handler,
                          netsnmp_agent_request_info* request,
                          netsnmp_request_info* requests) noexcept {
   return Snmp::guarded(__func__, requests, [&] {
+    // One callback serves eight objects: which of them it is, the registration has brought along.
     return answer(*static_cast<HealthScalar const*>(handler->myvoid),
                   static_cast<Health const*>(scalarRegistration->my_reg_void), request->mode,
                   requests);

@@ -9,7 +9,8 @@
 void init_KelbaseHealth();
 
 /// net-snmp handler callback of all the scalars: `handler->myvoid` says which it is. Reads the
-/// entity in `registration->my_reg_void`, which it does not own.
+/// entity in `registration->my_reg_void`, which it does not own. What it cannot tell is genErr: a
+/// value that was never known is not made up.
 int handle_kelbaseHealth(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
                          netsnmp_agent_request_info* request,
                          netsnmp_request_info* requests) noexcept;

@@ -10,6 +10,7 @@ struct InetCidrRouteTable {
   using Entity = IpForwardMib;
   using Rows = InetCidrRoutes;
   using Row = InetCidrRoutes::IteratorConst;
+  // Not a collection but a view of three: its iterator has key and row as a collection's would.
   using Key = InetCidrRouteTableIndex;
 
   static constexpr std::string_view name = "inetCidrRouteTable";
@@ -45,6 +46,7 @@ struct InetCidrRouteTable {
           [](Row const& row) { return row->type; }, readWrite),
       column<Conversion::RouteTypeToInetProtocol>(9, "inetCidrRouteProto", "protocol",
           [](Row const& row) { return row->protocol; }),
+      // Of the iterator, not of the row: a look into the shared tables, for who reads this column.
       column<Conversion::U32ToAsnUnsigned>(10, "inetCidrRouteAge", "age",
           [](Row const& row) { return row.age(); }),
       constant<Conversion::U32ToAsnUnsigned, 0>(11, "inetCidrRouteNextHopAS", readWrite),

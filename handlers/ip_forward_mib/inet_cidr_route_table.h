@@ -3,6 +3,12 @@
 // and one for each route that refuses, by destination, prefix length, policy (always zeroDotZero)
 // and next hop. Those of IPv4 that forward are the rows of ipCidrRouteTable, seen by another
 // index (model/inet_cidr_routes.h).
+//
+// An index has up to 48 sub-identifiers, those of two addresses with a zone, and a name up to 59 of
+// the 128 that there may be (RFC 2578 section 3.5). The columns come from the row as it is kept,
+// but for the age, which is read from the shared tables when a manager asks for that column. A
+// route without a gateway has a next hop of type unknown(0), of no octets; so has an IPv4 route by
+// way of an IPv6 neighbour (RFC 8950): its row says remote(4), and not where to.
 
 #include "handlers/table/table_functions.h"
 

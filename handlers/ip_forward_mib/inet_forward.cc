@@ -9,6 +9,8 @@
 
 namespace {
 
+// The scalar and the table are registered side by side, below ipForward: the daemon's own
+// registrations at either go when ours comes (platform/snmp/displacement.h).
 constexpr std::array<oid, 9> inetCidrRouteNumberOid{1, 3, 6, 1, 2, 1, 4, 24, 6};
 constexpr std::array<oid, 9> inetCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 7};
 
@@ -27,6 +29,7 @@ Snmp::AutoRegistree const registree(&registration);
 
 }  // namespace
 
+// The trace tells both objects before either is registered, so that it is there should one fail.
 void init_InetForward() {
   Snmp::debugInitializing("InetForward", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, inetCidrRouteNumberOid);

@@ -8,7 +8,7 @@
 void init_InetForward();
 
 /// net-snmp handler callback. Reads the entity in `registration->my_reg_void`, which it does not
-/// own, and refuses every SET with notWritable.
+/// own, and refuses every SET with notWritable. A sum of three sizes, however many rows there are.
 int handle_inetCidrRouteNumber(netsnmp_mib_handler* handler,
                                netsnmp_handler_registration* registration,
                                netsnmp_agent_request_info* request,

@@ -33,10 +33,12 @@ struct IpCidrRouteTable {
   // By RFC 4292 an AS that is not known is 0, and a metric that is not used -1. Every row is
   // active(1).
   static constexpr std::array columns{
+      // The columns of the index can be read here, other than in inetCidrRouteTable (RFC 4292).
       column<Conversion::DovelIpAddrToAsnOctetString>(1, "ipCidrRouteDest", "dest",
           [](Row const& row) { return row.key().dest(); }),
       column<Conversion::DovelIpAddrToAsnOctetString>(2, "ipCidrRouteMask", "mask",
           [](Row const& row) { return row.key().mask(); }),
+      // Not a constant(): the trace of a column that is an attribute names it.
       column<Conversion::S32ToAsnInteger>(3, "ipCidrRouteTos", "tos",
           [](Row const& /*row*/) { return 0; }),
       column<Conversion::DovelIpAddrToAsnOctetString>(4, "ipCidrRouteNextHop", "nextHop",
@@ -47,6 +49,7 @@ struct IpCidrRouteTable {
       column<Conversion::RouteTypeToAsnInteger>(7, "ipCidrRouteProto", "protocol",
           [](Row const& row) { return row->protocol(); }),
       constant<Conversion::S32ToAsnInteger, -1>(8, "ipCidrRouteAge"),
+      // zeroDotZero: no further MIB tells of the protocol.
       column<Conversion::StringToAsnOid>(9, "ipCidrRouteInfo", "",
           [](Row const& /*row*/) { return Mav::String8("0.0"); }, readWrite),
       constant<Conversion::S32ToAsnInteger, 0>(10, "ipCidrRouteNextHopAS", readWrite),

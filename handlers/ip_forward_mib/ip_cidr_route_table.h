@@ -3,6 +3,10 @@
 // next hop, by destination, mask, type of service (always 0) and next hop. IpRouteTableSm files
 // them in passes: between two of these a request may see one prefix as it is, and another as it
 // was.
+//
+// The rows of one prefix change at once, within a pass: no request sees some of its next hops old
+// and others new. Not in it are routes that refuse, routes of IPv6, and the IPv6 next hop of an
+// IPv4 route (RFC 8950), which shows as 0.0.0.0.
 
 #include "handlers/table/table_functions.h"
 

@@ -17,6 +17,7 @@ constexpr auto ipCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
     ipCidrRouteNumberOid, "ipCidrRouteNumber", "handle_ipCidrRouteNumber", "IpSnmp::IpForwardMib",
     "ipCidrRouteTables");
 
+// Entered into the list of units while the library is loaded, and called when there is state.
 class IpForward_HandlerRegistration : public Snmp::HandlerRegistration {
  public:
   void registerHandlers() override { init_IpForward(); }

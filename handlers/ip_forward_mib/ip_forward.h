@@ -8,7 +8,8 @@
 void init_IpForward();
 
 /// net-snmp handler callback. Reads the entity in `registration->my_reg_void`, which it does not
-/// own, and refuses every SET with notWritable.
+/// own, and refuses every SET with notWritable. The size of the collection: the number of rows as a
+/// walk would find it at that moment.
 int handle_ipCidrRouteNumber(netsnmp_mib_handler* handler,
                              netsnmp_handler_registration* registration,
                              netsnmp_agent_request_info* request,

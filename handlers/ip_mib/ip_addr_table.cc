@@ -15,6 +15,8 @@ struct IpAddrTable {
   static constexpr int modes = HANDLER_CAN_RONLY;
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipAddrTableMap(); }
 
+  // As octets of implied length: what net-snmp 5.9.3 makes of an IpAddress stands the wrong way
+  // round on a little-endian machine (IpAddressSyntax).
   static constexpr std::tuple indexes{
       ipAddressIndex("ipAdEntAddr", "ipAdEntAddr", [](Dovel::IpAddr const& key) { return key; })};
 

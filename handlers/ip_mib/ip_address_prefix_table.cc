@@ -14,6 +14,7 @@ struct IpAddressPrefixTable {
   static constexpr std::string_view name = "ipAddressPrefixTable";
   static constexpr std::array<oid, 8> objectId{1, 3, 6, 1, 2, 1, 4, 32};
   static constexpr int modes = HANDLER_CAN_RONLY;
+  // RFC 4293, ipAddressPrefixAdvValidLifetime.
   static constexpr std::uint32_t infinite = 4294967295;  // of a lifetime, in seconds
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipAddressPrefixTableMap(); }
 
@@ -28,6 +29,7 @@ struct IpAddressPrefixTable {
       unsignedIndex("ipAddressPrefixLength", "length",
           [](Key const& key) { return key.length(); })};
 
+  // Column 5 is where the RowPointers of ipAddressTable lead: the first that can be read.
   static constexpr std::array columns{
       constant<Conversion::S32ToAsnInteger, 1>(5, "ipAddressPrefixOrigin"),          // other
       constant<Conversion::S32ToAsnInteger, 1>(6, "ipAddressPrefixOnLinkFlag"),      // true

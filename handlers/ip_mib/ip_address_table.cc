@@ -31,6 +31,7 @@ struct IpAddressTable {
           [](Row const& row) { return row->ifIndex(); }, MaxAccess::readWrite),
       column<Conversion::S32ToAsnInteger>(4, "ipAddressType", "addressType",
           [](Row const& row) { return row->addressType(); }, MaxAccess::readWrite),
+      // Without a prefix row it is genErr; IpAddressTableSm files no address without one.
       column<Conversion::IpAddressPrefixEntryToAsnOid>(5, "ipAddressPrefix", "prefixEntry",
           [](Row const& row) { return row->prefixEntry(); }),
       constant<Conversion::S32ToAsnInteger, 1>(6, "ipAddressOrigin"),

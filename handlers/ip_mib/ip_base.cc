@@ -22,6 +22,8 @@ class IpBase_HandlerRegistration : public Snmp::HandlerRegistration {
   void registerHandlers() override { init_IpBase(); }
 };
 
+// The registree last: it is destroyed first, and takes the unit out of the list while the unit is
+// whole.
 IpBase_HandlerRegistration registration;
 Snmp::AutoRegistree const registree(&registration);
 
@@ -58,6 +60,7 @@ void init_IpBase() {
   Snmp::debugInitializing("IpBase", __func__, __LINE__);
   IpSnmp::traceInitializing(__func__, ipForwardingOid);
   IpSnmp::traceInitializing(__func__, ipv6IpForwardingOid);
+  // One that throws leaves those behind it unserved, until all is registered again.
   IpSnmp::registerScalar<Routing::Config>(ipForwarding, handle_ipForwarding);
   IpSnmp::registerScalar<Routing6::Config>(ipv6IpForwarding, handle_ipv6IpForwarding);
   initialize_table_ipAddrTable();

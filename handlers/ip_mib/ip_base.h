@@ -8,7 +8,8 @@
 void init_IpBase();
 
 /// net-snmp handler callbacks. They read the entity in `registration->my_reg_void`, which they do
-/// not own, and refuse every SET with notWritable.
+/// not own, and refuse every SET with notWritable. Without an entity, when no publisher has ever
+/// told the flag, they answer genErr.
 int handle_ipForwarding(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
                         netsnmp_agent_request_info* request,
                         netsnmp_request_info* requests) noexcept;

@@ -31,6 +31,7 @@ struct IpNetToPhysicalTable {
   static constexpr std::array columns{
       column<Conversion::DovelLinkAddrToAsnOctetString>(4, "ipNetToPhysicalPhysAddress",
           "physAddress", [](Row const& row) { return row->physAddress; }, MaxAccess::readWrite),
+      // A time on the machine's clock, so that a row at rest reads the same each time.
       column<Conversion::BootTimeToUptimeTimeTicks>(5, "ipNetToPhysicalLastUpdated", "updatedAt",
           [](Row const& row) { return row->updatedAt; }),
       column<Conversion::S32ToAsnInteger>(6, "ipNetToPhysicalType", "type",

@@ -1,6 +1,10 @@
 #pragma once
 // ipNetToPhysicalTable (RFC 4293): the neighbours of the device's interfaces, of both versions of
-// IP and in every state. IpNetToPhysicalTableSm files them.
+// IP and in every state but noarp. IpNetToPhysicalTableSm files them.
+//
+// A link-local neighbour has an address of type ipv6z(4), whose last four octets are the ifIndex
+// (RFC 4001, RFC 4007); the others are ipv4(1) and ipv6(2). The columns stand by value in the row:
+// what a request reads of one neighbour is of one moment.
 
 #include "handlers/table/table_functions.h"
 
