@@ -9,6 +9,7 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
       ipForwardMib_(IpSnmp::ipForwardMibFactory("ipforwardmib")),
       root_(IpSnmp::rootFactory("root")),
       ages_(fib) {
+  // The inputs stand in Root for others to find; each state machine gets its own once more.
   root_->ipConfigIs(mirrors.ipConfig());
   root_->ipStatusIs(mirrors.ipStatus());
   root_->ip6ConfigIs(mirrors.ip6Config());
@@ -26,11 +27,13 @@ Caches::Caches(Mav::Directory& directory, Mav::Activity& activity, State::Mirror
   root_->ip6RouteTableSmIs(activityConfig, ipForwardMib_, fib.route6Status(),
                            fib.forwardingStatus(), activity.clock());
   ipForwardMib_->inetCidrRoutes().agesAre(&ages_);
+  // Last: whoever finds an entity finds it wired. No handler looks before the state is known.
   directory_.mount(IpSnmp::IpMib::path, ipMib_);
   directory_.mount(IpSnmp::IpForwardMib::path, ipForwardMib_);
 }
 
 Caches::~Caches() {
+  // The state machines first: they write the caches, and hear the mirrors' entities.
   root_.reset();
   // Whoever holds the entity may hold it longer than the ages live.
   ipForwardMib_->inetCidrRoutes().agesAre(nullptr);

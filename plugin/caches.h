@@ -40,8 +40,10 @@ class Caches {
   Mav::Directory& directory_;
   Mav::Ptr<IpSnmp::IpMib> const ipMib_;
   Mav::Ptr<IpSnmp::IpForwardMib> const ipForwardMib_;
+  // Not const: it goes first, in the destructor.
   Mav::Ptr<IpSnmp::Root> root_;
   RouteAges const ages_;
+  // A listener: the follower, which the wiring has, goes before it.
   IpSnmp::IpNetToPhysicalTableSm neighbours_{ipMib_};
 };
 

@@ -65,11 +65,15 @@ void HealthSource::tellPublisher(IpSnmp::HealthData& data) {
   }
   if (!publisher_) return;
   double const now = secondsSinceEpoch();
+  // One that is behind lives all the same: the age says that it cannot make the tables exact.
   auto const keeping = publisher_->keeping(now);
   data.publisherAlive = keeping != Keeping::gone && keeping != Keeping::still;
+  // The clock of the day may have been set back since then.
   data.publisherUpTime = data.publisherAlive ? std::max(0.0, now - publisher_->startedAt) : 0;
+  // Bounded: the file is outside data, and what it comes to must fit the type.
   double const age = publisher_->age(now);
   data.age = static_cast<std::uint32_t>(std::min(age, double{IpSnmp::HealthData::ageUnknown}));
+  // By the names that the publisher gives them (kelbase): one that it does not have is 0.
   data.overruns = countOf(publisher_->counters, "overruns");
   data.dumps = countOf(publisher_->counters, "dumps");
   data.rejected = countOf(publisher_->counters, "messagesRejected");

@@ -24,6 +24,8 @@ class HealthSource {
   void operator()(IpSnmp::HealthData& data);
 
  private:
+  // The two halves of a sample: each leaves what the other tells alone, and a failure of one does
+  // not keep the other from being told.
   void tellPublisher(IpSnmp::HealthData& data);
   void tellTables(IpSnmp::HealthData& data) const;
 

@@ -71,8 +71,10 @@ int main(int argc, char** argv) {
   setenv("MIBS", "", 0);  // numbers are all it speaks: reading MIB files takes half a second
   watchSignals();
   if (init_agent("ovosnmpd") != 0) return EXIT_FAILURE;
+  // The entry that a daemon calls for `dlmod`: its alarm runs in the loop below.
   init_OvoSnmp();
   init_snmp("ovosnmpd");
+  // It blocks until something is due; alarms and descriptors, the signals' too, wake it.
   while (!isEnding) agent_check_and_process(1);
   deinit_OvoSnmp();
   snmp_shutdown("ovosnmpd");

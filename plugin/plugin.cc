@@ -48,7 +48,9 @@ Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startO
       // Interfaces before the routes through them.
       follower_(activity_, runDir, {&mirrors_, &caches_.neighbours(), &fib_}, OVO_VERSION),
       loopWatch_(activity_) {
+  // Before any handler is registered: nobody has asked for a counter yet.
   chooseIpv4Counters(runDir);
+  // The follower exists by now; until its first turn there is nothing to read.
   fib_.followerIs(&follower_);
   health_->sourceIs(HealthSource(runDir, follower_));
   Mav::Directory::root().mount(IpSnmp::Health::path, health_);

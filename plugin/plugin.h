@@ -37,9 +37,12 @@ class Plugin : private State::MountObserver {
   Plugin& operator=(Plugin const&) = delete;
 
  private:
+  // Of State::MountObserver. Registrations hold plain pointers to mounted entities: they go before
+  // a mount does, and come again behind it.
   void mountsWillChange() noexcept override;
   void mountsHaveChanged() override;
   void stateIsKnown() override;
+  /// Registers, or looks again a little later while routes are being filed.
   void serveOnceFiled();
 
   // Destroyed from the last to the first: the follower before its listener, the registrations
@@ -50,8 +53,11 @@ class Plugin : private State::MountObserver {
   Caches caches_;
   Mav::Ptr<IpSnmp::Health> const health_;
   Snmp::Framework framework_{stockObjectsToDisplace()};
+  // From then on for good: what is known is served, whatever becomes of the publisher.
   bool stateKnown_ = false;
   double filedBy_ = Mav::never;
+  // Armed between the first full comparison and the registration; and startOver_ after memory ran
+  // out.
   Mav::Timer filing_;
   Mav::Timer startOver_;
   Pondo::Follower follower_;

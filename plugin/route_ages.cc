@@ -12,6 +12,7 @@ namespace {
 template <class Status, class Prefix>
 std::uint32_t ageOf(Status const& status, Prefix const& prefix) {
   try {
+    // One descent in the shared table. All ages of a request are of one snapshot.
     auto const route = status.route(prefix);
     // 0: it was there before the publisher, which cannot know since when.
     if (!route || route->changedAt == 0) return 0;

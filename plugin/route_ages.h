@@ -12,9 +12,12 @@ namespace OvoSnmp {
 
 class RouteAges : public IpSnmp::RouteAges {
  public:
+  /// Holds the entities, which may outlive the tables: they raise ConsistencyException then.
   explicit RouteAges(Pondo::Fib::SharedFib const& fib)
       : routes_(fib.routeStatus()), routes6_(fib.route6Status()) {}
 
+  /// Seconds since the publisher saw the route change; 0 where it was there before, has gone, or
+  /// cannot be read now.
   std::uint32_t age(Dovel::Prefix const& prefix) const override;
   std::uint32_t age(Dovel::Ip6Prefix const& prefix) const override;
 

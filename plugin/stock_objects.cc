@@ -15,6 +15,7 @@ constexpr char const* token = "ovosnmpKeep";
 
 std::array<Snmp::ObjectRoot, 1> const& objects() {
   static std::array<Snmp::ObjectRoot, 1> const all{{
+      // The one of RFC 1213.
       {"ipRouteTable", {1, 3, 6, 1, 2, 1, 4, 21}},
   }};
   return all;
@@ -28,6 +29,7 @@ std::set<std::string>& kept() {
 
 void parse(char const* /*token*/, char const* line) noexcept {
   Snmp::guarded(token, [&] {
+    // The daemon hands over the rest of the line, without the token.
     std::string const name(line);
     bool const known = std::any_of(objects().begin(), objects().end(),
                                    [&](auto const& object) { return object.name == name; });
@@ -44,6 +46,7 @@ void forget() noexcept { kept().clear(); }
 
 }  // namespace
 
+// While snmpd.conf is read, in the module's own line: lines behind that one are understood.
 KeepToken::KeepToken() { snmpd_register_const_config_handler(token, parse, forget, "OBJECT"); }
 
 KeepToken::~KeepToken() {

@@ -8,6 +8,7 @@ namespace Snmp {
 
 namespace {
 
+// Thrown once more, to be told apart by its type.
 std::string inFlight() {
   try {
     throw;

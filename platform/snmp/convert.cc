@@ -15,6 +15,7 @@ namespace {
 // The longest OBJECT IDENTIFIER (RFC 2578 section 3.5).
 constexpr std::size_t subIdentifiersMax = 128;
 
+// Cut, not rounded: a time that has not been reached yet is never told.
 std::uint32_t ticks(double hundredths) {
   // Also of what is not a number.
   if (!(hundredths > 0.0)) return 0;
@@ -53,6 +54,7 @@ std::int32_t StringToAsnOidF::operator()(Mav::String8 const& value, unsigned cha
     if (!word || count == words.size()) return conversionFailed;
     words[count++] = *word;
     if (from == to) break;
+    // So a dot must have a number behind it: the loop begins with one.
     if (*from++ != '.') return conversionFailed;
   }
   return writeBytes(words.data(), count * sizeof words[0], buffer, size);

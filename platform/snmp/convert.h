@@ -6,6 +6,8 @@
 // A conversion fails when the buffer is too small, and then leaves it untouched. The layouts are
 // fixed, the same on every machine: integers, sub-identifiers and the halves of a counter are
 // native 32-bit words.
+//
+// On the agent's thread. None allocates or throws.
 
 #include <cstdint>
 #include <cstring>
@@ -19,7 +21,7 @@ namespace Snmp {
 
 inline constexpr std::int32_t conversionFailed = -1;
 
-/// One conversion, by its empty function object F.
+/// One conversion, by its empty function object F. T is what F takes, by value or by reference.
 template <class T, class F>
 std::int32_t SnmpConvert(T value, unsigned char* buffer, std::int32_t size) {
   return F()(value, buffer, size);
@@ -33,7 +35,7 @@ inline std::int32_t writeBytes(void const* source, std::size_t length, unsigned 
   return static_cast<std::int32_t>(length);
 }
 
-/// INTEGER: a signed 32-bit word.
+/// INTEGER: a signed 32-bit word. Integer32 and all enumerations (RFC 2578 section 7.1.1).
 struct S32ToAsnIntegerF {
   std::int32_t operator()(int value, unsigned char* buffer, std::int32_t size) const {
     return writeBytes(&value, sizeof value, buffer, size);
@@ -80,7 +82,8 @@ struct StringToAsnOidF {
 };
 
 /// TimeTicks: sysUpTime, in hundredths of a second, as it was at a time of the platform's clock;
-/// 0 at all times before the agent's start.
+/// 0 at all times before the agent's start. For times that the agent itself has seen. It is
+/// computed from the distance to now, anew at each call: two calls may differ by a hundredth.
 struct NowSecondsToUptimeTimeTicksF {
   std::int32_t operator()(double time, unsigned char* buffer, std::int32_t size) const;
 };
@@ -108,7 +111,7 @@ struct DovelEthAddrToAsnOctetStringF {
   }
 };
 
-/// PhysAddress of any kind of link: as many octets as it has.
+/// PhysAddress of any kind of link: as many octets as it has. None is an octet string of no octets.
 struct DovelLinkAddrToAsnOctetStringF {
   std::int32_t operator()(Dovel::LinkAddr const& value, unsigned char* buffer,
                           std::int32_t size) const {
@@ -123,7 +126,8 @@ struct BootTimeToUptimeTimeTicksF {
 };
 
 /// The hundredths of a second of sysUpTime at `time`, of an agent that is up for `uptime`
-/// hundredths at the time `now`; 0 before its start.
+/// hundredths at the time `now`; 0 before its start. A function of its own so that a test can say
+/// what the time is.
 std::uint32_t uptimeTicks(double time, double now, std::uint64_t uptime);
 
 }  // namespace Snmp

@@ -18,6 +18,7 @@ namespace {
 template <class Long>
 Long word(void const* value) {
   Long number = 0;
+  // `val` is a union of pointers: nothing promises that it is aligned for a long.
   std::memcpy(&number, value, sizeof number);
   return number;
 }
@@ -34,6 +35,7 @@ Narrow narrowed(Long number) {
 }
 
 void checkLength(netsnmp_variable_list const& variable, std::size_t length, std::string_view what) {
+  // Before a value is read: a variable without one has a null pointer, or a length of 0.
   if (variable.val.string && variable.val_len == length) return;
   throw Mav::RangeException(std::string(what) + " of " + std::to_string(variable.val_len) +
                             " octets");
@@ -62,6 +64,7 @@ void checkInteger(netsnmp_variable_list const& variable) {
 }
 
 std::string printedValue(netsnmp_variable_list const& variable) {
+  // By the type that the variable has, not the one that is wanted: the trace shows what came.
   bool const isNumber = variable.type == ASN_INTEGER || variable.type == ASN_UNSIGNED;
   if (isNumber && variable.val_len == sizeof(long)) return std::to_string(*variable.val.integer);
   std::string text;

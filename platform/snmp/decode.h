@@ -2,6 +2,9 @@
 // Decoders of the values that net-snmp parses out of instances and requests, the reverse of
 // convert.h. Each takes the `val` of a variable of that type, in this machine's layout; a
 // RangeException says that the value does not fit.
+//
+// What comes in is a manager's, or an index that net-snmp parsed out of an instance: any 32-bit
+// number can stand where the MIB allows fewer. Nothing is cut to fit. On the agent's thread.
 
 #include <cstdint>
 #include <string>
@@ -12,7 +15,8 @@
 
 namespace Snmp {
 
-/// INTEGER, which net-snmp holds as a long.
+/// INTEGER, which net-snmp holds as a long. RangeException beyond 32 bits with a sign: a
+/// sub-identifier from 2^31 on comes as such a number.
 std::int32_t AsnIntegerToS32(void const* value);
 /// Unsigned32, which net-snmp holds as an unsigned long.
 std::uint32_t AsnUnsignedToU32(void const* value);

@@ -27,6 +27,8 @@ struct Registered {
   bool isSubagents = false;
 
   bool takeOut() {
+    // By name and priority, not by the registration: net-snmp 5.9.3 reads freed memory in
+    // netsnmp_unregister_handler() of another module's.
     return unregister_mib_context(name.data(), name.size(), priority, 0, 0, "") ==
            MIB_UNREGISTERED_OK;
   }
@@ -35,6 +37,8 @@ struct Registered {
 
 /// What others have registered there. One that lies there in slices is told once.
 std::set<Registered> othersWithin(ObjectRoot const& place) {
+  // A walk along the whole registry: for each of our places when it is registered, and when another
+  // registration concerns one of them.
   std::set<Registered> others;
   for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
     // All that is registered under one name, by priority.
@@ -88,6 +92,7 @@ void takeOut(ObjectRoot const& place) {
   bool any = false;
   // A list of its own is walked: to unregister changes those of the registry.
   for (auto registered : othersWithin(place)) {
+    // What net-snmp does not let go of goes on answering, where its name is the longer one.
     if (!registered.isSubagents && registered.takeOut()) any = true;
   }
   if (any) gone().push_back(place.name);
@@ -108,11 +113,13 @@ void Displacement::run() {
     takeOut(place);
     tellOfSubagents(place);
   }
+  // One line, whatever has gone before the alarm came and in it.
   tellWhatHasGone();
 }
 
 std::vector<ObjectRoot> Displacement::places() const {
   std::vector<ObjectRoot> all;
+  // Asked anew each time: what this module has registered changes with the mounts.
   for (auto const* const registration : registrations()) all.push_back(placeOf(*registration));
   all.insert(all.end(), further_.begin(), further_.end());
   return all;
@@ -120,6 +127,7 @@ std::vector<ObjectRoot> Displacement::places() const {
 
 void Displacement::tellOfSubagents(ObjectRoot const& place) {
   for (auto const& other : othersWithin(place)) {
+    // Once for each subagent and object: it may register again and again.
     if (!other.isSubagents || !subagentsTold_.insert(other.label + ' ' + place.name).second) {
       continue;
     }

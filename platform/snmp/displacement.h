@@ -57,6 +57,7 @@ class Displacement {
   void tellOfSubagents(ObjectRoot const& place);
 
   std::vector<ObjectRoot> const further_;
+  // Of the subagents those that the log has told, with the object.
   std::set<std::string> subagentsTold_;
   unsigned alarm_ = 0;  // 0: none is set
 };

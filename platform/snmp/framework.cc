@@ -18,6 +18,7 @@ Framework::~Framework() { unregisterAll(); }
 
 void Framework::registerAll() {
   if (registered_) return;
+  // Before the units: one that fails is not tried again until all is unregistered.
   registered_ = true;
   for (auto* const unit : handlerRegistrations()) {
     try {
@@ -28,6 +29,8 @@ void Framework::registerAll() {
       Mav::log(Mav::Severity::error, std::string("a handler unit failed to register: ") + e.what());
     }
   }
+  // Each registration has taken out what stood in its place. This takes out the further places, and
+  // tells of all in one line.
   displacement_.run();
 }
 

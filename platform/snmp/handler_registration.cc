@@ -26,6 +26,7 @@ AutoRegistree::AutoRegistree(HandlerRegistration* registration) : registration_(
 
 AutoRegistree::~AutoRegistree() {
   auto& all = list();
+  // While the library is unloaded: the list is as old as the first unit, and goes behind the last.
   all.erase(std::remove(all.begin(), all.end(), registration_), all.end());
 }
 

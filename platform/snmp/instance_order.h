@@ -25,6 +25,7 @@ class InstanceOrder {
   explicit InstanceOrder(Instance instance) : rest_(instance) {}
 
   void add(std::uint32_t subIdentifier) {
+    // Decided: what comes behind makes no difference. The visitor of an index need not know.
     if (order_ != 0) return;
     if (rest_.empty()) {
       order_ = std::strong_ordering::greater;  // the instance is a prefix of the key
@@ -34,7 +35,8 @@ class InstanceOrder {
     rest_ = rest_.subspan(1);
   }
 
-  /// How the key stands to the instance, once all of it was added.
+  /// How the key stands to the instance, once all of it was added. One that the instance begins
+  /// with is less.
   std::strong_ordering result() const {
     return order_ == 0 && !rest_.empty() ? std::strong_ordering::less : order_;
   }
@@ -44,7 +46,8 @@ class InstanceOrder {
   std::strong_ordering order_ = std::strong_ordering::equal;
 };
 
-/// Writes an instance; what does not fit is left out.
+/// Writes an instance; what does not fit is left out. size() then says less than the key has; no
+/// index of this system comes near MAX_OID_LEN.
 class InstanceWriter {
  public:
   explicit InstanceWriter(std::span<oid> out) : out_(out) {}

@@ -13,9 +13,11 @@ IteratorTable::IteratorTable(std::span<unsigned const> columns)
   table_.valid_columns = &columns_;
   table_.min_column = columnNumbers_.front();
   table_.max_column = columnNumbers_.back();
+  // Each of these points to another member: the block never moves.
   iterator_.table_reginfo = &table_;
 }
 
+// net-snmp frees neither of the lists: NETSNMP_HANDLER_OWNS_IINFO is not set, this block is ours.
 IteratorTable::~IteratorTable() {
   snmp_free_varbind(table_.indexes);
   snmp_free_varbind(iterator_.indexes);  // a copy that net-snmp makes when it registers

@@ -22,7 +22,8 @@ class IteratorTable {
   IteratorTable(IteratorTable const&) = delete;
   IteratorTable& operator=(IteratorTable const&) = delete;
 
-  /// Adds an index component; false when net-snmp has no memory for it.
+  /// Adds an index component; false when net-snmp has no memory for it. In the order of the MIB.
+  /// `type` is that of a component as a request's instance is parsed.
   [[nodiscard]] bool addIndex(unsigned char type);
 
   /// Takes over the callbacks, and nothing else.
@@ -35,6 +36,8 @@ class IteratorTable {
   RowServer* server() { return server_ ? &*server_ : nullptr; }
 
  private:
+  // The numbers that columns_ points to, columns_ that table_ points to, and table_ that iterator_
+  // points to; the server refers to the last, and goes first.
   std::vector<unsigned> columnNumbers_;
   netsnmp_column_info columns_{};
   netsnmp_table_registration_info table_{};

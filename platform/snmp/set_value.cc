@@ -9,12 +9,14 @@ namespace {
 
 std::uint32_t wordAt(unsigned char const* bytes, std::size_t index) {
   std::uint32_t word = 0;
+  // From a buffer of bytes, which may lie anywhere.
   std::memcpy(&word, bytes + index * sizeof word, sizeof word);
   return word;
 }
 
 bool set(netsnmp_variable_list* variable, unsigned char type, void const* value,
          std::size_t length) {
+  // It copies the value: into the variable itself where it is short, else into memory of its own.
   return snmp_set_var_typed_value(variable, type, value, length) == 0;
 }
 

@@ -24,6 +24,7 @@ int priority(Mav::Severity severity) {
 }  // namespace
 
 void snmpLogSink(Mav::Severity severity, std::string_view line) {
+  // The line is an argument, never a format: it may hold what a manager has sent.
   snmp_log(priority(severity), "OvoSnmp: %.*s\n", static_cast<int>(line.size()), line.data());
 }
 

@@ -4,6 +4,7 @@ namespace Snmp {
 
 View::Extent View::ask(std::span<oid> subtree) const {
   if (!pdu_) return Extent::all;
+  // VACM_SUBTREE_UNKNOWN and the errors: some, so that each cell is asked for.
   switch (netsnmp_acm_check_subtree(pdu_, subtree.data(), subtree.size())) {
     case VACM_SUCCESS:
       return Extent::all;

@@ -20,7 +20,8 @@ class View {
   View(netsnmp_agent_request_info const& info, std::span<oid> root)
       : pdu_(info.asp ? info.asp->pdu : nullptr), root_(root) {}
 
-  /// How much of a subtree of the root is shown; `some` also where the agent cannot tell.
+  /// How much of a subtree of the root is shown; `some` also where the agent cannot tell. Most
+  /// managers see all of a table, or nothing: then no column is asked about.
   Extent extentOf(std::span<oid> subtree) const {
     if (!whole_) whole_ = ask(root_);
     return *whole_ == Extent::some ? ask(subtree) : *whole_;
