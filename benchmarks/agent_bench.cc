@@ -13,6 +13,7 @@ using namespace PublishedRoutes;
 struct Agent : Intf::IntfDetailsProvider, Reading {
   explicit Agent(std::filesystem::path path) : Reading(std::move(path)) {
     Intf::intfDetailsProviderIs(this);
+    // The one link that all fecs lead through, as published_routes.h names it.
     intfStatusDir->intfStatusIs(Dovel::IntfId("eth0"), 2, true);
     sm = Mav::makeObject<IpSnmp::IpRouteTableSm>(Mav::makeObject<Mav::ActivityConfig>(activity),
                                                  mib, intfStatusDir, fib.routeStatus(),
@@ -33,11 +34,14 @@ struct Agent : Intf::IntfDetailsProvider, Reading {
   Mav::Ptr<IpSnmp::IpRouteTableSm> sm;
 };
 
+/// Octets in use of the heap, large blocks of their own among them.
 double allocated() {
   auto const info = ::mallinfo2();
   return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
+/// A new agent on tables that stand: the time of its comparison and its passes, what it holds after
+/// them, and how long it kept a request waiting at the longest.
 void coldStart(benchmark::State& state) {
   RunDir const runDir;
   Publisher const publisher(runDir.path());

@@ -22,6 +22,7 @@ struct Agent : Reading {
       Mav::makeObject<FecRouteListSm>(fib.routeStatus(), fib.forwardingStatus(), list);
 };
 
+/// Tables that nobody has seen: until they are complete, changes are not logged.
 void publishNewTables(benchmark::State& state) {
   rows();
   for (auto _ : state) {
@@ -34,6 +35,7 @@ void publishNewTables(benchmark::State& state) {
   }
 }
 
+/// The same routes into tables that are complete: each goes into the change log as well.
 void publishNewRoutesIntoTablesInUse(benchmark::State& state) {
   rows();
   for (auto _ : state) {
@@ -47,6 +49,7 @@ void publishNewRoutesIntoTablesInUse(benchmark::State& state) {
   }
 }
 
+/// All routes once more, with the same values, of which nothing is written, or with others.
 void publishedRoutes(benchmark::State& state, bool changed) {
   RunDir const runDir;
   Writer writer(runDir.path(), {});
@@ -62,6 +65,7 @@ void publishedRoutes(benchmark::State& state, bool changed) {
   }
 }
 
+/// What a publisher does at its start: it reads what its tables hold already.
 void scanByTheWriter(benchmark::State& state) {
   RunDir const runDir;
   Writer writer(runDir.path(), {});
@@ -139,6 +143,7 @@ void routesAndFecsRead(benchmark::State& state, bool inOrder) {
   }
 }
 
+/// The list alone, without tables: in the order in which a comparison fills it, and in none.
 void fecRouteList(benchmark::State& state, bool inOrder) {
   auto wanted = rows();
   if (!inOrder) std::shuffle(wanted.begin(), wanted.end(), std::mt19937(1));

@@ -1,5 +1,8 @@
 #pragma once
 // A million published routes, for benchmarks of either side of the shared tables.
+//
+// One go over all routes is measured in processor time, and the least of several goes is told: on a
+// machine that others use, too, it is the one that was disturbed least.
 
 #include <algorithm>
 #include <ctime>
@@ -24,9 +27,11 @@ namespace PublishedRoutes {
 using namespace Pondo;
 using namespace Pondo::Fib;
 
+// The size of the internet's table, roughly; and few sets of next hops, as a router has them.
 inline constexpr std::size_t routeCount = 1'000'000;
 inline constexpr std::uint64_t fecCount = 40;
 
+/// In the order of prefixes, which is that of the table's keys: the writer appends.
 using Rows = std::vector<std::pair<Dovel::Prefix, Route>>;
 
 /// Seconds of this process.
@@ -36,7 +41,8 @@ inline double cpuTime() {
   return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// One timed go over all routes.
+/// One timed go over all routes. The counter "ns/route" keeps the least of the goes; Google
+/// Benchmark's own figure is their mean.
 template <class Action>
 void timed(benchmark::State& state, Action const& action) {
   auto const start = cpuTime();
@@ -62,10 +68,12 @@ inline unsigned someLength(std::mt19937& random) {
 /// Sorted, the same in every run.
 inline Rows const& rows() {
   static Rows const made = [] {
+    // A fixed seed, so that runs can be compared.
     std::mt19937 random(1);
     std::map<Dovel::Prefix, Route> routes;
     while (routes.size() < routeCount) {
       auto const length = someLength(random);
+      // Below 224.0.0.0: unicast alone.
       Dovel::IpAddr const address(static_cast<std::uint32_t>(random()) % 0xe0000000U);
       routes[{address.masked(length), length}] = {
           FecId(1 + random() % fecCount), Routing::RouteMetric(20), Routing::RoutePreference(200),
@@ -76,6 +84,7 @@ inline Rows const& rows() {
   return made;
 }
 
+/// A run directory on tmpfs, as the daemons have theirs; gone with its object.
 class RunDir {
  public:
   RunDir() {
@@ -90,6 +99,7 @@ class RunDir {
   std::string path_ = "/dev/shm/pondo-bench.XXXXXX";
 };
 
+/// Puts every fec and every route, these with that metric; does not commit.
 inline void putAll(Writer& writer, std::uint32_t metric) {
   for (std::uint64_t id = 1; id <= fecCount; ++id) {
     Dovel::IpAddr const hop(0x0a000000U + static_cast<std::uint32_t>(id));
@@ -101,7 +111,8 @@ inline void putAll(Writer& writer, std::uint32_t metric) {
   }
 }
 
-/// A publisher in a process of its own: LMDB wants that.
+/// A publisher in a process of its own: LMDB wants that. Its time is its own, too: what the reader
+/// is measured by has none of it.
 class Publisher {
  public:
   explicit Publisher(std::filesystem::path const& runDir) {
@@ -118,7 +129,7 @@ class Publisher {
   Publisher(Publisher const&) = delete;
   Publisher& operator=(Publisher const&) = delete;
 
-  /// Gives every route another metric.
+  /// Gives every route another metric. Returns when it is committed.
   void rewrite() {
     tell(1);
     char done = 0;
@@ -126,12 +137,14 @@ class Publisher {
   }
 
  private:
+  // One octet each way: 1, write all again; 0, end.
   void tell(char what) const {
     if (::write(down_[1], &what, 1) != 1) std::abort();
   }
   [[noreturn]] void serve(std::filesystem::path const& runDir) const {
     {
       Writer::Options options;
+      // The log holds all of a go: a reader follows it, and does not fall back to a comparison.
       options.logMax = 2 * routeCount;
       Writer writer(runDir, options);
       char what = 0;
@@ -141,6 +154,7 @@ class Publisher {
         if (::write(up_[1], &what, 1) != 1) std::abort();
       }
     }
+    // No destructors of the benchmark that was forked.
     ::_exit(0);
   }
 
@@ -156,7 +170,8 @@ struct Reading {
   Reading(Reading const&) = delete;
   Reading& operator=(Reading const&) = delete;
 
-  /// From the start on, also once more.
+  /// From the start on, also once more. With a new follower, which knows nothing and compares
+  /// everything.
   void follow() {
     fib.followerIs(nullptr);
     follower.reset();
@@ -175,6 +190,7 @@ struct Reading {
     return longest;
   }
 
+  // Destroyed from the last to the first: the follower before its listener and its activity.
   std::filesystem::path const runDir;
   Mav::Activity activity;
   SharedFib fib;

@@ -11,6 +11,7 @@ namespace {
 using Stub::Row;
 
 constexpr std::size_t columnAt = OID_LENGTH(Stub::tableOid) + 1;
+// By the index of RFC 4292: destination, mask, type of service, next hop.
 constexpr std::size_t nameLength = columnAt + 1 + 13;  // three addresses and a number
 
 /// The first four parts that `from` has, the rest 0.

@@ -41,6 +41,7 @@ Row const* start(netsnmp_table_request_info const* hint) {
 
 netsnmp_variable_list* fill(void** loop, void** data, netsnmp_variable_list* put, Row const* row) {
   if (row == Stub::rows().data() + Stub::rows().size()) return nullptr;
+  // net-snmp takes a void*; nobody writes through it.
   *loop = const_cast<Row*>(row);
   *data = const_cast<Row*>(row);
   auto* index = put;

@@ -45,6 +45,7 @@ void setValue(netsnmp_variable_list* variable, Row const& row, unsigned column) 
     case 4:
       return setAddress(variable, row.nextHop);
     case 9: {
+      // zeroDotZero, as this system's module tells it.
       constexpr oid none[] = {0, 0};
       snmp_set_var_typed_value(variable, ASN_OBJECT_ID, none, sizeof none);
       return;

@@ -2,6 +2,11 @@
 // The rows of a stub: an array in the order of the index, from the file that STUB_ROWS names.
 // The same file serves all stubs, so that what they cost differs by how they find a row alone. The
 // rows are read-only and used on snmpd's one thread.
+//
+// A stub is a module of snmpd's that serves ipCidrRouteTable in the simplest way that one layer of
+// net-snmp allows. They set the scale for this system's module: beside an iterator, beside a bare
+// handler of GETNEXT, beside a bare handler of GETBULK. They are no more right than the measure
+// needs.
 
 #include <compare>
 #include <cstdint>
