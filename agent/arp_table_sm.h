@@ -3,6 +3,9 @@
 // is filed under the ifIndex of its interface and the neighbour's address, and refers to the
 // interface's Arp::ArpIntfStatus, where what it shows is looked up when it is read.
 //
+//   Arp::NeighborDir ──► MavStatus ──► MavArpIntfStatus ──► IpMib
+//   Interface::AllIntfStatusDir ──► MavIntfStatusDir ──► MavArpIntfStatus: the ifIndex
+//
 // One reactor of each Arp::ArpIntfStatus (arp_reactors.h) files its neighbours once the interface's
 // ifIndex is known. No state of its own but that.
 //

@@ -38,6 +38,7 @@ class Ip6IntfReactor : public IntfReactor<React, Entity, source> {
   OldAddrMap oldAddr_;
 };
 
+/// As configured: what the kernel has, tentative and duplicate ones among it.
 class IpAddressTableSm::MavIp6IntfConfig final
     : public Ip6IntfReactor<MavIp6IntfConfig, Ip6::IntfConfig, addressSourceConfig> {
  public:
@@ -45,6 +46,7 @@ class IpAddressTableSm::MavIp6IntfConfig final
   using Ip6IntfReactor::Ip6IntfReactor;
 };
 
+/// In operation: what is served as preferred(1).
 class IpAddressTableSm::MavIp6IntfStatus final
     : public Ip6IntfReactor<MavIp6IntfStatus, Ip6::IntfStatus, addressSourceStatus> {
  public:

@@ -29,7 +29,8 @@ class IpAddressTableSm::MavIpMib final : public IpMib::NotifieeConst {
 template <class Dir, class React>
 class IntfDirReactor : public Dir::NotifieeConst {
  public:
-  /// Only registers: handleIntf() makes the first pass.
+  /// Only registers: handleIntf() makes the first pass. `reactors` is a member of the state
+  /// machine, which owns this.
   IntfDirReactor(IpAddressTableSm& sm, ReactorSet<React>& reactors, Mav::Ptr<Dir const> dir)
       : Dir::NotifieeConst(std::move(dir)), sm_(sm), reactors_(reactors) {}
 

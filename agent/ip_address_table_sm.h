@@ -2,6 +2,11 @@
 // Keeps ipAddrTable (IPv4 alone), ipAddressTable and ipAddressPrefixTable of IpMib in step with the
 // addresses of the interfaces, configured and in operation.
 //
+//   Ip::Config  ──► MavConfig  ──► MavIpIntfConfig  ──┬─► doAddAddr, doDelAddr ───► IpMib
+//   Ip::Status  ──► MavStatus  ──► MavIpIntfStatus  ──┘
+//   Ip6::Config ──► MavConfig6 ──► MavIp6IntfConfig ──┬─► doAddAddr6, doDelAddr6 ──► IpMib
+//   Ip6::Status ──► MavStatus6 ──► MavIp6IntfStatus ──┘
+//
 // A reactor of each interface and side (ip_intf_reactor.h, ip6_intf_reactor.h) tells of one address
 // at a time; the do functions file it. An address that several interfaces or both sides have is one
 // IpAddressEntry with one IntfData for each. The smallest IntfDataKey is the master: its prefix

@@ -30,6 +30,7 @@ class IpIntfReactor : public IntfReactor<React, Entity, source> {
   Dovel::IpAddrWithMask oldAddress_;
 };
 
+/// As configured: served as inaccessible(4) while the other side does not have it.
 class IpAddressTableSm::MavIpIntfConfig final
     : public IpIntfReactor<MavIpIntfConfig, Ip::IpIntfConfig, addressSourceConfig> {
  public:
@@ -39,6 +40,7 @@ class IpAddressTableSm::MavIpIntfConfig final
   void onAddrWithMask() override { handleAddr(); }
 };
 
+/// In operation: its link is up and running. Served as preferred(1).
 class IpAddressTableSm::MavIpIntfStatus final
     : public IpIntfReactor<MavIpIntfStatus, Ip::IpIntfStatus, addressSourceStatus> {
  public:

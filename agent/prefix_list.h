@@ -3,6 +3,9 @@
 // each interface that it looked for in vain. A set, in effect: prefixes are entered with true.
 // Walked in an order that nobody may rely on; it is that of the prefixes, so that a walk which
 // enters them elsewhere works sequentially. One thread.
+//
+// A pass enters a prefix when it finds a via without its interface (IpRouteTableSm::refuse). The
+// status that comes empties the list into the backlog, where the route is looked at as it is then.
 
 #include "platform/dovel/intf_id.h"
 #include "platform/dovel/prefix.h"
@@ -36,7 +39,7 @@ class PrefixList : public Mav::Entity {
 
   Dovel::IntfId const& intfId() const { return intfId_; }
 
-  /// False when it is absent.
+  /// False when it is absent. Whether it waits; a set has no other question.
   bool prefix(Dovel::Prefix const& prefix) const { return prefix_.map().get(prefix).value; }
   std::size_t prefixes() const { return prefix_.map().size(); }
   PrefixIteratorConst prefixIterator() const { return prefix_.map().first(); }
@@ -49,6 +52,7 @@ class PrefixList : public Mav::Entity {
   }
   /// Its bool; false when it was absent.
   bool prefixDel(Dovel::Prefix const& prefix);
+  /// Announced one by one where anybody listens; else at once, however many they are.
   void prefixDelAll();
 
   std::string_view typeName() const override { return "IpSnmp::PrefixList"; }

@@ -5,6 +5,10 @@
 // Sm is the state machine, Entity what is watched (Ip::IpIntfConfig, Arp::ArpIntfStatus ...). A
 // reactor lives in a ReactorSet of the state machine while its entity is in the collection that it
 // came from. One thread.
+//
+// Its constructor takes over what the entity holds and looks for the interface's status. From then
+// on it hears the entity, and the state machine hands it each status that comes or goes. At its end
+// handleDel() withdraws, where the entity has gone, and disconnect() lets go, always.
 
 #include "platform/mav/object.h"
 #include "platform/state/entities/intf_status.h"

@@ -1,6 +1,10 @@
 #pragma once
 // The reactors of one kind in a state machine, by the key that the reactor's class gives their
 // entity (keyOf). Finding one costs a descent of a small tree. One thread.
+//
+// The state machine has one for each kind of entity, and the reactors have no other owner; who asks
+// for one by get() may keep it alive for longer, disconnected. A walk over the set survives what
+// the reactors do to it.
 
 #include "platform/dovel/intf_id.h"
 #include "platform/mav/object.h"

@@ -8,7 +8,8 @@
 // holds them. All on the agent's thread, not from inside a notification of what is wired.
 //
 // No state of its own but these references. Each is counted, so that the order in which the wiring
-// lets go of its entities does not matter.
+// lets go of its entities does not matter. Nor does that in which the state machines are created:
+// each writes tables of its own, and none reads another's. plugin/caches.cc is what a wiring is.
 
 #include "agent/arp_table_sm.h"
 #include "agent/ip6_route_table_sm.h"
@@ -65,6 +66,7 @@ class Root : public Mav::Entity {
       Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
       Mav::Ptr<Interface::AllIntfStatusDir const> const& intfStatusDir,
       Mav::Ptr<IpMib> const& ipMib, Mav::Ptr<Arp::NeighborDir const> const& arpStatus);
+  // None of these deletions takes rows from a cache: what was filed is served on.
   void arpTableSmDel() { arpTableSm_.reset(); }
 
   Mav::Ptr<IpRouteTableSm> const& ipRouteTableSm() const { return ipRouteTableSm_; }
@@ -80,7 +82,8 @@ class Root : public Mav::Entity {
   void ipRouteTableSmDel() { ipRouteTableSm_.reset(); }
 
   Mav::Ptr<Ip6RouteTableSm> const& ip6RouteTableSm() const { return ip6RouteTableSm_; }
-  /// As ipAddressTableSmIs.
+  /// As ipAddressTableSmIs. It asks for no interface status: a via of an IPv6 route has its ifIndex
+  /// with it.
   Mav::Ptr<Ip6RouteTableSm> ip6RouteTableSmIs(
       Mav::Ptr<Mav::ActivityConfig> const& activityConfig,
       Mav::Ptr<IpForwardMib> const& ipForwardMib,

@@ -31,6 +31,7 @@ class RouteTableSm<Prefix>::MavRouteStatus final : public RouteStatus::NotifieeC
  public:
   MavRouteStatus(RouteTableSm& sm, Mav::Ptr<RouteStatus const> status)
       : RouteStatus::NotifieeConst(std::move(status)), sm_(sm) {}
+  /// Into the backlog: it came, changed or went, or a comparison has met it.
   void onRoute(Prefix const& prefix) override { sm_.handleRoute(prefix); }
   /// Those that have rows. The backlog is looked at anyway.
   std::optional<Prefix> filedRoute(Prefix const& from) const override {
@@ -48,6 +49,8 @@ class RouteTableSm<Prefix>::MavForwardingStatus final
  public:
   MavForwardingStatus(RouteTableSm& sm, Mav::Ptr<Pondo::Fib::ForwardingStatus const> status)
       : NotifieeConst(std::move(status)), sm_(sm) {}
+  /// Enters all prefixes that use it at once, however many they are: the follower ends its slice
+  /// with a fec (SharedFib::isHeavy).
   void onFec(Pondo::Fib::FecId fecId) override { sm_.handleFec(fecId); }
 
  private:
@@ -61,11 +64,13 @@ class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
   MavClock(RouteTableSm& sm, Mav::Ptr<Mav::Clock const> clock)
       : NotifieeConst(std::move(clock)), sm_(sm) {}
 
+  /// One pass, which arms the clock for the next one where the backlog has more.
   void onTime() override {
     // What it throws leaves `outageTold_` as it was: an outage ends with a pass that went well.
     sm_.doProcessIpRouteBacklog();
     outageTold_ = false;
   }
+  /// What ended a pass: an outage of the tables is told to the operator, anything else is a fault.
   void onException(Mav::AttributeId attribute, std::exception_ptr exception) override {
     try {
       std::rethrow_exception(exception);
@@ -78,6 +83,7 @@ class RouteTableSm<Prefix>::MavClock final : public Mav::Clock::NotifieeConst {
   }
 
  private:
+  // The number of those that wait is the backlog's: more may come while it lasts.
   void tellOutage(std::string const& text) {
     if (std::exchange(outageTold_, true)) return;
     Mav::log(Mav::Severity::warning, std::string(sm_.texts_.table) + " stays as it is, " +

@@ -1,6 +1,10 @@
 #pragma once
 // What the route state machines of both families are: the backlog, its passes and what fills it.
 //
+//   a route ───────────────────────────────────┐
+//   a fec ──► FecRouteList ──► its prefixes ───┼─► backlog ──► a pass: process() ──► IpForwardMib
+//   an interface (IPv4) ──► its PrefixList ────┘
+//
 // Whatever is heard of (a route, a fec) comes down to prefixes that have to be looked at again:
 // they are entered in the backlog, which is a set. A pass of the clock works the backlog off,
 // prefix by prefix in their order: the rows of a prefix become what the tables say at that moment.

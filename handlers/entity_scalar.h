@@ -3,6 +3,9 @@
 // ipCidrRouteNumber and inetCidrRouteNumber (RFC 4292). A unit declares it as a constant, registers
 // it, and has its callback answer from it. On snmpd's thread.
 //
+// A callback of its own for each scalar: net-snmp, traces and a tracer know it by its name
+// (handle_ipForwarding). What they do is the same, and stands here once.
+//
 // A scalar whose entity is not there is registered all the same: its object answers genErr, and the
 // daemon's own no longer answers in its place. All members of an EntityScalar point to what lives
 // as long as the library; a unit makes it constexpr.

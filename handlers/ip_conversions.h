@@ -38,7 +38,8 @@ std::int32_t RouteTypeToInetProtocol(Routing::Fib::RouteType const& routeType,
 std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,
                                           unsigned char* buffer, std::int32_t size);
 
-/// The number of an InetVersion, from an INTEGER of net-snmp.
+/// The number of an InetVersion, from an INTEGER of net-snmp. Any number is taken: who makes an
+/// InetVersion of it finds out whether there is one.
 std::int32_t AsnIntegerToIpVersion(void* value);
 
 }  // namespace IpSnmp

@@ -21,6 +21,7 @@ class ArpTableIndex : public Mav::Value<ArpTableIndex> {
   ArpTableIndex(char const*& from, char const* to)
       : ArpTableIndex(Mav::parsedStrep<ArpTableIndex>(from, to)) {}
 
+  /// Of the link on which the neighbour is; the address may be there on other links, too.
   std::uint32_t ifIndex() const { return ifIndex_; }
   Dovel::IpAddr const& ipAddr() const { return ipAddr_; }
 

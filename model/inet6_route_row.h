@@ -1,6 +1,11 @@
 #pragma once
 // What inetCidrRouteTable keeps of an IPv6 route's next hop, and what a row of either family says
-// beside its key. A quarter of a million are held: octets alone, without padding.
+// beside its key. A quarter of a million are held: octets alone, without padding. A key has 16 of
+// the destination, 4 of its zone, 1 of the length, 16 of the next hop and 4 of the ifIndex; a row 4
+// of the metric, 1 of the type and 1 of the protocol.
+//
+// The state machine hands rows over as Inet6RouteHop, the collection keeps Inet6RouteKey and
+// Inet6RouteRow, and a reader sees InetCidrRouteTableIndex and InetCidrRouteRow.
 
 #include <array>
 #include <bit>
@@ -17,6 +22,8 @@ namespace IpSnmp {
 /// What a row of either family says beside its key: made from what is kept when an iterator comes
 /// to the row.
 struct InetCidrRouteRow {
+  // 0 of a route that refuses, and where the kernel names no interface (RFC 4292,
+  // inetCidrRouteIfIndex).
   std::uint32_t ifIndex = 0;
   Routing::RouteMetric metric;
   InetCidrRouteType type = inetCidrRouteTypeOther;
@@ -25,7 +32,8 @@ struct InetCidrRouteRow {
   bool operator==(InetCidrRouteRow const&) const = default;
 };
 
-/// A number that may stand at any address.
+/// A number that may stand at any address. A std::uint32_t would align the key to four octets:
+/// three of padding in each of a quarter of a million.
 class PackedNumber {
  public:
   PackedNumber() = default;
@@ -84,7 +92,9 @@ class Inet6RouteKey {
   bool isOf(Dovel::Ip6Prefix const& prefix) const {
     return dest_ == prefix.address() && length_ == prefix.length() && zone_ == prefix.zone();
   }
+  /// With the zone of a link-local prefix: ipv6z(4), else ipv6(2).
   TypedInetAddress dest() const { return {dest_, zone_}; }
+  /// In bits.
   unsigned length() const { return length_; }
   /// unknown(0), without octets, where there is none; with its link for a zone where it is
   /// link-local (RFC 4007).
@@ -92,6 +102,7 @@ class Inet6RouteKey {
     if (nextHop_.isUnspecified()) return {};
     return {nextHop_, nextHop_.isLinkLocal() ? std::uint32_t{ifIndex_} : 0};
   }
+  /// That of the row; 0: none.
   std::uint32_t ifIndex() const { return ifIndex_; }
 
   bool operator==(Inet6RouteKey const& other) const { return (*this <=> other) == 0; }
@@ -141,6 +152,7 @@ class Inet6RouteRow {
   std::uint8_t protocol_ = 0;
 };
 
+// 47 octets a row with its key, as inet_cidr_routes.h says.
 static_assert(sizeof(Inet6RouteRow) == 6);
 
 }  // namespace IpSnmp

@@ -26,6 +26,7 @@ class InetAddress : public Mav::Value<InetAddress> {
   InetAddress(char const*& from, char const* to)
       : InetAddress(Mav::parsedStrep<InetAddress>(from, to)) {}
 
+  /// Of type ipv4(1), and ipv6(2).
   static InetAddress fromIpAddr(Dovel::IpAddr const& addr) {
     return {Ip::ipVersion4, Snmp::String(addr.octets())};
   }
@@ -37,6 +38,7 @@ class InetAddress : public Mav::Value<InetAddress> {
   /// 4 octets for IPv4, 16 for IPv6, first octet first.
   Snmp::String const& bytes() const { return bytes_; }
 
+  /// In the order of the instance (RFC 4293, ipAddressEntry).
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("version", &InetAddress::version_),
                       Mav::Attribute("bytes", &InetAddress::bytes_)};

@@ -43,6 +43,7 @@ class InetCidrRouteTableIndex {
     }
   }
 
+  /// The prefix's address; pfxLen() in bits. A next hop of no octets is none.
   TypedInetAddress const& dest() const { return dest_; }
   unsigned pfxLen() const { return pfxLen_; }
   TypedInetAddress const& nextHop() const { return nextHop_; }

@@ -2,6 +2,10 @@
 // The rows of inetCidrRouteTable (RFC 4292), of both families. The route state machines write it,
 // the handler of the table reads it, all on the agent's thread.
 //
+//   hops (ipCidrRouteTable) ─┬─► by prefix: ipv4(1) ─┐
+//   refusals ────────────────┘                       ├─► the rows, in the order of instances
+//   routes6 ────────────────────► ipv6(2), ipv6z(4) ─┘
+//
 // Those of IPv4 are a view of the rows of ipCidrRouteTable, which are kept once, merged with the
 // routes that refuse, which that table does not have. Behind them, as their InetAddressTypes are,
 // stand those of IPv6: ipv6(2), then ipv6z(4). A quarter of a million of these are held, by value,

@@ -26,6 +26,7 @@ class IntfData : public Mav::PlainValue<IntfData> {
   /// May be null.
   Mav::Ptr<IpAddressPrefixEntry const> const& prefixEntry() const { return prefixEntry_; }
 
+  /// The row compares by identity, as a Ptr does.
   static constexpr auto attributes() {
     return std::tuple{Mav::Attribute("key", &IntfData::key_),
                       Mav::Attribute("prefixEntry", &IntfData::prefixEntry_)};

@@ -22,6 +22,7 @@ class IntfDataKey : public Mav::Value<IntfDataKey> {
   IntfDataKey(char const*& from, char const* to)
       : IntfDataKey(Mav::parsedStrep<IntfDataKey>(from, to)) {}
 
+  /// What is in operation is told twice, from configuration as well: so the two are two keys.
   AddressSource source() const { return source_; }
   Dovel::IntfId const& intfId() const { return intfId_; }
 

@@ -24,6 +24,7 @@ class IpAddressPrefixKey : public Mav::Value<IpAddressPrefixKey> {
   IpAddressPrefixKey(char const*& from, char const* to)
       : IpAddressPrefixKey(Mav::parsedStrep<IpAddressPrefixKey>(from, to)) {}
 
+  /// Of the link that has the address; the further IntfIds of one link share it.
   std::uint32_t ifIndex() const { return ifIndex_; }
   Ip::IpVersion version() const { return version_; }
   /// The prefix's address, 4 or 16 octets, first octet first, host bits clear.

@@ -2,7 +2,8 @@
 // One row of ipCidrRouteTable, fixed for life: a route that changes is deleted and made again.
 //
 // A million of them are held. The collection keeps of each what its key does not say, by value: 12
-// octets beside the key's 16, no allocation. The entry itself is made for whoever asks for one, and
+// octets beside the key's 16, no allocation: 28, where a row on the heap would take 72 and a
+// pointer to follow at each step of a walk. The entry itself is made for whoever asks for one, and
 // stays as the row was then.
 
 #include "model/ip_cidr_route_table_index.h"
@@ -25,7 +26,9 @@ class IpCidrRouteTableRow {
         preference_(preference),
         hasNextHop6_(hasNextHop6) {}
 
+  /// 0 where the kernel names no interface (RFC 4292, ipCidrRouteIfIndex).
   std::uint32_t ifIndex() const { return ifIndex_; }
+  /// The kernel's priority, served as ipCidrRouteMetric1; the preference is ipCidrRouteMetric2.
   Routing::RouteMetric const& metric() const { return metric_; }
   Routing::RoutePreference const& preference() const { return preference_; }
   /// As the forwarding table gives it; ProtocolMap has what is served.
@@ -34,6 +37,7 @@ class IpCidrRouteTableRow {
   }
   /// The next hop is an IPv6 one (RFC 8950), for which the key has no place.
   bool hasNextHop6() const { return hasNextHop6_; }
+  // By which a row that comes again unchanged is not announced (AnnouncedMap::put).
   bool operator==(IpCidrRouteTableRow const&) const = default;
 
  private:

@@ -24,6 +24,7 @@ class IpCidrRouteTableIndex : public Mav::Value<IpCidrRouteTableIndex> {
   IpCidrRouteTableIndex(char const*& from, char const* to)
       : IpCidrRouteTableIndex(Mav::parsedStrep<IpCidrRouteTableIndex>(from, to)) {}
 
+  // dest() has no bit that mask() has not; nextHop() is 0.0.0.0 of a route over the link itself.
   constexpr Dovel::IpAddr const& dest() const { return dest_; }
   constexpr Dovel::IpAddr const& mask() const { return mask_; }
   constexpr std::uint32_t tos() const { return tos_; }

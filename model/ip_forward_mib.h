@@ -17,6 +17,7 @@ class IpForwardMib : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/ip/ipforwardmib";
 
+  // The other table has no attribute: it is a view, and announces nothing.
   static constexpr Mav::AttributeId ipCidrRouteTableAttributeId = Mav::firstAttributeId;
 
   /// Nobody in the agent hears it: the price of one who does is a descent, and a call, for each row
@@ -44,7 +45,8 @@ class IpForwardMib : public Mav::Entity {
   auto ipCidrRouteTableIterator() { return ipCidrRouteTable_.map().first(); }
   void ipCidrRouteTableDel(IpCidrRouteTableIndex const& key) { ipCidrRouteTable_.del(key); }
   void ipCidrRouteTableDelAll() { ipCidrRouteTable_.delAll(); }
-  /// Makes the row. NameInUseException when there is one that was made otherwise.
+  /// Makes the row. NameInUseException when there is one that was made otherwise. The entry is the
+  /// caller's; the collection keeps a row by value.
   Mav::Ptr<IpCidrRouteTableEntry> ipCidrRouteTableIs(IpCidrRouteTableIndex const& key,
                                                      std::uint32_t ifIndex,
                                                      Routing::RouteMetric const& metric,

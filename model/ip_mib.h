@@ -24,6 +24,7 @@ class IpMib : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/ip/ipmib";
 
+  // The places in attributeTable(), by which a notification is told.
   static constexpr Mav::AttributeId ipAddressTableAttributeId = Mav::firstAttributeId;
   static constexpr Mav::AttributeId ipAddressPrefixTableAttributeId = Mav::firstAttributeId + 1;
   static constexpr Mav::AttributeId ipAddrTableAttributeId = Mav::firstAttributeId + 2;
@@ -65,7 +66,10 @@ class IpMib : public Mav::Entity {
   auto ipAddressTable(InetAddress const& key) { return ipAddressTable_.map().get(key); }
   auto ipAddressTableIterator() const { return ipAddressTable_.map().first(); }
   auto ipAddressTableIterator() { return ipAddressTable_.map().first(); }
+  /// A new row has no presence yet, and cannot be read (ip_address_entry.h): whoever makes it files
+  /// one in the same notification.
   Mav::Ptr<IpAddressEntry> ipAddressTableIs(InetAddress const& key);
+  /// The row alone: prefix rows, and the row of ipAddrTable, are the caller's to delete.
   void ipAddressTableDel(InetAddress const& key) { ipAddressTable_.del(key); }
   void ipAddressTableDelAll() { ipAddressTable_.delAll(); }
 
@@ -110,6 +114,7 @@ class IpMib : public Mav::Entity {
   auto arpTable(ArpTableIndex const& key) { return arpTable_.map().get(key); }
   auto arpTableIterator() const { return arpTable_.map().first(); }
   auto arpTableIterator() { return arpTable_.map().first(); }
+  /// The row of a neighbour of that interface; what it tells of the neighbour it reads there.
   Mav::Ptr<ArpTableEntry> arpTableIs(ArpTableIndex const& key,
                                      Mav::Ptr<Arp::ArpIntfStatus const> const& arpIntfStatus);
   void arpTableDel(ArpTableIndex const& key) { arpTable_.del(key); }
@@ -127,6 +132,7 @@ class IpMib : public Mav::Entity {
   auto ipSwFwdStats(Ip::IpVersion version) { return ipSwFwdStats_.map().get(version); }
   auto ipSwFwdStatsIterator() const { return ipSwFwdStats_.map().first(); }
   auto ipSwFwdStatsIterator() { return ipSwFwdStats_.map().first(); }
+  /// Of the version alone; its counters are read when they are asked for.
   Mav::Ptr<Ip::SwFwdStats> ipSwFwdStatsIs(Ip::IpVersion version);
   void ipSwFwdStatsDel(Ip::IpVersion version) { ipSwFwdStats_.del(version); }
   void ipSwFwdStatsDelAll() { ipSwFwdStats_.delAll(); }
@@ -141,6 +147,7 @@ class IpMib : public Mav::Entity {
   void ipNetToPhysicalTableIs(IpNetToPhysicalIndex const& key, IpNetToPhysicalRow const& row) {
     ipNetToPhysicalTable_.put(key, row);
   }
+  /// No effect when there is none.
   void ipNetToPhysicalTableDel(IpNetToPhysicalIndex const& key) { ipNetToPhysicalTable_.del(key); }
 
   std::string_view typeName() const override { return "IpSnmp::IpMib"; }
@@ -153,6 +160,8 @@ class IpMib : public Mav::Entity {
     return entry;
   }
 
+  // No collection knows of another: what has to hold between them (addresses and their prefixes,
+  // the two tables of IPv4 addresses) is the state machine's to keep.
   Mav::AnnouncedMap<IpAddressTableMap, NotifieeConst, ipAddressTableAttributeId,
                     &NotifieeConst::onIpAddressTable>
       ipAddressTable_{*this};

@@ -26,8 +26,11 @@ class IpNetToPhysicalIndex {
       : IpNetToPhysicalIndex(ifIndex, TypedInetAddress(type, {octets.data(), octets.size()})) {}
 
   std::uint32_t ifIndex() const { return ifIndex_; }
+  /// Of type ipv6z(4) where it is link-local.
   TypedInetAddress const& netAddress() const { return netAddress_; }
 
+  // The interface, then the type of address and its octets. The shared table has its keys in that
+  // order as well: a comparison goes along both.
   bool operator==(IpNetToPhysicalIndex const&) const = default;
   std::strong_ordering operator<=>(IpNetToPhysicalIndex const&) const = default;
 

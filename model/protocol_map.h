@@ -49,7 +49,8 @@ class ProtocolMap {
   Map protocol_;
 };
 
-/// The process's one instance, empty until the route state machine fills it.
+/// The process's one instance, empty until the route state machine fills it. Built while the
+/// library is loaded.
 ProtocolMap& protocolMap();
 
 }  // namespace IpSnmp

@@ -3,6 +3,9 @@
 // unknown(0) has none, ipv4(1) four, ipv6(2) sixteen, ipv6z(4) these and the four of the zone, the
 // ifIndex of a link (RFC 4007). Ordered as an index that has both, one behind the other. Octets
 // alone: a million of them are made in a walk.
+//
+// So a type and octets that do not go together cannot be held: what an instance names must pass the
+// constructor that takes both. ipv4z(3) and dns(16) do not occur.
 
 #include <algorithm>
 #include <array>
@@ -23,6 +26,7 @@ class TypedInetAddress {
 
   /// unknown(0), without octets.
   constexpr TypedInetAddress() = default;
+  /// ipv4(1).
   explicit TypedInetAddress(Dovel::IpAddr const& address) { append(address.octets()); }
   /// ipv6z with a zone other than 0.
   TypedInetAddress(Dovel::Ip6Addr const& address, std::uint32_t zone) {
@@ -36,10 +40,12 @@ class TypedInetAddress {
   /// of the four.
   TypedInetAddress(std::uint32_t type, std::span<std::uint8_t const> octets);
 
+  /// InetAddressType. The numbers of octets order as the types do: 0, 4, 16, 20.
   std::uint32_t type() const {
     if (size_ == 0) return 0;
     return size_ == 4 ? 1 : size_ == 16 ? 2 : 4;
   }
+  /// First octet first, the zone behind the address; valid as long as this.
   std::span<std::uint8_t const> octets() const { return {octets_.data(), size_}; }
 
   /// "2001:db8::1", "fe80::1%3"; of unknown(0) nothing.

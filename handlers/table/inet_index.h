@@ -20,6 +20,7 @@ struct InetAddressSyntax : OctetStringSyntax {
     visitor.add(static_cast<std::uint32_t>(octets.size()));
     for (auto const octet : octets) visitor.add(octet);
   }
+  /// The octets without their number: net-snmp's OCTET STRING has it beside them.
   static std::int32_t convert(TypedInetAddress const& address, unsigned char* buffer,
                               std::int32_t size) {
     return Snmp::writeBytes(address.octets().data(), address.octets().size(), buffer, size);
@@ -45,6 +46,7 @@ struct ZeroDotZeroSyntax {
     // Its length, and the two sub-identifiers of 0.0 (RFC 2578 section 7.7).
     for (std::uint32_t const subIdentifier : {2U, 0U, 0U}) visitor.add(subIdentifier);
   }
+  // In the shape of convert.h, whose text form is the shortest way to two zeros.
   static std::int32_t convert(Value /*value*/, unsigned char* buffer, std::int32_t size) {
     return Snmp::StringToAsnOidF()(Mav::String8("0.0"), buffer, size);
   }

@@ -34,6 +34,8 @@ netsnmp_variable_list* TableFunctions<Table>::getFirstDataPoint(
     netsnmp_iterator_info* info) noexcept {
   static constexpr auto name = functionName<Table>("_get_first_data_point");
   return Snmp::guardedOr<netsnmp_variable_list*>(name.data(), nullptr, [&] {
+    // The data context stays as it is: make-data-context gives one for the row that net-snmp
+    // chooses.
     return TableFrame<Table>::first(loopContext, putIndexData, info);
   });
 }
@@ -65,6 +67,7 @@ template <class Table>
 void* TableFunctions<Table>::makeDataContext(void* loopContext,
                                              netsnmp_iterator_info* /*info*/) noexcept {
   static constexpr auto name = functionName<Table>("_make_data_context");
+  // A null data context is that of an absent row: a fault here reads as such.
   return Snmp::guardedOr<void*>(name.data(), nullptr,
                                 [&] { return TableFrame<Table>::makeDataContext(loopContext); });
 }

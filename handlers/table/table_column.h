@@ -21,7 +21,8 @@
 
 namespace IpSnmp {
 
-/// As the MIB declares it. Every SET is refused; only the trace differs.
+/// As the MIB declares it. Every SET is refused; only the trace differs. An object that is
+/// not-accessible (an index) is no column here.
 enum class MaxAccess { readOnly, readWrite };
 
 struct TableColumn {
@@ -52,7 +53,9 @@ struct TableColumn {
 inline constexpr std::int32_t columnBufferSize = 1024;
 inline constexpr std::int32_t columnBufferSizeMax = 65535;
 
-/// The conversions by their names, with the ASN type that each is mostly used for.
+/// The conversions by their names, with the ASN type that each is mostly used for. A type and not a
+/// value, so that a column's converter is one plain function for each use. `name` is what a trace
+/// calls it.
 namespace Conversion {
 
 /// Of platform/snmp/convert.h. T is what F takes: the attribute is cast to it, an enumeration to
@@ -76,6 +79,8 @@ struct Own {
   }
 };
 
+// ASN_INTEGER also of Integer32 and of enumerations; ASN_UNSIGNED of Gauge32 and Unsigned32, which
+// are one type on the wire (RFC 2578 section 2).
 struct S32ToAsnInteger : Platform<int, Snmp::S32ToAsnIntegerF, ASN_INTEGER> {
   static constexpr char const* name = "S32ToAsnInteger";
 };

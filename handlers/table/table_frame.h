@@ -69,6 +69,8 @@ class TableFrame {
   static TableDescription const& description();
 
  private:
+  // Only of a sorted table does net-snmp put a hint into the loop context
+  // (NETSNMP_ITERATOR_FLAG_SORTED).
   using Hint = typename TableHint<Table>::Request;
   static constexpr bool isSorted = TableRows<Table>::isSorted;
 

@@ -12,6 +12,10 @@
 //   T_free_data_context, T_free_loop_context_at_end
 //   T_handler                    answers a list of requests
 //
+// To add a table: the class and these names; its source in handlers/CMakeLists.txt; a call of
+// initialize_table_T in the init function of a unit; its objects in mibs/objects.txt and in
+// docs/mib-coverage.md, to which a test holds the agent.
+//
 // All but the first are net-snmp's callbacks (agent/table_iterator.h). They never throw: what goes
 // wrong inside is logged; the table then reads as if it ended there, and requests fail with genErr.
 

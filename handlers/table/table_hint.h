@@ -3,6 +3,9 @@
 // iteration shall begin at. It comes from net-snmp's iterator, or from the row server while this is
 // traced. `Table` is as TableFrame has it (table_frame.h). On snmpd's thread; keeps nothing.
 //
+// For a GETNEXT of ipAdEntIfIndex.10.0.0.1 it is one variable, the IpAddress 10.0.0.1; the key made
+// of it is that of the row, and the iteration begins there.
+//
 // A hint is outside data: each component is checked for its type and its range before a key is made
 // of it. One that names no key is told and dropped; the iteration then begins at the first row, and
 // the answer is the same. Only the cost differs.
@@ -23,6 +26,7 @@ namespace IpSnmp {
 template <class Table>
 class TableHint {
  public:
+  // The key has a constructor of all index components in their order (model/).
   using Key = typename Table::Rows::Key;
   using Request = netsnmp_table_request_info;
 
@@ -32,6 +36,7 @@ class TableHint {
  private:
   static constexpr std::size_t indexCount = std::tuple_size_v<decltype(Table::indexes)>;
   static constexpr auto indexSequence = std::make_index_sequence<indexCount>();
+  // Of the traces: a hint is read in get-first, and told as a part of it.
   static constexpr auto function = functionName<Table>("_get_first_data_point");
 
   /// The key of all components; nothing as soon as one is missing or odd.
@@ -99,6 +104,7 @@ auto TableHint<Table>::component(Index const& index, netsnmp_variable_list const
   };
   // Before decode(), which reads the value as one of the declared type.
   if (variable.type != Syntax::declaredType) {
+    // As it came: it cannot be read as what it should be.
     traceComponent(Snmp::printedValue(variable));
     trace(0, "hint for " + std::string(index.name) + " has incorrect type! Expecting " +
                  std::to_string(Syntax::declaredType) + " but got " +

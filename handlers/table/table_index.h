@@ -38,6 +38,7 @@ struct IntegerSyntax {
   static constexpr unsigned char declaredType = ASN_INTEGER;
   static constexpr unsigned char valueType = ASN_INTEGER;
 
+  /// RangeException for what is no such value. A version that does not exist is one, too.
   static Value decode(netsnmp_variable_list const& variable) {
     // Only integers that are not negative have an instance (RFC 2578 section 7.7).
     auto const number = decodeNumber(variable);

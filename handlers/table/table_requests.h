@@ -19,6 +19,7 @@ namespace IpSnmp {
 /// A table, as far as it is the same for all rows and keys.
 struct TableDescription {
   std::string_view name;
+  // Where the entity is mounted, for traces alone: rows are found by the registration's pointer.
   std::string_view entityPath;
   std::span<oid const> objectId;
   int modes;  // of net-snmp: HANDLER_CAN_RONLY, HANDLER_CAN_RWRITE
@@ -27,7 +28,8 @@ struct TableDescription {
   void (*printKey)(std::ostream& out, void const* row);
 };
 
-/// The table's name and a suffix, joined while compiling: what one of its functions is called.
+/// The table's name and a suffix, joined while compiling: what one of its functions is called. Ends
+/// with a zero octet, as the suffix does: data() is a C string.
 template <class Table, std::size_t size>
 constexpr auto functionName(char const (&suffix)[size]) {
   std::array<char, Table::name.size() + size> text{};
@@ -44,7 +46,7 @@ int answerTable(TableDescription const& table, std::string_view handler, int mod
 void registerTable(TableDescription const& table, Netsnmp_Node_Handler* handler,
                    std::unique_ptr<Snmp::IteratorTable> registered);
 
-/// The numbers of the columns.
+/// The numbers of the columns. In ascending order, as the columns stand.
 std::vector<unsigned> columnNumbers(TableDescription const& table);
 
 /// The table's OID as net-snmp prints it.

@@ -53,7 +53,8 @@ class TableRows : public Snmp::SortedRows {
       std::remove_cvref_t<decltype(index)>::Syntax::visit(visitor, index.get(key));
     });
   }
-  /// Where an instance stands among the keys.
+  /// Where an instance stands among the keys. The order that a descent of the collection asks of
+  /// each key on its way.
   struct Sought {
     Snmp::Instance instance;
     std::strong_ordering operator()(Key const& key) const {
@@ -64,7 +65,8 @@ class TableRows : public Snmp::SortedRows {
   };
 
  public:
-  /// Whether the collection finds a row by a descent.
+  /// Whether the collection finds a row by a descent. Known while compiling. A table of another
+  /// collection would be left to net-snmp's iterator.
   static constexpr bool isSorted = requires(Rows const& rows, Snmp::Instance instance) {
     rows.firstAfter(Sought{instance});
   };
@@ -88,9 +90,11 @@ class TableRows : public Snmp::SortedRows {
     row_ = found_;
     return row_ && (search != Search::at || sought(row_.key()) == 0);
   }
+  // From the row on, not from found_: a GETBULK steps on, and found_ stays where the search ended.
   bool next() override { return static_cast<bool>(++row_); }
   // With the entry that it holds, which would live on, erased or not, until the next request.
   void leave() override { row_ = end_; }
+  // With the entry, too, if it holds one: between two calls nothing of a table is kept alive.
   void forget() override {
     found_ = end_;
     isFound_ = false;
@@ -103,6 +107,7 @@ class TableRows : public Snmp::SortedRows {
   }
   // Where it stands, in this object: valid for one call of the table's handler.
   void* row() override { return &row_; }
+  // With the declared types, as a hint of net-snmp's own has them.
   bool setIndexes(netsnmp_variable_list* variables) const override {
     bool complete = true;
     forEachIndex<Table>([&](auto const& index) {
