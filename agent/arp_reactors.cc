@@ -55,6 +55,7 @@ void ArpTableSm::MavArpIntfStatus::handleArpEntry(Dovel::IpAddr address) {
 
 void ArpTableSm::MavArpIntfStatus::handleArpEntry() {
   Blipmark::Timer const blip("void IpSnmp::ArpTableSm::MavArpIntfStatus::handleArpEntry()");
+  // Those that are there: one that has gone was announced by itself.
   for (auto i = notifier()->arpEntryIterator(); i; ++i) handleArpEntry(i.key());
 }
 
@@ -80,6 +81,7 @@ void ArpTableSm::MavArpIntfStatus::handleDel() {
   constexpr auto signature = "void IpSnmp::ArpTableSm::MavArpIntfStatus::handleDel()";
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature);
+  // It has never had an ifIndex, and so has filed nothing.
   if (ifIndex_ < 0) {
     MAV_TRACE(agentTraceHandle(), 8,
               "no ifIndex (hope there were no entries that I should have deleted)");

@@ -62,6 +62,7 @@ void ArpTableSm::handleIntfStatus(Dovel::IntfId intf) {
   constexpr auto signature = "void IpSnmp::ArpTableSm::handleIntfStatus(Dovel::IntfId)";
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
+  // The further IntfIds of a link's addresses have no ARP status, and none is found.
   if (auto const reactor = arpIntfStatus(intf.stringValue())) {
     reactor->intfStatusIs(intfStatus(intf));
   }

@@ -29,6 +29,7 @@ void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const*
   auto const status = intfStatusDir ? intfStatusDir->intfStatus(via.intfId) : nullptr;
   if (!status) return refusals_.push_back({Refusal::Reason::noIntfStatus, via});
   auto const ifIndex = Intf::ifIndex(*status);
+  // -1: nobody provides ifIndexes (Intf::ifIndex).
   if (ifIndex < 0) return refusals_.push_back({Refusal::Reason::negativeIfIndex, via, ifIndex});
   addHop(via, ifIndex);
 }

@@ -20,6 +20,7 @@ void Ip6IntfReactor<React, Entity, source>::handleAddr(Dovel::Ip6AddrWithMask co
   Blipmark::Timer const blip(signature.c_str());
   auto const& intf = this->intfId();
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf << ", " << address);
+  // What comes meanwhile is handed over with the status.
   if (!this->intfStatus()) {
     MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
     return;

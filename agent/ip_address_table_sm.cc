@@ -8,12 +8,15 @@ namespace IpSnmp {
 
 namespace {
 
+// One name for both versions, so that what follows is written once.
 InetAddress inetAddress(Dovel::IpAddr const& address) { return InetAddress::fromIpAddr(address); }
 InetAddress inetAddress(Dovel::Ip6Addr const& address) { return InetAddress::fromIp6Addr(address); }
 
 template <class AddrWithMask>
 Mav::Ptr<IpAddressPrefixEntry const> newPrefixEntry(std::int32_t ifIndex,
                                                     AddrWithMask const& address) {
+  // The local address's, also where a peer is set: `ip address add 10.0.0.1 peer 10.0.0.2/24` has
+  // the prefix 10.0.0.0/24.
   auto const subnet = inetAddress(address.subnet());
   return Mav::makeObject<IpAddressPrefixEntry const>(IpAddressPrefixKey(
       static_cast<std::uint32_t>(ifIndex), subnet.version(), subnet.bytes(), address.length()));
@@ -59,6 +62,7 @@ auto notifierOf(Reactor const& reactor) {
 
 template <class Reactor>
 void handIntfStatus(Reactor const& reactor, Mav::Ptr<Interface::IntfStatus const> const& status) {
+  // An interface need not have addresses of both versions, nor on both sides.
   if (reactor) reactor->intfStatusIs(status);
 }
 
@@ -108,6 +112,8 @@ Mav::Ptr<Ip::Status const> IpAddressTableSm::status() const { return notifierOf(
 Mav::Ptr<Ip6::Config const> IpAddressTableSm::config6() const { return notifierOf(mavConfig6_); }
 Mav::Ptr<Ip6::Status const> IpAddressTableSm::status6() const { return notifierOf(mavStatus6_); }
 
+// The reactors keep the statuses that they hold: what is filed stays, and later addresses are
+// filed.
 void IpAddressTableSm::intfStatusDirDel() { mavIntfStatusDir_.reset(); }
 
 void IpAddressTableSm::ipMibDel() {
@@ -116,6 +122,7 @@ void IpAddressTableSm::ipMibDel() {
 }
 
 void IpAddressTableSm::configDel() {
+  // Nothing is heard any more when its reactors go, so that none is made again; so the next three.
   mavConfig_.reset();
   ipIntfConfigDelAll();
 }
@@ -184,6 +191,7 @@ void IpAddressTableSm::handleIntfStatus(Dovel::IntfId intf) {
   constexpr auto signature = "void IpSnmp::IpAddressTableSm::handleIntfStatus(Dovel::IntfId)";
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
+  // Read once for all four: they are to hold the same object, or none.
   auto const status = intfStatus(intf);
   handIntfStatus(ipIntfConfig_.get(intf), status);
   handIntfStatus(ipIntfStatus_.get(intf), status);
@@ -211,6 +219,7 @@ Mav::Ptr<IpAddressEntry> IpAddressTableSm::addToIpAddressTable(IntfDataKey const
 
 bool IpAddressTableSm::delFromIpAddressTable(IntfDataKey const& key, InetAddress const& address) {
   auto const ipMib = Mav::validPtr(ipMib_);
+  // A presence that was never filed (0.0.0.0, no ifIndex yet) is withdrawn like any other.
   auto const entry = ipMib->ipAddressTable(address);
   if (!entry) return false;
   if (auto const data = entry->intf(key); data != IntfData()) {

@@ -12,6 +12,7 @@ void IpIntfReactor<React, Entity, source>::handleAddr() {
   Blipmark::Timer const blip(signature.c_str());
   auto const& intf = this->intfId();
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
+  // What comes meanwhile is handed over with the status.
   if (!this->intfStatus()) {
     MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
     return;

@@ -31,6 +31,7 @@ IpNetToPhysicalIndex rowKey(Table::Key const& key) {
 
 Table::Key tableKey(IpNetToPhysicalIndex const& key) {
   Table::Key result{.ifIndex = static_cast<std::int32_t>(key.ifIndex()),
+                    // Both are numbered as RFC 4001 has the types.
                     .type = static_cast<Pondo::InetAddressType>(key.netAddress().type()),
                     .octets = {}};
   auto const octets = key.netAddress().octets();

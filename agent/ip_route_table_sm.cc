@@ -102,6 +102,7 @@ std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Dovel::Prefix const& fro
 }
 
 Mav::Ptr<PrefixList> IpRouteTableSm::intfDepIs(Dovel::IntfId const& intfId) {
+  // By name: the interface may never come, or come with another ifIndex.
   return intfDep_.insertOrGet(intfId, [&] { return newIntfDep(intfId); }).first;
 }
 
@@ -143,8 +144,10 @@ void IpRouteTableSm::process(Dovel::Prefix const& prefix) {
   } else {
     mib.inetCidrRoutes().refusalDel(prefix);
   }
+  // One search, also of a prefix that has none: a route that was never served costs no more.
   if (!rows) return mib.ipCidrRoutesDel(prefix);
   mib.ipCidrRoutesAre(prefix, rows->hops(), route->metric, route->preference, route->routeType);
+  // Behind the rows, and of each route anew: a fec is shared, a list is of prefixes.
   for (auto const& refusal : rows->refusals()) refuse(prefix, refusal);
   // A fec with too many vias is an error, which is raised when the rows of the first ones stand.
   rows->checkVias();
@@ -168,6 +171,7 @@ FecRows const* IpRouteTableSm::fecRows(Dovel::Prefix const& prefix,
     // Once a fec and pass, however many routes use it.
     known = fecRows_.try_emplace(route->fecId, *fec, intfStatusDir().get()).first;
   }
+  // Behind the fec: a trace names what is missing first.
   if (!isServed(route->routeType)) {
     MAV_TRACE(agentTraceHandle(), 8,
               "Route is of type " << route->routeType << ", not suitable for fib");

@@ -13,6 +13,7 @@ void PrefixList::prefixDelAll() {
   if (isHeard()) {
     prefix_.delAll();
   } else {
+    // Not announced, which nobody can tell.
     prefix_.map().clear();
   }
 }

@@ -80,6 +80,7 @@ Mav::Ptr<Ip6RouteTableSm> Root::ip6RouteTableSmIs(
 }
 
 Mav::AttributeTable const& Root::attributeTable() const {
+  // In this order they get their numbers (Mav::AttributeTable).
   static Mav::AttributeTable const table{
       Mav::plainAttribute<&Root::ipConfig, &Root::ipConfigIs>("ipConfig"),
       Mav::plainAttribute<&Root::ipStatus, &Root::ipStatusIs>("ipStatus"),

@@ -8,6 +8,7 @@ std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route) {
   // Unreachable and prohibit differ in the ICMP message alone.
   auto const type = route.routeType == Routing::Fib::routeTypeBlackhole ? inetCidrRouteTypeBlackhole
                                                                         : inetCidrRouteTypeReject;
+  // refusedType: of a refusal the route's own type says how it refuses, and no protocol.
   return InetCidrRouteRow{0, route.metric, type, route.refusedType};
 }
 

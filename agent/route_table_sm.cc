@@ -42,6 +42,7 @@ RouteTableSm<Prefix>::~RouteTableSm() = default;
 // The list is of one RouteStatus: where another is watched it is begun anew.
 template <class Prefix>
 void RouteTableSm<Prefix>::listRoutesOfFecs() {
+  // The list first: what keeps it up to date fills it at once.
   fecRouteListIs();
   fecRouteListSmIs(routeStatus(), forwardingStatus(), fecRouteList_);
 }
@@ -87,6 +88,7 @@ void RouteTableSm<Prefix>::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
 
 template <class Prefix>
 void RouteTableSm<Prefix>::routeStatusIs(Mav::Ptr<RouteStatus const> routeStatus) {
+  // Rows of the old one stay until their prefix is announced.
   mavRouteStatus_.reset();
   if (routeStatus) {
     mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
@@ -107,6 +109,7 @@ void RouteTableSm<Prefix>::forwardingStatusIs(
 
 template <class Prefix>
 void RouteTableSm<Prefix>::clockIs(Mav::Ptr<Mav::Clock const> clock) {
+  // Read before the reactor goes, which has it.
   double const timeMin = mavClock_ ? mavClock_->timeMin() : Mav::never;
   mavClock_.reset();
   if (!clock) return;
@@ -129,6 +132,7 @@ void RouteTableSm<Prefix>::handleRoute() {
   Blipmark::Timer const blip(texts_.sweep);
   MAV_TRACE(agentTraceHandle(), 8, texts_.sweep << " initially");
   if (auto const status = routeStatus()) {
+    // The route is read again in its pass: what it is by then counts.
     status->forEachRoute([&](Prefix const& prefix, Pondo::Fib::Route const& /*route*/) {
       MAV_TRACE_AS(agentTraceHandle(), 8, "handleRoute",
                    texts_.sweep << " initially for " << prefix);

@@ -90,6 +90,7 @@ void firstComparison(benchmark::State& state) {
   for (auto _ : state) {
     Agent agent(runDir.path());
     timed(state, [&] { longest = std::max(longest, agent.settle()); });
+    // A time of a comparison that has not filed all would be too good.
     if (agent.list->size() != routeCount) state.SkipWithError("routes are missing");
   }
   state.counters["longest turn ms"] = longest * 1e3;
@@ -139,6 +140,7 @@ void routesAndFecsRead(benchmark::State& state, bool inOrder) {
       }
     });
     benchmark::DoNotOptimize(vias);
+    // The snapshot of the reads ends with a turn.
     agent.activity.deliver();
   }
 }

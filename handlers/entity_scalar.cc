@@ -30,6 +30,7 @@ int get(EntityScalar const& scalar, void const* entity, netsnmp_request_info* re
   auto const length = scalar.convert(entity, buffer.data(), buffer.size());
   SCALAR_TRACE(scalar.conversion << " returned " << length << "bytes for " << scalar.path << "->"
                                  << scalar.attribute << "()");
+  // The whole request fails: a value that was cut would be a wrong one.
   if (length < 0) {
     SCALAR_TRACE(scalar.conversion << " failed for: " << scalar.attribute);
     return generalError(requests);
@@ -50,6 +51,7 @@ int answer(EntityScalar const& scalar, void const* entity, int mode,
     netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
     return SNMP_ERR_NOERROR;
   }
+  // A GETNEXT has been made a GET by net-snmp's scalar helper.
   if (mode == MODE_GET) return get(scalar, entity, requests);
   SCALAR_TRACE("unknown mode from request: " << mode);
   return generalError(requests);

@@ -21,8 +21,10 @@ int inetProtocol(Routing::Fib::RouteType routeType) {
   using namespace Routing::Fib;
   constexpr int dhcp = 19;  // newer than IpRouteProtocol
   switch (routeType) {
+    // local(2): of the kernel itself, as the routes of an interface's own prefixes.
     case routeTypeConnected:
       return ipRouteProtocolLocal;
+    // netmgmt(3): static routes (IANA-RTPROTO-MIB).
     case routeTypeStatic:
       return ipRouteProtocolNetmgmt;
     case routeTypeRedirect:

@@ -5,6 +5,7 @@
 namespace IpSnmp {
 
 Mav::Ptr<IpAddressEntry> IpMib::ipAddressTableIs(InetAddress const& key) {
+  // A key is all that a row is made of: one that is there is always the same.
   return ipAddressTable_.is(key, [&] { return Mav::makeObject<IpAddressEntry>(key); });
 }
 
@@ -20,6 +21,7 @@ void IpMib::ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& e
 
 Mav::Ptr<IpAddrEntry> IpMib::ipAddrTableIs(Mav::Ptr<IpAddressEntry const> const& masterEntry) {
   return ipAddrTable_.is(
+      // Also where the entry has no interface yet: the address is in its key.
       Mav::validPtr(masterEntry)->ipAdEntAddr(),
       [&] { return Mav::makeObject<IpAddrEntry>(masterEntry); },
       [&](IpAddrEntry const& existing) {
@@ -41,6 +43,8 @@ Mav::Ptr<Ip::SwFwdStats> IpMib::ipSwFwdStatsIs(Ip::IpVersion version) {
 }
 
 Mav::AttributeTable const& IpMib::attributeTable() const {
+  // In the order of the attribute numbers in the header. With a first function a collection can be
+  // filled by name and key alone.
   static Mav::AttributeTable const table{
       Mav::collectionAttribute<&IpMib::ipAddressTableIs, &IpMib::ipAddressTableDel>(
           "ipAddressTable"),

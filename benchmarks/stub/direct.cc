@@ -46,6 +46,8 @@ Place find(netsnmp_variable_list const& variable, bool next) {
   key.nextHop = address(name, length, columnAt + 10);
   place.row = std::lower_bound(rows.data(), end(), key);
   bool const exact = length == nameLength && place.row != end() && *place.row == key;
+  // GETNEXT of a row that is there goes behind it; of any other name lower_bound() is behind
+  // already.
   if (next && exact) ++place.row;
   if (!next && !exact) place.row = end();
   return place;

@@ -60,6 +60,7 @@ netsnmp_variable_list* first(void** loop, void** data, netsnmp_variable_list* pu
   return fill(loop, data, put, start(static_cast<netsnmp_table_request_info*>(*loop)));
 }
 
+// The context is a row's own address: a step is one addition, and nothing is freed.
 netsnmp_variable_list* next(void** loop, void** data, netsnmp_variable_list* put,
                             netsnmp_iterator_info* /*info*/) {
   return fill(loop, data, put, static_cast<Row const*>(*loop) + 1);

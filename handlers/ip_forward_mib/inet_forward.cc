@@ -14,6 +14,7 @@ namespace {
 constexpr std::array<oid, 9> inetCidrRouteNumberOid{1, 3, 6, 1, 2, 1, 4, 24, 6};
 constexpr std::array<oid, 9> inetCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 7};
 
+// Of three collections, each of which keeps its own: no row is counted for it.
 std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.inetCidrRoutes().size(); }
 constexpr auto inetCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
     inetCidrRouteNumberOid, "inetCidrRouteNumber", "handle_inetCidrRouteNumber",

@@ -12,6 +12,7 @@ namespace {
 constexpr std::array<oid, 9> ipCidrRouteNumberOid{1, 3, 6, 1, 2, 1, 4, 24, 3};
 constexpr std::array<oid, 9> ipCidrRouteTableOid{1, 3, 6, 1, 2, 1, 4, 24, 4};
 
+// Kept by the collection: no row is counted for it.
 std::size_t rows(IpSnmp::IpForwardMib const& mib) { return mib.ipCidrRouteTables(); }
 constexpr auto ipCidrRouteNumber = IpSnmp::rowCount<IpSnmp::IpForwardMib, rows>(
     ipCidrRouteNumberOid, "ipCidrRouteNumber", "handle_ipCidrRouteNumber", "IpSnmp::IpForwardMib",

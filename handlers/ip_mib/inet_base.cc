@@ -15,6 +15,7 @@ Snmp::AutoRegistree const registree(&registration);
 
 }  // namespace
 
+// The table traces its own object: there is no scalar beside it.
 void init_InetBase() {
   Snmp::debugInitializing("InetBase", __func__, __LINE__);
   initialize_table_ipNetToPhysicalTable();

@@ -56,6 +56,7 @@ bool TableCall::isProcessed(netsnmp_request_info const& request) const {
 }
 
 TableColumn const* TableCall::column(unsigned number) const {
+  // From the front: a table has 45 columns at most.
   auto const found = std::find_if(table_.columns.begin(), table_.columns.end(),
                                   [number](auto const& column) { return column.number == number; });
   return found == table_.columns.end() ? nullptr : &*found;
@@ -102,11 +103,13 @@ TableCall::Outcome TableCall::answer(netsnmp_request_info& request, TableColumn 
   // Not cleared: of its 64 KiB only as much is touched as the value has.
   std::array<unsigned char, columnBufferSizeMax> buffer;
   auto const length = column.convert(row, buffer.data(), column.bufferSize);
+  // The column says that its value does not fit: genErr, and the other columns of the PDU with it.
   if (length < 0) {
     TABLE_TRACE(2, "handle_" << table_.name << " - " << column.conversion
                              << " failed for: " << column.attribute);
     return Outcome::failed;
   }
+  // What a conversion says that it has written is not believed beyond what it was given.
   if (length > column.bufferSize) {
     TABLE_TRACE(2, "handle_" << table_.name << " - entity /<sysname>/" << table_.entityPath
                              << " length out of range: " << column.attribute << " (" << length
@@ -142,6 +145,7 @@ int answerTable(TableDescription const& table, std::string_view handler, int mod
   MAV_TRACE_AS(snmpTraceHandle(), 2, handler, handler);
   MAV_TRACE_AS(snmpTraceHandle(), 2, handler, handler << ": request mode " << mode);
   TableCall const call(table, handler, requests);
+  // Each phase of a SET is refused, so that its first one ends it.
   return mode == MODE_GET ? call.get() : call.refuse();
 }
 
