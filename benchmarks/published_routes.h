@@ -34,7 +34,8 @@ inline constexpr std::uint64_t fecCount = 40;
 /// In the order of prefixes, which is that of the table's keys: the writer appends.
 using Rows = std::vector<std::pair<Dovel::Prefix, Route>>;
 
-/// Seconds of this process.
+/// Seconds of this process. It leaves out whoever else is busy, the publisher in its process among
+/// them.
 inline double cpuTime() {
   timespec time{};
   ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
@@ -163,7 +164,8 @@ class Publisher {
   pid_t pid_ = -1;
 };
 
-/// What an agent reads them with; derive what hears of them, and then follow().
+/// What an agent reads them with; derive what hears of them, and then follow(). All in one thread,
+/// as in snmpd; whoever derives says what a million routes are read for.
 struct Reading {
   explicit Reading(std::filesystem::path path) : runDir(std::move(path)) {}
   ~Reading() { fib.followerIs(nullptr); }
@@ -178,7 +180,8 @@ struct Reading {
     follower.emplace(activity, runDir, std::vector<Listener*>{&fib});
     fib.followerIs(&*follower);
   }
-  /// Turns until there is no more to do. The longest turn in seconds.
+  /// Turns until there is no more to do. The longest turn in seconds. That is how long a manager
+  /// would wait at the worst, since a daemon answers between turns.
   double settle() {
     double longest = 0;
     do {

@@ -7,7 +7,7 @@
 // (handle_ipForwarding). What they do is the same, and stands here once.
 //
 // A scalar whose entity is not there is registered all the same: its object answers genErr, and the
-// daemon's own no longer answers in its place. All members of an EntityScalar point to what lives
+// daemon's own does not answer in its place. All members of an EntityScalar point to what lives
 // as long as the library; a unit makes it constexpr.
 
 #include <cstdint>

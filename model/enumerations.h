@@ -18,9 +18,9 @@ MAV_ENUM(AddressStatus, (addressStatusPreferred, 1), (addressStatusInaccessible,
 /// ipAddressType of RFC 4293.
 MAV_ENUM(AddressType, (addressTypeUnicast, 1), (addressTypeAnycast, 2), (addressTypeBroadcast, 3))
 
-/// inetCidrRouteType of RFC 4292: local(3) is a route without a gateway, remote(4) one through a
-/// gateway; reject(2) tells the sender, blackhole(5) drops in silence. other(1) is what a row says
-/// before it is filled.
+/// inetCidrRouteType of RFC 4292: local(3) is a route over the link itself, remote(4) one by way
+/// of a neighbour; reject(2) tells the sender, blackhole(5) drops in silence. other(1) is what a
+/// row says before it is filled.
 MAV_ENUM(InetCidrRouteType, (inetCidrRouteTypeOther, 1), (inetCidrRouteTypeReject, 2),
          (inetCidrRouteTypeLocal, 3), (inetCidrRouteTypeRemote, 4), (inetCidrRouteTypeBlackhole, 5))
 

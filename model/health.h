@@ -18,7 +18,9 @@
 
 namespace IpSnmp {
 
-/// The shared tables, numbered as their format numbers them (platform/pondo/tables/tables.h).
+/// The shared tables, numbered as their format numbers them (platform/pondo/tables/tables.h). A
+/// second list of them, because the model knows nothing of the tables (plugin/health_source.cc
+/// holds the two together).
 MAV_ENUM(SharedTable, (sharedTableForwarding, 1), (sharedTableLink, 2), (sharedTableAddress4, 3),
          (sharedTableAddress6, 4), (sharedTableNeighbour4, 5), (sharedTableRoute, 6),
          (sharedTableFec, 7), (sharedTableRoute6, 8), (sharedTableNeighbour, 9))

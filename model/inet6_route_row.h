@@ -45,7 +45,8 @@ class PackedNumber {
   std::array<std::uint8_t, sizeof(std::uint32_t)> octets_{};
 };
 
-/// One next hop of an IPv6 route, as a row tells it.
+/// One next hop of an IPv6 route, as a row tells it. Type and protocol have no part in the order:
+/// of two hops that differ in them alone the first in the route's set has the row.
 struct Inet6RouteHop {
   Dovel::Ip6Addr nextHop;     // ::, none
   std::uint32_t ifIndex = 0;  // 0: none. The zone of a link-local next hop
@@ -140,6 +141,7 @@ class Inet6RouteRow {
         protocol_(static_cast<std::uint8_t>(protocol)) {}
 
   Routing::RouteMetric metric() const { return Routing::RouteMetric(metric_); }
+  /// As they were put in: both enumerations have numbers below 256.
   InetCidrRouteType type() const { return static_cast<InetCidrRouteType>(type_); }
   Routing::Fib::RouteType protocol() const {
     return static_cast<Routing::Fib::RouteType>(protocol_);

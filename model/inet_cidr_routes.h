@@ -30,7 +30,8 @@ namespace IpSnmp {
 class RouteAges {
  public:
   virtual ~RouteAges() = default;
-  /// Seconds; 0 when that is not known, or cannot be read now. Never blocks.
+  /// Seconds; 0 when that is not known, or cannot be read now. Never blocks. Called from inside a
+  /// request, on the agent's thread.
   virtual std::uint32_t age(Dovel::Prefix const& prefix) const = 0;
   virtual std::uint32_t age(Dovel::Ip6Prefix const& prefix) const = 0;
 };
@@ -71,7 +72,8 @@ class InetCidrRoutes {
     // Every route that carries traffic comes by here, and few machines have one that refuses.
     if (!refusals_.empty()) refusals_.erase(prefix);
   }
-  /// The first prefix not less than `from` that refuses.
+  /// The first prefix not less than `from` that refuses. By it, and by route(), a comparison
+  /// finds rows whose route has gone unnoticed.
   std::optional<Dovel::Prefix> refusal(Dovel::Prefix const& from) const;
 
   /// The IPv6 prefix has these rows from now on, and no other. `rows` are in the order of

@@ -22,6 +22,7 @@ class IpAddrEntry : public Mav::Counted<IpAddrEntry> {
   // Read anew for each column: when another interface becomes the address's first, the next request
   // sees it, and nobody has to tell this row.
   Dovel::IpAddr ipAdEntAddr() const { return masterEntry_->ipAdEntAddr(); }
+  /// Of the first presence; RangeException "null ValidPtr" without one.
   std::uint32_t ipAdEntIfIndex() const { return masterEntry_->ifIndex(); }
   /// RangeException "null ValidPtr" when the address has no prefix.
   Dovel::IpAddr ipAdEntNetMask() const {

@@ -19,6 +19,7 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   using IntfIterator = IntfMap::Iterator;
   using IntfIteratorConst = IntfMap::IteratorConst;
 
+  /// Without a presence: not to be served until it has one.
   explicit IpAddressEntry(InetAddress key) : key_(std::move(key)) {}
 
   InetAddress const& key() const { return key_; }
@@ -34,6 +35,7 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   void intfIs(IntfData data);
   /// No effect when there is none.
   void intfDel(IntfDataKey const& key) { intf_.erase(key); }
+  /// Prefix rows are not touched: whoever files and withdraws presences keeps those in step.
   void intfDelAll() { intf_.clear(); }
 
   // What is served. ifIndex(), addressStatus() and prefixEntry() ask the master, and raise

@@ -2,7 +2,7 @@
 // A prefix on an interface: the key of ipAddressPrefixTable, ordered as its instances (ifIndex,
 // InetAddressType, InetAddress, prefix length).
 //
-// Kept per interface: one subnet on two links is two rows. The length stands behind the address, as
+// Kept per interface: one prefix on two links is two rows. The length stands behind the address, as
 // in the instance, so that 10.0.0.0/8 comes before 10.0.0.0/16.
 
 #include <cstdint>

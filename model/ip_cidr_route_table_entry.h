@@ -17,6 +17,7 @@ namespace IpSnmp {
 class IpCidrRouteTableRow {
  public:
   IpCidrRouteTableRow() = default;
+  /// `protocol` by its number, which fits an octet.
   IpCidrRouteTableRow(std::uint32_t ifIndex, Routing::RouteMetric metric,
                       Routing::RoutePreference preference, Routing::Fib::RouteType protocol,
                       bool hasNextHop6 = false)

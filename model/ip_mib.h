@@ -86,7 +86,7 @@ class IpMib : public Mav::Entity {
   }
   auto ipAddressPrefixTableIterator() const { return ipAddressPrefixTable_.map().first(); }
   /// Files the entry under its own key, in the place of another one that has it. RangeException
-  /// when it is null.
+  /// when it is null. The one that was there lives on where an address still holds it.
   void ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& entry);
   void ipAddressPrefixTableDel(IpAddressPrefixKey const& key) { ipAddressPrefixTable_.del(key); }
   void ipAddressPrefixTableDelAll() { ipAddressPrefixTable_.delAll(); }
@@ -100,7 +100,8 @@ class IpMib : public Mav::Entity {
   auto ipAddrTable(Dovel::IpAddr const& key) { return ipAddrTable_.map().get(key); }
   auto ipAddrTableIterator() const { return ipAddrTable_.map().first(); }
   auto ipAddrTableIterator() { return ipAddrTable_.map().first(); }
-  /// The key is the master entry's address. RangeException when it is null.
+  /// The key is the master entry's address. RangeException when it is null. NameInUseException when
+  /// another entry of the same address has the row.
   Mav::Ptr<IpAddrEntry> ipAddrTableIs(Mav::Ptr<IpAddressEntry const> const& masterEntry);
   void ipAddrTableDel(Dovel::IpAddr const& key) { ipAddrTable_.del(key); }
   void ipAddrTableDelAll() { ipAddrTable_.delAll(); }
@@ -117,6 +118,7 @@ class IpMib : public Mav::Entity {
   /// The row of a neighbour of that interface; what it tells of the neighbour it reads there.
   Mav::Ptr<ArpTableEntry> arpTableIs(ArpTableIndex const& key,
                                      Mav::Ptr<Arp::ArpIntfStatus const> const& arpIntfStatus);
+  /// The ARP status goes with its last row, where nobody else holds it.
   void arpTableDel(ArpTableIndex const& key) { arpTable_.del(key); }
   void arpTableDelAll() { arpTable_.delAll(); }
 

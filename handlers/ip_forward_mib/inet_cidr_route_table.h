@@ -7,8 +7,8 @@
 // An index has up to 48 sub-identifiers, those of two addresses with a zone, and a name up to 59 of
 // the 128 that there may be (RFC 2578 section 3.5). The columns come from the row as it is kept,
 // but for the age, which is read from the shared tables when a manager asks for that column. A
-// route without a gateway has a next hop of type unknown(0), of no octets; so has an IPv4 route by
-// way of an IPv6 neighbour (RFC 8950): its row says remote(4), and not where to.
+// route over the link itself has a next hop of type unknown(0), of no octets; so has an IPv4 route
+// by way of an IPv6 neighbour (RFC 8950): its row says remote(4), and not where to.
 
 #include "handlers/table/table_functions.h"
 

@@ -5,6 +5,7 @@
 
 #include "platform/snmp/net_snmp.h"
 
+/// Called at each registration (Snmp::Framework).
 void init_IpForward();
 
 /// net-snmp handler callback. Reads the entity in `registration->my_reg_void`, which it does not

@@ -27,7 +27,8 @@ struct InetAddressSyntax : OctetStringSyntax {
   }
 };
 
-/// OBJECT IDENTIFIER, of the value 0.0 alone: its length comes first in the instance.
+/// OBJECT IDENTIFIER, of the value 0.0 alone: its length comes first in the instance. So it always
+/// is the three sub-identifiers 2.0.0, and no key keeps it.
 struct ZeroDotZeroSyntax {
   using Value = ZeroDotZero;
   static constexpr unsigned char declaredType = ASN_OBJECT_ID;

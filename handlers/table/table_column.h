@@ -87,6 +87,7 @@ struct S32ToAsnInteger : Platform<int, Snmp::S32ToAsnIntegerF, ASN_INTEGER> {
 struct U32ToAsnUnsigned : Platform<unsigned int, Snmp::U32ToAsnUnsignedF, ASN_UNSIGNED> {
   static constexpr char const* name = "U32ToAsnUnsigned";
 };
+/// The lower half of a count, which wraps (RFC 2578 section 7.1.6).
 struct U64ToCounter32 : Platform<std::uint64_t, Snmp::U64ToCounter32F, ASN_COUNTER> {
   static constexpr char const* name = "U64ToCounter32";
 };
@@ -100,41 +101,50 @@ struct StringToAsnOctetString
 struct StringToAsnOid : Platform<Mav::String8 const&, Snmp::StringToAsnOidF, ASN_OBJECT_ID> {
   static constexpr char const* name = "StringToAsnOid";
 };
+/// A time of Mav::now(). ipAddressCreated and ipAddressLastChanged tell it of 0, before any start.
 struct NowSecondsToUptimeTimeTicks
     : Platform<double, Snmp::NowSecondsToUptimeTimeTicksF, ASN_TIMETICKS> {
   static constexpr char const* name = "NowSecondsToUptimeTimeTicks";
 };
+/// A duration, as the publisher's time since its start.
 struct SecondsToTimeTicks : Platform<double, Snmp::SecondsToTimeTicksF, ASN_TIMETICKS> {
   static constexpr char const* name = "SecondsToTimeTicks";
 };
+/// An IpAddress. As a component of an index it has a Syntax (table_index.h).
 struct DovelIpAddrToAsnOctetString
     : Platform<Dovel::IpAddr const&, Snmp::DovelIpAddrToAsnOctetStringF, ASN_IPADDRESS> {
   static constexpr char const* name = "DovelIpAddrToAsnOctetString";
 };
+/// The PhysAddress of ipNetToMediaTable, whose entities know of Ethernet alone.
 struct DovelEthAddrToAsnOctetString
     : Platform<Dovel::EthAddr const&, Snmp::DovelEthAddrToAsnOctetStringF, ASN_OCTET_STR> {
   static constexpr char const* name = "DovelEthAddrToAsnOctetString";
 };
+/// That of ipNetToPhysicalTable, of any length.
 struct DovelLinkAddrToAsnOctetString
     : Platform<Dovel::LinkAddr const&, Snmp::DovelLinkAddrToAsnOctetStringF, ASN_OCTET_STR> {
   static constexpr char const* name = "DovelLinkAddrToAsnOctetString";
 };
+/// A time of the machine, which a daemon that starts later has as 0.
 struct BootTimeToUptimeTimeTicks
     : Platform<std::uint64_t, Snmp::BootTimeToUptimeTimeTicksF, ASN_TIMETICKS> {
   static constexpr char const* name = "BootTimeToUptimeTimeTicks";
 };
+/// Of the neighbour, not of a flag of it: the attribute is looked up in the entity once.
 struct ArpEntryStaticToAsnInteger : Own<IpSnmp::ArpEntryStaticToAsnInteger, ASN_INTEGER> {
   static constexpr char const* name = "ArpEntryStaticToAsnInteger";
 };
 struct RouteMetricToAsnInteger : Own<IpSnmp::RouteMetricToAsnInteger, ASN_INTEGER> {
   static constexpr char const* name = "RouteMetricToAsnInteger";
 };
+/// ipCidrRouteProto; RouteTypeToInetProtocol is inetCidrRouteProto, which has more numbers.
 struct RouteTypeToAsnInteger : Own<IpSnmp::RouteTypeToAsnInteger, ASN_INTEGER> {
   static constexpr char const* name = "RouteTypeToAsnInteger";
 };
 struct RouteTypeToInetProtocol : Own<IpSnmp::RouteTypeToInetProtocol, ASN_INTEGER> {
   static constexpr char const* name = "RouteTypeToInetProtocol";
 };
+/// A RowPointer into ipAddressPrefixTable.
 struct IpAddressPrefixEntryToAsnOid : Own<IpSnmp::IpAddressPrefixEntryToAsnOid, ASN_OBJECT_ID> {
   static constexpr char const* name = "IpAddressPrefixEntryToAsnOid";
 };

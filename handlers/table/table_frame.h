@@ -47,7 +47,9 @@ class TableFrame {
   using Rows = typename Table::Rows;
   using Row = typename Table::Row;
 
-  /// Registers the table, with callbacks that lead back to the functions below.
+  /// Registers the table, with callbacks that lead back to the functions below. What it throws is
+  /// for want of memory; a component of the index that net-snmp has none for is told in a trace,
+  /// and the table goes without it.
   static void initialize(netsnmp_iterator_info const& callbacks, Netsnmp_Node_Handler* handler);
   /// A new loop context, on the row that the hint in it names, else on the first; the indexes of
   /// the row in `putIndexData`. Null without a row; the loop context is the caller's to free then
@@ -78,6 +80,8 @@ class TableFrame {
   static Row start(Rows const& rows, Hint const* hint, bool& hintMatched);
 };
 
+// Each line is headed by the name of the function that net-snmp called. A level that is off costs a
+// look at it; nothing is formatted.
 #define FRAME_TRACE(level, suffix, stream)                                   \
   MAV_TRACE_AS(snmpTraceHandle(), level, functionName<Table>(suffix).data(), \
                Table::name << suffix << stream) /* NOLINT(bugprone-macro-parentheses) */

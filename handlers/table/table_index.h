@@ -69,7 +69,8 @@ struct IntegerSyntax {
   }
 };
 
-/// Unsigned32.
+/// Unsigned32. An InetAddressPrefixLength, say: in an instance one sub-identifier, of all its 32
+/// bits.
 struct UnsignedSyntax {
   using Value = std::uint32_t;
   static constexpr unsigned char declaredType = ASN_UNSIGNED;
@@ -149,6 +150,7 @@ constexpr TableIndex<UnsignedSyntax, Get> unsignedIndex(char const* name, char c
                                                         Get get) {
   return {name, attribute, get};
 }
+/// As octets where nothing else is said: net-snmp's iterator then writes them in their order.
 template <unsigned char ValueType = ASN_PRIV_IMPLIED_OCTET_STR, class Get>
 constexpr TableIndex<IpAddressSyntax<ValueType>, Get> ipAddressIndex(char const* name,
                                                                      char const* attribute,

@@ -22,6 +22,8 @@ struct TableDescription {
   // Where the entity is mounted, for traces alone: rows are found by the registration's pointer.
   std::string_view entityPath;
   std::span<oid const> objectId;
+  /// The second for a table with columns that the MIB lets a manager write: a SET then comes as far
+  /// as the handler, which refuses it with its trace.
   int modes;  // of net-snmp: HANDLER_CAN_RONLY, HANDLER_CAN_RWRITE
   std::span<TableColumn const> columns;
   /// Of the row that `row` points to, for traces.
@@ -43,6 +45,7 @@ int answerTable(TableDescription const& table, std::string_view handler, int mod
                 netsnmp_request_info* requests);
 
 /// Registers a table whose callbacks, indexes and rows stand in `registered`, handled by `handler`.
+/// Mav::Exception for want of memory. What net-snmp refuses is told in the log, and not served.
 void registerTable(TableDescription const& table, Netsnmp_Node_Handler* handler,
                    std::unique_ptr<Snmp::IteratorTable> registered);
 

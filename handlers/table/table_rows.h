@@ -120,6 +120,7 @@ class TableRows : public Snmp::SortedRows {
   bool isTraced() const override { return snmpTraceHandle().enabled(2); }
 
  private:
+  // Mounted longer than its table is registered.
   Entity const* const entity_;
   // Copied, not made each time: GCC 12 takes the unused octets of a new key for a fault.
   Row const end_;
@@ -127,6 +128,7 @@ class TableRows : public Snmp::SortedRows {
 
   bool isFound_ = false;  // what the last find() in this call came to
   bool isFoundBehind_ = false;
+  // Its memory stays: a search allocates only for the longest instance so far.
   std::vector<oid> foundFor_;
   Row found_;
 };
