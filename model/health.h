@@ -28,9 +28,8 @@ MAV_ENUM(SharedTable, (sharedTableForwarding, 1), (sharedTableLink, 2), (sharedT
 struct HealthData {
   static constexpr std::uint32_t ageUnknown = 0xFFFF'FFFF;
 
-  bool publisherAlive = false;  // it runs, and says so
-  double publisherUpTime = 0;   // seconds since it was started; 0 when it does not run
-  // What an alarm should be set on: it grows whatever it is that keeps the tables from being exact.
+  bool publisherAlive = false;     // it runs, and says so
+  double publisherUpTime = 0;      // seconds since it was started; 0 when it does not run
   std::uint32_t age = ageUnknown;  // whole seconds since the tables were last known to be exact
   bool agentInSync = false;        // the agent has filed what the tables hold, and follows them
   // The counts stay at their last values while what tells them cannot be read.

@@ -65,7 +65,7 @@ void HealthSource::tellPublisher(IpSnmp::HealthData& data) {
   }
   if (!publisher_) return;
   double const now = secondsSinceEpoch();
-  // One that is behind lives all the same: the age says that it cannot make the tables exact.
+  // One that is behind lives all the same: it runs, and says so.
   auto const keeping = publisher_->keeping(now);
   data.publisherAlive = keeping != Keeping::gone && keeping != Keeping::still;
   // The clock of the day may have been set back since then.
