@@ -270,7 +270,8 @@ int RowServer::walk(Call const& call, netsnmp_request_info* request) {
     int const status = answer(call, request, walk.column());
     if (status != SNMP_ERR_NOERROR || !isBulk || !hasRepetitions(*request, call.info->asp))
       return status;
-    // A view of the variable that has just been answered; it stays where it is in the chain.
+    // It points into the variable that has just been answered, which stays where it is in the
+    // chain.
     auto const last = nameOf(*request);
     toNextRepetition(*request);
     if (!call.fitsAtOnce) return leaveRepetition(*request, last, ASN_PRIV_RETRY), SNMP_ERR_NOERROR;
