@@ -18,7 +18,8 @@ void traceInitializing(char const* function, std::span<oid const> objectId);
 
 /// Registers a scalar. `entity` may be null; the mount keeps it alive, and whoever unmounts it has
 /// the registrations undone first. `modes` are net-snmp's. What `scalar` points to outlives the
-/// registration, and reaches the callback as `handler->myvoid`.
+/// registration, and reaches the callback as `handler->myvoid`. Mav::Exception for want of memory;
+/// what net-snmp refuses is told in the log, and not served.
 void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<oid const> objectId,
                     int modes, void* entity, void const* scalar = nullptr);
 

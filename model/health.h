@@ -37,6 +37,7 @@ struct HealthData {
   std::uint64_t overruns = 0;    // as the publisher counts since its start
   std::uint64_t dumps = 0;
   std::uint64_t rejected = 0;
+  // By the places of the enumerators, not by their numbers, which begin with 1.
   std::array<std::uint64_t, std::size(SharedTableEnumerators)> records{};  // in their order
 };
 

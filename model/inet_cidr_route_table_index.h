@@ -18,6 +18,7 @@ namespace IpSnmp {
 /// inetCidrRoutePolicy: the routes that are served know no policy.
 struct ZeroDotZero {
   bool operator==(ZeroDotZero const&) const = default;
+  // For the traces of a hint.
   friend std::ostream& operator<<(std::ostream& out, ZeroDotZero const& /*policy*/) {
     return out << "0.0";
   }

@@ -15,6 +15,7 @@ namespace IpSnmp {
 
 class IpForwardMib : public Mav::Entity {
  public:
+  // Where the handlers look for it, and the wiring mounts it.
   static constexpr std::string_view path = "snmp/ip/ipforwardmib";
 
   // The other table has no attribute: it is a view, and announces nothing.
@@ -41,6 +42,7 @@ class IpForwardMib : public Mav::Entity {
   IpCidrRouteTableMap const& ipCidrRouteTableMap() const { return ipCidrRouteTable_.map(); }
   /// The row as it is now; null when there is none.
   Mav::Ptr<IpCidrRouteTableEntry const> ipCidrRouteTable(IpCidrRouteTableIndex const& key) const;
+  // Rows by value, so that both iterators show the same.
   auto ipCidrRouteTableIterator() const { return ipCidrRouteTable_.map().first(); }
   auto ipCidrRouteTableIterator() { return ipCidrRouteTable_.map().first(); }
   void ipCidrRouteTableDel(IpCidrRouteTableIndex const& key) { ipCidrRouteTable_.del(key); }

@@ -65,6 +65,7 @@ class IpMib : public Mav::Entity {
   }
   auto ipAddressTable(InetAddress const& key) { return ipAddressTable_.map().get(key); }
   auto ipAddressTableIterator() const { return ipAddressTable_.map().first(); }
+  // Of a cache that is not const: entries that can be changed, which is not announced.
   auto ipAddressTableIterator() { return ipAddressTable_.map().first(); }
   /// A new row has no presence yet, and cannot be read (ip_address_entry.h): whoever makes it files
   /// one in the same notification.
@@ -88,6 +89,7 @@ class IpMib : public Mav::Entity {
   /// Files the entry under its own key, in the place of another one that has it. RangeException
   /// when it is null. The one that was there lives on where an address still holds it.
   void ipAddressPrefixTableIs(Mav::Ptr<IpAddressPrefixEntry const> const& entry);
+  /// By key, whichever entry stands there: who withdraws one of its own compares it first.
   void ipAddressPrefixTableDel(IpAddressPrefixKey const& key) { ipAddressPrefixTable_.del(key); }
   void ipAddressPrefixTableDelAll() { ipAddressPrefixTable_.delAll(); }
 
@@ -103,6 +105,7 @@ class IpMib : public Mav::Entity {
   /// The key is the master entry's address. RangeException when it is null. NameInUseException when
   /// another entry of the same address has the row.
   Mav::Ptr<IpAddrEntry> ipAddrTableIs(Mav::Ptr<IpAddressEntry const> const& masterEntry);
+  /// The row alone; the one of ipAddressTable through which it was read stays.
   void ipAddrTableDel(Dovel::IpAddr const& key) { ipAddrTable_.del(key); }
   void ipAddrTableDelAll() { ipAddrTable_.delAll(); }
 
@@ -145,7 +148,8 @@ class IpMib : public Mav::Entity {
   IpNetToPhysicalTableMap const& ipNetToPhysicalTableMap() const {
     return ipNetToPhysicalTable_.map();
   }
-  /// Files the row, in the place of one that differs.
+  /// Files the row, in the place of one that differs. One that is the same is not announced: a
+  /// neighbour may be told again and again.
   void ipNetToPhysicalTableIs(IpNetToPhysicalIndex const& key, IpNetToPhysicalRow const& row) {
     ipNetToPhysicalTable_.put(key, row);
   }

@@ -22,6 +22,7 @@ namespace IpSnmp {
 
 class TypedInetAddress {
  public:
+  // An address of 16 octets and a zone of four.
   static constexpr std::size_t sizeMax = 20;
 
   /// unknown(0), without octets.

@@ -4,7 +4,8 @@
 
 #include "platform/snmp/net_snmp.h"
 
-/// Registers the scalars ipForwarding and ipv6IpForwarding, and the tables of IP-MIB.
+/// Registers the scalars ipForwarding and ipv6IpForwarding, and the tables of IP-MIB. Called at
+/// each registration (Snmp::Framework), by way of a static object of this unit.
 void init_IpBase();
 
 /// net-snmp handler callbacks. They read the entity in `registration->my_reg_void`, which they do

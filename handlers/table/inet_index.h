@@ -34,9 +34,9 @@ struct ZeroDotZeroSyntax {
   static constexpr unsigned char declaredType = ASN_OBJECT_ID;
   static constexpr unsigned char valueType = ASN_OBJECT_ID;
 
+  /// RangeException for any other object identifier: it names no row.
   static Value decode(netsnmp_variable_list const& variable) {
     auto const* const from = variable.val.objid;
-    // inetCidrRoutePolicy of another value names no row of this table (RFC 4292).
     if (!from || variable.val_len != 2 * sizeof(oid) || from[0] != 0 || from[1] != 0) {
       throw Mav::RangeException("it is not zeroDotZero");
     }

@@ -1,5 +1,5 @@
 #pragma once
-// A table of the plug-in, served through net-snmp's table iterator over one collection of a cache
+// A table of the module, served through net-snmp's table iterator over one collection of a cache
 // entity. A table is a class that says what differs:
 //
 //   struct IpAddrTable {

@@ -95,6 +95,7 @@ template <unsigned char ValueType>
 struct IpAddressSyntax {
   using Value = Dovel::IpAddr;
   static constexpr unsigned char declaredType = ASN_IPADDRESS;
+  // The only one that a table chooses: what net-snmp's iterator makes of the value depends on it.
   static constexpr unsigned char valueType = ValueType;
 
   static Value decode(netsnmp_variable_list const& variable) {

@@ -1,5 +1,5 @@
 #pragma once
-// How a handler unit enters the plug-in: one static registration object a unit, announced by one
+// How a handler unit enters the module: one static registration object a unit, announced by one
 // static AutoRegistree when the library is loaded.
 //
 //   namespace {

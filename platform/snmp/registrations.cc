@@ -17,6 +17,7 @@ struct Registration {
   std::unique_ptr<IteratorTable> table;  // null of a scalar
 };
 
+// Function-local: it is built at its first use, not while the library is loaded.
 std::vector<Registration>& remembered() {
   static std::vector<Registration> registrations;
   return registrations;
