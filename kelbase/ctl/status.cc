@@ -47,7 +47,8 @@ void readTables(Status& status) {
   for (TableView const& view : tableViews()) {
     status.tables.push_back({view.name, countTable(reader, view)});
   }
-  // It is shown as no table of its own (TableView), and counted for `check` alone.
+  // Shown as no tables of their own (TableView), and counted for `check` alone.
+  status.addresses4 = reader.snapshot().count(Pondo::TableId::address4);
   status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
   // Set when all has been read: without it nothing of the tables is shown.
   status.generation = generation;

@@ -35,6 +35,7 @@ struct Status {
   std::optional<std::uint64_t> generation;        // with it, the tables could be read
   Pondo::Origin origin = Pondo::Origin::nobody;   // of what the tables hold
   std::vector<Table> tables;
+  std::size_t addresses4 = 0;          // those that ipAddrTable shows
   std::size_t resolvedNeighbours = 0;  // those that ipNetToMediaTable shows
   Pondo::ReaderReports readers;
   std::string error;  // why something could not be read; else empty

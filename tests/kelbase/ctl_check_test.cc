@@ -1,6 +1,7 @@
 // kelbasectl check: what it makes of what it finds. The road to a real snmpd is the system tests'.
 
 #include <algorithm>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <served_objects.h>
@@ -35,12 +36,13 @@ std::vector<std::string> faults(Findings const& findings) {
 struct Agent {
   std::string shown;  // all below it
   std::string registrations;
+  std::string value = "INTEGER: 1";
 
   std::optional<std::string> operator()(std::vector<std::string> const& command) const {
     auto const& oid = command.back();
     if (command.front() == "snmpbulkwalk") return registrations;
     if (oid == "1.3.6.1.2.1.1.3" || (!shown.empty() && oid.starts_with(shown))) {
-      return "." + oid + ".0 = INTEGER: 1\n";
+      return "." + oid + ".0 = " + value + "\n";
     }
     if (shown.empty()) return "." + oid + " = No more variables left in this MIB View\n";
     return ".1.3.6.1.6.3.1 = INTEGER: 1\n";
@@ -49,6 +51,8 @@ struct Agent {
 
 Status published(std::size_t neighbours) {
   Status status;
+  status.generation = 1;
+  status.addresses4 = 1;
   for (auto const* name : {"addresses", "routes"}) status.tables.push_back({name, {1, 0}});
   status.tables.push_back({"neighbours", {neighbours, 0}});
   status.resolvedNeighbours = neighbours;
@@ -83,6 +87,25 @@ TEST(CheckAnswersTest, AViewThatHidesIsToldFromAModuleThatIsNotThere) {
               Not(Contains(HasSubstr("ipNetToMediaTable"))));
 }
 
+TEST(CheckAnswersTest, WhatTheDaemonsProcessTellsOfTheModuleIsHeeded) {
+  EXPECT_THAT(faults(answerFindings({"a", "c", true}, published(1), Agent{"1.3.6.1.4", ""})),
+              Contains("ipAddrTable: not answered: a view hides it"));
+  EXPECT_THAT(faults(answerFindings({"a", "c", false}, published(1), Agent{"1.3.6.1.2", ""})),
+              Contains("ipAddrTable: the module has not registered it; another one answers"));
+}
+
+TEST(CheckAnswersTest, AMachineOfIpv6AloneHasNoRowsOfIpv4) {
+  auto status = published(0);
+  status.addresses4 = 0;
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, status, Agent{"1.3.6.1.4.1", ours()})),
+              Not(Contains(HasSubstr("ipAddrTable"))));
+  // The number of its rows answers, and a table of no rows does not.
+  Agent const agent{"1.3.6.1.2.1.4.24.3", ours(), "Gauge32: 0"};
+  EXPECT_THAT(faults(answerFindings({"a", "c"}, status, agent)),
+              AllOf(Not(Contains(HasSubstr("ipCidrRouteTable"))),
+                    Contains(HasSubstr("inetCidrRouteTable"))));
+}
+
 TEST(CheckAnswersTest, WhoElseHasRegisteredOurObjectsIsNamed) {
   auto const both = ours() + registered("1.3.6.1.2.1.4.22.1.2", 127);
   EXPECT_THAT(faults(answerFindings({"a", "c"}, published(1), Agent{"1.3.6.1", both})),
@@ -99,21 +122,38 @@ TEST(CheckAnswersTest, SilenceAndMissingToolsAreTold) {
               ElementsAre("answers: net-snmp's tools are not there"));
 }
 
-TEST(CheckProcessTest, TheDaemonsWayToTheRunDirectoryIsWalked) {
+TEST(CheckProcessTest, TheDaemonsWayToTheTablesIsWalked) {
   ScratchDir const top;
   auto const runDir = top / "run";
-  ASSERT_EQ(::mkdir(runDir.c_str(), 0750), 0);
-  ASSERT_EQ(::chmod((top / ".").c_str(), 0755), 0);
+  std::filesystem::create_directories(runDir / "tables");
+  for (auto const* file : {"data.mdb", "lock.mdb"}) std::ofstream(runDir / "tables" / file) << "x";
   SnmpProcess const stranger{
-      .pid = 7, .name = "snmpd", .user = 12345, .groups = {12345}, .loaded = true};
-  auto const findings = processFindings({stranger}, runDir);
-  EXPECT_EQ(faults(findings).size(), 1U);
-  EXPECT_THAT(findings.back().remedy, HasSubstr("put that user into the group"));
+      .pid = ::getpid(), .name = "snmpd", .user = 12345, .groups = {12345}, .loaded = true};
   SnmpProcess member = stranger;
   member.groups.push_back(::getegid());
-  ASSERT_EQ(::chmod(runDir.c_str(), 0750), 0);
-  EXPECT_EQ(unreachable(member, "/"), std::nullopt);
+  ASSERT_EQ(::chmod((top / ".").c_str(), 0755), 0);
+  // The order in which it comes to them.
+  for (auto const& [name, mode] : std::initializer_list<std::pair<char const*, mode_t>>{
+           {"", 0750}, {"tables", 0750}, {"tables/data.mdb", 0640}, {"tables/lock.mdb", 0660}}) {
+    auto const path = *name == 0 ? runDir : runDir / name;
+    ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+    EXPECT_EQ(unreachable(member, runDir), path);
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+  }
+  EXPECT_EQ(unreachable(member, runDir), std::nullopt);
   EXPECT_EQ(unreachable(SnmpProcess{}, runDir), std::nullopt) << "root";
+  EXPECT_EQ(unreachable(stranger, runDir), runDir);
+  EXPECT_THAT(processFindings({stranger}, runDir).back().remedy,
+              HasSubstr("put that user into the group"));
+}
+
+TEST(CheckPublisherTest, AModuleThatHasReadNothingIsAFault) {
+  Status status;
+  status.readers.readers.push_back({.program = "snmpd", .version = "1", .pid = 7, .schema = 0});
+  EXPECT_THAT(faults(readerFindings(status, "1")),
+              ElementsAre("module: version 1 in snmpd, pid 7: has read nothing yet"));
+  status.readers.readers.back().generation = 1;
+  EXPECT_THAT(faults(readerFindings(status, "1")), testing::IsEmpty());
 }
 
 TEST(CheckPublisherTest, EachFaultHasItsRemedy) {

@@ -77,6 +77,7 @@ subagent() {
   cp /usr/share/doc/ovosnmpd/examples/snmpd.service.d-master.conf /etc/systemd/system/snmpd.service.d/master.conf
   systemctl daemon-reload; systemctl restart snmpd; systemctl start ovosnmpd
   agrees 20; change; agrees
+  apt-get install -y -qq --reinstall ./debs/ovosnmpd_*.deb >/dev/null 2>&1; agrees 20
   systemctl restart snmpd; agrees 30
   systemctl kill -s KILL ovosnmpd; sleep 1; agrees 30
   rm -rf /run/kelbase; sleep 2; all_is_well

@@ -10,21 +10,6 @@
 namespace Kelbase::Ctl {
 namespace {
 
-/// The published table without whose records one of our tables has no rows; empty of all others.
-std::string_view publishedTableOf(ServedObject const& object) {
-  struct Filled {
-    std::string_view name;
-    std::string_view by;
-  };
-  constexpr std::array all{
-      Filled{"ipAddrTable", "addresses"},    Filled{"ipNetToPhysicalTable", "neighbours"},
-      Filled{"ipCidrRouteTable", "routes"},  Filled{"ipAddressPrefixTable", "addresses"},
-      Filled{"ipAddressTable", "addresses"},
-  };
-  auto const* const found = std::ranges::find(all, object.name, &Filled::name);
-  return found == all.end() ? std::string_view{} : found->by;
-}
-
 // As handlers/unit_registration.h has it. net-snmp's own modules register with its default, 127;
 // the lower number answers.
 constexpr int ourPriority = 64;
@@ -71,6 +56,8 @@ class Asker {
  public:
   Asker(AgentAddress const& address, RunTool const& run) : address_(address), run_(run) {}
 
+  AgentAddress const& address() const { return address_; }
+
   std::optional<std::string> ask(std::string const& tool, std::string_view oid) const {
     // -On: OIDs as numbers, whichever MIBs are installed: what is said is taken apart by them.
     return run_({tool, "-v2c", "-c", address_.community, "-t", "2", "-r", "1", "-On",
@@ -101,30 +88,51 @@ Finding silentFinding(AgentAddress const& address, std::string const& said) {
           "that community (--community NAME)?"};
 }
 
-bool hasRows(ServedObject const& object, Status const& status) {
-  // Of the neighbours that are published it has those of IPv4 that are resolved alone.
+/// What says whether one of our tables has rows; the others have some always.
+struct RowsTold {
+  std::string_view name;
+  std::string_view table;   // published; all its records are rows
+  std::string_view number;  // the object that counts the rows: of what is published not all are
+};
+constexpr std::array rowsTold{
+    RowsTold{"ipNetToPhysicalTable", "neighbours", {}},
+    RowsTold{"ipAddressPrefixTable", "addresses", {}},
+    RowsTold{"ipAddressTable", "addresses", {}},
+    RowsTold{"ipCidrRouteTable", {}, "1.3.6.1.2.1.4.24.3"},
+    RowsTold{"inetCidrRouteTable", {}, "1.3.6.1.2.1.4.24.6"},
+};
+
+/// Whether it must have rows; where nothing tells, it must.
+bool hasRows(Asker const& asker, ServedObject const& object, Status const& status) {
+  if (!status.generation) return true;
+  if (object.name == "ipAddrTable") return status.addresses4 > 0;
   if (object.name == "ipNetToMediaTable") return status.resolvedNeighbours > 0;
-  auto const published = publishedTableOf(object);
-  auto const table = std::ranges::find(status.tables, published, &Status::Table::name);
-  return published.empty() || table == status.tables.end() || table->counts.records > 0;
+  auto const* const told = std::ranges::find(rowsTold, object.name, &RowsTold::name);
+  if (told == rowsTold.end()) return true;
+  std::string said;
+  if (!told->number.empty()) {
+    return asker.answers(told->number, said) != true || !said.ends_with(": 0");
+  }
+  auto const table = std::ranges::find(status.tables, told->table, &Status::Table::name);
+  return table == status.tables.end() || table->counts.records > 0;
 }
 
 constexpr char const* loadRemedy =
-    "put the dlmod line into snmpd.conf; snmpd's log tells what the module waits for";
+    "journalctl -u snmpd -g OvoSnmp tells what the module waits for; where it is not loaded, "
+    "install libovosnmp, and see that snmpd.conf includes /etc/snmp/snmpd.conf.d";
 
 std::string showRemedy(ServedObject const& object) {
   bool const isStandard = isBelow(object.oid, "1.3.6.1.2.1.4");
   return fmt::format(
       "view NAME included .{} in snmpd.conf, for the view of this community (Debian: take the # "
-      "off "
-      "the view lines of /etc/snmp/snmpd.conf.d/ovosnmp.conf), and restart snmpd",
+      "off the view lines of /etc/snmp/snmpd.conf.d/ovosnmp.conf), and restart snmpd",
       isStandard ? "1.3.6.1.2.1.4" : "1.3.6.1.4.1.99999.3");
 }
 
-/// Nothing where the view does not show who has registered what.
-std::optional<bool> isRegistered(ServedObject const& object,
+std::optional<bool> isRegistered(AgentAddress const& address, ServedObject const& object,
                                  std::vector<Registration> const& registrations) {
-  if (registrations.empty()) return std::nullopt;
+  // The view does not show who has registered what.
+  if (registrations.empty()) return address.registered;
   return std::ranges::any_of(registrations, [&](Registration const& one) {
     return one.oid == object.oid && one.priority == ourPriority;
   });
@@ -138,7 +146,7 @@ Finding objectFinding(Asker const& asker, ServedObject const& object, Status con
   if (!answered) return {Verdict::bad, name, said, "snmpd's log tells why"};
   // Before the answer counts: without the module the daemon's own answers for many of these
   // objects.
-  auto const registered = isRegistered(object, registrations);
+  auto const registered = isRegistered(asker.address(), object, registrations);
   if (registered == false) {
     return {
         Verdict::bad, name,
@@ -147,7 +155,7 @@ Finding objectFinding(Asker const& asker, ServedObject const& object, Status con
   }
   if (*answered) return {Verdict::good, name, "answered", {}};
   // Asked last: a table that answers is good, whatever was counted a moment ago.
-  if (!hasRows(object, status)) return {Verdict::good, name, "no rows, as published", {}};
+  if (!hasRows(asker, object, status)) return {Verdict::good, name, "no rows, as published", {}};
   if (registered) return {Verdict::bad, name, "not answered: a view hides it", showRemedy(object)};
   return {Verdict::bad, name, "not answered: a view hides it, or the module is not there",
           fmt::format("{}; or {}", showRemedy(object), loadRemedy)};

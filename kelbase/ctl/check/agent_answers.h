@@ -25,6 +25,8 @@ using RunTool = std::function<std::optional<std::string>(std::vector<std::string
 struct AgentAddress {
   std::string agent;
   std::string community;
+  /// Whether the module has registered its objects there, where that is known of its process.
+  std::optional<bool> registered = std::nullopt;
 };
 
 /// One for each object of mibs/objects.txt, unless the daemon answers nothing at all; and one for

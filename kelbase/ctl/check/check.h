@@ -26,6 +26,8 @@ int check(Context const& context, std::filesystem::path const& runDir, CheckOpti
 
 /// Of the publisher and its tables. `now`: seconds since 1970.
 Findings publisherFindings(Status const& status, double now);
+/// What works, and is seldom meant: a publisher of another network namespace, tables on a disk.
+Findings placeFindings(Status const& status, double now);
 /// Of the modules that have told of themselves; `version` is what they are to be of.
 Findings readerFindings(Status const& status, std::string_view version);
 

@@ -13,7 +13,7 @@ namespace Kelbase::Ctl {
 enum class Verdict {
   good,
   bad,
-  unknown,  // it could not be looked at
+  unknown,  // it could not be looked at, or may be meant so
 };
 
 struct Finding {

@@ -1,6 +1,9 @@
 #include <fmt/format.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 
 #include "kelbase/ctl/check/check.h"
+#include "kelbase/ctl/check/snmp_process.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -90,6 +93,12 @@ Findings readerFindings(Status const& status, std::string_view version) {
     finding.found =
         fmt::format("version {} in {}, pid {}: {} resyncs, {} bad records", reader.version,
                     reader.program, reader.pid, reader.resyncs, reader.badRecords);
+    if (reader.generation == 0) {
+      finding.verdict = Verdict::bad;
+      finding.found = fmt::format("version {} in {}, pid {}: has read nothing yet", reader.version,
+                                  reader.program, reader.pid);
+      finding.remedy = "journalctl -u snmpd -g OvoSnmp tells what it waits for";
+    }
     if (reader.version != version || reader.badRecords != 0) {
       finding.verdict = Verdict::bad;
       finding.remedy = fmt::format(
@@ -97,6 +106,28 @@ Findings readerFindings(Status const& status, std::string_view version) {
           version, reader.program);
     }
     findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
+Findings placeFindings(Status const& status, double now) {
+  Findings findings;
+  if (status.kept(now) && isElsewhere(status.publisher->pid)) {
+    auto const pid = status.publisher->pid;
+    findings.push_back(
+        {Verdict::unknown, "network namespace",
+         fmt::format("kelbased (pid {}) shows the state of another one than this", pid),
+         fmt::format("ip netns identify {}; where that is not meant, start kelbased here", pid)});
+  }
+  struct statfs mount {};
+  if (::statfs(status.runDir.c_str(), &mount) == 0 && mount.f_type != TMPFS_MAGIC &&
+      mount.f_type != RAMFS_MAGIC) {
+    findings.push_back({Verdict::unknown, "run directory",
+                        fmt::format("{} is not on a tmpfs: a disk is written to at least once a "
+                                    "second",
+                                    status.runDir.string()),
+                        "mount a tmpfs there, or name another directory (kelbased --rundir; "
+                        "KELBASE_RUNDIR of snmpd)"});
   }
   return findings;
 }

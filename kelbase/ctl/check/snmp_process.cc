@@ -1,6 +1,7 @@
 #include "kelbase/ctl/check/snmp_process.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <fstream>
 #include <sstream>
@@ -8,6 +9,7 @@
 
 #include <fmt/format.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <system_error>
 
 namespace Kelbase::Ctl {
@@ -57,23 +59,32 @@ void readModule(fs::path const& directory, SnmpProcess& process) {
   }
 }
 
-// Not known is not elsewhere: to another user than root the link of a foreign process is closed.
-bool isElsewhere(fs::path const& directory) {
-  std::error_code hidden;
-  auto const its = fs::read_symlink(directory / "ns/net", hidden);
-  return !hidden && its != fs::read_symlink("/proc/self/ns/net", hidden);
-}
-
 /// As the kernel judges: of owner, group and others the first that applies counts alone
-/// (path_resolution(7)). Access control lists are not looked at.
-bool mayUse(SnmpProcess const& process, struct stat const& status) {
+/// (path_resolution(7)). Access control lists are not looked at. `wanted`: of S_IRWXO's bits.
+bool mayUse(SnmpProcess const& process, struct stat const& status, mode_t wanted) {
   // Unless its capabilities were taken away (CAP_DAC_OVERRIDE), which is not looked at.
   if (process.user == 0) return true;
-  if (process.user == status.st_uid) return (status.st_mode & S_IXUSR) != 0;
-  if (std::ranges::find(process.groups, status.st_gid) != process.groups.end()) {
-    return (status.st_mode & S_IXGRP) != 0;
+  unsigned shift = 0;
+  if (process.user == status.st_uid) {
+    shift = 6;
+  } else if (std::ranges::find(process.groups, status.st_gid) != process.groups.end()) {
+    shift = 3;
   }
-  return (status.st_mode & S_IXOTH) != 0;
+  return ((status.st_mode >> shift) & wanted) == wanted;
+}
+
+/// The path as this program has to name what the process finds there: a unit may have mounted
+/// something else, or the same read-only. Without permission to look it is this program's own.
+fs::path asSeenBy(SnmpProcess const& process, fs::path const& path) {
+  auto const root = fs::path("/proc") / std::to_string(process.pid) / "root";
+  std::error_code error;
+  return fs::exists(root / ".", error) ? root / path.relative_path() : path;
+}
+
+bool isReadOnly(SnmpProcess const& process, fs::path const& runDir) {
+  struct statvfs status {};
+  auto const path = asSeenBy(process, fs::absolute(runDir));
+  return ::statvfs(path.c_str(), &status) == 0 && (status.f_flag & ST_RDONLY) != 0;
 }
 
 Finding loadedFinding(SnmpProcess const& process) {
@@ -83,8 +94,8 @@ Finding loadedFinding(SnmpProcess const& process) {
   }
   if (!*process.loaded) {
     return {Verdict::bad, what, "has not loaded the module",
-            "put 'dlmod OvoSnmp /usr/lib/.../ovosnmp/libOvoSnmp.so' into its configuration and "
-            "restart it"};
+            "install libovosnmp, see that snmpd.conf includes /etc/snmp/snmpd.conf.d, where the "
+            "dlmod line is, and restart it"};
   }
   if (process.stale) {
     return {Verdict::bad, what, "has loaded a module that has been replaced since",
@@ -96,14 +107,31 @@ Finding loadedFinding(SnmpProcess const& process) {
 Finding reachFinding(SnmpProcess const& process, fs::path const& runDir) {
   auto const what = fmt::format("{}'s way to {}", process.name, runDir.string());
   auto const closed = unreachable(process, runDir);
+  if (!closed && isReadOnly(process, runDir)) {
+    return {Verdict::bad, what, "mounted read-only",
+            "give its unit ReadWritePaths=/run (systemctl edit snmpd), and restart it"};
+  }
+  std::error_code error;
+  bool const isShown = fs::exists(runDir / "tables", error) || !error;
+  if (!closed && !isShown) return {Verdict::unknown, what, "not to be seen", "run this as root"};
   if (!closed) return {Verdict::good, what, "open", {}};
+  if (!fs::exists(asSeenBy(process, *closed), error) && !error) {
+    return {Verdict::bad, what, closed->string() + " is not there", "systemctl start kelbased"};
+  }
   return {Verdict::bad, what,
           fmt::format("closed at {} for user {}", closed->string(), process.user),
-          "put that user into the group of the directory, or start kelbased with --group; then "
-          "restart the daemon"};
+          "put that user into the group of the directory (or start kelbased with --group), and "
+          "restart the daemon; where it is a member, restart kelbased, which sets the modes anew"};
 }
 
 }  // namespace
+
+// Not known is not elsewhere: to another user than root the link of a foreign process is closed.
+bool isElsewhere(std::int64_t pid) {
+  std::error_code hidden;
+  auto const its = fs::read_symlink(fs::path("/proc") / std::to_string(pid) / "ns/net", hidden);
+  return !hidden && its != fs::read_symlink("/proc/self/ns/net", hidden);
+}
 
 std::vector<SnmpProcess> snmpProcesses() {
   std::vector<SnmpProcess> found;
@@ -118,7 +146,7 @@ std::vector<SnmpProcess> snmpProcesses() {
     process.name = firstLine(entry.path() / "comm");
     if (process.name != "snmpd" && process.name != "ovosnmpd") continue;
     // A daemon in another network namespace serves the state of that one.
-    if (isElsewhere(entry.path())) continue;
+    if (isElsewhere(process.pid)) continue;
     readOwner(entry.path(), process);
     readModule(entry.path(), process);
     found.push_back(std::move(process));
@@ -126,20 +154,33 @@ std::vector<SnmpProcess> snmpProcesses() {
   return found;
 }
 
-std::optional<fs::path> unreachable(SnmpProcess const& process, fs::path const& path) {
+std::optional<fs::path> unreachable(SnmpProcess const& process, fs::path const& runDir) {
+  auto const isClosed = [&](fs::path const& one, mode_t wanted) {
+    struct stat status {};
+    // What is closed to this program itself says nothing of the process.
+    if (::stat(asSeenBy(process, one).c_str(), &status) != 0) return errno != EACCES;
+    return !mayUse(process, status, wanted);
+  };
   fs::path way;
   // Each directory on the way has to let the process pass; which one does not is what to mend.
-  for (auto const& part : fs::absolute(path).lexically_normal()) {
+  for (auto const& part : fs::absolute(runDir / "tables").lexically_normal()) {
     way /= part;
-    struct stat status {};
-    if (::stat(way.c_str(), &status) != 0 || !mayUse(process, status)) return way;
+    if (isClosed(way, S_IXOTH)) return way;
   }
+  // A reader notes in the lock file what it reads.
+  if (isClosed(way / "data.mdb", S_IROTH)) return way / "data.mdb";
+  if (isClosed(way / "lock.mdb", S_IROTH | S_IWOTH)) return way / "lock.mdb";
   return std::nullopt;
+}
+
+bool canRead(SnmpProcess const& process, fs::path const& runDir) {
+  return !unreachable(process, runDir) && !isReadOnly(process, runDir);
 }
 
 Findings processFindings(std::vector<SnmpProcess> const& processes, fs::path const& runDir) {
   if (processes.empty()) {
-    return {{Verdict::bad, "snmpd", "is not running here", "systemctl start snmpd"}};
+    return {{Verdict::bad, "snmpd", "is not running here",
+             "systemctl start snmpd; journalctl -u snmpd tells why it ended"}};
   }
   // Beside a daemon with the module there may be others, which are nobody's concern here.
   auto const isOurs = [](SnmpProcess const& process) { return process.loaded.value_or(false); };

@@ -26,13 +26,19 @@ struct SnmpProcess {
   bool stale = false;          // what it has loaded has been replaced on disk since
 };
 
+/// Whether the process is known to be in another network namespace than this one.
+bool isElsewhere(std::int64_t pid);
+
 /// Those of this network namespace, as far as that can be seen. A process that ends meanwhile may
 /// be among them with half of its fields.
 std::vector<SnmpProcess> snmpProcesses();
 
-/// The first directory on the way to `path` (or `path` itself) that the process cannot use.
+/// The first directory or file on the way to the tables of `runDir` that the process cannot use.
 std::optional<std::filesystem::path> unreachable(SnmpProcess const& process,
-                                                 std::filesystem::path const& path);
+                                                 std::filesystem::path const& runDir);
+
+/// Whether nothing keeps it from the tables of `runDir`: readers have to write there, too.
+bool canRead(SnmpProcess const& process, std::filesystem::path const& runDir);
 
 /// Two of each daemon: the module, and its way to the run directory.
 Findings processFindings(std::vector<SnmpProcess> const& processes,
