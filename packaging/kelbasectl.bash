@@ -16,6 +16,7 @@ _kelbasectl() {
       "status check show load help --rundir --json --version --help" -- "$word") ;;
     show) mapfile -t COMPREPLY < <(compgen -W "--to --within --json --help" -- "$word") ;;
     check) mapfile -t COMPREPLY < <(compgen -W "--agent --community --json --help" -- "$word") ;;
+    help) mapfile -t COMPREPLY < <(compgen -W "status check show load" -- "$word") ;;
     load) mapfile -t COMPREPLY < <(compgen -f -W "--force --help" -- "$word") ;;
     *) mapfile -t COMPREPLY < <(compgen -W "--json --help" -- "$word") ;;
   esac
