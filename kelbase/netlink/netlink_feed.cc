@@ -63,11 +63,13 @@ void NetlinkFeed::watchEvents() {
 
 void NetlinkFeed::onReadable() {
   // A small buffer would overflow in the meantime: it is read at once.
-  if (counters_.buffer < streamBufferMin || !gauge_.isStream(Mav::now())) return void(read());
+  bool const waits = counters_.buffer >= streamBufferMin && gauge_.isStream(Mav::now());
+  // What is left then may have been fetched from the kernel, so that the socket rings no more.
+  if (!waits && read() != Found::more) return;
   // Level-triggered: while it is watched, a socket with a notification in it would begin every
   // turn.
   watch_ = {};
-  stream_.timeMinIs(Mav::now() + streamDelay);
+  stream_.timeMinIs(waits ? Mav::now() + streamDelay : Mav::asap);
 }
 
 void NetlinkFeed::onStreamTime() {

@@ -153,6 +153,35 @@ TEST_F(NetlinkFeedPace, AStreamIsReadTogetherAndSingleOnesAtOnce) {
   EXPECT_EQ(heardAfter(0, 1), 1U);
 }
 
+struct SlowLinks : ModelSource<LinkDecoder, Links> {
+  using ModelSource::ModelSource;
+  void receive(NetlinkMessage const& message) override {
+    ModelSource::receive(message);
+    onReceived();
+  }
+  std::function<void()> onReceived = [] {};
+};
+
+TEST_F(NetlinkFeedPace, WhatWasFetchedWhenTheTimeWasUpIsReadNext) {
+  SlowLinks slow(links_);
+  sources_ = {&slow};
+  start();
+  while (!feed_->exact()) activity_.deliver();
+  // A batch comes while the first one is read: all of it is fetched, and the last not read.
+  auto const before = feed_->counters().events;
+  slow.onReceived = [&] {
+    time_.advance(NetlinkFeed::sliceTime / 16);
+    if (feed_->counters().events != before + 1) return;
+    for (std::size_t i = 0; i < NetlinkFeed::batch; ++i) {
+      ip(i % 2 == 0 ? "link set lo down\n" : "link set lo up\n");
+    }
+  };
+  ip("link set lo up\n");
+  activity_.deliver();
+  EXPECT_EQ(feed_->counters().events - before, NetlinkFeed::batch + 1);
+  feed_.reset();
+}
+
 /// Changes while a dump of more than one turn is under way.
 class NetlinkFeedDuringDump : public NetlinkFeedTest {
  protected:
