@@ -288,9 +288,10 @@ Activity::TurnEnd::~TurnEnd() {
 }
 
 void Activity::TurnEnd::ask() {
-  if (std::exchange(asked_, true)) return;
+  if (asked_) return;
   auto& impl = *activity_.impl_;
-  impl.turnEnds.push_back(this);
+  impl.turnEnds.push_back(this);  // first: one that finds no memory is to be asked for again
+  asked_ = true;
   // Outside of a turn nobody else wakes the loop: a snapshot that a request has opened would last
   // until something happens.
   if (!impl.inTurn) impl.arm();
@@ -298,13 +299,16 @@ void Activity::TurnEnd::ask() {
 
 Activity::Watch Activity::watch(int fd, std::uint32_t events, Ready ready) {
   auto const token = ++impl_->lastToken;
-  // First what may fail: nothing is kept of a watch that the kernel refuses.
+  // The room for it before the kernel is asked: a descriptor in the epoll set that nobody is called
+  // for would begin every turn.
+  auto& current = impl_->tokens[fd];
+  impl_->watched[token] = {fd, events, std::make_shared<Ready const>(std::move(ready))};
+  Watch watch(this, token);  // undoes it, should the kernel refuse
   impl_->addToEpoll(fd, events, token);
   // A number that is watched already is refused above (EEXIST). One that was closed without
   // dropping its Watch is taken over here, and drop() of the old Watch leaves it alone.
-  impl_->tokens[fd] = token;
-  impl_->watched[token] = {fd, events, std::make_shared<Ready const>(std::move(ready))};
-  return {this, token};
+  current = token;
+  return watch;
 }
 
 Ptr<Clock const> Activity::clock() const { return impl_->clock; }

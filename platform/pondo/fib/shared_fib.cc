@@ -154,13 +154,13 @@ class SharedFib::Fecs : public ForwardingStatus {
     // Many routes share a fec: it is decoded once a generation.
     if (moment != decodedAt_) decoded_.clear();
     decodedAt_ = moment;
-    auto const [it, isNew] = decoded_.try_emplace(fecId);
-    // A fec that is missing is remembered as that, too.
-    if (isNew) {
-      auto fec = now.get<FecTable>(fecId);
-      if (fec) it->second = std::make_unique<Fec const>(std::move(*fec));
-    }
-    return it->second.get();
+    if (auto const known = decoded_.find(fecId); known != decoded_.end())
+      return known->second.get();
+    // Read first, remembered then: a read that fails says nothing of the fec. One that is missing
+    // is remembered as that.
+    auto read = now.get<FecTable>(fecId);
+    auto fec = read ? std::make_unique<Fec const>(std::move(*read)) : nullptr;
+    return decoded_.emplace(fecId, std::move(fec)).first->second.get();
   }
 
   struct Moment {

@@ -200,8 +200,8 @@ void Follower::Impl::closeReader() {
 
 Snapshot const& Follower::Impl::snapshot() {
   if (!turnSnapshot) {
+    turnEnd.ask();  // first: a snapshot that nobody ends would be read for ever
     turnSnapshot.emplace(*reader);
-    turnEnd.ask();
   }
   return turnSnapshot->snapshot;
 }
@@ -226,6 +226,8 @@ void Follower::Impl::loseEnvironment(EnvironmentException const& e) {
     delay = std::exchange(backOff, std::min(2 * backOff, lookInterval));
   }
   nextLook = Mav::now() + delay;
+  // A change log with a gap is damage that only a comparison gets over.
+  if (e.reason() == Reason::foreign) instance = 0;
   // Of one reason only the first line is told, however the texts differ from look to look.
   bool const alike = e.reason() != Reason::other;
   say(alike ? std::to_string(static_cast<int>(e.reason())) : e.what(), Mav::Severity::warning,

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "platform/mav/trace_handle.h"
+#include "tests/support/failing_allocations.h"
 
 namespace {
 
@@ -179,6 +180,30 @@ TEST_F(ActivityTest, endsOfATurnComeOnceAfterAllElseWhateverThrew) {
   EXPECT_THAT(calls, ElementsAre("timer", "later", "first", "second",
                                  "activity: end of a turn failed: no end"));
   EXPECT_FALSE(hasWork());
+}
+
+TEST_F(ActivityTest, whatFindsNoMemoryLeavesNothingBehind) {
+  int ended = 0;
+  Activity::TurnEnd end(activity, [&] { ++ended; });
+  {
+    FailingAllocation const failing(1);
+    EXPECT_THROW(end.ask(), std::bad_alloc);
+  }
+  end.ask();
+  activity.deliver();
+  EXPECT_EQ(ended, 1);
+  one.set();
+  unsigned nth = 0;
+  for (bool failed = true; failed;) {
+    FailingAllocation const failing(++nth);
+    try {
+      auto const watch = note(one, "one");
+      failed = false;
+    } catch (std::bad_alloc const&) {
+      EXPECT_FALSE(hasWork()) << "allocation " << nth;
+    }
+  }
+  EXPECT_GT(nth, 3U);
 }
 
 TEST_F(ActivityTest, clockOutlivesItsActivity) {

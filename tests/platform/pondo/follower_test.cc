@@ -244,9 +244,9 @@ TEST_F(FollowerTest, movedTablesAreFollowedWithoutAComparison) {
 }
 
 TEST_F(FollowerTest, anyAllocationMayFailWhileNewTablesAreTaken) {
-  followPublisher();
   unsigned nth = 0;
   for (bool failed = true; failed;) {
+    followPublisher();
     publisher.tell("close");
     fs::remove_all(runDir);
     publish();
@@ -263,6 +263,9 @@ TEST_F(FollowerTest, anyAllocationMayFailWhileNewTablesAreTaken) {
     }
     ASSERT_EQ(mirror.links.size(), 3U) << "allocation " << nth;
     ASSERT_EQ(mirror.links.at("a"), static_cast<int>(nth)) << "allocation " << nth;
+    commit("link a 1000");
+    turns(2);
+    ASSERT_EQ(mirror.links.at("a"), 1000) << "allocation " << nth;
   }
   EXPECT_GT(nth, 50U);
 }

@@ -10,6 +10,7 @@
 #include "platform/mav/time.h"
 #include "platform/pondo/fib/fec_route_list_sm.h"
 #include "tests/platform/pondo/peer_process.h"
+#include "tests/support/failing_allocations.h"
 
 namespace Pondo::Test {
 namespace {
@@ -112,6 +113,25 @@ struct SharedFibTest : RunDirTest {
       Mav::makeObject<Fib::FecRouteListSm>(routes, fecs, list);
   std::optional<Follower> follower;
 };
+
+TEST_F(SharedFibTest, aReadThatFindsNoMemoryIsNotTakenForAFecThatIsMissing) {
+  followPublisher();
+  unsigned nth = 0;
+  for (bool failed = true; failed;) {
+    publisher.tell("link a " + std::to_string(++nth));
+    publisher.tell("commit");  // of another generation nothing is remembered
+    turns(2);
+    {
+      FailingAllocation const failing(nth);
+      try {
+        static_cast<void>(fecs->fec(Fib::FecId(1)));
+        failed = false;
+      } catch (std::exception const&) {  // whoever asks tries again
+      }
+    }
+    EXPECT_TRUE(fecs->fec(Fib::FecId(1))) << "allocation " << nth;
+  }
+}
 
 TEST_F(SharedFibTest, routesAndFecsComeChangeAndGo) {
   EXPECT_THAT(followPublisher(), ElementsAre("10.0.0.0/8 1", "10.0.0.0/24 1"));
