@@ -93,7 +93,8 @@ Mav::AttributeTable const& Root::attributeTable() const {
       Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
       Mav::plainAttribute<&Root::arpTableSm>("arpTableSm"),
       Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib"),
-      Mav::plainAttribute<&Root::ipRouteTableSm>("ipRouteTableSm")};
+      Mav::plainAttribute<&Root::ipRouteTableSm>("ipRouteTableSm"),
+      Mav::plainAttribute<&Root::ip6RouteTableSm>("ip6RouteTableSm")};
   return table;
 }
 

@@ -249,8 +249,11 @@ int run(Context const& context, std::vector<std::string> arguments) {
     // Here, where a full disk can still be told: a destructor could not.
     context.out.flush();
     return code;
+  } catch (std::filesystem::filesystem_error const& e) {
+    return report(context, e.what());
   } catch (std::system_error const& e) {
-    // Whoever reads the output may have read enough: `kelbasectl show routes | head`.
+    // Of the output alone (fd_output.h). Whoever reads the output may have read enough:
+    // `kelbasectl show routes | head`.
     if (e.code() == std::errc::broken_pipe) return exitOk;
     return report(context, fmt::format("cannot write the output: {}", e.code().message()));
   } catch (std::exception const& e) {

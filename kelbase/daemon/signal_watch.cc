@@ -22,6 +22,8 @@ SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSig
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   // Signals that come before here end the process as by default: nothing has been taken by then.
   std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c)
+  // Tables that may not grow are an error of the write (EFBIG), as a full file system is.
+  std::signal(SIGXFSZ, SIG_IGN);  // NOLINT(cert-err33-c)
   fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
   if (fd_ < 0) throw Mav::Exception(fmt::format("signalfd: {}", std::strerror(errno)));
   watch_ = activity.watch(fd_, EPOLLIN, [this](std::uint32_t) { onReadable(); });

@@ -1,7 +1,7 @@
 #pragma once
 // SIGTERM and SIGINT as events of the activity (signalfd(2)). To be made before any other thread:
-// it blocks them in the calling one. SIGPIPE is ignored from then on: a reader of our output that
-// goes away must not end the service.
+// it blocks them in the calling one. SIGPIPE and SIGXFSZ are ignored from then on: neither a reader
+// of our output that goes away nor a limit of file sizes must end the service.
 //
 // A process started by kelbased would inherit the mask; it starts none.
 

@@ -14,6 +14,7 @@ constexpr std::uint64_t bufferWanted = std::uint64_t{16} << 20U;
 Finding publisherFinding(Status const& status, double now) {
   Finding finding{Verdict::bad, "publisher", {}, {}};
   if (!status.publisherKnown) {
+    finding.verdict = Verdict::unknown;
     finding.found = status.error;
     finding.remedy = "run this as root, or as a member of the run directory's group";
     return finding;

@@ -34,6 +34,7 @@ constexpr CodeText codeTexts[] = {
     {EPERM, Reason::denied, "let this user's group own the files (kelbased --group)"},
     {EROFS, Reason::readOnlyMount, "remount it read-write"},
     {ENOSPC, Reason::noSpace, "the file system is full: enlarge or clear it"},
+    {EFBIG, Reason::noSpace, "raise the limit of file sizes (ulimit -f)"},
     {EDQUOT, Reason::noSpace, "the file system is full: enlarge or clear it"},
     // What LMDB says of a write that ended early (mdb.c, mdb_page_flush).
     {EIO, Reason::noSpace, "the file system is full: enlarge or clear it"},

@@ -107,8 +107,10 @@ Keeping PublisherInfo::keeping(double now) const {
 }
 
 double PublisherInfo::age(double now) const {
+  // Tables that were never exact since the publisher came are as old as it is, at least.
+  double const since = !exactAt ? seenAt : *exactAt > 0 ? *exactAt : startedAt;
   // The clock may have been set since this was read.
-  return std::max(0.0, now - (exactAt && *exactAt > 0 ? *exactAt : seenAt));
+  return std::max(0.0, now - since);
 }
 
 double sinceMachineStart() { return secondsOf(CLOCK_BOOTTIME); }
