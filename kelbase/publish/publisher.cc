@@ -44,8 +44,8 @@ void Publisher::publish() {
     // A transaction writes anew what it touches: to take something away, too, takes room first.
     if (error.reason() == Pondo::EnvironmentException::Reason::noSpace && shrinks_)
       writer_.giveUp();
-  } catch (Mav::Exception const& error) {
-    onWriteFailure(error.what());
+  } catch (std::exception const& error) {
+    onWriteFailure(error.what());  // whatever it was: the batch may have gone with it
   }
 }
 
