@@ -29,7 +29,7 @@ sed 's/^#\([A-Z]\)/\1/' /usr/share/doc/libovosnmp/examples/snmpd.service.d-harde
 systemctl daemon-reload; systemctl restart snmpd
 [[ $(systemctl show -p ProtectSystem --value snmpd) == strict ]] || wrong "the example sets nothing"
 agrees; change; agrees
-systemctl kill -s KILL kelbased; change; agrees 20
+systemctl kill --kill-who=main -s KILL kelbased; change; agrees 20
 rm -rf /run/kelbase; change; agrees 20
 systemctl reload snmpd; agrees 20
 kelbasectl check || wrong "kelbasectl check is not content"
