@@ -92,7 +92,30 @@ void RouteSource<Ip>::dumpBegin() {
 template <class Ip>
 void RouteSource<Ip>::dumpEnd(bool whole) {
   isDumping_ = false;
+  wasListed_ = true;
+  wasWhole_ = whole;
   routes_.dumpEnd(whole);
+}
+
+template <class Ip>
+void RouteSource<Ip>::replayIs(bool on) {
+  isReplay_ = on;
+  routes_.replayIs(on);
+  if (on) return;
+  // What is replayed next is older than another answer, or than none of this source's.
+  bool const isInDoubt = std::exchange(hasGone_, false) && wasListed_;
+  wasListed_ = false;
+  if (isInDoubt) confirm();
+}
+
+/// A look does not ask for dumps: of a kernel that never rests nothing would be exact otherwise.
+template <class Ip>
+void RouteSource<Ip>::confirm() {
+  if (Mav::now() - confirmedAt_ > coverInterval) confirms_ = 0;
+  if (!wasWhole_ || confirms_ == confirmMax) return onDoubt(RouteDoubt::cover);
+  ++confirms_;
+  confirmedAt_ = Mav::now();
+  onDoubt(RouteDoubt::order);
 }
 
 template <class Ip>
@@ -103,7 +126,11 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
     return;
   }
   if (!readRoute(message, route_)) return;
-  if (message.type() == RTM_DELROUTE) return routes_.del(route_);
+  if (message.type() == RTM_DELROUTE) {
+    // IPv4 routes are listed from a key on (net/ipv4/fib_trie.c, fib_table_dump).
+    hasGone_ |= isReplay_ && !isIp4<Ip>;
+    return routes_.del(route_);
+  }
   routes_.is(route_, rankOf(message));
   if (route_.lifetime != 0) onLifetime(route_.lifetime);
 }

@@ -6,6 +6,13 @@
 // Its dumps and looks are what keeps silent changes short: what the kernel does without a word
 // shows when the dump that a hint asked for has ended. A hint too many costs one dump; one too few
 // would leave a manager a route that is gone.
+//
+// What the kernel does not tell either is that a dump of IPv6 routes has left some out. From one
+// datagram of the answer to the next it remembers how many nodes of its tree it has listed, and
+// when a route was added meanwhile it counts them again from the root (net/ipv6/ip6_fib.c,
+// fib6_dump_table): for each that was listed and removed, another is left out, without
+// NLM_F_DUMP_INTR. So a dump amid removals is taken again, confirmMax times in a row; after that,
+// looks add what was left out.
 
 #include <optional>
 #include <utility>
@@ -33,6 +40,8 @@ class RouteSource : public KernelSource {
 
   /// At least, from one dump to a look for what went unlisted: there hardly ever is any.
   static constexpr double coverInterval = 15.0;  // seconds
+  /// Dumps in a row; where routes go all the time each may have left some out.
+  static constexpr unsigned confirmMax = 3;
 
   /// Both must outlive it.
   RouteSource(Routes<Ip>& routes, KernelSource const& nexthops);
@@ -46,12 +55,13 @@ class RouteSource : public KernelSource {
   void dumpBegin() override;
   void dumpEnd(bool whole) override;
   void receive(NetlinkMessage const& message) override;
-  void replayIs(bool on) override { routes_.replayIs(on); }
+  void replayIs(bool on) override;
   std::string summary() const override { return routes_.summary(); }
 
  private:
   void onLifetime(std::int32_t hundredths);
   void onDoubt(RouteDoubt why) const;
+  void confirm();
   RouteRank rankOf(NetlinkMessage const& message) const;
 
   Routes<Ip>& routes_;
@@ -61,6 +71,13 @@ class RouteSource : public KernelSource {
   double lastDump_ = 0.0;
   double nextLook_ = Mav::never;  // at lifetimes
   bool isDumping_ = false;
+  bool isReplay_ = false;
+
+  bool wasListed_ = false;  // since the last replay
+  bool wasWhole_ = false;   // that was no look
+  bool hasGone_ = false;    // of a route that is replayed: it may have gone amid that
+  unsigned confirms_ = 0;   // dumps asked for in a row
+  double confirmedAt_ = -Mav::never;
 };
 
 /// A link, or allLinks, and whether its next hops of the version count without carrier. Nothing for

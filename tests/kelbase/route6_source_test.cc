@@ -98,6 +98,24 @@ TEST_F(Route6SourceTest, WhatSiblingsMayHaveHiddenIsLookedFor) {
   EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b"));
 }
 
+/// For each that goes amid a dump the kernel may leave another out.
+TEST_F(Route6SourceTest, ADumpAmidRemovalsIsTakenAgain) {
+  auto& source = named<KernelSource>(sources_, "IPv6 routes");
+  auto const listed = [&](bool whole) {
+    source.dumpBegin();
+    tell(over(RTM_NEWROUTE, {2}));
+    source.dumpEnd(whole);
+    source.replayIs(true);
+    tell(routeMessage6(RTM_DELROUTE, "3000::", 64).value(RTA_OIF, 3));
+    source.replayIs(false);
+    return std::exchange(wishes_, "");
+  };
+  EXPECT_EQ(listed(true), "IPv6 routes ");
+  EXPECT_EQ(listed(false), "a look ");
+  EXPECT_EQ(listed(true) + listed(true), "IPv6 routes IPv6 routes ");
+  EXPECT_EQ(listed(true), "a look ") << "it has to end";
+}
+
 TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
