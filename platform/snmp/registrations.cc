@@ -64,18 +64,23 @@ void forEachSlice(netsnmp_handler_registration const& registration, Call const& 
   }
 }
 
+/// The copy that a slice has of the registration lacks what that points to
+/// (netsnmp_handler_registration_dup of 5.9.3), whenever it is cut: a subagent may come at any
+/// time, and leaves the slices behind. The copy of a handler has it.
+int withPointer(netsnmp_mib_handler* handler, netsnmp_handler_registration* registration,
+                netsnmp_agent_request_info* info, netsnmp_request_info* requests) noexcept {
+  registration->my_reg_void = handler->myvoid;
+  return netsnmp_call_next_handler(handler, registration, info, requests);
+}
+
 }  // namespace
 
 int registerScalar(netsnmp_handler_registration* registration) {
-  int const status = registerAndRemember(registration, nullptr,
-                                         [&] { return netsnmp_register_scalar(registration); });
-  if (status != MIB_REGISTERED_OK) return status;
-  // The copy that a slice has of the registration lacks what that points to
-  // (netsnmp_handler_registration_dup of 5.9.3).
-  forEachSlice(*registration, [registration](netsnmp_handler_registration* slice) {
-    slice->my_reg_void = registration->my_reg_void;
-  });
-  return status;
+  auto* const keeper = netsnmp_create_handler("kept_pointer", withPointer);
+  if (keeper) keeper->myvoid = registration->my_reg_void;
+  inject(registration, keeper);
+  return registerAndRemember(registration, nullptr,
+                             [&] { return netsnmp_register_scalar(registration); });
 }
 
 int registerTable(netsnmp_handler_registration* registration,

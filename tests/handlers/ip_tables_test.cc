@@ -130,8 +130,9 @@ TEST_F(IpTablesTest, NoRequestScans) {
   EXPECT_GT(traces.count("_get_first_data_point - "), 0U);
 }
 
-/// The daemon's `ip` module has what is around, and a module of its own had the scalar: what is
-/// registered in its place is a copy (netsnmp_handler_registration_dup), which lacks my_reg_void.
+/// The daemon's `ip` module has what is around, and a module of its own had the scalar; a subagent
+/// has the other for a while: what is registered there then is a copy
+/// (netsnmp_handler_registration_dup), which lacks my_reg_void.
 TEST_F(IpTablesTest, AScalarAmidOtherRegistrationsKeepsItsEntity) {
   framework_.unregisterAll();
   auto const of = [](Oid const& name) {
@@ -146,6 +147,8 @@ TEST_F(IpTablesTest, AScalarAmidOtherRegistrationsKeepsItsEntity) {
   of(ip({24, 6, 0}));
   framework_.registerAll();
   EXPECT_EQ(ask(MODE_GET, ip({24, 6, 0})).value, 0);
+  netsnmp_unregister_handler(of(ip({24, 3, 0})));
+  EXPECT_EQ(ask(MODE_GET, ip({24, 3, 0})).value, 0);
   framework_.unregisterAll();
   netsnmp_unregister_handler(around);
 }
