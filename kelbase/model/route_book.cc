@@ -198,8 +198,9 @@ void RouteBook<Ip>::join(Prefix const& prefix, Several& several) {
   // First the new set, for the same reason as in beginAnew().
   ref(joint);
   unref(std::exchange(several.joint, joint));
+  // Also where nothing is joined: an object that is a blackhole by now may come to forward again.
   bool const hasObject =
-      joint != NextHopSets::none &&
+      several.list.size() > 1 &&
       std::any_of(several.list.begin(), several.list.end(), [&](auto& route) {
         return route.hops != NextHopSets::none && sets_.objectOf(route.hops) != 0;
       });
@@ -236,10 +237,9 @@ void RouteBook<Ip>::onObject(absl::FunctionRef<void(Prefix const&)> changed) {
   // A copy, because join() changes the set.
   auto const prefixes = joinObjects_;
   for (auto const& prefix : prefixes) {
-    auto& several = several_.at(prefix);
-    auto const before = several.joint;
-    join(prefix, several);
-    if (several.joint != before) changed(prefix);
+    join(prefix, several_.at(prefix));
+    // Another may be the best now, though none is joined before or after.
+    changed(prefix);
   }
 }
 

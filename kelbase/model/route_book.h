@@ -157,9 +157,9 @@ class RouteBook {
   /// The one in use, with the next hops of all that are used together; nothing where none is
   /// served.
   std::optional<KernelRoute> served(Prefix const& prefix) const;
-  /// A nexthop object is another: tells the prefixes where that changes the next hops of several
-  /// routes together. Costs the prefixes that join objects, on each change of any object: they are
-  /// rare.
+  /// A nexthop object is another: tells the prefixes where that may change which of several routes
+  /// is served, or the next hops of several together. Costs those where one of several has an
+  /// object, on each change of any object: they are rare.
   void onObject(absl::FunctionRef<void(Prefix const&)> changed);
   /// Prefixes.
   std::size_t size() const { return routes_.size(); }
@@ -205,7 +205,7 @@ class RouteBook {
   NextHopSets& sets_;
   Routes routes_;
   absl::flat_hash_map<Prefix, Several> several_;  // where the slot's kind says so
-  absl::flat_hash_set<Prefix> joinObjects_;       // of these: where nexthop objects are joined
+  absl::flat_hash_set<Prefix> joinObjects_;       // of these: where one has a nexthop object
   std::uint8_t dump_ = 1;
   std::size_t fresh_ = 0;  // prefixes that the last dump, or a message since, mentioned
 };

@@ -116,6 +116,26 @@ TEST_F(Route6SourceTest, ADumpAmidRemovalsIsTakenAgain) {
   EXPECT_EQ(listed(true), "a look ") << "it has to end";
 }
 
+TEST_F(Route6SourceTest, WhatAnObjectIsBearsOnWhichRouteIsServed) {
+  auto const through = [](std::uint32_t id) {
+    return routeMessage6(RTM_NEWROUTE, "4000::", 64).value(RTA_NH_ID, id);
+  };
+  object(7, 2);
+  object(8, 3);
+  tell(through(7).flags(alone));
+  tell(through(8).flags(beside));
+  tell(routeMessage6(RTM_NEWROUTE, "5000::", 64, RTN_PROHIBIT).flags(alone));
+  tell(routeMessage6(RTM_NEWROUTE, "5000::", 64).value(RTA_NH_ID, 7U).flags(beside));
+  auto const both =
+      ElementsAre("4000::/64 static 5 10.0.0.2@a 10.0.0.3@a", "5000::/64 static 5 10.0.0.2@a");
+  EXPECT_THAT(rows(), both);
+  blackhole(7);
+  EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 10.0.0.3@a", "5000::/64 prohibit 5"));
+  object(7, 2);
+  EXPECT_THAT(rows(), both);
+  EXPECT_EQ(wishes_, "");
+}
+
 TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
