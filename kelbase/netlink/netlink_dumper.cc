@@ -39,6 +39,9 @@ void NetlinkDumper::openSocket() {
   // closed.
   NetlinkSocket socket;
   socket.strictChecksOn();
+  // Of a link with some hundred names the kernel makes more than it does of any other list: the
+  // next answer has to fit (net/core/rtnetlink.c, rtnl_calcit).
+  if (socket_) socket.buffersLike(*socket_);
   watch_ = {};
   socket_ = std::move(socket);
   watch_ = activity_.watch(socket_->fd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });

@@ -53,6 +53,9 @@ class NetlinkSocket {
   /// net.core.rmem_max. Returns what it granted, in the same measure.
   std::size_t receiveBufferIs(std::size_t bytes);
 
+  /// Buffers as large as those of `other`, which is about to be closed, have had to grow.
+  void buffersLike(NetlinkSocket const& other) { sizeWanted_ = other.sizeWanted_; }
+
   /// Joins a multicast group (RTNLGRP_...). What changes from here on is heard; of what is there
   /// already a dump alone tells. Mav::Exception where the kernel has no such group.
   void subscribe(unsigned group);

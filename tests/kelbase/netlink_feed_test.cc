@@ -88,6 +88,18 @@ TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
   EXPECT_EQ(feed_->counters().overruns, 0U);
 }
 
+TEST_F(NetlinkFeedTest, AnAnswerThatIsTooLargeFitsTheNextTime) {
+  std::string names;
+  for (int i = 0; i < 400; ++i) {
+    names +=
+        "link property add dev lo altname a" + std::to_string(i) + std::string(100, 'x') + "\n";
+  }
+  ip(names);
+  start();
+  EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links_.size() == 1; }));
+  EXPECT_EQ(feed_->dumpCounters().failed, 1U);
+}
+
 struct TolerantLinks : ModelSource<LinkDecoder, Links> {
   using ModelSource::ModelSource;
   NetlinkRequest request =
