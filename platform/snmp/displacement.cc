@@ -8,6 +8,7 @@
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/registrations.h"
+#include "platform/snmp/waiting_requests.h"
 
 namespace Snmp {
 
@@ -27,6 +28,7 @@ struct Registered {
   bool isSubagents = false;
 
   bool takeOut() {
+    endWaitingRequests();
     // By name and priority, not by the registration: net-snmp 5.9.3 reads freed memory in
     // netsnmp_unregister_handler() of another module's.
     return unregister_mib_context(name.data(), name.size(), priority, 0, 0, "") ==

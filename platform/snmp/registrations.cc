@@ -7,6 +7,7 @@
 
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/displacement.h"
+#include "platform/snmp/waiting_requests.h"
 
 namespace Snmp {
 
@@ -101,6 +102,7 @@ int registerTable(netsnmp_handler_registration* registration,
 
 void unregisterAll() noexcept {
   auto& registrations = remembered();
+  if (!registrations.empty()) endWaitingRequests();
   while (!registrations.empty()) {
     // What it points to goes after it.
     netsnmp_unregister_handler(registrations.back().registration);

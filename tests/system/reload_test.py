@@ -2,8 +2,9 @@
 
 import pytest
 
+from ovo import ber, snmp
 from ovo.churn import Asking
-from ovo.daemons import FORWARDING, LONG, WITHOUT_SCALARS, eventually
+from ovo.daemons import FORWARDING, LONG, WITHOUT, WITHOUT_SCALARS, eventually
 
 RELOADS = 10_000 if LONG else 1000
 # The daemon itself keeps some 3 kB at each reload; the module may not add to that. In kB, over all.
@@ -56,3 +57,24 @@ def test_a_thousand_reloads_under_load(router, loaded, plugins):
     print(f"grew {growth.kilobytes()} kB; answers {load.answers}")
     assert growth.kilobytes() < ALLOWED_GROWTH
     assert set(load.answers) <= {(FORWARDING,), ("noSuchObject",), ("genErr",)}, load.answers
+
+
+def test_requests_that_wait_for_a_subagent_outlive_no_reload(router):
+    """Each points to what is registered for its other names, and is answered before that goes."""
+    router.publish()
+    socket, uptime = f"unix:{router.dir}/master", "1.3.6.1.2.1.25.1"
+    agent = router.agent(without=WITHOUT + ",hr_system",
+                         config=f"master agentx\nagentXSocket {socket}\n")
+    subagent = router.agent(plugin=False, module="none", without="hr_system", up=False,
+                            options=("-X", "-x", socket))
+    assert agent.answers()
+    assert eventually(lambda: agent.client.getnext(uptime).bindings[0].kind == "TimeTicks", 10)
+    names = [ber.encode_binding(ber.oid(one)) for one in ("1.3.6.1.2.1.4.24.3", uptime)]
+    for _ in range(3):
+        with subagent.stopped():
+            for kind in (snmp.GETNEXT, snmp.GETBULK):
+                with pytest.raises(snmp.Silence):
+                    agent.client.raw(kind, names, 0, 5, timeout=0.1)
+            agent.reload_and_wait()
+        assert agent.answers() and eventually(
+            lambda: agent.client.getnext(uptime).bindings[0].kind == "TimeTicks", 10)
