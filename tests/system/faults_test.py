@@ -289,7 +289,7 @@ def test_every_allocation_of_a_change_may_fail_in_snmpd(router):
     prepared(router).close()
     agent = router.agent(options=AS_DEBIAN, env=failing.env)
     assert agent.answers(), agent.daemon.text()
-    for turn, number in enumerate(itertools.count(1, 1 if LONG else 11)):
+    for turn, number in enumerate(itertools.count(1, 1 if LONG else 17)):
         failing.fails(at_call=number)
         for verb, state in (("add", "up"), ("del", "down")):
             router.batch(*(f"route {verb} 10.7.{n}.0/24 via 10.1.0.{n + 2}" for n in range(9)),
