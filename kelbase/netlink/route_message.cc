@@ -216,10 +216,12 @@ RouteKind kindOf(std::uint8_t type) {
   }
 }
 
-/// IPv6 routes that do not forward are listed over the loopback (ip6_route_info_create).
+/// IPv6 routes that refuse are listed over the loopback (ip6_route_info_create). The link of one of
+/// another kind says of which link's prefix it is, where that is link-local.
 template <class Ip>
 bool hasHops(Attributes const& attributes, RouteKind kind) {
-  if (Ip::version == IpVersion::v6 && kind != RouteKind::unicast) return false;
+  bool const leads = kind == RouteKind::unicast || kind == RouteKind::other;
+  if (Ip::version == IpVersion::v6 && !leads) return false;
   return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
 }
 

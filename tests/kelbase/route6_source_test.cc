@@ -136,6 +136,17 @@ TEST_F(Route6SourceTest, WhatAnObjectIsBearsOnWhichRouteIsServed) {
   EXPECT_EQ(wishes_, "");
 }
 
+TEST_F(Route6SourceTest, ARouteOfOneLinkHidesNoneOfAnother) {
+  tell(routeMessage6(RTM_NEWROUTE, "fe80::", 10, RTN_UNREACHABLE).flags(alone));
+  auto const refused = ElementsAre("fe80::/10%1 unreachable 5");
+  EXPECT_THAT(rows(), refused);
+  tell(routeMessage6(RTM_NEWROUTE, "fe80::", 10, RTN_MULTICAST)
+           .value(RTA_OIF, 3)
+           .value(RTA_PRIORITY, 1U)
+           .flags(alone));
+  EXPECT_THAT(rows(), refused);
+}
+
 TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
