@@ -45,6 +45,7 @@ struct ListedRoute {
   bool tellsSiblings = false;
   /// Of IPv6: hundredths of a second that are left, or, negative, that it is past; 0: no end.
   std::int32_t lifetime = 0;
+  bool mayExpire = false;  // it, or of siblings the one that the message is about, has an end
   std::optional<Dovel::IpAddr> preferredSource;  // of IPv4: an IPv6 route outlives its source
   /// Over everything that the kernel tells of a route beside prefix, tos, metric and what may
   /// change while it stays the same route: equal in every message about one route, and different

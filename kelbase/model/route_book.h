@@ -44,8 +44,9 @@ struct KernelRoute {
   std::uint8_t tos = 0;
   std::uint8_t protocol = 0;  // RTPROT_...
   RouteKind kind : 7 = RouteKind::unicast;
-  bool isUniform : 1 = true;  // of siblings: all are known to have this protocol (siblings.h)
-  std::uint8_t dump = 0;      // the last dump that mentioned it; 0: none of the last 255
+  // Of siblings: all are known to have this protocol, and no end (siblings.h).
+  bool isUniform : 1 = true;
+  std::uint8_t dump = 0;  // the last dump that mentioned it; 0: none of the last 255
 };
 static_assert(sizeof(KernelRoute) == 16);
 

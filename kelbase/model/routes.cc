@@ -88,6 +88,7 @@ KernelRoute Routes<Ip>::keptOf(Listed const& listed) {
                     .tos = listed.tos,
                     .protocol = listed.protocol};
   route.kind = listed.kind;
+  route.isUniform = !listed.mayExpire;
   return route;
 }
 
@@ -106,7 +107,7 @@ void Routes<Ip>::setHops(Listed const& listed, KernelRoute& route) {
     hops_.erase(std::unique(hops_.begin(), hops_.end()), hops_.end());
     route.hops = sets_.inlineSet(hops_);
     // Two that differ in what is not kept, their encapsulation.
-    route.isUniform = hops_.size() == listed.hops.size();
+    route.isUniform = route.isUniform && hops_.size() == listed.hops.size();
   }
 }
 

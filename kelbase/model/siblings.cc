@@ -18,7 +18,8 @@ bool hideOthers(Siblings::Book::Rivals const& routes) {
 RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
                            bool tellsAll) const {
   if (rank == RouteRank::listed) {
-    route.isUniform = !tellsAll;  // a dump tells the protocol of the first
+    // A dump tells the protocol of the first, and its lifetime.
+    route.isUniform = route.isUniform && !tellsAll;
     return {book.add(prefix, route, rank)};
   }
   // Nothing was there for it to join or to stand before, in a replay as well: what came after it is

@@ -12,7 +12,8 @@
 // A router's advertisement makes routes that look like siblings and join none (RTF_ADDRCONF): they
 // are kept beside. Of siblings that a dump has listed the protocol of the first is known alone.
 // Where that, or an order that the messages leave open, bears on what is left, isDoubtful says so:
-// a dump tells. What one message about the only route of a metric says is never doubtful. Routes of
+// a dump tells; nor do messages tell the lifetime of the one that is left, for which mayUncover has
+// a look taken. What one message about the only route of a metric says is never doubtful. Routes of
 // another kind that stand amid siblings in the kernel's order are not listed at all (fib6_dump_node
 // leaps over them): when siblings go that a dump has listed, mayUncover says so. Asked by Routes
 // alone. One thread.

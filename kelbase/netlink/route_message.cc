@@ -273,6 +273,7 @@ void readIdentity(rtmsg const& header, Attributes const& attributes, Fingerprint
 /// (net/ipv6/ip6_fib.c, fib6_run_gc). Those of siblings are not all told.
 void readLifetime(Attributes const& attributes, ListedRoute<Ip6>& route) {
   auto const cache = attributes.value<rta_cacheinfo>(RTA_CACHEINFO);
+  route.mayExpire = cache && cache->rta_expires != 0;
   route.lifetime =
       cache && !route.tellsSiblings ? static_cast<std::int32_t>(cache->rta_expires) : 0;
   // Kept as dead, not left out: the kernel tells of its removal, and until then may prolong it.

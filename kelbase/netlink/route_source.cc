@@ -86,6 +86,7 @@ void RouteSource<Ip>::dumpBegin() {
   lastDump_ = Mav::now();
   // The dump lists every lifetime again.
   nextLook_ = Mav::never;
+  listedBefore_ = std::exchange(lifetimes_, 0);
   routes_.dumpBegin();
 }
 
@@ -94,6 +95,9 @@ void RouteSource<Ip>::dumpEnd(bool whole) {
   isDumping_ = false;
   wasListed_ = true;
   wasWhole_ = whole;
+  // One that is listed as it ends has 0 left, in hundredths, which else means that it has no end
+  // (net/core/rtnetlink.c, rtnl_put_cacheinfo).
+  if (lifetimes_ < listedBefore_) lookAtLifetimes(expiredDelay);
   routes_.dumpEnd(whole);
 }
 
@@ -132,6 +136,7 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
     return routes_.del(route_);
   }
   routes_.is(route_, rankOf(message));
+  if (route_.mayExpire) ++lifetimes_;
   if (route_.lifetime != 0) onLifetime(route_.lifetime);
 }
 
@@ -139,11 +144,15 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
 /// prolonged, until it is collected half a minute later (net/ipv6/ip6_fib.c, fib6_run_gc).
 template <class Ip>
 void RouteSource<Ip>::onLifetime(std::int32_t hundredths) {
-  double const left = hundredths > 0 ? hundredths / 100.0 + lifetimeDelay : expiredDelay;
-  // A look that comes sooner tells how long this one has left then.
-  if (Mav::now() + left >= nextLook_) return;
-  nextLook_ = Mav::now() + left;
-  wantLook(left);
+  lookAtLifetimes(hundredths > 0 ? hundredths / 100.0 + lifetimeDelay : expiredDelay);
+}
+
+template <class Ip>
+void RouteSource<Ip>::lookAtLifetimes(double delay) {
+  // A look that comes sooner tells how long each has left then.
+  if (Mav::now() + delay >= nextLook_) return;
+  nextLook_ = Mav::now() + delay;
+  wantLook(delay);
 }
 
 template <class Ip>

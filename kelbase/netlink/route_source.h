@@ -60,6 +60,7 @@ class RouteSource : public KernelSource {
 
  private:
   void onLifetime(std::int32_t hundredths);
+  void lookAtLifetimes(double delay);
   void onDoubt(RouteDoubt why) const;
   void confirm();
   RouteRank rankOf(NetlinkMessage const& message) const;
@@ -70,6 +71,8 @@ class RouteSource : public KernelSource {
   ListedRoute<Ip> route_;  // its memory is used again
   double lastDump_ = 0.0;
   double nextLook_ = Mav::never;  // at lifetimes
+  unsigned lifetimes_ = 0;        // heard of since the last dump began
+  unsigned listedBefore_ = 0;     // when that began
   bool isDumping_ = false;
   bool isReplay_ = false;
 

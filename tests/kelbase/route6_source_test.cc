@@ -147,6 +147,27 @@ TEST_F(Route6SourceTest, ARouteOfOneLinkHidesNoneOfAnother) {
   EXPECT_THAT(rows(), refused);
 }
 
+TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
+  rta_cacheinfo cache{};
+  cache.rta_expires = 200;
+  tell(over(RTM_NEWROUTE, {2}).flags(alone));
+  tell(over(RTM_NEWROUTE, {3, 2}).value(RTA_CACHEINFO, cache).flags(beside));
+  EXPECT_EQ(wishes_, "") << "those of siblings are not all told";
+  tell(over(RTM_DELROUTE, {2}));
+  EXPECT_EQ(std::exchange(wishes_, ""), "IPv6 routes a look ");
+  auto& source = named<KernelSource>(sources_, "IPv6 routes");
+  auto const listed = [&](int left) {
+    source.dumpBegin();
+    cache.rta_expires = left;
+    tell(over(RTM_NEWROUTE, {3}).value(RTA_CACHEINFO, cache));
+    source.dumpEnd(false);
+    return std::exchange(wishes_, "");
+  };
+  EXPECT_EQ(listed(200), "a look ");
+  EXPECT_EQ(listed(0), "a look ") << "its time may be up just now";
+  EXPECT_EQ(listed(0), "");
+}
+
 TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
