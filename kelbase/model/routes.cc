@@ -66,6 +66,14 @@ void Routes<Ip>::onNexthop(std::uint32_t id) {
   doubt(Doubt::silence);
 }
 
+/// Its routes go with it. Those of zones are filed with the next hops that it had, and not as its
+/// own (SilentChanges).
+template <class Ip>
+void Routes<Ip>::onNexthopGone(std::uint32_t id) {
+  joinAnew();
+  if (zoneObjects_.erase(id) != 0) doubt(Doubt::silence);
+}
+
 /// Whether the kernel lists the object's routes as another kind than it did: without a message.
 template <class Ip>
 bool Routes<Ip>::listsAnotherKind(std::uint32_t object) const {

@@ -84,7 +84,7 @@ class Routes : private Nexthops::Observer {
 
  private:
   void onNexthop(std::uint32_t id) override;
-  void onNexthopGone(std::uint32_t /*id*/) override { joinAnew(); }
+  void onNexthopGone(std::uint32_t id) override;
   template <class Take>
   void inZones(Listed const& listed, Take const& take);
   std::set<std::int32_t> zonesOf(Listed const& listed);

@@ -147,6 +147,14 @@ TEST_F(Route6SourceTest, ARouteOfOneLinkHidesNoneOfAnother) {
   EXPECT_THAT(rows(), refused);
 }
 
+TEST_F(Route6SourceTest, ARouteOfALinkGoesWithItsObject) {
+  object(7, 2);
+  tell(routeMessage6(RTM_NEWROUTE, "fe80::", 64).value(RTA_NH_ID, 7U).flags(alone));
+  EXPECT_THAT(rows(), ElementsAre("fe80::/64%3 static 5 10.0.0.2@a"));
+  objectGone(7);
+  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ") << "of its routes the kernel says nothing";
+}
+
 TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
