@@ -25,6 +25,7 @@ struct Link {
   bool isRunning = false;    // IFF_RUNNING
   bool hasCarrier = false;   // IFF_LOWER_UP
   bool isLoopback = false;   // IFF_LOOPBACK
+  bool fitsIp6 = true;       // its MTU is one that IPv6 is content with (RFC 8200 section 5)
   std::uint32_t master = 0;  // the link that it is a port of; 0: of none
   bool operator==(Link const&) const = default;
 };

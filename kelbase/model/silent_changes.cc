@@ -27,10 +27,15 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
   // dump has listed as dead.
   bool const wentDown = (!before || before->isUp) && !now.isUp;
   bool const lostCarrier = (!before || hasCarrier(*before)) && !hasCarrier(now);
+  // IPv6 leaves the link (net/ipv6/addrconf.c, addrconf_notify), of which an address tells only
+  // where there was one.
+  bool const tooSmall =
+      Ip::version == IpVersion::v6 && (!before || before->fitsIp6) && !now.fitsIp6;
   // Whether the master is a VRF or a bridge is not looked up: a hint too many costs a dump, and one
   // too few leaves a route that is gone.
   bool const joined = (before ? before->master : 0) != now.master;
-  hintIf(wentDown || lostCarrier || joined ? usesLink(now.index) : dead_.contains(now.index));
+  hintIf(wentDown || lostCarrier || tooSmall || joined ? usesLink(now.index)
+                                                       : dead_.contains(now.index));
 }
 
 /// One link's setting, or that of all: either turns it on (IN_DEV_IGNORE_ROUTES_WITH_LINKDOWN). Of

@@ -14,6 +14,7 @@
 //   ignore_routes_with_linkdown is set or not        the next hops through links without carrier
 //   an IPv4 address goes                             the routes that prefer it as their source
 //   a link's last address goes                       all through the link (of IPv6: disable_ipv6)
+//   a link's MTU falls below 1280                    of IPv6 all through the link
 //   a nexthop object goes                            its routes
 //
 // Of IPv6 a route with one next hop goes with a message, unless net.ipv6.route.

@@ -9,8 +9,11 @@
 namespace Kelbase {
 namespace {
 
+constexpr std::uint32_t ip6MtuMin = 1280;  // IPV6_MIN_MTU
+
 constexpr std::array linkRules{
     AttributeRule{IFLA_IFNAME, "IFLA_IFNAME", textOf(IFNAMSIZ), required},
+    AttributeRule{IFLA_MTU, "IFLA_MTU", exactly(sizeof(std::uint32_t))},
     AttributeRule{IFLA_MASTER, "IFLA_MASTER", exactly(sizeof(std::uint32_t))},
 };
 
@@ -45,6 +48,7 @@ std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
   link.isRunning = (info.ifi_flags & IFF_RUNNING) != 0;
   link.hasCarrier = (info.ifi_flags & IFF_LOWER_UP) != 0;
   link.isLoopback = (info.ifi_flags & IFF_LOOPBACK) != 0;
+  link.fitsIp6 = attributes.value<std::uint32_t>(IFLA_MTU).value_or(ip6MtuMin) >= ip6MtuMin;
   link.master = attributes.value<std::uint32_t>(IFLA_MASTER).value_or(0);
   return link;
 }

@@ -155,6 +155,14 @@ TEST_F(Route6SourceTest, ARouteOfALinkGoesWithItsObject) {
   EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ") << "of its routes the kernel says nothing";
 }
 
+TEST_F(Route6SourceTest, ALinkThatIsTooSmallForIp6HasNoRoutes) {
+  tell(onLink("4000::", 64, 3).flags(alone));
+  tell(linkMessage(RTM_NEWLINK, 3, IFF_UP | IFF_RUNNING)
+           .text(IFLA_IFNAME, "a")
+           .value(IFLA_MTU, std::uint32_t{1279}));
+  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ");
+}
+
 TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
   rta_cacheinfo cache{};
   cache.rta_expires = 200;
