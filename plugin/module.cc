@@ -58,6 +58,8 @@ void onStartAlarm(unsigned /*alarm*/, void* /*data*/) noexcept {
 }
 
 void armStart(unsigned seconds) {
+  // One that is armed already is not forgotten: it would ring in a module that has been unmapped.
+  if (startAlarm != 0) snmp_alarm_unregister(startAlarm);
   startAlarm = snmp_alarm_register(seconds, 0, onStartAlarm, nullptr);
   if (startAlarm == 0) throw Mav::Exception("snmpd gives no alarm: nothing will be served");
 }

@@ -9,6 +9,7 @@
 #include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/tables/format.h"
+#include "platform/snmp/callback.h"
 #include "plugin/health_source.h"
 #include "stats/stats_file.h"
 #include "stats/stats_scan.h"
@@ -61,7 +62,7 @@ Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startO
 
 Plugin::~Plugin() {
   Mav::memoryFailureHookIs({});
-  logTimes();
+  Snmp::guarded("times", logTimes);  // memory may be what has run out
   framework_.unregisterAll();
   Mav::Directory::root().unmount(IpSnmp::Health::path);
   // Whoever holds these entities may hold them longer than the follower lives, which they read.
