@@ -173,9 +173,13 @@ void NetlinkFeed::holdUnread() {
   // Held, not applied at once: the sources are to know that these may be older than the dump
   // (replayIs), as the ones that came before them.
   isHolding_ = true;
-  for (std::size_t i = 0; i < datagramsMax && receiveOne(); ++i) {
-  }
+  std::size_t left = datagramsMax;
+  while (left > 0 && receiveOne()) --left;
   isHolding_ = false;
+  if (left > 0) return;
+  // What was fetched behind the last one rings no more.
+  watch_ = {};
+  stream_.timeMinIs(Mav::asap);
 }
 
 void NetlinkFeed::onDumpsIdle() {

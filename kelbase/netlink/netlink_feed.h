@@ -68,8 +68,8 @@ class NetlinkFeed {
   bool known() const { return dumper_.known(); }
   /// The sources are worth publishing now.
   bool settled() const { return known() && !dumper_.busy() && replayLeft_ == 0; }
-  /// Settled, and nothing is known to be missing: no loss, no dump to be repeated.
-  bool exact() const { return settled() && !lost_ && !dumper_.pending(); }
+  /// Settled, and nothing is known to be missing: no loss, no dump to be repeated, nothing held.
+  bool exact() const { return settled() && !lost_ && !dumper_.pending() && held_.empty(); }
   Counters const& counters() const { return counters_; }
   NetlinkDumper::Counters const& dumpCounters() const { return dumper_.counters(); }
   /// The notifications' port id, to which a test sends forgeries.
