@@ -234,6 +234,9 @@ void readHops(Fields const& fields, LinkNames& links, ListedRoute<Ip>& route) {
   if (fields.has("nhid")) route.object = objectId(fields, "nhid");
   // A blackhole's routes are listed over lo, and those of IPv6 that do not forward. What `ip`
   // prints there is no next hop of theirs.
+  if (route.kind == RouteKind::other && fields.has("dev")) {
+    route.link = links.numberOf(fields, "dev");
+  }
   bool const mayHaveHops = route.object == 0 && Ip::version == IpVersion::v4;
   if (!mayHaveHops && route.kind != RouteKind::unicast) return;
   if (fields.has("nexthops")) {

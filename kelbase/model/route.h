@@ -41,6 +41,9 @@ struct ListedRoute {
   std::vector<NextHop> hops;  // those that are alive
   // The next hops of these are not kept: what is dead is not shown, and revives with its link.
   std::vector<std::int32_t> deadLinks;  // through which the others lead
+  // Of one that neither forwards nor refuses (RTN_MULTICAST ...): the link that it is listed over.
+  // 0: none. Of a link-local prefix it tells whose.
+  std::int32_t link = 0;
   /// Of IPv6: `hops` and `deadLinks` are those of all its siblings (siblings.h), not one's alone.
   bool tellsSiblings = false;
   /// Of IPv6: hundredths of a second that are left, or, negative, that it is past; 0: no end.

@@ -123,6 +123,7 @@ template <class Ip>
 std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
   std::set<std::int32_t> zones(listed.deadLinks.begin(), listed.deadLinks.end());
   for (auto const& hop : listed.hops) zones.insert(hop.ifIndex);
+  zones.insert(listed.link);
   if (listed.object != 0) {
     zoneObjects_.insert(listed.object);
     for (auto const& hop : nexthops_.hopsOf(listed.object)) zones.insert(hop.ifIndex);

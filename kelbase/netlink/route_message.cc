@@ -216,12 +216,10 @@ RouteKind kindOf(std::uint8_t type) {
   }
 }
 
-/// IPv6 routes that refuse are listed over the loopback (ip6_route_info_create). The link of one of
-/// another kind says of which link's prefix it is, where that is link-local.
+/// IPv6 routes that do not forward are listed over the loopback (ip6_route_info_create).
 template <class Ip>
 bool hasHops(Attributes const& attributes, RouteKind kind) {
-  bool const leads = kind == RouteKind::unicast || kind == RouteKind::other;
-  if (Ip::version == IpVersion::v6 && !leads) return false;
+  if (Ip::version == IpVersion::v6 && kind != RouteKind::unicast) return false;
   return attributes.has(RTA_OIF) || attributes.has(RTA_GATEWAY) || attributes.has(RTA_VIA);
 }
 
@@ -236,6 +234,10 @@ void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes con
   route.deadLinks.clear();
   route.tellsSiblings = false;
   route.kind = kindOf(header.rtm_type);
+  route.link = 0;
+  if (route.kind == RouteKind::other) {
+    route.link = checkedIndex(message, attributes.value<std::int32_t>(RTA_OIF).value_or(0));
+  }
   route.object = attributes.value<std::uint32_t>(RTA_NH_ID).value_or(0);
   if (route.object != 0) {
     identity.add(route.object);
