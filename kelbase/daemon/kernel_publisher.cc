@@ -8,7 +8,8 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
       views_(makeTableViews(kernel_)),
       publisher_(activity, {options.runDir, options.writer}, views_, publisherHooks(hooks)),
       // Last, since it asks the kernel at once: all that the answers fill is there by then.
-      feed_(activity, sources(), options.feed, [this] { publisher_.onSettled(); }) {}
+      feed_(activity, sources(), options.feed,
+            [this](double delay) { publisher_.onSettled(delay); }) {}
 
 /// The publisher asks them in turns alone: the feed, which is made after it, is there by then.
 Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {

@@ -27,7 +27,7 @@ bool repeatFor(double seconds, Step const& step) {
 }  // namespace
 
 NetlinkFeed::NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const> sources,
-                         Options options, std::function<void()> onSettled)
+                         Options options, std::function<void(double delay)> onSettled)
     : activity_(activity),
       sources_(sources.begin(), sources.end()),
       options_(options),
@@ -62,31 +62,44 @@ void NetlinkFeed::watchEvents() {
 }
 
 void NetlinkFeed::onReadable() {
-  // A small buffer would overflow in the meantime: it is read at once.
-  bool const waits = counters_.buffer >= streamBufferMin && gauge_.isStream(Mav::now());
+  double const now = Mav::now();
+  if (gauge_.isStream(now)) return readAt(now + readDelay(now));
   // What is left then may have been fetched from the kernel, so that the socket rings no more.
-  if (!waits && read() != Found::more) return;
+  if (read(0.0) == Found::more) readAt(Mav::asap);
+}
+
+void NetlinkFeed::readAt(double time) {
   // Level-triggered: while it is watched, a socket with a notification in it would begin every
   // turn.
   watch_ = {};
-  stream_.timeMinIs(waits ? Mav::now() + streamDelay : Mav::asap);
+  stream_.timeMinIs(time);
 }
 
 void NetlinkFeed::onStreamTime() {
-  stream_.timeMinIs(Mav::now() + streamDelay);  // whatever the reading throws
-  auto const found = read();
+  double const now = Mav::now();
+  double const delay = readDelay(now);
+  double const rest = gauge_.isStream(now) ? gauge_.delay(now) - delay : 0.0;
+  stream_.timeMinIs(now + delay);  // whatever the reading throws
+  auto const found = read(rest);
   if (found == Found::more) return stream_.timeMinIs(Mav::asap);
-  if (found == Found::all) return;
+  // Where the buffer is small, single ones of a stream come further apart than that.
+  if (found == Found::all && rest == 0.0) return;
   stream_.timeMinIs(Mav::never);
   watchEvents();
 }
 
-NetlinkFeed::Found NetlinkFeed::read() {
+/// How long a stream may be left unread: not until it could fill half of the buffer.
+double NetlinkFeed::readDelay(double now) const {
+  return std::min(gauge_.delay(now), static_cast<double>(counters_.buffer) / bytesMaxASecond);
+}
+
+/// All that has come, for at most sliceTime. It is published `publishDelay` seconds later.
+NetlinkFeed::Found NetlinkFeed::read(double publishDelay) {
   std::size_t datagrams = 0;
   bool const isEmpty = repeatFor(sliceTime, [&] { return receiveOne() && ++datagrams > 0; });
   gauge_.add(datagrams, Mav::now());
   // Also where nothing has changed: to find out costs the publisher less than to be told each time.
-  if (settled()) onSettled_();
+  if (settled()) onSettled_(publishDelay);
   if (!isEmpty) return Found::more;
   return datagrams > 0 ? Found::all : Found::nothing;
 }
@@ -178,8 +191,7 @@ void NetlinkFeed::holdUnread() {
   isHolding_ = false;
   if (left > 0) return;
   // What was fetched behind the last one rings no more.
-  watch_ = {};
-  stream_.timeMinIs(Mav::asap);
+  readAt(Mav::asap);
 }
 
 void NetlinkFeed::onDumpsIdle() {
@@ -188,13 +200,13 @@ void NetlinkFeed::onDumpsIdle() {
   // What comes to be held behind them is newer than the dump, and no replay.
   replayLeftIs(held_.size());
   if (!held_.empty()) replay_.timeMinIs(Mav::asap);
-  if (settled()) onSettled_();
+  if (settled()) onSettled_(0.0);
 }
 
 void NetlinkFeed::replay() {
   repeatFor(sliceTime, [this] { return replayOne(); });
   if (!held_.empty() && !dumper_.busy()) replay_.timeMinIs(Mav::asap);
-  if (settled()) onSettled_();
+  if (settled()) onSettled_(0.0);
 }
 
 /// False when there is nothing more to replay now.

@@ -12,13 +12,16 @@
 // are backed off, up to overrunDelayMax; meanwhile the notifications that do come are applied.
 //
 // onSettled tells that the sources are worth publishing: no dump is under way and what was held
-// back when the last one ended has been replayed. Called at most once a step, possibly without a
-// change. One message that is not as declared is rejected, counted and traced; the rest goes on.
+// back when the last one ended has been replayed, and how many seconds the publishing may wait.
+// Called at most once a step, possibly without a change. One message that is not as declared is
+// rejected, counted and traced; the rest goes on.
 //
-// A notification that comes alone is read at once. In a stream of them (stream_gauge.h), a wake-up
-// and a commit for each cost more than all the rest, here and in the readers: there the socket is
-// not watched, but read streamDelay after the first, all that has come, and as long as something
-// has, after that time again. So one wake-up, one commit and one ring serve them.
+// A notification that comes alone is read at once. In a stream of them, a wake-up and a commit for
+// each cost more than all the rest, here and in the readers: there the socket is not watched, but
+// read some time after the first (StreamGauge::delay), all that has come, and as long as something
+// has, after that time again. So one wake-up, one commit and one ring serve them. A small buffer,
+// as a process without privilege has where nobody raised net.core.rmem_max, is read after a
+// millisecond; then the commit and the ring wait for the rest of that time.
 //
 // Reads for at most sliceTime a turn. Never blocks. One thread.
 
@@ -37,10 +40,8 @@ namespace Kelbase {
 class NetlinkFeed {
  public:
   static constexpr double sliceTime = 0.01;  // seconds
-  /// Seconds; with what follows, a manager sees the last of a stream within 10 ms.
-  static constexpr double streamDelay = 0.008;
-  /// A smaller buffer might overflow within streamDelay: it is read at once, always.
-  static constexpr std::size_t streamBufferMin = std::size_t{4} << 20U;
+  /// The kernel takes 300,000 changes a second, and counts some 830 bytes for each.
+  static constexpr double bytesMaxASecond = 250e6;
   static constexpr std::size_t batch = 32;        // datagrams a call of the kernel
   static constexpr double overrunDelayMax = 1.0;  // seconds
   static constexpr double overrunCalm = 5.0;      // seconds without one: the next is dumped at once
@@ -62,7 +63,7 @@ class NetlinkFeed {
   /// first dump has begun when the constructor returns; its answer is taken in turns of the
   /// activity, and onSettled called in them.
   NetlinkFeed(Mav::Activity& activity, std::span<KernelSource* const> sources, Options options,
-              std::function<void()> onSettled);
+              std::function<void(double delay)> onSettled);
 
   /// Every source has been heard once.
   bool known() const { return dumper_.known(); }
@@ -81,7 +82,9 @@ class NetlinkFeed {
   void watchEvents();
   void onReadable();
   void onStreamTime();
-  Found read();
+  double readDelay(double now) const;
+  void readAt(double time);
+  Found read(double publishDelay);
   bool receiveOne();
   void onLoss(char const* what);
   void onReadEmpty();
@@ -98,7 +101,7 @@ class NetlinkFeed {
   Mav::Activity& activity_;
   std::vector<KernelSource*> const sources_;
   Options const options_;
-  std::function<void()> const onSettled_;
+  std::function<void(double delay)> const onSettled_;
   NetlinkSocket events_;
   NetlinkDumper dumper_;
   Mav::Activity::Watch watch_;  // none while stream_ is armed

@@ -32,6 +32,11 @@ Publisher::Publisher(Mav::Activity& activity, Options const& options, TableViews
   service_.timeMinIs(Mav::asap);
 }
 
+void Publisher::onSettled(double delay) {
+  double const time = delay > 0.0 ? Mav::now() + delay : Mav::asap;
+  if (time < commit_.timeMin()) commit_.timeMinIs(time);
+}
+
 void Publisher::publish() {
   if (!hooks_.isSettled()) return;  // it calls again
   try {

@@ -56,9 +56,9 @@ class Publisher {
   /// not to be had. The views must outlive it.
   Publisher(Mav::Activity& activity, Options const& options, TableViews const& views, Hooks hooks);
 
-  /// The model has changed, or has settled: written in the next turn. Many calls of one turn are
-  /// one commit.
-  void onSettled() { commit_.timeMinIs(Mav::asap); }
+  /// The model has changed, or has settled: written `delay` seconds later, at 0 in the next turn.
+  /// Many calls until then are one commit.
+  void onSettled(double delay);
 
   /// The tables have been equal to the model once.
   bool published() const { return published_; }

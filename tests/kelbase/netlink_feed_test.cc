@@ -45,7 +45,7 @@ Records kernelLinks() {
 class NetlinkFeedTest : public NamespaceTest {
  protected:
   void start(NetlinkFeed::Options options = {}) {
-    feed_.emplace(activity_, sources_, options, [] {});
+    feed_.emplace(activity_, sources_, options, [this](double delay) { publishDelay_ = delay; });
   }
 
   bool linksAreTheKernels() const {
@@ -67,6 +67,7 @@ class NetlinkFeedTest : public NamespaceTest {
   ModelSource<LinkDecoder, Links> source_{links_};
   std::vector<KernelSource*> sources_{&source_};
   std::optional<NetlinkFeed> feed_;
+  double publishDelay_ = -1.0;
 };
 
 std::string pairs(int from, int to) {
@@ -120,7 +121,8 @@ TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
   feed_.reset();
 }
 
-/// What comes together in a stream is read together, 8 ms later; what comes alone at once.
+/// What comes together in a stream is read together, 8 ms later, and 25 ms where the stream lasts;
+/// what comes alone at once.
 class NetlinkFeedPace : public NetlinkFeedTest {
  protected:
   /// So many notifications that are heard `seconds` after they came, and not before.
@@ -148,7 +150,7 @@ class NetlinkFeedPace : public NetlinkFeedTest {
 TEST_F(NetlinkFeedPace, AStreamIsReadTogetherAndSingleOnesAtOnce) {
   start();
   while (!feed_->exact()) activity_.deliver();
-  if (feed_->counters().buffer < NetlinkFeed::streamBufferMin) GTEST_SKIP() << "small buffer";
+  if (feed_->counters().buffer < std::size_t{8} << 20U) GTEST_SKIP() << "small buffer";
   for (int single = 0; single < 20; ++single) {
     ASSERT_EQ(heardAfter(0, 1), 1U) << single;
     time_.advance(single % 5 == 0 ? 0.001 : 0.006);
@@ -159,10 +161,25 @@ TEST_F(NetlinkFeedPace, AStreamIsReadTogetherAndSingleOnesAtOnce) {
     EXPECT_EQ(heardAfter(0.008, 10), 10U) << burst;
     pass(0.008);
   }
-  EXPECT_EQ(heardAfter(0.008, 1), 1U);  // its last
-  pass(0.008);                          // that it has ended is seen then
+  for (int round = 0; round < 13; ++round) EXPECT_EQ(heardAfter(0.008, 10), 10U) << round;
+  EXPECT_EQ(heardAfter(0.008, 10), 0U);  // it has lasted
+  EXPECT_EQ(heardAfter(0.017, 10), 20U);
+  EXPECT_EQ(heardAfter(0.025, 1), 1U);  // its last
+  pass(0.025);                          // that it has ended is seen then
   pass(0.05);
   EXPECT_EQ(heardAfter(0, 1), 1U);
+}
+
+TEST_F(NetlinkFeedPace, ASmallBufferIsReadSoonAndAStreamPublishedTogether) {
+  start({.eventBuffer = 125'000});
+  while (!feed_->exact()) activity_.deliver();
+  EXPECT_EQ(heardAfter(0, 10), 10U);
+  EXPECT_EQ(publishDelay_, 0.0);
+  for (int burst = 0; burst < 30; ++burst) {
+    EXPECT_EQ(heardAfter(0.0006, 10), 10U) << burst;
+    pass(0.004);
+  }
+  EXPECT_EQ(publishDelay_, StreamGauge::longDelay - 0.0005);
 }
 
 struct SlowLinks : ModelSource<LinkDecoder, Links> {
