@@ -1,5 +1,5 @@
-"""The address tables: what a row costs, beside the stock modules, and under ten thousand changes a
-second."""
+"""The tables of addresses and neighbours: what a row costs, beside the stock modules, and under ten
+thousand changes a second."""
 
 import contextlib
 import time
@@ -10,10 +10,10 @@ from ovo.addresses import expected
 from ovo.churn import Churn, Walker, changing_lines
 from ovo.daemons import WITHOUT
 from ovo.router import Router
-from ovo.tables import ADDR, ADDRESS, PREFIX, TABLES
+from ovo.tables import ADDR, ADDRESS, NET_TO_MEDIA, PREFIX, TABLES
 
 COLUMNS = [(ADDR, "ipAdEntIfIndex"), (ADDRESS, "ipAddressIfIndex"),
-           (PREFIX, "ipAddressPrefixOrigin")]
+           (PREFIX, "ipAddressPrefixOrigin"), (NET_TO_MEDIA, "ipNetToMediaIfIndex")]
 SMALL, LARGE, STOCK = 100, 10_000, 1_000
 ROUNDS = 5
 CHURN_RATE, CHURN_SECONDS = 10_000, 60
@@ -43,7 +43,7 @@ def microseconds(*values):
 
 
 def rows_of_a_walk():
-    """A row of a column walk, in µs, with 100 and with 10,000 addresses"""
+    """A row of a column walk, in µs, with 100 and with 10,000 addresses and neighbours"""
     yield "column", "request", SMALL, f"{LARGE:,}", "ratio"
     with router_of(SMALL) as few, router_of(LARGE) as many:
         _, small = served(few)

@@ -3,10 +3,12 @@ nearly alone, and ratios within one run."""
 
 
 def populate(router, count, links=20):
-    """So many IPv4 addresses, each with a prefix of its own, on a few links."""
+    """So many IPv4 addresses, each with a prefix of its own, and as many neighbours, on a few links."""
     router.links_up(*(f"eth{n}" for n in range(links)))
     router.batch(*(f"addr add 10.{n >> 14 & 255}.{n >> 6 & 255}.{(n & 63) * 4 + 1}/32 "
                    f"dev eth{n % links}" for n in range(count)))
+    router.batch(*(f"neigh add 10.{n >> 14 & 255}.{n >> 6 & 255}.{(n & 63) * 4 + 2} "
+                   f"lladdr 02:00:00:00:00:01 dev eth{n % links}" for n in range(count)))
 
 
 class ColumnCost:

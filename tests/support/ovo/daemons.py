@@ -34,7 +34,11 @@ WITHOUT = "-smux,mteTrigger,mteTriggerConf"
 WITHOUT_SCALARS = WITHOUT + ",ip,ip_scalars"
 
 
-def eventually(holds, within=1.0):
+# Much for a busy machine, and less than the five seconds after which the module looks by itself.
+SOON = 4.0
+
+
+def eventually(holds, within=SOON):
     """Whether `holds` comes to be true in time; looked at every 5 ms, and once more at the end."""
     deadline = time.monotonic() + within
     while time.monotonic() < deadline:

@@ -9,7 +9,7 @@ import tempfile
 
 from ovo import inet_routes, neighbours, routes
 from ovo.addresses import expected
-from ovo.daemons import BUILD, Agent, Daemon, as_user, eventually
+from ovo.daemons import BUILD, SOON, Agent, Daemon, as_user, eventually
 from ovo.namespaces import Namespace
 
 MAIN = ("route", "show", "table", "main")
@@ -224,7 +224,7 @@ class Router:
 
         assert eventually(none, within), "\n".join(found[:40])
 
-    def agrees(self, agent, within=1.0):
+    def agrees(self, agent, within=SOON):
         """Waits until the address tables are the kernel's; fails with what is different."""
         def differences():
             trees = expected(self.kernel_addresses())
@@ -234,7 +234,7 @@ class Router:
 
         self._comes_to_agree(agent, differences, within)
 
-    def routes_agree(self, agent, within=2.0, columns=range(1, 17)):
+    def routes_agree(self, agent, within=SOON, columns=range(1, 17)):
         """The same of ipCidrRouteTable; `within` counts from now, after the kernel has ended."""
         rows = []
 
@@ -245,7 +245,7 @@ class Router:
         self._comes_to_agree(agent, differences, within)
         return rows
 
-    def inet_routes_agree(self, agent, within=2.0):
+    def inet_routes_agree(self, agent, within=SOON):
         """The same of inetCidrRouteTable, whatever ages it tells."""
         rows = {}
 
