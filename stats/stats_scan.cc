@@ -118,8 +118,8 @@ void scanNetstat(std::string text, SwFwdStatsData& data) {
 void scanSnmp6(std::string text, SwFwdStatsData& data) {
   std::istringstream in(std::move(text));
   Word<statNameMax> name;
-  // Ends where the stream has failed, too: peek() then gives eof.
-  while (in.peek() != std::istream::traits_type::eof()) {
+  // Behind the last line the stream is good still: the end is met by a round that reads no name.
+  while (in.good()) {
     // Names are padded with spaces to a column; the word ends at the first.
     std::string_view const stat = name.read(in);
     std::uint64_t const value = number(in);

@@ -64,6 +64,23 @@ TEST(Scans, leaveWhatHasAnotherLayoutAlone) {
   EXPECT_EQ(data, fives());
 }
 
+/// Whoever looks for a counter that stands still sees how far the file was read: to its end, or
+/// not.
+TEST(Scans, tellEachRoundOfANameAndAValue) {
+  std::string told;
+  Mav::traceSinkIs(
+      [&](Mav::Severity, auto line) { told.append(line.substr(line.find("stat is"))) += ';'; });
+  statsTrace().enabledIs(1, true);
+  SwFwdStatsData data;
+  scanSnmp6("Ip6InReceives 7\n", data);
+  scanSnmp6("Ip6InReceives x\nIp6InDelivers 2\n", data);
+  statsTrace().enabledIs(1, false);
+  Mav::traceSinkIs({});
+  EXPECT_EQ(told,
+            "stat is Ip6InReceives, value is 7;stat is , value is 0;"
+            "stat is Ip6InReceives, value is 0;");
+}
+
 Counter const* counterOf(std::string const& name) { return counter(name.data(), name.size()); }
 
 TEST(Counter, isFoundByTheExactNameOnly) {
