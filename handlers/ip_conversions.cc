@@ -1,6 +1,8 @@
 #include "handlers/ip_conversions.h"
 
-#include <array>
+#include <algorithm>
+
+#include <absl/container/inlined_vector.h>
 
 #include "handlers/trace.h"
 #include "model/protocol_map.h"
@@ -88,19 +90,15 @@ std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> c
                                           unsigned char* buffer, std::int32_t size) {
   auto const& key = Mav::validPtr(entry)->key();
   // A row is named by its first column that can be read (RFC 2579, RowPointer):
-  // ipAddressPrefixOrigin(5). Room for the longest OBJECT IDENTIFIER (RFC 2578 section 3.5); this
-  // one has 30 at most.
-  std::array<std::uint32_t, 128> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
-  std::size_t count = 10;
-  auto const needed = (count + 4 + key.bytes().size()) * sizeof words[0];
-  if (size < 0 || needed > static_cast<std::size_t>(size) || needed > sizeof words) return 0;
+  // ipAddressPrefixOrigin(5). Room for a prefix of IPv6.
+  absl::InlinedVector<std::uint32_t, 32> words{1, 3, 6, 1, 2, 1, 4, 32, 1, 5};
   // The row's index: an octet string has its length before it (RFC 2578 section 7.7).
-  words[count++] = key.ifIndex();
-  words[count++] = static_cast<std::uint32_t>(key.version());
-  words[count++] = static_cast<std::uint32_t>(key.bytes().size());
-  for (auto const octet : key.bytes()) words[count++] = octet;
-  words[count++] = key.length();
-  return Snmp::writeBytes(words.data(), count * sizeof words[0], buffer, size);
+  words.push_back(key.ifIndex());
+  words.push_back(static_cast<std::uint32_t>(key.version()));
+  words.push_back(static_cast<std::uint32_t>(key.bytes().size()));
+  words.insert(words.end(), key.bytes().begin(), key.bytes().end());
+  words.push_back(key.length());
+  return std::max(0, Snmp::writeBytes(words.data(), words.size() * sizeof words[0], buffer, size));
 }
 
 std::int32_t AsnIntegerToIpVersion(void* value) { return Snmp::AsnIntegerToS32(value); }

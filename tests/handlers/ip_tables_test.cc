@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "handlers/ip_conversions.h"
 #include "handlers/ip_forward_mib/ip_cidr_route_table.h"
 #include "model/ip_forward_mib.h"
 #include "model/ip_mib.h"
@@ -151,6 +152,21 @@ TEST_F(IpTablesTest, AScalarAmidOtherRegistrationsKeepsItsEntity) {
   EXPECT_EQ(ask(MODE_GET, ip({24, 3, 0})).value, 0);
   framework_.unregisterAll();
   netsnmp_unregister_handler(around);
+}
+
+/// The RowPointer of an address is as long as its prefix: an IPv6 one, and one of no known family.
+TEST(IpAddressPrefixEntry, AsAnOidIsWrittenWholeOrNotAtAll) {
+  for (std::size_t const octets : {16U, 200U}) {
+    auto const entry = Mav::makeObject<IpSnmp::IpAddressPrefixEntry const>(
+        IpSnmp::IpAddressPrefixKey(5, Ip::ipVersion6, Snmp::String(std::string(octets, '\7')), 64));
+    auto const size = static_cast<std::int32_t>((14 + octets) * 4);
+    std::string buffer(static_cast<std::size_t>(size), 'x');
+    auto* const bytes = reinterpret_cast<unsigned char*>(buffer.data());
+    EXPECT_EQ(IpSnmp::IpAddressPrefixEntryToAsnOid(entry, bytes, size - 1), 0);
+    EXPECT_EQ(buffer, std::string(buffer.size(), 'x'));
+    EXPECT_EQ(IpSnmp::IpAddressPrefixEntryToAsnOid(entry, bytes, size), size);
+    EXPECT_EQ(bytes[size - 4], 64);
+  }
 }
 
 /// A row that no interface has breaks an invariant of the cache: an exception, and genErr.
