@@ -40,6 +40,8 @@ class KernelSource {
 
   /// A dump starts (again): from here on receive() marks what it hears of.
   virtual void dumpBegin() = 0;
+  /// A piece of the answer has ended: the kernel makes the next from what there is by then.
+  virtual void pieceEnd() {}
   /// The dump has ended. `whole`: what it did not mention does not exist and is forgotten;
   /// otherwise it was interrupted, or a look, and may have left out objects that exist.
   virtual void dumpEnd(bool whole) = 0;

@@ -150,6 +150,7 @@ bool NetlinkDumper::receiveOne() {
     startOver(error.what());
     return false;
   }
+  if (busy()) current_->source->pieceEnd();
   return true;
 }
 

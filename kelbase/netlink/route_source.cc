@@ -87,7 +87,14 @@ void RouteSource<Ip>::dumpBegin() {
   // The dump lists every lifetime again.
   nextLook_ = Mav::never;
   listedBefore_ = std::exchange(lifetimes_, 0);
+  last_.reset();
+  edges_.clear();
   routes_.dumpBegin();
+}
+
+template <class Ip>
+void RouteSource<Ip>::pieceEnd() {
+  if (isIp4<Ip> && last_) edges_.insert(*last_);
 }
 
 template <class Ip>
@@ -107,7 +114,7 @@ void RouteSource<Ip>::replayIs(bool on) {
   routes_.replayIs(on);
   if (on) return;
   // What is replayed next is older than another answer, or than none of this source's.
-  bool const isInDoubt = std::exchange(hasGone_, false) && wasListed_;
+  bool const isInDoubt = std::exchange(hasShifted_, false) && wasListed_;
   wasListed_ = false;
   if (isInDoubt) confirm();
 }
@@ -130,11 +137,11 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
     return;
   }
   if (!readRoute(message, route_)) return;
-  if (message.type() == RTM_DELROUTE) {
-    // IPv4 routes are listed from a key on (net/ipv4/fib_trie.c, fib_table_dump).
-    hasGone_ |= isReplay_ && !isIp4<Ip>;
-    return routes_.del(route_);
-  }
+  bool const isGone = message.type() == RTM_DELROUTE;
+  auto const& address = route_.prefix.address();
+  if (isDumping_) last_ = address;
+  if (isReplay_) hasShifted_ |= isIp4<Ip> ? edges_.contains(address) : isGone;
+  if (isGone) return routes_.del(route_);
   routes_.is(route_, rankOf(message));
   if (route_.mayExpire) ++lifetimes_;
   if (route_.lifetime != 0) onLifetime(route_.lifetime);

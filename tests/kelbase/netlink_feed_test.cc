@@ -106,6 +106,8 @@ struct TolerantLinks : ModelSource<LinkDecoder, Links> {
   NetlinkRequest request =
       NetlinkRequest(RTM_GETLINK, NLM_F_DUMP, ifinfomsg{}).interruptedIsWhole();
   std::span<NetlinkRequest const> requests() const override { return {&request, 1}; }
+  void pieceEnd() override { ++pieces; }
+  int pieces = 0;
 };
 
 TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
@@ -118,6 +120,7 @@ TEST_F(NetlinkFeedTest, AnInterruptedAnswerMayDo) {
   EXPECT_TRUE(turnUntil([&] { return feed_->exact() && links_.size() == 121; }));
   EXPECT_EQ(feed_->dumpCounters().interrupted, 0U);
   EXPECT_EQ(feed_->dumpCounters().dumps, 1U);
+  EXPECT_GE(source.pieces, 2);
   feed_.reset();
 }
 
