@@ -79,6 +79,8 @@ template <class Ip>
 void SilentChanges<Ip>::dumpBegin() {
   sources_.dumpBegin();
   ++dump_;
+  // The dump may be there because messages were lost, one about a setting among them.
+  ignores_.clear();
 }
 
 template <class Ip>
