@@ -17,10 +17,11 @@ void Links::is(Link const& link) {
   // Of a link that is as it was, too: another may have taken its name meanwhile, and the kernel's
   // last word counts.
   nameIs(link);
-  if (!isNew && before == link) return;
-  MAV_TRACE(traceHandle(), 2,
-            "link " << link.name << " index " << link.index << " adminUp " << link.isUp
-                    << " operUp " << (link.isUp && link.isRunning));
+  if (isNew || before != link) {
+    MAV_TRACE(traceHandle(), 2,
+              "link " << link.name << " index " << link.index << " adminUp " << link.isUp
+                      << " operUp " << (link.isUp && link.isRunning));
+  }
   // Last: whoever hears of the link may ask for it by the name that it has by now.
   for (auto* observer : observers_) observer->onLink(isNew ? nullptr : &before, link);
 }

@@ -39,7 +39,7 @@ class Links {
     virtual ~Observer() = default;
     /// The link has come by `name`, or has lost it.
     virtual void onLinkName(std::int32_t /*index*/, Dovel::IntfId const& /*name*/) {}
-    /// The link is new (`before` is null), or is not as it was.
+    /// The link is new (`before` is null), or is not as it was, or has been told again.
     virtual void onLink(Link const* /*before*/, Link const& /*now*/) {}
     /// The link does not exist any more, nor does anything that hung on it. It has lost its name
     /// before. Told of each removal that the kernel tells, of links that were not known too.

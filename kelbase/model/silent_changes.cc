@@ -34,8 +34,12 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
   // Whether the master is a VRF or a bridge is not looked up: a hint too many costs a dump, and one
   // too few leaves a route that is gone.
   bool const joined = (before ? before->master : 0) != now.master;
-  hintIf(wentDown || lostCarrier || tooSmall || joined ? usesLink(now.index)
-                                                       : dead_.contains(now.index));
+  if (wentDown || lostCarrier || tooSmall || joined) return hintIf(usesLink(now.index));
+  // A link that is told as it was may have had no carrier for a moment in between: a next hop that
+  // was made then is dead until the kernel has looked (net/core/link_watch.c), and tells nothing
+  // else.
+  bool const isOther = !before || *before != now;
+  hintIf((isOther || (now.isUp && hasCarrier(now))) && dead_.contains(now.index));
 }
 
 /// One link's setting, or that of all: either turns it on (IN_DEV_IGNORE_ROUTES_WITH_LINKDOWN). Of

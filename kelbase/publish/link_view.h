@@ -34,7 +34,9 @@ class LinkView : public RowView<Pondo::LinkTable>, private Links::Observer {
   /// Told of a name that is lost and of one that is won: both rows are others.
   void onLinkName(std::int32_t /*index*/, Dovel::IntfId const& name) override { mark(name); }
   /// Flags that no row shows mark it as well: the writer finds it unchanged.
-  void onLink(Link const* /*before*/, Link const& now) override { mark(now.name); }
+  void onLink(Link const* before, Link const& now) override {
+    if (!before || *before != now) mark(now.name);
+  }
 
   Links const& links_;
 };

@@ -202,6 +202,54 @@ TEST_F(RouteSourceTest, AHintIsWhatALinkOrAnObjectIsUsedByNow) {
   EXPECT_FALSE(falls(6));
 }
 
+TEST_F(RouteSourceTest, AHintIsWhatMayHaveTurnedUnheard) {
+  auto const hinted = [this] { return std::exchange(wishes_, "") != ""; };
+  auto const told = [&] {
+    tell(netconfMessage(RTM_NEWNETCONF, AF_INET)
+             .value(NETCONFA_IFINDEX, 3)
+             .value(NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN, 0));
+    return hinted();
+  };
+  auto const bytes = paths({{2, true}, {3, false}});
+  auto const dump = [&] {
+    routes_.dumpBegin();
+    tell(routeMessage(RTM_NEWROUTE, "10.1.0.0/16").raw(RTA_MULTIPATH, bytes.data(), bytes.size()));
+    routes_.dumpEnd(true);
+  };
+  dump();
+  EXPECT_TRUE(told());
+  EXPECT_FALSE(told());
+  dump();
+  EXPECT_TRUE(told()) << "another word may have been lost before the dump";
+  link(3, "a");
+  EXPECT_TRUE(hinted()) << "its carrier was away for a moment, when the route was made";
+  link(3, "a", IFF_UP);
+  EXPECT_TRUE(hinted());
+  link(3, "a", IFF_UP);
+  EXPECT_FALSE(hinted()) << "still without carrier";
+}
+
+/// Of routes to one address the kernel goes on at a place among them.
+TEST_F(RouteSourceTest, ADumpAmidChangesWhereAPieceEndedIsTakenAgain) {
+  routes_.dumpBegin();
+  route("10.1.0.0/16", 2);
+  routes_.pieceEnd();
+  route("10.2.0.0/16", 2);
+  routes_.dumpEnd(true);
+  routes_.replayIs(true);
+  gone("10.2.0.0/24", 2);
+  routes_.replayIs(false);
+  EXPECT_EQ(wishes_, "");
+  routes_.dumpBegin();
+  route("10.1.0.0/16", 2);
+  routes_.pieceEnd();
+  routes_.dumpEnd(true);
+  routes_.replayIs(true);
+  gone("10.1.0.0/24", 2);
+  routes_.replayIs(false);
+  EXPECT_EQ(wishes_, "IPv4 routes ");
+}
+
 TEST_F(RouteSourceTest, AHintIsTheLastAddressOfALinkAndThePreferredOnes) {
   auto const goes = [this](char const* local, int flags = 0, unsigned index = 3) {
     address(RTM_DELADDR, local, flags, index);
