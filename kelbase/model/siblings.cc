@@ -94,7 +94,10 @@ RouteOutcome Siblings::removeOne(Book& book, Place const& place, KernelRoute con
   // Gone already, as after a dump that is newer than the message.
   if (!known) return {};
   bool const areSeveral = rivals.size() > 1;
-  if (known->hops == route.hops) return {book.remove(place, *known), isReplay_ && areSeveral};
+  if (known->hops == route.hops) {
+    // Those that differ in what is not kept, their encapsulation, are one next hop here.
+    return {book.remove(place, *known), !known->isUniform || (isReplay_ && areSeveral)};
+  }
   auto const hop = sets_.inlineHops(route.hops).front();
   std::vector<NextHop> left;
   for (auto const& other : sets_.inlineHops(known->hops)) {

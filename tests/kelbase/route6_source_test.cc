@@ -71,6 +71,9 @@ TEST_F(Route6SourceTest, SiblingsGrowAndShrink) {
   tell(over(RTM_DELROUTE, {8, 7}));
   EXPECT_THAT(rows(), IsEmpty());
   EXPECT_EQ(wishes_, "") << "all of it is told";
+  tell(over(RTM_NEWROUTE, {7, 7}).flags(alone));
+  tell(over(RTM_DELROUTE, {7}));
+  EXPECT_EQ(wishes_, "IPv6 routes ") << "they differ in their encapsulation";
 }
 
 TEST_F(Route6SourceTest, TheProtocolIsThatOfTheFirstSibling) {
