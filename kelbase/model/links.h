@@ -18,6 +18,9 @@
 
 namespace Kelbase {
 
+/// The loopback, in every network namespace (net/core/dev.c).
+inline constexpr std::int32_t loopback = 1;
+
 struct Link {
   std::int32_t index = 0;  // 1 or more
   Dovel::IntfId name;

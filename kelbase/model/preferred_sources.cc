@@ -5,10 +5,6 @@ namespace {
 
 constexpr std::uint8_t kernelProtocol = 2;  // RTPROT_KERNEL
 
-/// Where the network of an address is local, and no route of table main leads to it
-/// (fib_add_ifaddr). In every network namespace (net/core/dev.c).
-constexpr std::int32_t loopback = 1;
-
 }  // namespace
 
 /// By another route than the one that the kernel says it removes: that of a primary address's
@@ -18,6 +14,8 @@ bool PreferredSources::isPreferred(Address4 const& address) const {
   if (found == preferences_.end()) return false;
   auto const& only = found->second.only;
   Dovel::IpAddr const network = address.key.peer.masked(address.key.length);
+  // On the loopback the network of an address is local, and no route of table main leads to it
+  // (fib_add_ifaddr).
   bool const isConnected = !address.state.isSecondary && address.state.makesRoute &&
                            address.link != loopback && network != address.key.local;
   return !isWhole_ || !isConnected || !only || only->link != address.link ||

@@ -6,12 +6,6 @@
 #include <fmt/format.h>
 
 namespace Kelbase {
-namespace {
-
-/// In every network namespace (net/core/dev.c).
-constexpr std::int32_t loopback = 1;
-
-}  // namespace
 
 template <class Ip>
 Routes<Ip>::Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& nexthops,

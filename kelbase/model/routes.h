@@ -71,6 +71,7 @@ class Routes : private Nexthops::Observer {
   void del(Listed const& listed);
   /// See SilentChanges.
   void ignoresLinkdownIs(std::int32_t link, bool on) { silent_.ignoresLinkdownIs(link, on); }
+  void ip6Is(std::int32_t link, bool on) { silent_.ip6Is(link, on); }
   void dumpBegin();
   /// `whole`: what the dump did not list goes, and observers hear of it prefix by prefix.
   void dumpEnd(bool whole);

@@ -13,12 +13,15 @@
 //   a link comes up, gets its carrier, an address    its next hops are alive again
 //   ignore_routes_with_linkdown is set or not        the next hops through links without carrier
 //   an IPv4 address goes                             the routes that prefer it as their source
-//   a link's last address goes                       all through the link (of IPv6: disable_ipv6)
+//   a link's last address goes                       all through the link
+//   IPv6 is disabled on a link                       of IPv6 all through the link
 //   a link's MTU falls below 1280                    of IPv6 all through the link
 //   a nexthop object goes                            its routes
 //
 // Of IPv6 a route with one next hop goes with a message, unless net.ipv6.route.
 // skip_notify_on_dev_down is set; siblings die in silence.
+//
+// That IPv6 is disabled on a link without addresses shows in the link's multicast route alone.
 //
 // The message comes first, the change after it, or the other way around (disable_ipv6), both under
 // the kernel's RTNL lock: who has waited for that lock sees the end of it.
@@ -63,6 +66,9 @@ class SilentChanges : private Links::Observer,
   /// ignore_routes_with_linkdown, or that of all links (allLinks). A change is a hint.
   void ignoresLinkdownIs(std::int32_t link, bool on);
 
+  /// IPv6 has come to the link, or has left it.
+  void ip6Is(std::int32_t link, bool on) { hintIf(on ? dead_.contains(link) : usesLink(link)); }
+
   /// The kernel has this route.
   void routeIs(ListedRoute<Ip> const& route);
 
@@ -84,8 +90,10 @@ class SilentChanges : private Links::Observer,
   void hintIf(bool changed) const {
     if (changed) hint_(true);
   }
+  /// IPv6 routes that refuse hang on the loopback (net/ipv6/route.c, ip6_route_info_create).
   bool usesLink(std::int32_t link) const {
-    return sets_.usesLink(link, Ip::version) || dead_.contains(link);
+    return sets_.usesLink(link, Ip::version) || dead_.contains(link) ||
+           (Ip::version == IpVersion::v6 && link == loopback);
   }
 
   Addresses const& addresses_;

@@ -326,6 +326,18 @@ bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route) {
 template bool readRoute(NetlinkMessage const& message, ListedRoute<Ip4>& route);
 template bool readRoute(NetlinkMessage const& message, ListedRoute<Ip6>& route);
 
+std::optional<std::int32_t> readMulticastLink(NetlinkMessage const& message) {
+  constexpr Dovel::Ip6Addr multicast({0xff});
+  constexpr unsigned char length = 8;
+  auto const header = message.header<rtmsg>();
+  bool const mayBe = header.rtm_family == AF_INET6 && header.rtm_table == RT_TABLE_LOCAL &&
+                     header.rtm_dst_len == length;
+  if (!mayBe) return std::nullopt;
+  Attributes const attributes(message, message.attributes<rtmsg>(), routeRules<Ip6>);
+  if (addressOf<Dovel::Ip6Addr>(attributes, RTA_DST) != multicast) return std::nullopt;
+  return attributes.value<std::int32_t>(RTA_OIF);
+}
+
 ListedNexthop readNexthop(NetlinkMessage const& message) {
   auto const header = message.header<nhmsg>();
   Attributes const attributes(message, message.attributes<nhmsg>(), nexthopRules);

@@ -8,6 +8,9 @@
 // of a router with full tables. What is not kept is not decoded, and the caller's route is filled
 // again and again, so that to read one allocates nothing. No value points into the datagram.
 
+#include <cstdint>
+#include <optional>
+
 #include "kelbase/model/route.h"
 #include "kelbase/netlink/netlink_message.h"
 
@@ -18,6 +21,10 @@ namespace Kelbase {
 /// overwritten (its memory is used again), in parts at least.
 template <class Ip>
 bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route);
+
+/// The link of an IPv6 route to ff00::/8 of table local, which the kernel makes on each link that
+/// has IPv6 (net/ipv6/addrconf.c, addrconf_add_mroute); nothing of another route.
+std::optional<std::int32_t> readMulticastLink(NetlinkMessage const& message);
 
 /// Of either version of IP: an IPv4 route may lead to an IPv6 neighbour (RFC 8950).
 ListedNexthop readNexthop(NetlinkMessage const& message);

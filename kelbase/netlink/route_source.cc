@@ -136,7 +136,7 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
     if (setting) routes_.ignoresLinkdownIs(setting->first, setting->second);
     return;
   }
-  if (!readRoute(message, route_)) return;
+  if (!readRoute(message, route_)) return hearMulticast(message);
   bool const isGone = message.type() == RTM_DELROUTE;
   auto const& address = route_.prefix.address();
   if (isDumping_) last_ = address;
@@ -145,6 +145,16 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
   routes_.is(route_, rankOf(message));
   if (route_.mayExpire) ++lifetimes_;
   if (route_.lifetime != 0) onLifetime(route_.lifetime);
+}
+
+/// All that the kernel tells of disable_ipv6, on a link without addresses.
+template <class Ip>
+void RouteSource<Ip>::hearMulticast(NetlinkMessage const& message) const {
+  // A kernel that heeds no filter lists it as well.
+  if (isIp4<Ip> || isDumping_) return;
+  if (auto const link = readMulticastLink(message)) {
+    routes_.ip6Is(*link, message.type() == RTM_NEWROUTE);
+  }
 }
 
 /// The kernel prolongs lifetimes in silence, and ends them so. Once expired, a route may still be

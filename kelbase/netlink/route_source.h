@@ -64,6 +64,7 @@ class RouteSource : public KernelSource {
   std::string summary() const override { return routes_.summary(); }
 
  private:
+  void hearMulticast(NetlinkMessage const& message) const;
   void onLifetime(std::int32_t hundredths);
   void lookAtLifetimes(double delay);
   void onDoubt(RouteDoubt why) const;

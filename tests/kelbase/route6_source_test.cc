@@ -158,12 +158,20 @@ TEST_F(Route6SourceTest, ARouteOfALinkGoesWithItsObject) {
   EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ") << "of its routes the kernel says nothing";
 }
 
-TEST_F(Route6SourceTest, ALinkThatIsTooSmallForIp6HasNoRoutes) {
+TEST_F(Route6SourceTest, ALinkWithoutIp6HasNoRoutes) {
   tell(onLink("4000::", 64, 3).flags(alone));
+  constexpr rtmsg local{.rtm_family = AF_INET6, .rtm_dst_len = 8, .rtm_table = RT_TABLE_LOCAL};
+  tell(NetlinkBuilder(RTM_DELROUTE, local)
+           .value(RTA_DST, Dovel::Ip6Addr("ff00::").octets())
+           .value(RTA_OIF, 3));
+  EXPECT_EQ(std::exchange(wishes_, ""), "nexthop objects IPv6 routes ") << "disabled";
+  link(1, "lo");
+  link(1, "lo", 0);
+  EXPECT_EQ(std::exchange(wishes_, ""), "nexthop objects IPv6 routes ") << "those that refuse";
   tell(linkMessage(RTM_NEWLINK, 3, IFF_UP | IFF_RUNNING)
            .text(IFLA_IFNAME, "a")
            .value(IFLA_MTU, std::uint32_t{1279}));
-  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ");
+  EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ") << "too small";
 }
 
 TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
