@@ -74,6 +74,17 @@ bool Routes<Ip>::listsAnotherKind(std::uint32_t object) const {
   return (nexthops_.isBlackhole(object) ? bareObjects_ : hidingObjects_).contains(object);
 }
 
+/// The kernel tells a route through an object that is a blackhole as a blackhole. Of which type the
+/// route itself is shows in a dump, once the object is another (onNexthop).
+template <class Ip>
+void Routes<Ip>::hearKind(Listed const& listed) {
+  bool const mayHide = !nexthops_.isKnown(listed.object) || nexthops_.isBlackhole(listed.object);
+  bool const isHidden = listed.kind == RouteKind::blackhole && mayHide;
+  (isHidden ? hidingObjects_ : bareObjects_).insert(listed.object);
+  // The object may have been one when the message was made, and its own message tell nothing new.
+  if (isReplay_ && listed.kind == RouteKind::blackhole && !mayHide) doubt(Doubt::order);
+}
+
 /// A joint set is written out: it has copies of what the objects in it led to.
 template <class Ip>
 void Routes<Ip>::joinAnew() {
@@ -164,11 +175,7 @@ template <class Ip>
 void Routes<Ip>::is(Listed const& listed, Rank rank) {
   // The route as it was told, of all links: what hangs on one of them hangs on it in any zone.
   silent_.routeIs(listed);
-  // The kernel tells a route through an object that is a blackhole as a blackhole. Of which type
-  // the route itself is shows in a dump, once the object is another (onNexthop).
-  if (listed.object != 0 && listed.kind != RouteKind::unicast) {
-    (listed.kind == RouteKind::blackhole ? hidingObjects_ : bareObjects_).insert(listed.object);
-  }
+  if (listed.object != 0 && listed.kind != RouteKind::unicast) hearKind(listed);
   auto& book = books_.try_emplace(listed.table, sets_).first->second;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);

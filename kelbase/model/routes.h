@@ -94,6 +94,7 @@ class Routes : private Nexthops::Observer {
   void heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const;
   void joinAnew();
   bool listsAnotherKind(std::uint32_t object) const;
+  void hearKind(Listed const& listed);
   void doubt(Doubt why) const {
     if (doubt_) doubt_(why);
   }
@@ -108,9 +109,10 @@ class Routes : private Nexthops::Observer {
   Rules rules_;
   Observer* observer_ = nullptr;
   std::function<void(Doubt)> doubt_;
-  // Objects of routes that were listed as blackholes, and of those that were listed as another kind
-  // that does not forward. While an object is a blackhole, the kernel lists every route through it
-  // as one and does not tell the route's own kind (fib_dump_info, rt6_fill_node).
+  // Objects that are blackholes, of routes that were listed so, and those of routes that were
+  // listed as a kind of their own that does not forward. While an object is a blackhole, the kernel
+  // lists every route through it as one and does not tell the route's own kind (fib_dump_info,
+  // rt6_fill_node).
   absl::flat_hash_set<std::uint32_t> hidingObjects_;
   absl::flat_hash_set<std::uint32_t> bareObjects_;
   // Objects that zones hang on.

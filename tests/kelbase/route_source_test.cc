@@ -58,7 +58,15 @@ TEST_F(RouteSourceTest, OnlyABlackholeObjectTurnsTheType) {
   EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it may be prohibit or throw as well";
   wishes_.clear();
   blackhole(7);
-  EXPECT_EQ(wishes_, "nexthop objects IPv4 routes ") << "it is listed as a blackhole now";
+  EXPECT_EQ(std::exchange(wishes_, ""), "nexthop objects IPv4 routes ")
+      << "it is listed as a blackhole now";
+  object(8, 7);
+  overObject("10.4.0.0/16", 8, RTN_BLACKHOLE);
+  object(8, 8);
+  EXPECT_EQ(wishes_, "") << "it is one by itself";
+  routes_.replayIs(true);
+  overObject("10.5.0.0/16", 8, RTN_BLACKHOLE, NLM_F_REPLACE);
+  EXPECT_EQ(wishes_, "IPv4 routes ") << "its object may have been one until the dump";
 }
 
 TEST_F(RouteSourceTest, RoutesThatLookTheSameAreReadAgain) {
