@@ -77,7 +77,6 @@ class Daemon {
 int runDaemon(DaemonOptions const& options) try {
   // Before anything that may log.
   logToStderr();
-  endWithoutMemory();
   // Dumps, commits and single changes (trace.h); MAV_TRACE switches on the rest.
   for (int level = 1; options.verbose && level <= 2; ++level) traceHandle().enabledIs(level, true);
   Daemon daemon(options);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 
 #include <fmt/format.h>
@@ -14,6 +15,13 @@ namespace {
 /// syslog(3) priorities, in the order of Mav::Severity.
 constexpr std::array priorities{3, 4, 5, 6, 7};
 
+/// Wants no memory of its own.
+template <class Out>
+Out putLine(Out out, Mav::Severity severity, std::string_view text, bool journal) {
+  if (!journal) return fmt::format_to(out, "kelbased: {}\n", text);
+  return fmt::format_to(out, "<{}>{}\n", priorities.at(static_cast<std::size_t>(severity)), text);
+}
+
 }  // namespace
 
 bool stderrIsJournal() {
@@ -21,20 +29,24 @@ bool stderrIsJournal() {
   struct stat status {};
   // The variable alone does not tell: it is inherited by a process whose stderr leads elsewhere.
   if (!stream || fstat(STDERR_FILENO, &status) != 0) return false;
-  return fmt::format("{}:{}", status.st_dev, status.st_ino) == stream;
+  std::array<char, 64> own{};  // on the stack: there may be no memory (endWithoutMemory)
+  auto* const end = fmt::format_to(own.data(), "{}:{}", status.st_dev, status.st_ino);
+  return std::string_view(own.data(), static_cast<std::size_t>(end - own.data())) == stream;
 }
 
 std::string logLine(Mav::Severity severity, std::string_view text, bool journal) {
-  if (!journal) return fmt::format("kelbased: {}\n", text);
-  return fmt::format("<{}>{}\n", priorities.at(static_cast<std::size_t>(severity)), text);
+  std::string line;
+  putLine(std::back_inserter(line), severity, text, journal);
+  return line;
 }
 
 void endWithoutMemory() {
-  // Made now: later there may be no memory for it.
-  static std::string const line =
-      logLine(Mav::Severity::error, "out of memory: ends, to be started again", stderrIsJournal());
   std::set_new_handler([] {
-    [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), line.size());
+    std::array<char, 128> line{};
+    auto* const end = putLine(line.data(), Mav::Severity::error,
+                              "out of memory: ends, to be started again", stderrIsJournal());
+    auto const size = static_cast<std::size_t>(end - line.data());
+    [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), size);
     // Not exit(3), which runs what may want memory again.
     _exit(1);
   });

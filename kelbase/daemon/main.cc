@@ -1,7 +1,13 @@
 // kelbased: see kelbase/daemon/daemon.h.
 
 #include "kelbase/daemon/daemon.h"
+#include "kelbase/daemon/log_lines.h"
 #include "platform/pondo/environment/descriptor.h"
+
+/// Before the static objects of this program, which want memory as well.
+[[gnu::constructor(101)]] static void endWithoutMemoryFromTheStart() {
+  Kelbase::endWithoutMemory();
+}
 
 int main(int argc, char** argv) {
   Pondo::openStandardDescriptors();
