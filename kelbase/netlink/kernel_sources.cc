@@ -1,5 +1,6 @@
 #include "kelbase/netlink/kernel_sources.h"
 
+#include "kelbase/netlink/address6_source.h"
 #include "kelbase/netlink/address_decoder.h"
 #include "kelbase/netlink/forwarding_decoder.h"
 #include "kelbase/netlink/link_decoder.h"
@@ -26,7 +27,7 @@ KernelSources makeKernelSources(Kernel& kernel) {
   sources.push_back(sourceOf<LinkDecoder>(kernel.links));
   sources.push_back(sourceOf<ForwardingDecoder>(kernel.forwarding));
   sources.push_back(sourceOf<Address4Decoder>(kernel.addresses4));
-  sources.push_back(sourceOf<Address6Decoder>(kernel.addresses6));
+  sources.push_back(std::make_unique<Address6Source>(kernel.addresses6, kernel.links));
   sources.push_back(std::make_unique<NeighbourSource>(kernel.neighbours, kernel.links));
   sources.push_back(sourceOf<NexthopDecoder>(kernel.nexthops));
   KernelSource const& nexthops = *sources.back();

@@ -37,6 +37,11 @@ def test_an_address_is_preferred_once_it_is_no_longer_tentative(router):
     router.batch("addr add 2001:db8::2/64 dev eth1 optimistic", "addr add 2001:db8::3/64 dev eth1")
     router.agrees(agent)
     assert eventually(lambda: status(agent, "2001:db8::3") == PREFERRED, within=10)
+    router.sysctl("net/ipv6/conf/eth1/keep_addr_on_down", 1)
+    router.sysctl("net/ipv6/conf/eth1/dad_transmits", 1000)
+    router.batch("link set eth1 down", "link set eth1 up")
+    assert eventually(lambda: (status(agent, "2001:db8::1"), status(agent, "2001:db8::3"))
+                      == (PREFERRED, INACCESSIBLE))
 
 
 def test_a_duplicate_is_inaccessible(router):
