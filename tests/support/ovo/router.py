@@ -170,7 +170,7 @@ class Router:
             names[-1].write_text(json.dumps(value))
         return self.ctl("load", *names)
 
-    def loads_as_published(self, within=10.0):
+    def loads_as_published(self, within=20.0):
         """What `ip -json` says of this machine, loaded elsewhere, gives the tables that kelbased
         publishes; but for the numbers of the sets of next hops that the kernel gives none."""
         def tables(rundir):
