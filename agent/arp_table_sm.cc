@@ -62,7 +62,9 @@ void ArpTableSm::handleIntfStatus(Dovel::IntfId intf) {
   constexpr auto signature = "void IpSnmp::ArpTableSm::handleIntfStatus(Dovel::IntfId)";
   Blipmark::Timer const blip(signature);
   MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
-  // The further IntfIds of a link's addresses have no ARP status, and none is found.
+  // The further IntfIds of a link's addresses have no ARP status; one may print as another link's
+  // name.
+  if (intf.number() != 0) return;
   if (auto const reactor = arpIntfStatus(intf.stringValue())) {
     reactor->intfStatusIs(intfStatus(intf));
   }

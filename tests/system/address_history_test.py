@@ -22,7 +22,7 @@ LENGTHS4, LENGTHS6 = (0, 1, 8, 16, 24, 24, 24, 30, 31, 32), (0, 48, 57, 64, 64, 
 
 
 class History:
-    """Lines for `ip -force -batch`, of which some fail: what they leave is what counts."""
+    """Lines for `ip`, of which some fail: what they leave is what counts."""
 
     def __init__(self, seed):
         self._random = random.Random(seed)
@@ -72,8 +72,12 @@ class History:
 
 
 def take(router, lines):
-    router.space.run("ip", "-force", "-batch", "-", text="\n".join(lines) + "\n", check=False,
-                     timeout=60)
+    """A batch, but for lines with a #: behind that `ip` takes a line of a batch for a remark."""
+    script = []
+    for alone, part in itertools.groupby(lines, lambda line: "#" in line):
+        script += [f"ip {line}" for line in part] if alone else [
+            "ip -force -batch - <<end", *part, "end"]
+    router.space.run("sh", text="\n".join(script) + "\n", check=False, timeout=60)
 
 
 def stopped_publisher(router, agent, lines):
