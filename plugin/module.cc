@@ -46,6 +46,7 @@ void start() {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     plugin = new Plugin(Pondo::defaultRunDir(), startOver);
     startFailed = false;
+    plugin->takeIn();
   } catch (...) {
     if (!startFailed) Snmp::logFault("cannot start, trying again every 5 s");
     startFailed = true;
@@ -62,6 +63,19 @@ void armStart(unsigned seconds) {
   if (startAlarm != 0) snmp_alarm_unregister(startAlarm);
   startAlarm = snmp_alarm_register(seconds, 0, onStartAlarm, nullptr);
   if (startAlarm == 0) throw Mav::Exception("snmpd gives no alarm: nothing will be served");
+}
+
+// A daemon stores its persistent data when it has become the final process, and before it takes the
+// first request: that is when to start. Where a daemon does not, or is told to load the module
+// later, the alarm does it.
+int onStore(int /*major*/, int /*minor*/, void* /*data*/, void* /*self*/) noexcept {
+  Snmp::guarded("start", [] {
+    // It stores amid requests as well, which point to registrations that the start would undo.
+    if (startAlarm == 0 || snmp_get_statistic(STAT_SNMPINPKTS) != 0) return;
+    snmp_alarm_unregister(startAlarm);
+    start();
+  });
+  return SNMPERR_SUCCESS;
 }
 
 // The daemon's buffers for one request (64 KiB of a message, and its lists) lie behind our rows at
@@ -83,6 +97,8 @@ void init_OvoSnmp() noexcept {
   OvoSnmp::keepTopOfHeap();
   // Each for itself: what has no memory now must not keep the alarm from being armed.
   Snmp::guarded("init_OvoSnmp", [] { OvoSnmp::armStart(0); });
+  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, OvoSnmp::onStore,
+                         nullptr);
   Snmp::guarded("init_OvoSnmp", [] {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     Mav::log(Mav::Severity::notice,
@@ -93,6 +109,8 @@ void init_OvoSnmp() noexcept {
 }
 
 void deinit_OvoSnmp() noexcept {
+  snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, OvoSnmp::onStore,
+                           nullptr, 0);
   Snmp::guarded("deinit_OvoSnmp", [] {
     if (OvoSnmp::startAlarm != 0) snmp_alarm_unregister(OvoSnmp::startAlarm);
     OvoSnmp::startAlarm = 0;

@@ -70,6 +70,16 @@ Plugin::~Plugin() {
   fib_.followerIs(nullptr);
 }
 
+void Plugin::takeIn() {
+  double const until = Mav::now() + takeInMax;
+  do {
+    activity_.deliver();
+    // Without the pause that it would make until it looks again.
+    if (filing_.timeMin() != Mav::never) serveOnceFiled();
+  } while (!stateKnown_ && follower_.state() != Pondo::Follower::State::waiting &&
+           Mav::now() < until);
+}
+
 void Plugin::mountsWillChange() noexcept { framework_.unregisterAll(); }
 
 void Plugin::mountsHaveChanged() {

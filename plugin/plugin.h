@@ -25,6 +25,8 @@ class Plugin : private State::MountObserver {
   /// nobody counts the rows of half a table; but no longer than this, should routes never rest.
   static constexpr double filingMax = 5.0;  // seconds
   static constexpr double filingCheck = 0.01;
+  /// For so long may a daemon that starts answer nobody, so that it answers all with what is known.
+  static constexpr double takeInMax = 2.0;  // seconds
   /// After memory has run out amid a change, all is made anew: once it has not for so long.
   static constexpr double calm = 5.0;  // seconds
 
@@ -35,6 +37,11 @@ class Plugin : private State::MountObserver {
   ~Plugin() override;
   Plugin(Plugin const&) = delete;
   Plugin& operator=(Plugin const&) = delete;
+
+  /// Takes in what is published, and serves it, before it returns: a request that comes earlier
+  /// would be answered by the daemon's own modules. Does not wait for a publisher, and no longer
+  /// than takeInMax: what is left comes in turns of the daemon's loop.
+  void takeIn();
 
  private:
   // Of State::MountObserver. Registrations hold plain pointers to mounted entities: they go before

@@ -3,7 +3,9 @@
 import re
 import shutil
 
+from ovo.ber import dotted
 from ovo.daemons import FORWARDING, NOT_FORWARDING, WITHOUT_SCALARS, eventually, stays
+from ovo.tables import HEALTH
 
 UNKNOWN = ("noSuchObject", "genErr")
 
@@ -18,6 +20,15 @@ def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router)
     router.publish()
     assert agent.answers(within=1), agent.daemon.text()
     assert agent.ask("ipForwarding.0") == FORWARDING
+
+
+def test_the_first_answer_of_a_daemon_that_starts_is_ours(router):
+    router.publish()
+    for options in ({}, {"foreground": False, "options": ("-u", "Debian-snmp")}):
+        agent = router.agent(up=False, **options)
+        while (first := agent.client.ask(dotted((*HEALTH, 1, 0)), timeout=20)) is None:
+            pass
+        assert first == 1, agent.daemon.text()
 
 
 def test_a_dead_publisher_leaves_its_last_state_and_its_age(router):
