@@ -1,6 +1,7 @@
 #include "plugin/module.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
@@ -27,6 +28,11 @@ Plugin* plugin = nullptr;
 KeepToken* keepToken = nullptr;
 unsigned startAlarm = 0;  // 0: none armed
 bool startFailed = false;
+bool isLoaded = false;
+
+// What net-snmp keeps for the whole daemon: another file that holds this module has variables of
+// its own.
+constexpr char const* mark = "OvoSnmp";
 
 void armStart(unsigned seconds);
 
@@ -89,11 +95,23 @@ void keepTopOfHeap() noexcept {
   mallopt(M_TRIM_THRESHOLD, kept);
 }
 
+// Two would take out each other's registrations, and leave the daemon pointers to what has gone.
+bool isLoadedFromAnotherFile() {
+  if (!isLoaded && se_find_slist(mark)) return true;
+  // Also of a file that is named twice, which has one set of variables.
+  if (!std::exchange(isLoaded, true)) se_add_pair_to_slist(mark, strdup("loaded"), 1);
+  return false;
+}
+
 }  // namespace
 
 }  // namespace OvoSnmp
 
 void init_OvoSnmp() noexcept {
+  if (OvoSnmp::isLoadedFromAnotherFile()) {
+    snmp_log(LOG_ERR, "OvoSnmp: loaded from another file already: this one does nothing\n");
+    return;
+  }
   OvoSnmp::keepTopOfHeap();
   // Each for itself: what has no memory now must not keep the alarm from being armed.
   Snmp::guarded("init_OvoSnmp", [] { OvoSnmp::armStart(0); });
@@ -109,6 +127,8 @@ void init_OvoSnmp() noexcept {
 }
 
 void deinit_OvoSnmp() noexcept {
+  if (!std::exchange(OvoSnmp::isLoaded, false)) return;
+  se_clear_slist(OvoSnmp::mark);
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, OvoSnmp::onStore,
                            nullptr, 0);
   Snmp::guarded("deinit_OvoSnmp", [] {

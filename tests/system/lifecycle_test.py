@@ -4,7 +4,7 @@ import re
 import shutil
 
 from ovo.ber import dotted
-from ovo.daemons import FORWARDING, NOT_FORWARDING, WITHOUT_SCALARS, eventually, stays
+from ovo.daemons import BUILD, FORWARDING, NOT_FORWARDING, WITHOUT_SCALARS, eventually, stays
 from ovo.tables import HEALTH
 
 UNKNOWN = ("noSuchObject", "genErr")
@@ -29,6 +29,16 @@ def test_the_first_answer_of_a_daemon_that_starts_is_ours(router):
         while (first := agent.client.ask(dotted((*HEALTH, 1, 0)), timeout=20)) is None:
             pass
         assert first == 1, agent.daemon.text()
+
+
+def test_a_second_file_of_the_module_does_nothing(router):
+    router.publish()
+    copy = shutil.copy(BUILD / "lib/libOvoSnmp.so", router.dir)
+    agent = router.agent(config=f"dlmod OvoSnmp {copy}\n")
+    for _ in range(2):
+        assert agent.answers()
+        assert agent.daemon.lines("loaded from another file already")
+        agent.reload_and_wait()
 
 
 def test_a_dead_publisher_leaves_its_last_state_and_its_age(router):
