@@ -220,7 +220,7 @@ TEST_F(CtlCommandTest, LoadWritesNothingUnlessEveryFileIsGood) {
 
 TEST_F(CtlCommandTest, BesideALivePublisherStatusIsToldAndLoadIsRefused) {
   OtherPublisher const publisher(runDir(), &publishSome);
-  EXPECT_EQ(ctl({"status"}), exitOk) << err();
+  EXPECT_EQ(ctl({"status"}), exitUnkept);  // it has not said yet that they are exact
   EXPECT_THAT(out(),
               AllOf(StartsWith("run directory  " + runDir().string() + "\n"),
                     HasSubstr("publisher      kelbased, pid " + publisher.pid() + ", alive\n"),

@@ -74,6 +74,11 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
     if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
     predecessorFailed_ = before->opening;
   }
+  // From the first word on: one that hangs before its first sign of life has not made the tables
+  // exact.
+  if (publisher.isOfKernel) {
+    told_ = fmt::format("exact={:.3f}\ntrouble=opening the tables\n", exactAt_);
+  }
   // Texts are cut: readers take the file's first 4096 octets alone (run_dir.cc), and the counters
   // stand last.
   head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceMachineStart(),

@@ -31,6 +31,7 @@ class PublisherLock {
   struct Publisher {
     std::string name;
     std::string version;
+    bool isOfKernel = true;  // keeps the tables exact, and says so; else they do not grow old
   };
 
   /// Takes the lock and writes who the publisher is. PublisherRunningException when another process

@@ -98,8 +98,7 @@ bool isLocked(int fd, std::filesystem::path const& file) {
 
 Keeping PublisherInfo::keeping(double now) const {
   if (!alive) return Keeping::gone;
-  // Who loads files (kelbasectl load) tells no such time: what they say does not grow old. Nor does
-  // a publisher until its first sign of life.
+  // Who loads files (kelbasectl load) tells no such time: what they say does not grow old.
   if (!exactAt || now - *exactAt <= exactWithin) return Keeping::exact;
   // A young publisher is not blamed for what the tables were before it came.
   if (now - startedAt <= exactWithin) return Keeping::starting;

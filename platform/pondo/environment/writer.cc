@@ -127,7 +127,8 @@ std::unique_ptr<Environment> Writer::Impl::replaceTables() const {
 }
 
 void Writer::Impl::takeLock() {
-  lock.emplace(runDir, PublisherLock::Publisher{options.publisher, options.version},
+  bool const isOfKernel = options.origin == Origin::kernel;
+  lock.emplace(runDir, PublisherLock::Publisher{options.publisher, options.version, isOfKernel},
                settings.group);
 }
 

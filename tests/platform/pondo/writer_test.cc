@@ -223,7 +223,11 @@ TEST_F(PublishersTest, onlyOneAtATime) {
   second.kill();
   EXPECT_FALSE(publisherInfo(runDir)->alive);
   EXPECT_EQ(publish(), "ok");
-  EXPECT_TRUE(publisherInfo(runDir)->alive);
+  auto const info = *publisherInfo(runDir);
+  EXPECT_TRUE(info.alive);
+  // It may hang before it tells anything.
+  EXPECT_EQ(info.keeping(info.startedAt), Keeping::starting);
+  EXPECT_EQ(info.keeping(info.startedAt + 60), Keeping::still);
 }
 
 TEST_F(PublishersTest, stoppedReaderDoesNotFillTheMemory) {
