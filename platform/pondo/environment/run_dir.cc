@@ -121,6 +121,13 @@ std::filesystem::path defaultRunDir() {
   return set != nullptr && *set != '\0' ? set : "/run/kelbase";
 }
 
+std::filesystem::path plainPath(std::filesystem::path const& path) {
+  auto plain = std::filesystem::absolute(path);
+  // Behind a link the kernel's ".." is not the directory before it (path_resolution(7)).
+  if (std::find(plain.begin(), plain.end(), "..") == plain.end()) plain = plain.lexically_normal();
+  return plain.has_filename() ? plain : plain.parent_path();
+}
+
 std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) {
   auto const file = runDir / Format::publisherLockFile;
   // O_NONBLOCK: a FIFO in the file's place would stop who opens it (fifo(7)).

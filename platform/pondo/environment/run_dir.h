@@ -22,6 +22,10 @@ namespace Pondo {
 /// Gives $KELBASE_RUNDIR, or /run/kelbase where that is not set.
 std::filesystem::path defaultRunDir();
 
+/// Gives the path as both sides keep it: a relative one would lead elsewhere once somebody changes
+/// the working directory, and one that ends in a slash is its own parent to std::filesystem.
+std::filesystem::path plainPath(std::filesystem::path const& path);
+
 /// Names and numbers, in the order in which the publisher tells them. Since its start; the agent
 /// serves some of them by name, and one that is not told counts as 0.
 using Counters = std::vector<std::pair<std::string, std::uint64_t>>;

@@ -30,13 +30,6 @@ constexpr int roomSteps = 3;
 /// Seconds until tables that cannot be used are given up.
 constexpr double failingMax = 3.0;
 
-// A path that ends in a slash is its own parent to std::filesystem, and a relative one leads
-// elsewhere once somebody changes the working directory.
-std::filesystem::path plainPath(std::filesystem::path const& path) {
-  auto plain = std::filesystem::absolute(path).lexically_normal();
-  return plain.has_filename() ? plain : plain.parent_path();
-}
-
 std::optional<gid_t> groupOf(Writer::Options const& options) {
   if (options.group.empty()) return std::nullopt;
   return groupByName(options.group);

@@ -31,11 +31,6 @@ Mav::TraceHandle const& traceHandle() {
   return handle;
 }
 
-std::filesystem::path plainPath(std::filesystem::path const& path) {
-  auto plain = std::filesystem::absolute(path).lexically_normal();
-  return plain.has_filename() ? plain : plain.parent_path();
-}
-
 // Not Mav::now(): what publishers tell is read as times since the epoch (PublisherInfo).
 double secondsSinceEpoch() {
   using Seconds = std::chrono::duration<double>;

@@ -90,6 +90,14 @@ TEST_F(FilesTest, absent) {
   EXPECT_EQ(publisherInfo(runDir), std::nullopt);
 }
 
+TEST_F(FilesTest, thePathIsTheKernels) {
+  fs::create_directories(directory.path() / "far/deep");
+  fs::create_directory_symlink("far/deep", directory.path() / "link");
+  auto const path = directory.path() / "link/../run//";
+  ASSERT_EQ(Peer().tell("publish " + path.string()), "ok");
+  EXPECT_TRUE(publisherInfo(path));
+}
+
 TEST_F(FilesTest, truncated) {
   fs::resize_file(data(), 9000);
   EXPECT_EQ(readerSays(runDir).reason, Reason::truncated);
