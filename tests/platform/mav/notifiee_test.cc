@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/mav/memory_failure.h"
 #include "platform/mav/trace_handle.h"
 #include "tests/platform/mav/counter_entity.h"
 
@@ -67,6 +69,16 @@ TEST_F(NotifieeTest, throwingOneIsHandedItsExceptionAndTheOthersRun) {
   b->action = [] { throw 5; };
   EXPECT_THAT(change(), ElementsAre("a", "a threw trouble in value", "b",
                                     "b threw not a std::exception in value", "c"));
+}
+
+TEST_F(NotifieeTest, memoryThatRunsOutInAHandlerIsNoted) {
+  int noted = 0;
+  Mav::memoryFailureHookIs([&] { ++noted; });
+  a->action = [] { throw std::bad_alloc(); };
+  b->action = [] { throw std::runtime_error("trouble"); };
+  change();
+  Mav::memoryFailureHookIs({});
+  EXPECT_EQ(noted, 1);
 }
 
 TEST_F(NotifieeTest, exceptionsThatNobodyTakesAreTraced) {
