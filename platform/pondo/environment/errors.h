@@ -39,7 +39,6 @@ class EnvironmentException : public Mav::Exception {
 
 /// Another publisher holds the run directory. Whoever meets it gives up: two writers would undo
 /// each other's work.
-/// Another publisher holds the run directory.
 class PublisherRunningException : public EnvironmentException {
  public:
   using EnvironmentException::EnvironmentException;
@@ -48,7 +47,6 @@ class PublisherRunningException : public EnvironmentException {
 /// The consistency check of a read failed beyond what trying again mends. To the state machines
 /// SharedFib says so whenever routes cannot be read, whatever the tables suffer from: they keep
 /// their rows and come back.
-/// The consistency check of a read failed beyond what trying again mends.
 class ConsistencyException : public Mav::Exception {
  public:
   using Exception::Exception;
