@@ -29,3 +29,4 @@ install(FILES packaging/snmpd/agentx-master.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.service.d-master.conf)
 install(FILES packaging/snmpd/agentx-socket.conf
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples RENAME snmpd.conf.d-master.conf)
+install(FILES packaging/snmp_exporter/ovosnmp.yml DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
