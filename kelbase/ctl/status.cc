@@ -66,7 +66,7 @@ std::string timeText(double epoch) {
 double age(double now, double then) { return std::max(0.0, now - then); }
 
 std::string livenessText(Keeping keeping) {
-  if (keeping == Keeping::gone) return "not running";
+  if (keeping == Keeping::gone) return "gone";
   return keeping == Keeping::still ? "stands still" : "alive";
 }
 

@@ -92,6 +92,9 @@ TEST(CheckAnswersTest, WhatTheDaemonsProcessTellsOfTheModuleIsHeeded) {
               Contains("ipAddrTable: not answered: a view hides it"));
   EXPECT_THAT(faults(answerFindings({"a", "c", false}, published(1), Agent{"1.3.6.1.2", ""})),
               Contains("ipAddrTable: the module has not registered it; another one answers"));
+  // Its run directory has gone, and it serves on what it knew.
+  EXPECT_THAT(faults(answerFindings({"a", "c", false}, published(1), Agent{"1.3.6.1", ""})),
+              ElementsAre(StartsWith("other modules")));
 }
 
 TEST(CheckAnswersTest, AMachineOfIpv6AloneHasNoRowsOfIpv4) {
@@ -175,7 +178,7 @@ TEST(CheckPublisherTest, EachFaultHasItsRemedy) {
                           HasSubstr("netlink buffer: 208 KiB")));
   EXPECT_THAT(faults(publisherFindings(status, 160))[0], HasSubstr("stands still"));
   publisher.alive = false;
-  EXPECT_THAT(faults(publisherFindings(status, 160))[0], HasSubstr("is not running"));
+  EXPECT_THAT(faults(publisherFindings(status, 160))[0], HasSubstr("has gone"));
 }
 
 }  // namespace

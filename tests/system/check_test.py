@@ -49,7 +49,7 @@ def test_what_is_wrong_comes_with_its_remedy(router):
     assert eventually(lambda: "stands still" in faults(router, agent)
                       .get("publisher", {"found": ""})["found"], 10)
     publisher.kill()
-    assert "systemctl start kelbased" in faults(router, agent)["publisher"]["remedy"]
+    assert "systemctl restart kelbased" in faults(router, agent)["publisher"]["remedy"]
 
 
 def test_a_daemon_without_the_module(router):

@@ -13,6 +13,7 @@ namespace {
 // As handlers/unit_registration.h has it. net-snmp's own modules register with its default, 127;
 // the lower number answers.
 constexpr int ourPriority = 64;
+constexpr std::string_view vendorObjects = "1.3.6.1.4.1.99999.3";
 constexpr std::string_view sysUpTime = "1.3.6.1.2.1.1.3";
 // Who has registered what, by context, OID and priority (NET-SNMP-AGENT-MIB, nsModuleName).
 constexpr std::string_view moduleNames = "1.3.6.1.4.1.8072.1.2.1.1.4";
@@ -126,7 +127,7 @@ std::string showRemedy(ServedObject const& object) {
   return fmt::format(
       "view NAME included .{} in snmpd.conf, for the view of this community (Debian: take the # "
       "off the view lines of /etc/snmp/snmpd.conf.d/ovosnmp.conf), and restart snmpd",
-      isStandard ? "1.3.6.1.2.1.4" : "1.3.6.1.4.1.99999.3");
+      isStandard ? "1.3.6.1.2.1.4" : vendorObjects);
 }
 
 std::optional<bool> isRegistered(AgentAddress const& address, ServedObject const& object,
@@ -192,7 +193,8 @@ std::vector<Registration> registrationsOf(std::string_view walked) {
   return found;
 }
 
-Findings answerFindings(AgentAddress const& address, Status const& status, RunTool const& run) {
+Findings answerFindings(AgentAddress const& given, Status const& status, RunTool const& run) {
+  AgentAddress address = given;
   Asker const asker(address, run);
   // Every agent has sysUpTime, and Debian's own view shows it: silence there is no matter of our
   // objects.
@@ -202,6 +204,9 @@ Findings answerFindings(AgentAddress const& address, Status const& status, RunTo
   std::string said;
   if (!asker.answers(sysUpTime, said)) return {silentFinding(address, said)};
   auto const registrations = registrationsOf(asker.ask("snmpbulkwalk", moduleNames).value_or(""));
+  // Nobody else has these: the module serves on what it knew, whatever has become of its tables.
+  if (address.registered == false && asker.answers(vendorObjects, said) == true)
+    address.registered = true;
   Findings findings;
   for (auto const& object : servedObjects) {
     findings.push_back(objectFinding(asker, object, status, registrations));

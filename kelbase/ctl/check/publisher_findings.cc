@@ -31,8 +31,9 @@ Finding publisherFinding(Status const& status, double now) {
     case Pondo::Keeping::exact:
       return {Verdict::good, "publisher", told + ", the tables are exact", {}};
     case Pondo::Keeping::gone:
-      finding.found = fmt::format("{}, is not running; the state is {} old", told, age);
-      finding.remedy = "systemctl start kelbased; journalctl -u kelbased tells why it ended";
+      // Its process may be there: one that cannot use its run directory has let go of it.
+      finding.found = fmt::format("{}, has gone; the state is {} old", told, age);
+      finding.remedy = "systemctl restart kelbased; journalctl -u kelbased tells why it went";
       return finding;
     case Pondo::Keeping::still:
       finding.found = fmt::format("{}, stands still; the state is {} old", told, age);
