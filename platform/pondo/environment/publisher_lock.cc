@@ -116,13 +116,15 @@ bool PublisherLock::tell(SignOfLife const& sign) {
   // Where exact tables come after a gap that readers have told their operator of, the writer rings:
   // there may be nothing to commit, and such a reader looks again at each ring (follower.cc).
   double const before = exactAt_;
-  if (std::isfinite(sign.exactAge)) exactAt_ = sinceMachineStart() - sign.exactAge;
+  bool const isExact = std::isfinite(sign.exactAge);
+  if (isExact) exactAt_ = sinceMachineStart() - sign.exactAge;
   told_ = fmt::format("exact={:.3f}\n", exactAt_);
   if (!sign.trouble.empty()) told_ += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
   for (auto const& [name, count] : sign.counters)
     told_ += fmt::format("counter.{}={}\n", name, count);
   write(text());
-  return exactAt_ - before > exactWithin;
+  bool const isFirst = isExact && !std::exchange(hasBeenExact_, true);
+  return isFirst || exactAt_ - before > exactWithin;
 }
 
 bool PublisherLock::atPath() const { return identityAt(file_) == identityOf(fd_.get()); }

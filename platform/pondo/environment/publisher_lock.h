@@ -50,9 +50,9 @@ class PublisherLock {
   /// The tables that were found, or made, have been written to and read.
   void opened();
 
-  /// Gives a sign of life: rewrites the file. True when the tables are exact again after a while
-  /// (exactWithin) in which they were not, or nobody told. What cannot be written is lost, and its
-  /// absence tells.
+  /// Gives a sign of life: rewrites the file. True when the tables are exact for the first time, or
+  /// again after a while (exactWithin) in which they were not, or nobody told. What cannot be
+  /// written is lost, and its absence tells.
   bool tell(SignOfLife const& sign);
 
   /// False when the path leads elsewhere by now, because the run directory was deleted or replaced:
@@ -69,6 +69,7 @@ class PublisherLock {
   double exactAt_ = 0;  // seconds since the machine's start, as all times of the file
   std::string told_;    // the lines of the last sign of life
   bool isOpening_ = true;
+  bool hasBeenExact_ = false;  // since this process came
   bool predecessorFailed_ = false;
 };
 

@@ -239,7 +239,10 @@ void Follower::Impl::lookAtPublisher() {
   // Told when it turns. A run directory in which no publisher has ever been is no news, nor is
   // one that was started a moment ago.
   double const now = secondsSinceEpoch();
-  auto const keeping = publisher ? publisher->keeping(now) : Keeping::starting;
+  // One that has taken the lock and told nothing yet may find the file system full: its first exact
+  // tables ring.
+  bool const hasTold = publisher && (publisher->exactAt || !publisher->alive);
+  auto const keeping = hasTold ? publisher->keeping(now) : Keeping::starting;
   bool const fails = keeping != Keeping::exact;
   if (keeping == Keeping::starting || fails == publisherFails) return;
   publisherFails = fails;

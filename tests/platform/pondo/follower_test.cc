@@ -220,6 +220,17 @@ TEST_F(FollowerTest, aPublisherThatLivesButCannotKeepTheTablesExactIsTold) {
   publisher.tell("exact 0");  // it rings
   turn();
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
+  publisher.tell("close");
+  time.advance(Follower::lookInterval);
+  turns(2);
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr("has gone")));
+  // The next one is there, and may be as unable as the one before it.
+  ASSERT_EQ(publish(), "ok");
+  turns(2);
+  EXPECT_THAT(lines.take(), IsEmpty());
+  publisher.tell("exact 0");
+  turn();
+  EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
 }
 
 TEST_F(FollowerTest, movedTablesAreFollowedWithoutAComparison) {
