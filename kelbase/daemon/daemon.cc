@@ -20,7 +20,8 @@ class Daemon {
         runDir_(options.runDir),
         publisher_(activity_,
                    {options.runDir, {.version = options.version, .group = options.group}},
-                   {[this] { onPublished(); }, [this](auto const& why) { onLost(why); }}),
+                   {[this] { onPublished(); }, [this](auto const& why) { onFailed(why); },
+                    [this](auto const& why) { onLost(why); }}),
         counters_(activity_, options.runDir, options.group) {
     // The run directory is taken: whoever starts after this finds it. How long the kernel's first
     // answer takes is nobody's business to wait for.
@@ -42,6 +43,11 @@ class Daemon {
     told_ = true;
     // With each commit: the notifier sends it once a second at most, and only where it is another.
     notifier_.statusIs(publisher_.summary());
+  }
+
+  void onFailed(std::string const& why) {
+    // What it published last is no more what the kernel has.
+    notifier_.statusIs("not exact: " + why);
   }
 
   void onLost(std::string const& why) {

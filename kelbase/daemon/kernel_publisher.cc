@@ -13,8 +13,12 @@ KernelPublisher::KernelPublisher(Mav::Activity& activity, Options const& options
 
 /// The publisher asks them in turns alone: the feed, which is made after it, is there by then.
 Publisher::Hooks KernelPublisher::publisherHooks(Hooks const& hooks) {
-  return {[this] { return feed_.settled(); }, [this] { return feed_.exact(); },
-          [this] { return counters(); }, hooks.published, hooks.lost};
+  return {[this] { return feed_.settled(); },
+          [this] { return feed_.exact(); },
+          [this] { return counters(); },
+          hooks.published,
+          hooks.failed,
+          hooks.lost};
 }
 
 // The names are read by scripts (`kelbasectl status -j`) and by the agent, which serves some of

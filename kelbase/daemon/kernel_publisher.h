@@ -31,6 +31,7 @@ class KernelPublisher {
   struct Hooks {
     /// As Publisher's.
     std::function<void()> published;
+    std::function<void(std::string const& why)> failed;
     std::function<void(std::string const& why)> lost;
   };
 

@@ -194,7 +194,7 @@ void Publisher::onFailure(char const* what) {
   ++failures_;
   if (failure_.empty())
     Mav::log(Mav::Severity::error, fmt::format("{}; trying again every second", what));
-  failure_ = what;
+  if (std::exchange(failure_, what) != what) hooks_.failed(failure_);
 }
 
 }  // namespace Kelbase

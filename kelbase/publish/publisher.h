@@ -47,6 +47,8 @@ class Publisher {
     std::function<Pondo::Counters()> counters;
     /// What the kernel said so far is in the tables. Called after each write, changes or not.
     std::function<void()> published;
+    /// That cannot be written, for this reason. Called for each reason once, until it can.
+    std::function<void(std::string const& why)> failed;
     /// It cannot go on: another publisher has taken the run directory over, or it was deleted
     /// where this process may not make it. Whoever started the process may.
     std::function<void(std::string const& why)> lost;

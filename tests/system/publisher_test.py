@@ -54,6 +54,9 @@ def test_its_service_manager_and_the_journal_are_told(router):
                               router.rundir)
         for text in (b"READY=1", b"STATUS=", b"WATCHDOG=1", b"WATCHDOG=1"):
             hear(text)
+        shutil.rmtree(router.rundir)
+        router.rundir.touch()  # nothing can be published there
+        hear(b"STATUS=not exact: ")
         assert daemon.stop() == 0
         hear(b"STOPPING=1")
     assert daemon.lines("^<6>publishing in "), daemon.text()
