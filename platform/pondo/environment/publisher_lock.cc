@@ -72,6 +72,9 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
   // The predecessor's word counts until this process has one of its own.
   if (auto const before = publisherInfo(runDir)) {
     if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
+    // In the file too, or each of many that die at their start would make the state young. Of
+    // another name: who loads files, which do not grow old.
+    if (exactAt_ > 0 && before->name == publisher.name) told_ = exactLine();
     predecessorFailed_ = before->opening;
   }
   // From the first word on: one that hangs before its first sign of life has not made the tables
@@ -106,6 +109,8 @@ std::string PublisherLock::text() const {
                      sinceMachineStart(), told_);
 }
 
+std::string PublisherLock::exactLine() const { return fmt::format("exact={:.3f}\n", exactAt_); }
+
 bool PublisherLock::write(std::string const& text) const {
   // Over the old text, and cut behind it: no reader ever finds the file empty.
   return ::pwrite(fd_.get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
@@ -118,7 +123,7 @@ bool PublisherLock::tell(SignOfLife const& sign) {
   double const before = exactAt_;
   bool const isExact = std::isfinite(sign.exactAge);
   if (isExact) exactAt_ = sinceMachineStart() - sign.exactAge;
-  told_ = fmt::format("exact={:.3f}\n", exactAt_);
+  told_ = exactLine();
   if (!sign.trouble.empty()) told_ += fmt::format("trouble={:.500}\n", oneLine(sign.trouble));
   for (auto const& [name, count] : sign.counters)
     told_ += fmt::format("counter.{}={}\n", name, count);

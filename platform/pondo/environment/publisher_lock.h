@@ -61,6 +61,7 @@ class PublisherLock {
 
  private:
   std::string text() const;
+  std::string exactLine() const;
   bool write(std::string const& text) const;
 
   std::filesystem::path file_;

@@ -220,6 +220,7 @@ TEST_F(FollowerTest, aPublisherThatLivesButCannotKeepTheTablesExactIsTold) {
   publisher.tell("exact 0");  // it rings
   turn();
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
+  publisher.tell("exact 30");
   publisher.tell("close");
   time.advance(Follower::lookInterval);
   turns(2);
@@ -228,6 +229,7 @@ TEST_F(FollowerTest, aPublisherThatLivesButCannotKeepTheTablesExactIsTold) {
   ASSERT_EQ(publish(), "ok");
   turns(2);
   EXPECT_THAT(lines.take(), IsEmpty());
+  EXPECT_GE(publisherInfo(runDir)->age(machineStart() + sinceMachineStart()), 30);
   publisher.tell("exact 0");
   turn();
   EXPECT_THAT(lines.take(), ElementsAre(HasSubstr(") is back")));
