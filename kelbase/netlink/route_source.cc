@@ -62,7 +62,8 @@ RouteSource<Ip>::RouteSource(Routes<Ip>& routes, KernelSource const& nexthops)
     : routes_(routes), nexthops_(nexthops) {
   // Routes are listed without the RTNL lock. The first request is there to wait for that lock: what
   // the kernel is about to change with a link, an address or a nexthop object has changed then.
-  requests_.emplace_back(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{});
+  // Nobody takes what it lists, so that it may change meanwhile.
+  requests_.emplace_back(RTM_GETNEXTHOP, NLM_F_DUMP, nhmsg{}).interruptedIsWhole();
   requests_.emplace_back(RTM_GETROUTE, NLM_F_DUMP, routeHeader(Ip::version));
   for (auto& request : requests_) request.unsupportedIsEmpty();
   routes.doubtsAre([this](RouteDoubt why) { onDoubt(why); });
