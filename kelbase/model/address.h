@@ -58,6 +58,7 @@ struct Address6 {
     bool isTentative = false;   // not yet known to be unique (RFC 4862 section 5.4)
     bool hasFailed = false;     // known not to be unique
     bool isDeprecated = false;  // RFC 4862 section 5.5.4
+    bool hasEnd = false;        // its time is limited; no row shows it (SilentChanges)
     bool operator==(State const&) const = default;
   };
 

@@ -54,6 +54,12 @@ void SilentChanges<Ip>::ignoresLinkdownIs(std::int32_t link, bool on) {
 
 template <class Ip>
 void SilentChanges<Ip>::onObject(Address const& address) {
+  if constexpr (Ip::version == IpVersion::v6) {
+    if (address.state.hasEnd) {
+      limited_.insert(address.link);
+      return hintIf(usesLink(address.link));
+    }
+  }
   // The kernel revives the link's next hops with it (fib_inetaddr_event calls fib_sync_up).
   hintIf(dead_.contains(address.link));
 }
@@ -66,6 +72,9 @@ void SilentChanges<Ip>::onObjectGone(Address const& address) {
   if (uses && !addresses_.isOn(address.link)) return hint_(true);
   if constexpr (Ip::version == IpVersion::v4) {
     if (sources_.isPreferred(address)) return hint_(true);
+  } else {
+    // That of a limited one leaves the route as it is.
+    if (uses && !address.state.hasEnd && limited_.contains(address.link)) return hint_(true);
   }
   // The model's addresses come from a dump that may be newer than this removal: another address may
   // only seem to be left.

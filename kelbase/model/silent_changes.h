@@ -15,6 +15,9 @@
 //   an IPv4 address goes                             the routes that prefer it as their source
 //   a link's last address goes                       all through the link
 //   IPv6 is disabled on a link                       of IPv6 all through the link
+//   an IPv6 address is limited in time, or goes      the route to its network has an end
+//   and leaves one that is                           (net/ipv6/addrconf.c, modify_prefix_route and
+//                                                    cleanup_prefix_route)
 //   a link's MTU falls below 1280                    of IPv6 all through the link
 //   a nexthop object goes                            its routes
 //
@@ -34,6 +37,7 @@
 #include <functional>
 
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
 
 #include "kelbase/model/address.h"
 #include "kelbase/model/next_hop_sets.h"
@@ -81,7 +85,10 @@ class SilentChanges : private Links::Observer,
 
  private:
   void onLink(Link const* before, Link const& now) override;
-  void onLinkGone(std::int32_t link) override { hintIf(usesLink(link)); }
+  void onLinkGone(std::int32_t link) override {
+    limited_.erase(link);
+    hintIf(usesLink(link));
+  }
   void onObject(Address const& address) override;
   void onObjectGone(Address const& address) override;
   void onNexthop(std::uint32_t /*id*/) override {}
@@ -102,6 +109,7 @@ class SilentChanges : private Links::Observer,
   PreferredSources sources_;                               // of IPv4
   absl::flat_hash_map<std::int32_t, std::uint64_t> dead_;  // by link with dead next hops: the dump
   absl::flat_hash_map<std::int32_t, bool> ignores_;        // by link: the setting, once heard of
+  absl::flat_hash_set<std::int32_t> limited_;  // links that have had IPv6 addresses with an end
   std::uint64_t dump_ = 0;
   bool isReplay_ = false;
 };

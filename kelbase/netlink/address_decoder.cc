@@ -100,7 +100,8 @@ std::optional<Address6> Address6Decoder::read(NetlinkMessage const& message) {
                             .peer = peer,
                             .isTentative = (flags & IFA_F_TENTATIVE) != 0,
                             .hasFailed = (flags & IFA_F_DADFAILED) != 0,
-                            .isDeprecated = (flags & IFA_F_DEPRECATED) != 0}};
+                            .isDeprecated = (flags & IFA_F_DEPRECATED) != 0,
+                            .hasEnd = (flags & IFA_F_PERMANENT) == 0}};
 }
 
 }  // namespace Kelbase

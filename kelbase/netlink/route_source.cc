@@ -159,10 +159,12 @@ void RouteSource<Ip>::hearMulticast(NetlinkMessage const& message) const {
 }
 
 /// The kernel prolongs lifetimes in silence, and ends them so. Once expired, a route may still be
-/// prolonged, until it is collected half a minute later (net/ipv6/ip6_fib.c, fib6_run_gc).
+/// prolonged, until it is collected half a minute later (net/ipv6/ip6_fib.c, fib6_run_gc), or
+/// never: where an address has set its end, nothing has armed the timer.
 template <class Ip>
 void RouteSource<Ip>::onLifetime(std::int32_t hundredths) {
-  lookAtLifetimes(hundredths > 0 ? hundredths / 100.0 + lifetimeDelay : expiredDelay);
+  double const left = hundredths / 100.0;
+  lookAtLifetimes(left > 0 ? left + lifetimeDelay : std::clamp(-left, expiredDelay, coverInterval));
 }
 
 template <class Ip>

@@ -37,7 +37,8 @@ class RouteSource : public KernelSource {
   /// From the end of a lifetime to the dump that shows whether it has been prolonged: past the
   /// grain of the kernel's clock_t, in which it tells how long ago it was.
   static constexpr double lifetimeDelay = 0.05;  // seconds
-  /// From one dump to the next while routes that have expired are listed.
+  /// At least, from one dump to the next while routes that have expired are listed: as long as they
+  /// have been, up to coverInterval.
   static constexpr double expiredDelay = 1.0;  // seconds
   /// From a replay that may have gone wrong to the dump that makes it good.
   static constexpr double doubtDelay = 1.0;  // seconds

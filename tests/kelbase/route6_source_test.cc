@@ -1,6 +1,7 @@
 // IPv6 routes as the kernel tells them, and the rows that they make.
 
 #include <gmock/gmock.h>
+#include <linux/if_addr.h>
 
 #include "tests/kelbase/route_source_fixture.h"
 
@@ -172,6 +173,21 @@ TEST_F(Route6SourceTest, ALinkWithoutIp6HasNoRoutes) {
            .text(IFLA_IFNAME, "a")
            .value(IFLA_MTU, std::uint32_t{1279}));
   EXPECT_EQ(wishes_, "nexthop objects IPv6 routes ") << "too small";
+}
+
+TEST_F(Route6SourceTest, TheRouteToANetworkHasAnEndWithItsAddresses) {
+  tell(onLink("4000::", 64, 3).flags(alone));
+  auto const address = [this](int type, std::string_view local, int flags) {
+    tell(addressMessage(type, AF_INET6, 3, 64)
+             .value(IFA_ADDRESS, Dovel::Ip6Addr(local).octets())
+             .value(IFA_FLAGS, flags));
+    return std::exchange(wishes_, "");
+  };
+  EXPECT_EQ(address(RTM_NEWADDR, "4000::1", IFA_F_PERMANENT), "");
+  EXPECT_EQ(address(RTM_NEWADDR, "4000::2", IFA_F_PERMANENT), "");
+  EXPECT_EQ(address(RTM_NEWADDR, "4000::2", 0), "nexthop objects IPv6 routes ");
+  EXPECT_EQ(address(RTM_DELADDR, "4000::1", IFA_F_PERMANENT), "nexthop objects IPv6 routes ")
+      << "the other one has an end";
 }
 
 TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
