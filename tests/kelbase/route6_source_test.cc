@@ -161,7 +161,10 @@ TEST_F(Route6SourceTest, ARouteOfALinkGoesWithItsObject) {
 
 TEST_F(Route6SourceTest, ALinkWithoutIp6HasNoRoutes) {
   tell(onLink("4000::", 64, 3).flags(alone));
-  constexpr rtmsg local{.rtm_family = AF_INET6, .rtm_dst_len = 8, .rtm_table = RT_TABLE_LOCAL};
+  rtmsg local{};
+  local.rtm_family = AF_INET6;
+  local.rtm_dst_len = 8;
+  local.rtm_table = RT_TABLE_LOCAL;
   tell(NetlinkBuilder(RTM_DELROUTE, local)
            .value(RTA_DST, Dovel::Ip6Addr("ff00::").octets())
            .value(RTA_OIF, 3));
