@@ -125,5 +125,11 @@ rm -rf /run/kelbase/*; change; all_is_well
 rm -rf /run/kelbase; change; sleep 2; all_is_well
 systemctl stop kelbased; rm -rf /run/kelbase; change; systemctl start kelbased; all_is_well
 
+step "the run directory closed, which a restart opens"
+chmod 0 /run/kelbase; change; sleep 3; told=$(kelbasectl status || true)
+[[ $told == *"kept by nobody"* ]] || wrong "kelbasectl status: $told"
+[[ $(kelbasectl check || true) != *"not registered"* ]] || wrong "the module serves on"
+systemctl restart kelbased; all_is_well
+
 echo; journalctl -b --no-pager -o cat -t snmpd -t kelbased | sort | uniq -c | sort -rn | sed -n 1,15p
 touch again
