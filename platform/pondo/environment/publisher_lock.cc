@@ -72,16 +72,11 @@ PublisherLock::PublisherLock(std::filesystem::path const& runDir, Publisher cons
   // The predecessor's word counts until this process has one of its own.
   if (auto const before = publisherInfo(runDir)) {
     if (before->exactAt.value_or(0) > 0) exactAt_ = *before->exactAt - machineStart();
-    // In the file too, or each of many that die at their start would make the state young. Of
-    // another name: who loads files, which do not grow old.
-    if (exactAt_ > 0 && before->name == publisher.name) told_ = exactLine();
     predecessorFailed_ = before->opening;
   }
   // From the first word on: one that hangs before its first sign of life has not made the tables
-  // exact.
-  if (publisher.isOfKernel) {
-    told_ = fmt::format("exact={:.3f}\ntrouble=opening the tables\n", exactAt_);
-  }
+  // exact, and each of many that die at their start would make the state young.
+  if (publisher.isOfKernel) told_ = exactLine() + "trouble=opening the tables\n";
   // Texts are cut: readers take the file's first 4096 octets alone (run_dir.cc), and the counters
   // stand last.
   head_ = fmt::format("pid={}\nstarted={:.3f}\nname={:.900}\n", ::getpid(), sinceMachineStart(),
