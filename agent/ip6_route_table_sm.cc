@@ -93,9 +93,10 @@ void Ip6RouteTableSm::takeHops(Dovel::Ip6Prefix const& prefix, Pondo::Fib::Route
   }
 }
 
-std::optional<Dovel::Ip6Prefix> Ip6RouteTableSm::filedRoute(Dovel::Ip6Prefix const& from) const {
+std::optional<Dovel::Ip6Prefix> Ip6RouteTableSm::filedRoute(Place const& from) const {
   auto const mib = ipForwardMib();
-  return mib ? std::as_const(*mib).inetCidrRoutes().route(from) : std::nullopt;
+  auto const order = [&](auto const&... parts) { return Place(parts...) <=> from; };
+  return mib ? std::as_const(*mib).inetCidrRoutes().route(order) : std::nullopt;
 }
 
 }  // namespace IpSnmp

@@ -33,7 +33,7 @@ class Ip6RouteTableSm : public RouteTableSm<Dovel::Ip6Prefix> {
 
   // As RouteTableSm says. All rows of a prefix change in one call, so that no request sees a part.
   void process(Dovel::Ip6Prefix const& prefix) override;
-  std::optional<Dovel::Ip6Prefix> filedRoute(Dovel::Ip6Prefix const& from) const override;
+  std::optional<Dovel::Ip6Prefix> filedRoute(Place const& from) const override;
   /// The rows of the route, in hops_.
   void takeHops(Dovel::Ip6Prefix const& prefix, Pondo::Fib::Route const& route);
 

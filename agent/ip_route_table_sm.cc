@@ -91,13 +91,14 @@ void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const>
   mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
 }
 
-std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Dovel::Prefix const& from) const {
+std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Place const& from) const {
   auto const mib = ipForwardMib();
   if (!mib) return std::nullopt;
   // A prefix has rows in the one collection or a refusal in the other: the first of both is the
   // lesser one.
-  auto const served = mib->ipCidrRoutePrefix(from);
-  auto const refused = std::as_const(*mib).inetCidrRoutes().refusal(from);
+  auto const order = [&](auto const&... parts) { return Place(parts...) <=> from; };
+  auto const served = mib->ipCidrRoutePrefix(order);
+  auto const refused = std::as_const(*mib).inetCidrRoutes().refusal(order);
   return !served || (refused && *refused < *served) ? refused : served;
 }
 

@@ -59,7 +59,7 @@ class IpRouteTableSm : public RouteTableSm<Dovel::Prefix> {
   // The protocol map is the process's, and is filled the same by each state machine that is made.
   void doInstantiate();
   void process(Dovel::Prefix const& prefix) override;
-  std::optional<Dovel::Prefix> filedRoute(Dovel::Prefix const& from) const override;
+  std::optional<Dovel::Prefix> filedRoute(Place const& from) const override;
   /// What the route's rows are; null when it has none.
   FecRows const* fecRows(Dovel::Prefix const& prefix, Pondo::Fib::Route const* route);
   /// Tells of a via without a row, and has the prefix wait where its interface is not known.

@@ -34,7 +34,7 @@ class RouteTableSm<Prefix>::MavRouteStatus final : public RouteStatus::NotifieeC
   /// Into the backlog: it came, changed or went, or a comparison has met it.
   void onRoute(Prefix const& prefix) override { sm_.handleRoute(prefix); }
   /// Those that have rows. The backlog is looked at anyway.
-  std::optional<Prefix> filedRoute(Prefix const& from) const override {
+  std::optional<Prefix> filedRoute(Place const& from) const override {
     return sm_.filedRoute(from);
   }
 

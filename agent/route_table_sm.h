@@ -41,6 +41,7 @@ class RouteTableSm : public Mav::Object {
   using RouteStatus = Pondo::Fib::BasicRouteStatus<Prefix>;
   using FecRouteList = Pondo::Fib::BasicFecRouteList<Prefix>;
   using FecRouteListSm = Pondo::Fib::BasicFecRouteListSm<Prefix>;
+  using Place = Pondo::Fib::PackedPrefix<Prefix>;  // among the prefixes
   class MavIpForwardMib;
   class MavRouteStatus;
   class MavForwardingStatus;
@@ -131,7 +132,7 @@ class RouteTableSm : public Mav::Object {
   /// The rows of the prefix become what the tables say.
   virtual void process(Prefix const& prefix) = 0;
   /// The first prefix not less than `from` that has rows.
-  virtual std::optional<Prefix> filedRoute(Prefix const& from) const = 0;
+  virtual std::optional<Prefix> filedRoute(Place const& from) const = 0;
 
   /// What the tables say now.
   std::optional<Pondo::Fib::Route> route(Prefix const& prefix) const;

@@ -95,8 +95,11 @@ class Inet6RouteKey {
   }
   /// With the zone of a link-local prefix: ipv6z(4), else ipv6(2).
   TypedInetAddress dest() const { return {dest_, zone_}; }
+  Dovel::Ip6Addr const& address() const { return dest_; }
   /// In bits.
   unsigned length() const { return length_; }
+  /// 0: none.
+  std::uint32_t zone() const { return zone_; }
   /// unknown(0), without octets, where there is none; with its link for a zone where it is
   /// link-local (RFC 4007).
   TypedInetAddress nextHop() const {

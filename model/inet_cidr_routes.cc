@@ -45,14 +45,15 @@ auto InetCidrRoutes::at(Key const& key) const -> IteratorConst {
   return found && found.key() == key ? found : IteratorConst();
 }
 
-std::optional<Dovel::Prefix> InetCidrRoutes::refusal(Dovel::Prefix const& from) const {
-  auto const found = refusals_.atOrAfter(from);
+std::optional<Dovel::Prefix> InetCidrRoutes::refusal(PrefixOrder order) const {
+  auto const found = refusals_.firstAtOrAfter(
+      [&](Dovel::Prefix const& prefix) { return order(prefix.address(), prefix.length()); });
   return found ? std::optional(found.key()) : std::nullopt;
 }
 
-std::optional<Dovel::Ip6Prefix> InetCidrRoutes::route(Dovel::Ip6Prefix const& from) const {
-  // No row of the prefix is before that: :: and ifIndex 0 are the least of what follows.
-  auto const found = routes6_.atOrAfter({from, {}, 0});
+std::optional<Dovel::Ip6Prefix> InetCidrRoutes::route(Prefix6Order order) const {
+  auto const found = routes6_.firstAtOrAfter(
+      [&](Inet6RouteKey const& key) { return order(key.address(), key.length(), key.zone()); });
   return found ? std::optional(found.key().prefix()) : std::nullopt;
 }
 

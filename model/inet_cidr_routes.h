@@ -17,6 +17,8 @@
 #include <optional>
 #include <span>
 
+#include <absl/functional/function_ref.h>
+
 #include "model/inet6_route_row.h"
 #include "model/inet_cidr_route_table_index.h"
 #include "model/ip_cidr_route_table_entry.h"
@@ -24,6 +26,12 @@
 #include "platform/mav/ordered_map_cursor.h"
 
 namespace IpSnmp {
+
+/// How a prefix, told by its parts, stands to a place in the order of prefixes, which need not be
+/// one.
+using PrefixOrder = absl::FunctionRef<std::strong_ordering(Dovel::IpAddr const&, unsigned length)>;
+using Prefix6Order = absl::FunctionRef<std::strong_ordering(Dovel::Ip6Addr const&, unsigned length,
+                                                            std::uint32_t zone)>;
 
 /// When routes changed, as far as the publisher saw it. Implemented over the shared tables
 /// (plugin/route_ages.h).
@@ -72,16 +80,16 @@ class InetCidrRoutes {
     // Every route that carries traffic comes by here, and few machines have one that refuses.
     if (!refusals_.empty()) refusals_.erase(prefix);
   }
-  /// The first prefix not less than `from` that refuses. By it, and by route(), a comparison
+  /// The first prefix from a place on that refuses. By it, and by route(), a comparison
   /// finds rows whose route has gone unnoticed.
-  std::optional<Dovel::Prefix> refusal(Dovel::Prefix const& from) const;
+  std::optional<Dovel::Prefix> refusal(PrefixOrder order) const;
 
   /// The IPv6 prefix has these rows from now on, and no other. `rows` are in the order of
   /// Inet6RouteHop, and differ in it. Prefixes that come in their order cost no descent.
   void routesAre(Dovel::Ip6Prefix const& prefix, std::span<Inet6RouteHop const> hops,
                  Routing::RouteMetric const& metric);
-  /// The first prefix not less than `from` that has rows.
-  std::optional<Dovel::Ip6Prefix> route(Dovel::Ip6Prefix const& from) const;
+  /// The first prefix from a place on that has rows.
+  std::optional<Dovel::Ip6Prefix> route(Prefix6Order order) const;
 
   /// Null: no age is known. `ages` must outlive its use: it is asked when a manager reads the
   /// column, and for that row alone.

@@ -81,13 +81,15 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
   while (place_ && isOfSamePrefix(place_.key(), first)) place_.erase();
 }
 
-std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(Dovel::Prefix const& from) const {
+std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(PrefixOrder order) const {
+  auto const lengthOf = [](IpCidrRouteTableIndex const& key) {
+    return static_cast<unsigned>(std::popcount(key.mask().value()));
+  };
+  // One search for each prefix of a comparison, whether it has one row or 128.
   auto const row = ipCidrRouteTableMap().firstAtOrAfter(
-      // One search for each prefix of a comparison, whether it has one row or 128.
-      [first = firstKey(from)](IpCidrRouteTableIndex const& key) { return key <=> first; });
+      [&](IpCidrRouteTableIndex const& key) { return order(key.dest(), lengthOf(key)); });
   if (!row) return std::nullopt;
-  auto const& key = row.key();
-  return Dovel::Prefix(key.dest(), static_cast<unsigned>(std::popcount(key.mask().value())));
+  return Dovel::Prefix(row.key().dest(), lengthOf(row.key()));
 }
 
 Mav::AttributeTable const& IpForwardMib::attributeTable() const {

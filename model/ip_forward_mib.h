@@ -73,9 +73,9 @@ class IpForwardMib : public Mav::Entity {
                        Routing::Fib::RouteType protocol);
   /// The prefix has no rows from now on.
   void ipCidrRoutesDel(Dovel::Prefix const& prefix) { ipCidrRoutesAre(prefix, {}, {}, {}, {}); }
-  /// The first prefix not less than `from` that has rows.
+  /// The first prefix from a place on that has rows.
   /// By which a comparison finds what has gone unnoticed (BasicRouteStatus::filedRoute).
-  std::optional<Dovel::Prefix> ipCidrRoutePrefix(Dovel::Prefix const& from) const;
+  std::optional<Dovel::Prefix> ipCidrRoutePrefix(PrefixOrder order) const;
 
   /// The number of rows: ipCidrRouteNumber.
   std::size_t ipCidrRouteTables() const { return ipCidrRouteTableMap().size(); }

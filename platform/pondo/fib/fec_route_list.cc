@@ -1,48 +1,10 @@
 #include "platform/pondo/fib/fec_route_list.h"
 
-#include <algorithm>
 #include <iterator>
 
 #include "platform/mav/exception.h"
 
 namespace Pondo::Fib {
-
-PackedPrefix<Dovel::Prefix>::PackedPrefix(Dovel::Prefix const& prefix) {
-  auto const address = prefix.address().value();
-  octets_ = {static_cast<std::uint8_t>(prefix.length()), static_cast<std::uint8_t>(address),
-             static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address >> 16U),
-             static_cast<std::uint8_t>(address >> 24U)};
-}
-
-// The address stands above the length: numbers compare as prefixes do.
-std::uint64_t PackedPrefix<Dovel::Prefix>::number() const {
-  return octets_[0] | std::uint64_t{octets_[1]} << 8U | std::uint64_t{octets_[2]} << 16U |
-         std::uint64_t{octets_[3]} << 24U | std::uint64_t{octets_[4]} << 32U;
-}
-
-Dovel::Prefix PackedPrefix<Dovel::Prefix>::prefix() const {
-  return {Dovel::IpAddr(static_cast<std::uint32_t>(number() >> 8U)), octets_[0]};
-}
-
-PackedPrefix<Dovel::Ip6Prefix>::PackedPrefix(Dovel::Ip6Prefix const& prefix) {
-  auto const& address = prefix.address().octets();
-  auto* at = std::copy(address.begin(), address.end(), octets_.begin());
-  for (unsigned shift = 32; shift > 0;) {
-    *at++ = static_cast<std::uint8_t>(prefix.zone() >> (shift -= 8U));
-  }
-  *at = static_cast<std::uint8_t>(prefix.length());
-}
-
-std::uint32_t PackedPrefix<Dovel::Ip6Prefix>::zone() const {
-  return std::uint32_t{octets_[16]} << 24U | std::uint32_t{octets_[17]} << 16U |
-         std::uint32_t{octets_[18]} << 8U | octets_[19];
-}
-
-Dovel::Ip6Prefix PackedPrefix<Dovel::Ip6Prefix>::prefix() const {
-  Dovel::Ip6Addr::Octets address;
-  std::copy_n(octets_.begin(), address.size(), address.begin());
-  return {Dovel::Ip6Addr(address), octets_.back(), zone()};
-}
 
 template <class Prefix>
 BasicFecRouteList<Prefix>::Slot::Slot(std::size_t place) {
@@ -97,8 +59,8 @@ std::optional<FecId> BasicFecRouteList<Prefix>::fecId(Prefix const& prefix) cons
 }
 
 template <class Prefix>
-std::optional<Prefix> BasicFecRouteList<Prefix>::filedRoute(Prefix const& from) const {
-  auto const at = lowerBound(Key(from));
+std::optional<Prefix> BasicFecRouteList<Prefix>::filedRoute(Key const& from) const {
+  auto const at = lowerBound(from);
   if (at == filed_.end()) return std::nullopt;
   return at->first.prefix();
 }

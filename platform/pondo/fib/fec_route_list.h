@@ -16,47 +16,11 @@
 #include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
 
-#include "platform/dovel/ip6_prefix.h"
-#include "platform/dovel/prefix.h"
 #include "platform/mav/object.h"
+#include "platform/pondo/fib/packed_prefix.h"
 #include "platform/pondo/tables/fib_values.h"
 
 namespace Pondo::Fib {
-
-/// A prefix in as few octets as it takes, in the order of prefixes.
-template <class Prefix>
-class PackedPrefix;
-
-template <>
-class PackedPrefix<Dovel::Prefix> {
- public:
-  explicit PackedPrefix(Dovel::Prefix const& prefix);
-  Dovel::Prefix prefix() const;
-  friend bool operator<(PackedPrefix const& a, PackedPrefix const& b) {
-    return a.number() < b.number();
-  }
-
- private:
-  std::uint64_t number() const;
-  std::array<std::uint8_t, 5> octets_;  // least significant first: the length, then the address
-};
-
-template <>
-class PackedPrefix<Dovel::Ip6Prefix> {
- public:
-  explicit PackedPrefix(Dovel::Ip6Prefix const& prefix);
-  Dovel::Ip6Prefix prefix() const;
-  /// As Ip6Prefix: those without a zone first. The octets alone would put a zone's prefixes in the
-  /// middle.
-  friend bool operator<(PackedPrefix const& a, PackedPrefix const& b) {
-    if (bool const aIsZoned = a.zone() != 0; aIsZoned != (b.zone() != 0)) return !aIsZoned;
-    return a.octets_ < b.octets_;
-  }
-
- private:
-  std::uint32_t zone() const;
-  std::array<std::uint8_t, 21> octets_;  // address, zone, most significant first, length
-};
 
 template <class Prefix>
 class BasicFecRouteList : public Mav::Object {
@@ -77,7 +41,7 @@ class BasicFecRouteList : public Mav::Object {
   /// Gives the fec under which the prefix is filed.
   std::optional<FecId> fecId(Prefix const& prefix) const;
   /// Gives the first prefix not less than `from` that is filed.
-  std::optional<Prefix> filedRoute(Prefix const& from) const;
+  std::optional<Prefix> filedRoute(PackedPrefix<Prefix> const& from) const;
   std::size_t size() const { return filed_.size(); }
 
   /// The number of fecs that can be in use at a time: three bytes of slots.

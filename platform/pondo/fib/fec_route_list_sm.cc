@@ -16,7 +16,7 @@ void BasicFecRouteListSm<Prefix>::MavRouteStatus::onRoute(Prefix const& prefix) 
 
 template <class Prefix>
 std::optional<Prefix> BasicFecRouteListSm<Prefix>::MavRouteStatus::filedRoute(
-    Prefix const& from) const {
+    PackedPrefix<Prefix> const& from) const {
   return fecRouteListSm_.fecRouteList_->filedRoute(from);
 }
 

@@ -35,7 +35,7 @@ class BasicFecRouteListSm : public Mav::Object {
    public:
     MavRouteStatus(Mav::Ptr<RouteStatus const> routeStatus, BasicFecRouteListSm& fecRouteListSm);
     void onRoute(Prefix const& prefix) override;
-    std::optional<Prefix> filedRoute(Prefix const& from) const override;
+    std::optional<Prefix> filedRoute(PackedPrefix<Prefix> const& from) const override;
 
    private:
     BasicFecRouteListSm& fecRouteListSm_;

@@ -12,9 +12,8 @@
 
 #include <absl/functional/function_ref.h>
 
-#include "platform/dovel/ip6_prefix.h"
-#include "platform/dovel/prefix.h"
 #include "platform/mav/entity.h"
+#include "platform/pondo/fib/packed_prefix.h"
 #include "platform/pondo/tables/fib_values.h"
 
 namespace Pondo::Fib {
@@ -32,7 +31,9 @@ class BasicRouteStatus : public Mav::Entity {
     /// Gives the first prefix not less than `from` for which this notifiee holds something, or
     /// nothing. A comparison announces these prefixes too (onRoute), so that a route that has gone
     /// unnoticed is noticed then.
-    virtual std::optional<Prefix> filedRoute(Prefix const& /*from*/) const { return std::nullopt; }
+    virtual std::optional<Prefix> filedRoute(PackedPrefix<Prefix> const& /*from*/) const {
+      return std::nullopt;
+    }
   };
 
   /// Gives the route of exactly this prefix, or nothing. ConsistencyException when the table cannot

@@ -7,7 +7,6 @@
 #include <absl/container/btree_map.h>
 
 #include "platform/mav/exception.h"
-#include "platform/pondo/fib/first_prefix.h"
 
 namespace Pondo::Fib {
 namespace {
@@ -100,14 +99,13 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
   }
 
   std::optional<std::string> filedKey(std::string_view from) const {
-    auto const first = firstPrefix<Prefix>(from);
-    auto const filed = first ? filedRoute(*first) : std::nullopt;
+    auto const filed = filedRoute(PackedPrefix<Prefix>(from));
     if (!filed) return std::nullopt;
     return encodeKey<Table>(*filed);
   }
 
  private:
-  std::optional<Prefix> filedRoute(Prefix const& from) const {
+  std::optional<Prefix> filedRoute(PackedPrefix<Prefix> const& from) const {
     std::optional<Prefix> least;
     this->notifiees_.notify(Status::routeAttributeId, [&](NotifieeConst const& n) {
       auto const filed = n.filedRoute(from);

@@ -80,7 +80,7 @@ struct SharedFibTest : RunDirTest {
   }
   Story filed() const {
     Story found;
-    for (auto from = list->filedRoute({}); from;) {
+    for (auto from = list->filedRoute({Dovel::IpAddr(), 0}); from;) {
       found.push_back(from->stringValue() + " " + std::to_string(list->fecId(*from)->value()));
       from = list->filedRoute({from->address(), from->length() + 1});  // none is a /32
     }
