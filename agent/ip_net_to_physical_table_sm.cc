@@ -77,7 +77,7 @@ void IpNetToPhysicalTableSm::onChanges(Pondo::Snapshot const& snapshot,
       "std::span<Pondo::Change const>)");
   for (auto const& change : changes) {
     if (change.table != Table::id) continue;
-    auto const key = Pondo::decodeKey<Table>(change.key);
+    auto const key = Table::decodeKey(change.key);
     if (!key) continue;  // a foreign key names nothing that could be filed
     auto const row = rowKey(*key);
     // Read by key although a comparison hands the record along: a slice of the log has none.
@@ -95,7 +95,7 @@ void IpNetToPhysicalTableSm::onChanges(Pondo::Snapshot const& snapshot,
 std::optional<std::string> IpNetToPhysicalTableSm::filedKey(Pondo::TableId table,
                                                             std::string_view from) const {
   if (table != Table::id) return std::nullopt;
-  auto const bytesOf = [](auto const& key) { return Pondo::encodeKey<Table>(tableKey(key)); };
+  auto const bytesOf = [](auto const& key) { return Table::encodeKey(tableKey(key)); };
   // Rows have the order of the key bytes: ifIndex, type, address.
   auto const first = ipMib_->ipNetToPhysicalTableMap().firstAtOrAfter(
       // A descent that encodes a key at each step: `from` is bytes, and may be no key.

@@ -102,7 +102,7 @@ std::optional<std::string> readWithin(Pondo::Snapshot const& snapshot,
                                       typename Table::Key const& whole, std::string_view from,
                                       std::vector<Row>& rows) {
   // No prefix that is within stands before it.
-  std::string const first = Pondo::encodeKey<Table>(whole);
+  std::string const first = Table::encodeKey(whole);
   RouteRows routes(snapshot, rows);
   auto next = snapshot.scan<Table>(from.empty() ? std::string_view(first) : from, Pondo::sliceMax,
                                    [&](auto const& prefix, auto const& route) {
@@ -111,7 +111,7 @@ std::optional<std::string> readWithin(Pondo::Snapshot const& snapshot,
   if (!next) return next;
   // The next slice would begin there: where that key is past all that is within, there is none to
   // read.
-  auto const key = Pondo::decodeKey<Table>(*next);
+  auto const key = Table::decodeKey(*next);
   if (key && !isWithin(*key, whole) && !mayFollow(*key, whole)) return std::nullopt;
   return next;
 }

@@ -155,14 +155,15 @@ std::optional<std::string> readSlice(Pondo::Snapshot const& snapshot, std::strin
 template <class Table>
 std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::string_view from,
                                       Counts& counts) {
-  return snapshot.scanBytes(
-      Table::id, from, Pondo::sliceMax, [&](std::string_view key, std::string_view record) {
-        ++counts.records;
-        // Looked at here: scanBytes() hands records out unread, and counts none.
-        if (!Pondo::decodeKey<Table>(key) || !Pondo::decodeRecord<Table>(record)) {
-          ++counts.malformed;
-        }
-      });
+  return snapshot.scanBytes(Table::id, from, Pondo::sliceMax,
+                            [&](std::string_view key, std::string_view record) {
+                              ++counts.records;
+                              // Looked at here: scanBytes() hands records out unread, and counts
+                              // none.
+                              if (!Table::decodeKey(key) || !Table::decodeRecord(record)) {
+                                ++counts.malformed;
+                              }
+                            });
 }
 
 std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::string_view from,

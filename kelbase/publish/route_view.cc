@@ -151,7 +151,7 @@ void RouteView<Ip>::put(Pondo::Writer& writer, Prefix const& prefix,
 
 template <class Ip>
 bool RouteView<Ip>::isRecordOf(std::string_view bytes, KernelRoute const& route) const {
-  auto const record = Pondo::decodeRecord<Table>(bytes);
+  auto const record = Table::decodeRecord(bytes);
   return record && isSameButAge(*record, recordOf(route));
 }
 
@@ -177,7 +177,7 @@ Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
   // As bytes, so that a malformed record is written again. A malformed key is passed over: no
   // prefix leads to it.
   writer.scanBytes(Table::id, [&](std::string_view key, std::string_view value) {
-    auto const prefix = Pondo::decodeKey<Table>(key);
+    auto const prefix = Table::decodeKey(key);
     if (!prefix) return;
     while (!own.ended() && own.prefix() < *prefix) markOwn(counts.added);
     if (own.ended() || own.prefix() != *prefix) {

@@ -232,8 +232,8 @@ TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& 
   // The version decides what other tables there are.
   if (!create) readMeta(txn, handles.meta, directory);
   handles.log = open(Format::logTable);
-  for (auto const id : Format::tableIds) {
-    handles.tables.at(static_cast<std::size_t>(id)) = open(Format::tableName(id).data());
+  for (auto const& table : Format::tables) {
+    handles.tables.at(static_cast<std::size_t>(table.id)) = open(table.name);
   }
   return handles;
 }

@@ -58,9 +58,9 @@ class Snapshot {
   /// Reader::malformed().
   template <class Table>
   std::optional<typename Table::Record> get(typename Table::Key const& key) const {
-    auto const bytes = getBytes(Table::id, encodeKey<Table>(key));
+    auto const bytes = getBytes(Table::id, Table::encodeKey(key));
     if (!bytes) return std::nullopt;
-    auto record = decodeRecord<Table>(*bytes);
+    auto record = Table::decodeRecord(*bytes);
     if (!record) countMalformed();
     return record;
   }
@@ -73,8 +73,8 @@ class Snapshot {
                                   Visit const& visit) const {
     return scanBytes(Table::id, from, limit,
                      [&](std::string_view keyBytes, std::string_view recordBytes) {
-                       auto const key = decodeKey<Table>(keyBytes);
-                       auto const record = decodeRecord<Table>(recordBytes);
+                       auto const key = Table::decodeKey(keyBytes);
+                       auto const record = Table::decodeRecord(recordBytes);
                        if (key && record) {
                          visit(*key, *record);
                        } else {

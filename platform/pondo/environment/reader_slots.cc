@@ -59,7 +59,7 @@ Space spaceOf(Environment const& env, TableHandles const& handles) {
   };
   add(handles.meta);
   add(handles.log);
-  for (auto const id : Format::tableIds) add(handles[id]);
+  for (auto const& table : Format::tables) add(handles[table.id]);
   return {(info.me_last_pgno + 1) * stat.ms_psize, pages * stat.ms_psize};
 }
 

@@ -71,13 +71,13 @@ class Writer {
                                  Fib::Route>) {  // a million: no allocations
       return putBytes(Table::id, asView(routeKeyBytes(key)), asView(routeRecordBytes(record)));
     } else {
-      return putBytes(Table::id, encodeKey<Table>(key), encodeRecord<Table>(record));
+      return putBytes(Table::id, Table::encodeKey(key), Table::encodeRecord(record));
     }
   }
 
   template <class Table>
   bool erase(typename Table::Key const& key) {
-    return eraseBytes(Table::id, encodeKey<Table>(key));
+    return eraseBytes(Table::id, Table::encodeKey(key));
   }
 
   /// Makes the table equal to `wanted`, writing the difference: removals first, then the rest.
@@ -90,8 +90,8 @@ class Writer {
   template <class Table, class Visit>
   void scan(Visit const& visit) {
     scanBytes(Table::id, [&](std::string_view keyBytes, std::string_view recordBytes) {
-      auto const key = decodeKey<Table>(keyBytes);
-      auto const record = decodeRecord<Table>(recordBytes);
+      auto const key = Table::decodeKey(keyBytes);
+      auto const record = Table::decodeRecord(recordBytes);
       if (key && record) visit(*key, *record);
     });
   }
@@ -145,7 +145,7 @@ Writer::SyncCounts Writer::sync(
   std::vector<std::pair<Bytes, Bytes>> rows;
   rows.reserve(wanted.size());
   for (auto const& [key, record] : wanted) {
-    rows.emplace_back(encodeKey<Table>(key), encodeRecord<Table>(record));
+    rows.emplace_back(Table::encodeKey(key), Table::encodeRecord(record));
   }
   return syncBytes(Table::id, rows);
 }

@@ -73,7 +73,7 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
     // A comparison has the record in hand: a million routes are then taken in without a look into
     // the table for each notifiee.
     if (!announced_.record.empty() && announced_.prefix == prefix) {
-      if (auto const route = decodeRecord<Table>(announced_.record)) return route;
+      if (auto const route = Table::decodeRecord(announced_.record)) return route;
     }
     return tables_->read([&](Snapshot const& now) { return now.get<Table>(prefix); });
   }
@@ -89,7 +89,7 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
   }
 
   void announce(Change const& change) {
-    auto const prefix = decodeKey<Table>(change.key);
+    auto const prefix = Table::decodeKey(change.key);
     if (!prefix) return;  // a foreign key names nothing that could be filed
     // A view of the map, good as long as the slice's snapshot.
     announced_ = {*prefix, change.record};
@@ -101,7 +101,7 @@ class SharedFib::Routes : public BasicRouteStatus<typename Table::Key> {
   std::optional<std::string> filedKey(std::string_view from) const {
     auto const filed = filedRoute(PackedPrefix<Prefix>(from));
     if (!filed) return std::nullopt;
-    return encodeKey<Table>(*filed);
+    return Table::encodeKey(*filed);
   }
 
  private:
@@ -140,7 +140,7 @@ class SharedFib::Fecs : public ForwardingStatus {
   }
 
   void announce(Change const& change) {
-    auto const fecId = decodeKey<FecTable>(change.key);
+    auto const fecId = FecTable::decodeKey(change.key);
     if (!fecId) return;
     notifiees_.notify(fecAttributeId, [&](NotifieeConst& n) { n.onFec(*fecId); });
   }

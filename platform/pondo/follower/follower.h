@@ -37,7 +37,7 @@ namespace Pondo {
 
 struct Change {
   TableId table;
-  std::string key;  // bytes; decodeKey<Table>()
+  std::string key;  // bytes; Table::decodeKey()
   /// The record (bytes) as the snapshot has it, which spares the listener a look. Empty when the
   /// follower has not met it: only a comparison meets records.
   std::string_view record = {};

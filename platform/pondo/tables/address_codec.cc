@@ -31,7 +31,7 @@ std::optional<LinkAndRest> takeLink(std::string_view bytes) {
   // A longer name is one that a link cannot have; what the agent makes of it would not fit an
   // IntfId.
   if (end == bytes.npos || end > linkNameMax) return std::nullopt;
-  auto const link = decodeKey<LinkTable>(bytes.substr(0, end));
+  auto const link = LinkTable::decodeKey(bytes.substr(0, end));
   if (!link) return std::nullopt;
   return LinkAndRest{*link, bytes.substr(end + 1)};
 }
@@ -44,11 +44,10 @@ void checkLinkName(Dovel::IntfId const& link) {
 }
 
 std::string addressKeysOf(Dovel::IntfId const& link) {
-  return encodeKey<LinkTable>(link) + nameEnd;
+  return LinkTable::encodeKey(link) + nameEnd;
 }
 
-template <>
-std::string encodeKey<Address4Table>(Address4Table::Key const& key) {
+std::string Address4Table::encodeKey(Key const& key) {
   checkAddress(key.link, key.local, key.length);
   auto bytes = addressKeysOf(key.link);
   appendAddress(bytes, key.local);
@@ -57,8 +56,7 @@ std::string encodeKey<Address4Table>(Address4Table::Key const& key) {
   return bytes;
 }
 
-template <>
-std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view bytes) {
+std::optional<Address4Table::Key> Address4Table::decodeKey(std::string_view bytes) {
   auto const parts = takeLink(bytes);
   // Address, length, peer.
   if (!parts || parts->rest.size() != 9) return std::nullopt;
@@ -69,8 +67,7 @@ std::optional<Address4Table::Key> decodeKey<Address4Table>(std::string_view byte
   return key;
 }
 
-template <>
-std::string encodeRecord<Address4Table>(Address4Table::Record const& record) {
+std::string Address4Table::encodeRecord(Record const& record) {
   Format::Address4Record layout;
   auto const label = record.label.name();
   // A NUL has to follow (paddedName).
@@ -83,23 +80,20 @@ std::string encodeRecord<Address4Table>(Address4Table::Record const& record) {
   return toBytes(layout);
 }
 
-template <>
-std::optional<Address4Table::Record> decodeRecord<Address4Table>(std::string_view bytes) {
-  auto const layout = fromBytes<Format::Address4Record>(bytes);
-  if (!layout || layout->version != Format::address4Version ||
-      (layout->flags & ~unsigned{Format::address4Secondary}) != 0 || layout->zero != 0) {
+std::optional<Address4Table::Record> Address4Table::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::Address4Record>(bytes);
+  if (!layout || (layout->flags & ~unsigned{Format::address4Secondary}) != 0 || layout->zero != 0) {
     return std::nullopt;
   }
   auto const label = paddedName(layout->label);
   if (!label) return std::nullopt;
-  return Address4Table::Record{
+  return Record{
       .label = Dovel::IntfId(*label),
       .secondary = (layout->flags & Format::address4Secondary) != 0,
   };
 }
 
-template <>
-std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
+std::string Address6Table::encodeKey(Key const& key) {
   // A link has an address once, whatever its length (tables.h): that is in the record.
   checkAddress(key.link, key.local, 0);
   auto bytes = addressKeysOf(key.link);
@@ -107,8 +101,7 @@ std::string encodeKey<Address6Table>(Address6Table::Key const& key) {
   return bytes;
 }
 
-template <>
-std::optional<Address6Table::Key> decodeKey<Address6Table>(std::string_view bytes) {
+std::optional<Address6Table::Key> Address6Table::decodeKey(std::string_view bytes) {
   auto const parts = takeLink(bytes);
   if (!parts || parts->rest.size() != sizeof(Dovel::Ip6Addr::Octets)) return std::nullopt;
   Address6Table::Key const key{parts->link, addressAt<Dovel::Ip6Addr>(parts->rest, 0)};
@@ -116,8 +109,7 @@ std::optional<Address6Table::Key> decodeKey<Address6Table>(std::string_view byte
   return key;
 }
 
-template <>
-std::string encodeRecord<Address6Table>(Address6Table::Record const& record) {
+std::string Address6Table::encodeRecord(Record const& record) {
   Format::Address6Record layout;
   layout.length =
       static_cast<std::uint8_t>(Dovel::checkedLength(record.length, Dovel::Ip6Addr::bits));
@@ -129,16 +121,15 @@ std::string encodeRecord<Address6Table>(Address6Table::Record const& record) {
   return toBytes(layout);
 }
 
-template <>
-std::optional<Address6Table::Record> decodeRecord<Address6Table>(std::string_view bytes) {
+std::optional<Address6Table::Record> Address6Table::decodeRecord(std::string_view bytes) {
   constexpr unsigned known =
       Format::address6Tentative | Format::address6DadFailed | Format::address6Deprecated;
-  auto const layout = fromBytes<Format::Address6Record>(bytes);
-  if (!layout || layout->version != Format::address6Version || (layout->flags & ~known) != 0 ||
-      layout->length > Dovel::Ip6Addr::bits || layout->zero != 0) {
+  auto const layout = recordFrom<Format::Address6Record>(bytes);
+  if (!layout || (layout->flags & ~known) != 0 || layout->length > Dovel::Ip6Addr::bits ||
+      layout->zero != 0) {
     return std::nullopt;
   }
-  return Address6Table::Record{
+  return Record{
       .length = layout->length,
       .peer = Dovel::Ip6Addr(layout->peer),
       .tentative = (layout->flags & Format::address6Tentative) != 0,

@@ -17,47 +17,40 @@ bool isFamily(std::uint8_t number) {
 
 }  // namespace
 
-template <>
-std::string encodeKey<ForwardingTable>(Family const& key) {
+std::string ForwardingTable::encodeKey(Key const& key) {
   auto const number = static_cast<std::uint8_t>(key);
   if (!isFamily(number)) throw Mav::RangeException(fmt::format("no IP version {}", number));
   return std::string(1, static_cast<char>(number));
 }
 
-template <>
-std::optional<Family> decodeKey<ForwardingTable>(std::string_view bytes) {
+std::optional<ForwardingTable::Key> ForwardingTable::decodeKey(std::string_view bytes) {
   if (bytes.size() != 1) return std::nullopt;
   auto const number = static_cast<std::uint8_t>(bytes[0]);
   if (!isFamily(number)) return std::nullopt;
   return static_cast<Family>(number);
 }
 
-template <>
-std::string encodeRecord<ForwardingTable>(ForwardingTable::Record const& record) {
+std::string ForwardingTable::encodeRecord(Record const& record) {
   Format::ForwardingRecord layout;
   layout.routing = record.routing ? 1 : 0;
   return toBytes(layout);
 }
 
-template <>
-std::optional<ForwardingTable::Record> decodeRecord<ForwardingTable>(std::string_view bytes) {
-  auto const layout = fromBytes<Format::ForwardingRecord>(bytes);
-  if (!layout || layout->version != Format::forwardingVersion || layout->routing > 1 ||
-      layout->zero != 0) {
+std::optional<ForwardingTable::Record> ForwardingTable::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::ForwardingRecord>(bytes);
+  if (!layout || layout->routing > 1 || layout->zero != 0) {
     return std::nullopt;
   }
-  return ForwardingTable::Record{.routing = layout->routing == 1};
+  return Record{.routing = layout->routing == 1};
 }
 
-template <>
-std::string encodeKey<LinkTable>(Dovel::IntfId const& key) {
+std::string LinkTable::encodeKey(Key const& key) {
   if (key.empty()) throw Mav::RangeException("a link needs a name");
   // Of a link the name alone: IntfIds with a number are the agent's own, and never get here.
   return key.stringValue();
 }
 
-template <>
-std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes) {
+std::optional<LinkTable::Key> LinkTable::decodeKey(std::string_view bytes) {
   if (bytes.empty() || bytes.size() > Dovel::IntfId::sizeMax ||
       bytes.find('\0') != std::string_view::npos) {
     return std::nullopt;
@@ -65,8 +58,7 @@ std::optional<Dovel::IntfId> decodeKey<LinkTable>(std::string_view bytes) {
   return Dovel::IntfId(bytes);
 }
 
-template <>
-std::string encodeRecord<LinkTable>(LinkTable::Record const& record) {
+std::string LinkTable::encodeRecord(Record const& record) {
   if (record.ifIndex < 1) {
     throw Mav::RangeException(fmt::format("link ifIndex {} is not 1 or more", record.ifIndex));
   }
@@ -77,18 +69,16 @@ std::string encodeRecord<LinkTable>(LinkTable::Record const& record) {
   return toBytes(layout);
 }
 
-template <>
-std::optional<LinkTable::Record> decodeRecord<LinkTable>(std::string_view bytes) {
+std::optional<LinkTable::Record> LinkTable::decodeRecord(std::string_view bytes) {
   // A bit of another meaning comes with another schema: here it makes the record malformed.
   constexpr unsigned known = Format::linkAdminUp | Format::linkOperUp;
-  auto const layout = fromBytes<Format::LinkRecord>(bytes);
-  if (!layout || layout->version != Format::linkVersion || (layout->flags & ~known) != 0 ||
-      layout->zero != 0 || layout->ifIndex < 1) {
+  auto const layout = recordFrom<Format::LinkRecord>(bytes);
+  if (!layout || (layout->flags & ~known) != 0 || layout->zero != 0 || layout->ifIndex < 1) {
     return std::nullopt;
   }
-  return LinkTable::Record{.ifIndex = layout->ifIndex,
-                           .adminUp = (layout->flags & Format::linkAdminUp) != 0,
-                           .operUp = (layout->flags & Format::linkOperUp) != 0};
+  return Record{.ifIndex = layout->ifIndex,
+                .adminUp = (layout->flags & Format::linkAdminUp) != 0,
+                .operUp = (layout->flags & Format::linkOperUp) != 0};
 }
 
 }  // namespace Pondo

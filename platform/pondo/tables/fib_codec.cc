@@ -116,13 +116,9 @@ std::array<char, sizeof(Format::RouteRecord)> routeRecordBytes(Fib::Route const&
   return std::bit_cast<std::array<char, sizeof layout>>(layout);
 }
 
-template <>
-std::string encodeKey<RouteTable>(Dovel::Prefix const& key) {
-  return toBytes(routeKeyBytes(key));
-}
+std::string RouteTable::encodeKey(Key const& key) { return toBytes(routeKeyBytes(key)); }
 
-template <>
-std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes) {
+std::optional<RouteTable::Key> RouteTable::decodeKey(std::string_view bytes) {
   auto const layout = fromBytes<std::array<std::uint8_t, Format::routeKeySize>>(bytes);
   if (!layout) return std::nullopt;
   Dovel::IpAddr const address({(*layout)[0], (*layout)[1], (*layout)[2], (*layout)[3]});
@@ -132,16 +128,13 @@ std::optional<Dovel::Prefix> decodeKey<RouteTable>(std::string_view bytes) {
   return Dovel::Prefix(address, length);
 }
 
-template <>
-std::string encodeRecord<RouteTable>(Fib::Route const& record) {
+std::string RouteRecords::encodeRecord(Record const& record) {
   return toBytes(routeRecordBytes(record));
 }
 
-template <>
-std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes) {
-  auto const layout = fromBytes<Format::RouteRecord>(bytes);
-  if (!layout || layout->version != Format::routeVersion ||
-      !areTypesOfOne(layout->routeType, layout->refusedType)) {
+std::optional<Fib::Route> RouteRecords::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::RouteRecord>(bytes);
+  if (!layout || !areTypesOfOne(layout->routeType, layout->refusedType)) {
     return std::nullopt;
   }
   return Fib::Route{
@@ -154,13 +147,9 @@ std::optional<Fib::Route> decodeRecord<RouteTable>(std::string_view bytes) {
   };
 }
 
-template <>
-std::string encodeKey<Route6Table>(Dovel::Ip6Prefix const& key) {
-  return toBytes(routeKeyBytes(key));
-}
+std::string Route6Table::encodeKey(Key const& key) { return toBytes(routeKeyBytes(key)); }
 
-template <>
-std::optional<Dovel::Ip6Prefix> decodeKey<Route6Table>(std::string_view bytes) {
+std::optional<Route6Table::Key> Route6Table::decodeKey(std::string_view bytes) {
   if (bytes.size() != Format::route6KeySize) return std::nullopt;
   auto const address = *fromBytes<Dovel::Ip6Addr::Octets>(bytes.substr(1, 16));
   std::uint32_t zone = 0;
@@ -177,18 +166,7 @@ std::optional<Dovel::Ip6Prefix> decodeKey<Route6Table>(std::string_view bytes) {
   return Dovel::Ip6Prefix(prefix, length, zone);
 }
 
-template <>
-std::string encodeRecord<Route6Table>(Fib::Route const& record) {
-  return encodeRecord<RouteTable>(record);
-}
-
-template <>
-std::optional<Fib::Route> decodeRecord<Route6Table>(std::string_view bytes) {
-  return decodeRecord<RouteTable>(bytes);
-}
-
-template <>
-std::string encodeKey<FecTable>(Fib::FecId const& key) {
+std::string FecTable::encodeKey(Key const& key) {
   if (!key) throw Mav::RangeException("a fec needs an id other than 0");
   std::string bytes(Format::fecKeySize, '\0');
   auto rest = key.value();
@@ -199,8 +177,7 @@ std::string encodeKey<FecTable>(Fib::FecId const& key) {
   return bytes;
 }
 
-template <>
-std::optional<Fib::FecId> decodeKey<FecTable>(std::string_view bytes) {
+std::optional<FecTable::Key> FecTable::decodeKey(std::string_view bytes) {
   if (bytes.size() != Format::fecKeySize) return std::nullopt;
   std::uint64_t id = 0;
   for (char const c : bytes) id = id << 8U | static_cast<unsigned char>(c);
@@ -208,8 +185,7 @@ std::optional<Fib::FecId> decodeKey<FecTable>(std::string_view bytes) {
   return Fib::FecId(id);
 }
 
-template <>
-std::string encodeRecord<FecTable>(Fib::Fec const& record) {
+std::string FecTable::encodeRecord(Record const& record) {
   auto const count = record.vias.size();
   if (count < 1 || count > Fib::viasMax) {
     throw Mav::RangeException(fmt::format("a fec of {} vias; 1 to {} are", count, Fib::viasMax));
@@ -222,12 +198,11 @@ std::string encodeRecord<FecTable>(Fib::Fec const& record) {
   return bytes;
 }
 
-template <>
-std::optional<Fib::Fec> decodeRecord<FecTable>(std::string_view bytes) {
+std::optional<FecTable::Record> FecTable::decodeRecord(std::string_view bytes) {
   // The head may be shorter than it should: substr() gives what there is, and the size refuses it.
-  auto const layout = fromBytes<Format::FecRecord>(bytes.substr(0, sizeof(Format::FecRecord)));
-  if (!layout || layout->version != Format::fecVersion || layout->zero != 0 || layout->zeros != 0 ||
-      layout->viaCount < 1 || layout->viaCount > Fib::viasMax) {
+  auto const layout = recordFrom<Format::FecRecord>(bytes.substr(0, sizeof(Format::FecRecord)));
+  if (!layout || layout->zero != 0 || layout->zeros != 0 || layout->viaCount < 1 ||
+      layout->viaCount > Fib::viasMax) {
     return std::nullopt;
   }
   bytes.remove_prefix(sizeof *layout);

@@ -45,6 +45,7 @@
 // - data.mdb is made sparse to the size of the map, so that no page below the last used one ever
 //   lies beyond the end of the file: a shorter file has been truncated.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -74,43 +75,34 @@ inline constexpr char const* metaTable = "meta";
 inline constexpr std::string_view metaKey = "environment";
 inline constexpr char const* logTable = "log";
 
-inline constexpr std::array<TableId, 9> tableIds{
-    TableId::forwarding, TableId::link,  TableId::address4, TableId::address6, TableId::neighbour4,
-    TableId::neighbour,  TableId::route, TableId::route6,   TableId::fec};
+struct NamedTable {
+  TableId id;
+  char const* name;  // LMDB's
+};
+inline constexpr std::array tables{NamedTable{TableId::forwarding, "forwarding"},
+                                   NamedTable{TableId::link, "link"},
+                                   NamedTable{TableId::address4, "address4"},
+                                   NamedTable{TableId::address6, "address6"},
+                                   NamedTable{TableId::neighbour4, "neighbour4"},
+                                   NamedTable{TableId::neighbour, "neighbour"},
+                                   NamedTable{TableId::route, "route"},
+                                   NamedTable{TableId::route6, "route6"},
+                                   NamedTable{TableId::fec, "fec"}};
 /// Greater than every TableId, those to come included.
 inline constexpr std::size_t tableIdEnd = 16;
 
 /// For numbers from the change log: one that names no table becomes no enumerator.
 constexpr bool isTable(std::uint8_t id) {
-  for (auto const known : tableIds) {
-    if (static_cast<std::uint8_t>(known) == id) return true;
-  }
-  return false;
+  return std::ranges::find(tables, static_cast<TableId>(id), &NamedTable::id) != tables.end();
 }
 
-/// LMDB's name of a table (NUL-terminated).
-constexpr std::string_view tableName(TableId id) {
-  switch (id) {
-    case TableId::forwarding:
-      return ForwardingTable::name;
-    case TableId::link:
-      return LinkTable::name;
-    case TableId::address4:
-      return Address4Table::name;
-    case TableId::address6:
-      return Address6Table::name;
-    case TableId::neighbour4:
-      return Neighbour4Table::name;
-    case TableId::route:
-      return RouteTable::name;
-    case TableId::fec:
-      return FecTable::name;
-    case TableId::route6:
-      return Route6Table::name;
-    case TableId::neighbour:
-      return NeighbourTable::name;
-  }
-  return {};
+/// True of a layout of that size that has no padding: its fields lie in it as they are declared.
+/// The writer compares bytes to know whether a record differs, and bytes that nobody sets would
+/// differ by chance.
+template <class Layout>
+constexpr bool isLayout(std::size_t size) {
+  return sizeof(Layout) == size && std::is_trivially_copyable_v<Layout> &&
+         std::has_unique_object_representations_v<Layout>;
 }
 
 /// "OVOT" in memory order on a little-endian machine; a machine of the other order refuses it.
@@ -126,80 +118,61 @@ struct MetaRecord {
   std::uint64_t complete = 0;    // 0 until the publisher has filled new tables, then 1
   std::uint64_t origin = 0;      // Origin: whose state the last commit wrote
 };
-static_assert(std::is_trivially_copyable_v<MetaRecord> && sizeof(MetaRecord) == 56);
-static_assert(offsetof(MetaRecord, schema) == 4 && offsetof(MetaRecord, instance) == 8 &&
-              offsetof(MetaRecord, generation) == 16 && offsetof(MetaRecord, logFirst) == 24 &&
-              offsetof(MetaRecord, logNext) == 32 && offsetof(MetaRecord, complete) == 40 &&
-              offsetof(MetaRecord, origin) == 48);
+static_assert(isLayout<MetaRecord>(56));
 
 // Each record below begins with the version of its layout, and has zeros where it has nothing to
-// say. None has padding: the writer compares bytes to know whether a record differs, and bytes that
-// nobody sets would differ by chance. A reader takes what is not zero there, or a bit that it does
-// not know, for a malformed record.
-inline constexpr std::uint8_t forwardingVersion = 1;
+// say. A reader takes what is not zero there, or a bit that it does not know, for a malformed
+// record.
 struct ForwardingRecord {
-  std::uint8_t version = forwardingVersion;
+  std::uint8_t version = 1;
   std::uint8_t routing = 0;  // 0 or 1
   std::uint16_t zero = 0;
 };
-static_assert(std::is_trivially_copyable_v<ForwardingRecord> && sizeof(ForwardingRecord) == 4);
-static_assert(offsetof(ForwardingRecord, routing) == 1 && offsetof(ForwardingRecord, zero) == 2);
+static_assert(isLayout<ForwardingRecord>(4));
 
-inline constexpr std::uint8_t linkVersion = 1;
 inline constexpr std::uint8_t linkAdminUp = 0x01;  // IFF_UP
 inline constexpr std::uint8_t linkOperUp = 0x02;   // IFF_UP and IFF_RUNNING
 struct LinkRecord {
-  std::uint8_t version = linkVersion;
+  std::uint8_t version = 1;
   std::uint8_t flags = 0;  // linkAdminUp, linkOperUp; the rest 0
   std::uint16_t zero = 0;
   std::int32_t ifIndex = 0;  // 1 or more
 };
-static_assert(std::is_trivially_copyable_v<LinkRecord> && sizeof(LinkRecord) == 8);
-static_assert(offsetof(LinkRecord, flags) == 1 && offsetof(LinkRecord, zero) == 2 &&
-              offsetof(LinkRecord, ifIndex) == 4);
+static_assert(isLayout<LinkRecord>(8));
 
-inline constexpr std::uint8_t address4Version = 1;
 inline constexpr std::uint8_t address4Secondary = 0x01;  // IFA_F_SECONDARY
 /// IFNAMSIZ (linux/if.h): of names and labels, the NUL included.
 inline constexpr std::size_t labelSize = 16;
 struct Address4Record {
-  std::uint8_t version = address4Version;
+  std::uint8_t version = 1;
   std::uint8_t flags = 0;  // address4Secondary; the rest 0
   std::uint16_t zero = 0;
   std::array<char, labelSize> label{};  // padded with NUL, at least one
 };
-static_assert(std::is_trivially_copyable_v<Address4Record> && sizeof(Address4Record) == 20);
-static_assert(offsetof(Address4Record, flags) == 1 && offsetof(Address4Record, zero) == 2 &&
-              offsetof(Address4Record, label) == 4);
+static_assert(isLayout<Address4Record>(20));
 
-inline constexpr std::uint8_t address6Version = 1;
 inline constexpr std::uint8_t address6Tentative = 0x01;   // IFA_F_TENTATIVE
 inline constexpr std::uint8_t address6DadFailed = 0x02;   // IFA_F_DADFAILED
 inline constexpr std::uint8_t address6Deprecated = 0x04;  // IFA_F_DEPRECATED
 struct Address6Record {
-  std::uint8_t version = address6Version;
+  std::uint8_t version = 1;
   std::uint8_t flags = 0;   // address6Tentative, address6DadFailed, address6Deprecated; the rest 0
   std::uint8_t length = 0;  // of the prefix, 0 to 128
   std::uint8_t zero = 0;
   std::array<std::uint8_t, 16> peer{};
 };
-static_assert(std::is_trivially_copyable_v<Address6Record> && sizeof(Address6Record) == 20);
-static_assert(offsetof(Address6Record, flags) == 1 && offsetof(Address6Record, length) == 2 &&
-              offsetof(Address6Record, zero) == 3 && offsetof(Address6Record, peer) == 4);
+static_assert(isLayout<Address6Record>(20));
 
-inline constexpr std::uint8_t neighbour4Version = 1;
 inline constexpr std::uint8_t neighbour4Static = 0x01;  // NUD_PERMANENT
 struct Neighbour4Record {
-  std::uint8_t version = neighbour4Version;
+  std::uint8_t version = 1;
   std::uint8_t flags = 0;  // neighbour4Static; the rest 0
   std::array<std::uint8_t, 6> ethAddr{};
 };
-static_assert(std::is_trivially_copyable_v<Neighbour4Record> && sizeof(Neighbour4Record) == 8);
-static_assert(offsetof(Neighbour4Record, flags) == 1 && offsetof(Neighbour4Record, ethAddr) == 2);
+static_assert(isLayout<Neighbour4Record>(8));
 
-inline constexpr std::uint8_t neighbourVersion = 1;
 struct NeighbourRecord {
-  std::uint8_t version = neighbourVersion;
+  std::uint8_t version = 1;
   std::uint8_t origin = 0;  // NeighbourTable::Origin
   std::uint8_t state = 0;   // NeighbourTable::State
   std::uint8_t size = 0;    // of the link address
@@ -207,17 +180,12 @@ struct NeighbourRecord {
   std::uint64_t updatedAt = 0;
   std::array<std::uint8_t, Dovel::LinkAddr::sizeMax> linkAddress{};  // padded with zeros
 };
-static_assert(std::is_trivially_copyable_v<NeighbourRecord> && sizeof(NeighbourRecord) == 48);
-static_assert(offsetof(NeighbourRecord, origin) == 1 && offsetof(NeighbourRecord, state) == 2 &&
-              offsetof(NeighbourRecord, size) == 3 && offsetof(NeighbourRecord, zero) == 4 &&
-              offsetof(NeighbourRecord, updatedAt) == 8 &&
-              offsetof(NeighbourRecord, linkAddress) == 16);
+static_assert(isLayout<NeighbourRecord>(48));
 
 inline constexpr std::size_t routeKeySize = 5;
 inline constexpr std::size_t route6KeySize = 22;
-inline constexpr std::uint8_t routeVersion = 3;
 struct RouteRecord {
-  std::uint8_t version = routeVersion;
+  std::uint8_t version = 3;
   std::uint8_t preference = 0;
   std::uint8_t routeType = 0;    // of Routing::Fib::RouteType
   std::uint8_t refusedType = 0;  // likewise, of a route that refuses; 0 in others
@@ -225,22 +193,16 @@ struct RouteRecord {
   std::uint32_t changedAt = 0;
   std::array<std::uint32_t, 2> fecId{};  // a u64 in two halves, which needs no padding; 0: none
 };
-static_assert(std::is_trivially_copyable_v<RouteRecord> && sizeof(RouteRecord) == 20);
-static_assert(offsetof(RouteRecord, preference) == 1 && offsetof(RouteRecord, routeType) == 2 &&
-              offsetof(RouteRecord, refusedType) == 3 && offsetof(RouteRecord, metric) == 4 &&
-              offsetof(RouteRecord, changedAt) == 8 && offsetof(RouteRecord, fecId) == 12);
+static_assert(isLayout<RouteRecord>(20));
 
 inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
-inline constexpr std::uint8_t fecVersion = 2;
 struct FecRecord {
-  std::uint8_t version = fecVersion;
+  std::uint8_t version = 2;
   std::uint8_t zero = 0;
   std::uint16_t viaCount = 0;  // 1 to Fib::viasMax
   std::uint32_t zeros = 0;
 };
-static_assert(std::is_trivially_copyable_v<FecRecord> && sizeof(FecRecord) == 8);
-static_assert(offsetof(FecRecord, zero) == 1 && offsetof(FecRecord, viaCount) == 2 &&
-              offsetof(FecRecord, zeros) == 4);
+static_assert(isLayout<FecRecord>(8));
 
 /// Has a next hop, a name or both.
 struct FecVia {
@@ -251,10 +213,7 @@ struct FecVia {
   std::uint16_t routeType = 0;  // of Routing::Fib::RouteType; unknown: that of the route
   std::uint16_t zero = 0;
 };
-static_assert(std::is_trivially_copyable_v<FecVia> && sizeof(FecVia) == 44);
-static_assert(offsetof(FecVia, ifIndex) == 4 && offsetof(FecVia, intfName) == 8 &&
-              offsetof(FecVia, nextHop6) == 24 && offsetof(FecVia, routeType) == 40 &&
-              offsetof(FecVia, zero) == 42);
+static_assert(isLayout<FecVia>(44));
 
 /// Of a key of the log: at a million changes a second it would last for half a million years.
 inline constexpr std::size_t sequenceSize = 8;

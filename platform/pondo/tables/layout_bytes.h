@@ -28,6 +28,14 @@ std::optional<Layout> fromBytes(std::string_view bytes) {
   return layout;
 }
 
+/// The same of a record, which begins with the version of its layout; nothing of another version.
+template <class Record>
+std::optional<Record> recordFrom(std::string_view bytes) {
+  auto record = fromBytes<Record>(bytes);
+  if (record && record->version != Record().version) record.reset();
+  return record;
+}
+
 /// Valid as long as `bytes`.
 template <std::size_t N>
 std::string_view asView(std::array<char, N> const& bytes) {

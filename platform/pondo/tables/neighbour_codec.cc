@@ -11,8 +11,7 @@
 
 namespace Pondo {
 
-template <>
-std::string encodeKey<Neighbour4Table>(Neighbour4Table::Key const& key) {
+std::string Neighbour4Table::encodeKey(Key const& key) {
   checkLinkName(key.link);
   // 0.0.0.0 is a key like others: the kernel has neighbours of that address.
   auto bytes = addressKeysOf(key.link);
@@ -20,29 +19,25 @@ std::string encodeKey<Neighbour4Table>(Neighbour4Table::Key const& key) {
   return bytes;
 }
 
-template <>
-std::optional<Neighbour4Table::Key> decodeKey<Neighbour4Table>(std::string_view bytes) {
+std::optional<Neighbour4Table::Key> Neighbour4Table::decodeKey(std::string_view bytes) {
   auto const parts = takeLink(bytes);
   if (!parts || parts->rest.size() != sizeof(Dovel::IpAddr::Octets)) return std::nullopt;
   return Neighbour4Table::Key{parts->link, addressAt<Dovel::IpAddr>(parts->rest, 0)};
 }
 
-template <>
-std::string encodeRecord<Neighbour4Table>(Neighbour4Table::Record const& record) {
+std::string Neighbour4Table::encodeRecord(Record const& record) {
   Format::Neighbour4Record layout;
   if (record.isStatic) layout.flags |= Format::neighbour4Static;
   layout.ethAddr = record.ethAddr.octets();
   return toBytes(layout);
 }
 
-template <>
-std::optional<Neighbour4Table::Record> decodeRecord<Neighbour4Table>(std::string_view bytes) {
-  auto const layout = fromBytes<Format::Neighbour4Record>(bytes);
-  if (!layout || layout->version != Format::neighbour4Version ||
-      (layout->flags & ~unsigned{Format::neighbour4Static}) != 0) {
+std::optional<Neighbour4Table::Record> Neighbour4Table::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::Neighbour4Record>(bytes);
+  if (!layout || (layout->flags & ~unsigned{Format::neighbour4Static}) != 0) {
     return std::nullopt;
   }
-  return Neighbour4Table::Record{
+  return Record{
       .ethAddr = Dovel::EthAddr(layout->ethAddr),
       .isStatic = (layout->flags & Format::neighbour4Static) != 0,
   };
@@ -61,8 +56,7 @@ NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::Ip6Addr
   return {.ifIndex = ifIndex, .type = type, .octets = address.octets()};
 }
 
-template <>
-std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key) {
+std::string NeighbourTable::encodeKey(Key const& key) {
   if (key.ifIndex < 1) {
     throw Mav::RangeException(fmt::format("a neighbour of the link {}", key.ifIndex));
   }
@@ -79,8 +73,7 @@ std::string encodeKey<NeighbourTable>(NeighbourTable::Key const& key) {
   return bytes + toBytes(key.octets).substr(0, size);
 }
 
-template <>
-std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view bytes) {
+std::optional<NeighbourTable::Key> NeighbourTable::decodeKey(std::string_view bytes) {
   constexpr std::size_t head = 5;
   if (bytes.size() < head) return std::nullopt;
   std::uint32_t ifIndex = 0;
@@ -104,8 +97,7 @@ std::optional<NeighbourTable::Key> decodeKey<NeighbourTable>(std::string_view by
   return key;
 }
 
-template <>
-std::string encodeRecord<NeighbourTable>(NeighbourTable::Record const& record) {
+std::string NeighbourTable::encodeRecord(Record const& record) {
   Format::NeighbourRecord layout;
   layout.origin = static_cast<std::uint8_t>(record.origin);
   layout.state = static_cast<std::uint8_t>(record.state);
@@ -116,10 +108,9 @@ std::string encodeRecord<NeighbourTable>(NeighbourTable::Record const& record) {
   return toBytes(layout);
 }
 
-template <>
-std::optional<NeighbourTable::Record> decodeRecord<NeighbourTable>(std::string_view bytes) {
-  auto const layout = fromBytes<Format::NeighbourRecord>(bytes);
-  if (!layout || layout->version != Format::neighbourVersion || layout->zero != 0 ||
+std::optional<NeighbourTable::Record> NeighbourTable::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::NeighbourRecord>(bytes);
+  if (!layout || layout->zero != 0 ||
       layout->origin > static_cast<std::uint8_t>(NeighbourTable::Origin::own) ||
       layout->state > static_cast<std::uint8_t>(NeighbourTable::State::failed) ||
       layout->size > layout->linkAddress.size() ||
@@ -127,7 +118,7 @@ std::optional<NeighbourTable::Record> decodeRecord<NeighbourTable>(std::string_v
                   [](std::uint8_t octet) { return octet != 0; })) {
     return std::nullopt;
   }
-  return NeighbourTable::Record{
+  return Record{
       .linkAddress = Dovel::LinkAddr({layout->linkAddress.data(), layout->size}),
       .origin = static_cast<NeighbourTable::Origin>(layout->origin),
       .state = static_cast<NeighbourTable::State>(layout->state),

@@ -1,13 +1,16 @@
 #pragma once
 // The kinds of record that a publisher shares with its readers. Each table struct names its id, its
-// LMDB name, its key and its record; format.h says how they lie in memory. Both are plain values
-// on either side of the border.
+// key and its record, plain values on either side of the border, and makes bytes of them and back;
+// format.h says how these lie in memory. The bytes of keys sort as the keys do.
 //
-// A record that cannot be decoded (version, lengths, ranges) is malformed: readers skip and count
-// it.
+// Decoding checks everything (version, length, enumerations, ranges, zero padding) and gives
+// nothing for what is malformed: readers skip and count it. Encoding throws Mav::RangeException for
+// what readers would refuse, so that a publisher never writes it. Any thread may call either.
 
 #include <compare>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/dovel/eth_addr.h"
@@ -50,19 +53,22 @@ enum class Family : std::uint8_t { ipv4 = 4, ipv6 = 6 };
 /// genErr then.
 struct ForwardingTable {
   static constexpr TableId id = TableId::forwarding;
-  static constexpr std::string_view name = "forwarding";
   using Key = Family;
   struct Record {
     bool routing = false;
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// The links of the machine, by name. A record is of the pair of name and ifIndex: of a name that
 /// comes back with another ifIndex readers take the link for another one.
 struct LinkTable {
   static constexpr TableId id = TableId::link;
-  static constexpr std::string_view name = "link";
   using Key = Dovel::IntfId;
   struct Record {
     std::int32_t ifIndex = 0;  // 1 or more
@@ -70,6 +76,11 @@ struct LinkTable {
     bool operUp = false;       // IFF_UP and IFF_RUNNING
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// The IPv4 addresses of the links. The kernel tells them apart by link, address, mask and the
@@ -78,7 +89,6 @@ struct LinkTable {
 /// rename is an erasure and a put of each.
 struct Address4Table {
   static constexpr TableId id = TableId::address4;
-  static constexpr std::string_view name = "address4";
   struct Key {
     Dovel::IntfId link;       // at most 15 characters
     Dovel::IpAddr local;      // not 0.0.0.0
@@ -91,6 +101,11 @@ struct Address4Table {
     bool secondary = false;
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// The IPv6 addresses of the links. A link has an address once, with one length
@@ -98,7 +113,6 @@ struct Address4Table {
 /// the address, and makes no second one.
 struct Address6Table {
   static constexpr TableId id = TableId::address6;
-  static constexpr std::string_view name = "address6";
   struct Key {
     Dovel::IntfId link;    // at most 15 characters
     Dovel::Ip6Addr local;  // not ::
@@ -112,6 +126,11 @@ struct Address6Table {
     bool deprecated = false;  // RFC 4862 section 5.5.4
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// The IPv4 neighbours whose link address the kernel knows and may use. It leaves out those that
@@ -120,7 +139,6 @@ struct Address6Table {
 /// made of it (RFC 4293); NeighbourTable, which has more, of ipNetToPhysicalTable.
 struct Neighbour4Table {
   static constexpr TableId id = TableId::neighbour4;
-  static constexpr std::string_view name = "neighbour4";
   struct Key {
     Dovel::IntfId link;  // at most 15 characters
     Dovel::IpAddr addr;
@@ -131,6 +149,11 @@ struct Neighbour4Table {
     bool isStatic = false;  // NUD_PERMANENT
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// InetAddressType (RFC 4001), as far as it is used here.
@@ -141,7 +164,6 @@ enum class InetAddressType : std::uint8_t { ipv4 = 1, ipv6 = 2, ipv6z = 4 };
 /// instances (RFC 4293). By ifIndex and not by name: a renamed link keeps them.
 struct NeighbourTable {
   static constexpr TableId id = TableId::neighbour;
-  static constexpr std::string_view name = "neighbour";
   /// How the kernel came to it.
   enum class Origin : std::uint8_t {
     learned = 0,     // by asking
@@ -175,37 +197,58 @@ struct NeighbourTable {
     std::uint64_t updatedAt = 0;  // hundredths of a second of CLOCK_BOOTTIME (clock_gettime(2))
     bool operator==(Record const&) const = default;
   };
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
+};
+
+/// What a route of either version says beside its key.
+struct RouteRecords {
+  using Record = Fib::Route;
+
+  /// Two types that no route has together (Fib::Route::refusedType) are malformed.
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 /// The IPv4 routes of the main table, one a prefix: the one in use, of the lowest metric that has a
 /// next hop alive (kelbase/model/route_book.h). The agent has no copy of these: it reads them in
 /// place (Pondo::Fib::SharedFib).
-struct RouteTable {
+struct RouteTable : RouteRecords {
   static constexpr TableId id = TableId::route;
-  static constexpr std::string_view name = "route";
   using Key = Dovel::Prefix;
-  using Record = Fib::Route;
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
 };
 
 /// The IPv6 routes of the main table, one a prefix (and link, where that is link-local): the one in
 /// use, and with it all of its metric that forward. Link-local prefixes name their link by its
 /// ifIndex: a renamed link keeps them.
-struct Route6Table {
+struct Route6Table : RouteRecords {
   static constexpr TableId id = TableId::route6;
-  static constexpr std::string_view name = "route6";
   using Key = Dovel::Ip6Prefix;
-  using Record = Fib::Route;
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
 };
 
 /// The sets of next hops that routes of both versions share. The fec of a route is written no later
 /// than the route, in the same commit or an earlier one, and removed no earlier: a reader that
 /// meets a route finds its fec. A set that changes is one record, and its million routes stay as
-/// they are.
+/// they are. A fec has 1 to Fib::viasMax vias, each of which leads somewhere: to a next hop, to a
+/// link, or both.
 struct FecTable {
   static constexpr TableId id = TableId::fec;
-  static constexpr std::string_view name = "fec";
   using Key = Fib::FecId;
   using Record = Fib::Fec;
+
+  static std::string encodeKey(Key const& key);
+  static std::optional<Key> decodeKey(std::string_view bytes);
+  static std::string encodeRecord(Record const& record);
+  static std::optional<Record> decodeRecord(std::string_view bytes);
 };
 
 }  // namespace Pondo

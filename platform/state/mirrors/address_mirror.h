@@ -48,7 +48,7 @@ class AddressMirror : public TableMirror<Table> {
     this->forEachFiled(Pondo::addressKeysOf(change.intfId), [&](std::string_view keyBytes) {
       read(snapshot, keyBytes);
       // Also where the record is the same: it is the link under it that differs.
-      touch(*Pondo::decodeKey<Table>(keyBytes));
+      touch(*Table::decodeKey(keyBytes));
     });
   }
 

@@ -85,7 +85,7 @@ Dovel::IntfId const* Neighbour4Mirror::ownerOf(std::int32_t ifIndex) const {
 
 void Neighbour4Mirror::fill(Arp::ArpIntfStatus& status, Dovel::IntfId const& link) const {
   forEachFiled(Pondo::addressKeysOf(link), [&](std::string_view keyBytes) {
-    auto const key = *Pondo::decodeKey<Pondo::Neighbour4Table>(keyBytes);
+    auto const key = *Pondo::Neighbour4Table::decodeKey(keyBytes);
     // As this slice leaves it: what it takes away is filed still, and comes no more.
     if (auto const record = now(key)) status.arpEntryIs(entryStatus(key, *record));
   });

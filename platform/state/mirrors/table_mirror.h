@@ -25,7 +25,7 @@ class TableMirror : public Mirror {
 
   /// Files nothing: that is done by end().
   void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
-    auto const key = Pondo::decodeKey<Table>(keyBytes);
+    auto const key = Table::decodeKey(keyBytes);
     if (!key) return;  // a foreign key names nothing that could be filed
     // Named again for the sake of its interface (interfaceChanged).
     if (deltaOf_.contains(keyBytes)) return;
@@ -39,7 +39,7 @@ class TableMirror : public Mirror {
 
   void end() override {
     for (auto const& delta : deltas_) {
-      auto key = Pondo::encodeKey<Table>(delta.key);
+      auto key = Table::encodeKey(delta.key);
       if (delta.after) {
         filed_.insert_or_assign(std::move(key), *delta.after);
       } else {
@@ -69,7 +69,7 @@ class TableMirror : public Mirror {
   /// The record of `key` as this slice leaves it. Known before it is filed: the mirrors that come
   /// behind ask it while the phases run.
   std::optional<Record> now(Key const& key) const {
-    auto const bytes = Pondo::encodeKey<Table>(key);
+    auto const bytes = Table::encodeKey(key);
     // What the slice says of it goes before what is filed.
     if (auto const delta = deltaOf_.find(bytes); delta != deltaOf_.end()) {
       return deltas_[delta->second].after;

@@ -34,45 +34,45 @@ Fib::Route const refusing{{}, {}, {}, routeTypeProhibit, routeTypeRedirect};
 // A failure here means that schemaVersion has to change.
 TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
   if (std::endian::native != std::endian::little) GTEST_SKIP() << "pinned for little endian";
-  EXPECT_EQ(encodeKey<ForwardingTable>(Family::ipv4), "\x04"s);
-  EXPECT_EQ(encodeKey<ForwardingTable>(Family::ipv6), "\x06"s);
-  EXPECT_EQ(encodeRecord<ForwardingTable>({.routing = true}), "\x01\x01\0\0"s);
-  EXPECT_EQ(encodeKey<LinkTable>(Dovel::IntfId("eth0")), "eth0");
-  EXPECT_EQ(encodeRecord<LinkTable>({.ifIndex = 0x01020304, .adminUp = true}),
+  EXPECT_EQ(ForwardingTable::encodeKey(Family::ipv4), "\x04"s);
+  EXPECT_EQ(ForwardingTable::encodeKey(Family::ipv6), "\x06"s);
+  EXPECT_EQ(ForwardingTable::encodeRecord({.routing = true}), "\x01\x01\0\0"s);
+  EXPECT_EQ(LinkTable::encodeKey(Dovel::IntfId("eth0")), "eth0");
+  EXPECT_EQ(LinkTable::encodeRecord({.ifIndex = 0x01020304, .adminUp = true}),
             "\x01\x01\0\0\x04\x03\x02\x01"s);
-  EXPECT_EQ(encodeRecord<LinkTable>({.ifIndex = 5, .adminUp = true, .operUp = true}),
+  EXPECT_EQ(LinkTable::encodeRecord({.ifIndex = 5, .adminUp = true, .operUp = true}),
             "\x01\x03\0\0\x05\0\0\0"s);
 
   EXPECT_EQ(
-      encodeKey<Address4Table>({eth0, Dovel::IpAddr(0x0a000001), 24, Dovel::IpAddr(0x0a000002)}),
+      Address4Table::encodeKey({eth0, Dovel::IpAddr(0x0a000001), 24, Dovel::IpAddr(0x0a000002)}),
       "eth0\0\x0a\0\0\x01\x18\x0a\0\0\x02"s);
-  EXPECT_EQ(encodeRecord<Address4Table>({.label = Dovel::IntfId("eth0:1"), .secondary = true}),
+  EXPECT_EQ(Address4Table::encodeRecord({.label = Dovel::IntfId("eth0:1"), .secondary = true}),
             "\x01\x01\0\0eth0:1\0\0\0\0\0\0\0\0\0\0"s);
   Dovel::Ip6Addr const addr6("102:304:506:708:90a:b0c:d0e:f10");
-  EXPECT_EQ(encodeKey<Address6Table>({eth0, addr6}),
+  EXPECT_EQ(Address6Table::encodeKey({eth0, addr6}),
             "eth0\0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10"s);
-  EXPECT_EQ(encodeRecord<Address6Table>({.length = 64, .peer = addr6, .dadFailed = true}),
+  EXPECT_EQ(Address6Table::encodeRecord({.length = 64, .peer = addr6, .dadFailed = true}),
             "\x01\x02\x40\0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10"s);
 
-  EXPECT_EQ(encodeKey<Neighbour4Table>({eth0, Dovel::IpAddr(0x0a000001)}), "eth0\0\x0a\0\0\x01"s);
+  EXPECT_EQ(Neighbour4Table::encodeKey({eth0, Dovel::IpAddr(0x0a000001)}), "eth0\0\x0a\0\0\x01"s);
   Dovel::EthAddr const ethAddr("01:02:03:04:05:06");
-  EXPECT_EQ(encodeRecord<Neighbour4Table>({.ethAddr = ethAddr, .isStatic = true}),
+  EXPECT_EQ(Neighbour4Table::encodeRecord({.ethAddr = ethAddr, .isStatic = true}),
             "\x01\x01\x01\x02\x03\x04\x05\x06"s);
 
-  EXPECT_EQ(encodeKey<RouteTable>(Dovel::Prefix("10.1.2.0/23")), "\x0a\x01\x02\0\x17"s);
-  EXPECT_EQ(encodeRecord<RouteTable>({.fecId = Fib::FecId(0x0102030405060708),
+  EXPECT_EQ(RouteTable::encodeKey(Dovel::Prefix("10.1.2.0/23")), "\x0a\x01\x02\0\x17"s);
+  EXPECT_EQ(RouteTable::encodeRecord({.fecId = Fib::FecId(0x0102030405060708),
                                       .metric = Routing::RouteMetric(0x11121314),
                                       .preference = Routing::RoutePreference(200),
                                       .routeType = routeTypeBgp,
                                       .changedAt = 0x21222324}),
             "\x03\xc8\x11\0\x14\x13\x12\x11\x24\x23\x22\x21"
             "\x08\x07\x06\x05\x04\x03\x02\x01"s);
-  EXPECT_EQ(encodeRecord<Route6Table>(refusing), "\x03\0\x03\x14"s + std::string(16, '\0'));
-  EXPECT_EQ(encodeKey<Route6Table>(Dovel::Ip6Prefix("fe80:102::/32%16909060")),
+  EXPECT_EQ(Route6Table::encodeRecord(refusing), "\x03\0\x03\x14"s + std::string(16, '\0'));
+  EXPECT_EQ(Route6Table::encodeKey(Dovel::Ip6Prefix("fe80:102::/32%16909060")),
             "\x01\xfe\x80\x01\x02\0\0\0\0\0\0\0\0\0\0\0\0\x01\x02\x03\x04\x20"s);
-  EXPECT_EQ(encodeKey<FecTable>(Fib::FecId(0x0102030405060708)),
+  EXPECT_EQ(FecTable::encodeKey(Fib::FecId(0x0102030405060708)),
             "\x01\x02\x03\x04\x05\x06\x07\x08"s);
-  EXPECT_EQ(encodeRecord<FecTable>(
+  EXPECT_EQ(FecTable::encodeRecord(
                 {{{Dovel::IpAddr(0x0a000001), eth0, 5}, {{}, {}, 0, addr6, routeTypeBgp}}}),
             "\x02\0\x02\0\0\0\0\0"
             "\x0a\0\0\x01\x05\0\0\0eth0\0\0\0\0\0\0\0\0\0\0\0\0"
@@ -80,9 +80,9 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
             "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
             "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10\x11\0\0\0"s);
   auto const neighbour = NeighbourTable::Key::of(0x01020304, Dovel::Ip6Addr("fe80::1"));
-  EXPECT_EQ(encodeKey<NeighbourTable>(neighbour),
+  EXPECT_EQ(NeighbourTable::encodeKey(neighbour),
             "\x01\x02\x03\x04\x04\xfe\x80\0\0\0\0\0\0\0\0\0\0\0\0\0\x01"s);
-  EXPECT_EQ(encodeRecord<NeighbourTable>({.linkAddress = Dovel::LinkAddr(ethAddr.octets()),
+  EXPECT_EQ(NeighbourTable::encodeRecord({.linkAddress = Dovel::LinkAddr(ethAddr.octets()),
                                           .origin = NeighbourTable::Origin::own,
                                           .state = NeighbourTable::State::failed,
                                           .updatedAt = 0x0102030405060708}),
@@ -103,11 +103,11 @@ TEST(FormatTest, bytesAreWhatThisSchemaVersionSays) {
 template <class Table>
 void expectSorted(std::vector<typename Table::Key> const& ascending) {
   for (std::size_t i = 0; i < ascending.size(); ++i) {
-    auto const bytes = encodeKey<Table>(ascending[i]);
-    EXPECT_EQ(decodeKey<Table>(bytes), ascending[i]);
+    auto const bytes = Table::encodeKey(ascending[i]);
+    EXPECT_EQ(Table::decodeKey(bytes), ascending[i]);
     if (i == 0) continue;
     EXPECT_LT(ascending[i - 1], ascending[i]);
-    EXPECT_LT(encodeKey<Table>(ascending[i - 1]), bytes);
+    EXPECT_LT(Table::encodeKey(ascending[i - 1]), bytes);
   }
 }
 
@@ -128,7 +128,7 @@ TEST(CodecTest, keysSortAsBytesAndComeBack) {
   };
   expectSorted<Address4Table>(addresses);
   for (auto const& one : addresses) {
-    EXPECT_TRUE(encodeKey<Address4Table>(one).starts_with(addressKeysOf(one.link)));
+    EXPECT_TRUE(Address4Table::encodeKey(one).starts_with(addressKeysOf(one.link)));
   }
   std::vector<Dovel::Prefix> prefixes;
   for (auto const* text :
@@ -174,8 +174,8 @@ void expectStrict(std::string const& good, Decode const& decode, Encode const& e
 }
 template <class Table>
 void expectStrict(typename Table::Key const& key, typename Table::Record const& record) {
-  expectStrict(encodeKey<Table>(key), decodeKey<Table>, encodeKey<Table>);
-  expectStrict(encodeRecord<Table>(record), decodeRecord<Table>, encodeRecord<Table>);
+  expectStrict(Table::encodeKey(key), Table::decodeKey, Table::encodeKey);
+  expectStrict(Table::encodeRecord(record), Table::decodeRecord, Table::encodeRecord);
 }
 
 // The seeds are one octet away from what is too long, too much or nothing at all.
@@ -197,37 +197,37 @@ TEST(CodecTest, whateverBytesDecodeAreTheBytesThatEncode) {
 }
 
 TEST(CodecTest, aFecHasAtMost128Vias) {
-  auto const one = encodeRecord<FecTable>({{via}}).substr(sizeof(Format::FecRecord));
+  auto const one = FecTable::encodeRecord({{via}}).substr(sizeof(Format::FecRecord));
   Fib::Fec const most{std::vector<Fib::Via>(128, via)};
-  auto many = encodeRecord<FecTable>(most);
-  EXPECT_EQ(decodeRecord<FecTable>(many), most);
+  auto many = FecTable::encodeRecord(most);
+  EXPECT_EQ(FecTable::decodeRecord(many), most);
   many[2] = '\x81';
-  EXPECT_EQ(decodeRecord<FecTable>(many + one), std::nullopt);
+  EXPECT_EQ(FecTable::decodeRecord(many + one), std::nullopt);
 }
 
 TEST(CodecTest, whatReadersWouldRefuseIsNotEncoded) {
-  EXPECT_THROW(encodeKey<Address4Table>({eth0, Dovel::IpAddr(), 8, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address4Table>({eth0, addr, 33, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address4Table>({tooLong, addr, 8, addr}), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<Address4Table>({.label = tooLong}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<Address6Table>({eth0, Dovel::Ip6Addr()}), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<Address6Table>({.length = 129, .peer = {}}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<LinkTable>(Dovel::IntfId()), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<LinkTable>({.ifIndex = 0}), Mav::RangeException);
-  EXPECT_THROW(encodeKey<ForwardingTable>(static_cast<Family>(5)), Mav::RangeException);
-  EXPECT_THROW(encodeKey<FecTable>(Fib::FecId()), Mav::RangeException);
+  EXPECT_THROW(Address4Table::encodeKey({eth0, Dovel::IpAddr(), 8, addr}), Mav::RangeException);
+  EXPECT_THROW(Address4Table::encodeKey({eth0, addr, 33, addr}), Mav::RangeException);
+  EXPECT_THROW(Address4Table::encodeKey({tooLong, addr, 8, addr}), Mav::RangeException);
+  EXPECT_THROW(Address4Table::encodeRecord({.label = tooLong}), Mav::RangeException);
+  EXPECT_THROW(Address6Table::encodeKey({eth0, Dovel::Ip6Addr()}), Mav::RangeException);
+  EXPECT_THROW(Address6Table::encodeRecord({.length = 129, .peer = {}}), Mav::RangeException);
+  EXPECT_THROW(LinkTable::encodeKey(Dovel::IntfId()), Mav::RangeException);
+  EXPECT_THROW(LinkTable::encodeRecord({.ifIndex = 0}), Mav::RangeException);
+  EXPECT_THROW(ForwardingTable::encodeKey(static_cast<Family>(5)), Mav::RangeException);
+  EXPECT_THROW(FecTable::encodeKey(Fib::FecId()), Mav::RangeException);
   Fib::Route route;
   route.routeType = static_cast<RouteType>(21);
-  EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
+  EXPECT_THROW(RouteTable::encodeRecord(route), Mav::RangeException);
   route = refusing;
   route.routeType = routeTypeBgp;
-  EXPECT_THROW(encodeRecord<RouteTable>(route), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<FecTable>({}), Mav::RangeException);
-  EXPECT_THROW(encodeRecord<FecTable>({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
+  EXPECT_THROW(RouteTable::encodeRecord(route), Mav::RangeException);
+  EXPECT_THROW(FecTable::encodeRecord({}), Mav::RangeException);
+  EXPECT_THROW(FecTable::encodeRecord({std::vector<Fib::Via>(129, via)}), Mav::RangeException);
   for (auto const& none :
        {Fib::Via{}, Fib::Via{addr, eth0, 0}, Fib::Via{addr, {}, 5}, Fib::Via{addr, tooLong, 5},
         Fib::Via{addr, eth0, 5, Dovel::Ip6Addr("::1")}}) {
-    EXPECT_THROW(encodeRecord<FecTable>({{none}}), Mav::RangeException);
+    EXPECT_THROW(FecTable::encodeRecord({{none}}), Mav::RangeException);
   }
 }
 

@@ -88,7 +88,7 @@ std::map<std::string, Ip6Prefix> someKeys(std::mt19937& random) {
       zone = random() % 3 == 0 ? 0xffffffff : static_cast<std::uint32_t>(1 + random() % 3);
     }
     Ip6Prefix const prefix(address, length, zone);
-    keys.emplace(encodeKey<Route6Table>(prefix), prefix);
+    keys.emplace(Route6Table::encodeKey(prefix), prefix);
   }
   return keys;
 }

@@ -34,7 +34,7 @@ class Mirror : public Listener {
       throw std::runtime_error("not today");
     }
     for (auto const& change : changes) {
-      auto const key = decodeKey<LinkTable>(change.key);
+      auto const key = LinkTable::decodeKey(change.key);
       auto const record = snapshot.get<LinkTable>(*key);
       announced.push_back(key->stringValue());
       if (record) {

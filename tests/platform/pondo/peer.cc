@@ -117,7 +117,7 @@ std::optional<std::string> answerOfFib(std::string const& verb, Words& words) {
   if (verb == "route" || verb == "unroute" || verb == "badroute") {
     Dovel::Prefix const prefix(next<std::string>(words));
     if (verb == "badroute") {
-      auto const key = Pondo::encodeKey<Pondo::RouteTable>(prefix);
+      auto const key = Pondo::RouteTable::encodeKey(prefix);
       return writer->putBytes(Pondo::TableId::route, key, "x") ? "1" : "0";
     }
     auto const fecId = next<std::uint64_t>(words);

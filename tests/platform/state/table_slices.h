@@ -27,7 +27,7 @@ class TableSlices {
   }
   template <class Table>
   void changed(typename Table::Key const& key) {
-    changes_.push_back({Table::id, Pondo::encodeKey<Table>(key)});
+    changes_.push_back({Table::id, Table::encodeKey(key)});
   }
 
   /// What has been written and not yet handed over; to be reordered or cut at will.

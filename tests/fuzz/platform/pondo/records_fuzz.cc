@@ -11,9 +11,9 @@ namespace {
 template <class Table>
 void check(std::string_view bytes) {
   using namespace Pondo;
-  if (auto const key = decodeKey<Table>(bytes)) Fuzz::require(encodeKey<Table>(*key) == bytes);
-  auto const record = decodeRecord<Table>(bytes);
-  if (record) Fuzz::require(encodeRecord<Table>(*record) == bytes);
+  if (auto const key = Table::decodeKey(bytes)) Fuzz::require(Table::encodeKey(*key) == bytes);
+  auto const record = Table::decodeRecord(bytes);
+  if (record) Fuzz::require(Table::encodeRecord(*record) == bytes);
 }
 
 }  // namespace
