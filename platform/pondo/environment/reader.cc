@@ -10,24 +10,12 @@
 #include "platform/pondo/environment/lmdb_handles.h"
 #include "platform/pondo/environment/table_files.h"
 #include "platform/pondo/tables/format.h"
+#include "platform/pondo/tables/layout_bytes.h"
 
 namespace Pondo {
 namespace {
 
 using Reason = EnvironmentException::Reason;
-
-std::optional<std::uint64_t> decodeSequence(std::string_view bytes) {
-  if (bytes.size() != Format::sequenceSize) return std::nullopt;
-  std::uint64_t sequence = 0;
-  for (char const c : bytes) sequence = sequence << 8U | static_cast<unsigned char>(c);
-  return sequence;
-}
-
-std::array<char, Format::sequenceSize> encodeSequence(std::uint64_t sequence) {
-  std::array<char, Format::sequenceSize> bytes{};
-  for (auto i = bytes.size(); i-- > 0; sequence >>= 8U) bytes.at(i) = static_cast<char>(sequence);
-  return bytes;
-}
 
 std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
   // Tells a run directory that is absent from tables that are not there yet.
@@ -213,12 +201,12 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
                                 absl::FunctionRef<bool(TableId, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
   MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles.log);
-  auto start = encodeSequence(from);
+  auto start = bigEndian(from);
   MDB_val key{start.size(), start.data()};
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
   for (; code == MDB_SUCCESS && limit > 0; --limit) {
-    auto const sequence = decodeSequence(fromVal(key));
+    auto const sequence = fromBigEndian<std::uint64_t>(fromVal(key));
     auto const entry = fromVal(value);
     // A gap would be a lost change. It counts as damage: the follower lets go of the reader, and
     // asks again at its next look.

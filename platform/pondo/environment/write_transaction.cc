@@ -3,19 +3,13 @@
 #include <cstddef>
 #include <cstring>
 
+#include "platform/pondo/tables/layout_bytes.h"
+
 namespace Pondo {
 namespace {
 
 // Small commits trim the log in steps, since every trimming rewrites the log's first pages.
 constexpr std::size_t trimSlack = 16;
-
-std::array<char, Format::sequenceSize> sequenceKey(std::uint64_t sequence) {
-  std::array<char, Format::sequenceSize> key{};
-  for (std::size_t i = 0; i < key.size(); ++i) {
-    key.at(i) = static_cast<char>(sequence >> (8 * (key.size() - 1 - i)));
-  }
-  return key;
-}
 
 /// As Fib::isSameButAge() of routes.
 bool isSame(TableId table, std::string_view a, std::string_view b) {
@@ -128,7 +122,7 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
   entry[0] = static_cast<char>(id);
   key.copy(entry.data() + 1, Format::keyMax);  // LMDB has refused longer ones
   // Sequences only rise: an entry always goes behind the last one.
-  auto sequence = sequenceKey(meta_.logNext);
+  auto sequence = bigEndian(meta_.logNext);
   MDB_val keyVal{sequence.size(), sequence.data()};
   MDB_val value{1 + key.size(), entry.data()};
   int const code = mdb_cursor_put(logCursor_.get(), &keyVal, &value, MDB_APPEND);

@@ -92,9 +92,9 @@ std::array<char, Format::route6KeySize> routeKeyBytes(Dovel::Ip6Prefix const& pr
   auto const octets = prefix.address().octets();
   // Prefixes with a zone stand behind all others, as ipv6z(4) does behind ipv6(2) (RFC 4001).
   bytes[0] = prefix.zone() != 0 ? 1 : 0;
-  auto at = std::copy(octets.begin(), octets.end(), bytes.begin() + 1);
-  for (unsigned shift = 32; shift > 0;) *at++ = static_cast<char>(prefix.zone() >> (shift -= 8));
-  *at = static_cast<char>(prefix.length());
+  auto const zone = bigEndian(prefix.zone());
+  auto const at = std::copy(octets.begin(), octets.end(), bytes.begin() + 1);
+  *std::copy(zone.begin(), zone.end(), at) = static_cast<char>(prefix.length());
   return bytes;
 }
 
@@ -152,8 +152,7 @@ std::string Route6Table::encodeKey(Key const& key) { return toBytes(routeKeyByte
 std::optional<Route6Table::Key> Route6Table::decodeKey(std::string_view bytes) {
   if (bytes.size() != Format::route6KeySize) return std::nullopt;
   auto const address = *fromBytes<Dovel::Ip6Addr::Octets>(bytes.substr(1, 16));
-  std::uint32_t zone = 0;
-  for (char const c : bytes.substr(17, 4)) zone = zone << 8U | static_cast<unsigned char>(c);
+  auto const zone = *fromBigEndian<std::uint32_t>(bytes.substr(17, 4));
   unsigned const length = static_cast<unsigned char>(bytes.back());
   if (length > Dovel::Ip6Addr::bits) return std::nullopt;
   Dovel::Ip6Addr const prefix(address);
@@ -168,21 +167,14 @@ std::optional<Route6Table::Key> Route6Table::decodeKey(std::string_view bytes) {
 
 std::string FecTable::encodeKey(Key const& key) {
   if (!key) throw Mav::RangeException("a fec needs an id other than 0");
-  std::string bytes(Format::fecKeySize, '\0');
-  auto rest = key.value();
-  // Most significant octet first: the ids drawn last stand last, and are appended.
-  for (auto at = bytes.rbegin(); at != bytes.rend(); ++at, rest >>= 8U) {
-    *at = static_cast<char>(rest);
-  }
-  return bytes;
+  // The ids drawn last stand last, and are appended.
+  return toBytes(bigEndian(key.value()));
 }
 
 std::optional<FecTable::Key> FecTable::decodeKey(std::string_view bytes) {
-  if (bytes.size() != Format::fecKeySize) return std::nullopt;
-  std::uint64_t id = 0;
-  for (char const c : bytes) id = id << 8U | static_cast<unsigned char>(c);
-  if (id == 0) return std::nullopt;
-  return Fib::FecId(id);
+  auto const id = fromBigEndian<std::uint64_t>(bytes);
+  if (!id || *id == 0) return std::nullopt;
+  return Fib::FecId(*id);
 }
 
 std::string FecTable::encodeRecord(Record const& record) {

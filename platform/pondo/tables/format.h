@@ -22,7 +22,7 @@
 //   route        address (4), u8 prefix length           RouteRecord
 //   route6       u8 1 with a zone, else 0, address (16),  RouteRecord
 //                zone, u32 big endian, u8 prefix length
-//   fec          id, u64 big endian                      FecRecord, then its vias: FecVia each
+//   fec          id, u64 big endian, 1 or more           FecRecord, then its vias: FecVia each
 //   neighbour    ifIndex, u32 big endian, u8 type,        NeighbourRecord
 //                address (4 or 16)
 //
@@ -195,7 +195,6 @@ struct RouteRecord {
 };
 static_assert(isLayout<RouteRecord>(20));
 
-inline constexpr std::size_t fecKeySize = 8;  // an id of 1 or more
 struct FecRecord {
   std::uint8_t version = 2;
   std::uint8_t zero = 0;
@@ -215,8 +214,6 @@ struct FecVia {
 };
 static_assert(isLayout<FecVia>(44));
 
-/// Of a key of the log: at a million changes a second it would last for half a million years.
-inline constexpr std::size_t sequenceSize = 8;
 /// LMDB's limit, as it is compiled by default (lmdb.h, mdb_env_get_maxkeysize). No key of a table
 /// comes near it.
 inline constexpr std::size_t keyMax = 511;

@@ -3,6 +3,7 @@
 // read a number through a pointer into the map would be undefined (and a trap on some machines).
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstring>
 #include <optional>
@@ -34,6 +35,25 @@ std::optional<Record> recordFrom(std::string_view bytes) {
   auto record = fromBytes<Record>(bytes);
   if (record && record->version != Record().version) record.reset();
   return record;
+}
+
+/// A number, most significant byte first: such bytes sort as the numbers do.
+template <std::unsigned_integral Number>
+std::array<char, sizeof(Number)> bigEndian(Number number) {
+  std::array<char, sizeof(Number)> bytes;
+  for (auto at = bytes.rbegin(); at != bytes.rend(); ++at, number >>= 8U) {
+    *at = static_cast<char>(number);
+  }
+  return bytes;
+}
+
+/// Nothing when `bytes` is of another size.
+template <std::unsigned_integral Number>
+std::optional<Number> fromBigEndian(std::string_view bytes) {
+  if (bytes.size() != sizeof(Number)) return std::nullopt;
+  Number number = 0;
+  for (char const c : bytes) number = number << 8U | static_cast<unsigned char>(c);
+  return number;
 }
 
 /// Valid as long as `bytes`.

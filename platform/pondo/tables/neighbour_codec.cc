@@ -60,11 +60,8 @@ std::string NeighbourTable::encodeKey(Key const& key) {
   if (key.ifIndex < 1) {
     throw Mav::RangeException(fmt::format("a neighbour of the link {}", key.ifIndex));
   }
-  std::string bytes;
-  // Most significant octet first: keys sort as the rows of ipNetToPhysicalTable do.
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    bytes += static_cast<char>(static_cast<std::uint32_t>(key.ifIndex) >> shift);
-  }
+  // Keys sort as the rows of ipNetToPhysicalTable do.
+  auto bytes = toBytes(bigEndian(static_cast<std::uint32_t>(key.ifIndex)));
   bytes += static_cast<char>(key.type);
   // The length tells the version; the type before it keeps the order of ipNetToPhysicalTable, where
   // IPv4 comes first and zoned addresses last (RFC 4001).
@@ -76,8 +73,7 @@ std::string NeighbourTable::encodeKey(Key const& key) {
 std::optional<NeighbourTable::Key> NeighbourTable::decodeKey(std::string_view bytes) {
   constexpr std::size_t head = 5;
   if (bytes.size() < head) return std::nullopt;
-  std::uint32_t ifIndex = 0;
-  for (char const c : bytes.substr(0, 4)) ifIndex = ifIndex << 8U | static_cast<unsigned char>(c);
+  auto const ifIndex = *fromBigEndian<std::uint32_t>(bytes.substr(0, 4));
   // InterfaceIndex is 1 to 2147483647 (RFC 2863).
   if (ifIndex < 1 || ifIndex > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
   auto const address = bytes.substr(head);
