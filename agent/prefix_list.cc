@@ -18,9 +18,4 @@ void PrefixList::prefixDelAll() {
   }
 }
 
-Mav::AttributeTable const& PrefixList::attributeTable() const {
-  static Mav::AttributeTable const table{Mav::collectionAttribute<>("prefix")};
-  return table;
-}
-
 }  // namespace IpSnmp

@@ -55,9 +55,6 @@ class PrefixList : public Mav::Entity {
   /// Announced one by one where anybody listens; else at once, however many they are.
   void prefixDelAll();
 
-  std::string_view typeName() const override { return "IpSnmp::PrefixList"; }
-  Mav::AttributeTable const& attributeTable() const override;
-
  private:
   Dovel::IntfId const intfId_;
   Mav::AnnouncedMap<PrefixMap, NotifieeConst, prefixAttributeId, &NotifieeConst::onPrefix> prefix_{

@@ -1,5 +1,7 @@
 #include "agent/root.h"
 
+#include <array>
+
 #include "platform/mav/constructor_parameter.h"
 
 namespace IpSnmp {
@@ -79,23 +81,12 @@ Mav::Ptr<Ip6RouteTableSm> Root::ip6RouteTableSmIs(
   return ip6RouteTableSm_;
 }
 
-Mav::AttributeTable const& Root::attributeTable() const {
-  // In this order they get their numbers (Mav::AttributeTable).
-  static Mav::AttributeTable const table{
-      Mav::plainAttribute<&Root::ipConfig, &Root::ipConfigIs>("ipConfig"),
-      Mav::plainAttribute<&Root::ipStatus, &Root::ipStatusIs>("ipStatus"),
-      Mav::plainAttribute<&Root::ip6Config, &Root::ip6ConfigIs>("ip6Config"),
-      Mav::plainAttribute<&Root::ip6Status, &Root::ip6StatusIs>("ip6Status"),
-      Mav::plainAttribute<&Root::intfStatusDir, &Root::intfStatusDirIs>("intfStatusDir"),
-      Mav::plainAttribute<&Root::arpStatus, &Root::arpStatusIs>("arpStatus"),
-      Mav::plainAttribute<&Root::ipMib, &Root::ipMibIs>("ipMib"),
-      // Read-only: a state machine comes by its own setter, with its inputs.
-      Mav::plainAttribute<&Root::ipAddressTableSm>("ipAddressTableSm"),
-      Mav::plainAttribute<&Root::arpTableSm>("arpTableSm"),
-      Mav::plainAttribute<&Root::ipForwardMib, &Root::ipForwardMibIs>("ipForwardMib"),
-      Mav::plainAttribute<&Root::ipRouteTableSm>("ipRouteTableSm"),
-      Mav::plainAttribute<&Root::ip6RouteTableSm>("ip6RouteTableSm")};
-  return table;
+std::span<std::string_view const> Root::attributeNames() const {
+  static constexpr std::array<std::string_view, 12> names{
+      "ipConfig",      "ipStatus",     "ip6Config",      "ip6Status",
+      "intfStatusDir", "arpStatus",    "ipMib",          "ipAddressTableSm",
+      "arpTableSm",    "ipForwardMib", "ipRouteTableSm", "ip6RouteTableSm"};
+  return names;
 }
 
 Mav::Ptr<Root> RootIs(Mav::Name name) { return Mav::makeObject<Root>(std::move(name)); }

@@ -1,6 +1,6 @@
 #pragma once
 // Where the state machines meet their inputs. Whoever wires the agent sets the inputs and the two
-// cache entities, by their setters or by attribute name, in any order, and then has the state
+// cache entities by their setters, in any order, and then has the state
 // machines created; each fills its tables at once. The inputs of a state machine are given to its
 // setter: the attributes are for others to find.
 //
@@ -92,8 +92,7 @@ class Root : public Mav::Entity {
       Mav::Ptr<Mav::Clock const> const& clock);
   void ip6RouteTableSmDel() { ip6RouteTableSm_.reset(); }
 
-  std::string_view typeName() const override { return "IpSnmp::Root"; }
-  Mav::AttributeTable const& attributeTable() const override;
+  std::span<std::string_view const> attributeNames() const override;
 
  private:
   // In the order of the attributes' numbers, but for the last, which has none.

@@ -41,11 +41,6 @@ void Health::freshen() const {
   }
 }
 
-Mav::AttributeTable const& Health::attributeTable() const {
-  static Mav::AttributeTable const table{};
-  return table;
-}
-
 Mav::Ptr<Health> healthFactory(Mav::Name name) { return Mav::makeObject<Health>(std::move(name)); }
 
 }  // namespace IpSnmp

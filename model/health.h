@@ -63,9 +63,6 @@ class Health : public Mav::Entity {
   /// How many records each table holds.
   Records const& records() const;
 
-  std::string_view typeName() const override { return "IpSnmp::Health"; }
-  Mav::AttributeTable const& attributeTable() const override;
-
  private:
   void freshen() const;
 

@@ -1,5 +1,6 @@
 #include "model/ip_forward_mib.h"
 
+#include <array>
 #include <bit>
 
 #include "platform/mav/constructor_parameter.h"
@@ -92,10 +93,9 @@ std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(PrefixOrder order) 
   return Dovel::Prefix(row.key().dest(), lengthOf(row.key()));
 }
 
-Mav::AttributeTable const& IpForwardMib::attributeTable() const {
-  static Mav::AttributeTable const table{
-      Mav::collectionAttribute<nullptr, &IpForwardMib::ipCidrRouteTableDel>("ipCidrRouteTable")};
-  return table;
+std::span<std::string_view const> IpForwardMib::attributeNames() const {
+  static constexpr std::array<std::string_view, 1> names{"ipCidrRouteTable"};
+  return names;
 }
 
 Mav::Ptr<IpForwardMib> ipForwardMibFactory(Mav::Name name) {

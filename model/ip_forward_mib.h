@@ -85,8 +85,7 @@ class IpForwardMib : public Mav::Entity {
   InetCidrRoutes const& inetCidrRoutes() const { return inetCidrRoutes_; }
   InetCidrRoutes& inetCidrRoutes() { return inetCidrRoutes_; }
 
-  std::string_view typeName() const override { return "IpSnmp::IpForwardMib"; }
-  Mav::AttributeTable const& attributeTable() const override;
+  std::span<std::string_view const> attributeNames() const override;
 
  private:
   Mav::AnnouncedMap<IpCidrRouteTableMap, NotifieeConst, ipCidrRouteTableAttributeId,

@@ -1,5 +1,7 @@
 #include "model/ip_mib.h"
 
+#include <array>
+
 #include "platform/mav/constructor_parameter.h"
 
 namespace IpSnmp {
@@ -42,24 +44,18 @@ Mav::Ptr<Ip::SwFwdStats> IpMib::ipSwFwdStatsIs(Ip::IpVersion version) {
   return ipSwFwdStats_.is(version, [&] { return Ip::swFwdStatsFactory(version); });
 }
 
-Mav::AttributeTable const& IpMib::attributeTable() const {
-  // In the order of the attribute numbers in the header. With a first function a collection can be
-  // filled by name and key alone.
-  static Mav::AttributeTable const table{
-      Mav::collectionAttribute<&IpMib::ipAddressTableIs, &IpMib::ipAddressTableDel>(
-          "ipAddressTable"),
-      Mav::collectionAttribute<nullptr, &IpMib::ipAddressPrefixTableDel>("ipAddressPrefixTable"),
-      Mav::collectionAttribute<nullptr, &IpMib::ipAddrTableDel>("ipAddrTable"),
-      Mav::collectionAttribute<nullptr, &IpMib::arpTableDel>("arpTable"),
-      Mav::collectionAttribute<&IpMib::ipSwFwdStatsIs, &IpMib::ipSwFwdStatsDel>("ipSwFwdStats"),
-      Mav::collectionAttribute<nullptr, &IpMib::ipNetToPhysicalTableDel>("ipNetToPhysicalTable")};
-  return table;
+std::span<std::string_view const> IpMib::attributeNames() const {
+  // In the order of the attribute numbers in the header.
+  static constexpr std::array<std::string_view, 6> names{"ipAddressTable", "ipAddressPrefixTable",
+                                                         "ipAddrTable",    "arpTable",
+                                                         "ipSwFwdStats",   "ipNetToPhysicalTable"};
+  return names;
 }
 
 Mav::Ptr<IpMib> ipMibFactory(Mav::Name name) {
   auto ipMib = Mav::makeObject<IpMib>(std::move(name));
   // Nothing is read for that: a row reads the kernel's files when a manager asks.
-  for (auto version : {Ip::ipVersion4, Ip::ipVersion6}) ipMib->memberIs("ipSwFwdStats", version);
+  for (auto version : {Ip::ipVersion4, Ip::ipVersion6}) ipMib->ipSwFwdStatsIs(version);
   return ipMib;
 }
 

@@ -24,7 +24,7 @@ class IpMib : public Mav::Entity {
  public:
   static constexpr std::string_view path = "snmp/ip/ipmib";
 
-  // The places in attributeTable(), by which a notification is told.
+  // The places in attributeNames(), by which a notification is told.
   static constexpr Mav::AttributeId ipAddressTableAttributeId = Mav::firstAttributeId;
   static constexpr Mav::AttributeId ipAddressPrefixTableAttributeId = Mav::firstAttributeId + 1;
   static constexpr Mav::AttributeId ipAddrTableAttributeId = Mav::firstAttributeId + 2;
@@ -156,8 +156,7 @@ class IpMib : public Mav::Entity {
   /// No effect when there is none.
   void ipNetToPhysicalTableDel(IpNetToPhysicalIndex const& key) { ipNetToPhysicalTable_.del(key); }
 
-  std::string_view typeName() const override { return "IpSnmp::IpMib"; }
-  Mav::AttributeTable const& attributeTable() const override;
+  std::span<std::string_view const> attributeNames() const override;
 
  private:
   // Who has the cache const gets its entries const.

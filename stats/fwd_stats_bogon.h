@@ -39,13 +39,6 @@ class FwdStatsBogon : public Mav::Entity {
   void bogonDel(IpVersion version) { bogon_.del(version); }
   void bogonDelAll() { bogon_.delAll(); }
 
-  std::string_view typeName() const override { return "Ip::FwdStatsBogon"; }
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::collectionAttribute<&FwdStatsBogon::bogonIs, &FwdStatsBogon::bogonDel>("bogon")};
-    return table;
-  }
-
  private:
   Mav::AnnouncedMap<BogonMap, NotifieeConst, bogonAttributeId, &NotifieeConst::onBogon> bogon_{
       *this};

@@ -114,14 +114,6 @@ void SwFwdStats::commit(SwFwdStatsData const& data) {
   lastUpdateIs(Mav::now());
 }
 
-Mav::AttributeTable const& SwFwdStats::attributeTable() const {
-  static Mav::AttributeTable const table{
-      Mav::plainAttribute<&SwFwdStats::ipVersion>("ipVersion"),
-      Mav::plainAttribute<&SwFwdStats::data, &SwFwdStats::dataIs>("data"),
-      Mav::plainAttribute<&SwFwdStats::lastUpdate, &SwFwdStats::lastUpdateIs>("lastUpdate")};
-  return table;
-}
-
 Mav::Ptr<SwFwdStats> swFwdStatsFactory(IpVersion version) {
   return Mav::makeObject<SwFwdStats>(version);
 }

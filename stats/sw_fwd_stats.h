@@ -75,9 +75,6 @@ class SwFwdStats : public Mav::Entity {
   /// Reads the files of this version into a new snapshot. Of an unknown version there are none.
   void doRead() const;
 
-  std::string_view typeName() const override { return "Ip::SwFwdStats"; }
-  Mav::AttributeTable const& attributeTable() const override;
-
  private:
   SwFwdStatsData const& fresh() const {
     doFreshen();

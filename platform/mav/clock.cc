@@ -1,6 +1,7 @@
 #include "platform/mav/clock.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace Mav {
@@ -73,9 +74,9 @@ void Clock::callReactor(std::size_t i) const {
   }
 }
 
-AttributeTable const& Clock::attributeTable() const {
-  static AttributeTable const table{plainAttribute<&Clock::now>("time")};
-  return table;
+std::span<std::string_view const> Clock::attributeNames() const {
+  static constexpr std::array<std::string_view, 1> names{"time"};
+  return names;
 }
 
 // Tells nobody: the reactor may still be under construction, and then is not armed.

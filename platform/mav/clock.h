@@ -66,8 +66,7 @@ class Clock : public Entity {
   /// The hook must not throw.
   void onTimeNextIs(std::function<void()> hook) const { onTimeNext_ = std::move(hook); }
 
-  std::string_view typeName() const override { return "Mav::Clock"; }
-  AttributeTable const& attributeTable() const override;
+  std::span<std::string_view const> attributeNames() const override;
   void addNotifiee(NotifieeConst* notifiee) const;
   void removeNotifiee(NotifieeConst* notifiee) const;
 

@@ -1,7 +1,9 @@
 #include "platform/mav/directory.h"
 
+#include <typeinfo>
 #include <utility>
 
+#include <boost/core/demangle.hpp>
 #include <fmt/format.h>
 
 namespace Mav {
@@ -20,8 +22,9 @@ void Directory::mount(std::string_view path, Ptr<Entity> entity) {
   auto const mounted = validPtr(std::move(entity));
   auto const [place, isNew] = entities_.try_emplace(std::string(path), mounted);
   if (isNew || place->second == mounted) return;
-  throw NameInUseException(
-      fmt::format("another {} is mounted at '{}'", place->second->typeName(), path));
+  Entity const& other = *place->second;
+  throw NameInUseException(fmt::format("another {} is mounted at '{}'",
+                                       boost::core::demangle(typeid(other).name()), path));
 }
 
 void Directory::unmount(std::string_view path) {

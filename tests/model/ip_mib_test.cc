@@ -81,7 +81,7 @@ TEST_F(IpMibTest, eachCollectionAnnouncesToItsOwnHandlerAndTellsItsNumberWhenTha
   mib->ipAddressPrefixTableDel(prefix(3)->key());
   mib->ipAddrTableDel(IpAddr("10.0.0.1"));
   mib->arpTableDel({5, IpAddr("10.0.0.2")});
-  mib->memberDel("ipSwFwdStats", Ip::ipVersionUnknown);
+  mib->ipSwFwdStatsDel(Ip::ipVersionUnknown);
   std::vector<std::string> const once{"ipAddressTable 10.0.0.1",
                                       "258 is ipAddressTable: no",
                                       "ipAddressPrefixTable 3",

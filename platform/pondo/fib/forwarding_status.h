@@ -30,8 +30,6 @@ class ForwardingStatus : public Mav::Entity {
   /// Calls visit(fecId, fec) for every fec, in the order of ids. ConsistencyException as above.
   virtual void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const = 0;
 
-  std::string_view typeName() const override { return "Pondo::Fib::ForwardingStatus"; }
-  Mav::AttributeTable const& attributeTable() const override;
   void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
   void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 

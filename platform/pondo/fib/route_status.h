@@ -48,8 +48,6 @@ class BasicRouteStatus : public Mav::Entity {
   /// Counts the routes. ConsistencyException as above.
   virtual std::size_t routes() const = 0;
 
-  std::string_view typeName() const override;
-  Mav::AttributeTable const& attributeTable() const override;
   void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
   void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }
 
@@ -62,14 +60,5 @@ class BasicRouteStatus : public Mav::Entity {
 
 using RouteStatus = BasicRouteStatus<Dovel::Prefix>;
 using Route6Status = BasicRouteStatus<Dovel::Ip6Prefix>;
-
-template <>
-std::string_view RouteStatus::typeName() const;
-template <>
-Mav::AttributeTable const& RouteStatus::attributeTable() const;
-template <>
-std::string_view Route6Status::typeName() const;
-template <>
-Mav::AttributeTable const& Route6Status::attributeTable() const;
 
 }  // namespace Pondo::Fib

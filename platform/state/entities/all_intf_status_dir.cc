@@ -20,10 +20,4 @@ Mav::Ptr<IntfStatus> AllIntfStatusDir::intfStatusIs(Dovel::IntfId const& intfId,
   return status;
 }
 
-Mav::AttributeTable const& AllIntfStatusDir::attributeTable() const {
-  // By name nobody makes an interface: its key alone does not tell the ifIndex.
-  static Mav::AttributeTable const table{Mav::collectionAttribute<>("intfStatus")};
-  return table;
-}
-
 }  // namespace Interface

@@ -39,9 +39,6 @@ class AllIntfStatusDir : public Mav::Entity {
   void intfStatusDel(Dovel::IntfId const& intfId) { intfStatus_.del(intfId); }
   void intfStatusDelAll() { intfStatus_.delAll(); }
 
-  std::string_view typeName() const override { return "Interface::AllIntfStatusDir"; }
-  Mav::AttributeTable const& attributeTable() const override;
-
  private:
   Mav::AnnouncedMap<IntfStatusMap, NotifieeConst, intfStatusAttributeId,
                     &NotifieeConst::onIntfStatus>

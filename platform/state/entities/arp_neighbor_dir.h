@@ -44,9 +44,6 @@ class ArpIntfStatus : public Mav::Entity {
   void arpEntryDel(Dovel::IpAddr const& addr) { arpEntry_.del(addr); }
   void arpEntryDelAll() { arpEntry_.delAll(); }
 
-  std::string_view typeName() const override { return "Arp::ArpIntfStatus"; }
-  Mav::AttributeTable const& attributeTable() const override;
-
  private:
   Mav::AnnouncedMap<ArpEntryMap, NotifieeConst, arpEntryAttributeId, &NotifieeConst::onArpEntry>
       arpEntry_{*this};
@@ -89,9 +86,6 @@ class NeighborDir : public Mav::Entity {
   /// withdraws them all.
   void arpIntfStatusDel(Mav::Name const& name) { arpIntfStatus_.del(name); }
   void arpIntfStatusDelAll() { arpIntfStatus_.delAll(); }
-
-  std::string_view typeName() const override { return "Arp::NeighborDir"; }
-  Mav::AttributeTable const& attributeTable() const override;
 
  private:
   Mav::AnnouncedMap<ArpIntfStatusMap, NotifieeConst, arpIntfStatusAttributeId,

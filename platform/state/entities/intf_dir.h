@@ -1,7 +1,7 @@
 #pragma once
 // What Ip::Config, Ip::Status, Ip6::Config and Ip6::Status have in common: a collection of entities
 // of one interface each, in the order of their IntfIds. Dir is the class itself (CRTP): it names
-// its NotifieeConst, the handler that hears of an interface, and the collection.
+// its NotifieeConst, and the handler that hears of an interface.
 //
 // Filled by the mirrors, read by the state machines, on the agent's thread.
 
@@ -40,12 +40,6 @@ class IntfDir : public Mav::Entity {
   /// hangs on the entity is withdrawn by whoever hears that it went.
   void intfDel(Dovel::IntfId intfId) {
     if (intf_.erase(intfId)) announce(intfId);
-  }
-
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::collectionAttribute<&IntfDir::intfIs, &IntfDir::intfDel>(Dir::intfName)};
-    return table;
   }
 
  private:

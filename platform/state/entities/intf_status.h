@@ -39,15 +39,6 @@ class IntfStatus : public Mav::Entity {
     store(operUp_, operUp, operUpAttributeId, &NotifieeConst::onOperUp);
   }
 
-  std::string_view typeName() const override { return "Interface::IntfStatus"; }
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::plainAttribute<&IntfStatus::intfId>("intfId"),
-        Mav::plainAttribute<&IntfStatus::ifIndex>("ifIndex"),
-        Mav::plainAttribute<&IntfStatus::operUp, &IntfStatus::operUpIs>("operUp")};
-    return table;
-  }
-
  private:
   Dovel::IntfId const intfId_;
   std::int32_t const ifIndex_;

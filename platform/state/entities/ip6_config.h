@@ -12,8 +12,6 @@ namespace Ip6 {
 class IntfConfig : public State::Ip6IntfAddresses<IntfConfig> {
  public:
   using Ip6IntfAddresses::Ip6IntfAddresses;
-
-  std::string_view typeName() const override { return "Ip6::IntfConfig"; }
 };
 
 /// In the order of the links' names.
@@ -26,11 +24,8 @@ class Config : public State::IntfDir<Config, IntfConfig> {
     virtual void onIntf(Dovel::IntfId const& /*intfId*/) {}
   };
   static constexpr auto onIntfOf = &NotifieeConst::onIntf;
-  static constexpr std::string_view intfName = "intf";
 
   explicit Config(Mav::Name name = "config") : IntfDir(std::move(name)) {}
-
-  std::string_view typeName() const override { return "Ip6::Config"; }
 };
 
 }  // namespace Ip6

@@ -50,13 +50,6 @@ class Ip6IntfAddresses : public Mav::Entity {
   void addrDel(Dovel::Ip6AddrWithMask const& addr) { addr_.del(addr); }
   void addrDelAll() { addr_.delAll(); }
 
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::plainAttribute<&Ip6IntfAddresses::intfId>("intfId"),
-        Mav::collectionAttribute<nullptr, &Ip6IntfAddresses::addrDel>("addr")};
-    return table;
-  }
-
  private:
   Dovel::IntfId const intfId_;
   Mav::AnnouncedMap<AddrMap, NotifieeConst, addrAttributeId, &NotifieeConst::onAddr> addr_{*this};

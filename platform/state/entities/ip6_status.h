@@ -11,8 +11,6 @@ namespace Ip6 {
 class IntfStatus : public State::Ip6IntfAddresses<IntfStatus> {
  public:
   using Ip6IntfAddresses::Ip6IntfAddresses;
-
-  std::string_view typeName() const override { return "Ip6::IntfStatus"; }
 };
 
 /// A link without an address in operation is not in it, though Ip6::Config has it.
@@ -25,11 +23,8 @@ class Status : public State::IntfDir<Status, IntfStatus> {
     virtual void onIntf(Dovel::IntfId const& /*intfId*/) {}
   };
   static constexpr auto onIntfOf = &NotifieeConst::onIntf;
-  static constexpr std::string_view intfName = "intf";
 
   explicit Status(Mav::Name name = "status") : IntfDir(std::move(name)) {}
-
-  std::string_view typeName() const override { return "Ip6::Status"; }
 };
 
 }  // namespace Ip6

@@ -20,14 +20,11 @@ class IpIntfConfig : public State::IpIntfAddress<IpIntfConfig> {
     virtual void onAddrWithMask() {}
   };
   static constexpr auto onAddress = &NotifieeConst::onAddrWithMask;
-  static constexpr std::string_view addressName = "addrWithMask";
 
   using IpIntfAddress::IpIntfAddress;
 
   Dovel::IpAddrWithMask const& addrWithMask() const { return address(); }
   void addrWithMaskIs(Dovel::IpAddrWithMask const& addrWithMask) { addressIs(addrWithMask); }
-
-  std::string_view typeName() const override { return "Ip::IpIntfConfig"; }
 };
 
 /// In the order of the IntfIds: all of a link stand together, its own first.
@@ -40,11 +37,8 @@ class Config : public State::IntfDir<Config, IpIntfConfig> {
     virtual void onIpIntfConfig(Dovel::IntfId const& /*intfId*/) {}
   };
   static constexpr auto onIntfOf = &NotifieeConst::onIpIntfConfig;
-  static constexpr std::string_view intfName = "ipIntfConfig";
 
   explicit Config(Mav::Name name = "config") : IntfDir(std::move(name)) {}
-
-  std::string_view typeName() const override { return "Ip::Config"; }
 };
 
 }  // namespace Ip

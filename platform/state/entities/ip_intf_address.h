@@ -1,7 +1,7 @@
 #pragma once
 // What Ip::IpIntfConfig and Ip::IpIntfStatus have in common: an interface and its one IPv4 address,
 // which each calls by a name of its own. Intf is the class itself (CRTP): it names its
-// NotifieeConst, the handler that hears of the address, and the attribute.
+// NotifieeConst, and the handler that hears of the address.
 //
 // Filled by the mirrors, read by the state machines, on the agent's thread.
 
@@ -30,13 +30,6 @@ class IpIntfAddress : public Mav::Entity {
   /// that its attribute has.
   void addressIs(Dovel::IpAddrWithMask const& address) {
     this->store(address_, address, addressAttributeId, Intf::onAddress);
-  }
-
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::plainAttribute<&IpIntfAddress::intfId>("intfId"),
-        Mav::plainAttribute<&IpIntfAddress::address, &IpIntfAddress::addressIs>(Intf::addressName)};
-    return table;
   }
 
  private:

@@ -18,7 +18,6 @@ class IpIntfStatus : public State::IpIntfAddress<IpIntfStatus> {
     virtual void onActiveAddrWithMask() {}
   };
   static constexpr auto onAddress = &NotifieeConst::onActiveAddrWithMask;
-  static constexpr std::string_view addressName = "activeAddrWithMask";
 
   using IpIntfAddress::IpIntfAddress;
 
@@ -26,8 +25,6 @@ class IpIntfStatus : public State::IpIntfAddress<IpIntfStatus> {
   void activeAddrWithMaskIs(Dovel::IpAddrWithMask const& activeAddrWithMask) {
     addressIs(activeAddrWithMask);
   }
-
-  std::string_view typeName() const override { return "Ip::IpIntfStatus"; }
 };
 
 /// In the order of the IntfIds, as Ip::Config.
@@ -40,11 +37,8 @@ class Status : public State::IntfDir<Status, IpIntfStatus> {
     virtual void onIpIntfStatus(Dovel::IntfId const& /*intfId*/) {}
   };
   static constexpr auto onIntfOf = &NotifieeConst::onIpIntfStatus;
-  static constexpr std::string_view intfName = "ipIntfStatus";
 
   explicit Status(Mav::Name name = "status") : IntfDir(std::move(name)) {}
-
-  std::string_view typeName() const override { return "Ip::Status"; }
 };
 
 }  // namespace Ip

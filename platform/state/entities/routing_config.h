@@ -13,11 +13,8 @@ class Config : public State::RoutingFlag<Config> {
  public:
   /// Where handlers look for it.
   static constexpr std::string_view path = "Kelbase/routing/config";
-  static constexpr std::string_view type = "Routing::Config";
 
   explicit Config(Mav::Name name = "config") : RoutingFlag(std::move(name)) {}
-
-  std::string_view typeName() const override { return type; }
 };
 
 }  // namespace Routing
@@ -28,11 +25,8 @@ namespace Routing6 {
 class Config : public State::RoutingFlag<Config> {
  public:
   static constexpr std::string_view path = "Kelbase/routing6/config";
-  static constexpr std::string_view type = "Routing6::Config";
 
   explicit Config(Mav::Name name = "config") : RoutingFlag(std::move(name)) {}
-
-  std::string_view typeName() const override { return type; }
 };
 
 }  // namespace Routing6

@@ -30,12 +30,6 @@ class RoutingFlag : public Mav::Entity {
     store(routing_, routing, routingAttributeId, &NotifieeConst::onRouting);
   }
 
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::plainAttribute<&RoutingFlag::routing, &RoutingFlag::routingIs>("routing")};
-    return table;
-  }
-
  private:
   bool routing_ = false;
 };

@@ -1,7 +1,9 @@
 #pragma once
 // An entity for tests: one number, and one announced collection of parts with a fixed weight.
 
+#include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "platform/mav/announced_map.h"
@@ -46,19 +48,13 @@ class CounterEntity : public Mav::Entity {
         key, [&] { return Mav::makeObject<Part>(weight); },
         [&](Part const& m) { Mav::checkConstructorParameter("_weight", weight, m.weight()); });
   }
-  void lightPartIs(int key) { partIs(key, 1); }
   void partDel(int key) { part_.del(key); }
   void partDelAll() { part_.delAll(); }
 
-  std::string_view typeName() const override { return "Test::CounterEntity"; }
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{
-        Mav::plainAttribute<&CounterEntity::value, &CounterEntity::valueIs>("value"),
-        Mav::collectionAttribute<&CounterEntity::lightPartIs, &CounterEntity::partDel>("part"),
-        Mav::plainAttribute<&CounterEntity::doubled>("doubled")};
-    return table;
+  std::span<std::string_view const> attributeNames() const override {
+    static constexpr std::array<std::string_view, 2> names{"value", "part"};
+    return names;
   }
-  int doubled() const { return 2 * value_; }
 
  private:
   int value_ = 0;

@@ -1,8 +1,5 @@
 #include "platform/mav/entity.h"
 
-#include <any>
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "platform/mav/directory.h"
@@ -17,28 +14,7 @@ using Test::CounterEntity;
 class OtherEntity : public Mav::Entity {
  public:
   using Entity::Entity;
-  std::string_view typeName() const override { return "Test::OtherEntity"; }
-  Mav::AttributeTable const& attributeTable() const override {
-    static Mav::AttributeTable const table{};
-    return table;
-  }
 };
-
-TEST(Entity, whatTheGenericInterfaceRefuses) {
-  auto const entity = Mav::makeObject<CounterEntity>();
-  EXPECT_EQ(rangeError([&] { return entity->attribute("colour"); }),
-            "Test::CounterEntity has no attribute 'colour'");
-  EXPECT_EQ(rangeError([&] { entity->attributeIs("doubled", 4); }),
-            "Test::CounterEntity attribute 'doubled' cannot be set by name");
-  EXPECT_EQ(rangeError([&] { return entity->attribute("part"); }),
-            "Test::CounterEntity attribute 'part' is a collection, which has no one value");
-  EXPECT_EQ(rangeError([&] { entity->memberDel("value", 4); }),
-            "Test::CounterEntity attribute 'value' has no members to be removed by key");
-  EXPECT_EQ(rangeError([&] { entity->attributeIs("value", 4.0); }),
-            "Test::CounterEntity 'counter' takes a value of type int here, not double");
-  EXPECT_EQ(entity->value(), 0);
-  EXPECT_EQ(std::any_cast<std::string>(entity->attribute("name")), "counter");
-}
 
 TEST(Directory, mountsByPathWithATypeTest) {
   Mav::Directory directory;
