@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "agent/route_refusal.h"
 #include "agent/trace.h"
 #include "platform/blipmark/blipmark.h"
 

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "agent/route_refusal.h"
 #include "agent/trace.h"
 #include "model/protocol_map.h"
 #include "platform/blipmark/blipmark.h"

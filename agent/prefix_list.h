@@ -51,9 +51,18 @@ class PrefixList : public Mav::Entity {
     prefix_.put(prefix, newPrefix(prefix, value));
   }
   /// Its bool; false when it was absent.
-  bool prefixDel(Dovel::Prefix const& prefix);
+  bool prefixDel(Dovel::Prefix const& prefix) {
+    bool const value = this->prefix(prefix);
+    prefix_.del(prefix);
+    return value;
+  }
   /// Announced one by one where anybody listens; else at once, however many they are.
-  void prefixDelAll();
+  void prefixDelAll() {
+    // Every route may wait for one interface: while nobody listens, they are not erased one by one,
+    // which nobody can tell.
+    if (isHeard()) return prefix_.delAll();
+    prefix_.map().clear();
+  }
 
  private:
   Dovel::IntfId const intfId_;

@@ -35,6 +35,11 @@ struct RouteTableTexts {
   char const* table;
 };
 
+/// The row that a route which refuses has in inetCidrRouteTable, and in no other table; nothing of
+/// one that carries traffic. Its ifIndex is 0, since it names no interface (RFC 4292), and its
+/// protocol that of the route.
+std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route);
+
 template <class Prefix>
 class RouteTableSm : public Mav::Object {
  public:

@@ -30,7 +30,6 @@ class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
   /// known from configuration and from status.
   IntfData intf(IntfDataKey const& key) const { return intf_.get(key); }
   IntfIteratorConst intfIterator() const { return intf_.first(); }
-  IntfMap const& intfMap() const { return intf_; }
   /// Inserts or overwrites. Changes of `intf` are not announced.
   void intfIs(IntfData data);
   /// No effect when there is none.

@@ -62,8 +62,7 @@ class RouteHistoryTest : public RouteFixture,
     dir_->intfStatusDel(name);
     if (!isThere || draw(2) == 0)
       dir_->intfStatusIs(name, static_cast<std::int32_t>(draw(50)), true);
-    std::vector<std::pair<Pondo::Fib::FecId, Pondo::Fib::Fec>> fecs;
-    fecs_->forEachFec([&](auto fecId, auto const& fec) { fecs.emplace_back(fecId, fec); });
+    auto const fecs = fecs_->fecs();
     for (auto const& [fecId, fec] : fecs) fecs_->fecIs(fecId, fec);
   }
 

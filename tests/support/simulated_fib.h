@@ -64,9 +64,7 @@ class SimulatedForwardingStatus : public ForwardingStatus {
     auto const found = fecs_.find(fecId);
     return found == fecs_.end() ? nullptr : &found->second;
   }
-  void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const override {
-    for (auto const& [fecId, fec] : fecs_) visit(fecId, fec);
-  }
+  std::map<FecId, Fec> const& fecs() const { return fecs_; }
 
   void fecIs(FecId fecId, Fec const& fec) {
     fecs_[fecId] = fec;

@@ -5,8 +5,6 @@
 
 #include <memory>
 
-#include <absl/functional/function_ref.h>
-
 #include "platform/mav/entity.h"
 #include "platform/pondo/tables/fib_values.h"
 
@@ -26,9 +24,6 @@ class ForwardingStatus : public Mav::Entity {
   /// Gives the fec, decoded, or null; valid until the end of the turn. ConsistencyException when
   /// the table cannot be read now. Many routes ask for one fec: an implementation decodes it once.
   virtual Fec const* fec(FecId fecId) const = 0;
-
-  /// Calls visit(fecId, fec) for every fec, in the order of ids. ConsistencyException as above.
-  virtual void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const = 0;
 
   void addNotifiee(NotifieeConst* notifiee) const { notifiees_.add(notifiee); }
   void removeNotifiee(NotifieeConst* notifiee) const { notifiees_.remove(notifiee); }

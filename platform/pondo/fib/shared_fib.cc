@@ -134,11 +134,6 @@ class SharedFib::Fecs : public ForwardingStatus {
     return tables_->read([&](Snapshot const& now) { return found(now, fecId); });
   }
 
-  void forEachFec(absl::FunctionRef<void(FecId, Fec const&)> visit) const override {
-    if (!tables_->haveBeenShown()) return;
-    tables_->read([&](Snapshot const& now) { now.scan<FecTable>("", noLimit, visit); });
-  }
-
   void announce(Change const& change) {
     auto const fecId = FecTable::decodeKey(change.key);
     if (!fecId) return;

@@ -35,8 +35,7 @@ class SharedFib : public Listener {
   Mav::Ptr<ForwardingStatus const> forwardingStatus() const;
 
   /// Sets where reads go: to the Follower once it exists, to null before it goes. Until tables have
-  /// been announced, forEachRoute and forEachFec find nothing and every other read raises
-  /// ConsistencyException.
+  /// been announced, forEachRoute finds nothing and every other read raises ConsistencyException.
   void followerIs(Follower const* follower);
 
   std::span<TableId const> tables() const override;

@@ -4,6 +4,7 @@
 // State::Address4Mirror; read by the state machines, on the agent's thread.
 
 #include "platform/mav/announced_map.h"
+#include "platform/mav/constructor_parameter.h"
 #include "platform/state/entities/intf_status.h"
 
 namespace Interface {
@@ -26,18 +27,28 @@ class AllIntfStatusDir : public Mav::Entity {
 
   /// Null when there is no such interface. Whoever keeps it keeps the status of an interface that
   /// may have gone.
-  Mav::Ptr<IntfStatus const> intfStatus(Dovel::IntfId const& intfId) const;
+  Mav::Ptr<IntfStatus const> intfStatus(Dovel::IntfId const& intfId) const {
+    return intfStatus_.map().get(intfId);
+  }
   /// Survives what comes and goes meanwhile (ordered_map.h).
   IntfStatusIteratorConst intfStatusIterator() const { return intfStatus_.map().first(); }
-  std::size_t intfStatusCount() const { return intfStatus_.map().size(); }
 
   /// Creates the interface, or changes `operUp` of the one that is there. Mav::NameInUseException
   /// when that one has another ifIndex: it has to be deleted first.
-  Mav::Ptr<IntfStatus> intfStatusIs(Dovel::IntfId const& intfId, std::int32_t ifIndex, bool operUp);
+  Mav::Ptr<IntfStatus> intfStatusIs(Dovel::IntfId const& intfId, std::int32_t ifIndex,
+                                    bool operUp) {
+    auto status = intfStatus_.is(
+        intfId, [&] { return Mav::makeObject<IntfStatus>(intfId, ifIndex, operUp); },
+        [&](IntfStatus const& existing) {
+          Mav::checkConstructorParameter("_ifIndex", ifIndex, existing.ifIndex());
+        });
+    // Of one that was there: a new one has it already.
+    status->operUpIs(operUp);
+    return status;
+  }
   /// No effect when there is none. By then nothing may hang on it: the mirrors withdraw addresses
   /// and neighbours before (State::Phase).
   void intfStatusDel(Dovel::IntfId const& intfId) { intfStatus_.del(intfId); }
-  void intfStatusDelAll() { intfStatus_.delAll(); }
 
  private:
   Mav::AnnouncedMap<IntfStatusMap, NotifieeConst, intfStatusAttributeId,

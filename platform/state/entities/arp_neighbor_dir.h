@@ -34,15 +34,12 @@ class ArpIntfStatus : public Mav::Entity {
   /// An empty value when there is no such neighbour.
   ArpEntryStatus arpEntry(Dovel::IpAddr const& addr) const { return arpEntry_.map().get(addr); }
   ArpEntryIteratorConst arpEntryIterator() const { return arpEntry_.map().first(); }
-  /// For lookups that copy no value.
-  ArpEntryMap const& arpEntryMap() const { return arpEntry_.map(); }
 
   /// Files the neighbour under its address, in the place of what was there. The same value again
   /// announces nothing.
   void arpEntryIs(ArpEntryStatus const& status) { arpEntry_.put(status.addr(), status); }
   /// No effect when there is none.
   void arpEntryDel(Dovel::IpAddr const& addr) { arpEntry_.del(addr); }
-  void arpEntryDelAll() { arpEntry_.delAll(); }
 
  private:
   Mav::AnnouncedMap<ArpEntryMap, NotifieeConst, arpEntryAttributeId, &NotifieeConst::onArpEntry>
@@ -76,7 +73,6 @@ class NeighborDir : public Mav::Entity {
     return arpIntfStatus_.map().get(name);
   }
   ArpIntfStatusIteratorConst arpIntfStatusIterator() const { return arpIntfStatus_.map().first(); }
-  ArpIntfStatusMap const& arpIntfStatusMap() const { return arpIntfStatus_.map(); }
 
   /// The one that exists, or a new one without neighbours. Announced while it is empty.
   Mav::Ptr<ArpIntfStatus> arpIntfStatusIs(Mav::Name const& name) {

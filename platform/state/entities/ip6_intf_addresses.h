@@ -48,7 +48,6 @@ class Ip6IntfAddresses : public Mav::Entity {
   /// No effect when there is none. Whoever takes the last one takes the interface out of its
   /// directory next (Address6Mirror).
   void addrDel(Dovel::Ip6AddrWithMask const& addr) { addr_.del(addr); }
-  void addrDelAll() { addr_.delAll(); }
 
  private:
   Dovel::IntfId const intfId_;
