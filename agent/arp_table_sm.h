@@ -32,7 +32,6 @@ namespace IpSnmp {
 class ArpTableSm : public Mav::Object {
  public:
   class MavIntfStatusDir;
-  class MavIpMib;
   class MavStatus;
   class MavArpIntfStatus;
 
@@ -53,7 +52,7 @@ class ArpTableSm : public Mav::Object {
   /// stays.
   void intfStatusDirDel();
   /// From then on a neighbour that comes or goes is a RangeException in its reactor, and is traced.
-  void ipMibDel();
+  void ipMibDel() { ipMib_.reset(); }
   void statusDel();
 
   /// Null when there is no such interface, or no directory.
@@ -80,7 +79,6 @@ class ArpTableSm : public Mav::Object {
   ReactorSet<MavArpIntfStatus, Mav::Name> arpIntfStatus_;
 
   std::unique_ptr<MavIntfStatusDir> mavIntfStatusDir_;
-  std::unique_ptr<MavIpMib> mavIpMib_;
   std::unique_ptr<MavStatus> mavStatus_;
 };
 
