@@ -1,6 +1,6 @@
 #include "handlers/brivet/brivet_kelbase_records_table.h"
 
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/health.h"
 
 namespace IpSnmp {

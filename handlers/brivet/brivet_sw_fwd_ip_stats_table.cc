@@ -1,6 +1,6 @@
 #include "handlers/brivet/brivet_sw_fwd_ip_stats_table.h"
 
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/ip_mib.h"
 
 namespace IpSnmp {

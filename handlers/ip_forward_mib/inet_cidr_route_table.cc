@@ -1,7 +1,7 @@
 #include "handlers/ip_forward_mib/inet_cidr_route_table.h"
 
 #include "handlers/table/inet_index.h"
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/ip_forward_mib.h"
 
 namespace IpSnmp {

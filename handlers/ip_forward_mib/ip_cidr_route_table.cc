@@ -1,6 +1,6 @@
 #include "handlers/ip_forward_mib/ip_cidr_route_table.h"
 
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/ip_forward_mib.h"
 
 namespace IpSnmp {

@@ -1,6 +1,6 @@
 #include "handlers/ip_mib/ip_net_to_media_table.h"
 
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/ip_mib.h"
 
 namespace IpSnmp {

@@ -1,7 +1,7 @@
 #include "handlers/ip_mib/ip_net_to_physical_table.h"
 
 #include "handlers/table/inet_index.h"
-#include "handlers/table/table_callbacks.h"
+#include "handlers/table/table_frame.h"
 #include "model/ip_mib.h"
 
 namespace IpSnmp {

@@ -1,7 +1,7 @@
 #pragma once
 // The hint of a get-first: the table's part of the request, with the indexes of the row that the
 // iteration shall begin at. It comes from net-snmp's iterator, or from the row server while this is
-// traced. `Table` is as TableFrame has it (table_frame.h). On snmpd's thread; keeps nothing.
+// traced. table_frame.h tells what a `Table` is. On snmpd's thread; keeps nothing.
 //
 // For a GETNEXT of ipAdEntIfIndex.10.0.0.1 it is one variable, the IpAddress 10.0.0.1; the key made
 // of it is that of the row, and the iteration begins there.

@@ -1,7 +1,6 @@
 #pragma once
 // The rows of a table as the row server goes through them: the collection of an entity, in the
-// order of its instances, which is that of its keys. `Table` is as TableFrame has it
-// (table_frame.h).
+// order of its instances, which is that of its keys. table_frame.h tells what a `Table` is.
 //
 // Holds the row that a request is answered from, and, during a call of the handler, the one that
 // was found last. On the agent's thread.
@@ -65,12 +64,6 @@ class TableRows : public Snmp::SortedRows {
   };
 
  public:
-  /// Whether the collection finds a row by a descent. Known while compiling. A table of another
-  /// collection would be left to net-snmp's iterator.
-  static constexpr bool isSorted = requires(Rows const& rows, Snmp::Instance instance) {
-    rows.firstAfter(Sought{instance});
-  };
-
   /// `entity` may be null: then there are no rows.
   explicit TableRows(Entity const* entity) : entity_(entity) {}
 

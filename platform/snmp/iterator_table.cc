@@ -27,15 +27,7 @@ bool IteratorTable::addIndex(unsigned char type) {
   return snmp_varlist_add_variable(&table_.indexes, nullptr, 0, type, nullptr, 0) != nullptr;
 }
 
-void IteratorTable::callbacksAre(netsnmp_iterator_info const& callbacks) {
-  iterator_.get_first_data_point = callbacks.get_first_data_point;
-  iterator_.get_next_data_point = callbacks.get_next_data_point;
-  iterator_.make_data_context = callbacks.make_data_context;
-  iterator_.free_data_context = callbacks.free_data_context;
-  iterator_.free_loop_context_at_end = callbacks.free_loop_context_at_end;
-}
-
-void IteratorTable::sortedRowsAre(std::unique_ptr<SortedRows> rows) {
+void IteratorTable::rowsAre(std::unique_ptr<SortedRows> rows) {
   // With this flag net-snmp's iterator gives get-first a hint, by way of the loop context.
   iterator_.flags |= NETSNMP_ITERATOR_FLAG_SORTED;
   server_.emplace(std::move(rows), iterator_, columnNumbers_);

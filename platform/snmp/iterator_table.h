@@ -26,14 +26,11 @@ class IteratorTable {
   /// `type` is that of a component as a request's instance is parsed.
   [[nodiscard]] bool addIndex(unsigned char type);
 
-  /// Takes over the callbacks, and nothing else.
-  void callbacksAre(netsnmp_iterator_info const& callbacks);
-  /// For `myvoid`.
+  /// For the callbacks and `myvoid`.
   netsnmp_iterator_info& iterator() { return iterator_; }
-  /// The table is sorted, and these are its rows. Last: indexes and callbacks are there.
-  void sortedRowsAre(std::unique_ptr<SortedRows> rows);
-  /// Null of a table that is not sorted.
-  RowServer* server() { return server_ ? &*server_ : nullptr; }
+  /// Once, and last: indexes and callbacks are there.
+  void rowsAre(std::unique_ptr<SortedRows> rows);
+  RowServer& server() { return *server_; }
 
  private:
   // The numbers that columns_ points to, columns_ that table_ points to, and table_ that iterator_

@@ -87,15 +87,15 @@ int registerScalar(netsnmp_handler_registration* registration) {
 int registerTable(netsnmp_handler_registration* registration,
                   std::unique_ptr<IteratorTable> table) {
   auto& iterator = table->iterator();
-  auto* const server = table->server();
+  auto& server = table->server();
   int const status = registerAndRemember(registration, std::move(table), [&] {
     return netsnmp_register_table_iterator(registration, &iterator);
   });
   if (status != MIB_REGISTERED_OK) return status;
-  forEachSlice(*registration, [server](netsnmp_handler_registration* slice) {
+  forEachSlice(*registration, [&server](netsnmp_handler_registration* slice) {
     inject(slice, netsnmp_get_serialize_handler());
     // In front: the requests for several columns of a row come in one list, and share its search.
-    if (server) inject(slice, server->createHandler());
+    inject(slice, server.createHandler());
   });
   return status;
 }

@@ -17,7 +17,7 @@ namespace Snmp {
 int registerScalar(netsnmp_handler_registration* registration);
 
 /// As netsnmp_register_table_iterator, and remembers it together with `table`. Requests that come
-/// down meet the row server (of a sorted table), which calls the handler of `registration`, and go
+/// down meet the row server, which calls the handler of `registration`, and go
 /// on to net-snmp's own: serialize, bulk to next, table, iterator.
 int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<IteratorTable> table);
 
