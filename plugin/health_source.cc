@@ -1,7 +1,6 @@
 #include "plugin/health_source.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "platform/pondo/environment/errors.h"
@@ -24,13 +23,6 @@ static_assert(static_cast<int>(Pondo::TableId::route) == IpSnmp::sharedTableRout
 static_assert(static_cast<int>(Pondo::TableId::fec) == IpSnmp::sharedTableFec);
 static_assert(static_cast<int>(Pondo::TableId::route6) == IpSnmp::sharedTableRoute6);
 static_assert(static_cast<int>(Pondo::TableId::neighbour) == IpSnmp::sharedTableNeighbour);
-
-// The publisher's times come as seconds since the epoch (run_dir.h), and not as Mav::now() tells
-// them.
-double secondsSinceEpoch() {
-  using Seconds = std::chrono::duration<double>;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
-}
 
 std::uint64_t countOf(Pondo::Counters const& counters, std::string_view name) {
   auto const found = std::find_if(counters.begin(), counters.end(),
@@ -64,7 +56,7 @@ void HealthSource::tellPublisher(IpSnmp::HealthData& data) {
     publisher_->alive = false;  // its file has gone; what it said of the state holds
   }
   if (!publisher_) return;
-  double const now = secondsSinceEpoch();
+  double const now = Pondo::secondsSinceEpoch();
   // One that is behind lives all the same: it runs, and says so.
   auto const keeping = publisher_->keeping(now);
   data.publisherAlive = keeping != Keeping::gone && keeping != Keeping::still;

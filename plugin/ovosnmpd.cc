@@ -11,7 +11,7 @@
 
 #include <sys/signalfd.h>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 #include "platform/snmp/net_snmp.h"
 #include "plugin/module.h"
 
@@ -59,7 +59,7 @@ int readCommandLine(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  Pondo::openStandardDescriptors();
+  Mav::openStandardDescriptors();
   if (int const code = readCommandLine(argc, argv); code >= 0) return code;
   snmp_enable_stderrlog();
   // The order is the agent library's: the role before init_agent(), a module behind that, and

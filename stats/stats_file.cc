@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/mav/descriptor.h"
+
 namespace Ip {
 
 namespace {
@@ -28,35 +30,19 @@ std::array<PathChoice, 3>& pathChoices() {
   return choices;
 }
 
-class OpenFile {
- public:
-  // O_NONBLOCK: a FIFO without a writer would block the daemon in open(2), and some files of proc
-  // that are regular by name (kmsg) would block it in read(2).
-  explicit OpenFile(char const* path)
-      : fd_(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {}
-  ~OpenFile() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  OpenFile(OpenFile const&) = delete;
-  OpenFile& operator=(OpenFile const&) = delete;
+bool isRegular(int fd) {
+  struct stat status {};
+  return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
 
-  bool isRegular() const {
-    struct stat status {};
-    return fd_ >= 0 && ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode);
-  }
-
-  /// As read(2), restarted after a signal.
-  ssize_t read(char* to, std::size_t size) const {
-    ssize_t count = 0;
-    do {
-      count = ::read(fd_, to, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-  }
-
- private:
-  int const fd_;
-};
+/// As read(2), restarted after a signal.
+ssize_t readOn(int fd, char* to, std::size_t size) {
+  ssize_t count = 0;
+  do {
+    count = ::read(fd, to, size);
+  } while (count < 0 && errno == EINTR);
+  return count;
+}
 
 }  // namespace
 
@@ -79,15 +65,17 @@ bool readStatsFile(std::string const& path, std::string& text) {
   // More than any of the three has: the first read takes it whole, the second finds its end.
   constexpr std::size_t usualSize = 16U << 10U;
   text.clear();
-  OpenFile const file(path.c_str());
+  // O_NONBLOCK: a FIFO without a writer would block the daemon in open(2), and some files of proc
+  // that are regular by name (kmsg) would block it in read(2).
+  Mav::Descriptor const file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   // Of the open file, not of the path: what is there may have been replaced in between.
-  if (!file.isRegular()) return false;
+  if (!isRegular(file.get())) return false;
 
   // A file of /proc has no size that could be asked for: it is read until it ends.
   std::size_t used = 0;
   while (used < statsFileSizeMax) {
     if (used == text.size()) text.resize(std::clamp(2 * used, usualSize, statsFileSizeMax));
-    ssize_t const count = file.read(text.data() + used, text.size() - used);
+    ssize_t const count = readOn(file.get(), text.data() + used, text.size() - used);
     if (count < 0) return false;
     if (count == 0) break;
     used += static_cast<std::size_t>(count);

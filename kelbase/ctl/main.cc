@@ -12,7 +12,7 @@
 
 #include "kelbase/ctl/command.h"
 #include "kelbase/ctl/fd_output.h"
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ bool isTerminal(int fd) {
 int main(int argc, char** argv) {
   // Before anything is opened: a descriptor of 0 to 2 that is closed would be given to the tables,
   // and the output be written into them.
-  Pondo::openStandardDescriptors();
+  Mav::openStandardDescriptors();
   // A broken pipe comes back as EPIPE, so that the tables are left in order.
   std::signal(SIGPIPE, SIG_IGN);
   // std::cin is read in blocks then.

@@ -11,8 +11,8 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
+#include "platform/mav/descriptor.h"
 #include "platform/mav/trace_handle.h"
-#include "platform/pondo/environment/descriptor.h"
 #include "platform/pondo/environment/table_files.h"
 #include "platform/pondo/tables/format.h"
 
@@ -55,7 +55,7 @@ std::string_view takeLine(std::string_view& text) {
 
 /// The beginning of a file; the kernel makes the whole of it in one read.
 std::string readStart(std::filesystem::path const& file) {
-  Pondo::Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  Mav::Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!fd) throwErrno("open");
   std::array<char, 4096> buffer{};
   auto const got = ::read(fd.get(), buffer.data(), buffer.size());
@@ -151,7 +151,7 @@ void NetSnmpFile::renewNow() {
 
 void NetSnmpFile::write(std::string_view text) const {
   constexpr mode_t mode = 0640;
-  Pondo::Descriptor const fd(
+  Mav::Descriptor const fd(
       ::open(staged_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode));
   if (!fd) throwErrno("open");
   // Whether the group may be given to files, the tables have told.

@@ -16,6 +16,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include "platform/mav/descriptor.h"
 #include "platform/mav/trace_handle.h"
 
 namespace Mav {
@@ -39,19 +40,10 @@ void tell(Action const& action) noexcept {
   throw Exception(fmt::format("activity: {}: {}", what, std::strerror(errno)));
 }
 
-class OwnedFd {
- public:
-  OwnedFd(int fd, char const* call) : fd_(fd) {
-    if (fd_ < 0) throwErrno(call);
-  }
-  ~OwnedFd() { close(fd_); }
-  OwnedFd(OwnedFd const&) = delete;
-  OwnedFd& operator=(OwnedFd const&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
+Descriptor opened(int fd, char const* call) {
+  if (fd < 0) throwErrno(call);
+  return Descriptor(fd);
+}
 
 /// An absolute timerfd time. Rounded up, so that now() has reached it when it fires; never 0, which
 /// would disarm.
@@ -91,10 +83,10 @@ struct Activity::Impl {
   void ring(bool on) const;
   void timerIs(double time) const;
 
-  OwnedFd const epoll{epoll_create1(EPOLL_CLOEXEC), "epoll_create1"};
-  OwnedFd const timer{timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK),
-                      "timerfd_create"};
-  OwnedFd const bell{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
+  Descriptor const epoll = opened(epoll_create1(EPOLL_CLOEXEC), "epoll_create1");
+  Descriptor const timer =
+      opened(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
+  Descriptor const bell = opened(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
   Ptr<Clock const> const clock = makeObject<Clock>();
 
   std::unordered_map<std::uint64_t, Watched> watched;

@@ -63,17 +63,11 @@ std::vector<FileIdentity>& openInProcess() {
   return open;
 }
 
-FileIdentity identityOf(std::filesystem::path const& file) {
-  struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) return {};
-  return {status.st_dev, status.st_ino};
-}
-
 void refuseSecond(std::filesystem::path const& directory) {
   auto const& open = openInProcess();
-  auto const found = identityOf(directory / Format::dataFile);
+  auto const found = identityAt(directory / Format::dataFile);
   // No file yet: tables that are being made.
-  if (found == FileIdentity{} || std::find(open.begin(), open.end(), found) == open.end()) return;
+  if (!found || std::find(open.begin(), open.end(), *found) == open.end()) return;
   throw EnvironmentException(
       fmt::format("{}: is open in this process already; close that reader or writer first",
                   directory.string()));
@@ -158,7 +152,7 @@ Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t
 void Environment::watchLock() {
   auto const file = directory_ / Format::lockFile;
   // LMDB shows nobody its own descriptor. For writing: mend() gives the file its length back.
-  lock_ = Descriptor(::open(file.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  lock_ = Mav::Descriptor(::open(file.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   // A process that cannot have it goes without the checks of damaged().
   if (!lock_ || ::fstat(lock_.get(), &status) != 0) return;

@@ -11,8 +11,9 @@
 
 #include <lmdb.h>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 #include "platform/pondo/environment/errors.h"
+#include "platform/pondo/environment/file_identity.h"
 #include "platform/pondo/tables/format.h"
 
 namespace Pondo {
@@ -104,7 +105,7 @@ class Environment {
   std::int64_t size_ = 0;
   FileIdentity data_;
   // Closed after LMDB's own (format.h, caveats). None where LMDB has gone on without a lock file.
-  Descriptor lock_;
+  Mav::Descriptor lock_;
   std::int64_t lockSize_ = 0;
   LockHead lockHead_{};
 };

@@ -24,12 +24,12 @@ constexpr std::uint32_t names =
 
 }  // namespace
 
-Descriptor openInotify(std::filesystem::path const& runDir) {
-  Descriptor inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+Mav::Descriptor openInotify(std::filesystem::path const& runDir) {
+  Mav::Descriptor inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   if (inotify) return inotify;
   int const code = errno;
   // EMFILE tells of either limit (inotify_init(2)).
-  bool const isOutOfFiles = code == EMFILE && !Descriptor(::open("/", O_PATH | O_CLOEXEC));
+  bool const isOutOfFiles = code == EMFILE && !Mav::Descriptor(::open("/", O_PATH | O_CLOEXEC));
   char const* const advice = isOutOfFiles ? "raise the open files limit (ulimit -n)"
                                           : "raise fs.inotify.max_user_instances";
   Mav::log(Mav::Severity::warning,

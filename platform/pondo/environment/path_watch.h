@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 
 struct inotify_event;
 
@@ -22,7 +22,7 @@ namespace Pondo {
 /// Gives an inotify instance. Where the kernel gives none (its limit is one of the user's processes
 /// together), a log line tells so and the descriptor is empty: who watches `runDir` has to look by
 /// himself.
-Descriptor openInotify(std::filesystem::path const& runDir);
+Mav::Descriptor openInotify(std::filesystem::path const& runDir);
 
 /// On one thread. It tells that something happened and never what: its owner looks at the path.
 class PathWatch {
@@ -60,7 +60,7 @@ class PathWatch {
   void note(inotify_event const& event, std::string_view name, Events& events) const;
 
   std::filesystem::path runDir_;
-  Descriptor inotify_;
+  Mav::Descriptor inotify_;
   std::vector<Watched> watched_;
   bool complained_ = false;
 };

@@ -17,10 +17,11 @@
 namespace Pondo {
 namespace {
 
-Descriptor openLockFile(std::filesystem::path const& file) {
+Mav::Descriptor openLockFile(std::filesystem::path const& file) {
   // Without O_TRUNC: the predecessor's words are read before they are written over, by this process
   // (predecessorFailed) and by readers.
-  Descriptor fd(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
+  Mav::Descriptor fd(
+      ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
   if (!fd) throwNotMine(errno, file, "open");
   struct stat status {};
   if (::fstat(fd.get(), &status) != 0) throwCode(errno, file, "open");
@@ -40,13 +41,6 @@ std::string oneLine(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return c < ' '; }, '?');
   return text;
-}
-
-FileIdentity identityOf(int fd) {
-  struct stat status {};
-  // It fails for no open descriptor of a file.
-  ::fstat(fd, &status);
-  return {status.st_dev, status.st_ino};
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 #include <sys/types.h>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 #include "platform/pondo/environment/run_dir.h"
 
 namespace Pondo {
@@ -65,7 +65,7 @@ class PublisherLock {
   bool write(std::string const& text) const;
 
   std::filesystem::path file_;
-  Descriptor fd_;
+  Mav::Descriptor fd_;
   std::string head_;    // the lines that stay
   double exactAt_ = 0;  // seconds since the machine's start, as all times of the file
   std::string told_;    // the lines of the last sign of life

@@ -15,13 +15,13 @@ namespace {
 
 using Readers::Slot;
 
-Descriptor openReaders(std::filesystem::path const& file, int access) {
+Mav::Descriptor openReaders(std::filesystem::path const& file, int access) {
   // O_NONBLOCK: a FIFO in the file's place would stop who opens it (fifo(7)), and with it snmpd.
-  Descriptor fd(::open(file.c_str(), access | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  Mav::Descriptor fd(::open(file.c_str(), access | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   bool const isFile = fd && ::fstat(fd.get(), &status) == 0 && S_ISREG(status.st_mode) &&
                       status.st_size == static_cast<off_t>(Readers::fileSize);
-  return isFile ? std::move(fd) : Descriptor();
+  return isFile ? std::move(fd) : Mav::Descriptor();
 }
 
 off_t offsetOf(std::size_t slot) { return static_cast<off_t>(slot * sizeof(Slot)); }
@@ -92,7 +92,7 @@ void makeReadersFile(std::filesystem::path const& runDir, std::optional<gid_t> g
   // is gone, and take one in the new file.
   ::unlink(file.c_str());
   constexpr mode_t mode = 0660;
-  Descriptor const fd(
+  Mav::Descriptor const fd(
       ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
   // Zeros: a slot that is held and not written yet counts as malformed until it is.
   if (!fd || ::ftruncate(fd.get(), static_cast<off_t>(Readers::fileSize)) != 0) return;
@@ -136,12 +136,8 @@ void ReaderReport::stateIs(std::uint64_t generation, std::uint64_t resyncs,
 }
 
 void ReaderReport::look() {
-  struct stat status {};
-  FileIdentity const mine = ::fstat(fd_.get(), &status) == 0
-                                ? FileIdentity{status.st_dev, status.st_ino}
-                                : FileIdentity{};
   // Where it has no slot it looks for one each time: another reader may have gone.
-  if (fd_ && identityAt(file_) == mine) return;
+  if (fd_ && identityAt(file_) == identityOf(fd_.get())) return;
   told_ = {};
   timer_.timeMinIs(std::max(notBefore_, Mav::asap));
 }
@@ -152,7 +148,7 @@ void ReaderReport::takeSlot() {
     auto lock = lockOf(slot_);
     if (::fcntl(fd_.get(), F_OFD_SETLK, &lock) == 0) return;
   }
-  fd_ = Descriptor();
+  fd_ = Mav::Descriptor();
 }
 
 void ReaderReport::write() {

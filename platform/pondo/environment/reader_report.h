@@ -19,7 +19,7 @@
 #include <sys/types.h>
 
 #include "platform/mav/activity.h"
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 
 namespace Pondo {
 
@@ -98,7 +98,7 @@ class ReaderReport {
 
   std::filesystem::path const file_;
   Mav::Timer timer_;
-  Descriptor fd_;  // with the slot
+  Mav::Descriptor fd_;  // with the slot
   std::size_t slot_ = 0;
   // What there is to tell, what the slot says, and the time of Mav::now() before which it is not
   // written.

@@ -114,7 +114,9 @@ double PublisherInfo::age(double now) const {
 
 double sinceMachineStart() { return secondsOf(CLOCK_BOOTTIME); }
 
-double machineStart() { return secondsOf(CLOCK_REALTIME) - sinceMachineStart(); }
+double secondsSinceEpoch() { return secondsOf(CLOCK_REALTIME); }
+
+double machineStart() { return secondsSinceEpoch() - sinceMachineStart(); }
 
 std::filesystem::path defaultRunDir() {
   char const* const set = std::getenv("KELBASE_RUNDIR");
@@ -131,7 +133,7 @@ std::filesystem::path plainPath(std::filesystem::path const& path) {
 std::optional<PublisherInfo> publisherInfo(std::filesystem::path const& runDir) {
   auto const file = runDir / Format::publisherLockFile;
   // O_NONBLOCK: a FIFO in the file's place would stop who opens it (fifo(7)).
-  Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  Mav::Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   // Also where the run directory is absent, of which whoever opens the tables is told.
   if (!fd && errno == ENOENT) return std::nullopt;
   if (!fd) throwCode(errno, file, "open");

@@ -47,6 +47,8 @@ enum class Keeping {
 /// for ever. Never a simulated time (platform/mav/time.h): that ends with the process, and the
 /// file's other side is another one.
 double sinceMachineStart();
+/// By the machine's clock, as the times of a PublisherInfo are.
+double secondsSinceEpoch();
 /// The time when the machine started, by its clock as that is set now: seconds since the epoch.
 double machineStart();
 

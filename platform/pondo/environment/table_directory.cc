@@ -114,9 +114,10 @@ void openFiles(fs::path const& tables, FileSettings const& settings) {
   ownershipIs(tables, 0750, settings.group);
 }
 
-Descriptor openDoorbellIn(fs::path const& tables, FileSettings const& settings) {
+Mav::Descriptor openDoorbellIn(fs::path const& tables, FileSettings const& settings) {
   auto const file = tables / Format::doorbellFile;
-  Descriptor fd(::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0660));
+  Mav::Descriptor fd(
+      ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0660));
   if (!fd) throwCode(errno, file, "open");
   ownershipIs(file, 0660, settings.group);
   return fd;
@@ -230,7 +231,7 @@ std::unique_ptr<Environment> makeCopiedTables(fs::path const& runDir, FileSettin
   });
 }
 
-Descriptor openDoorbell(fs::path const& runDir, FileSettings const& settings) {
+Mav::Descriptor openDoorbell(fs::path const& runDir, FileSettings const& settings) {
   return openDoorbellIn(runDir / Format::tablesDirectory, settings);
 }
 

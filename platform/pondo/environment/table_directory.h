@@ -11,7 +11,7 @@
 
 #include <sys/types.h>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
 #include "platform/pondo/environment/lmdb_handles.h"
 
 namespace Pondo {
@@ -44,6 +44,6 @@ std::unique_ptr<Environment> makeCopiedTables(std::filesystem::path const& runDi
                                               FileSettings const& settings, Environment& old);
 
 /// Opens the doorbell, and makes it where it is missing.
-Descriptor openDoorbell(std::filesystem::path const& runDir, FileSettings const& settings);
+Mav::Descriptor openDoorbell(std::filesystem::path const& runDir, FileSettings const& settings);
 
 }  // namespace Pondo

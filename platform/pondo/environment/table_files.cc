@@ -77,7 +77,7 @@ MetaPage metaPageAt(int fd, std::uint64_t offset, std::filesystem::path const& f
 }
 
 void requireWhole(std::filesystem::path const& file) {
-  Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  Mav::Descriptor const fd(::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
   if (!fd) throwCode(errno, file, "open");
   struct stat status {};
   if (::fstat(fd.get(), &status) != 0) throwCode(errno, file, "read");
@@ -118,12 +118,6 @@ void throwNotMine(int code, std::filesystem::path const& path, std::string_view 
                   "as the user who may write there",
                   path.string(), what, std::strerror(code)),
       code == EACCES || code == EPERM ? Reason::denied : Reason::absent);
-}
-
-std::optional<FileIdentity> identityAt(std::filesystem::path const& path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
-  return FileIdentity{status.st_dev, status.st_ino};
 }
 
 gid_t groupByName(std::string const& name) {

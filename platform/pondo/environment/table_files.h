@@ -9,7 +9,8 @@
 
 #include <sys/types.h>
 
-#include "platform/pondo/environment/descriptor.h"
+#include "platform/mav/descriptor.h"
+#include "platform/pondo/environment/file_identity.h"
 
 namespace Pondo {
 
@@ -21,10 +22,6 @@ void checkFiles(std::filesystem::path const& tables);
 /// As throwCode(), for the side that publishes: who may not make or open a file is told to choose
 /// another place, not to start a publisher.
 [[noreturn]] void throwNotMine(int code, std::filesystem::path const& path, std::string_view what);
-
-/// Tells what a path leads to now, without following a symbolic link; nothing when there is
-/// nothing, or it is out of reach.
-std::optional<FileIdentity> identityAt(std::filesystem::path const& path);
 
 /// Gives the group's number. EnvironmentException when there is no group of that name.
 gid_t groupByName(std::string const& name);

@@ -72,7 +72,7 @@ struct Writer::Impl {
   std::filesystem::path const runDir;
   Options const options;
   FileSettings const settings;
-  Descriptor const notices;  // may be none
+  Mav::Descriptor const notices;  // may be none
 
   // Changed by the publisher's thread.
   // The lock goes last, and the transaction before the environment: until all is closed, no other
@@ -83,7 +83,7 @@ struct Writer::Impl {
   Format::MetaRecord meta;
   FileIdentity directory;
   FileIdentity lockFile;
-  Descriptor doorbell;
+  Mav::Descriptor doorbell;
   std::vector<int> watches;
   std::optional<WriteTransaction> txn;
   Batch batch;

@@ -1,7 +1,6 @@
 #include "platform/pondo/follower/follower.h"
 
 #include <algorithm>
-#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -29,12 +28,6 @@ constexpr char const* inSync = "in sync";
 Mav::TraceHandle const& traceHandle() {
   static Mav::TraceHandle const handle("Pondo");
   return handle;
-}
-
-// Not Mav::now(): what publishers tell is read as times since the epoch (PublisherInfo).
-double secondsSinceEpoch() {
-  using Seconds = std::chrono::duration<double>;
-  return Seconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 std::string nameOf(PublisherInfo const& publisher) {

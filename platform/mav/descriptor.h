@@ -4,10 +4,9 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/types.h>
 #include <unistd.h>
 
-namespace Pondo {
+namespace Mav {
 
 /// What close(2) answers is not looked at: write(2) has told what became of the data.
 class Descriptor {
@@ -40,12 +39,4 @@ inline void openStandardDescriptors() {
   if (fd >= 0) ::close(fd);
 }
 
-/// Tells which file a path or a descriptor leads to. A file that was replaced has another one: as
-/// long as the old one is open somewhere, the file system gives its number to no other.
-struct FileIdentity {
-  dev_t device = 0;
-  ino_t inode = 0;
-  bool operator==(FileIdentity const&) const = default;
-};
-
-}  // namespace Pondo
+}  // namespace Mav
