@@ -15,8 +15,8 @@ FecRows::FecRows(Pondo::Fib::Fec const& fec, Interface::AllIntfStatusDir const* 
 }
 
 void FecRows::checkVias() const {
-  // An index that cannot be is made for its exception alone.
-  if (vias_ > Pondo::Fib::viasMax) static_cast<void>(Pondo::Fib::ViaIndex(Pondo::Fib::viasMax));
+  if (vias_ <= Pondo::Fib::viasMax) return;
+  throw Mav::RangeException("ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed");
 }
 
 void FecRows::add(Pondo::Fib::Via const& via, Interface::AllIntfStatusDir const* intfStatusDir) {

@@ -32,7 +32,7 @@ class FecRows {
   std::vector<IpForwardMib::RowHop> const& hops() const { return hops_; }
   /// In the order of the vias.
   std::vector<Refusal> const& refusals() const { return refusals_; }
-  /// Raises what the vias beyond the last that a fec may have raise; no effect without them.
+  /// Mav::RangeException when the fec has more vias than a fec may have.
   void checkVias() const;
 
  private:

@@ -22,27 +22,8 @@ class FecId : public Mav::NumberValue<FecId, std::uint64_t> {
   using NumberValue::NumberValue;
 };
 
-/// The place of a via in its fec, 0 to 127.
-class ViaIndex {
- public:
-  static constexpr std::size_t min = 0;
-  static constexpr std::size_t max = 127;
-
-  constexpr ViaIndex() = default;
-  /// Mav::RangeException "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed".
-  explicit ViaIndex(std::size_t value);
-
-  constexpr std::size_t value() const { return value_; }
-  /// Mav::RangeException as above, beyond the last.
-  ViaIndex& operator++();
-  auto operator<=>(ViaIndex const&) const = default;
-
- private:
-  std::uint8_t value_ = 0;
-};
-
 /// The most vias that a fec has. A set of the kernel that has more is cut, with a log line.
-inline constexpr std::size_t viasMax = ViaIndex::max + 1;
+inline constexpr std::size_t viasMax = 128;
 
 /// A next hop in a fec: the address of a neighbour (nextHop, or nextHop6), an interface, or both.
 struct Via {
