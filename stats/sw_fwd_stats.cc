@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include <absl/cleanup/cleanup.h>
+
 #include "platform/mav/time.h"
 #include "stats/stats_file.h"
 #include "stats/stats_scan.h"
@@ -105,11 +107,8 @@ void SwFwdStats::doRead() const {
 void SwFwdStats::commit(SwFwdStatsData const& data) {
   // lastUpdate follows the data: until then a notifiee's question would start another read, whose
   // data would differ under traffic, and so on without end.
-  struct Committing {
-    explicit Committing(bool& flag) : flag_(flag) { flag_ = true; }
-    ~Committing() { flag_ = false; }
-    bool& flag_;
-  } const committing(committing_);
+  committing_ = true;
+  absl::Cleanup const committed = [this] { committing_ = false; };
   dataIs(data);
   lastUpdateIs(Mav::now());
 }

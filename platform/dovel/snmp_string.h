@@ -8,7 +8,7 @@
 #include <compare>
 #include <cstdint>
 #include <cstring>
-#include <iosfwd>
+#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -48,7 +48,9 @@ class String {
   friend bool operator!(String const& string) { return string.empty(); }
 
   /// Prints the octets, with escapes (mav/strep.h) for what is not printable.
-  friend std::ostream& operator<<(std::ostream& out, String const& string);
+  friend std::ostream& operator<<(std::ostream& out, String const& string) {
+    return out << Mav::escaped(string.bytes());
+  }
   friend std::string valueToStrep(String const& string) { return Mav::quoted(string.bytes()); }
   friend void parseStrep(Mav::StrepReader& in, String& string) { string = String(in.quoted()); }
 

@@ -5,6 +5,8 @@
 #include <span>
 #include <utility>
 
+#include <absl/cleanup/cleanup.h>
+
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/registrations.h"
@@ -56,18 +58,6 @@ std::set<Registered> othersWithin(ObjectRoot const& place) {
   return others;
 }
 
-/// net-snmp leaves its lookup cache switched off when it does not find what it is to unregister.
-class LookupCache {
- public:
-  LookupCache() : size_(netsnmp_get_lookup_cache_size()) {}
-  ~LookupCache() { netsnmp_set_lookup_cache_size(size_); }
-  LookupCache(LookupCache const&) = delete;
-  LookupCache& operator=(LookupCache const&) = delete;
-
- private:
-  int const size_;
-};
-
 /// Names of what has gone and was not told yet.
 std::vector<std::string>& gone() {
   static std::vector<std::string> names;
@@ -90,7 +80,10 @@ ObjectRoot placeOf(netsnmp_handler_registration const& registration) {
 }
 
 void takeOut(ObjectRoot const& place) {
-  LookupCache const lookupCache;
+  // net-snmp leaves its lookup cache switched off when it does not find what it is to unregister.
+  absl::Cleanup const restore = [size = netsnmp_get_lookup_cache_size()] {
+    netsnmp_set_lookup_cache_size(size);
+  };
   bool any = false;
   // A list of its own is walked: to unregister changes those of the registry.
   for (auto registered : othersWithin(place)) {

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <absl/cleanup/cleanup.h>
+
 #include "platform/snmp/callback.h"
 
 namespace Snmp {
@@ -13,27 +15,6 @@ constexpr char const* handlerName = "row_server";
 Instance nameOf(netsnmp_request_info const& request) {
   return {request.requestvb->name, request.requestvb->name_length};
 }
-
-/// Takes a request out of its list while it lives.
-class Alone {
- public:
-  explicit Alone(netsnmp_request_info& request)
-      : request_(request), next_(request.next), prev_(request.prev) {
-    request.next = nullptr;
-    request.prev = nullptr;
-  }
-  ~Alone() {
-    request_.next = next_;
-    request_.prev = prev_;
-  }
-  Alone(Alone const&) = delete;
-  Alone& operator=(Alone const&) = delete;
-
- private:
-  netsnmp_request_info& request_;
-  netsnmp_request_info* const next_;
-  netsnmp_request_info* const prev_;
-};
 
 /// Data of a request, under a name, while it lives.
 class RequestData {
@@ -58,35 +39,6 @@ class RequestData {
  private:
   netsnmp_request_info& request_;
   netsnmp_data_list node_{};
-};
-
-/// The rows of one call of the handler, during which none comes or goes.
-class Forgetting {
- public:
-  explicit Forgetting(SortedRows& rows) : rows_(rows) {}
-  ~Forgetting() { rows_.forget(); }
-  Forgetting(Forgetting const&) = delete;
-  Forgetting& operator=(Forgetting const&) = delete;
-
- private:
-  SortedRows& rows_;
-};
-
-/// The mode that a table's handler sees of a GETNEXT or GETBULK whose row has been found. It is the
-/// one that net-snmp's iterator would show it: a table refuses all that is not a GET
-/// (answerTable()).
-class GetMode {
- public:
-  explicit GetMode(netsnmp_agent_request_info& info) : info_(info), mode_(info.mode) {
-    if (mode_ == MODE_GETNEXT || mode_ == MODE_GETBULK) info.mode = MODE_GET;
-  }
-  ~GetMode() { info_.mode = mode_; }
-  GetMode(GetMode const&) = delete;
-  GetMode& operator=(GetMode const&) = delete;
-
- private:
-  netsnmp_agent_request_info& info_;
-  int const mode_;
 };
 
 // The repetitions of a GETBULK: a chain of variables behind the one that is asked for. The agent
@@ -208,13 +160,19 @@ int RowServer::handle(netsnmp_mib_handler* handler, netsnmp_handler_registration
     while (call.table->next) call.table = call.table->next;
     // The last find holds for this call alone: before the next one a turn of the loop may have
     // filed changes.
-    Forgetting const forgetting(*server.rows_);
+    absl::Cleanup const forget = [&] { server.rows_->forget(); };
     int status = SNMP_ERR_NOERROR;
     for (auto *request = requests, *next = request; request; request = next) {
       next = request->next;
       if (request->processed != 0) continue;
-      // Handlers of tables work off a whole list, and end it at the first row that is absent.
-      Alone const alone(*request);
+      // Out of its list meanwhile: handlers of tables work off a whole one, and end it at the first
+      // row that is absent.
+      auto* const previous = std::exchange(request->prev, nullptr);
+      request->next = nullptr;
+      absl::Cleanup const putBack = [=] {
+        request->next = next;
+        request->prev = previous;
+      };
       int const one = server.settle(call, request);
       if (status == SNMP_ERR_NOERROR) status = one;
     }
@@ -309,7 +267,11 @@ int RowServer::callTable(Call const& call, netsnmp_request_info* request, unsign
   // netsnmp_extract_iterator_context() find them, which the table's handler calls.
   RequestData const table(*request, TABLE_HANDLER_NAME, &hint_);
   RequestData const context(*request, TABLE_ITERATOR_NAME, row);
-  GetMode const mode(*call.info);
+  // Of a GETNEXT or GETBULK whose row has been found the table's handler sees the mode that
+  // net-snmp's iterator would show it: a table refuses all that is not a GET (answerTable()).
+  auto const mode = call.info->mode;
+  absl::Cleanup const restore = [&] { call.info->mode = mode; };
+  if (mode == MODE_GETNEXT || mode == MODE_GETBULK) call.info->mode = MODE_GET;
   return netsnmp_call_handler(call.table, call.registration, call.info, request);
 }
 
