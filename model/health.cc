@@ -41,6 +41,4 @@ void Health::freshen() const {
   }
 }
 
-Mav::Ptr<Health> healthFactory(Mav::Name name) { return Mav::makeObject<Health>(std::move(name)); }
-
 }  // namespace IpSnmp

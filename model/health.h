@@ -73,7 +73,4 @@ class Health : public Mav::Entity {
   mutable double takenAt_;
 };
 
-/// One without a source.
-Mav::Ptr<Health> healthFactory(Mav::Name name);
-
 }  // namespace IpSnmp

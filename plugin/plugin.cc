@@ -43,7 +43,7 @@ void logTimes() {
 Plugin::Plugin(std::filesystem::path const& runDir, std::function<void()> startOver)
     : mirrors_(Mav::Directory::root(), *this),
       caches_(Mav::Directory::root(), activity_, mirrors_, fib_),
-      health_(IpSnmp::healthFactory("health")),
+      health_(Mav::makeObject<IpSnmp::Health>("health")),
       filing_(activity_.clock(), [this] { serveOnceFiled(); }),
       startOver_(activity_.clock(), std::move(startOver)),
       // Interfaces before the routes through them.

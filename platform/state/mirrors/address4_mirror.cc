@@ -63,21 +63,13 @@ void Address4Mirror::interfaceIs(Key const& key, Served const& served, LinkRecor
 
 void Address4Mirror::addressIs(AddressSource source, Dovel::IntfId const& intfId,
                                Dovel::IpAddrWithMask const& addr) {
-  if (source == AddressSource::config) {
-    config_->intfIs(intfId)->addrWithMaskIs(addr);
-  } else {
-    status_->intfIs(intfId)->activeAddrWithMaskIs(addr);
-  }
+  inDir(source, *config_, *status_, [&](auto& dir) { dir.intfIs(intfId)->addressIs(addr); });
 }
 
 void Address4Mirror::addressDel(AddressSource source, Dovel::IntfId const& intfId,
                                 Dovel::IpAddrWithMask const&) {
-  if (source == AddressSource::config) {
-    // The interface has this one address, and goes with it.
-    config_->intfDel(intfId);
-  } else {
-    status_->intfDel(intfId);
-  }
+  // The interface has this one address, and goes with it.
+  inDir(source, *config_, *status_, [&](auto& dir) { dir.intfDel(intfId); });
 }
 
 void Address4Mirror::addressAgain(AddressSource source, Dovel::IntfId const& intfId,

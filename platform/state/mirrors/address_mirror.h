@@ -96,6 +96,16 @@ class AddressMirror : public TableMirror<Table> {
     return std::pair(served_.lower_bound(from), served_.lower_bound(to));
   }
 
+  /// Calls call(dir) for the entity of the source.
+  template <class Config, class Status, class Call>
+  static void inDir(AddressSource source, Config& config, Status& status, Call const& call) {
+    if (source == AddressSource::config) {
+      call(config);
+    } else {
+      call(status);
+    }
+  }
+
  private:
   using Addr = std::remove_cvref_t<decltype(AddrWithMask().address())>;
   using Ledger = PrefixLedger<Addr>;
