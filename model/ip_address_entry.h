@@ -16,7 +16,6 @@ namespace IpSnmp {
 class IpAddressEntry : public Mav::Counted<IpAddressEntry> {
  public:
   using IntfMap = Mav::OrderedMap<IntfDataKey, IntfData>;
-  using IntfIterator = IntfMap::Iterator;
   using IntfIteratorConst = IntfMap::IteratorConst;
 
   /// Without a presence: not to be served until it has one.

@@ -37,7 +37,6 @@ class IpForwardMib : public Mav::Entity {
 
   // Row by row, as the other caches are changed. The state machine changes prefixes whole, below.
   using IpCidrRouteTableMap = Mav::OrderedMap<IpCidrRouteTableIndex, IpCidrRouteTableRow>;
-  using IpCidrRouteTableIterator = IpCidrRouteTableMap::Iterator;
   using IpCidrRouteTableIteratorConst = IpCidrRouteTableMap::IteratorConst;
   IpCidrRouteTableMap const& ipCidrRouteTableMap() const { return ipCidrRouteTable_.map(); }
   /// The row as it is now; null when there is none.

@@ -57,7 +57,6 @@ class IpMib : public Mav::Entity {
   // ipAddressTable (RFC 4293): the addresses of both versions. What changes within an entry, as
   // when another interface becomes the first that has the address, is not announced.
   using IpAddressTableMap = Mav::OrderedMap<InetAddress, Mav::Ptr<IpAddressEntry>>;
-  using IpAddressTableIterator = IpAddressTableMap::Iterator;
   using IpAddressTableIteratorConst = IpAddressTableMap::IteratorConst;
   IpAddressTableMap const& ipAddressTableMap() const { return ipAddressTable_.map(); }
   auto ipAddressTable(InetAddress const& key) const {
@@ -77,7 +76,6 @@ class IpMib : public Mav::Entity {
   // ipAddressPrefixTable (RFC 4293): exactly the prefixes that the rows of ipAddressTable point to.
   using IpAddressPrefixTableMap =
       Mav::OrderedMap<IpAddressPrefixKey, Mav::Ptr<IpAddressPrefixEntry const>>;
-  using IpAddressPrefixTableIterator = IpAddressPrefixTableMap::Iterator;
   using IpAddressPrefixTableIteratorConst = IpAddressPrefixTableMap::IteratorConst;
   IpAddressPrefixTableMap const& ipAddressPrefixTableMap() const {
     return ipAddressPrefixTable_.map();
@@ -95,7 +93,6 @@ class IpMib : public Mav::Entity {
 
   // ipAddrTable (RFC 4293, deprecated there): the IPv4 rows of ipAddressTable once more.
   using IpAddrTableMap = Mav::OrderedMap<Dovel::IpAddr, Mav::Ptr<IpAddrEntry>>;
-  using IpAddrTableIterator = IpAddrTableMap::Iterator;
   using IpAddrTableIteratorConst = IpAddrTableMap::IteratorConst;
   IpAddrTableMap const& ipAddrTableMap() const { return ipAddrTable_.map(); }
   auto ipAddrTable(Dovel::IpAddr const& key) const { return asConst(ipAddrTable_.map().get(key)); }
@@ -111,7 +108,6 @@ class IpMib : public Mav::Entity {
 
   // ipNetToMediaTable (RFC 4293, deprecated there): IPv4 neighbours with an Ethernet address.
   using ArpTableMap = Mav::OrderedMap<ArpTableIndex, Mav::Ptr<ArpTableEntry>>;
-  using ArpTableIterator = ArpTableMap::Iterator;
   using ArpTableIteratorConst = ArpTableMap::IteratorConst;
   ArpTableMap const& arpTableMap() const { return arpTable_.map(); }
   auto arpTable(ArpTableIndex const& key) const { return asConst(arpTable_.map().get(key)); }
@@ -128,7 +124,6 @@ class IpMib : public Mav::Entity {
   // brivetSwFwdIpStatsTable: two rows from the start on, of which a kernel without IPv6 leaves one
   // at 0.
   using IpSwFwdStatsMap = Mav::OrderedMap<Ip::IpVersion, Mav::Ptr<Ip::SwFwdStats>>;
-  using IpSwFwdStatsIterator = IpSwFwdStatsMap::Iterator;
   using IpSwFwdStatsIteratorConst = IpSwFwdStatsMap::IteratorConst;
   IpSwFwdStatsMap const& ipSwFwdStatsMap() const { return ipSwFwdStats_.map(); }
   auto ipSwFwdStats(Ip::IpVersion version) const {

@@ -1,11 +1,8 @@
 #include "plugin/stock_objects.h"
 
-#include <algorithm>
-#include <array>
-#include <set>
-#include <string>
+#include <string_view>
 
-#include "platform/snmp/callback.h"
+#include "platform/snmp/net_snmp.h"
 
 namespace OvoSnmp {
 
@@ -13,36 +10,23 @@ namespace {
 
 constexpr char const* token = "ovosnmpKeep";
 
-std::array<Snmp::ObjectRoot, 1> const& objects() {
-  static std::array<Snmp::ObjectRoot, 1> const all{{
-      // The one of RFC 1213.
-      {"ipRouteTable", {1, 3, 6, 1, 2, 1, 4, 21}},
-  }};
-  return all;
-}
+// The one of RFC 1213.
+constexpr char const* object = "ipRouteTable";
 
-// Filled while snmpd.conf is read, and asked for in the alarm that comes after that.
-std::set<std::string>& kept() {
-  static std::set<std::string> names;
-  return names;
-}
+// Set while snmpd.conf is read, and asked for in the alarm that comes after that.
+bool isKept = false;
 
 void parse(char const* /*token*/, char const* line) noexcept {
-  Snmp::guarded(token, [&] {
-    // The daemon hands over the rest of the line, without the token.
-    std::string const name(line);
-    bool const known = std::any_of(objects().begin(), objects().end(),
-                                   [&](auto const& object) { return object.name == name; });
-    if (known) {
-      kept().insert(name);
-    } else {
-      netsnmp_config_error("%s: expected ipRouteTable", token);
-    }
-  });
+  // The daemon hands over the rest of the line, without the token.
+  if (std::string_view(line) == object) {
+    isKept = true;
+  } else {
+    netsnmp_config_error("%s: expected ipRouteTable", token);
+  }
 }
 
 // net-snmp calls it before it reads the configuration again.
-void forget() noexcept { kept().clear(); }
+void forget() noexcept { isKept = false; }
 
 }  // namespace
 
@@ -55,11 +39,8 @@ KeepToken::~KeepToken() {
 }
 
 std::vector<Snmp::ObjectRoot> stockObjectsToDisplace() {
-  std::vector<Snmp::ObjectRoot> places;
-  for (auto const& object : objects()) {
-    if (!kept().contains(object.name)) places.push_back(object);
-  }
-  return places;
+  if (isKept) return {};
+  return {{object, {1, 3, 6, 1, 2, 1, 4, 21}}};
 }
 
 }  // namespace OvoSnmp

@@ -43,11 +43,6 @@ class EthAddr : public Mav::TextValue<EthAddr> {
     return std::memcmp(a.octets_.data(), b.octets_.data(), a.octets_.size()) <=> 0;
   }
 
-  template <class H>
-  friend H AbslHashValue(H h, EthAddr const& addr) {
-    return H::combine(std::move(h), addr.octets_);
-  }
-
  private:
   Octets octets_{};
 };

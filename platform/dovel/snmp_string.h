@@ -54,11 +54,6 @@ class String {
   friend std::string valueToStrep(String const& string) { return Mav::quoted(string.bytes()); }
   friend void parseStrep(Mav::StrepReader& in, String& string) { string = String(in.quoted()); }
 
-  template <class H>
-  friend H AbslHashValue(H h, String const& string) {
-    return H::combine(std::move(h), string.octets_);
-  }
-
  private:
   absl::InlinedVector<std::uint8_t, 16> octets_;
 };

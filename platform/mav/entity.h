@@ -15,8 +15,7 @@ namespace Mav {
 
 using Name = std::string;
 
-/// `name` and `isNondestructing`, which every entity has.
-inline constexpr AttributeId nameAttributeId = 256;
+/// What every entity has; `name`, which is fixed, would be 256.
 inline constexpr AttributeId isNondestructingAttributeId = 257;
 inline constexpr AttributeId firstAttributeId = 258;
 

@@ -14,7 +14,7 @@
 //     }
 //
 // That list makes ==, <=> and the rest (the first attribute that differs decides), operator! (equal
-// to the default), the hash, and the strep and operator<<, which both write
+// to the default), and the strep and operator<<, which both write
 //
 //   Value('IpSnmp::ArpTableIndex', ** {'ifIndex': 3, 'ipAddr': '10.0.0.1'})
 //
@@ -75,16 +75,6 @@ inline void appendAttribute(std::string& text, std::string_view name, std::strin
   ((text += Mav::quoted(name)) += ": ") += strep;
 }
 
-template <class T>
-T const& hashed(T const& attribute) {
-  return attribute;
-}
-// By the object that it leads to, as a Ptr compares.
-template <class T>
-T const* hashed(Ptr<T> const& object) {
-  return object.get();
-}
-
 }  // namespace Detail
 
 template <class D>
@@ -118,13 +108,6 @@ class PlainValue {
       Detail::parseAttribute(in, value, name);
     }
     Detail::readValueTail(in);
-  }
-
-  template <class H>
-  friend H AbslHashValue(H h, D const& value) {
-    return Detail::withAttributes<D>([&](auto const&... attribute) {
-      return H::combine(std::move(h), Detail::hashed(value.*attribute.member)...);
-    });
   }
 };
 

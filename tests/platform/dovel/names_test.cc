@@ -54,7 +54,7 @@ TEST(String, ordersByLengthThenOctets) {
                         String(std::string(17, 'A')), String(std::string(17, 'B'))});
 }
 
-TEST(String, roundTripsAndHashesAcrossTheInlineSize) {
+TEST(String, roundTripsAcrossTheInlineSize) {
   std::mt19937 random(3);
   std::vector<String> strings;
   for (std::size_t size = 0; size < 40; ++size) {
@@ -67,7 +67,6 @@ TEST(String, roundTripsAndHashesAcrossTheInlineSize) {
     String const copy = strings.back();
     EXPECT_EQ(copy, strings.back());
   }
-  EXPECT_TRUE(absl::VerifyTypeImplementsAbslHashCorrectly(strings));
   EXPECT_EQ(shown(String(std::string_view("\n\0\xffx", 4))), "\\x0a\\x00\\xffx");
 }
 
