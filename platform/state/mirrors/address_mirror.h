@@ -42,10 +42,10 @@ class AddressMirror : public TableMirror<Table> {
 
   void interfaceChanged(Pondo::Snapshot const& snapshot, InterfaceChange const& change) override {
     // What is left to change of a link changes no address: that it is administratively up.
-    bool const same = change.before && change.after && !change.leaves() &&
+    bool const same = change.before && change.after && !leaves(change) &&
                       change.before->operUp == change.after->operUp;
     if (same) return;
-    this->forEachFiled(Pondo::addressKeysOf(change.intfId), [&](std::string_view keyBytes) {
+    this->forEachFiled(Pondo::addressKeysOf(change.key), [&](std::string_view keyBytes) {
       read(snapshot, keyBytes);
       // Also where the record is the same: it is the link under it that differs.
       touch(*Table::decodeKey(keyBytes));

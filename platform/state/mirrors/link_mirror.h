@@ -15,23 +15,15 @@ class LinkMirror : public TableMirror<Pondo::LinkTable> {
  public:
   explicit LinkMirror(Mav::Ptr<Interface::AllIntfStatusDir> dir) : dir_(std::move(dir)) {}
 
-  void begin() override;
-  void read(Pondo::Snapshot const& snapshot, std::string_view key) override;
   /// In the order in which the slice named them; whatever of a link differs.
-  std::span<InterfaceChange const> interfaceChanges() const override { return changes_; }
+  std::span<InterfaceChange const> interfaceChanges() const override { return deltas(); }
   void apply(Phase phase) override;
 
   /// The link as this slice leaves it; nothing when there is none of that name.
   std::optional<Record> link(Dovel::IntfId const& intfId) const { return now(intfId); }
 
  private:
-  /// The two in phases of their own: of two links that swap their names, both leave before one
-  /// comes.
-  void applyLeaving();
-  void applyComing();
-
   Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
-  std::vector<InterfaceChange> changes_;
 };
 
 }  // namespace State

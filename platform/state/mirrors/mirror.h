@@ -22,14 +22,19 @@
 
 namespace State {
 
-/// The records of a link that differ; absent: nothing.
-struct InterfaceChange {
-  Dovel::IntfId intfId;
-  std::optional<Pondo::LinkTable::Record> before, after;
-
-  /// One interface goes; another may come under its name, with another index.
-  bool leaves() const { return before && (!after || after->ifIndex != before->ifIndex); }
+/// A key of a table whose record differs from what is filed; absent: nothing.
+template <class Table>
+struct RecordChange {
+  typename Table::Key key;
+  std::optional<typename Table::Record> before, after;
 };
+using InterfaceChange = RecordChange<Pondo::LinkTable>;
+
+/// One interface goes; another may come under its name, with another index.
+inline bool leaves(InterfaceChange const& change) {
+  auto const& [link, before, after] = change;
+  return before && (!after || after->ifIndex != before->ifIndex);
+}
 
 enum class Phase { withdraw, interfacesGo, interfacesCome, announce };
 

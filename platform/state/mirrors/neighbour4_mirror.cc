@@ -20,9 +20,9 @@ void Neighbour4Mirror::begin() {
 void Neighbour4Mirror::interfaceChanged(Pondo::Snapshot const& snapshot,
                                         InterfaceChange const& change) {
   // A link that stays keeps its neighbours, whether it is up or down.
-  if (change.before && change.after && !change.leaves()) return;
+  if (change.before && change.after && !leaves(change)) return;
   changes_.push_back(change);
-  forEachFiled(Pondo::addressKeysOf(change.intfId),
+  forEachFiled(Pondo::addressKeysOf(change.key),
                [&](std::string_view keyBytes) { read(snapshot, keyBytes); });
 }
 

@@ -57,13 +57,8 @@ class TableMirror : public Mirror {
   }
 
  protected:
-  /// A key whose record differs from what is filed; absent: nothing. Found in the order in which
-  /// the slice named the keys.
-  struct Delta {
-    Key key;
-    std::optional<Record> before, after;
-  };
-
+  /// In the order in which the slice named the keys.
+  using Delta = RecordChange<Table>;
   std::vector<Delta> const& deltas() const { return deltas_; }
 
   /// The record of `key` as this slice leaves it. Known before it is filed: the mirrors that come
