@@ -16,7 +16,7 @@ struct BrivetKelbaseRecordsTable {
   // Freshens the sample: a request of the table begins here.
   static Rows const& rows(Entity const& health) { return health.records(); }
 
-  static constexpr std::tuple indexes{integerIndex<SharedTable>(
+  static constexpr std::tuple indexes{component<IntegerSyntax<SharedTable>>(
       "brivetKelbaseRecordsOf", "table", [](SharedTable key) { return key; })};
 
   static constexpr std::array columns{column<Conversion::U32ToAsnUnsigned>(

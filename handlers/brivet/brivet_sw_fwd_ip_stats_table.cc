@@ -44,7 +44,7 @@ struct BrivetSwFwdIpStatsTable {
   // for.
   static Rows const& rows(Entity const& ipMib) { return ipMib.ipSwFwdStatsMap(); }
 
-  static constexpr std::tuple indexes{integerIndex<Ip::IpVersion>(
+  static constexpr std::tuple indexes{component<IntegerSyntax<Ip::IpVersion>>(
       "brivetSwFwdIpStatsIPVersion", "ipVersion", [](Key const& key) { return key; })};
 
   // clang-format off

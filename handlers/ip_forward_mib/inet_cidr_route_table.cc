@@ -21,17 +21,17 @@ struct InetCidrRouteTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      integerIndex("inetCidrRouteDestType", "destType",
+      component<IntegerSyntax<>>("inetCidrRouteDestType", "destType",
           [](Key const& key) { return key.dest().type(); }),
-      inetAddressIndex("inetCidrRouteDest", "dest",
+      component<InetAddressSyntax>("inetCidrRouteDest", "dest",
           [](Key const& key) -> auto const& { return key.dest(); }),
-      unsignedIndex("inetCidrRoutePfxLen", "pfxLen",
+      component<UnsignedSyntax>("inetCidrRoutePfxLen", "pfxLen",
           [](Key const& key) { return key.pfxLen(); }),
-      zeroDotZeroIndex("inetCidrRoutePolicy", "policy",
+      component<ZeroDotZeroSyntax>("inetCidrRoutePolicy", "policy",
           [](Key const& /*key*/) { return ZeroDotZero(); }),
-      integerIndex("inetCidrRouteNextHopType", "nextHopType",
+      component<IntegerSyntax<>>("inetCidrRouteNextHopType", "nextHopType",
           [](Key const& key) { return key.nextHop().type(); }),
-      inetAddressIndex("inetCidrRouteNextHop", "nextHop",
+      component<InetAddressSyntax>("inetCidrRouteNextHop", "nextHop",
           [](Key const& key) -> auto const& { return key.nextHop(); })};
 
   static constexpr auto readWrite = MaxAccess::readWrite;

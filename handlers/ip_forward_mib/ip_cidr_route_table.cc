@@ -19,12 +19,12 @@ struct IpCidrRouteTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteDest", "dest",
+      component<IpAddressSyntax<ASN_IPADDRESS>>("ipCidrRouteDest", "dest",
           [](Key const& key) { return key.dest(); }),
-      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteMask", "mask",
+      component<IpAddressSyntax<ASN_IPADDRESS>>("ipCidrRouteMask", "mask",
           [](Key const& key) { return key.mask(); }),
-      integerIndex("ipCidrRouteTos", "tos", [](Key const& key) { return key.tos(); }),
-      ipAddressIndex<ASN_IPADDRESS>("ipCidrRouteNextHop", "nextHop",
+      component<IntegerSyntax<>>("ipCidrRouteTos", "tos", [](Key const& key) { return key.tos(); }),
+      component<IpAddressSyntax<ASN_IPADDRESS>>("ipCidrRouteNextHop", "nextHop",
           [](Key const& key) { return key.nextHop(); })};
 
   static constexpr auto readWrite = MaxAccess::readWrite;

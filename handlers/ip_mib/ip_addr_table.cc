@@ -17,8 +17,8 @@ struct IpAddrTable {
 
   // As octets of implied length: what net-snmp 5.9.3 makes of an IpAddress stands the wrong way
   // round on a little-endian machine (IpAddressSyntax).
-  static constexpr std::tuple indexes{
-      ipAddressIndex("ipAdEntAddr", "ipAdEntAddr", [](Dovel::IpAddr const& key) { return key; })};
+  static constexpr std::tuple indexes{component<IpAddressSyntax<>>(
+      "ipAdEntAddr", "ipAdEntAddr", [](Dovel::IpAddr const& key) { return key; })};
 
   // Linux puts fragments together up to 65535 octets, which no datagram exceeds (RFC 791;
   // net/ipv4/ip_fragment.c).

@@ -20,13 +20,13 @@ struct IpAddressPrefixTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      integerIndex("ipAddressPrefixIfIndex", "ifIndex",
+      component<IntegerSyntax<>>("ipAddressPrefixIfIndex", "ifIndex",
           [](Key const& key) { return key.ifIndex(); }),
-      integerIndex<Ip::IpVersion>("ipAddressPrefixType", "version",
+      component<IntegerSyntax<Ip::IpVersion>>("ipAddressPrefixType", "version",
           [](Key const& key) { return key.version(); }),
-      octetStringIndex("ipAddressPrefixPrefix", "bytes",
+      component<OctetStringSyntax>("ipAddressPrefixPrefix", "bytes",
           [](Key const& key) -> auto const& { return key.bytes(); }),
-      unsignedIndex("ipAddressPrefixLength", "length",
+      component<UnsignedSyntax>("ipAddressPrefixLength", "length",
           [](Key const& key) { return key.length(); })};
 
   // Column 5 is where the RowPointers of ipAddressTable lead: the first that can be read.

@@ -19,9 +19,9 @@ struct IpAddressTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      integerIndex<Ip::IpVersion>("ipAddressAddrType", "addrVersion",
+      component<IntegerSyntax<Ip::IpVersion>>("ipAddressAddrType", "addrVersion",
           [](Key const& key) { return key.version(); }),
-      octetStringIndex("ipAddressAddr", "addrBytes",
+      component<OctetStringSyntax>("ipAddressAddr", "addrBytes",
           [](Key const& key) -> auto const& { return key.bytes(); })};
 
   // Constant are origin and storage, other(1), and the row status, active(1) (RFC 4293, RFC 2579).

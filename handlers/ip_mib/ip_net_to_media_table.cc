@@ -19,9 +19,9 @@ struct IpNetToMediaTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      integerIndex("ipNetToMediaIfIndex", "ifIndex",
+      component<IntegerSyntax<>>("ipNetToMediaIfIndex", "ifIndex",
           [](Key const& key) { return key.ifIndex(); }),
-      ipAddressIndex("ipNetToMediaNetAddress", "netAddress",
+      component<IpAddressSyntax<>>("ipNetToMediaNetAddress", "netAddress",
           [](Key const& key) { return key.ipAddr(); })};
 
   static constexpr std::array columns{

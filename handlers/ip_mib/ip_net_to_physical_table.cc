@@ -20,11 +20,11 @@ struct IpNetToPhysicalTable {
 
   // clang-format off
   static constexpr std::tuple indexes{
-      integerIndex("ipNetToPhysicalIfIndex", "ifIndex",
+      component<IntegerSyntax<>>("ipNetToPhysicalIfIndex", "ifIndex",
           [](Key const& key) { return key.ifIndex(); }),
-      integerIndex("ipNetToPhysicalNetAddressType", "netAddressType",
+      component<IntegerSyntax<>>("ipNetToPhysicalNetAddressType", "netAddressType",
           [](Key const& key) { return key.netAddress().type(); }),
-      inetAddressIndex("ipNetToPhysicalNetAddress", "netAddress",
+      component<InetAddressSyntax>("ipNetToPhysicalNetAddress", "netAddress",
           [](Key const& key) -> auto const& { return key.netAddress(); })};
 
   // Constant is the row status: active(1) (RFC 2579) as long as the row is there.

@@ -53,16 +53,4 @@ struct ZeroDotZeroSyntax {
   }
 };
 
-// As the makers of table_index.h. The type of an address is a component of its own: integerIndex().
-template <class Get>
-constexpr TableIndex<InetAddressSyntax, Get> inetAddressIndex(char const* name,
-                                                              char const* attribute, Get get) {
-  return {name, attribute, get};
-}
-template <class Get>
-constexpr TableIndex<ZeroDotZeroSyntax, Get> zeroDotZeroIndex(char const* name,
-                                                              char const* attribute, Get get) {
-  return {name, attribute, get};
-}
-
 }  // namespace IpSnmp

@@ -3,10 +3,10 @@
 // of the key that it is, and how to get it from a key:
 //
 //   static constexpr std::tuple indexes{
-//       integerIndex<Ip::IpVersion>("ipAddressAddrType", "addrVersion",
-//                                   [](auto const& key) { return key.version(); }),
-//       octetStringIndex("ipAddressAddr", "addrBytes",
-//                        [](auto const& key) { return key.bytes(); })};
+//       component<IntegerSyntax<Ip::IpVersion>>("ipAddressAddrType", "addrVersion",
+//                                               [](auto const& key) { return key.version(); }),
+//       component<OctetStringSyntax>("ipAddressAddr", "addrBytes",
+//                                    [](auto const& key) { return key.bytes(); })};
 //
 // A Syntax is what sets the kinds apart: the ASN types, the sub-identifiers of a value (visit, for
 // Snmp::InstanceOrder and Snmp::InstanceWriter), and its way from and to a variable of net-snmp.
@@ -32,7 +32,7 @@
 namespace IpSnmp {
 
 /// INTEGER, of an unsigned number or of Ip::IpVersion.
-template <class T>
+template <class T = std::uint32_t>
 struct IntegerSyntax {
   using Value = T;
   static constexpr unsigned char declaredType = ASN_INTEGER;
@@ -91,7 +91,8 @@ struct UnsignedSyntax {
 /// IpAddress: four sub-identifiers and no length, whether the value is set as an IpAddress or as a
 /// string of implied length. (What net-snmp 5.9.3 itself makes of the former has its octets from
 /// the last to the first, on a little-endian machine. The row server writes instances by visit().)
-template <unsigned char ValueType>
+/// As octets where nothing else is said: net-snmp's iterator then writes them in their order.
+template <unsigned char ValueType = ASN_PRIV_IMPLIED_OCTET_STR>
 struct IpAddressSyntax {
   using Value = Dovel::IpAddr;
   static constexpr unsigned char declaredType = ASN_IPADDRESS;
@@ -140,27 +141,9 @@ struct TableIndex {
   Get get;                // of the value, from a key
 };
 
-// The makers: what a table is written with. `name` and `attribute` are literals; traces tell them.
-template <class T = std::uint32_t, class Get>
-constexpr TableIndex<IntegerSyntax<T>, Get> integerIndex(char const* name, char const* attribute,
-                                                         Get get) {
-  return {name, attribute, get};
-}
-template <class Get>
-constexpr TableIndex<UnsignedSyntax, Get> unsignedIndex(char const* name, char const* attribute,
-                                                        Get get) {
-  return {name, attribute, get};
-}
-/// As octets where nothing else is said: net-snmp's iterator then writes them in their order.
-template <unsigned char ValueType = ASN_PRIV_IMPLIED_OCTET_STR, class Get>
-constexpr TableIndex<IpAddressSyntax<ValueType>, Get> ipAddressIndex(char const* name,
-                                                                     char const* attribute,
-                                                                     Get get) {
-  return {name, attribute, get};
-}
-template <class Get>
-constexpr TableIndex<OctetStringSyntax, Get> octetStringIndex(char const* name,
-                                                              char const* attribute, Get get) {
+/// What a table is written with. `name` and `attribute` are literals; traces tell them.
+template <class Syntax, class Get>
+constexpr TableIndex<Syntax, Get> component(char const* name, char const* attribute, Get get) {
   return {name, attribute, get};
 }
 
