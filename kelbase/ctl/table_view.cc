@@ -13,37 +13,42 @@
 namespace Kelbase::Ctl {
 namespace {
 
-// A column and how its cell is made, side by side: the tables below read as an operator sees them.
-template <class Table>
-struct Field {
-  Column column;
-  Cell (*cell)(typename Table::Key const&, typename Table::Record const&);
-};
-
-using Forwarding = Pondo::ForwardingTable;
-constexpr std::array<Field<Forwarding>, 2> forwardingFields{{
-    {{"FAMILY", "family"},
-     [](auto const& family, auto const&) -> Cell {
-       return std::string(family == Pondo::Family::ipv4 ? "ipv4" : "ipv6");
-     }},
-    {{"ROUTING", "routing", "on", "off"},
-     [](auto const&, auto const& record) -> Cell { return record.routing; }},
-}};
-
-using Link = Pondo::LinkTable;
-constexpr std::array<Field<Link>, 4> linkFields{{
-    {{"INTERFACE", "name"},
-     [](auto const& name, auto const&) -> Cell { return name.stringValue(); }},
-    {{"IFINDEX", "ifIndex"},
-     [](auto const&, auto const& record) -> Cell { return std::int64_t{record.ifIndex}; }},
-    {{"ADMIN", "adminUp", "up", "down"},
-     [](auto const&, auto const& record) -> Cell { return record.adminUp; }},
-    {{"OPER", "operUp", "up", "down"},
-     [](auto const&, auto const& record) -> Cell { return record.operUp; }},
-}};
-
 using Address4 = Pondo::Address4Table;
 using Address6 = Pondo::Address6Table;
+using Forwarding = Pondo::ForwardingTable;
+using Link = Pondo::LinkTable;
+using Neighbour = Pondo::NeighbourTable;
+
+// The columns of each table, and below them the row of a record, cell by cell.
+constexpr std::array<Column, 2> forwardingColumns{{
+    {"FAMILY", "family"},
+    {"ROUTING", "routing", "on", "off"},
+}};
+
+Row rowOf(Pondo::Family family, Forwarding::Record const& record) {
+  return {std::string(family == Pondo::Family::ipv4 ? "ipv4" : "ipv6"), record.routing};
+}
+
+constexpr std::array<Column, 4> linkColumns{{
+    {"INTERFACE", "name"},
+    {"IFINDEX", "ifIndex"},
+    {"ADMIN", "adminUp", "up", "down"},
+    {"OPER", "operUp", "up", "down"},
+}};
+
+Row rowOf(Link::Key const& name, Link::Record const& record) {
+  return {name.stringValue(), std::int64_t{record.ifIndex}, record.adminUp, record.operUp};
+}
+
+constexpr std::array<Column, 7> addressColumns{{
+    {"INTERFACE", "interface"},
+    {"FAMILY", "family"},
+    {"ADDRESS", "address"},
+    {"LENGTH", "prefixLength"},
+    {"PEER", "peer"},
+    {"LABEL", "label"},
+    {"FLAGS", "flags"},
+}};
 
 template <class Addr>
 std::string peerText(Addr const& local, Addr const& peer) {
@@ -61,46 +66,35 @@ std::string flagText(std::initializer_list<std::pair<bool, char const*>> flags) 
   return text;
 }
 
-// The columns of both address tables are those of the first one.
-constexpr std::array<Field<Address4>, 7> address4Fields{{
-    {{"INTERFACE", "interface"},
-     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
-    {{"FAMILY", "family"}, [](auto const&, auto const&) -> Cell { return std::string("ipv4"); }},
-    {{"ADDRESS", "address"},
-     [](auto const& key, auto const&) -> Cell { return key.local.stringValue(); }},
-    {{"LENGTH", "prefixLength"},
-     [](auto const& key, auto const&) -> Cell { return std::int64_t{key.length}; }},
-    {{"PEER", "peer"},
-     [](auto const& key, auto const&) -> Cell { return peerText(key.local, key.peer); }},
-    {{"LABEL", "label"},
-     [](auto const&, auto const& record) -> Cell { return record.label.stringValue(); }},
-    {{"FLAGS", "flags"},
-     [](auto const&, auto const& record) -> Cell {
-       return flagText({{record.secondary, "secondary"}});
-     }},
-}};
+Row rowOf(Address4::Key const& key, Address4::Record const& record) {
+  return {key.link.stringValue(),
+          std::string("ipv4"),
+          key.local.stringValue(),
+          std::int64_t{key.length},
+          peerText(key.local, key.peer),
+          record.label.stringValue(),
+          flagText({{record.secondary, "secondary"}})};
+}
 
-constexpr std::array<Field<Address6>, 7> address6Fields{{
-    {address4Fields[0].column,
-     [](auto const& key, auto const&) -> Cell { return key.link.stringValue(); }},
-    {address4Fields[1].column,
-     [](auto const&, auto const&) -> Cell { return std::string("ipv6"); }},
-    {address4Fields[2].column,
-     [](auto const& key, auto const&) -> Cell { return key.local.stringValue(); }},
-    {address4Fields[3].column,
-     [](auto const&, auto const& record) -> Cell { return std::int64_t{record.length}; }},
-    {address4Fields[4].column,
-     [](auto const& key, auto const& record) -> Cell { return peerText(key.local, record.peer); }},
-    {address4Fields[5].column, [](auto const&, auto const&) -> Cell { return std::string(); }},
-    {address4Fields[6].column,
-     [](auto const&, auto const& record) -> Cell {
-       return flagText({{record.tentative, "tentative"},
-                        {record.dadFailed, "dadfailed"},
-                        {record.deprecated, "deprecated"}});
-     }},
-}};
+Row rowOf(Address6::Key const& key, Address6::Record const& record) {
+  return {key.link.stringValue(),
+          std::string("ipv6"),
+          key.local.stringValue(),
+          std::int64_t{record.length},
+          peerText(key.local, record.peer),
+          std::string(),
+          flagText({{record.tentative, "tentative"},
+                    {record.dadFailed, "dadfailed"},
+                    {record.deprecated, "deprecated"}})};
+}
 
-using Neighbour = Pondo::NeighbourTable;
+constexpr std::array<Column, 5> neighbourColumns{{
+    {"INTERFACE", "interface"},
+    {"ADDRESS", "address"},
+    {"LINK ADDRESS", "linkAddress"},
+    {"PERMANENT", "permanent"},
+    {"STATE", "state"},
+}};
 
 std::string stateText(Neighbour::State state) {
   // In the order of Neighbour::State.
@@ -115,40 +109,17 @@ std::string addressText(Neighbour::Key const& key) {
   return Dovel::IpAddr({octets[0], octets[1], octets[2], octets[3]}).stringValue();
 }
 
-constexpr std::array<Field<Neighbour>, 5> neighbourFields{{
-    {{"INTERFACE", "interface"},  // in its place the ifIndex: readNeighbours() has the names
-     [](auto const& key, auto const&) -> Cell { return std::int64_t{key.ifIndex}; }},
-    {{"ADDRESS", "address"}, [](auto const& key, auto const&) -> Cell { return addressText(key); }},
-    {{"LINK ADDRESS", "linkAddress"},
-     [](auto const&, auto const& record) -> Cell { return record.linkAddress.stringValue(); }},
-    {{"PERMANENT", "permanent"},
-     [](auto const&, auto const& record) -> Cell {
-       return record.origin != Neighbour::Origin::learned;
-     }},
-    {{"STATE", "state"},
-     [](auto const&, auto const& record) -> Cell { return stateText(record.state); }},
-}};
-
-// Whoever prints wants columns alone, in an array that outlives the output.
-template <class Table, std::size_t size>
-constexpr auto columnsOf(std::array<Field<Table>, size> const& fields) {
-  std::array<Column, size> columns{};
-  for (std::size_t i = 0; i < size; ++i) columns[i] = fields[i].column;
-  return columns;
+/// In the place of the link's name its ifIndex: readNeighbours() has the names.
+Row rowOf(Neighbour::Key const& key, Neighbour::Record const& record) {
+  return {std::int64_t{key.ifIndex}, addressText(key), record.linkAddress.stringValue(),
+          record.origin != Neighbour::Origin::learned, stateText(record.state)};
 }
 
-constexpr auto forwardingColumns = columnsOf(forwardingFields);
-constexpr auto linkColumns = columnsOf(linkFields);
-constexpr auto addressColumns = columnsOf(address4Fields);
-constexpr auto neighbourColumns = columnsOf(neighbourFields);
-
-template <class Table, auto const& fields>
+template <class Table>
 std::optional<std::string> readSlice(Pondo::Snapshot const& snapshot, std::string_view from,
                                      std::vector<Row>& rows) {
   return snapshot.scan<Table>(from, Pondo::sliceMax, [&](auto const& key, auto const& record) {
-    Row& row = rows.emplace_back();
-    row.reserve(fields.size());
-    for (auto const& field : fields) row.push_back(field.cell(key, record));
+    rows.push_back(rowOf(key, record));
   });
 }
 
@@ -169,22 +140,16 @@ std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::stri
 std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
                                          std::vector<Row>& rows) {
   return sliceOfTwo(
-      from, [&](auto key) { return readSlice<Address4, address4Fields>(snapshot, key, rows); },
-      [&](auto key) { return readSlice<Address6, address6Fields>(snapshot, key, rows); });
+      from, [&](auto key) { return readSlice<Address4>(snapshot, key, rows); },
+      [&](auto key) { return readSlice<Address6>(snapshot, key, rows); });
 }
 
-std::optional<std::string> countAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
-                                          Counts& counts) {
+template <class First, class Second>
+std::optional<std::string> countSliceOfTwo(Pondo::Snapshot const& snapshot, std::string_view from,
+                                           Counts& counts) {
   return sliceOfTwo(
-      from, [&](auto key) { return countSlice<Address4>(snapshot, key, counts); },
-      [&](auto key) { return countSlice<Address6>(snapshot, key, counts); });
-}
-
-std::optional<std::string> countRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
-                                       Counts& counts) {
-  return sliceOfTwo(
-      from, [&](auto key) { return countSlice<Pondo::RouteTable>(snapshot, key, counts); },
-      [&](auto key) { return countSlice<Pondo::Route6Table>(snapshot, key, counts); });
+      from, [&](auto key) { return countSlice<First>(snapshot, key, counts); },
+      [&](auto key) { return countSlice<Second>(snapshot, key, counts); });
 }
 
 /// The table has the index of a link, and the operator its name.
@@ -192,7 +157,7 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
                                           std::vector<Row>& rows) {
   // Rows of an earlier slice may stand before.
   auto const first = rows.size();
-  auto next = readSlice<Neighbour, neighbourFields>(snapshot, from, rows);
+  auto next = readSlice<Neighbour>(snapshot, from, rows);
   // Of the same snapshot. All at once: there are far fewer links than neighbours.
   std::map<std::int64_t, std::string> names;
   snapshot.scan<Link>("", Pondo::noLimit, [&](auto const& name, auto const& record) {
@@ -206,25 +171,19 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
   return next;
 }
 
-template <class Table, auto const& fields>
-constexpr TableView view(std::string_view name, std::span<Column const> columns,
-                         std::string_view help) {
-  return {name, help, columns, &readSlice<Table, fields>, &countSlice<Table>};
-}
-
 // In alphabetical order, in which they are told.
 constexpr std::array views{
     TableView{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
-              &readAddresses, &countAddresses},
+              &readAddresses, &countSliceOfTwo<Address4, Address6>},
     TableView{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
               &countSlice<Pondo::FecTable>},
-    view<Forwarding, forwardingFields>("forwarding", forwardingColumns,
-                                       "whether the host forwards packets, by IP version"),
-    view<Link, linkFields>("links", linkColumns, "the host's interfaces"),
+    TableView{"forwarding", "whether the host forwards packets, by IP version", forwardingColumns,
+              &readSlice<Forwarding>, &countSlice<Forwarding>},
+    TableView{"links", "the host's interfaces", linkColumns, &readSlice<Link>, &countSlice<Link>},
     TableView{"neighbours", "the IPv4 and IPv6 neighbours of the interfaces", neighbourColumns,
               &readNeighbours, &countSlice<Neighbour>},
     TableView{"routes", "the IPv4 and IPv6 routes of the main table, one a prefix", routeColumns,
-              &readRoutes, &countRoutes},
+              &readRoutes, &countSliceOfTwo<Pondo::RouteTable, Pondo::Route6Table>},
 };
 
 }  // namespace
