@@ -152,12 +152,10 @@ class JsonOutput : public RowOutput {
 
 }  // namespace
 
-std::unique_ptr<RowOutput> textOutput(std::ostream& out, std::span<Column const> columns) {
+std::unique_ptr<RowOutput> rowOutput(std::ostream& out, std::span<Column const> columns,
+                                     bool json) {
+  if (json) return std::make_unique<JsonOutput>(out, columns);
   return std::make_unique<TextOutput>(out, columns);
-}
-
-std::unique_ptr<RowOutput> jsonOutput(std::ostream& out, std::span<Column const> columns) {
-  return std::make_unique<JsonOutput>(out, columns);
 }
 
 }  // namespace Kelbase::Ctl

@@ -23,11 +23,9 @@ class RowOutput {
   virtual void end() = 0;
 };
 
-/// Columns are as wide as what has passed so far: a text table of one slice is aligned throughout,
-/// a longer one may widen at the head of a slice. Numbers stand to the right. `columns` must
-/// outlive the output.
-std::unique_ptr<RowOutput> textOutput(std::ostream& out, std::span<Column const> columns);
-
-std::unique_ptr<RowOutput> jsonOutput(std::ostream& out, std::span<Column const> columns);
+/// Columns of text are as wide as what has passed so far: a table of one slice is aligned
+/// throughout, a longer one may widen at the head of a slice. Numbers stand to the right. `columns`
+/// must outlive the output.
+std::unique_ptr<RowOutput> rowOutput(std::ostream& out, std::span<Column const> columns, bool json);
 
 }  // namespace Kelbase::Ctl

@@ -20,8 +20,7 @@ int showTables(Context const& context, bool json) {
   for (TableView const& view : tableViews()) {
     rows.push_back({std::string(view.name), std::string(view.help)});
   }
-  auto const output =
-      json ? jsonOutput(context.out, listColumns) : textOutput(context.out, listColumns);
+  auto const output = rowOutput(context.out, listColumns, json);
   output->write(rows);
   output->end();
   return exitOk;
@@ -30,8 +29,7 @@ int showTables(Context const& context, bool json) {
 int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
          RouteQuestion const& question, bool json) {
   Pondo::Reader const reader(runDir);
-  auto const output =
-      json ? jsonOutput(context.out, view.columns) : textOutput(context.out, view.columns);
+  auto const output = rowOutput(context.out, view.columns, json);
   // A question that no route answers is an answer too: scripts see it by the exit code.
   bool shown = false;
   std::vector<Row> rows;

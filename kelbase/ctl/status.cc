@@ -133,7 +133,7 @@ void printReaders(std::ostream& out, Pondo::ReaderReports const& reports) {
 }
 
 void printRows(std::ostream& out, std::span<Column const> columns, std::vector<Row> const& rows) {
-  auto const output = textOutput(out, columns);
+  auto const output = rowOutput(out, columns, false);
   output->write(rows);
   output->end();
 }

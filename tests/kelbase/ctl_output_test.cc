@@ -26,28 +26,26 @@ constexpr std::array<Column, 3> columns{{
 
 using Slices = std::vector<std::vector<Row>>;
 
-std::string printed(std::unique_ptr<RowOutput> (*output)(std::ostream&, std::span<Column const>),
-                    Slices const& slices) {
+std::string printed(bool asJson, Slices const& slices) {
   std::ostringstream out;
-  auto const rows = output(out, columns);
+  auto const rows = rowOutput(out, columns, asJson);
   for (auto const& slice : slices) rows->write(slice);
   rows->end();
   return out.str();
 }
 
 TEST(RowOutputTest, TextIsAlignedOverAllRowsOfASliceAndGrowsWithLaterOnes) {
-  EXPECT_EQ(printed(textOutput, {}), "NAME  SIZE  STATE\n");
-  EXPECT_EQ(
-      printed(textOutput, {{{"a", 7, true}, {"long-name", 12345, false}}, {{"b", 1234567, true}}}),
-      "NAME        SIZE  STATE\n"
-      "a              7  up\n"
-      "long-name  12345  down\n"
-      "b          1234567  up\n");
+  EXPECT_EQ(printed(false, {}), "NAME  SIZE  STATE\n");
+  EXPECT_EQ(printed(false, {{{"a", 7, true}, {"long-name", 12345, false}}, {{"b", 1234567, true}}}),
+            "NAME        SIZE  STATE\n"
+            "a              7  up\n"
+            "long-name  12345  down\n"
+            "b          1234567  up\n");
 }
 
 TEST(RowOutputTest, JsonIsOneArrayOverAllSlices) {
-  EXPECT_EQ(printed(jsonOutput, {}), "[]\n");
-  EXPECT_EQ(printed(jsonOutput, {{{"a\"\xff", 7, true}}, {}, {{"b", 8, false}}}),
+  EXPECT_EQ(printed(true, {}), "[]\n");
+  EXPECT_EQ(printed(true, {{{"a\"\xff", 7, true}}, {}, {{"b", 8, false}}}),
             "[\n"
             "{\"name\":\"a\\\"\xef\xbf\xbd\",\"size\":7,\"up\":true},\n"
             "{\"name\":\"b\",\"size\":8,\"up\":false}\n"
