@@ -76,21 +76,6 @@ constexpr char const* loadExamples =
 // error tells them.
 constexpr std::array<std::string_view, 5> commandNames{"check", "help", "load", "show", "status"};
 
-/// Says why a text asks for nothing. A question that is thrown away: what the words mean is asked
-/// again when the command runs.
-CLI::Validator asks(void (RouteQuestion::*take)(std::string_view)) {
-  return {[take](std::string const& text) -> std::string {
-            try {
-              RouteQuestion question;
-              (question.*take)(text);
-              return {};
-            } catch (Mav::RangeException const& e) {
-              return e.what();
-            }
-          },
-          ""};
-}
-
 /// The parsed command line. CLI11 keeps pointers into it, so it stays where it is.
 class CommandLine {
  public:
@@ -145,34 +130,35 @@ class CommandLine {
 
   void addShow() {
     CLI::App& added = addCommand("show", "Show what a table holds", showExamples, [this] {
-      return table_.empty()
-                 ? showTables(context_, json_)
-                 : show(context_, runDir_, *findTableView(table_), routeQuestion(), json_);
+      return table_.empty() ? showTables(context_, json_)
+                            : show(context_, runDir_, *findTableView(table_), question_, json_);
     });
     added.add_option("TABLE", table_, "Table to show; without it, which tables there are")
         ->type_name("");
-    auto* const within = added
-                             .add_option("--within", within_,
-                                         "Of routes: that of this prefix and more specific ones")
-                             ->type_name("PREFIX")
-                             ->check(asks(&RouteQuestion::withinIs));
-    added.add_option("--to", to_, "Of routes: the one that packets to this address take")
+    auto* const within = addQuestion(added, "--within", &RouteQuestion::withinIs,
+                                     "Of routes: that of this prefix and more specific ones")
+                             ->type_name("PREFIX");
+    addQuestion(added, "--to", &RouteQuestion::toIs,
+                "Of routes: the one that packets to this address take")
         ->type_name("ADDRESS")
-        ->check(asks(&RouteQuestion::toIs))
         ->excludes(within);
-    added.parse_complete_callback([this] {
+    added.parse_complete_callback([this, within] {
       // CLI11 cannot be told that an option goes with one value of another alone.
-      if ((within_.empty() && to_.empty()) || table_ == "routes") return;
-      throw CLI::ValidationError(within_.empty() ? "--to" : "--within", "is for routes alone");
+      if (!question_.isAsked() || table_ == "routes") return;
+      throw CLI::ValidationError(within->empty() ? "--to" : "--within", "is for routes alone");
     });
   }
 
-  /// Raises nothing: the texts were checked when the line was parsed (asks).
-  RouteQuestion routeQuestion() const {
-    RouteQuestion question;
-    if (!within_.empty()) question.withinIs(within_);
-    if (!to_.empty()) question.toIs(to_);
-    return question;
+  CLI::Option* addQuestion(CLI::App& show, char const* name,
+                           void (RouteQuestion::*take)(std::string_view), char const* description) {
+    auto const taken = [this, name, take](std::string const& text) {
+      try {
+        (question_.*take)(text);
+      } catch (Mav::RangeException const& e) {
+        throw CLI::ValidationError(name, e.what());
+      }
+    };
+    return show.add_option_function<std::string>(name, taken, description);
   }
 
   void addLoad() {
@@ -196,8 +182,7 @@ class CommandLine {
       "Shows the state that kelbased publishes, tells how it is kept, and loads tables to try."};
   std::string runDir_ = Pondo::defaultRunDir().string();
   std::string table_;
-  std::string within_;
-  std::string to_;
+  RouteQuestion question_;
   LoadOptions load_;
   CheckOptions check_;
   CLI::Option* runDirOption_ = nullptr;
