@@ -58,8 +58,8 @@ std::string reason(std::string_view text) {
 /// The callbacks of nlohmann's SAX parser, whose names are given. Builds one element at a time.
 class ElementBuilder {
  public:
-  ElementBuilder(LineSource& source, std::string_view file, IpJsonVisitor& visitor)
-      : source_(source), file_(file), visitor_(visitor) {}
+  ElementBuilder(LineSource& source, std::string_view file, ObjectVisit visit)
+      : source_(source), file_(file), visit_(visit) {}
 
   using number_integer_t = nlohmann::json::number_integer_t;
   using number_unsigned_t = nlohmann::json::number_unsigned_t;
@@ -91,10 +91,9 @@ class ElementBuilder {
   }
   bool end_object() { return close(); }
   bool start_array(std::size_t) {
-    // The outermost array is no element: it is told, and its objects come one by one.
+    // The outermost array is no element: its objects come one by one.
     if (open_.empty() && !inArray_) {
       inArray_ = true;
-      visitor_.onArray();
       return true;
     }
     if (open_.empty()) failElement("an array");
@@ -156,7 +155,7 @@ class ElementBuilder {
     if (open_.empty()) {
       // With its children whole; they are freed when the call is over, so that a file of any length
       // passes.
-      visitor_.onObject(root_);
+      visit_(root_, std::exchange(isFirst_, false));
       root_ = {};
     }
     return true;
@@ -164,8 +163,9 @@ class ElementBuilder {
 
   LineSource& source_;
   std::string_view file_;
-  IpJsonVisitor& visitor_;
+  ObjectVisit visit_;
   bool inArray_ = false;
+  bool isFirst_ = true;  // nothing of the array has been told
   Node root_;
   std::string name_;         // of the next value
   std::vector<Node*> open_;  // root_ and down; only the last one grows, so the pointers hold
@@ -259,10 +259,10 @@ std::vector<Fields> Fields::objects(std::string_view name) const {
   return result;
 }
 
-void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor) {
+void readIpJson(LineSource& source, std::string_view file, ObjectVisit visit) {
   while (source.skipSpace()) {
     // A new one for each array: nothing of the one before is left over.
-    ElementBuilder builder(source, file, visitor);
+    ElementBuilder builder(source, file, visit);
     // Not strict: where files were joined, another array follows this one.
     nlohmann::json::sax_parse(LineSource::Iterator(source), LineSource::Iterator(), &builder,
                               nlohmann::json::input_format_t::json, false);

@@ -6,13 +6,14 @@
 // the errors: "FILE:LINE: FIELD: expected WHAT, got WHAT".
 //
 // The parser is stopped at the first thing that is not of this form. Fields and nodes are views of
-// one object, made for one call of the visitor; a value that is kept is copied out of them.
+// one object, made for one call of `visit`; a value that is kept is copied out of them.
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <absl/functional/function_ref.h>
 
 #include "kelbase/ctl/line_source.h"
 #include "platform/mav/exception.h"
@@ -73,16 +74,11 @@ class Fields {
   std::string_view file_;
 };
 
-/// Hears the arrays of a file and their objects, in order.
-class IpJsonVisitor {
- public:
-  virtual ~IpJsonVisitor() = default;
-  virtual void onArray() = 0;
-  /// `object` is good for the call alone. An empty object is an entry that `ip` has filtered out.
-  virtual void onObject(Node const& object) = 0;
-};
+/// Hears of each object, in order, and whether it is the first of its array. `object` is good for
+/// the call alone. An empty one is an entry that `ip` has filtered out.
+using ObjectVisit = absl::FunctionRef<void(Node const& object, bool isFirst)>;
 
-/// LoadException when `source` is not of this form; what the visitor throws passes through.
-void readIpJson(LineSource& source, std::string_view file, IpJsonVisitor& visitor);
+/// LoadException when `source` is not of this form; what `visit` throws passes through.
+void readIpJson(LineSource& source, std::string_view file, ObjectVisit visit);
 
 }  // namespace Kelbase::Ctl

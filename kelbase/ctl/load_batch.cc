@@ -1,5 +1,7 @@
 #include "kelbase/ctl/load_batch.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -32,48 +34,37 @@ std::string LoadBatch::kindList() {
   return fmt::format("known are the outputs of {}", fmt::join(commands, ", "));
 }
 
-/// Each array of a file is of one kind, told by its first object.
-class LoadBatch::FileVisitor : public IpJsonVisitor {
- public:
-  FileVisitor(LoadBatch& batch, std::string_view file) : batch_(batch), file_(file) {}
-
-  void onArray() override { kind_ = nullptr; }
-
-  void onObject(Node const& object) override {
-    // `ip` prints {} for an object that a filter of its own left out.
-    if (object.children.empty()) return;
-    Fields const fields(object, file_);
-    if (!kind_) kind_ = &kindOf(fields, object.line);
-    if ((batch_.*kind_->take)(fields)) toldSomething_ = true;
-  }
-
-  bool toldSomething() const { return toldSomething_; }
-
- private:
-  // By one field: what else an object has to have, its own reader checks.
-  Kind const& kindOf(Fields const& fields, int line) const {
-    for (Kind const& kind : kinds) {
-      if (fields.has(kind.marker)) return kind;
-    }
-    throw LoadException(fmt::format("{}:{}: of no known kind; {}", file_, line, kindList()));
-  }
-
-  LoadBatch& batch_;
-  std::string_view file_;
-  Kind const* kind_ = nullptr;
-  bool toldSomething_ = false;
-};
+/// By one field: what else an object has to have, its own reader checks.
+LoadBatch::Kind const* LoadBatch::kindOf(Fields const& fields) {
+  auto const* const found =
+      std::ranges::find_if(kinds, [&](Kind const& kind) { return fields.has(kind.marker); });
+  return found == std::end(kinds) ? nullptr : found;
+}
 
 void LoadBatch::read(std::istream& in, std::string_view file,
                      std::function<void(std::uint64_t)> const& onBlock) {
-  FileVisitor visitor(*this, file);
+  // Each array of a file is of one kind, told by its first object.
+  Kind const* kind = nullptr;
+  bool toldSomething = false;
+  auto const take = [&](Node const& object, bool isFirst) {
+    if (isFirst) kind = nullptr;
+    // `ip` prints {} for an object that a filter of its own left out.
+    if (object.children.empty()) return;
+    Fields const fields(object, file);
+    if (!kind) kind = kindOf(fields);
+    if (!kind) {
+      throw LoadException(
+          fmt::format("{}:{}: of no known kind; {}", file, object.line, kindList()));
+    }
+    if ((this->*kind->take)(fields)) toldSomething = true;
+  };
   try {
     LineSource source(in, onBlock);
-    readIpJson(source, file, visitor);
+    readIpJson(source, file, take);
   } catch (std::system_error const& e) {
     throw LoadException(fmt::format("{}: cannot be read: {}", file, e.code().message()));
   }
-  if (!visitor.toldSomething()) {
+  if (!toldSomething) {
     throw LoadException(fmt::format("{}: holds nothing to load; {}", file, kindList()));
   }
 }

@@ -51,9 +51,9 @@ class LoadBatch {
   void finish();
 
  private:
-  class FileVisitor;
   struct Kind;
   static Kind const kinds[];
+  static Kind const* kindOf(Fields const& fields);
   static std::string kindList();
 
   using Hops = std::vector<NextHop>;
