@@ -32,6 +32,15 @@ Number numberAt(std::string_view& oid) {
   return error == std::errc{} ? number : Number{};
 }
 
+/// An entry of nsModuleTable.
+struct Registration {
+  std::string name;
+  std::string oid;  // "1.3.6.1.2.1.4.20"
+  int priority = 0;
+};
+
+/// Of a line ".1.3.6.1.4.1.8072.1.2.1.1.4.CONTEXT.OID.PRIORITY = STRING: NAME" (-On); nothing of
+/// others, and of a context with a name.
 std::optional<Registration> registrationOf(std::string_view line) {
   constexpr std::string_view equals = " = STRING: ";
   auto const middle = line.find(equals);
@@ -51,6 +60,16 @@ std::optional<Registration> registrationOf(std::string_view line) {
   registration.name = line.substr(middle + equals.size());
   std::erase(registration.name, '"');
   return registration;
+}
+
+std::vector<Registration> registrationsOf(std::string_view walked) {
+  std::vector<Registration> found;
+  while (!walked.empty()) {
+    auto const line = walked.substr(0, walked.find('\n'));
+    walked.remove_prefix(std::min(walked.size(), line.size() + 1));
+    if (auto registration = registrationOf(line)) found.push_back(std::move(*registration));
+  }
+  return found;
 }
 
 class Asker {
@@ -182,16 +201,6 @@ Finding foreignFinding(std::vector<Registration> const& registrations) {
 }
 
 }  // namespace
-
-std::vector<Registration> registrationsOf(std::string_view walked) {
-  std::vector<Registration> found;
-  while (!walked.empty()) {
-    auto const line = walked.substr(0, walked.find('\n'));
-    walked.remove_prefix(std::min(walked.size(), line.size() + 1));
-    if (auto registration = registrationOf(line)) found.push_back(std::move(*registration));
-  }
-  return found;
-}
 
 Findings answerFindings(AgentAddress const& given, Status const& status, RunTool const& run) {
   AgentAddress address = given;

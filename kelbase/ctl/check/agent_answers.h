@@ -10,7 +10,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "kelbase/ctl/check/finding.h"
@@ -32,16 +31,5 @@ struct AgentAddress {
 /// One for each object of mibs/objects.txt, unless the daemon answers nothing at all; and one for
 /// other modules. `status` says which tables are empty rightly.
 Findings answerFindings(AgentAddress const& address, Status const& status, RunTool const& run);
-
-/// An entry of nsModuleTable.
-struct Registration {
-  std::string name;
-  std::string oid;  // "1.3.6.1.2.1.4.20"
-  int priority = 0;
-};
-
-/// Of lines ".1.3.6.1.4.1.8072.1.2.1.1.4.CONTEXT.OID.PRIORITY = STRING: NAME" (-On); others, and
-/// those of a context with a name, are left out.
-std::vector<Registration> registrationsOf(std::string_view walked);
 
 }  // namespace Kelbase::Ctl
