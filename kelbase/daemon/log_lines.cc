@@ -4,10 +4,14 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
+#include <string>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "platform/mav/trace_handle.h"
 
 namespace Kelbase {
 namespace {
@@ -22,8 +26,7 @@ Out putLine(Out out, Mav::Severity severity, std::string_view text, bool journal
   return fmt::format_to(out, "<{}>{}\n", priorities.at(static_cast<std::size_t>(severity)), text);
 }
 
-}  // namespace
-
+/// $JOURNAL_STREAM names the device and inode of the journal's stream (systemd.exec(5)).
 bool stderrIsJournal() {
   char const* const stream = std::getenv("JOURNAL_STREAM");
   struct stat status {};
@@ -34,11 +37,14 @@ bool stderrIsJournal() {
   return std::string_view(own.data(), static_cast<std::size_t>(end - own.data())) == stream;
 }
 
+/// As it is written, newline included.
 std::string logLine(Mav::Severity severity, std::string_view text, bool journal) {
   std::string line;
   putLine(std::back_inserter(line), severity, text, journal);
   return line;
 }
+
+}  // namespace
 
 void endWithoutMemory() {
   std::set_new_handler([] {

@@ -5,19 +5,7 @@
 // Set once, before anything may log. A line that cannot be written is lost: there is nowhere else
 // to tell.
 
-#include <string>
-#include <string_view>
-
-#include "platform/mav/trace_handle.h"
-
 namespace Kelbase {
-
-/// True when stderr leads to the journal: $JOURNAL_STREAM names its device and inode
-/// (systemd.exec(5)).
-bool stderrIsJournal();
-
-/// The line as it is written, newline included.
-std::string logLine(Mav::Severity severity, std::string_view text, bool journal);
 
 /// From here on an allocation that fails ends the process with exit code 1, said in one line: what
 /// the kernel was telling would be lost with it, and a successor finds it again.

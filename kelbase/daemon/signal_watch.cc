@@ -24,20 +24,15 @@ SignalWatch::SignalWatch(Mav::Activity& activity, std::function<void(int)> onSig
   std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c)
   // Tables that may not grow are an error of the write (EFBIG), as a full file system is.
   std::signal(SIGXFSZ, SIG_IGN);  // NOLINT(cert-err33-c)
-  fd_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-  if (fd_ < 0) throw Mav::Exception(fmt::format("signalfd: {}", std::strerror(errno)));
-  watch_ = activity.watch(fd_, EPOLLIN, [this](std::uint32_t) { onReadable(); });
-}
-
-SignalWatch::~SignalWatch() {
-  // The watch goes before its descriptor (Mav::Activity::Watch).
-  watch_ = {};
-  close(fd_);
+  fd_ = Mav::Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (!fd_) throw Mav::Exception(fmt::format("signalfd: {}", std::strerror(errno)));
+  watch_ = activity.watch(fd_.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
 }
 
 void SignalWatch::onReadable() {
   signalfd_siginfo info{};
-  if (read(fd_, &info, sizeof info) == sizeof info) onSignal_(static_cast<int>(info.ssi_signo));
+  if (read(fd_.get(), &info, sizeof info) == sizeof info)
+    onSignal_(static_cast<int>(info.ssi_signo));
 }
 
 }  // namespace Kelbase

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "platform/mav/activity.h"
+#include "platform/mav/descriptor.h"
 
 namespace Kelbase {
 
@@ -15,7 +16,6 @@ class SignalWatch {
  public:
   /// Calls onSignal(number) from a turn of the activity. Mav::Exception when the kernel refuses.
   SignalWatch(Mav::Activity& activity, std::function<void(int)> onSignal);
-  ~SignalWatch();
   SignalWatch(SignalWatch const&) = delete;
   SignalWatch& operator=(SignalWatch const&) = delete;
 
@@ -23,8 +23,8 @@ class SignalWatch {
   void onReadable();
 
   std::function<void(int)> const onSignal_;
-  int fd_;
-  Mav::Activity::Watch watch_;
+  Mav::Descriptor fd_;
+  Mav::Activity::Watch watch_;  // goes before its descriptor
 };
 
 }  // namespace Kelbase
