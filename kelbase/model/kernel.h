@@ -5,7 +5,7 @@
 //
 // All on one thread. Nothing in it blocks, or knows where it comes from and where it goes.
 //
-// KernelPublisher has one for the life of the process; `kelbasectl load` makes one for a run. No
+// The daemon has one for the life of the process; `kelbasectl load` makes one for a run. No
 // method fails but for want of memory, which ends the process (endWithoutMemory()): a model that
 // has missed a change would be wrong for good.
 

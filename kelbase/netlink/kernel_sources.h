@@ -1,7 +1,7 @@
 #pragma once
 // Every kind of kernel object, and the part of the model that its messages fill.
 //
-// Made once, by KernelPublisher; NetlinkFeed dumps them in this order and offers each notification
+// Made once, by the daemon; NetlinkFeed dumps them in this order and offers each notification
 // to all. Two sources may take messages of one type: forwarding and the routes both hear of
 // netconf.
 

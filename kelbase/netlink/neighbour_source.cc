@@ -20,7 +20,7 @@ bool hasHosts(Link const& link) { return link.isUp && !link.isLoopback; }
 
 NeighbourSource::NeighbourSource(Neighbours& neighbours, Links& links)
     : ModelSource(neighbours), links_(links) {
-  // For as long as both live: the model outlives its sources (KernelPublisher's members).
+  // For as long as both live: the model outlives its sources (Daemon's members).
   links.observerIs(*this);
 }
 

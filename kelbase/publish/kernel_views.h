@@ -1,7 +1,7 @@
 #pragma once
 // Every part of the model that is published, and the table that shows it.
 //
-// Called once by KernelPublisher and by each `kelbasectl load`, which leaves out what its files do
+// Called once by the daemon and by each `kelbasectl load`, which leaves out what its files do
 // not speak of: a view would make its table equal to an empty model.
 
 #include "kelbase/model/kernel.h"

@@ -83,7 +83,6 @@ void Publisher::write() {
   // Readers of new tables wait for the mark, and take nothing for gone before it.
   complete_ ? writer_.commit() : writer_.commitComplete();
   complete_ = true;
-  published_ = true;
   shrinks_ = false;
   if (!failure_.empty())
     Mav::log(Mav::Severity::notice, fmt::format("{}: publishing again", runDir_.native()));

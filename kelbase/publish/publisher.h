@@ -62,8 +62,6 @@ class Publisher {
   /// Many calls until then are one commit.
   void onSettled(double delay);
 
-  /// The tables have been equal to the model once.
-  bool published() const { return published_; }
   /// The tables hold all that there is.
   bool exact() const;
   /// Seconds since they were last known to; infinity: never yet.
@@ -94,7 +92,6 @@ class Publisher {
   Mav::Timer service_;
   Mav::Activity::Watch notice_;
 
-  bool published_ = false;
   // Set by whatever leaves that open: the start, new tables, a write that failed. Only writeAll()
   // clears it.
   bool everything_ = true;  // the tables may differ from the model anywhere
