@@ -431,13 +431,6 @@ std::optional<KernelRoute> RouteBook<Ip>::servedOf(Prefix const& prefix,
 }
 
 template <class Ip>
-std::optional<KernelRoute> RouteBook<Ip>::served(Prefix const& prefix) const {
-  auto const found = routes_.find(prefix);
-  if (found == routes_.end()) return std::nullopt;
-  return servedOf(prefix, found->second);
-}
-
-template <class Ip>
 RouteBook<Ip>::Walk::Walk(RouteBook<Ip> const& book, Prefix const& from)
     : book_(book), next_(book.routes_.lower_bound(from)) {
   skipUnserved();

@@ -100,7 +100,8 @@ class RouteBook {
   class Search {
    public:
     explicit Search(RouteBook const& book) : book_(book), next_(book.routes_.begin()) {}
-    /// `prefix`: not before that of the last call. As RouteBook::served().
+    /// The one in use, with the next hops of all that are used together; nothing where none is
+    /// served. `prefix`: not before that of the last call.
     std::optional<KernelRoute> served(Prefix const& prefix);
 
    private:
@@ -155,9 +156,6 @@ class RouteBook {
   /// book may change while they are looked at.
   Rivals rivals(Place const& place, KernelRoute const& route) const;
 
-  /// The one in use, with the next hops of all that are used together; nothing where none is
-  /// served.
-  std::optional<KernelRoute> served(Prefix const& prefix) const;
   /// A nexthop object is another: tells the prefixes where that may change which of several routes
   /// is served, or the next hops of several together. Costs those where one of several has an
   /// object, on each change of any object: they are rare.

@@ -27,8 +27,8 @@ TableViews makeTableViews(Kernel& kernel, KernelParts const& parts) {
   if (!parts.routes) return views;
   // The views of routes are made before the fecs move into the list, since they refer to them.
   auto fecs = std::make_unique<FecView>(kernel.links, kernel.nexthops, kernel.nextHopSets);
-  auto routes4 = std::make_unique<RouteView<Ip4>>(kernel.routes4, kernel.nextHopSets, *fecs);
-  auto routes6 = std::make_unique<RouteView<Ip6>>(kernel.routes6, kernel.nextHopSets, *fecs);
+  auto routes4 = std::make_unique<RouteView<Ip4>>(kernel.routes4, *fecs);
+  auto routes6 = std::make_unique<RouteView<Ip6>>(kernel.routes6, *fecs);
   views.add(std::move(fecs));
   views.add(std::move(routes4));
   views.add(std::move(routes6));

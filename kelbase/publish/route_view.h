@@ -36,10 +36,10 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
 
   /// All must outlive it; the fecs are to be written before it. It becomes the observer of the
   /// routes.
-  RouteView(Routes<Ip>& routes, NextHopSets const& sets, FecView& fecs);
+  RouteView(Routes<Ip>& routes, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
-  std::string summary() const override;
+  std::string summary() const override { return routes_.summary(); }
   void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override {
@@ -48,17 +48,12 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   /// Counts the difference; hasMore() says whether any of it is to be written.
   Pondo::Writer::SyncCounts writeAll(Pondo::Writer& writer) override;
 
-  /// What the table is to hold under `prefix`, but for its age; nothing: no record.
-  std::optional<Pondo::Fib::Route> find(Prefix const& prefix) const;
-
  private:
   using RouteType = Routing::Fib::RouteType;
   using Search = typename RouteBook<Ip>::Search;
   using Walk = typename RouteBook<Ip>::Walk;
 
-  void onRoute(std::uint32_t table, Prefix const& prefix) override {
-    if (table == mainTable) mark(prefix);
-  }
+  void onRoute(Prefix const& prefix) override { mark(prefix); }
   RouteType typeOf(KernelRoute const& route) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Prefix const& prefix);
@@ -69,8 +64,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
-  RouteBook<Ip> const& routes_;
-  NextHopSets const& sets_;
+  Routes<Ip> const& routes_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
