@@ -29,9 +29,8 @@ constexpr std::array address6Rules{
 std::optional<ifaddrmsg> headerOf(NetlinkMessage const& message, std::uint8_t family) {
   auto const info = message.header<ifaddrmsg>();
   if (info.ifa_family != family) return std::nullopt;
-  if (static_cast<std::int32_t>(info.ifa_index) >= 1) return info;
-  throw BadMessage(
-      fmt::format("{}: interface index {}, expected 1 or more", message.name(), info.ifa_index));
+  checkedIndex(message, info.ifa_index, 1);
+  return info;
 }
 
 template <class Addr>

@@ -1,6 +1,5 @@
 #include "kelbase/netlink/link_decoder.h"
 
-#include <fmt/format.h>
 #include <linux/if.h>
 #include <sys/socket.h>
 
@@ -31,12 +30,8 @@ std::optional<Link> LinkDecoder::read(NetlinkMessage const& message) {
   // A bridge speaks of its ports with the same messages under AF_BRIDGE: a port that leaves its
   // bridge is still a link.
   if (info.ifi_family != AF_UNSPEC) return std::nullopt;
-  if (info.ifi_index < 1) {
-    throw BadMessage(
-        fmt::format("{}: interface index {}, expected 1 or more", message.name(), info.ifi_index));
-  }
   Link link;
-  link.index = info.ifi_index;
+  link.index = checkedIndex(message, info.ifi_index, 1);
   // Nothing else is asked of it: a removal whose attributes are malformed removes the link all the
   // same.
   if (message.type() == RTM_DELLINK) return link;

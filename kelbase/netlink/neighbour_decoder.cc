@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
 #include <linux/neighbour.h>
 #include <sys/socket.h>
 
@@ -48,9 +47,9 @@ std::uint64_t updatedAt(nda_cacheinfo const& info) {
 
 template <class Addr>
 Neighbour readOf(NetlinkMessage const& message, ndmsg const& info) {
-  Attributes const attributes(message, message.attributes<ndmsg>(), neighbourRules<Addr>);
   Neighbour neighbour;
-  neighbour.link = info.ndm_ifindex;
+  neighbour.link = checkedIndex(message, info.ndm_ifindex, 1);
+  Attributes const attributes(message, message.attributes<ndmsg>(), neighbourRules<Addr>);
   neighbour.key = *attributes.template address<Addr>(NDA_DST);
   auto const reach = reachOf(info.ndm_state);
   // The kernel tells of multicast addresses too, as NUD_NOARP: some of each link, which `ip
@@ -83,10 +82,6 @@ std::optional<Neighbour> NeighbourDecoder::read(NetlinkMessage const& message) {
   if (!isV4 && info.ndm_family != AF_INET6) return std::nullopt;
   // An address that this machine answers for is no neighbour (ip-neighbour(8), proxy).
   if ((info.ndm_flags & NTF_PROXY) != 0) return std::nullopt;
-  if (info.ndm_ifindex < 1) {
-    throw BadMessage(fmt::format("{}: interface index {}, expected 1 or more", message.name(),
-                                 info.ndm_ifindex));
-  }
   return isV4 ? readOf<Dovel::IpAddr>(message, info) : readOf<Dovel::Ip6Addr>(message, info);
 }
 

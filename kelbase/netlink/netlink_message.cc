@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
+#include <fmt/format.h>
 #include <linux/rtnetlink.h>
 
 #include "kelbase/netlink/netlink_attributes.h"
@@ -59,6 +61,15 @@ std::string NetlinkMessage::name() const {
 void NetlinkMessage::throwShort(std::size_t expected) const {
   throw BadMessage(name() + ": header of " + std::to_string(payload().size()) +
                    " bytes, expected at least " + std::to_string(expected));
+}
+
+std::int32_t checkedIndex(NetlinkMessage const& message, std::int64_t index, std::int32_t min) {
+  // Messages have it with a sign or without.
+  if (index >= min && index <= std::numeric_limits<std::int32_t>::max()) {
+    return static_cast<std::int32_t>(index);
+  }
+  throw BadMessage(
+      fmt::format("{}: interface index {}, expected {} or more", message.name(), index, min));
 }
 
 int errorOf(NetlinkMessage const& message) {

@@ -84,6 +84,9 @@ void forEachMessage(Bytes datagram, Visit const& visit) {
   if (left > 0) throw BadMessage("datagram: " + std::to_string(left) + " stray bytes at its end");
 }
 
+/// The index of a link, at least `min`; BadMessage otherwise.
+std::int32_t checkedIndex(NetlinkMessage const& message, std::int64_t index, std::int32_t min);
+
 /// The errno that an NLMSG_ERROR or NLMSG_DONE message carries, 0 for none (an acknowledgement, or
 /// a dump that ended well). BadMessage where an NLMSG_ERROR ends before it.
 int errorOf(NetlinkMessage const& message);

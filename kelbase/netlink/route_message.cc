@@ -118,14 +118,6 @@ void readVia(NetlinkMessage const& message, Bytes via, NextHop& hop) {
   hop.nextHop6 = Dovel::Ip6Addr(octets);
 }
 
-std::int32_t checkedIndex(NetlinkMessage const& message, std::int32_t index) {
-  if (index < 0) {
-    throw BadMessage(
-        fmt::format("{}: interface index {}, expected 0 or more", message.name(), index));
-  }
-  return index;
-}
-
 template <class Ip>
 typename Ip::Destination prefixOf(NetlinkMessage const& message, typename Ip::Addr const& address,
                                   unsigned length) {
@@ -151,7 +143,7 @@ constexpr std::uint32_t passingFlags =
 template <class Ip>
 NextHop hopOf(NetlinkMessage const& message, Attributes const& attributes, std::int32_t index) {
   NextHop hop;
-  hop.ifIndex = checkedIndex(message, index);
+  hop.ifIndex = checkedIndex(message, index, 0);
   if constexpr (Ip::version == IpVersion::v4) {
     hop.nextHop = addressOf<Dovel::IpAddr>(attributes, RTA_GATEWAY);
     if (auto const via = attributes.bytes(RTA_VIA)) readVia(message, *via, hop);
@@ -236,7 +228,7 @@ void readHops(NetlinkMessage const& message, rtmsg const& header, Attributes con
   route.kind = kindOf(header.rtm_type);
   route.link = 0;
   if (route.kind == RouteKind::other) {
-    route.link = checkedIndex(message, attributes.value<std::int32_t>(RTA_OIF).value_or(0));
+    route.link = checkedIndex(message, attributes.value<std::int32_t>(RTA_OIF).value_or(0), 0);
   }
   route.object = attributes.value<std::uint32_t>(RTA_NH_ID).value_or(0);
   if (route.object != 0) {
@@ -347,7 +339,8 @@ ListedNexthop readNexthop(NetlinkMessage const& message) {
   if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
   if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
   nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
-  nexthop.hop.ifIndex = checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0));
+  nexthop.hop.ifIndex =
+      checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0), 0);
   auto const gateway = attributes.bytes(NHA_GATEWAY);
   // A group has none, nor has a blackhole, nor a next hop on the link itself.
   if (gateway && header.nh_family == AF_INET) {
