@@ -13,7 +13,9 @@
 #include <type_traits>
 
 #include <libmnl/libmnl.h>
+#include <sys/socket.h>
 
+#include "kelbase/model/family.h"
 #include "platform/mav/exception.h"
 
 namespace Kelbase {
@@ -82,6 +84,11 @@ void forEachMessage(Bytes datagram, Visit const& visit) {
     next = mnl_nlmsg_next(next, &left);
   }
   if (left > 0) throw BadMessage("datagram: " + std::to_string(left) + " stray bytes at its end");
+}
+
+/// What the headers of messages call a version of IP.
+constexpr std::uint8_t familyOf(IpVersion version) {
+  return version == IpVersion::v4 ? AF_INET : AF_INET6;
 }
 
 /// The index of a link, at least `min`; BadMessage otherwise.

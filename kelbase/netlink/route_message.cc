@@ -26,9 +26,6 @@ constexpr AttributeRule addressRule(std::uint16_t type, std::string_view name) {
   return {type, name, exactly(sizeof(typename Ip::Addr::Octets))};
 }
 
-template <class Ip>
-constexpr std::uint8_t familyOf = Ip::version == IpVersion::v4 ? AF_INET : AF_INET6;
-
 // In the order in which the kernel writes them, which makes looking them up short.
 template <class Ip>
 constexpr std::array routeRules{
@@ -294,7 +291,7 @@ bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route) {
   auto const header = message.header<rtmsg>();
   // Before any attribute: both sources get every message about routes, and the rules of one version
   // would call an address of the other malformed.
-  if (header.rtm_family != familyOf<Ip> || (header.rtm_flags & RTM_F_CLONED) != 0 ||
+  if (header.rtm_family != familyOf(Ip::version) || (header.rtm_flags & RTM_F_CLONED) != 0 ||
       header.rtm_src_len != 0) {
     return false;
   }

@@ -24,10 +24,6 @@ constexpr std::array routeGroups{
     unsigned{isIp4<Ip> ? RTNLGRP_IPV4_NETCONF : RTNLGRP_IPV6_NETCONF},
 };
 
-constexpr unsigned char familyOf(IpVersion version) {
-  return version == IpVersion::v4 ? AF_INET : AF_INET6;
-}
-
 constexpr std::array settingRules{
     AttributeRule{NETCONFA_IFINDEX, "NETCONFA_IFINDEX", exactly(sizeof(std::int32_t)), required},
     AttributeRule{NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN, "NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN",
