@@ -8,7 +8,7 @@
 // The look shows them as they are while the link is down: the kernel tells when one is known to be
 // unique again, or is not. All on the publisher's thread.
 
-#include "kelbase/netlink/address_decoder.h"
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/model_source.h"
 
 namespace Kelbase {

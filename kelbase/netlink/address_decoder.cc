@@ -1,10 +1,9 @@
-#include "kelbase/netlink/address_decoder.h"
-
 #include <fmt/format.h>
 #include <linux/if.h>
 #include <linux/if_addr.h>
 #include <sys/socket.h>
 
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/netlink_attributes.h"
 
 namespace Kelbase {

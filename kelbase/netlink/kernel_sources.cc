@@ -1,12 +1,9 @@
 #include "kelbase/netlink/kernel_sources.h"
 
 #include "kelbase/netlink/address6_source.h"
-#include "kelbase/netlink/address_decoder.h"
-#include "kelbase/netlink/forwarding_decoder.h"
-#include "kelbase/netlink/link_decoder.h"
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/model_source.h"
 #include "kelbase/netlink/neighbour_source.h"
-#include "kelbase/netlink/nexthop_decoder.h"
 #include "kelbase/netlink/route_source.h"
 
 namespace Kelbase {

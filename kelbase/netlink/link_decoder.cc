@@ -1,8 +1,7 @@
-#include "kelbase/netlink/link_decoder.h"
-
 #include <linux/if.h>
 #include <sys/socket.h>
 
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/netlink_attributes.h"
 
 namespace Kelbase {

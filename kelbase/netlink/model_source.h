@@ -1,16 +1,7 @@
 #pragma once
 // Carries the messages of one kind of object into its part of the model. What differs from kind to
-// kind is its decoder, a struct of constants and two functions:
-//
-//   name                      "links"
-//   groups                    the multicast groups, an array
-//   newType, delType          RTM_NEW..., RTM_DEL...
-//   requests()                what to ask for all objects
-//   read(message)             the object, as a plain struct; nothing when the message is not about
-//                             this kind; BadMessage
-//
-// The model has is(object), del(object), dumpBegin(), dumpEnd(whole) and summary(). All on the
-// publisher's thread.
+// kind is its decoder (decoders.h). The model has is(object), del(object), dumpBegin(),
+// dumpEnd(whole) and summary(). All on the publisher's thread.
 
 #include <vector>
 

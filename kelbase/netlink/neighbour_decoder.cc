@@ -1,10 +1,9 @@
-#include "kelbase/netlink/neighbour_decoder.h"
-
 #include <algorithm>
 
 #include <linux/neighbour.h>
 #include <sys/socket.h>
 
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/netlink_attributes.h"
 #include "platform/mav/time.h"
 

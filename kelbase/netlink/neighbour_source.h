@@ -19,8 +19,8 @@
 #include <cstddef>
 
 #include "kelbase/model/neighbour.h"
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/model_source.h"
-#include "kelbase/netlink/neighbour_decoder.h"
 
 namespace Kelbase {
 

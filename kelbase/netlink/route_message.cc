@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include <fmt/format.h>
-#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
@@ -53,15 +52,6 @@ constexpr std::array pathRules{
     numberRule(RTA_FLOW, "RTA_MULTIPATH: RTA_FLOW"),
     AttributeRule{RTA_ENCAP_TYPE, "RTA_MULTIPATH: RTA_ENCAP_TYPE", exactly(sizeof(std::uint16_t))},
     AttributeRule{RTA_ENCAP, "RTA_MULTIPATH: RTA_ENCAP", {}},
-};
-
-constexpr std::array nexthopRules{
-    AttributeRule{NHA_ID, "NHA_ID", exactly(numberSize), required},
-    AttributeRule{NHA_GROUP, "NHA_GROUP", atLeast(sizeof(nexthop_grp))},
-    AttributeRule{NHA_BLACKHOLE, "NHA_BLACKHOLE", exactly(0)},
-    AttributeRule{NHA_OIF, "NHA_OIF", exactly(numberSize)},
-    // The header tells of which version it is: readNexthop() asks for the size of an IPv6 one.
-    AttributeRule{NHA_GATEWAY, "NHA_GATEWAY", atLeast(sizeof(Dovel::IpAddr::Octets))},
 };
 
 /// A multiplicative hash without state between runs; eight octets in one step.
@@ -271,19 +261,6 @@ void readLifetime(Attributes const& attributes, ListedRoute<Ip6>& route) {
   if (route.lifetime < 0) route.kind = RouteKind::dead;
 }
 
-void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& nexthop) {
-  if (group.size() % sizeof(nexthop_grp) != 0) {
-    throw BadMessage(fmt::format("{}: NHA_GROUP: {} bytes, expected a multiple of {}",
-                                 message.name(), group.size(), sizeof(nexthop_grp)));
-  }
-  for (; !group.empty(); group = group.subspan(sizeof(nexthop_grp))) {
-    nexthop_grp member;
-    std::memcpy(&member, group.data(), sizeof member);
-    // Its weight is passed over: no table has a place for it.
-    nexthop.members.push_back(member.id);
-  }
-}
-
 }  // namespace
 
 template <class Ip>
@@ -325,31 +302,6 @@ std::optional<std::int32_t> readMulticastLink(NetlinkMessage const& message) {
   Attributes const attributes(message, message.attributes<rtmsg>(), routeRules<Ip6>);
   if (addressOf<Dovel::Ip6Addr>(attributes, RTA_DST) != multicast) return std::nullopt;
   return attributes.value<std::int32_t>(RTA_OIF);
-}
-
-ListedNexthop readNexthop(NetlinkMessage const& message) {
-  auto const header = message.header<nhmsg>();
-  Attributes const attributes(message, message.attributes<nhmsg>(), nexthopRules);
-  ListedNexthop nexthop;
-  nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
-  // 0 stands for "no object" throughout the model.
-  if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
-  if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
-  nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
-  nexthop.hop.ifIndex =
-      checkedIndex(message, attributes.value<std::int32_t>(NHA_OIF).value_or(0), 0);
-  auto const gateway = attributes.bytes(NHA_GATEWAY);
-  // A group has none, nor has a blackhole, nor a next hop on the link itself.
-  if (gateway && header.nh_family == AF_INET) {
-    nexthop.hop.nextHop = addressOf<Dovel::IpAddr>(attributes, NHA_GATEWAY);
-  } else if (gateway && header.nh_family == AF_INET6) {
-    if (gateway->size() != sizeof(Dovel::Ip6Addr::Octets)) {
-      throw BadMessage(fmt::format("{}: NHA_GATEWAY: {} bytes, expected {}", message.name(),
-                                   gateway->size(), sizeof(Dovel::Ip6Addr::Octets)));
-    }
-    nexthop.hop.nextHop6 = addressOf<Dovel::Ip6Addr>(attributes, NHA_GATEWAY);
-  }
-  return nexthop;
 }
 
 }  // namespace Kelbase

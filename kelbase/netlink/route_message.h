@@ -1,11 +1,10 @@
 #pragma once
-// RTM_NEWROUTE and RTM_DELROUTE of both versions of IP, and RTM_NEWNEXTHOP and RTM_DELNEXTHOP, read
-// into plain values (rtnetlink(7); net/ipv4/fib_semantics.c, fib_dump_info; net/ipv6/route.c,
-// rt6_fill_node; net/ipv4/nexthop.c). Every attribute that is used is checked first: BadMessage
-// otherwise.
+// RTM_NEWROUTE and RTM_DELROUTE of both versions of IP, read into plain values (rtnetlink(7);
+// net/ipv4/fib_semantics.c, fib_dump_info; net/ipv6/route.c, rt6_fill_node). Every attribute that
+// is used is checked first: BadMessage otherwise.
 //
-// Called by RouteSource and NexthopDecoder for each message of a dump: a million times at the start
-// of a router with full tables. What is not kept is not decoded, and the caller's route is filled
+// Called by RouteSource for each message of a dump: a million times at the start of a router with
+// full tables. What is not kept is not decoded, and the caller's route is filled
 // again and again, so that to read one allocates nothing. No value points into the datagram.
 
 #include <cstdint>
@@ -25,8 +24,5 @@ bool readRoute(NetlinkMessage const& message, ListedRoute<Ip>& route);
 /// The link of an IPv6 route to ff00::/8 of table local, which the kernel makes on each link that
 /// has IPv6 (net/ipv6/addrconf.c, addrconf_add_mroute); nothing of another route.
 std::optional<std::int32_t> readMulticastLink(NetlinkMessage const& message);
-
-/// Of either version of IP: an IPv4 route may lead to an IPv6 neighbour (RFC 8950).
-ListedNexthop readNexthop(NetlinkMessage const& message);
 
 }  // namespace Kelbase

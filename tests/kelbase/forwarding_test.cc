@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <linux/mpls.h>
 
-#include "kelbase/netlink/forwarding_decoder.h"
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/model_source.h"
 #include "kelbase/publish/forwarding_view.h"
 #include "tests/kelbase/netlink_builder.h"

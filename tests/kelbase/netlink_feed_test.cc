@@ -11,9 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "kelbase/netlink/forwarding_decoder.h"
+#include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/kernel_sources.h"
-#include "kelbase/netlink/link_decoder.h"
 #include "kelbase/netlink/model_source.h"
 #include "kelbase/publish/forwarding_view.h"
 #include "kelbase/publish/link_view.h"
