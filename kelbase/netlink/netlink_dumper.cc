@@ -30,7 +30,7 @@ NetlinkDumper::NetlinkDumper(Mav::Activity& activity, std::span<KernelSource* co
       hooks_(std::move(hooks)),
       start_(activity.clock(), [this] { startNext(); }),
       timeout_(activity.clock(), [this] { startOver("the kernel does not answer"); }) {
-  for (auto* source : sources) jobs_.push_back({source, std::nullopt, std::nullopt});
+  for (auto* source : sources) jobs_.push_back({.source = source});
   openSocket();
 }
 
@@ -48,21 +48,19 @@ void NetlinkDumper::openSocket() {
 }
 
 void NetlinkDumper::wantAll(double time) {
-  // One that was wanted sooner stays so: a delay puts nothing off that somebody else waits for.
-  for (auto& job : jobs_) job.due = std::min(job.due.value_or(time), time);
+  for (auto& job : jobs_) job.wantedAt(time);
   if (!busy()) startNext();
 }
 
 void NetlinkDumper::want(KernelSource const& source, double time) {
-  auto& due = jobOf(source).due;
-  due = std::min(due.value_or(time), time);
+  jobOf(source).wantedAt(time);
   // Else startNext() sets the time, when what is under way has ended.
   if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
 }
 
 void NetlinkDumper::wantLook(KernelSource const& source, double time) {
   auto& look = jobOf(source).look;
-  look = std::min(look.value_or(time), time);
+  look = std::min(look, time);
   if (!busy()) start_.timeMinIs(std::min(start_.timeMin(), time));
 }
 
@@ -78,14 +76,14 @@ bool NetlinkDumper::known() const {
 
 bool NetlinkDumper::pending() const {
   return std::any_of(jobs_.begin(), jobs_.end(),
-                     [](Job const& job) { return job.due.has_value(); });
+                     [](Job const& job) { return job.due != Mav::never; });
 }
 
 void NetlinkDumper::startNext() {
   if (busy()) return;
   double next = Mav::never;
   for (auto& job : jobs_) {
-    auto const due = std::min(job.due.value_or(Mav::never), job.look.value_or(Mav::never));
+    auto const due = std::min(job.due, job.look);
     // The first of the sources, not the one that has waited longest: what others refer to comes
     // first.
     if (due <= Mav::now()) return start(job);
@@ -97,9 +95,9 @@ void NetlinkDumper::startNext() {
 
 void NetlinkDumper::start(Job& job) {
   // A dump does for the look that was wanted too. A look does not for the dump, which stays wanted.
-  isLook_ = job.due.value_or(Mav::never) > Mav::now();
-  if (!isLook_) job.due.reset();
-  job.look.reset();
+  isLook_ = job.due > Mav::now();
+  if (!isLook_) job.due = Mav::never;
+  job.look = Mav::never;
   current_ = &job;
   request_ = 0;
   interrupted_ = false;
@@ -214,7 +212,7 @@ void NetlinkDumper::onInterrupted(Job& job) {
   job.source->dumpEnd(false);
   if (++job.interruptions <= interruptedMax) {
     MAV_TRACE(traceHandle(), 1, "dump of " << job.source->name() << " interrupted: again");
-    return again(job, backOff(job.interruptions, settleDelay));
+    return job.wantedAt(Mav::now() + backOff(job.interruptions, settleDelay));
   }
   // They change faster than they can be listed. What was listed is true, and notifications tell
   // the rest; only what disappeared unseen has to wait for a quieter moment.
@@ -225,7 +223,7 @@ void NetlinkDumper::onInterrupted(Job& job) {
   // otherwise.
   job.interruptions = 0;
   job.known = true;
-  again(job, settleDelay);
+  job.wantedAt(Mav::now() + settleDelay);
 }
 
 /// The request under way has failed: its source is asked again later.
@@ -244,7 +242,7 @@ void NetlinkDumper::giveUp(std::string const& what) {
     // What did come is true and stays; nothing is taken to be gone.
     job.source->dumpEnd(false);
     // Until the next try nothing is busy: startNext() says so, and what was held back is replayed.
-    again(job, backOff(job.failures++, failureDelayMax));
+    job.wantedAt(Mav::now() + backOff(job.failures++, failureDelayMax));
   }
   startNext();
 }
@@ -257,11 +255,6 @@ void NetlinkDumper::startOver(std::string const& what) {
     MAV_TRACE(traceHandle(), 0, error.what());  // the old one is there still
   }
   giveUp(what);
-}
-
-void NetlinkDumper::again(Job& job, double delay) {
-  double const time = Mav::now() + delay;
-  job.due = std::min(job.due.value_or(time), time);
 }
 
 }  // namespace Kelbase

@@ -12,6 +12,7 @@
 // Between two tries it is not busy(): notifications may be applied then. A look (wantLook) is one
 // try, of which dumpEnd(false) tells; one that fails becomes a dump.
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -72,11 +73,14 @@ class NetlinkDumper {
   struct Job {
     KernelSource* source;
     // `source` belongs to NetlinkFeed's caller, and outlives the dumper.
-    std::optional<double> due;   // wanted from then on
-    std::optional<double> look;  // likewise
+    double due = Mav::never;   // wanted from then on
+    double look = Mav::never;  // likewise
     unsigned interruptions = 0;
     unsigned failures = 0;
     bool known = false;
+
+    /// One that was wanted sooner stays so: a delay puts nothing off that somebody else waits for.
+    void wantedAt(double time) { due = std::min(due, time); }
   };
 
   void openSocket();
@@ -91,7 +95,6 @@ class NetlinkDumper {
   void onInterrupted(Job& job);
   void giveUp(std::string const& what);
   void startOver(std::string const& what);
-  void again(Job& job, double delay);
   Job& jobOf(KernelSource const& source);
 
   Mav::Activity& activity_;
