@@ -1,10 +1,9 @@
 #include "kelbase/publish/kernel_views.h"
 
-#include "kelbase/publish/address_rows.h"
 #include "kelbase/publish/forwarding_view.h"
 #include "kelbase/publish/link_view.h"
-#include "kelbase/publish/neighbour_rows.h"
 #include "kelbase/publish/neighbour_view.h"
+#include "kelbase/publish/on_links_rows.h"
 #include "kelbase/publish/on_links_view.h"
 #include "kelbase/publish/route_view.h"
 

@@ -7,8 +7,8 @@
 
 #include "kelbase/model/kernel.h"
 #include "kelbase/netlink/neighbour_source.h"
-#include "kelbase/publish/neighbour_rows.h"
 #include "kelbase/publish/neighbour_view.h"
+#include "kelbase/publish/on_links_rows.h"
 #include "kelbase/publish/on_links_view.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/support/scratch_dir.h"
