@@ -4,22 +4,25 @@ namespace Kelbase {
 
 RouteOutcome AppendedRoutes::add(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
                                  RouteRank rank, bool /*tellsAll*/) const {
-  if (rank == RouteRank::listed) return {book.add(prefix, route, rank)};
   // The kernel has found others of this prefix, tos and metric, and put it behind or before them.
   bool const joins = rank == RouteRank::appended || rank == RouteRank::first;
+  auto const place = book.place(prefix);
+  if (rank == RouteRank::listed || (!joins && !isReplay_)) return {book.add(place, route, rank)};
+  auto const rivals = book.rivals(place, route);
   // Alone, a route ends right wherever the dump was taken: each message replaces it whole.
-  bool const isAmidRivals = isReplay_ && (joins || book.hasRivals(prefix, route));
+  bool const isAmidRivals = isReplay_ && (joins || rivals.size() > 1);
   // It repeats what is there, or tells of another route that differs in what messages leave out.
-  bool const isSecond = joins && book.contains(prefix, route);
-  return {book.add(prefix, route, rank), isAmidRivals || isSecond};
+  bool const isSecond = joins && lookalikes(rivals, route) > 0;
+  return {book.add(place, route, rank), isAmidRivals || isSecond};
 }
 
 /// Which of several that look alike has gone, no message tells: they differ in what it leaves out.
 RouteOutcome AppendedRoutes::remove(Book& book, Dovel::Prefix const& prefix,
                                     KernelRoute const& route, bool /*tellsAll*/) const {
-  bool const isAmidRivals = isReplay_ && book.hasRivals(prefix, route);
-  bool const isDoubtful = isAmidRivals || book.hasTwins(prefix, route);
-  return {book.remove(prefix, route), isDoubtful};
+  auto const place = book.place(prefix);
+  auto const rivals = book.rivals(place, route);
+  bool const isAmidRivals = isReplay_ && rivals.size() > 1;
+  return {book.remove(place, route), isAmidRivals || lookalikes(rivals, route) > 1};
 }
 
 }  // namespace Kelbase

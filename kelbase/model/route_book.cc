@@ -59,6 +59,12 @@ bool mayRepeat(RouteRank rank) { return rank != RouteRank::listed && rank != Rou
 
 }  // namespace
 
+std::size_t lookalikes(Rivals const& rivals, KernelRoute const& route) {
+  return static_cast<std::size_t>(
+      std::count_if(rivals.begin(), rivals.end(),
+                    [&](KernelRoute const& other) { return areSame(other, route); }));
+}
+
 /// The dump under way, or a message since, has mentioned the prefix.
 template <class Ip>
 void RouteBook<Ip>::refresh(KernelRoute& slot) {
@@ -281,7 +287,7 @@ bool RouteBook<Ip>::change(Place const& place, KernelRoute const& before, Kernel
 }
 
 template <class Ip>
-auto RouteBook<Ip>::rivals(Place const& place, KernelRoute const& route) const -> Rivals {
+Rivals RouteBook<Ip>::rivals(Place const& place, KernelRoute const& route) const {
   Rivals result;
   if (!isThere(place)) return result;
   auto const& slot = place.at_->second;
@@ -293,33 +299,6 @@ auto RouteBook<Ip>::rivals(Place const& place, KernelRoute const& route) const -
     if (areRivals(other, route)) result.push_back(other);
   }
   return result;
-}
-
-template <class Ip>
-bool RouteBook<Ip>::hasRivals(Prefix const& prefix, KernelRoute const& route) const {
-  auto const found = several_.find(prefix);
-  // A prefix without a list has one route: its only rival is itself.
-  if (found == several_.end()) return false;
-  return std::any_of(
-      found->second.list.begin(), found->second.list.end(),
-      [&](KernelRoute const& other) { return areRivals(other, route) && !areSame(other, route); });
-}
-
-template <class Ip>
-bool RouteBook<Ip>::contains(Prefix const& prefix, KernelRoute const& route) const {
-  auto const found = routes_.find(prefix);
-  if (found == routes_.end()) return false;
-  if (found->second.kind != severalKind) return areSame(found->second, route);
-  auto const& list = several_.at(prefix).list;
-  return findSame(list, route) != list.end();
-}
-
-template <class Ip>
-bool RouteBook<Ip>::hasTwins(Prefix const& prefix, KernelRoute const& route) const {
-  auto const found = several_.find(prefix);
-  if (found == several_.end()) return false;
-  auto const looksLike = [&](KernelRoute const& other) { return areSame(other, route); };
-  return std::count_if(found->second.list.begin(), found->second.list.end(), looksLike) > 1;
 }
 
 template <class Ip>

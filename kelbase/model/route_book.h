@@ -50,6 +50,11 @@ struct KernelRoute {
 };
 static_assert(sizeof(KernelRoute) == 16);
 
+/// The routes of a prefix that have the same tos and metric, in the kernel's order.
+using Rivals = absl::InlinedVector<KernelRoute, 2>;
+/// How many of them messages cannot tell from `route`; itself among them.
+std::size_t lookalikes(Rivals const& rivals, KernelRoute const& route);
+
 /// Where among routes of the same prefix, tos and metric the kernel puts one.
 enum class RouteRank {
   listed,    // after those that the dump under way has listed so far, and without the others
@@ -72,7 +77,6 @@ template <class Ip>
 class RouteBook {
  public:
   using Prefix = typename Ip::Prefix;
-  using Rivals = absl::InlinedVector<KernelRoute, 2>;
 
   /// `sets`, whose references it holds, must outlive it.
   explicit RouteBook(NextHopSets& sets) : sets_(sets) {}
@@ -130,14 +134,8 @@ class RouteBook {
   /// taken as repeated, and stays in its place; but a dump repeats nothing. `route.hops` gets a
   /// reference for as long as the book has the route.
   bool add(Place const& place, KernelRoute route, RouteRank rank);
-  bool add(Prefix const& prefix, KernelRoute const& route, RouteRank rank) {
-    return add(place(prefix), route, rank);
-  }
   /// As above. One that is not there changes nothing.
   bool remove(Place const& place, KernelRoute const& route);
-  bool remove(Prefix const& prefix, KernelRoute const& route) {
-    return remove(place(prefix), route);
-  }
   /// As above: `now` takes the place of `before`, which is there.
   bool change(Place const& place, KernelRoute const& before, KernelRoute const& now);
 
@@ -145,15 +143,8 @@ class RouteBook {
   /// Forgets what the dump did not mention, and tells its prefixes, in order.
   void sweep(absl::FunctionRef<void(Prefix const&)> gone);
 
-  /// Whether the prefix has others of the route's tos and metric. Others than those that look like
-  /// it.
-  bool hasRivals(Prefix const& prefix, KernelRoute const& route) const;
-  /// Whether one of the prefix's routes looks like this one; whether several do.
-  bool contains(Prefix const& prefix, KernelRoute const& route) const;
-  bool hasTwins(Prefix const& prefix, KernelRoute const& route) const;
-
-  /// Those of the prefix that have the route's tos and metric, in the kernel's order. Copies: the
-  /// book may change while they are looked at.
+  /// Those of the prefix that have the route's tos and metric. Copies: the book may change while
+  /// they are looked at.
   Rivals rivals(Place const& place, KernelRoute const& route) const;
 
   /// A nexthop object is another: tells the prefixes where that may change which of several routes

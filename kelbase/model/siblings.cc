@@ -8,7 +8,7 @@ namespace {
 bool isSibling(KernelRoute const& route) { return route.identity == Siblings::identity; }
 
 /// Whether a dump has listed siblings among them, or messages that leave as much open.
-bool hideOthers(Siblings::Book::Rivals const& routes) {
+bool hideOthers(Rivals const& routes) {
   return std::any_of(routes.begin(), routes.end(),
                      [](KernelRoute const& route) { return isSibling(route) && !route.isUniform; });
 }
@@ -17,15 +17,15 @@ bool hideOthers(Siblings::Book::Rivals const& routes) {
 
 RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
                            bool tellsAll) const {
+  auto const place = book.place(prefix);
   if (rank == RouteRank::listed) {
     // A dump tells the protocol of the first, and its lifetime.
     route.isUniform = route.isUniform && !tellsAll;
-    return {book.add(prefix, route, rank)};
+    return {book.add(place, route, rank)};
   }
   // Nothing was there for it to join or to stand before, in a replay as well: what came after it is
   // replayed behind it.
-  if (rank == RouteRank::only) return {book.add(prefix, route, rank)};
-  auto const place = book.place(prefix);
+  if (rank == RouteRank::only) return {book.add(place, route, rank)};
   auto const rivals = book.rivals(place, route);
   if (rank == RouteRank::replaced) {
     // Those of other links are rivals in the kernel.
@@ -67,7 +67,7 @@ RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute cons
   auto const rivals = book.rivals(place, route);
   // The kernel told all of them only where all were deleted.
   if (isSibling(route) && !tellsAll) return removeOne(book, place, route, rivals);
-  bool const isDoubtful = book.hasTwins(prefix, route) || (isReplay_ && rivals.size() > 1);
+  bool const isDoubtful = lookalikes(rivals, route) > 1 || (isReplay_ && rivals.size() > 1);
   return {book.remove(place, route), isDoubtful, hideOthers(rivals)};
 }
 

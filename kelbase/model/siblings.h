@@ -47,7 +47,6 @@ class Siblings {
 
  private:
   using Place = Book::Place;
-  using Rivals = Book::Rivals;
 
   RouteOutcome join(Book& book, Place const& place, KernelRoute route, bool tellsAll,
                     Rivals const& rivals) const;
