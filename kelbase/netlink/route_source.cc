@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 
 #include <linux/netconf.h>
 #include <linux/nexthop.h>
@@ -39,8 +41,8 @@ rtmsg routeHeader(IpVersion version) {
   return header;
 }
 
-}  // namespace
-
+/// A link, or allLinks, and whether its next hops of the version count without carrier. Nothing for
+/// another setting or another version of IP.
 std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message,
                                                                  IpVersion version) {
   if (message.header<netconfmsg>().ncm_family != familyOf(version)) return std::nullopt;
@@ -52,6 +54,8 @@ std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage 
   if (!setting || link == NETCONFA_IFINDEX_DEFAULT) return std::nullopt;
   return std::pair(link, *setting != 0);
 }
+
+}  // namespace
 
 template <class Ip>
 RouteSource<Ip>::RouteSource(Routes<Ip>& routes, KernelSource const& nexthops)

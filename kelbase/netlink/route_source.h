@@ -16,8 +16,6 @@
 // it has listed, whatever their lengths (net/ipv4/fib_trie.c, fn_trie_dump_leaf): there a dump is
 // taken again where a route to an address at which a datagram ended has come or gone.
 
-#include <optional>
-#include <utility>
 #include <vector>
 
 #include <absl/container/flat_hash_set.h>
@@ -91,11 +89,6 @@ class RouteSource : public KernelSource {
   unsigned confirms_ = 0;                         // dumps asked for in a row
   double confirmedAt_ = -Mav::never;
 };
-
-/// A link, or allLinks, and whether its next hops of the version count without carrier. Nothing for
-/// another setting or another version of IP.
-std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message,
-                                                                 IpVersion version);
 
 extern template class RouteSource<Ip4>;
 extern template class RouteSource<Ip6>;
