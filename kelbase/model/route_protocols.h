@@ -36,7 +36,15 @@ inline constexpr std::array<RouteProtocol, 11> routeProtocols{{
     {"eigrp", 192, Routing::Fib::routeTypeEigrp, 90},
 }};
 
-/// By its number; any number will do.
-RouteProtocol const& routeProtocol(std::uint8_t number);
+/// By number, because each route that is written is asked for twice: an index and no search.
+inline constexpr auto numberedProtocols = [] {
+  std::array<RouteProtocol, 256> result{};
+  for (auto const& known : routeProtocols) result.at(known.number) = known;
+  return result;
+}();
+
+inline RouteProtocol const& routeProtocol(std::uint8_t number) {
+  return numberedProtocols.at(number);
+}
 
 }  // namespace Kelbase
