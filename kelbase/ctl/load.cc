@@ -85,21 +85,16 @@ Present readPresent(std::filesystem::path const& runDir) {
     Pondo::Reader const reader(runDir);
     auto const snapshot = reader.snapshot();
     present.origin = snapshot.origin();
-    // Two records at most: one slice.
-    snapshot.scan<Pondo::ForwardingTable>("", Pondo::sliceMax, [&](auto family, auto record) {
+    snapshot.scan<Pondo::ForwardingTable>("", Pondo::noLimit, [&](auto family, auto record) {
       auto const version = family == Pondo::Family::ipv4 ? IpVersion::v4 : IpVersion::v6;
       present.forwarding.push_back({version, record.routing});
     });
-    std::optional<std::string> from = "";
-    while (from) {
-      from = snapshot.scan<Pondo::LinkTable>(
-          *from, Pondo::sliceMax, [&](auto const& name, auto const& record) {
-            present.links.push_back({.index = record.ifIndex,
-                                     .name = name,
-                                     .isUp = record.adminUp,
-                                     .isRunning = record.operUp});
-          });
-    }
+    snapshot.scan<Pondo::LinkTable>("", Pondo::noLimit, [&](auto const& name, auto const& record) {
+      present.links.push_back({.index = record.ifIndex,
+                               .name = name,
+                               .isUp = record.adminUp,
+                               .isRunning = record.operUp});
+    });
   } catch (Pondo::EnvironmentException const& e) {
     // Nothing of what was read before it failed: a part may be taken for the whole.
     present = {};
