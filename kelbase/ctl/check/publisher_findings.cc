@@ -12,17 +12,13 @@ namespace {
 constexpr std::uint64_t bufferWanted = std::uint64_t{16} << 20U;
 
 Finding publisherFinding(Status const& status, double now) {
-  Finding finding{Verdict::bad, "publisher", {}, {}};
   if (!status.publisherKnown) {
-    finding.verdict = Verdict::unknown;
-    finding.found = status.error;
-    finding.remedy = "run this as root, or as a member of the run directory's group";
-    return finding;
+    return {Verdict::unknown, "publisher", status.error,
+            "run this as root, or as a member of the run directory's group"};
   }
   if (!status.publisher) {
-    finding.found = fmt::format("none has been in {}", status.runDir.string());
-    finding.remedy = "systemctl start kelbased; or name its run directory with --rundir";
-    return finding;
+    return {Verdict::bad, "publisher", fmt::format("none has been in {}", status.runDir.string()),
+            "systemctl start kelbased; or name its run directory with --rundir"};
   }
   auto const& publisher = *status.publisher;
   auto const told = fmt::format("{} {}, pid {}", publisher.name, publisher.version, publisher.pid);
@@ -32,22 +28,22 @@ Finding publisherFinding(Status const& status, double now) {
       return {Verdict::good, "publisher", told + ", the tables are exact", {}};
     case Pondo::Keeping::gone:
       // Its process may be there: one that cannot use its run directory has let go of it.
-      finding.found = fmt::format("{}, has gone; the state is {} old", told, age);
-      finding.remedy = "systemctl restart kelbased; journalctl -u kelbased tells why it went";
-      return finding;
+      return {Verdict::bad, "publisher",
+              fmt::format("{}, has gone; the state is {} old", told, age),
+              "systemctl restart kelbased; journalctl -u kelbased tells why it went"};
     case Pondo::Keeping::still:
-      finding.found = fmt::format("{}, stands still; the state is {} old", told, age);
-      finding.remedy = fmt::format("kill -CONT {}; or systemctl restart kelbased", publisher.pid);
-      return finding;
+      return {Verdict::bad, "publisher",
+              fmt::format("{}, stands still; the state is {} old", told, age),
+              fmt::format("kill -CONT {}; or systemctl restart kelbased", publisher.pid)};
     // Not bad yet: large tables take some seconds to fill.
     case Pondo::Keeping::starting:
       return {Verdict::unknown, "publisher", told + ", has just been started", "wait a moment"};
     case Pondo::Keeping::behind:
       break;
   }
-  finding.found = fmt::format("{}, cannot keep the tables exact: {}", told, publisher.trouble);
-  finding.remedy = "mend that; journalctl -u kelbased tells more";
-  return finding;
+  return {Verdict::bad, "publisher",
+          fmt::format("{}, cannot keep the tables exact: {}", told, publisher.trouble),
+          "mend that; journalctl -u kelbased tells more"};
 }
 
 Finding tablesFinding(Status const& status) {
