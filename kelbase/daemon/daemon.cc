@@ -29,8 +29,7 @@ class Daemon {
         runDir_(options.runDir),
         sources_(makeKernelSources(kernel_)),
         views_(makeTableViews(kernel_)),
-        publisher_(activity_,
-                   {options.runDir, {.version = options.version, .group = options.group}}, views_,
+        publisher_(activity_, runDir_, {.version = options.version, .group = options.group}, views_,
                    publisherHooks()),
         // It asks the kernel at once: all that the answers fill is there by then.
         feed_(activity_, sources(), {}, [this](double delay) { publisher_.onSettled(delay); }),

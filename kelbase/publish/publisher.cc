@@ -17,12 +17,12 @@ bool isMissing(std::filesystem::path const& runDir) {
 
 }  // namespace
 
-Publisher::Publisher(Mav::Activity& activity, Options const& options, TableViews const& views,
-                     Hooks hooks)
-    : runDir_(options.runDir),
+Publisher::Publisher(Mav::Activity& activity, std::filesystem::path runDir,
+                     Pondo::Writer::Options writer, TableViews const& views, Hooks hooks)
+    : runDir_(std::move(runDir)),
       hooks_(std::move(hooks)),
       views_(views),
-      writer_(runDir_, options.writer),
+      writer_(runDir_, std::move(writer)),
       activity_(activity),
       commit_(activity.clock(), [this] { publish(); }),
       service_(activity.clock(), [this] { service(); }) {

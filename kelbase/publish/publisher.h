@@ -33,11 +33,6 @@ class Publisher {
   /// let finish.
   static constexpr double noticeDelay = 0.1;  // seconds
 
-  struct Options {
-    std::filesystem::path runDir;
-    Pondo::Writer::Options writer = {};
-  };
-
   struct Hooks {
     /// Whether the model is worth publishing now: not amid a dump.
     std::function<bool()> isSettled;
@@ -56,7 +51,8 @@ class Publisher {
 
   /// Takes the run directory. Pondo::EnvironmentException, PublisherRunningException when it is
   /// not to be had. The views must outlive it.
-  Publisher(Mav::Activity& activity, Options const& options, TableViews const& views, Hooks hooks);
+  Publisher(Mav::Activity& activity, std::filesystem::path runDir, Pondo::Writer::Options writer,
+            TableViews const& views, Hooks hooks);
 
   /// The model has changed, or has settled: written `delay` seconds later, at 0 in the next turn.
   /// Many calls until then are one commit.
