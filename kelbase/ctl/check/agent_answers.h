@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "kelbase/ctl/check/finding.h"
+#include "kelbase/ctl/check/check.h"
 #include "kelbase/ctl/status.h"
 
 namespace Kelbase::Ctl {

@@ -7,12 +7,29 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "kelbase/ctl/check/finding.h"
 #include "kelbase/ctl/context.h"
 #include "kelbase/ctl/status.h"
 
 namespace Kelbase::Ctl {
+
+enum class Verdict {
+  good,
+  bad,
+  unknown,  // it could not be looked at, or may be meant so
+};
+
+/// What was found out about one thing. A script goes by the verdict; the texts are for people, and
+/// name processes and paths as they are found.
+struct Finding {
+  Verdict verdict = Verdict::unknown;
+  std::string what;    // "publisher", "ipAddrTable"
+  std::string found;   // "alive"
+  std::string remedy;  // what to do; empty when good
+};
+
+using Findings = std::vector<Finding>;
 
 struct CheckOptions {
   std::string agent = "127.0.0.1";  // as net-snmp's tools take it: HOST, udp:HOST:PORT

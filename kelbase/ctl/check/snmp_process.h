@@ -13,7 +13,7 @@
 
 #include <sys/types.h>
 
-#include "kelbase/ctl/check/finding.h"
+#include "kelbase/ctl/check/check.h"
 
 namespace Kelbase::Ctl {
 
