@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "kelbase/publish/fec_view.h"
+
 namespace Kelbase::Ctl {
 namespace {
 
@@ -33,10 +35,8 @@ std::string hopsText(ShownHops const& hops, std::size_t most) {
 
 /// "nh 12" of the kernel's nexthop object or group 12, "own" of a set that routes bring themselves.
 std::string fecText(FecNumber fec) {
-  // As FecView::inlineFecMin: the ids of nexthop objects are below it.
-  constexpr std::uint64_t ownMin = std::uint64_t{1} << 32U;
   if (fec.value == 0) return "";
-  return fec.value < ownMin ? fmt::format("nh {}", fec.value) : "own";
+  return fec.value < FecView::inlineFecMin ? fmt::format("nh {}", fec.value) : "own";
 }
 
 nlohmann::ordered_json hopsJson(ShownHops const& hops) {

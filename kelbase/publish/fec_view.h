@@ -51,7 +51,6 @@ class FecView : public TableView, private NextHopSets::Observer {
   std::string_view name() const override { return "fecs"; }
   /// "3 nexthop objects, 2 next-hop sets"
   std::string summary() const override;
-  void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override { return !dirty_.empty(); }
   void writeUnused(Pondo::Writer& writer) override;

@@ -40,7 +40,6 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
 
   std::string_view name() const override { return "routes"; }
   std::string summary() const override { return routes_.summary(); }
-  void writeRemovals(Pondo::Writer& /*writer*/) override {}
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override {
     return !changed_.empty() || !turned_.empty() || !turning_.empty();

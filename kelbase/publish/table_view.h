@@ -26,7 +26,7 @@ class TableView {
   /// Writes what changed since the last write, in two steps. Publisher takes the first step of all
   /// views before the second of any, so that readers hear of what goes before what comes. The
   /// caller commits.
-  virtual void writeRemovals(Pondo::Writer& writer) = 0;
+  virtual void writeRemovals(Pondo::Writer& /*writer*/) {}
   virtual void writeRest(Pondo::Writer& writer) = 0;
   /// There is more to write than fits a turn: the caller commits, and writes again next turn.
   virtual bool hasMore() const { return false; }
