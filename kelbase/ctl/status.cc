@@ -32,12 +32,14 @@ constexpr std::array<Column, 3> tableColumns{{
     {"MALFORMED", "malformed"},
 }};
 
-Counts countTable(Pondo::Reader const& reader, TableView const& view) {
-  Counts counts;
+Status::Counts countTable(Pondo::Reader const& reader, TableView const& view) {
+  std::size_t wellFormed = 0;
+  auto const malformedBefore = reader.malformed();
   std::optional<std::string> from = "";
   // A snapshot for each slice: a million records take a while, and the publisher needs the pages.
-  while (from) from = view.countSlice(reader.snapshot(), *from, counts);
-  return counts;
+  while (from) from = view.countSlice(reader.snapshot(), *from, wellFormed);
+  auto const malformed = static_cast<std::size_t>(reader.malformed() - malformedBefore);
+  return {wellFormed + malformed, malformed};
 }
 
 void readTables(Status& status) {

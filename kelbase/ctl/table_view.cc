@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "kelbase/ctl/route_view.h"
-#include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/tables.h"
 
 namespace Kelbase::Ctl {
@@ -125,16 +124,9 @@ std::optional<std::string> readSlice(Pondo::Snapshot const& snapshot, std::strin
 
 template <class Table>
 std::optional<std::string> countSlice(Pondo::Snapshot const& snapshot, std::string_view from,
-                                      Counts& counts) {
-  return snapshot.scanBytes(Table::id, from, Pondo::sliceMax,
-                            [&](std::string_view key, std::string_view record) {
-                              ++counts.records;
-                              // Looked at here: scanBytes() hands records out unread, and counts
-                              // none.
-                              if (!Table::decodeKey(key) || !Table::decodeRecord(record)) {
-                                ++counts.malformed;
-                              }
-                            });
+                                      std::size_t& wellFormed) {
+  return snapshot.scan<Table>(from, Pondo::sliceMax,
+                              [&](auto const&, auto const&) { ++wellFormed; });
 }
 
 std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::string_view from,
@@ -146,10 +138,10 @@ std::optional<std::string> readAddresses(Pondo::Snapshot const& snapshot, std::s
 
 template <class First, class Second>
 std::optional<std::string> countSliceOfTwo(Pondo::Snapshot const& snapshot, std::string_view from,
-                                           Counts& counts) {
+                                           std::size_t& wellFormed) {
   return sliceOfTwo(
-      from, [&](auto key) { return countSlice<First>(snapshot, key, counts); },
-      [&](auto key) { return countSlice<Second>(snapshot, key, counts); });
+      from, [&](auto key) { return countSlice<First>(snapshot, key, wellFormed); },
+      [&](auto key) { return countSlice<Second>(snapshot, key, wellFormed); });
 }
 
 /// The table has the index of a link, and the operator its name.

@@ -45,11 +45,6 @@ struct Column {
   std::size_t hopsMax = 128;  // that the text tells; the rest is counted
 };
 
-struct Counts {
-  std::size_t records = 0;    // all
-  std::size_t malformed = 0;  // of these, not well-formed
-};
-
 /// One table of an operator's; of the shared ones it may be two. Constants all: a view has no
 /// state.
 struct TableView {
@@ -60,9 +55,9 @@ struct TableView {
   /// Appends the slice's rows. Returns the key (bytes) to go on from, or nothing at the end.
   std::optional<std::string> (*readSlice)(Pondo::Snapshot const&, std::string_view from,
                                           std::vector<Row>& rows);
-  /// As readSlice, counting alone.
+  /// As readSlice, counting alone; those that are malformed Reader::malformed() counts.
   std::optional<std::string> (*countSlice)(Pondo::Snapshot const&, std::string_view from,
-                                           Counts& counts);
+                                           std::size_t& wellFormed);
 };
 
 /// A slice of two tables that are shown as one: `from` has the table's number before the key. A
