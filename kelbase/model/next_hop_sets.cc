@@ -1,6 +1,8 @@
 #include "kelbase/model/next_hop_sets.h"
 
 #include <algorithm>
+#include <cassert>
+#include <utility>
 
 #include <absl/hash/hash.h>
 
@@ -26,7 +28,7 @@ NextHopSets::Handle NextHopSets::inlineSet(std::span<NextHop const> hops) {
   if (hops.empty()) return none;
   auto const found = inline_.find(hops);
   if (found != inline_.end()) return found->second;
-  Handle const handle = sets_.make(Set{.hops = Hops(hops.begin(), hops.end())});
+  Handle const handle = make({.hops = Hops(hops.begin(), hops.end())});
   // The hops stand there twice, as key and in the set: some hundred sets cost little, and a set
   // stays readable by its handle.
   inline_.emplace(sets_[handle].hops, handle);
@@ -35,11 +37,22 @@ NextHopSets::Handle NextHopSets::inlineSet(std::span<NextHop const> hops) {
   return handle;
 }
 
+NextHopSets::Handle NextHopSets::make(Set set) {
+  if (free_.empty()) {
+    sets_.push_back(std::move(set));
+    return static_cast<Handle>(sets_.size() - 1);
+  }
+  Handle const handle = free_.back();
+  free_.pop_back();
+  sets_[handle] = std::move(set);
+  return handle;
+}
+
 NextHopSets::Handle NextHopSets::objectSet(std::uint32_t object) {
   // A route may come before the object that it names: the set waits for the object's own message.
   auto const [place, isNew] = objectSets_.try_emplace(object, none);
   if (isNew) {
-    place->second = sets_.make(Set{.object = object, .hops = {}});
+    place->second = make({.object = object, .hops = {}});
     tellUnused(place->second);
   }
   return place->second;
@@ -68,6 +81,7 @@ void NextHopSets::unref(Handle handle, IpVersion version) {
 
 void NextHopSets::forget(Handle handle) {
   Set const& set = sets_[handle];
+  assert(set.isThere());  // a handle that is free twice would name two sets
   if (set.object != 0) {
     objectSets_.erase(set.object);
   } else {
@@ -76,8 +90,9 @@ void NextHopSets::forget(Handle handle) {
       setsOfLink_.erase(static_cast<std::uint32_t>(hop.ifIndex), handle);
     }
   }
-  // Last: `set` lies in the slot.
-  sets_.free(handle);
+  // Last: `set` is this one.
+  sets_[handle] = {};
+  free_.push_back(handle);
 }
 
 bool NextHopSets::isKnown(Handle handle) const {

@@ -19,7 +19,6 @@
 #include "kelbase/model/links.h"
 #include "kelbase/model/nexthops.h"
 #include "kelbase/model/relation.h"
-#include "kelbase/model/slots.h"
 
 namespace Kelbase {
 
@@ -74,7 +73,9 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
   /// Calls visit(handle) for every set, used or not.
   template <class Visit>
   void forEach(Visit const& visit) const {
-    sets_.forEach([&](Handle handle, Set const& /*set*/) { visit(handle); });
+    for (Handle handle = none + 1; handle < sets_.size(); ++handle) {
+      if (sets_[handle].isThere()) visit(handle);
+    }
   }
 
   /// Whether routes of the version, or nexthop objects, lead through the link.
@@ -92,6 +93,7 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
     std::uint32_t refs6 = 0;
     Hops hops;  // inline
 
+    bool isThere() const { return object != 0 || !hops.empty(); }
     std::uint32_t& refs(IpVersion version) { return version == IpVersion::v4 ? refs4 : refs6; }
     bool isUsedBy(IpVersion version) const {
       return (version == IpVersion::v4 ? refs4 : refs6) > 0;
@@ -116,12 +118,16 @@ class NextHopSets : private Links::Observer, private Nexthops::Observer {
     if (observer_) observer_->onSetUnused(handle);
   }
   void changeWith(std::uint32_t object);
+  Handle make(Set set);
 
   Links const& links_;
   Nexthops const& nexthops_;
   Observer* observer_ = nullptr;
-  // Every set is in it, and in one of the two maps, which find it by what it is.
-  Slots<Set> sets_;
+  // By handle: every set, and empty ones at the handles that are free. An index of four octets,
+  // where a pointer would put eight into each route.
+  std::vector<Set> sets_{1};
+  std::vector<Handle> free_;  // but `none`, which names no set ever
+  // Every set is in one of the two, which find it by what it is.
   absl::flat_hash_map<Hops, Handle, HopsHash, HopsEqual> inline_;
   absl::flat_hash_map<std::uint32_t, Handle> objectSets_;
   Relation setsOfLink_;  // inline ones
