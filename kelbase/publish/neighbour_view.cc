@@ -1,6 +1,7 @@
 #include "kelbase/publish/neighbour_view.h"
 
 #include <algorithm>
+#include <array>
 
 #include "kelbase/model/trace.h"
 
@@ -21,26 +22,12 @@ Neighbour::Key objectKey(Table::Key const& key) {
   return Dovel::IpAddr(octets);
 }
 
-/// A permanent one is never doubted: that its entry is static another column tells (RFC 4293,
-/// ipNetToPhysicalType).
-Table::State rowState(Neighbour::Reach reach) {
-  switch (reach) {
-    case Neighbour::Reach::incomplete:
-      return Table::State::incomplete;
-    case Neighbour::Reach::reachable:
-    case Neighbour::Reach::permanent:
-      return Table::State::reachable;
-    case Neighbour::Reach::stale:
-      return Table::State::stale;
-    case Neighbour::Reach::delay:
-      return Table::State::delay;
-    case Neighbour::Reach::probe:
-      return Table::State::probe;
-    case Neighbour::Reach::failed:
-      break;
-  }
-  return Table::State::failed;
-}
+/// In the order of Neighbour::Reach. A permanent one is never doubted: that its entry is static
+/// another column tells (RFC 4293, ipNetToPhysicalType).
+constexpr std::array<Table::State, 7> rowStates{
+    Table::State::incomplete, Table::State::reachable, Table::State::stale,     Table::State::delay,
+    Table::State::probe,      Table::State::failed,    Table::State::reachable,
+};
 
 Table::Origin rowOrigin(Neighbour::State const& state) {
   if (state.reach != Neighbour::Reach::permanent) return Table::Origin::learned;
@@ -49,7 +36,8 @@ Table::Origin rowOrigin(Neighbour::State const& state) {
 }
 
 Table::Record recordOf(Neighbour::State const& state) {
-  return {state.linkAddress, rowOrigin(state), rowState(state.reach), state.updatedAt};
+  return {state.linkAddress, rowOrigin(state), rowStates.at(static_cast<std::size_t>(state.reach)),
+          state.updatedAt};
 }
 
 }  // namespace
