@@ -2,11 +2,10 @@
 
 namespace Kelbase {
 
-RouteOutcome AppendedRoutes::add(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
+RouteOutcome AppendedRoutes::add(Book& book, Place const& place, KernelRoute const& route,
                                  RouteRank rank, bool /*tellsAll*/) const {
   // The kernel has found others of this prefix, tos and metric, and put it behind or before them.
   bool const joins = rank == RouteRank::appended || rank == RouteRank::first;
-  auto const place = book.place(prefix);
   if (rank == RouteRank::listed || (!joins && !isReplay_)) return {book.add(place, route, rank)};
   auto const rivals = book.rivals(place, route);
   // Alone, a route ends right wherever the dump was taken: each message replaces it whole.
@@ -17,9 +16,8 @@ RouteOutcome AppendedRoutes::add(Book& book, Dovel::Prefix const& prefix, Kernel
 }
 
 /// Which of several that look alike has gone, no message tells: they differ in what it leaves out.
-RouteOutcome AppendedRoutes::remove(Book& book, Dovel::Prefix const& prefix,
-                                    KernelRoute const& route, bool /*tellsAll*/) const {
-  auto const place = book.place(prefix);
+RouteOutcome AppendedRoutes::remove(Book& book, Place const& place, KernelRoute const& route,
+                                    bool /*tellsAll*/) const {
   auto const rivals = book.rivals(place, route);
   bool const isAmidRivals = isReplay_ && rivals.size() > 1;
   return {book.remove(place, route), isAmidRivals || lookalikes(rivals, route) > 1};

@@ -15,6 +15,7 @@ namespace Kelbase {
 class AppendedRoutes {
  public:
   using Book = RouteBook<Ip4>;
+  using Place = Book::Place;
 
   /// Made as Siblings is (Routes::Rules); it needs no sets.
   explicit AppendedRoutes(NextHopSets const& /*sets*/) {}
@@ -24,10 +25,10 @@ class AppendedRoutes {
 
   /// The kernel has added `route`. Every message tells all of it. `tellsAll` has no meaning for
   /// IPv4.
-  RouteOutcome add(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
-                   RouteRank rank, bool tellsAll) const;
+  RouteOutcome add(Book& book, Place const& place, KernelRoute const& route, RouteRank rank,
+                   bool tellsAll) const;
   /// The kernel has deleted it.
-  RouteOutcome remove(Book& book, Dovel::Prefix const& prefix, KernelRoute const& route,
+  RouteOutcome remove(Book& book, Place const& place, KernelRoute const& route,
                       bool tellsAll) const;
 
  private:

@@ -175,7 +175,7 @@ void Routes<Ip>::is(Listed const& listed, Rank rank) {
     setHops(one, route);
     // A set that is new has no reference until the book holds the route. Only a write forgets sets
     // (FecView::writeUnused), and none comes in between.
-    heard(prefix, rules_.add(book_, prefix, route, rank, one.tellsSiblings));
+    heard(prefix, rules_.add(book_, book_.place(prefix), route, rank, one.tellsSiblings));
   });
 }
 
@@ -187,7 +187,7 @@ void Routes<Ip>::del(Listed const& listed) {
     // which route is meant. A set that is made for the question alone is forgotten with the next
     // write.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
-    heard(prefix, rules_.remove(book_, prefix, route, one.tellsSiblings));
+    heard(prefix, rules_.remove(book_, book_.place(prefix), route, one.tellsSiblings));
   });
 }
 

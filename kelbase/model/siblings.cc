@@ -15,9 +15,8 @@ bool hideOthers(Rivals const& routes) {
 
 }  // namespace
 
-RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
+RouteOutcome Siblings::add(Book& book, Place const& place, KernelRoute route, RouteRank rank,
                            bool tellsAll) const {
-  auto const place = book.place(prefix);
   if (rank == RouteRank::listed) {
     // A dump tells the protocol of the first, and its lifetime.
     route.isUniform = route.isUniform && !tellsAll;
@@ -29,7 +28,7 @@ RouteOutcome Siblings::add(Book& book, Prefix const& prefix, KernelRoute route, 
   auto const rivals = book.rivals(place, route);
   if (rank == RouteRank::replaced) {
     // Those of other links are rivals in the kernel.
-    bool const isDoubtful = rivals.size() > 1 || prefix.zone() != 0;
+    bool const isDoubtful = rivals.size() > 1 || place.prefix().zone() != 0;
     return {book.add(place, route, rank), isDoubtful, hideOthers(rivals)};
   }
   if (isSibling(route)) return join(book, place, route, tellsAll, rivals);
@@ -61,9 +60,8 @@ RouteOutcome Siblings::join(Book& book, Place const& place, KernelRoute route, b
   return {book.add(place, route, RouteRank::appended), isDoubtful};
 }
 
-RouteOutcome Siblings::remove(Book& book, Prefix const& prefix, KernelRoute const& route,
+RouteOutcome Siblings::remove(Book& book, Place const& place, KernelRoute const& route,
                               bool tellsAll) const {
-  auto const place = book.place(prefix);
   auto const rivals = book.rivals(place, route);
   // The kernel told all of them only where all were deleted.
   if (isSibling(route) && !tellsAll) return removeOne(book, place, route, rivals);

@@ -27,7 +27,7 @@ namespace Kelbase {
 class Siblings {
  public:
   using Book = RouteBook<Ip6>;
-  using Prefix = Dovel::Ip6Prefix;
+  using Place = Book::Place;
 
   /// The identity (see ListedRoute) of all siblings.
   static constexpr std::uint32_t identity = 1;
@@ -39,15 +39,13 @@ class Siblings {
   void replayIs(bool on) { isReplay_ = on; }
 
   /// The kernel has added `route`; `tellsAll`: its next hops are those of all siblings.
-  RouteOutcome add(Book& book, Prefix const& prefix, KernelRoute route, RouteRank rank,
+  RouteOutcome add(Book& book, Place const& place, KernelRoute route, RouteRank rank,
                    bool tellsAll) const;
   /// The kernel has deleted it.
-  RouteOutcome remove(Book& book, Prefix const& prefix, KernelRoute const& route,
+  RouteOutcome remove(Book& book, Place const& place, KernelRoute const& route,
                       bool tellsAll) const;
 
  private:
-  using Place = Book::Place;
-
   RouteOutcome join(Book& book, Place const& place, KernelRoute route, bool tellsAll,
                     Rivals const& rivals) const;
   RouteOutcome removeOne(Book& book, Place const& place, KernelRoute const& route,
