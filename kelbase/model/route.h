@@ -24,10 +24,13 @@ enum class RouteKind : std::uint8_t {
   dead,         // none is chosen for it: no next hop is alive, or its time is up
 };
 
-/// A route of table main (RT_TABLE_MAIN, linux/rtnetlink.h). A VRF has a table of its own. `Ip`:
-/// Ip4 or Ip6.
+/// RT_TABLE_MAIN (linux/rtnetlink.h). A VRF has a table of its own.
+inline constexpr std::uint32_t mainTable = 254;
+
+/// `Ip`: Ip4 or Ip6.
 template <class Ip>
 struct ListedRoute {
+  std::uint32_t table = mainTable;
   typename Ip::Destination prefix;
   std::uint32_t metric = 0;  // the kernel's priority
   std::uint8_t tos = 0;

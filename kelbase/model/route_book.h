@@ -146,7 +146,6 @@ class RouteBook {
   /// Those of the prefix that have the route's tos and metric. Copies: the book may change while
   /// they are looked at.
   Rivals rivals(Place const& place, KernelRoute const& route) const;
-
   /// A nexthop object is another: tells the prefixes where that may change which of several routes
   /// is served, or the next hops of several together. Costs those where one of several has an
   /// object, on each change of any object: they are rare.

@@ -12,16 +12,17 @@ Routes<Ip>::Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& ne
                    NextHopSets& sets)
     : nexthops_(nexthops),
       sets_(sets),
-      book_(sets),
       silent_(links, addresses, nexthops, sets,
               [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }),
       rules_(sets) {
   nexthops.observerIs(*this);
+  // Before there is any route in it: a view asks for the book when it is made.
+  books_.try_emplace(mainTable, sets);
 }
 
 template <class Ip>
 void Routes<Ip>::dumpBegin() {
-  book_.dumpBegin();
+  for (auto& [table, book] : books_) book.dumpBegin();
   silent_.dumpBegin();
 }
 
@@ -29,7 +30,10 @@ template <class Ip>
 void Routes<Ip>::dumpEnd(bool whole) {
   // Also of a dump that was interrupted: what may be missing casts doubt (PreferredSources).
   silent_.dumpEnd(whole);
-  if (whole) book_.sweep([this](Prefix const& prefix) { tell(prefix); });
+  if (!whole) return;
+  for (auto& [number, book] : books_) {
+    book.sweep([this, table = number](Prefix const& prefix) { tell(table, prefix); });
+  }
 }
 
 template <class Ip>
@@ -84,7 +88,9 @@ void Routes<Ip>::hearKind(Listed const& listed) {
 /// A joint set is written out: it has copies of what the objects in it led to.
 template <class Ip>
 void Routes<Ip>::joinAnew() {
-  book_.onObject([this](Prefix const& prefix) { tell(prefix); });
+  for (auto& [number, book] : books_) {
+    book.onObject([this, table = number](Prefix const& prefix) { tell(table, prefix); });
+  }
 }
 
 /// Without its next hops (setHops).
@@ -134,10 +140,10 @@ std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
 }
 
 template <class Ip>
-void Routes<Ip>::heard(Prefix const& prefix, RouteOutcome outcome) const {
+void Routes<Ip>::heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const {
   if (outcome.isDoubtful) doubt(Doubt::order);
   if (outcome.mayUncover) doubt(Doubt::cover);
-  if (outcome.isChanged) tell(prefix);
+  if (outcome.isChanged && observer_) observer_->onRoute(table, prefix);
 }
 
 /// Calls take(prefix, listed) for each prefix that the message is about: with the next hops on its
@@ -170,30 +176,34 @@ void Routes<Ip>::is(Listed const& listed, Rank rank) {
   // The route as it was told, of all links: what hangs on one of them hangs on it in any zone.
   silent_.routeIs(listed);
   if (listed.object != 0 && listed.kind != RouteKind::unicast) hearKind(listed);
+  auto& book = books_.try_emplace(listed.table, sets_).first->second;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
     setHops(one, route);
     // A set that is new has no reference until the book holds the route. Only a write forgets sets
     // (FecView::writeUnused), and none comes in between.
-    heard(prefix, rules_.add(book_, book_.place(prefix), route, rank, one.tellsSiblings));
+    heard(one.table, prefix, rules_.add(book, book.place(prefix), route, rank, one.tellsSiblings));
   });
 }
 
 template <class Ip>
 void Routes<Ip>::del(Listed const& listed) {
+  auto const found = books_.find(listed.table);
+  if (found == books_.end()) return;
+  auto& book = found->second;
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
     // One sibling among others is named by its next hop alone. IPv4 needs no set: the identity says
     // which route is meant. A set that is made for the question alone is forgotten with the next
     // write.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
-    heard(prefix, rules_.remove(book_, book_.place(prefix), route, one.tellsSiblings));
+    heard(one.table, prefix, rules_.remove(book, book.place(prefix), route, one.tellsSiblings));
   });
 }
 
 template <class Ip>
 std::string Routes<Ip>::summary() const {
-  auto const size = book_.size();
+  auto const size = table().size();
   return fmt::format("{} {} route{}", size, Ip::name, size == 1 ? "" : "s");
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// The kernel's routes of table main, of one version of IP, as one says and as another takes away:
+// The kernel's routes of one version of IP, table by table, as one says and as another takes away:
 // what messages about routes, links, addresses and nexthop objects mean for the route of each
 // prefix that is in use.
 //
@@ -11,6 +11,7 @@
 // thread.
 
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -51,7 +52,7 @@ class Routes : private Nexthops::Observer {
    public:
     virtual ~Observer() = default;
     /// The route of the prefix that is in use may be another; those of a sweep come in order.
-    virtual void onRoute(Prefix const& prefix) = 0;
+    virtual void onRoute(std::uint32_t table, Prefix const& prefix) = 0;
   };
 
   /// All must outlive it.
@@ -77,7 +78,8 @@ class Routes : private Nexthops::Observer {
   /// From here on messages may be older than what the last dump listed, or are not any more.
   void replayIs(bool on);
 
-  Book const& book() const { return book_; }
+  /// The routes of a table; that of main is there always. Lives as long as they.
+  Book const& table(std::uint32_t number = mainTable) const { return books_.at(number); }
   /// "3 IPv4 routes"
   std::string summary() const;
 
@@ -89,20 +91,20 @@ class Routes : private Nexthops::Observer {
   std::set<std::int32_t> zonesOf(Listed const& listed);
   static KernelRoute keptOf(Listed const& listed);
   void setHops(Listed const& listed, KernelRoute& route);
-  void heard(Prefix const& prefix, RouteOutcome outcome) const;
+  void heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const;
   void joinAnew();
   bool listsAnotherKind(std::uint32_t object) const;
   void hearKind(Listed const& listed);
   void doubt(Doubt why) const {
     if (doubt_) doubt_(why);
   }
-  void tell(Prefix const& prefix) const {
-    if (observer_) observer_->onRoute(prefix);
+  void tell(std::uint32_t table, Prefix const& prefix) const {
+    if (observer_) observer_->onRoute(table, prefix);
   }
 
   Nexthops const& nexthops_;
   NextHopSets& sets_;
-  Book book_;
+  std::map<std::uint32_t, Book> books_;  // by table
   SilentChanges<Ip> silent_;
   Rules rules_;
   Observer* observer_ = nullptr;

@@ -39,7 +39,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   RouteView(Routes<Ip>& routes, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
-  std::string summary() const override { return routes_.summary(); }
+  std::string summary() const override;
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override {
     return !changed_.empty() || !turned_.empty() || !turning_.empty();
@@ -52,7 +52,9 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   using Search = typename RouteBook<Ip>::Search;
   using Walk = typename RouteBook<Ip>::Walk;
 
-  void onRoute(Prefix const& prefix) override { mark(prefix); }
+  void onRoute(std::uint32_t table, Prefix const& prefix) override {
+    if (table == mainTable) mark(prefix);
+  }
   RouteType typeOf(KernelRoute const& route) const;
   Pondo::Fib::Route recordOf(KernelRoute const& route) const;
   void mark(Prefix const& prefix);
@@ -63,7 +65,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
-  Routes<Ip> const& routes_;
+  RouteBook<Ip> const& routes_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 

@@ -20,6 +20,19 @@ using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Pair;
 
+TEST_F(RouteSourceTest, ARouteOfAnotherTableIsKeptApart) {
+  route("10.1.0.0/16", 2);
+  ListedRoute<Ip4> other;
+  other.table = 10;
+  other.prefix = Dovel::Prefix(Dovel::IpAddr("10.1.0.0"), 16);
+  other.hops = {{.nextHop = Dovel::IpAddr("10.0.0.3"), .ifIndex = 3}};
+  kernel_.routes4.is(other, RouteRank::replaced);
+  EXPECT_THAT(written(), ElementsAre("10.1.0.0/16 static 0 10.0.0.2@a"));
+  gone("10.1.0.0/16", 2);
+  EXPECT_THAT(written(), IsEmpty());
+  EXPECT_EQ(kernel_.routes4.table(10).size(), 1U);
+}
+
 TEST_F(RouteSourceTest, OfEqualMetricsTos0IsTheFirst) {
   route("10.1.0.0/16", 2, 0, NLM_F_CREATE | NLM_F_EXCL, 8);
   route("10.1.0.0/16", 3, 0, NLM_F_CREATE | NLM_F_EXCL);
