@@ -8,4 +8,23 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(brivetKelbaseRecordsTable, BrivetKelbaseRecordsTable)
+namespace IpSnmp {
+using BrivetKelbaseRecordsTableFunctions = TableFunctions<struct BrivetKelbaseRecordsTable>;
+}
+
+inline constexpr auto& initialize_table_brivetKelbaseRecordsTable =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::initialize;
+inline constexpr auto& brivetKelbaseRecordsTable_get_first_data_point =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::getFirstDataPoint;
+inline constexpr auto& brivetKelbaseRecordsTable_get_next_data_point =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::getNextDataPoint;
+inline constexpr auto& brivetKelbaseRecordsTableIterationHelper =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::iterationHelper;
+inline constexpr auto& brivetKelbaseRecordsTable_make_data_context =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::makeDataContext;
+inline constexpr auto& brivetKelbaseRecordsTable_free_data_context =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::freeDataContext;
+inline constexpr auto& brivetKelbaseRecordsTable_free_loop_context_at_end =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& brivetKelbaseRecordsTable_handler =
+    IpSnmp::BrivetKelbaseRecordsTableFunctions::handler;

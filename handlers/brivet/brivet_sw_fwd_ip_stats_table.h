@@ -11,4 +11,23 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(brivetSwFwdIpStatsTable, BrivetSwFwdIpStatsTable)
+namespace IpSnmp {
+using BrivetSwFwdIpStatsTableFunctions = TableFunctions<struct BrivetSwFwdIpStatsTable>;
+}
+
+inline constexpr auto& initialize_table_brivetSwFwdIpStatsTable =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::initialize;
+inline constexpr auto& brivetSwFwdIpStatsTable_get_first_data_point =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::getFirstDataPoint;
+inline constexpr auto& brivetSwFwdIpStatsTable_get_next_data_point =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::getNextDataPoint;
+inline constexpr auto& brivetSwFwdIpStatsTableIterationHelper =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::iterationHelper;
+inline constexpr auto& brivetSwFwdIpStatsTable_make_data_context =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::makeDataContext;
+inline constexpr auto& brivetSwFwdIpStatsTable_free_data_context =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::freeDataContext;
+inline constexpr auto& brivetSwFwdIpStatsTable_free_loop_context_at_end =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& brivetSwFwdIpStatsTable_handler =
+    IpSnmp::BrivetSwFwdIpStatsTableFunctions::handler;

@@ -12,4 +12,22 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(inetCidrRouteTable, InetCidrRouteTable)
+namespace IpSnmp {
+using InetCidrRouteTableFunctions = TableFunctions<struct InetCidrRouteTable>;
+}
+
+inline constexpr auto& initialize_table_inetCidrRouteTable =
+    IpSnmp::InetCidrRouteTableFunctions::initialize;
+inline constexpr auto& inetCidrRouteTable_get_first_data_point =
+    IpSnmp::InetCidrRouteTableFunctions::getFirstDataPoint;
+inline constexpr auto& inetCidrRouteTable_get_next_data_point =
+    IpSnmp::InetCidrRouteTableFunctions::getNextDataPoint;
+inline constexpr auto& inetCidrRouteTableIterationHelper =
+    IpSnmp::InetCidrRouteTableFunctions::iterationHelper;
+inline constexpr auto& inetCidrRouteTable_make_data_context =
+    IpSnmp::InetCidrRouteTableFunctions::makeDataContext;
+inline constexpr auto& inetCidrRouteTable_free_data_context =
+    IpSnmp::InetCidrRouteTableFunctions::freeDataContext;
+inline constexpr auto& inetCidrRouteTable_free_loop_context_at_end =
+    IpSnmp::InetCidrRouteTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& inetCidrRouteTable_handler = IpSnmp::InetCidrRouteTableFunctions::handler;

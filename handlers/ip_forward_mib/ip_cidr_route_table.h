@@ -13,4 +13,22 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(ipCidrRouteTable, IpCidrRouteTable)
+namespace IpSnmp {
+using IpCidrRouteTableFunctions = TableFunctions<struct IpCidrRouteTable>;
+}
+
+inline constexpr auto& initialize_table_ipCidrRouteTable =
+    IpSnmp::IpCidrRouteTableFunctions::initialize;
+inline constexpr auto& ipCidrRouteTable_get_first_data_point =
+    IpSnmp::IpCidrRouteTableFunctions::getFirstDataPoint;
+inline constexpr auto& ipCidrRouteTable_get_next_data_point =
+    IpSnmp::IpCidrRouteTableFunctions::getNextDataPoint;
+inline constexpr auto& ipCidrRouteTableIterationHelper =
+    IpSnmp::IpCidrRouteTableFunctions::iterationHelper;
+inline constexpr auto& ipCidrRouteTable_make_data_context =
+    IpSnmp::IpCidrRouteTableFunctions::makeDataContext;
+inline constexpr auto& ipCidrRouteTable_free_data_context =
+    IpSnmp::IpCidrRouteTableFunctions::freeDataContext;
+inline constexpr auto& ipCidrRouteTable_free_loop_context_at_end =
+    IpSnmp::IpCidrRouteTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& ipCidrRouteTable_handler = IpSnmp::IpCidrRouteTableFunctions::handler;

@@ -8,4 +8,23 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(ipAddressPrefixTable, IpAddressPrefixTable)
+namespace IpSnmp {
+using IpAddressPrefixTableFunctions = TableFunctions<struct IpAddressPrefixTable>;
+}
+
+inline constexpr auto& initialize_table_ipAddressPrefixTable =
+    IpSnmp::IpAddressPrefixTableFunctions::initialize;
+inline constexpr auto& ipAddressPrefixTable_get_first_data_point =
+    IpSnmp::IpAddressPrefixTableFunctions::getFirstDataPoint;
+inline constexpr auto& ipAddressPrefixTable_get_next_data_point =
+    IpSnmp::IpAddressPrefixTableFunctions::getNextDataPoint;
+inline constexpr auto& ipAddressPrefixTableIterationHelper =
+    IpSnmp::IpAddressPrefixTableFunctions::iterationHelper;
+inline constexpr auto& ipAddressPrefixTable_make_data_context =
+    IpSnmp::IpAddressPrefixTableFunctions::makeDataContext;
+inline constexpr auto& ipAddressPrefixTable_free_data_context =
+    IpSnmp::IpAddressPrefixTableFunctions::freeDataContext;
+inline constexpr auto& ipAddressPrefixTable_free_loop_context_at_end =
+    IpSnmp::IpAddressPrefixTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& ipAddressPrefixTable_handler =
+    IpSnmp::IpAddressPrefixTableFunctions::handler;

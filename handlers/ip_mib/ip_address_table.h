@@ -9,4 +9,22 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(ipAddressTable, IpAddressTable)
+namespace IpSnmp {
+using IpAddressTableFunctions = TableFunctions<struct IpAddressTable>;
+}
+
+inline constexpr auto& initialize_table_ipAddressTable =
+    IpSnmp::IpAddressTableFunctions::initialize;
+inline constexpr auto& ipAddressTable_get_first_data_point =
+    IpSnmp::IpAddressTableFunctions::getFirstDataPoint;
+inline constexpr auto& ipAddressTable_get_next_data_point =
+    IpSnmp::IpAddressTableFunctions::getNextDataPoint;
+inline constexpr auto& ipAddressTableIterationHelper =
+    IpSnmp::IpAddressTableFunctions::iterationHelper;
+inline constexpr auto& ipAddressTable_make_data_context =
+    IpSnmp::IpAddressTableFunctions::makeDataContext;
+inline constexpr auto& ipAddressTable_free_data_context =
+    IpSnmp::IpAddressTableFunctions::freeDataContext;
+inline constexpr auto& ipAddressTable_free_loop_context_at_end =
+    IpSnmp::IpAddressTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& ipAddressTable_handler = IpSnmp::IpAddressTableFunctions::handler;

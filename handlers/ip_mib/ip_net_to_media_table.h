@@ -9,4 +9,22 @@
 
 #include "handlers/table/table_functions.h"
 
-OVO_TABLE_FUNCTIONS(ipNetToMediaTable, IpNetToMediaTable)
+namespace IpSnmp {
+using IpNetToMediaTableFunctions = TableFunctions<struct IpNetToMediaTable>;
+}
+
+inline constexpr auto& initialize_table_ipNetToMediaTable =
+    IpSnmp::IpNetToMediaTableFunctions::initialize;
+inline constexpr auto& ipNetToMediaTable_get_first_data_point =
+    IpSnmp::IpNetToMediaTableFunctions::getFirstDataPoint;
+inline constexpr auto& ipNetToMediaTable_get_next_data_point =
+    IpSnmp::IpNetToMediaTableFunctions::getNextDataPoint;
+inline constexpr auto& ipNetToMediaTableIterationHelper =
+    IpSnmp::IpNetToMediaTableFunctions::iterationHelper;
+inline constexpr auto& ipNetToMediaTable_make_data_context =
+    IpSnmp::IpNetToMediaTableFunctions::makeDataContext;
+inline constexpr auto& ipNetToMediaTable_free_data_context =
+    IpSnmp::IpNetToMediaTableFunctions::freeDataContext;
+inline constexpr auto& ipNetToMediaTable_free_loop_context_at_end =
+    IpSnmp::IpNetToMediaTableFunctions::freeLoopContextAtEnd;
+inline constexpr auto& ipNetToMediaTable_handler = IpSnmp::IpNetToMediaTableFunctions::handler;

@@ -1,7 +1,6 @@
 #pragma once
 // The eight functions of a table, made from one template. The header of a table T gives them their
-// names by OVO_TABLE_FUNCTIONS (ip_mib/ip_addr_table.h), and its source has the class that sets it
-// apart (table_frame.h):
+// names (ip_mib/ip_addr_table.h), and its source has the class that sets it apart (table_frame.h):
 //
 //   initialize_table_T           registers the table
 //   T_get_first_data_point       a new loop context on the row that the hint names, else on the
@@ -47,18 +46,3 @@ class TableFunctions {
 };
 
 }  // namespace IpSnmp
-
-/// The functions of the table T, whose class is IpSnmp::Table, by the names above.
-#define OVO_TABLE_FUNCTIONS(T, Table)                                                            \
-  namespace IpSnmp {                                                                             \
-  using Table##Functions = TableFunctions<struct Table>;                                         \
-  }                                                                                              \
-  inline constexpr auto& initialize_table_##T = IpSnmp::Table##Functions::initialize;            \
-  inline constexpr auto& T##_get_first_data_point = IpSnmp::Table##Functions::getFirstDataPoint; \
-  inline constexpr auto& T##_get_next_data_point = IpSnmp::Table##Functions::getNextDataPoint;   \
-  inline constexpr auto& T##IterationHelper = IpSnmp::Table##Functions::iterationHelper;         \
-  inline constexpr auto& T##_make_data_context = IpSnmp::Table##Functions::makeDataContext;      \
-  inline constexpr auto& T##_free_data_context = IpSnmp::Table##Functions::freeDataContext;      \
-  inline constexpr auto& T##_free_loop_context_at_end =                                          \
-      IpSnmp::Table##Functions::freeLoopContextAtEnd;                                            \
-  inline constexpr auto& T##_handler = IpSnmp::Table##Functions::handler;
