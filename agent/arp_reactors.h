@@ -20,6 +20,12 @@ class ArpTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::N
   ArpTableSm& sm_;
 };
 
+/// Nothing that happens in IpMib concerns arpTable's only writer.
+class ArpTableSm::MavIpMib final : public IpMib::NotifieeConst {
+ public:
+  using IpMib::NotifieeConst::NotifieeConst;
+};
+
 /// Keeps one reactor for each interface of the directory. Its constructor only registers; the
 /// handler of the whole collection makes the first pass.
 class ArpTableSm::MavStatus final : public Arp::NeighborDir::NotifieeConst {

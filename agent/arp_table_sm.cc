@@ -14,6 +14,7 @@ ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
     // Before the neighbours: their reactors ask for interface statuses as soon as they are made.
     mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
   }
+  if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
   if (status) {
     mavStatus_ = std::make_unique<MavStatus>(*this, std::move(status));
     // An entity announces changes alone: what it holds already is taken over here.
@@ -32,6 +33,11 @@ Mav::Ptr<Arp::NeighborDir const> ArpTableSm::status() const {
 }
 
 void ArpTableSm::intfStatusDirDel() { mavIntfStatusDir_.reset(); }
+
+void ArpTableSm::ipMibDel() {
+  mavIpMib_.reset();
+  ipMib_.reset();
+}
 
 void ArpTableSm::statusDel() {
   // Nothing is heard any more when the reactors go, so that none is made again.

@@ -32,6 +32,7 @@ namespace IpSnmp {
 class ArpTableSm : public Mav::Object {
  public:
   class MavIntfStatusDir;
+  class MavIpMib;
   class MavStatus;
   class MavArpIntfStatus;
 
@@ -52,7 +53,7 @@ class ArpTableSm : public Mav::Object {
   /// stays.
   void intfStatusDirDel();
   /// From then on a neighbour that comes or goes is a RangeException in its reactor, and is traced.
-  void ipMibDel() { ipMib_.reset(); }
+  void ipMibDel();
   void statusDel();
 
   /// Null when there is no such interface, or no directory.
@@ -79,6 +80,7 @@ class ArpTableSm : public Mav::Object {
   ReactorSet<MavArpIntfStatus, Mav::Name> arpIntfStatus_;
 
   std::unique_ptr<MavIntfStatusDir> mavIntfStatusDir_;
+  std::unique_ptr<MavIpMib> mavIpMib_;
   std::unique_ptr<MavStatus> mavStatus_;
 };
 

@@ -19,6 +19,12 @@ class IpAddressTableSm::MavIntfStatusDir final : public Interface::AllIntfStatus
   IpAddressTableSm& sm_;
 };
 
+/// Nothing that happens in IpMib concerns its only writer.
+class IpAddressTableSm::MavIpMib final : public IpMib::NotifieeConst {
+ public:
+  using IpMib::NotifieeConst::NotifieeConst;
+};
+
 /// Dir is the entity (Ip::Config ...), React what watches one of its interfaces.
 template <class Dir, class React>
 class IntfDirReactor : public Dir::NotifieeConst {

@@ -78,6 +78,7 @@ IpAddressTableSm::IpAddressTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
   if (intfStatusDir) {
     mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
   }
+  if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
   // Last: the reactors that this makes ask for interface statuses, and file into the cache, at
   // once.
   watch(mavConfig_, ipIntfConfig_, std::move(config));
@@ -114,6 +115,11 @@ Mav::Ptr<Ip6::Status const> IpAddressTableSm::status6() const { return notifierO
 // The reactors keep the statuses that they hold: what is filed stays, and later addresses are
 // filed.
 void IpAddressTableSm::intfStatusDirDel() { mavIntfStatusDir_.reset(); }
+
+void IpAddressTableSm::ipMibDel() {
+  mavIpMib_.reset();
+  ipMib_.reset();
+}
 
 void IpAddressTableSm::configDel() {
   // Nothing is heard any more when its reactors go, so that none is made again; so the next three.

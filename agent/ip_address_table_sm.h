@@ -40,6 +40,7 @@ namespace IpSnmp {
 class IpAddressTableSm : public Mav::Object {
  public:
   class MavIntfStatusDir;
+  class MavIpMib;
   class MavConfig;
   class MavStatus;
   class MavConfig6;
@@ -69,7 +70,7 @@ class IpAddressTableSm : public Mav::Object {
   /// An input is taken away: the reactors that watch it, or what hangs on it, go. What was filed
   /// stays.
   void intfStatusDirDel();
-  void ipMibDel() { ipMib_.reset(); }
+  void ipMibDel();
   void configDel();
   void statusDel();
   void config6Del();
@@ -135,6 +136,7 @@ class IpAddressTableSm : public Mav::Object {
   ReactorSet<MavIp6IntfStatus> ip6IntfStatus_;
 
   std::unique_ptr<MavIntfStatusDir> mavIntfStatusDir_;
+  std::unique_ptr<MavIpMib> mavIpMib_;
   std::unique_ptr<MavConfig> mavConfig_;
   std::unique_ptr<MavStatus> mavStatus_;
   std::unique_ptr<MavConfig6> mavConfig6_;

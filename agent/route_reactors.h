@@ -10,6 +10,20 @@
 
 namespace IpSnmp {
 
+/// Nothing that happens in IpForwardMib concerns its only writers: this one holds it, and hears
+/// nothing, so that rows are changed in place while nobody else listens.
+template <class Prefix>
+class RouteTableSm<Prefix>::MavIpForwardMib final : public IpForwardMib::NotifieeConst {
+ public:
+  explicit MavIpForwardMib(Mav::Ptr<IpForwardMib> mib) : NotifieeConst(mib), mib_(std::move(mib)) {
+    NotifieeConst::hasNotificationActiveIs(false);
+  }
+  Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return mib_; }
+
+ private:
+  Mav::Ptr<IpForwardMib> const mib_;
+};
+
 // A route that is announced is entered, and read in its pass. That of a comparison is one of a
 // million, so that nothing is looked up here.
 template <class Prefix>

@@ -32,9 +32,8 @@ RouteTableSm<Prefix>::RouteTableSm(RouteTableTexts const& texts,
                                    Mav::Ptr<RouteStatus const> routeStatus,
                                    Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus,
                                    Mav::Ptr<Mav::Clock const> clock)
-    : texts_(texts),
-      activityConfig_(std::move(activityConfig)),
-      ipForwardMib_(std::move(ipForwardMib)) {
+    : texts_(texts), activityConfig_(std::move(activityConfig)) {
+  ipForwardMibIs(std::move(ipForwardMib));
   if (routeStatus) {
     mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
   }
@@ -75,6 +74,10 @@ void RouteTableSm<Prefix>::fecRouteListSmIs(
 }
 
 template <class Prefix>
+Mav::Ptr<IpForwardMib> RouteTableSm<Prefix>::ipForwardMib() const {
+  return mavIpForwardMib_ ? mavIpForwardMib_->ipForwardMib() : nullptr;
+}
+template <class Prefix>
 auto RouteTableSm<Prefix>::routeStatus() const -> Mav::Ptr<RouteStatus const> {
   return notifierOf(mavRouteStatus_);
 }
@@ -85,6 +88,12 @@ Mav::Ptr<Pondo::Fib::ForwardingStatus const> RouteTableSm<Prefix>::forwardingSta
 template <class Prefix>
 Mav::Ptr<Mav::Clock const> RouteTableSm<Prefix>::clock() const {
   return notifierOf(mavClock_);
+}
+
+template <class Prefix>
+void RouteTableSm<Prefix>::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
+  mavIpForwardMib_.reset();
+  if (ipForwardMib) mavIpForwardMib_ = std::make_unique<MavIpForwardMib>(std::move(ipForwardMib));
 }
 
 template <class Prefix>

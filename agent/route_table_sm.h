@@ -47,6 +47,7 @@ class RouteTableSm : public Mav::Object {
   using FecRouteList = Pondo::Fib::BasicFecRouteList<Prefix>;
   using FecRouteListSm = Pondo::Fib::BasicFecRouteListSm<Prefix>;
   using Place = Pondo::Fib::PackedPrefix<Prefix>;  // among the prefixes
+  class MavIpForwardMib;
   class MavRouteStatus;
   class MavForwardingStatus;
   class MavClock;
@@ -65,7 +66,7 @@ class RouteTableSm : public Mav::Object {
   ~RouteTableSm() override;
 
   Mav::Ptr<Mav::ActivityConfig> const& activityConfig() const { return activityConfig_; }
-  Mav::Ptr<IpForwardMib> const& ipForwardMib() const { return ipForwardMib_; }
+  Mav::Ptr<IpForwardMib> ipForwardMib() const;
   Mav::Ptr<RouteStatus const> routeStatus() const;
   Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus() const;
   Mav::Ptr<Mav::Clock const> clock() const;
@@ -74,9 +75,7 @@ class RouteTableSm : public Mav::Object {
 
   /// Another input is watched from now on, or none. What it holds is not looked at for that:
   /// handleRoute() does.
-  void ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
-    ipForwardMib_ = std::move(ipForwardMib);
-  }
+  void ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib);
   void routeStatusIs(Mav::Ptr<RouteStatus const> routeStatus);
   void forwardingStatusIs(Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus);
   /// A pass that is pending is so on the new clock.
@@ -156,7 +155,6 @@ class RouteTableSm : public Mav::Object {
   Mav::Ptr<Mav::ActivityConfig> const activityConfig_;
 
   // Changed on the agent's thread.
-  Mav::Ptr<IpForwardMib> ipForwardMib_;
   BacklogMap backlog_;
   typename BacklogMap::Cursor entry_{backlog_};  // where backlogIs() was last
   typename BacklogMap::Cursor work_{backlog_};   // where a pass is
@@ -165,6 +163,7 @@ class RouteTableSm : public Mav::Object {
 
   Mav::Ptr<FecRouteList> fecRouteList_;
   Mav::Ptr<FecRouteListSm> fecRouteListSm_;
+  std::unique_ptr<MavIpForwardMib> mavIpForwardMib_;
   std::unique_ptr<MavRouteStatus> mavRouteStatus_;
   std::unique_ptr<MavForwardingStatus> mavForwardingStatus_;
   std::unique_ptr<MavClock> mavClock_;
