@@ -172,9 +172,9 @@ std::string FecTable::encodeKey(Key const& key) {
 }
 
 std::optional<FecTable::Key> FecTable::decodeKey(std::string_view bytes) {
-  auto const id = fromBigEndian<std::uint64_t>(bytes);
-  if (!id || *id == 0) return std::nullopt;
-  return Fib::FecId(*id);
+  auto const number = fromBigEndian<std::uint64_t>(bytes);
+  if (!number || *number == 0) return std::nullopt;
+  return Fib::FecId(*number);
 }
 
 std::string FecTable::encodeRecord(Record const& record) {
