@@ -29,6 +29,7 @@
 // a table: a walk that meets a fault ends there, what stands behind it is missing until the next
 // walk, and the daemon lives.
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -159,7 +160,8 @@ netsnmp_variable_list* TableFunctions<Table>::getFirstDataPoint(
     bool hintMatched = false;
     // On the heap, because net-snmp carries it through C as a void*. The row server keeps its own
     // rows by value.
-    auto* const row = new typename Table::Row(firstRow<Table>(rows, hint, hintMatched));
+    auto* const row =
+        std::make_unique<typename Table::Row>(firstRow<Table>(rows, hint, hintMatched)).release();
     *loopContext = row;
     FRAME_TRACE(
         2, "_get_first_data_point",
@@ -207,7 +209,7 @@ void* TableFunctions<Table>::makeDataContext(void* loopContext,
     using Row = typename Table::Row;
     if (!loopContext) return nullptr;
     // A row of its own: net-snmp moves the loop context on, and frees both.
-    void* const row = new Row(*static_cast<Row const*>(loopContext));
+    void* const row = std::make_unique<Row>(*static_cast<Row const*>(loopContext)).release();
     FRAME_TRACE(2, "_make_data_context",
                 " - allocated data context " << row << " for loop context " << loopContext);
     return row;

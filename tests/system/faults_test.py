@@ -136,11 +136,11 @@ def test_one_fault_upon_the_other(router, seed):
     assert router.publisher.alive() and agent.daemon.alive(), router.publisher.text()
 
 
-def goes_on(router, agent):
+def goes_on(router, agent, within=2):
     agrees(router, agent)
     for turn in range(2, 5):
         change(router, turn)
-        agrees(router, agent, 2)
+        agrees(router, agent, within)
     assert router.publisher.alive(), router.publisher.text()
 
 
@@ -173,7 +173,8 @@ def test_address_spaces_smaller_than_the_map(router):
     agent = prepared(router, options=())
     router.space.run("prlimit", f"--as={600 << 20}", "--pid", agent.daemon.pid)
     router.forget_tables()  # opened anew by both
-    goes_on(router, agent)
+    # Until the large map is closed any allocation of snmpd may fail, and have the module start over.
+    goes_on(router, agent, HEALED)
 
 
 def test_no_inotify_instance_for_the_publisher(router):
