@@ -19,7 +19,7 @@ from ovo.tables import HEALTH
 
 AS_DEBIAN = ("-u", "Debian-snmp", "-g", "Debian-snmp")
 # From the end of a fault: a look of the agent, and what the publisher waits until it makes tables anew.
-HEALED = 12.0
+HEALED = 30.0
 
 
 def prepared(router, options=AS_DEBIAN):
