@@ -52,12 +52,13 @@ void start() {
     Mav::traceSinkIs(Snmp::snmpLogSink);
     plugin = new Plugin(Pondo::defaultRunDir(), startOver);
     startFailed = false;
-    plugin->takeIn();
   } catch (...) {
     if (!startFailed) Snmp::logFault("cannot start, trying again every 5 s");
     startFailed = true;
-    armStart(retrySeconds);
+    return armStart(retrySeconds);
   }
+  // Outside: a plugin that stands takes in the rest in the daemon's loop.
+  Snmp::guarded("start", [] { plugin->takeIn(); });
 }
 
 void onStartAlarm(unsigned /*alarm*/, void* /*data*/) noexcept {
