@@ -19,6 +19,7 @@
 // Everything costs the logarithm of the number of addresses. One thread.
 
 #include <cstdint>
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -58,6 +59,9 @@ class PrefixLedger {
     unsigned length = 0;  // of its prefix
   };
 
+  // Where an allocation fails, the ledger is not what is served, until all is made anew
+  // (mav/memory_failure.h): a presence may be unknown, and a user have none.
+
   /// `presence` is new.
   void added(Presence const& presence, Prefix const& prefix) {
     auto const first = firstOf(presence.addr);
@@ -73,6 +77,7 @@ class PrefixLedger {
   /// `presence` is there.
   void removed(Presence const& presence) {
     auto const it = presences_.find(presence);
+    if (it == presences_.end()) return;
     bool const wasFirst = it == firstOf(presence.addr);
     auto const prefix = it->second;
     presences_.erase(it);
@@ -90,7 +95,8 @@ class PrefixLedger {
     std::vector<Repair> result;
     for (auto const& prefix : shaken_) {
       auto const user = users_.lower_bound({prefix, Addr{}});
-      if (user != users_.end() && user->first == prefix) result.push_back(lastOf(user->second));
+      if (user == users_.end() || user->first != prefix) continue;
+      if (auto const last = lastOf(user->second)) result.push_back(*last);
     }
     return result;
   }
@@ -105,11 +111,12 @@ class PrefixLedger {
     return it != presences_.end() && it->first.addr == addr ? it : presences_.end();
   }
 
-  // One of its presences at least is there.
-  Repair lastOf(Addr const& addr) const {
-    auto last = firstOf(addr);
-    for (auto it = last; it != presences_.end() && it->first.addr == addr; ++it) last = it;
-    return {last->first, last->second.length};
+  std::optional<Repair> lastOf(Addr const& addr) const {
+    std::optional<Repair> last;
+    for (auto it = firstOf(addr); it != presences_.end() && it->first.addr == addr; ++it) {
+      last = Repair{it->first, it->second.length};
+    }
+    return last;
   }
 
   /// The address leads to `next` from now on. A prefix that keeps its row by that is not shaken:
