@@ -30,8 +30,10 @@ bool isEnding = false;
 // What can be read stays unread: the loop ends with it.
 void onSignal(int /*fd*/, void* /*data*/) { isEnding = true; }
 
-/// SIGTERM and SIGINT as a descriptor of the agent's own loop.
+/// SIGTERM and SIGINT as a descriptor of the agent's own loop. A master that ends while this side
+/// writes to it is no reason to end: the write fails, and the library looks for the master again.
 void watchSignals() {
+  std::signal(SIGPIPE, SIG_IGN);
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, SIGTERM);

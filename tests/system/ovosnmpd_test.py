@@ -1,5 +1,6 @@
 """ovosnmpd, the module as an AgentX subagent: a manager cannot tell it from the module."""
 
+import signal
 import subprocess
 
 import pytest
@@ -72,6 +73,7 @@ def test_it_answers_as_the_module_does(router, subagent):
 def test_it_finds_a_restarted_master(router, subagent):
     master = start_master(router)
     assert master.answers()
+    subagent.send(signal.SIGPIPE)  # the kernel's, where the master ends amid what it is being told
     master.daemon.kill()
     router.ip("route", "add", "203.0.113.128/25", "via", "192.0.2.9")
     again = start_master(router)
