@@ -6,7 +6,9 @@ from ovo import ber, snmp
 from ovo.churn import Asking
 from ovo.daemons import FORWARDING, LONG, WITHOUT, WITHOUT_SCALARS, eventually
 
-RELOADS = 10_000 if LONG else 1000
+# Of one daemon. At each reload snmpd 5.9.3 itself registers an alarm more, and it looks through all of
+# them for each that is due: after some 4,000 a turn of its loop takes seconds, with the module or not.
+RELOADS = 1000
 # The daemon itself keeps some 3 kB at each reload; the module may not add to that. In kB, over all.
 ALLOWED_GROWTH = 512
 
@@ -41,7 +43,8 @@ def loaded(router):
 
 
 @pytest.mark.parametrize("plugins", [(True,), (False, True)], ids=["stays", "goes and comes back"])
-def test_a_thousand_reloads_under_load(router, loaded, plugins):
+@pytest.mark.parametrize("daemon", range(10 if LONG else 1))
+def test_a_thousand_reloads_under_load(router, loaded, daemon, plugins):
     agent, load = loaded
     stock = router.agent(plugin=False)
     growth = Growth(agent, stock)
