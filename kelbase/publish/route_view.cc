@@ -1,7 +1,5 @@
 #include "kelbase/publish/route_view.h"
 
-#include <fmt/format.h>
-
 #include "kelbase/model/route_protocols.h"
 #include "platform/mav/time.h"
 #include "platform/pondo/tables/codec.h"
@@ -15,7 +13,7 @@ constexpr std::size_t prefixesALook = 64;
 }  // namespace
 
 template <class Ip>
-RouteView<Ip>::RouteView(Routes<Ip>& routes, FecView& fecs) : routes_(routes.table()), fecs_(fecs) {
+RouteView<Ip>::RouteView(Routes<Ip>& routes, FecView& fecs) : routes_(routes), fecs_(fecs) {
   routes.observerIs(*this);
   fecs.tellTurned(turning_);
 }
@@ -90,7 +88,7 @@ void RouteView<Ip>::writeChanged(Pondo::Writer& writer, double end) {
     if (next == changed_.end()) next = changed_.begin();
     auto const first = next;
     // One for each batch: it goes forward alone, and a batch may begin at the front again.
-    Search own(routes_);
+    Search own(book());
     for (std::size_t i = 0; i < prefixesALook && next != changed_.end(); ++i, ++next) {
       writeOne(writer, *next, own);
     }
@@ -110,7 +108,7 @@ void RouteView<Ip>::writeTurned(Pondo::Writer& writer, double end) {
   }
   std::size_t walked = 1;
   // One walk for all sets that have turned: no set knows its routes.
-  for (Walk own(routes_, walked_); !own.ended(); own.next(), ++walked) {
+  for (Walk own(book(), walked_); !own.ended(); own.next(), ++walked) {
     if (walked % prefixesALook == 0 && Mav::now() > end) {
       walked_ = own.prefix();
       return;
@@ -160,7 +158,7 @@ Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
   Pondo::Writer::SyncCounts counts;
   // Both sides are in the order of prefixes (platform/pondo/tables/fib_codec.cc), so that a million
   // are compared in one pass, without a search.
-  Walk own(routes_);
+  Walk own(book());
   auto const markOwn = [&](std::size_t& count) {
     mark(own.prefix());
     own.next();
@@ -186,12 +184,6 @@ Pondo::Writer::SyncCounts RouteView<Ip>::writeAll(Pondo::Writer& writer) {
   // Nothing was there: nothing changed, went or stayed.
   isFirstFill_ = counts.added == changed_.size() && counts.unchanged == 0;
   return counts;
-}
-
-template <class Ip>
-std::string RouteView<Ip>::summary() const {
-  auto const size = routes_.size();
-  return fmt::format("{} {} route{}", size, Ip::name, size == 1 ? "" : "s");
 }
 
 template class RouteView<Ip4>;

@@ -39,7 +39,7 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   RouteView(Routes<Ip>& routes, FecView& fecs);
 
   std::string_view name() const override { return "routes"; }
-  std::string summary() const override;
+  std::string summary() const override { return routes_.summary(); }
   void writeRest(Pondo::Writer& writer) override;
   bool hasMore() const override {
     return !changed_.empty() || !turned_.empty() || !turning_.empty();
@@ -65,7 +65,9 @@ class RouteView : public TableView, private Routes<Ip>::Observer {
   bool isRecordOf(std::string_view bytes, KernelRoute const& route) const;
   void put(Pondo::Writer& writer, Prefix const& prefix, KernelRoute const& route) const;
 
-  RouteBook<Ip> const& routes_;
+  RouteBook<Ip> const& book() const { return routes_.table(); }
+
+  Routes<Ip> const& routes_;
   FecView& fecs_;
   bool isCompared_ = false;  // with what the table held at first: from then on changes are marked
 
