@@ -19,7 +19,7 @@ namespace {
 /// syslog(3) priorities, in the order of Mav::Severity.
 constexpr std::array priorities{3, 4, 5, 6, 7};
 
-/// Wants no memory of its own.
+/// A line as it is written, newline included. Wants no memory of its own.
 template <class Out>
 Out putLine(Out out, Mav::Severity severity, std::string_view text, bool journal) {
   if (!journal) return fmt::format_to(out, "kelbased: {}\n", text);
@@ -35,13 +35,6 @@ bool stderrIsJournal() {
   std::array<char, 64> own{};  // on the stack: there may be no memory (endWithoutMemory)
   auto* const end = fmt::format_to(own.data(), "{}:{}", status.st_dev, status.st_ino);
   return std::string_view(own.data(), static_cast<std::size_t>(end - own.data())) == stream;
-}
-
-/// As it is written, newline included.
-std::string logLine(Mav::Severity severity, std::string_view text, bool journal) {
-  std::string line;
-  putLine(std::back_inserter(line), severity, text, journal);
-  return line;
 }
 
 }  // namespace
@@ -61,7 +54,8 @@ void endWithoutMemory() {
 void logToStderr() {
   bool const journal = stderrIsJournal();
   Mav::traceSinkIs([journal](Mav::Severity severity, std::string_view text) {
-    std::string const line = logLine(severity, text, journal);
+    std::string line;
+    putLine(std::back_inserter(line), severity, text, journal);
     // One write a line, so that lines of several processes do not mix. Nowhere to tell if it fails.
     [[maybe_unused]] ssize_t const written = write(STDERR_FILENO, line.data(), line.size());
   });
