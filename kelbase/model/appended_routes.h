@@ -18,10 +18,7 @@ class AppendedRoutes {
   using Place = Book::Place;
 
   /// Made as Siblings is (Routes::Rules); it needs no sets.
-  explicit AppendedRoutes(NextHopSets const& /*sets*/) {}
-
-  /// From here on messages may be older than what the last dump listed, or are not any more.
-  void replayIs(bool on) { isReplay_ = on; }
+  AppendedRoutes(NextHopSets const& /*sets*/, bool isReplay) : isReplay_(isReplay) {}
 
   /// The kernel has added `route`. Every message tells all of it. `tellsAll` has no meaning for
   /// IPv4.
@@ -32,7 +29,7 @@ class AppendedRoutes {
                       bool tellsAll) const;
 
  private:
-  bool isReplay_ = false;
+  bool const isReplay_;
 };
 
 }  // namespace Kelbase

@@ -13,8 +13,7 @@ Routes<Ip>::Routes(Links& links, OnLinks<AddressOf<Ip>>& addresses, Nexthops& ne
     : nexthops_(nexthops),
       sets_(sets),
       silent_(links, addresses, nexthops, sets,
-              [this](bool surely) { doubt(surely ? Doubt::silence : Doubt::object); }),
-      rules_(sets) {
+              [this](bool surely) { doubt(surely ? RouteDoubt::silence : RouteDoubt::object); }) {
   nexthops.observerIs(*this);
   // Before there is any route in it: a view asks for the book when it is made.
   books_.try_emplace(mainTable, sets);
@@ -40,7 +39,6 @@ template <class Ip>
 void Routes<Ip>::replayIs(bool on) {
   isReplay_ = on;
   silent_.replayIs(on);
-  rules_.replayIs(on);
 }
 
 template <class Ip>
@@ -57,7 +55,7 @@ void Routes<Ip>::onNexthop(std::uint32_t id) {
   // The listing fills them again.
   absl::erase_if(hidingObjects_, [this](auto object) { return !nexthops_.isBlackhole(object); });
   absl::erase_if(bareObjects_, [this](auto object) { return nexthops_.isBlackhole(object); });
-  doubt(Doubt::silence);
+  doubt(RouteDoubt::silence);
 }
 
 /// Its routes go with it. Those of zones are filed with the next hops that it had, and not as its
@@ -65,7 +63,7 @@ void Routes<Ip>::onNexthop(std::uint32_t id) {
 template <class Ip>
 void Routes<Ip>::onNexthopGone(std::uint32_t id) {
   joinAnew();
-  if (zoneObjects_.erase(id) != 0) doubt(Doubt::silence);
+  if (zoneObjects_.erase(id) != 0) doubt(RouteDoubt::silence);
 }
 
 /// Whether the kernel lists the object's routes as another kind than it did: without a message.
@@ -82,7 +80,7 @@ void Routes<Ip>::hearKind(Listed const& listed) {
   bool const isHidden = listed.kind == RouteKind::blackhole && mayHide;
   (isHidden ? hidingObjects_ : bareObjects_).insert(listed.object);
   // The object may have been one when the message was made, and its own message tell nothing new.
-  if (isReplay_ && listed.kind == RouteKind::blackhole && !mayHide) doubt(Doubt::order);
+  if (isReplay_ && listed.kind == RouteKind::blackhole && !mayHide) doubt(RouteDoubt::order);
 }
 
 /// A joint set is written out: it has copies of what the objects in it led to.
@@ -141,9 +139,9 @@ std::set<std::int32_t> Routes<Ip>::zonesOf(Listed const& listed) {
 
 template <class Ip>
 void Routes<Ip>::heard(std::uint32_t table, Prefix const& prefix, RouteOutcome outcome) const {
-  if (outcome.isDoubtful) doubt(Doubt::order);
-  if (outcome.mayUncover) doubt(Doubt::cover);
-  if (outcome.isChanged && observer_) observer_->onRoute(table, prefix);
+  if (outcome.isDoubtful) doubt(RouteDoubt::order);
+  if (outcome.mayUncover) doubt(RouteDoubt::cover);
+  if (outcome.isChanged) tell(table, prefix);
 }
 
 /// Calls take(prefix, listed) for each prefix that the message is about: with the next hops on its
@@ -172,17 +170,18 @@ void Routes<Ip>::inZones(Listed const& listed, Take const& take) {
 }
 
 template <class Ip>
-void Routes<Ip>::is(Listed const& listed, Rank rank) {
+void Routes<Ip>::is(Listed const& listed, RouteRank rank) {
   // The route as it was told, of all links: what hangs on one of them hangs on it in any zone.
   silent_.routeIs(listed);
   if (listed.object != 0 && listed.kind != RouteKind::unicast) hearKind(listed);
   auto& book = books_.try_emplace(listed.table, sets_).first->second;
+  Rules const rules(sets_, isReplay_);
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
     setHops(one, route);
     // A set that is new has no reference until the book holds the route. Only a write forgets sets
     // (FecView::writeUnused), and none comes in between.
-    heard(one.table, prefix, rules_.add(book, book.place(prefix), route, rank, one.tellsSiblings));
+    heard(one.table, prefix, rules.add(book, book.place(prefix), route, rank, one.tellsSiblings));
   });
 }
 
@@ -191,13 +190,14 @@ void Routes<Ip>::del(Listed const& listed) {
   auto const found = books_.find(listed.table);
   if (found == books_.end()) return;
   auto& book = found->second;
+  Rules const rules(sets_, isReplay_);
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
     auto route = keptOf(one);
     // One sibling among others is named by its next hop alone. IPv4 needs no set: the identity says
     // which route is meant. A set that is made for the question alone is forgotten with the next
     // write.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
-    heard(one.table, prefix, rules_.remove(book, book.place(prefix), route, one.tellsSiblings));
+    heard(one.table, prefix, rules.remove(book, book.place(prefix), route, one.tellsSiblings));
   });
 }
 

@@ -39,11 +39,9 @@ enum class RouteDoubt {
 template <class Ip>
 class Routes : private Nexthops::Observer {
  public:
-  using Rank = RouteRank;
   using Book = RouteBook<Ip>;
   using Prefix = typename Ip::Prefix;
   using Listed = ListedRoute<Ip>;
-  using Doubt = RouteDoubt;
   using Rules = std::conditional_t<Ip::version == IpVersion::v4, AppendedRoutes, Siblings>;
 
   /// Hears of changes after they were made, from inside the call that made them; must not make
@@ -61,11 +59,11 @@ class Routes : private Nexthops::Observer {
   Routes& operator=(Routes const&) = delete;
 
   void observerIs(Observer& observer) { observer_ = &observer; }
-  void doubtsAre(std::function<void(Doubt)> heard) { doubt_ = std::move(heard); }
+  void doubtsAre(std::function<void(RouteDoubt)> heard) { doubt_ = std::move(heard); }
 
   /// The kernel has the route; `rank` is where the message puts it among others of its prefix. Most
   /// of its cost is a descent of the book's tree.
-  void is(Listed const& listed, Rank rank);
+  void is(Listed const& listed, RouteRank rank);
   /// The kernel has removed the route that looks like this one. One that is not known changes
   /// nothing.
   void del(Listed const& listed);
@@ -95,7 +93,7 @@ class Routes : private Nexthops::Observer {
   void joinAnew();
   bool listsAnotherKind(std::uint32_t object) const;
   void hearKind(Listed const& listed);
-  void doubt(Doubt why) const {
+  void doubt(RouteDoubt why) const {
     if (doubt_) doubt_(why);
   }
   void tell(std::uint32_t table, Prefix const& prefix) const {
@@ -106,9 +104,8 @@ class Routes : private Nexthops::Observer {
   NextHopSets& sets_;
   std::map<std::uint32_t, Book> books_;  // by table
   SilentChanges<Ip> silent_;
-  Rules rules_;
   Observer* observer_ = nullptr;
-  std::function<void(Doubt)> doubt_;
+  std::function<void(RouteDoubt)> doubt_;
   // Objects that are blackholes, of routes that were listed so, and those of routes that were
   // listed as a kind of their own that does not forward. While an object is a blackhole, the kernel
   // lists every route through it as one and does not tell the route's own kind (fib_dump_info,

@@ -32,11 +32,9 @@ class Siblings {
   /// The identity (see ListedRoute) of all siblings.
   static constexpr std::uint32_t identity = 1;
 
-  /// `sets` must outlive it.
-  explicit Siblings(NextHopSets& sets) : sets_(sets) {}
-
-  /// From here on messages may be older than what the last dump listed, or are not any more.
-  void replayIs(bool on) { isReplay_ = on; }
+  /// For one message. `sets` must outlive it; `isReplay`: it may be older than what the last dump
+  /// listed.
+  Siblings(NextHopSets& sets, bool isReplay) : sets_(sets), isReplay_(isReplay) {}
 
   /// The kernel has added `route`; `tellsAll`: its next hops are those of all siblings.
   RouteOutcome add(Book& book, Place const& place, KernelRoute route, RouteRank rank,
@@ -53,7 +51,7 @@ class Siblings {
   KernelRoute const* withHop(Rivals const& rivals, KernelRoute const& one) const;
 
   NextHopSets& sets_;
-  bool isReplay_ = false;
+  bool const isReplay_;
 };
 
 }  // namespace Kelbase
