@@ -32,23 +32,21 @@ constexpr std::array<Column, 3> tableColumns{{
     {"MALFORMED", "malformed"},
 }};
 
-Status::Counts countTable(Pondo::Reader const& reader, TableView const& view) {
+Status::Table countTable(Pondo::Reader const& reader, TableView const& view) {
   std::size_t wellFormed = 0;
   auto const malformedBefore = reader.malformed();
   std::optional<std::string> from = "";
   // A snapshot for each slice: a million records take a while, and the publisher needs the pages.
   while (from) from = view.countSlice(reader.snapshot(), *from, wellFormed);
   auto const malformed = static_cast<std::size_t>(reader.malformed() - malformedBefore);
-  return {wellFormed + malformed, malformed};
+  return {view.name, wellFormed + malformed, malformed};
 }
 
 void readTables(Status& status) {
   Pondo::Reader const reader(status.runDir);
   // Of before the counting: what is counted is of this generation or of later ones.
   std::uint64_t const generation = reader.snapshot().generation();
-  for (TableView const& view : tableViews()) {
-    status.tables.push_back({view.name, countTable(reader, view)});
-  }
+  for (TableView const& view : tableViews()) status.tables.push_back(countTable(reader, view));
   // Shown as no tables of their own (TableView), and counted for `check` alone.
   status.addresses4 = reader.snapshot().count(Pondo::TableId::address4);
   status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
@@ -152,9 +150,9 @@ void printCounters(std::ostream& out, Pondo::Counters const& counters) {
 void printTables(std::ostream& out, Status const& status) {
   if (!status.generation) return;
   std::vector<Row> rows;
-  for (auto const& table : status.tables) {
-    rows.push_back({std::string(table.name), static_cast<std::int64_t>(table.counts.records),
-                    static_cast<std::int64_t>(table.counts.malformed)});
+  for (auto const& [name, records, malformed] : status.tables) {
+    rows.push_back({std::string(name), static_cast<std::int64_t>(records),
+                    static_cast<std::int64_t>(malformed)});
   }
   out << '\n';
   printRows(out, tableColumns, rows);
@@ -226,10 +224,8 @@ void printJson(Context const& context, Status const& status) {
   }
   json["readers"] = readersJson(status.readers);
   json["tables"] = nlohmann::ordered_json::array();
-  for (auto const& table : status.tables) {
-    json["tables"].push_back({{"name", table.name},
-                              {"records", table.counts.records},
-                              {"malformed", table.counts.malformed}});
+  for (auto const& [name, records, malformed] : status.tables) {
+    json["tables"].push_back({{"name", name}, {"records", records}, {"malformed", malformed}});
   }
   json["error"] = nullptr;
   if (!status.error.empty()) json["error"] = status.error;

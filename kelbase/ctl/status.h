@@ -22,13 +22,10 @@ namespace Kelbase::Ctl {
 /// What was read, not yet judged: an absent publisher and unreadable tables are in it, and raise
 /// nothing.
 struct Status {
-  struct Counts {
-    std::size_t records = 0;    // all
-    std::size_t malformed = 0;  // of these, not well-formed
-  };
   struct Table {
     std::string_view name;
-    Counts counts;
+    std::size_t records = 0;    // all
+    std::size_t malformed = 0;  // of these, not well-formed
   };
 
   std::filesystem::path runDir;

@@ -53,8 +53,8 @@ Status published(std::size_t neighbours) {
   Status status;
   status.generation = 1;
   status.addresses4 = 1;
-  for (auto const* name : {"addresses", "routes"}) status.tables.push_back({name, {1, 0}});
-  status.tables.push_back({"neighbours", {neighbours, 0}});
+  for (auto const* name : {"addresses", "routes"}) status.tables.push_back({name, 1, 0});
+  status.tables.push_back({"neighbours", neighbours, 0});
   status.resolvedNeighbours = neighbours;
   return status;
 }

@@ -134,7 +134,7 @@ bool hasRows(Asker const& asker, ServedObject const& object, Status const& statu
     return asker.answers(told->number, said) != true || !said.ends_with(": 0");
   }
   auto const table = std::ranges::find(status.tables, told->table, &Status::Table::name);
-  return table == status.tables.end() || table->counts.records > 0;
+  return table == status.tables.end() || table->records > 0;
 }
 
 constexpr char const* loadRemedy =

@@ -56,9 +56,9 @@ Finding tablesFinding(Status const& status) {
             "start kelbased, which publishes this machine's state"};
   }
   for (auto const& table : status.tables) {
-    if (table.counts.malformed == 0) continue;
+    if (table.malformed == 0) continue;
     return {Verdict::bad, "tables",
-            fmt::format("{} malformed records of {}", table.counts.malformed, table.name),
+            fmt::format("{} malformed records of {}", table.malformed, table.name),
             "install kelbased, the module and kelbasectl of one version; restart kelbased"};
   }
   return {
