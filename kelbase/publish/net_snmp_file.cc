@@ -104,12 +104,12 @@ NetSnmpFile::NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& r
       file_(runDir / Pondo::Format::netSnmpFile),
       staged_(file_.native() + ".new"),
       group_(group.empty() ? std::nullopt : std::optional(Pondo::groupByName(group))),
-      needed_(hasAnotherLayout(kernelFile_)),
       timer_(activity.clock(), [this] { renew(); }),
       due_(Mav::now()) {
   // A publisher that was killed while it wrote has left it.
   ::unlink(staged_.c_str());
-  if (needed_) {
+  // Found out once: a kernel does not change its layout.
+  if (hasAnotherLayout(kernelFile_)) {
     renew();
   } else {
     // Nobody keeps one any more: it would stand still, and look like counters.

@@ -42,9 +42,6 @@ class NetSnmpFile {
   NetSnmpFile(Mav::Activity& activity, std::filesystem::path const& runDir,
               std::string const& group, std::filesystem::path kernelFile = "/proc/net/snmp");
 
-  /// The kernel's own layout is another. Found out once: a kernel does not change its layout.
-  bool isNeeded() const { return needed_; }
-
  private:
   void renew();
   bool wasDeleted();
@@ -56,7 +53,6 @@ class NetSnmpFile {
   std::filesystem::path const file_;
   std::filesystem::path const staged_;
   std::optional<gid_t> const group_;
-  bool const needed_;
 
   Mav::Timer timer_;
   double due_ = 0;
