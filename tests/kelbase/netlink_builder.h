@@ -71,6 +71,20 @@ class NetlinkBuilder {
   std::vector<std::byte> bytes_;
 };
 
+/// Adds a next hop on link 3 to what RTA_MULTIPATH is to hold.
+template <class Octets>
+void addPath(std::vector<std::byte>& paths, Octets const& gateway, bool isAlive = true) {
+  struct {
+    rtnexthop path;
+    nlattr header;
+    Octets octets;
+  } const one{{sizeof one, static_cast<unsigned char>(isAlive ? 0 : RTNH_F_DEAD), 0, 3},
+              {sizeof(nlattr) + sizeof(Octets), RTA_GATEWAY},
+              gateway};
+  auto const* const bytes = reinterpret_cast<std::byte const*>(&one);
+  paths.insert(paths.end(), bytes, bytes + sizeof one);
+}
+
 inline NetlinkBuilder linkMessage(int type, int index, unsigned flags = 0, int family = AF_UNSPEC) {
   ifinfomsg info{};
   info.ifi_family = static_cast<unsigned char>(family);

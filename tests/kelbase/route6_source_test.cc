@@ -17,9 +17,8 @@ constexpr int beside = NLM_F_CREATE | NLM_F_APPEND;
 class Route6SourceTest : public RouteSourceFixture {
  protected:
   Route6SourceTest() {
-    auto& source = named<KernelSource>(sources_, "IPv6 routes");
-    source.dumpWishIs([this](double) { wishes_ += "IPv6 routes "; });
-    source.lookWishIs([this](double) { wishes_ += "a look "; });
+    routes6_.dumpWishIs([this](double) { wishes_ += "IPv6 routes "; });
+    routes6_.lookWishIs([this](double) { wishes_ += "a look "; });
   }
 
   using Hops = std::vector<std::uint8_t>;  // N: fe80::N on link 3, "a"
@@ -34,17 +33,7 @@ class Route6SourceTest : public RouteSourceFixture {
     auto builder = routeMessage6(type, "4000::", 64, RTN_UNICAST, protocol);
     if (hops.size() == 1) return builder.value(RTA_GATEWAY, gateway(hops[0])).value(RTA_OIF, 3);
     std::vector<std::byte> paths;
-    for (auto const hop : hops) {
-      struct {
-        rtnexthop path;
-        nlattr header;
-        Dovel::Ip6Addr::Octets octets;
-      } const one{{sizeof one, 0, 0, 3},
-                  {sizeof(nlattr) + sizeof(Dovel::Ip6Addr::Octets), RTA_GATEWAY},
-                  gateway(hop)};
-      auto const* const bytes = reinterpret_cast<std::byte const*>(&one);
-      paths.insert(paths.end(), bytes, bytes + sizeof one);
-    }
+    for (auto const hop : hops) addPath(paths, gateway(hop));
     return builder.raw(RTA_MULTIPATH, paths.data(), paths.size());
   }
   static NetlinkBuilder onLink(std::string_view address, int length, int index) {
@@ -58,6 +47,7 @@ class Route6SourceTest : public RouteSourceFixture {
     writer_->commit();
     return RouteText::routes<Pondo::Route6Table>(*writer_);
   }
+  KernelSource& routes6_ = named<KernelSource>(sources_, "IPv6 routes");
   bool compared6_ = false;
 };
 
@@ -90,28 +80,26 @@ TEST_F(Route6SourceTest, TheProtocolIsThatOfTheFirstSibling) {
 
 /// A device route between two siblings: the kernel's dump leaps over it.
 TEST_F(Route6SourceTest, WhatSiblingsMayHaveHiddenIsLookedFor) {
-  auto& source = named<KernelSource>(sources_, "IPv6 routes");
-  source.dumpBegin();
+  routes6_.dumpBegin();
   tell(over(RTM_NEWROUTE, {2, 3}));
-  source.dumpEnd(true);
+  routes6_.dumpEnd(true);
   tell(over(RTM_DELROUTE, {2, 3}));
   EXPECT_EQ(wishes_, "a look ");
-  source.dumpBegin();
+  routes6_.dumpBegin();
   tell(onLink("4000::", 64, 4));
-  source.dumpEnd(false);
+  routes6_.dumpEnd(false);
   EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 0.0.0.0@b"));
 }
 
 /// For each that goes amid a dump the kernel may leave another out.
 TEST_F(Route6SourceTest, ADumpAmidRemovalsIsTakenAgain) {
-  auto& source = named<KernelSource>(sources_, "IPv6 routes");
   auto const listed = [&](bool whole) {
-    source.dumpBegin();
+    routes6_.dumpBegin();
     tell(over(RTM_NEWROUTE, {2}));
-    source.dumpEnd(whole);
-    source.replayIs(true);
+    routes6_.dumpEnd(whole);
+    routes6_.replayIs(true);
     tell(routeMessage6(RTM_DELROUTE, "3000::", 64).value(RTA_OIF, 3));
-    source.replayIs(false);
+    routes6_.replayIs(false);
     return std::exchange(wishes_, "");
   };
   EXPECT_EQ(listed(true), "IPv6 routes ");
@@ -201,12 +189,11 @@ TEST_F(Route6SourceTest, NoLifetimeIsForgotten) {
   EXPECT_EQ(wishes_, "") << "those of siblings are not all told";
   tell(over(RTM_DELROUTE, {2}));
   EXPECT_EQ(std::exchange(wishes_, ""), "IPv6 routes a look ");
-  auto& source = named<KernelSource>(sources_, "IPv6 routes");
   auto const listed = [&](int left) {
-    source.dumpBegin();
+    routes6_.dumpBegin();
     cache.rta_expires = left;
     tell(over(RTM_NEWROUTE, {3}).value(RTA_CACHEINFO, cache));
-    source.dumpEnd(false);
+    routes6_.dumpEnd(false);
     return std::exchange(wishes_, "");
   };
   EXPECT_EQ(listed(200), "a look ");
@@ -220,11 +207,10 @@ TEST_F(Route6SourceTest, WhatHasExpiredIsNotServedThoughListed) {
   tell(over(RTM_NEWROUTE, {2}).value(RTA_CACHEINFO, cache).flags(alone));
   EXPECT_THAT(rows(), ElementsAre("4000::/64 static 5 fe80::2@a"));
   EXPECT_EQ(wishes_, "a look ") << "when its time is up";
-  auto& source = named<KernelSource>(sources_, "IPv6 routes");
-  source.dumpBegin();
+  routes6_.dumpBegin();
   cache.rta_expires = -1;
   tell(over(RTM_NEWROUTE, {2}).value(RTA_CACHEINFO, cache));
-  source.dumpEnd(true);
+  routes6_.dumpEnd(true);
   EXPECT_THAT(rows(), IsEmpty());
   EXPECT_EQ(wishes_, "a look a look ") << "it may be prolonged yet";
 }

@@ -42,12 +42,14 @@ class RouteSourceFixture : public testing::Test {
   void link(int index, std::string_view name, unsigned flags = IFF_UP | IFF_RUNNING) {
     tell(linkMessage(RTM_NEWLINK, index, flags).text(IFLA_IFNAME, name));
   }
+  static Dovel::IpAddr::Octets gateway4(int hop) {
+    return {10, 0, 0, static_cast<std::uint8_t>(hop)};
+  }
   static NetlinkBuilder message(int type, char const* prefix, int hop, int metric = 0,
                                 int tos = 0) {
     auto builder = routeMessage(type, prefix, RTN_UNICAST, tos);
     if (metric != 0) builder.value(RTA_PRIORITY, metric);
-    builder.value(RTA_GATEWAY, Dovel::IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets());
-    return builder.value(RTA_OIF, 3);
+    return builder.value(RTA_GATEWAY, gateway4(hop)).value(RTA_OIF, 3);
   }
   void route(char const* prefix, int hop, int metric = 0, int flags = 0, int tos = 0) {
     routes_.receive(message(RTM_NEWROUTE, prefix, hop, metric, tos).flags(flags).message());
@@ -57,17 +59,7 @@ class RouteSourceFixture : public testing::Test {
   }
   static std::vector<std::byte> paths(std::vector<std::pair<int, bool>> const& hops) {
     std::vector<std::byte> result;
-    for (auto const& [hop, isAlive] : hops) {
-      struct {
-        rtnexthop path;
-        nlattr header;
-        Dovel::IpAddr::Octets gateway;
-      } const one{{sizeof one, static_cast<unsigned char>(isAlive ? 0 : RTNH_F_DEAD), 0, 3},
-                  {sizeof(nlattr) + sizeof(Dovel::IpAddr::Octets), RTA_GATEWAY},
-                  Dovel::IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets()};
-      auto const* const bytes = reinterpret_cast<std::byte const*>(&one);
-      result.insert(result.end(), bytes, bytes + sizeof one);
-    }
+    for (auto const& [hop, isAlive] : hops) addPath(result, gateway4(hop), isAlive);
     return result;
   }
   void overObject(std::string_view prefix, std::uint32_t id, int type = RTN_UNICAST,
@@ -75,10 +67,8 @@ class RouteSourceFixture : public testing::Test {
     tell(routeMessage(RTM_NEWROUTE, prefix, type).value(RTA_NH_ID, id).flags(flags));
   }
   void object(std::uint32_t id, int hop, int index = 3) {
-    tell(nexthopMessage(RTM_NEWNEXTHOP, id)
-             .value(NHA_OIF, index)
-             .value(NHA_GATEWAY,
-                    Dovel::IpAddr({10, 0, 0, static_cast<std::uint8_t>(hop)}).octets()));
+    tell(
+        nexthopMessage(RTM_NEWNEXTHOP, id).value(NHA_OIF, index).value(NHA_GATEWAY, gateway4(hop)));
   }
   void group(std::uint32_t id, std::vector<std::uint32_t> const& members) {
     std::vector<nexthop_grp> entries;
