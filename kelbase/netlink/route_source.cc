@@ -88,20 +88,14 @@ void RouteSource<Ip>::dumpBegin() {
   // The dump lists every lifetime again.
   nextLook_ = Mav::never;
   listedBefore_ = std::exchange(lifetimes_, 0);
-  last_.reset();
-  edges_.clear();
+  pieces_.dumpBegin();
   routes_.dumpBegin();
-}
-
-template <class Ip>
-void RouteSource<Ip>::pieceEnd() {
-  if (isIp4<Ip> && last_) edges_.insert(*last_);
 }
 
 template <class Ip>
 void RouteSource<Ip>::dumpEnd(bool whole) {
   isDumping_ = false;
-  wasListed_ = true;
+  pieces_.dumpEnd();
   wasWhole_ = whole;
   // One that is listed as it ends has 0 left, in hundredths, which else means that it has no end
   // (net/core/rtnetlink.c, rtnl_put_cacheinfo).
@@ -113,11 +107,7 @@ template <class Ip>
 void RouteSource<Ip>::replayIs(bool on) {
   isReplay_ = on;
   routes_.replayIs(on);
-  if (on) return;
-  // What is replayed next is older than another answer, or than none of this source's.
-  bool const isInDoubt = std::exchange(hasShifted_, false) && wasListed_;
-  wasListed_ = false;
-  if (isInDoubt) confirm();
+  if (!on && pieces_.replayEnd()) confirm();
 }
 
 /// A look does not ask for dumps: of a kernel that never rests nothing would be exact otherwise.
@@ -140,8 +130,8 @@ void RouteSource<Ip>::receive(NetlinkMessage const& message) {
   if (!readRoute(message, route_)) return hearMulticast(message);
   bool const isGone = message.type() == RTM_DELROUTE;
   auto const& address = route_.prefix.address();
-  if (isDumping_) last_ = address;
-  if (isReplay_) hasShifted_ |= isIp4<Ip> ? edges_.contains(address) : isGone;
+  if (isDumping_) pieces_.listed(address);
+  if (isReplay_) pieces_.replayed(address, isGone);
   if (isGone) return routes_.del(route_);
   routes_.is(route_, rankOf(message));
   if (route_.mayExpire) ++lifetimes_;

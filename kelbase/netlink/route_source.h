@@ -7,20 +7,13 @@
 // shows when the dump that a hint asked for has ended. A hint too many costs one dump; one too few
 // would leave a manager a route that is gone.
 //
-// What the kernel does not tell either is that a dump of IPv6 routes has left some out. From one
-// datagram of the answer to the next it remembers how many nodes of its tree it has listed, and
-// when a route was added meanwhile it counts them again from the root (net/ipv6/ip6_fib.c,
-// fib6_dump_table): for each that was listed and removed, another is left out, without
-// NLM_F_DUMP_INTR. So a dump amid removals is taken again, confirmMax times in a row; after that,
-// looks add what was left out. Of IPv4 it remembers the address, and of the routes to it how many
-// it has listed, whatever their lengths (net/ipv4/fib_trie.c, fn_trie_dump_leaf): there a dump is
-// taken again where a route to an address at which a datagram ended has come or gone.
+// A dump that may have left some out (DumpPieces) is taken again, confirmMax times in a row; after
+// that, looks add what was left out.
 
 #include <vector>
 
-#include <absl/container/flat_hash_set.h>
-
 #include "kelbase/model/routes.h"
+#include "kelbase/netlink/dump_pieces.h"
 #include "kelbase/netlink/kernel_source.h"
 #include "platform/mav/time.h"
 
@@ -56,7 +49,7 @@ class RouteSource : public KernelSource {
   std::span<NetlinkRequest const> requests() const override { return requests_; }
   bool takes(std::uint16_t messageType) const override;
   void dumpBegin() override;
-  void pieceEnd() override;
+  void pieceEnd() override { pieces_.pieceEnd(); }
   void dumpEnd(bool whole) override;
   void receive(NetlinkMessage const& message) override;
   void replayIs(bool on) override;
@@ -81,12 +74,9 @@ class RouteSource : public KernelSource {
   bool isDumping_ = false;
   bool isReplay_ = false;
 
-  bool wasListed_ = false;   // since the last replay
-  bool wasWhole_ = false;    // that was no look
-  bool hasShifted_ = false;  // by a route that is replayed: what it listed may be others
-  std::optional<typename Ip::Addr> last_;         // that it has listed so far
-  absl::flat_hash_set<typename Ip::Addr> edges_;  // at which its pieces ended
-  unsigned confirms_ = 0;                         // dumps asked for in a row
+  DumpPieces<Ip> pieces_;
+  bool wasWhole_ = false;  // the last dump, which was no look
+  unsigned confirms_ = 0;  // dumps asked for in a row
   double confirmedAt_ = -Mav::never;
 };
 
