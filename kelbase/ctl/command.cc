@@ -22,55 +22,51 @@
 namespace Kelbase::Ctl {
 namespace {
 
-constexpr char const* mainExamples =
-    "Examples:\n"
-    "  kelbasectl status                          is the state kept, and how old is it\n"
-    "  kelbasectl check                           what is wrong, and what to do\n"
-    "  kelbasectl show links                      the interfaces that the agent knows\n"
-    "  kelbasectl --json show links | jq '.[].name'\n"
-    "  ip -json link | kelbasectl --rundir /tmp/try load -\n"
-    "'kelbasectl help COMMAND' tells more of a command. Commands and tables can be abbreviated:\n"
-    "'kelbasectl sh rou'.";
+constexpr char const* mainExamples = R"(Examples:
+  kelbasectl status                          is the state kept, and how old is it
+  kelbasectl check                           what is wrong, and what to do
+  kelbasectl show links                      the interfaces that the agent knows
+  kelbasectl --json show links | jq '.[].name'
+  ip -json link | kelbasectl --rundir /tmp/try load -
+'kelbasectl help COMMAND' tells more of a command. Commands and tables can be abbreviated:
+'kelbasectl sh rou'.)";
 
 constexpr char const* statusExamples =
-    "Exits with 0 when a publisher keeps the state exact, with 3 when the state is there but has\n"
-    "not been exact for some seconds, and with 1 when it cannot be read.\n"
-    "Examples:\n"
-    "  kelbasectl status\n"
-    "  kelbasectl status -j | jq .publisher.counters";
+    R"(Exits with 0 when a publisher keeps the state exact, with 3 when the state is there but has
+not been exact for some seconds, and with 1 when it cannot be read.
+Examples:
+  kelbasectl status
+  kelbasectl status -j | jq .publisher.counters)";
 
 constexpr char const* checkExamples =
-    "Looks at the publisher, the run directory, the SNMP daemon and its answers, and tells of "
-    "each\n"
-    "fault what to do. Exits with 0 when nothing is wrong, else with 1. Root sees most; what "
-    "cannot\n"
-    "be seen is marked with '?' and counts as no fault.\n"
-    "Examples:\n"
-    "  sudo kelbasectl check\n"
-    "  kelbasectl check --agent 192.0.2.1:161 --community secret\n"
-    "  kelbasectl check -j | jq '.[] | select(.verdict == \"bad\")'";
+    R"(Looks at the publisher, the run directory, the SNMP daemon and its answers, and tells of each
+fault what to do. Exits with 0 when nothing is wrong, else with 1. Root sees most; what cannot
+be seen is marked with '?' and counts as no fault.
+Examples:
+  sudo kelbasectl check
+  kelbasectl check --agent 192.0.2.1:161 --community secret
+  kelbasectl check -j | jq '.[] | select(.verdict == "bad")')";
 
-constexpr char const* showExamples =
-    "Examples:\n"
-    "  kelbasectl show links\n"
-    "  kelbasectl show                                 which tables there are\n"
-    "  kelbasectl show forwarding -j\n"
-    "  kelbasectl show routes --to 192.0.2.7           the route that packets there take\n"
-    "  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones\n"
-    "  kelbasectl show routes --to fe80::1%3           of the link with ifIndex 3";
+constexpr char const* showExamples = R"(Examples:
+  kelbasectl show links
+  kelbasectl show                                 which tables there are
+  kelbasectl show forwarding -j
+  kelbasectl show routes --to 192.0.2.7           the route that packets there take
+  kelbasectl show routes --within 198.51.0.0/16   that route and more specific ones
+  kelbasectl show routes --to fe80::1%3           of the link with ifIndex 3)";
 
 constexpr char const* loadExamples =
-    "Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4\n"
-    "or -6), 'ip -json neighbour', 'ip -json -details route' and 'ip -json nexthop', in any\n"
-    "number of files. Replaces exactly the tables that they speak of, and writes nothing unless\n"
-    "every file is good. Refused while a publisher runs; and where kelbased has published, unless\n"
-    "--force is given: an agent serves what is loaded there as the state of this machine.\n"
-    "Examples:\n"
-    "  ip -json link > links.json; ip -json netconf > netconf.json\n"
-    "  kelbasectl --rundir /tmp/try load links.json netconf.json\n"
-    "  ip -json -details route > routes.json; kelbasectl \\\n"
-    "    --rundir /tmp/try load links.json routes.json\n"
-    "  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -";
+    R"(Reads the outputs of 'ip -json link', 'ip -json address', 'ip -json netconf' (also with -4
+or -6), 'ip -json neighbour', 'ip -json -details route' and 'ip -json nexthop', in any
+number of files. Replaces exactly the tables that they speak of, and writes nothing unless
+every file is good. Refused while a publisher runs; and where kelbased has published, unless
+--force is given: an agent serves what is loaded there as the state of this machine.
+Examples:
+  ip -json link > links.json; ip -json netconf > netconf.json
+  kelbasectl --rundir /tmp/try load links.json netconf.json
+  ip -json -details route > routes.json; kelbasectl \
+    --rundir /tmp/try load links.json routes.json
+  ip netns exec blue ip -json link | kelbasectl --rundir /tmp/try load -)";
 
 // `help` is none of CLI11's: words.h makes an option of it. In alphabetical order, in which a usage
 // error tells them.

@@ -18,15 +18,15 @@ namespace {
 constexpr char const* snmpGroup = "Debian-snmp";
 
 constexpr char const* description =
-    "Publishes the interfaces, addresses, neighbours, routes and IP forwarding of this kernel, in\n"
-    "the network namespace it is started in, to libOvoSnmp. Stays in the foreground; SIGTERM and\n"
-    "SIGINT end it, and what it published stays.";
+    R"(Publishes the interfaces, addresses, neighbours, routes and IP forwarding of this kernel, in
+the network namespace it is started in, to libOvoSnmp. Stays in the foreground; SIGTERM and
+SIGINT end it, and what it published stays.)";
 
-constexpr char const* footer =
-    "Examples:\n"
-    "  kelbased                                  publish in /run/kelbase ($KELBASE_RUNDIR)\n"
-    "  kelbased --rundir /tmp/kelbase --verbose  as an ordinary user, telling what it does\n"
-    "  ip netns exec blue kelbased --rundir /run/kelbase-blue\n";
+constexpr char const* footer = R"(Examples:
+  kelbased                                  publish in /run/kelbase ($KELBASE_RUNDIR)
+  kelbased --rundir /tmp/kelbase --verbose  as an ordinary user, telling what it does
+  ip netns exec blue kelbased --rundir /run/kelbase-blue
+)";
 
 bool isMember(gid_t group) {
   // The first call asks how many there are (getgroups(2)).
