@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <ranges>
 #include <utility>
 
 #include <absl/container/btree_set.h>
@@ -20,7 +19,18 @@ class Relation {
   using Pair = std::pair<std::uint32_t, std::uint32_t>;
 
   /// Ends with any change of the relation.
-  using Range = std::ranges::subrange<absl::btree_set<Pair>::const_iterator>;
+  class Range {
+   public:
+    using Iterator = absl::btree_set<Pair>::const_iterator;
+    Range(Iterator begin, Iterator end) : begin_(begin), end_(end) {}
+    Iterator begin() const { return begin_; }
+    Iterator end() const { return end_; }
+    bool empty() const { return begin_ == end_; }
+
+   private:
+    Iterator begin_;
+    Iterator end_;
+  };
 
   /// A pair that is there already, or is not, changes nothing.
   void insert(std::uint32_t first, std::uint32_t second) { pairs_.insert({first, second}); }
