@@ -174,10 +174,8 @@ class ElementBuilder {
 }  // namespace
 
 Node const* Node::member(std::string_view memberName) const {
-  // As JSON parsers commonly do (RFC 8259, section 4, leaves it open).
-  auto const found = std::find_if(children.rbegin(), children.rend(),
-                                  [&](Node const& child) { return child.name == memberName; });
-  return found == children.rend() ? nullptr : &*found;
+  auto const found = std::ranges::find(children, memberName, &Node::name);
+  return found == children.end() ? nullptr : &*found;
 }
 
 std::string Fields::place(std::string_view name) const {

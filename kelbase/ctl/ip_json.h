@@ -35,7 +35,8 @@ struct Node {
   std::string text;            // of a scalar: "true", the digits, the characters
   std::vector<Node> children;  // of arrays and objects
 
-  /// The member of that name, the last one where it is given twice; or null.
+  /// The member of that name, or null; of several the first, since `ip` prints what an
+  /// encapsulation says ("dst", "id") behind what the object says itself.
   Node const* member(std::string_view memberName) const;
 };
 
@@ -46,6 +47,10 @@ class Fields {
 
   bool empty() const { return object_.children.empty(); }
   bool has(std::string_view name) const { return object_.member(name) != nullptr; }
+  bool hasNumber(std::string_view name) const {
+    auto const* node = object_.member(name);
+    return node && node->type == Node::Type::number;
+  }
   /// Each of these raises LoadException where the member is missing or of another shape; `expected`
   /// is what its text asks for.
   std::string const& text(std::string_view name, std::string_view expected) const;

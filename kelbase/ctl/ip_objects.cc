@@ -170,7 +170,8 @@ RouteKind kindOf(Fields const& fields) {
 
 /// "0x10", or a name of /etc/iproute2/rt_dsfield: of those the kernel's order alone is known.
 std::uint8_t tosOf(Fields const& fields) {
-  if (!fields.has("tos")) return 0;
+  // A number is that of an encapsulation.
+  if (!fields.has("tos") || fields.hasNumber("tos")) return 0;
   std::string_view text = fields.text("tos", "a type of service");
   if (text.starts_with("0x")) text.remove_prefix(2);
   // Any but 0: behind a route without one, as RouteBook chooses.

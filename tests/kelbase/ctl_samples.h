@@ -30,7 +30,7 @@ inline constexpr char const* routes =
     R"([{"type":"unicast","dst":"9.0.0.0/8","gateway":"10.0.0.9","dev":"eth0","table":"100","protocol":"boot","scope":"global","flags":[]},
 {"type":"unicast","dst":"default","gateway":"10.0.0.2","dev":"eth0","table":"main","protocol":"bgp","scope":"global","metric":20,"flags":[]},
 {"type":"unicast","dst":"1.2.3.0/24","table":"main","protocol":"boot","scope":"global","flags":[],"nexthops":[{"gateway":"10.0.0.2","dev":"eth0","weight":1,"flags":[]},{"gateway":"10.0.1.2","dev":"eth1","weight":3,"flags":[]}]},
-{"type":"unicast","dst":"1.2.3.4","gateway":"10.0.0.2","dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[]},
+{"type":"unicast","dst":"1.2.3.4","encap":"ip","id":3,"src":"0.0.0.0","dst":"10.0.0.9","ttl":0,"tos":0,"gateway":"10.0.0.2","dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[]},
 {"type":"unicast","dst":"2.0.0.0/8","nhid":7,"gateway":"10.0.0.3","dev":"eth0","table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":7,"gateway":"10.0.0.3","dev":"eth0","scope":"link","protocol":"unspec","flags":[]}},
 {"type":"unicast","dst":"3.0.0.0/8","nhid":9,"table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":9,"group":[{"id":7},{"id":8,"weight":5}],"scope":"global","protocol":"unspec","flags":[]},"nexthops":[{"gateway":"10.0.0.3","dev":"eth0","weight":1,"flags":[]},{"dev":"eth1","weight":5,"flags":[]}]},
 {"type":"blackhole","dst":"4.0.0.0/8","nhid":10,"dev":"lo","table":"main","protocol":"boot","scope":"global","flags":[],"nh_info":{"id":10,"scope":"global","blackhole":null,"protocol":"unspec","flags":[]}},
