@@ -196,6 +196,8 @@ void NetlinkDumper::onDumpEnd() {
   if (!isLook_) ++counters_.dumps;
   if (isLook_) {
     job.source->dumpEnd(false);
+    // What it was for may be missing.
+    if (interrupted_) wantLook(*job.source, Mav::now() + lookDelay);
   } else if (interrupted_) {
     onInterrupted(job);
   } else {

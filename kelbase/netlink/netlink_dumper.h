@@ -9,8 +9,9 @@
 //     │            │   (dumpEnd(false)) and asked again after settleDelay
 //     └── failed ◄─┘   error, lost datagram, no answer: a new socket, again, backed off
 //
-// Between two tries it is not busy(): notifications may be applied then. A look (wantLook) is one
-// try, of which dumpEnd(false) tells; one that fails becomes a dump.
+// Between two tries it is not busy(): notifications may be applied then. Of a look (wantLook) each
+// try ends in dumpEnd(false): one that was interrupted comes again after lookDelay, one that failed
+// becomes a dump.
 
 #include <algorithm>
 #include <cstdint>
@@ -30,6 +31,7 @@ class NetlinkDumper {
  public:
   static constexpr unsigned interruptedMax = 8;
   static constexpr double settleDelay = 5.0;     // seconds
+  static constexpr double lookDelay = 0.5;       // seconds
   static constexpr double answerTimeout = 10.0;  // seconds without a datagram
   static constexpr double failureDelayMax = 30.0;
   static constexpr std::size_t sliceMax = 16;  // datagrams a turn

@@ -82,7 +82,12 @@ std::string pairs(int from, int to) {
 
 struct PiecedLinks : ModelSource<LinkDecoder, Links> {
   using ModelSource::ModelSource;
+  void dumpBegin() override {
+    ++begun;
+    ModelSource::dumpBegin();
+  }
   void pieceEnd() override { ++pieces; }
+  int begun = 0;
   int pieces = 0;
 };
 
@@ -97,6 +102,12 @@ TEST_F(NetlinkFeedTest, AnInterruptedDumpIsRepeated) {
   EXPECT_GE(feed_->dumpCounters().interrupted, 1U);
   EXPECT_EQ(feed_->counters().overruns, 0U);
   EXPECT_GE(pieced.pieces, 2);
+  int const begun = pieced.begun;
+  pieced.wantLook(0.0);
+  ASSERT_TRUE(turnUntil([&] { return pieced.begun > begun; }));
+  ip("link del dev a8");
+  ip(pairs(61, 62));
+  EXPECT_TRUE(turnUntil([&] { return pieced.begun == begun + 2; })) << "a look alike";
   feed_.reset();
 }
 
