@@ -14,8 +14,6 @@ class IpAddrWithMask : public AddrWithLength<IpAddrWithMask, IpAddr> {
  public:
   using AddrWithLength::AddrWithLength;
   constexpr IpAddrWithMask() = default;
-  IpAddrWithMask(char const*& from, char const* to)
-      : IpAddrWithMask(Mav::parsedStrep<IpAddrWithMask>(from, to)) {}
 
   constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
   /// That of the network on the link, as the kernel would route to it.
@@ -28,8 +26,6 @@ class Ip6AddrWithMask : public AddrWithLength<Ip6AddrWithMask, Ip6Addr> {
  public:
   using AddrWithLength::AddrWithLength;
   constexpr Ip6AddrWithMask() = default;
-  Ip6AddrWithMask(char const*& from, char const* to)
-      : Ip6AddrWithMask(Mav::parsedStrep<Ip6AddrWithMask>(from, to)) {}
 };
 
 }  // namespace Dovel

@@ -26,7 +26,6 @@ class EthAddr : public Mav::TextValue<EthAddr> {
   /// Reads six groups of two hexadecimal digits with colons between; raises RangeException
   /// otherwise.
   explicit EthAddr(std::string_view text);
-  EthAddr(char const*& from, char const* to) : EthAddr(Mav::parsedStrep<EthAddr>(from, to)) {}
 
   /// Takes the link address of any kind of link; raises RangeException when it has not 6 octets.
   static EthAddr fromBytes(std::span<std::uint8_t const> bytes);

@@ -26,7 +26,6 @@ class IntfId : public Mav::TextValue<IntfId> {
   constexpr IntfId() = default;
   /// Mav::RangeException when longer than sizeMax or holding a NUL byte.
   explicit IntfId(std::string_view name);
-  IntfId(char const*& from, char const* to) : IntfId(Mav::parsedStrep<IntfId>(from, to)) {}
 
   /// The identifier for the `number`-th address of this link, from 2 on. The numbers are
   /// State::Address4Mirror's; here any is one.

@@ -26,7 +26,6 @@ class Ip6Addr : public Mav::TextValue<Ip6Addr> {
   explicit constexpr Ip6Addr(Octets const& octets) : octets_(octets) {}
   /// Raises RangeException when `text` is no IPv6 address. A zone ("%eth0") is not part of one.
   explicit Ip6Addr(std::string_view text);
-  Ip6Addr(char const*& from, char const* to) : Ip6Addr(Mav::parsedStrep<Ip6Addr>(from, to)) {}
 
   constexpr Octets const& octets() const { return octets_; }
   /// Gives this address with all but the first `length` bits cleared; RangeException above 128.

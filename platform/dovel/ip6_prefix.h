@@ -27,7 +27,6 @@ class Ip6Prefix : public Mav::TextValue<Ip6Prefix> {
   Ip6Prefix(Ip6Addr const& address, unsigned length, std::uint32_t zone = 0);
   /// Reads "ADDRESS/LENGTH", or "ADDRESS/LENGTH%ZONE" with the zone as a number; the same checks.
   explicit Ip6Prefix(std::string_view text);
-  Ip6Prefix(char const*& from, char const* to) : Ip6Prefix(Mav::parsedStrep<Ip6Prefix>(from, to)) {}
 
   /// Whether prefixes of this address and length have a zone. fe80::/9 and shorter ones reach
   /// beyond fe80::/10, and have none.

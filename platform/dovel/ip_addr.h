@@ -32,7 +32,6 @@ class IpAddr : public Mav::TextValue<IpAddr> {
   /// Reads a dotted quad of four decimal numbers without leading zeros; raises RangeException for
   /// anything else, as inet_pton(3) refuses it.
   explicit IpAddr(std::string_view text);
-  IpAddr(char const*& from, char const* to) : IpAddr(Mav::parsedStrep<IpAddr>(from, to)) {}
 
   /// Takes a number as it lies in a packet, a netlink attribute or struct in_addr.
   static constexpr IpAddr fromNetworkOrder(std::uint32_t value) { return IpAddr(swapped(value)); }

@@ -16,7 +16,6 @@ class Prefix : public AddrWithLength<Prefix, IpAddr> {
   Prefix(IpAddr const& address, unsigned length);
   /// Reads "ADDRESS/LENGTH", with the same checks.
   explicit Prefix(std::string_view text);
-  Prefix(char const*& from, char const* to) : Prefix(Mav::parsedStrep<Prefix>(from, to)) {}
 
   constexpr IpAddr mask() const { return IpAddr::netmask(length()); }
 

@@ -27,7 +27,6 @@ class String {
   explicit String(std::string_view bytes) : octets_(bytes.begin(), bytes.end()) {}
   /// Octets as they stand: an address in the order of the wire.
   explicit String(std::span<std::uint8_t const> octets) : octets_(octets.begin(), octets.end()) {}
-  String(char const*& from, char const* to) : String(Mav::parsedStrep<String>(from, to)) {}
 
   std::size_t size() const { return octets_.size(); }
   bool empty() const { return octets_.empty(); }

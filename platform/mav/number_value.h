@@ -22,7 +22,6 @@ class NumberValue {
   constexpr NumberValue() = default;
   /// Every number is one: a type with fewer values checks in a constructor of its own.
   explicit constexpr NumberValue(Rep value) : value_(value) {}
-  NumberValue(char const*& from, char const* to) : value_(parsedStrep<Rep>(from, to)) {}
 
   constexpr Rep value() const { return value_; }
 

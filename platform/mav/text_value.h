@@ -2,9 +2,8 @@
 // The base of values that are one word to an operator: an address, a prefix, an interface's name.
 //
 // The derived class has a constructor `explicit D(std::string_view text)`, which raises a
-// RangeException that names the text and the reason; its inverse `std::string stringValue() const`;
-// and a constructor from a pair of iterators by parsedStrep<D>. This base adds printing (bare by
-// operator<<, quoted as a strep) and parsing.
+// RangeException that names the text and the reason, and its inverse `std::string stringValue()
+// const`. This base adds printing (bare by operator<<, quoted as a strep) and parsing.
 
 #include <ostream>
 
