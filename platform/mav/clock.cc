@@ -40,37 +40,33 @@ void Clock::tellTimeNext() const {
 double Clock::timeNext() const {
   double next = never;
   // All are asked: there are few, and a turn asks once.
-  for (auto const* reactor : reactors_) {
-    if (reactor) next = std::min(next, reactor->timeDue());
-  }
+  reactors_.notify(timeAttributeId,
+                   [&](NotifieeConst const& reactor) { next = std::min(next, reactor.timeDue()); });
   return next;
 }
 
 void Clock::deliver() const {
-  // Read once: a reactor whose time comes while the others run belongs to the next turn.
+  // Read once: a reactor whose time comes while the others run belongs to the next turn, as one
+  // does that comes meanwhile.
   double const time = now();
-  ++depth_;
-  std::size_t const end = reactors_.size();
-  // A reactor that comes meanwhile stands behind `end` and waits for the next turn; one that leaves
-  // becomes null, so that the others keep their places.
-  for (std::size_t i = 0; i < end; ++i) {
-    if (reactors_[i] && reactors_[i]->timeDue() <= time) callReactor(i);
-  }
-  if (--depth_ == 0) std::erase(reactors_, nullptr);
+  reactors_.notify(timeAttributeId, [&](NotifieeConst& reactor) {
+    if (reactor.timeDue() <= time) callReactor(reactor);
+  });
 }
 
-void Clock::callReactor(std::size_t i) const {
-  // Its rest, if it had one, is over. onTime() may destroy it: from there on only the slot tells.
-  reactors_[i]->notBefore_ = 0.0;
+void Clock::callReactor(NotifieeConst& reactor) const {
+  // Its rest, if it had one, is over.
+  reactor.notBefore_ = 0.0;
   try {
-    reactors_[i]->onTime();
+    reactor.onTime();
   } catch (...) {
-    // The rest comes before the news of it: onException() may destroy the reactor.
-    if (reactors_[i]) {
-      reactors_[i]->notBefore_ = now() + retryDelay;
+    // The rest comes before the news of it: onException() may destroy the reactor, as onTime() may
+    // have.
+    if (reactors_.contains(&reactor)) {
+      reactor.notBefore_ = now() + retryDelay;
       tellTimeNext();
     }
-    NotifieeBase::deliverException(reactors_[i], timeAttributeId);
+    throw;
   }
 }
 
@@ -80,13 +76,10 @@ std::span<std::string_view const> Clock::attributeNames() const {
 }
 
 // Tells nobody: the reactor may still be under construction, and then is not armed.
-void Clock::addNotifiee(NotifieeConst* notifiee) const { reactors_.push_back(notifiee); }
+void Clock::addNotifiee(NotifieeConst* notifiee) const { reactors_.add(notifiee); }
 
 void Clock::removeNotifiee(NotifieeConst* notifiee) const {
-  auto const found = std::find(reactors_.begin(), reactors_.end(), notifiee);
-  if (found == reactors_.end()) return;
-  *found = nullptr;  // a turn under way skips it
-  if (depth_ == 0) reactors_.erase(found);
+  reactors_.remove(notifiee);
   tellTimeNext();
 }
 

@@ -13,11 +13,9 @@
 //
 // A reactor may destroy itself or any other from inside onTime(). All on the activity's thread.
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "platform/mav/entity.h"
 #include "platform/mav/time.h"
@@ -71,11 +69,10 @@ class Clock : public Entity {
   void removeNotifiee(NotifieeConst* notifiee) const;
 
  private:
-  void callReactor(std::size_t i) const;
+  void callReactor(NotifieeConst& reactor) const;
   void tellTimeNext() const;
 
-  mutable std::vector<NotifieeConst*> reactors_;  // null: left during deliver()
-  mutable int depth_ = 0;
+  mutable NotifieeList<NotifieeConst> reactors_;
   mutable std::function<void()> onTimeNext_;
 };
 

@@ -97,7 +97,9 @@ class NotifieeList {
     }
   }
 
-  bool empty() const { return notifiees_.empty(); }
+  bool contains(N const* notifiee) const {
+    return std::find(notifiees_.begin(), notifiees_.end(), notifiee) != notifiees_.end();
+  }
 
   /// Whether anybody would hear a notification now.
   bool anyActive() const {
