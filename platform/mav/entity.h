@@ -27,12 +27,18 @@ class Entity : public Object {
 
   /// An attribute that every entity has, for whoever listens. Nothing here acts by it.
   bool isNondestructing() const { return isNondestructing_; }
-  void isNondestructingIs(bool value);
+  void isNondestructingIs(bool value) {
+    store(isNondestructing_, value, isNondestructingAttributeId, &NotifieeBase::onIsNondestructing);
+  }
 
   /// The attributes that the class adds, in the order of their numbers, where it names them.
   virtual std::span<std::string_view const> attributeNames() const { return {}; }
   /// The attribute's name, for trace lines; "unknown" where the class has none of that number.
-  std::string_view attributeString(AttributeId id) const;
+  std::string_view attributeString(AttributeId id) const {
+    auto const names = attributeNames();
+    if (id < firstAttributeId || id - firstAttributeId >= names.size()) return "unknown";
+    return names[id - firstAttributeId];
+  }
 
   /// For Notifiee, which registers itself: listening does not change an entity.
   void addNotifiee(NotifieeBase* notifiee) const { notifiees_.add(notifiee); }

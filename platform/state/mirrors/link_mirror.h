@@ -17,7 +17,19 @@ class LinkMirror : public TableMirror<Pondo::LinkTable> {
 
   /// In the order in which the slice named them; whatever of a link differs.
   std::span<InterfaceChange const> interfaceChanges() const override { return deltas(); }
-  void apply(Phase phase) override;
+  void apply(Phase phase) override {
+    // Leaving and coming in phases of their own: of two links that swap their names, both leave
+    // before one comes.
+    for (auto const& delta : deltas()) {
+      // A name that goes over to another ifIndex leaves here, and comes in the next phase: an
+      // IntfStatus is of one pair of both.
+      if (phase == Phase::interfacesGo && leaves(delta)) dir_->intfStatusDel(delta.key);
+      // A link that stays changes in place: whoever holds its IntfStatus goes on with it.
+      if (phase == Phase::interfacesCome && delta.after) {
+        dir_->intfStatusIs(delta.key, delta.after->ifIndex, delta.after->operUp);
+      }
+    }
+  }
 
   /// The link as this slice leaves it; nothing when there is none of that name.
   std::optional<Record> link(Dovel::IntfId const& intfId) const { return now(intfId); }
