@@ -63,13 +63,13 @@ void Address4Mirror::interfaceIs(Key const& key, Served const& served, LinkRecor
 
 void Address4Mirror::addressIs(AddressSource source, Dovel::IntfId const& intfId,
                                Dovel::IpAddrWithMask const& addr) {
-  inDir(source, *config_, *status_, [&](auto& dir) { dir.intfIs(intfId)->addressIs(addr); });
+  inDir(source, [&](auto& dir) { dir.intfIs(intfId)->addressIs(addr); });
 }
 
 void Address4Mirror::addressDel(AddressSource source, Dovel::IntfId const& intfId,
                                 Dovel::IpAddrWithMask const&) {
   // The interface has this one address, and goes with it.
-  inDir(source, *config_, *status_, [&](auto& dir) { dir.intfDel(intfId); });
+  inDir(source, [&](auto& dir) { dir.intfDel(intfId); });
 }
 
 void Address4Mirror::addressAgain(AddressSource source, Dovel::IntfId const& intfId,

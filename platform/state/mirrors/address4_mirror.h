@@ -23,14 +23,12 @@
 
 namespace State {
 
-class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrWithMask> {
+class Address4Mirror
+    : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrWithMask, Ip::Config, Ip::Status> {
  public:
   Address4Mirror(LinkMirror const& links, Mav::Ptr<Interface::AllIntfStatusDir> dir,
                  Mav::Ptr<Ip::Config> config, Mav::Ptr<Ip::Status> status)
-      : AddressMirror(links),
-        dir_(std::move(dir)),
-        config_(std::move(config)),
-        status_(std::move(status)) {}
+      : AddressMirror(links, std::move(config), std::move(status)), dir_(std::move(dir)) {}
 
   void apply(Phase phase) override;
 
@@ -70,8 +68,6 @@ class Address4Mirror : public AddressMirror<Pondo::Address4Table, Dovel::IpAddrW
   void renumber();
 
   Mav::Ptr<Interface::AllIntfStatusDir> const dir_;
-  Mav::Ptr<Ip::Config> const config_;
-  Mav::Ptr<Ip::Status> const status_;
   absl::btree_map<Dovel::IntfId, Numbers> numbersOf_;  // by link
   absl::btree_set<Key> renumbered_;                    // in this slice
   std::vector<Dovel::IntfId> going_;                   // interfaces without address by now

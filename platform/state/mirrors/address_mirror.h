@@ -22,15 +22,19 @@
 
 namespace State {
 
-/// AddrWithMask is Dovel::IpAddrWithMask or Dovel::Ip6AddrWithMask. What is served is known by what
-/// was announced (Served), not by what is filed: a slice that is taken again goes on where it
-/// failed.
-template <class Table, class AddrWithMask>
+/// AddrWithMask is Dovel::IpAddrWithMask or Dovel::Ip6AddrWithMask, Config and Status the entities
+/// of that version. What is served is known by what was announced (Served), not by what is filed: a
+/// slice that is taken again goes on where it failed.
+template <class Table, class AddrWithMask, class Config, class Status>
 class AddressMirror : public TableMirror<Table> {
  public:
   using typename TableMirror<Table>::Key;
   using typename TableMirror<Table>::Record;
   using LinkRecord = Pondo::LinkTable::Record;
+
+  /// `links` must outlive the mirror, and stand before it in the list of mirrors.
+  AddressMirror(LinkMirror const& links, Mav::Ptr<Config> config, Mav::Ptr<Status> status)
+      : links_(links), config_(std::move(config)), status_(std::move(status)) {}
 
   void read(Pondo::Snapshot const& snapshot, std::string_view keyBytes) override {
     auto const known = this->deltas().size();
@@ -64,9 +68,6 @@ class AddressMirror : public TableMirror<Table> {
   }
 
  protected:
-  /// `links` must outlive the mirror, and stand before it in the list of mirrors.
-  explicit AddressMirror(LinkMirror const& links) : links_(links) {}
-
   /// What was announced of an address, and as what: it is withdrawn as that, whatever is known by
   /// then.
   struct Served {
@@ -97,12 +98,12 @@ class AddressMirror : public TableMirror<Table> {
   }
 
   /// Calls call(dir) for the entity of the source.
-  template <class Config, class Status, class Call>
-  static void inDir(AddressSource source, Config& config, Status& status, Call const& call) {
+  template <class Call>
+  void inDir(AddressSource source, Call const& call) const {
     if (source == AddressSource::config) {
-      call(config);
+      call(*config_);
     } else {
-      call(status);
+      call(*status_);
     }
   }
 
@@ -233,6 +234,8 @@ class AddressMirror : public TableMirror<Table> {
   }
 
   LinkMirror const& links_;
+  Mav::Ptr<Config> const config_;
+  Mav::Ptr<Status> const status_;
   // What is announced now, and what to look at: the latter is emptied by a slice that succeeds.
   absl::btree_map<Key, Served> served_;
   absl::btree_set<Key> touched_;
