@@ -4,21 +4,8 @@
 // agent's thread.
 
 #include "agent/arp_table_sm.h"
-#include "agent/reactor.h"
 
 namespace IpSnmp {
-
-/// Hands each status that comes or goes to the reactor of that interface. Changes within a status
-/// (whether the link is up) do not come here: a neighbour is served while the kernel has it.
-class ArpTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::NotifieeConst {
- public:
-  MavIntfStatusDir(ArpTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
-      : NotifieeConst(std::move(dir)), sm_(sm) {}
-  void onIntfStatus(Dovel::IntfId const& intf) override { sm_.handleIntfStatus(intf); }
-
- private:
-  ArpTableSm& sm_;
-};
 
 /// Nothing that happens in IpMib concerns arpTable's only writer.
 class ArpTableSm::MavIpMib final : public IpMib::NotifieeConst {

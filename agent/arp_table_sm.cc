@@ -10,27 +10,21 @@ ArpTableSm::ArpTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                        Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir,
                        Mav::Ptr<IpMib> ipMib, Mav::Ptr<Arp::NeighborDir const> status)
     : activityConfig_(std::move(activityConfig)), ipMib_(std::move(ipMib)) {
-  if (intfStatusDir) {
-    // Before the neighbours: their reactors ask for interface statuses as soon as they are made.
-    mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
-  }
+  // Before the neighbours: their reactors ask for interface statuses as soon as they are made.
+  inputIs(*this, mavIntfStatusDir_, std::move(intfStatusDir));
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
-  if (status) {
-    mavStatus_ = std::make_unique<MavStatus>(*this, std::move(status));
-    // An entity announces changes alone: what it holds already is taken over here.
-    mavStatus_->onArpIntfStatus();
-  }
+  inputIs(*this, mavStatus_, std::move(status));
+  // An entity announces changes alone: what it holds already is taken over here.
+  if (mavStatus_) mavStatus_->onArpIntfStatus();
 }
 
 // The reactors first: a caller may hold one for longer, and its back pointer must not outlive this.
 ArpTableSm::~ArpTableSm() { statusDel(); }
 
 Mav::Ptr<Interface::AllIntfStatusDir const> ArpTableSm::intfStatusDir() const {
-  return mavIntfStatusDir_ ? mavIntfStatusDir_->notifier() : nullptr;
+  return notifierOf(mavIntfStatusDir_);
 }
-Mav::Ptr<Arp::NeighborDir const> ArpTableSm::status() const {
-  return mavStatus_ ? mavStatus_->notifier() : nullptr;
-}
+Mav::Ptr<Arp::NeighborDir const> ArpTableSm::status() const { return notifierOf(mavStatus_); }
 
 void ArpTableSm::intfStatusDirDel() { mavIntfStatusDir_.reset(); }
 

@@ -21,17 +21,17 @@
 
 #include <memory>
 
+#include "agent/reactor.h"
 #include "agent/reactor_set.h"
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
-#include "platform/state/entities/all_intf_status_dir.h"
 #include "platform/state/entities/arp_neighbor_dir.h"
 
 namespace IpSnmp {
 
 class ArpTableSm : public Mav::Object {
  public:
-  class MavIntfStatusDir;
+  using MavIntfStatusDir = IntfStatusDirReactor<ArpTableSm>;
   class MavIpMib;
   class MavStatus;
   class MavArpIntfStatus;

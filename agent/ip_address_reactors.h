@@ -8,17 +8,6 @@
 
 namespace IpSnmp {
 
-class IpAddressTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::NotifieeConst {
- public:
-  MavIntfStatusDir(IpAddressTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
-      : NotifieeConst(std::move(dir)), sm_(sm) {}
-  // It reaches the four reactors of the interface, as far as they are there.
-  void onIntfStatus(Dovel::IntfId const& intf) override { sm_.handleIntfStatus(intf); }
-
- private:
-  IpAddressTableSm& sm_;
-};
-
 /// Nothing that happens in IpMib concerns its only writer.
 class IpAddressTableSm::MavIpMib final : public IpMib::NotifieeConst {
  public:

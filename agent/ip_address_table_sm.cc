@@ -56,11 +56,6 @@ void withdrawPrefix(IpMib& ipMib, IntfData const& data) {
 }
 
 template <class Reactor>
-auto notifierOf(Reactor const& reactor) {
-  return reactor ? reactor->notifier() : nullptr;
-}
-
-template <class Reactor>
 void handIntfStatus(Reactor const& reactor, Mav::Ptr<Interface::IntfStatus const> const& status) {
   // An interface need not have addresses of both versions, nor on both sides.
   if (reactor) reactor->intfStatusIs(status);
@@ -75,9 +70,7 @@ IpAddressTableSm::IpAddressTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                    Mav::Ptr<Ip6::Config const> config6,
                                    Mav::Ptr<Ip6::Status const> status6)
     : activityConfig_(std::move(activityConfig)), ipMib_(std::move(ipMib)) {
-  if (intfStatusDir) {
-    mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
-  }
+  inputIs(*this, mavIntfStatusDir_, std::move(intfStatusDir));
   if (ipMib_) mavIpMib_ = std::make_unique<MavIpMib>(ipMib_);
   // Last: the reactors that this makes ask for interface statuses, and file into the cache, at
   // once.

@@ -26,10 +26,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "agent/reactor.h"
 #include "agent/reactor_set.h"
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
-#include "platform/state/entities/all_intf_status_dir.h"
 #include "platform/state/entities/ip6_config.h"
 #include "platform/state/entities/ip6_status.h"
 #include "platform/state/entities/ip_config.h"
@@ -39,7 +39,7 @@ namespace IpSnmp {
 
 class IpAddressTableSm : public Mav::Object {
  public:
-  class MavIntfStatusDir;
+  using MavIntfStatusDir = IntfStatusDirReactor<IpAddressTableSm>;
   class MavIpMib;
   class MavConfig;
   class MavStatus;

@@ -32,17 +32,7 @@ constexpr std::array protocols{
     ProtocolOfType{Routing::Fib::routeTypeInternalBgp, ipRouteProtocolBgp}};
 
 /// Carries traffic, so that there is a next hop to serve.
-bool isServed(RouteType type) {
-  switch (type) {
-    case Routing::Fib::routeTypeUnknown:
-    case Routing::Fib::routeTypeBlackhole:
-    case Routing::Fib::routeTypeUnreachable:
-    case Routing::Fib::routeTypeProhibit:
-      return false;
-    default:
-      return true;
-  }
-}
+bool isServed(RouteType type) { return type != Routing::Fib::routeTypeUnknown && !isRefusal(type); }
 
 constexpr RouteTableTexts textsOfIp4{
     "void IpSnmp::IpRouteTableSm::handleRoute()",
@@ -50,16 +40,6 @@ constexpr RouteTableTexts textsOfIp4{
     "void IpSnmp::IpRouteTableSm::handleFec(const Pondo::Fib::FecId&)", "ipCidrRouteTable"};
 
 }  // namespace
-
-class IpRouteTableSm::MavIntfStatusDir final : public Interface::AllIntfStatusDir::NotifieeConst {
- public:
-  MavIntfStatusDir(IpRouteTableSm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
-      : NotifieeConst(std::move(dir)), sm_(sm) {}
-  void onIntfStatus(Dovel::IntfId const& intfId) override { sm_.handleIntfStatus(intfId); }
-
- private:
-  IpRouteTableSm& sm_;
-};
 
 IpRouteTableSm::IpRouteTableSm(Mav::Ptr<Mav::ActivityConfig> activityConfig,
                                Mav::Ptr<IpForwardMib> ipForwardMib,
@@ -81,13 +61,11 @@ void IpRouteTableSm::doInstantiate() {
 }
 
 Mav::Ptr<Interface::AllIntfStatusDir const> IpRouteTableSm::intfStatusDir() const {
-  return mavIntfStatusDir_ ? mavIntfStatusDir_->notifier() : nullptr;
+  return notifierOf(mavIntfStatusDir_);
 }
 
 void IpRouteTableSm::intfStatusDirIs(Mav::Ptr<Interface::AllIntfStatusDir const> intfStatusDir) {
-  mavIntfStatusDir_.reset();
-  if (!intfStatusDir) return;
-  mavIntfStatusDir_ = std::make_unique<MavIntfStatusDir>(*this, std::move(intfStatusDir));
+  inputIs(*this, mavIntfStatusDir_, std::move(intfStatusDir));
 }
 
 std::optional<Dovel::Prefix> IpRouteTableSm::filedRoute(Place const& from) const {

@@ -10,13 +10,14 @@
 
 #include "agent/fec_rows.h"
 #include "agent/prefix_list.h"
+#include "agent/reactor.h"
 #include "agent/route_table_sm.h"
 
 namespace IpSnmp {
 
 class IpRouteTableSm : public RouteTableSm<Dovel::Prefix> {
  public:
-  class MavIntfStatusDir;
+  using MavIntfStatusDir = IntfStatusDirReactor<IpRouteTableSm>;
 
   using IntfDepMap = Mav::OrderedMap<Dovel::IntfId, Mav::Ptr<PrefixList>>;
   using IntfDepIterator = IntfDepMap::Iterator;

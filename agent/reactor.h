@@ -10,8 +10,10 @@
 // on it hears the entity, and the state machine hands it each status that comes or goes. At its end
 // handleDel() withdraws, where the entity has gone, and disconnect() lets go, always.
 
+#include <memory>
+
 #include "platform/mav/object.h"
-#include "platform/state/entities/intf_status.h"
+#include "platform/state/entities/all_intf_status_dir.h"
 
 namespace IpSnmp {
 
@@ -52,5 +54,31 @@ class Reactor : public Mav::Counted<Reactor<Sm, Entity>>, public Entity::Notifie
   Sm* sm_;
   Mav::Ptr<Interface::IntfStatus const> intfStatus_;
 };
+
+/// Hands each status that comes or goes to the state machine, which has it as its MavIntfStatusDir.
+/// Changes within a status (whether the link is up) do not come here.
+template <class Sm>
+class IntfStatusDirReactor final : public Interface::AllIntfStatusDir::NotifieeConst {
+ public:
+  IntfStatusDirReactor(Sm& sm, Mav::Ptr<Interface::AllIntfStatusDir const> dir)
+      : NotifieeConst(std::move(dir)), sm_(sm) {}
+  void onIntfStatus(Dovel::IntfId const& intfId) override { sm_.handleIntfStatus(intfId); }
+
+ private:
+  Sm& sm_;
+};
+
+/// The state machine watches another input from now on, or none.
+template <class Sm, class Reactor, class Input>
+void inputIs(Sm& sm, std::unique_ptr<Reactor>& reactor, Mav::Ptr<Input> input) {
+  reactor.reset();
+  if (input) reactor = std::make_unique<Reactor>(sm, std::move(input));
+}
+
+/// What the reactor of an input watches; null where the input is not watched.
+template <class Reactor>
+auto notifierOf(std::unique_ptr<Reactor> const& reactor) {
+  return reactor ? reactor->notifier() : nullptr;
+}
 
 }  // namespace IpSnmp

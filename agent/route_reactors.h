@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "agent/reactor.h"
 #include "agent/route_table_sm.h"
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/errors.h"

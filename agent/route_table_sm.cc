@@ -6,15 +6,6 @@
 
 namespace IpSnmp {
 
-namespace {
-
-template <class Reactor>
-auto notifierOf(Reactor const& reactor) {
-  return reactor ? reactor->notifier() : nullptr;
-}
-
-}  // namespace
-
 std::optional<InetCidrRouteRow> refusalRow(Pondo::Fib::Route const& route) {
   if (!isRefusal(route.routeType)) return std::nullopt;
   // RFC 4292, inetCidrRouteType: reject(2) tells the sender, blackhole(5) drops in silence.
@@ -34,13 +25,8 @@ RouteTableSm<Prefix>::RouteTableSm(RouteTableTexts const& texts,
                                    Mav::Ptr<Mav::Clock const> clock)
     : texts_(texts), activityConfig_(std::move(activityConfig)) {
   ipForwardMibIs(std::move(ipForwardMib));
-  if (routeStatus) {
-    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
-  }
-  if (forwardingStatus) {
-    mavForwardingStatus_ =
-        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
-  }
+  inputIs(*this, mavRouteStatus_, std::move(routeStatus));
+  inputIs(*this, mavForwardingStatus_, std::move(forwardingStatus));
   // Before anything is entered: the first prefix arms it.
   clockIs(std::move(clock));
   listRoutesOfFecs();
@@ -99,21 +85,14 @@ void RouteTableSm<Prefix>::ipForwardMibIs(Mav::Ptr<IpForwardMib> ipForwardMib) {
 template <class Prefix>
 void RouteTableSm<Prefix>::routeStatusIs(Mav::Ptr<RouteStatus const> routeStatus) {
   // Rows of the old one stay until their prefix is announced.
-  mavRouteStatus_.reset();
-  if (routeStatus) {
-    mavRouteStatus_ = std::make_unique<MavRouteStatus>(*this, std::move(routeStatus));
-  }
+  inputIs(*this, mavRouteStatus_, std::move(routeStatus));
   listRoutesOfFecs();
 }
 
 template <class Prefix>
 void RouteTableSm<Prefix>::forwardingStatusIs(
     Mav::Ptr<Pondo::Fib::ForwardingStatus const> forwardingStatus) {
-  mavForwardingStatus_.reset();
-  if (forwardingStatus) {
-    mavForwardingStatus_ =
-        std::make_unique<MavForwardingStatus>(*this, std::move(forwardingStatus));
-  }
+  inputIs(*this, mavForwardingStatus_, std::move(forwardingStatus));
   listRoutesOfFecs();
 }
 
@@ -121,11 +100,9 @@ template <class Prefix>
 void RouteTableSm<Prefix>::clockIs(Mav::Ptr<Mav::Clock const> clock) {
   // Read before the reactor goes, which has it.
   double const timeMin = mavClock_ ? mavClock_->timeMin() : Mav::never;
-  mavClock_.reset();
-  if (!clock) return;
-  mavClock_ = std::make_unique<MavClock>(*this, std::move(clock));
+  inputIs(*this, mavClock_, std::move(clock));
   // What waited for a pass of the old clock waits for one of the new.
-  mavClock_->timeMinIs(timeMin);
+  if (mavClock_) mavClock_->timeMinIs(timeMin);
 }
 
 template <class Prefix>
