@@ -1,7 +1,5 @@
 #include "model/inet_cidr_routes.h"
 
-#include <bit>
-
 namespace IpSnmp {
 
 namespace {
@@ -13,15 +11,10 @@ InetCidrRouteRow rowOf(IpCidrRouteTableIndex const& key, IpCidrRouteTableRow con
           row.protocol()};
 }
 
-// Masks of prefixes are contiguous: counting their bits is enough.
-unsigned lengthOf(Dovel::IpAddr const& mask) {
-  return static_cast<unsigned>(std::popcount(mask.value()));
-}
-
 /// Of a hop and a refusal, whose prefixes differ.
 bool isBefore(IpCidrRouteTableIndex const& hop, Dovel::Prefix const& refused) {
   if (hop.dest() != refused.address()) return hop.dest() < refused.address();
-  return lengthOf(hop.mask()) < refused.length();
+  return hop.length() < refused.length();
 }
 
 }  // namespace
@@ -30,7 +23,7 @@ InetCidrRouteTableIndex InetCidrRoutes::keyOf(IpCidrRouteTableIndex const& hop) 
   // A route over the link itself has a next hop of type unknown(0), without octets (RFC 4292,
   // inetCidrRouteNextHopType).
   bool const hasNextHop = !hop.nextHop().isUnspecified();
-  return {TypedInetAddress(hop.dest()), lengthOf(hop.mask()),
+  return {TypedInetAddress(hop.dest()), hop.length(),
           hasNextHop ? TypedInetAddress(hop.nextHop()) : TypedInetAddress()};
 }
 
@@ -81,7 +74,7 @@ std::uint32_t InetCidrRoutes::IteratorConst::age() const {
   if (!ages) return 0;
   switch (source_) {
     case Source::hop:
-      return ages->age(Dovel::Prefix(hop_.key().dest(), lengthOf(hop_.key().mask())));
+      return ages->age(Dovel::Prefix(hop_.key().dest(), hop_.key().length()));
     case Source::refusal:
       return ages->age(refusal_.key());
     case Source::route6:

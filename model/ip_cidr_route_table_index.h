@@ -6,6 +6,7 @@
 // others). So all rows of a prefix stand together, and a prefix before those of more bits in it.
 // The type of service is 0 in every row; it is kept because the index has it.
 
+#include <bit>
 #include <cstdint>
 #include <tuple>
 
@@ -27,6 +28,8 @@ class IpCidrRouteTableIndex : public Mav::Value<IpCidrRouteTableIndex> {
   // dest() has no bit that mask() has not; nextHop() is 0.0.0.0 of a route over the link itself.
   constexpr Dovel::IpAddr const& dest() const { return dest_; }
   constexpr Dovel::IpAddr const& mask() const { return mask_; }
+  /// Of the mask, in bits: masks of prefixes are contiguous, so that counting them is enough.
+  constexpr unsigned length() const { return static_cast<unsigned>(std::popcount(mask_.value())); }
   constexpr std::uint32_t tos() const { return tos_; }
   constexpr Dovel::IpAddr const& nextHop() const { return nextHop_; }
 

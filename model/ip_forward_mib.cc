@@ -1,7 +1,6 @@
 #include "model/ip_forward_mib.h"
 
 #include <array>
-#include <bit>
 
 #include "platform/mav/constructor_parameter.h"
 
@@ -83,14 +82,11 @@ void IpForwardMib::ipCidrRoutesAre(Dovel::Prefix const& prefix, std::span<RowHop
 }
 
 std::optional<Dovel::Prefix> IpForwardMib::ipCidrRoutePrefix(PrefixOrder order) const {
-  auto const lengthOf = [](IpCidrRouteTableIndex const& key) {
-    return static_cast<unsigned>(std::popcount(key.mask().value()));
-  };
   // One search for each prefix of a comparison, whether it has one row or 128.
   auto const row = ipCidrRouteTableMap().firstAtOrAfter(
-      [&](IpCidrRouteTableIndex const& key) { return order(key.dest(), lengthOf(key)); });
+      [&](IpCidrRouteTableIndex const& key) { return order(key.dest(), key.length()); });
   if (!row) return std::nullopt;
-  return Dovel::Prefix(row.key().dest(), lengthOf(row.key()));
+  return Dovel::Prefix(row.key().dest(), row.key().length());
 }
 
 std::span<std::string_view const> IpForwardMib::attributeNames() const {
