@@ -38,6 +38,7 @@
 #include "handlers/table/table_requests.h"
 #include "handlers/table/table_rows.h"
 #include "handlers/trace.h"
+#include "handlers/unit_registration.h"
 #include "platform/mav/object.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/set_value.h"
@@ -115,10 +116,7 @@ void TableFunctions<Table>::initialize() {
   using Entity = typename Table::Entity;
   auto const& table = tableDescription<Table>();
   auto const initializer = "initialize_table_" + std::string(Table::name);
-  if (snmpTraceHandle().enabled(1)) {
-    MAV_TRACE_AS(snmpTraceHandle(), 1, initializer,
-                 initializer << " initializing oid " << printedOid(table));
-  }
+  traceInitializing(initializer.c_str(), table.objectId);
   // Null where nothing is mounted: the table is registered all the same, and has no rows.
   auto const entity = Mav::objectCast<Entity>(SnmpUtil::getEntityRelative(Entity::path));
   auto registered = std::make_unique<Snmp::IteratorTable>(columnNumbers(table));

@@ -4,7 +4,6 @@
 
 #include "handlers/trace.h"
 #include "handlers/unit_registration.h"
-#include "platform/mav/exception.h"
 #include "platform/snmp/registrations.h"
 #include "platform/snmp/set_value.h"
 
@@ -152,23 +151,14 @@ int answerTable(TableDescription const& table, std::string_view handler, int mod
 void registerTable(TableDescription const& table, Netsnmp_Node_Handler* handler,
                    std::unique_ptr<Snmp::IteratorTable> registered) {
   std::string const name(table.name);
-  auto* const registration = netsnmp_create_handler_registration(
-      name.c_str(), handler, table.objectId.data(), table.objectId.size(), table.modes);
-  if (!registration) throw Mav::Exception("no memory for " + name);
-  registration->priority = registrationPriority;
-  Snmp::registerTable(registration, std::move(registered));
+  Snmp::registerTable(newRegistration(name.c_str(), handler, table.objectId, table.modes),
+                      std::move(registered));
 }
 
 std::vector<unsigned> columnNumbers(TableDescription const& table) {
   std::vector<unsigned> numbers;
   for (auto const& column : table.columns) numbers.push_back(column.number);
   return numbers;
-}
-
-std::string printedOid(TableDescription const& table) {
-  std::array<char, 200> text{};
-  snprint_objid(text.data(), text.size(), table.objectId.data(), table.objectId.size());
-  return text.data();
 }
 
 }  // namespace IpSnmp

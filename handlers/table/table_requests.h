@@ -52,8 +52,4 @@ void registerTable(TableDescription const& table, Netsnmp_Node_Handler* handler,
 /// The numbers of the columns. In ascending order, as the columns stand.
 std::vector<unsigned> columnNumbers(TableDescription const& table);
 
-/// The table's OID as net-snmp prints it. For the trace of the registration: by name where the
-/// daemon has the MIB, else by numbers.
-std::string printedOid(TableDescription const& table);
-
 }  // namespace IpSnmp
