@@ -27,7 +27,7 @@ bool has(Names const& names, std::string_view name) {
 
 /// As dev_valid_name() of the kernel's net/core/dev.c.
 bool isLinkName(std::string_view name) {
-  // A name that the kernel could not have told is no key of a table either (link_key.h).
+  // A name that the kernel could not have told is no key of a table either (on_links_codec.cc).
   return !name.empty() && name.size() < IFNAMSIZ && name != "." && name != ".." &&
          std::ranges::none_of(name, [](char c) {
            return c == '/' || c == ':' || c == '\0' ||

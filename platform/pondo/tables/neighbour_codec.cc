@@ -7,41 +7,8 @@
 #include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/format.h"
 #include "platform/pondo/tables/layout_bytes.h"
-#include "platform/pondo/tables/link_key.h"
 
 namespace Pondo {
-
-std::string Neighbour4Table::encodeKey(Key const& key) {
-  checkLinkName(key.link);
-  // 0.0.0.0 is a key like others: the kernel has neighbours of that address.
-  auto bytes = addressKeysOf(key.link);
-  appendAddress(bytes, key.addr);
-  return bytes;
-}
-
-std::optional<Neighbour4Table::Key> Neighbour4Table::decodeKey(std::string_view bytes) {
-  auto const parts = takeLink(bytes);
-  if (!parts || parts->rest.size() != sizeof(Dovel::IpAddr::Octets)) return std::nullopt;
-  return Neighbour4Table::Key{parts->link, addressAt<Dovel::IpAddr>(parts->rest, 0)};
-}
-
-std::string Neighbour4Table::encodeRecord(Record const& record) {
-  Format::Neighbour4Record layout;
-  if (record.isStatic) layout.flags |= Format::neighbour4Static;
-  layout.ethAddr = record.ethAddr.octets();
-  return toBytes(layout);
-}
-
-std::optional<Neighbour4Table::Record> Neighbour4Table::decodeRecord(std::string_view bytes) {
-  auto const layout = recordFrom<Format::Neighbour4Record>(bytes);
-  if (!layout || (layout->flags & ~unsigned{Format::neighbour4Static}) != 0) {
-    return std::nullopt;
-  }
-  return Record{
-      .ethAddr = Dovel::EthAddr(layout->ethAddr),
-      .isStatic = (layout->flags & Format::neighbour4Static) != 0,
-  };
-}
 
 NeighbourTable::Key NeighbourTable::Key::of(std::int32_t ifIndex, Dovel::IpAddr const& address) {
   Key key{.ifIndex = ifIndex, .type = InetAddressType::ipv4};
@@ -76,15 +43,14 @@ std::optional<NeighbourTable::Key> NeighbourTable::decodeKey(std::string_view by
   auto const ifIndex = *fromBigEndian<std::uint32_t>(bytes.substr(0, 4));
   // InterfaceIndex is 1 to 2147483647 (RFC 2863).
   if (ifIndex < 1 || ifIndex > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
-  auto const address = bytes.substr(head);
-  auto const of = [&](auto const& value) {
-    return NeighbourTable::Key::of(static_cast<std::int32_t>(ifIndex), value);
+  auto const of = [&](auto const& address) {
+    return NeighbourTable::Key::of(static_cast<std::int32_t>(ifIndex), address);
   };
   NeighbourTable::Key key;
-  if (address.size() == sizeof(Dovel::IpAddr::Octets)) {
-    key = of(addressAt<Dovel::IpAddr>(address, 0));
-  } else if (address.size() == sizeof(Dovel::Ip6Addr::Octets)) {
-    key = of(addressAt<Dovel::Ip6Addr>(address, 0));
+  if (auto const octets = fromBytes<Dovel::IpAddr::Octets>(bytes.substr(head))) {
+    key = of(Dovel::IpAddr(*octets));
+  } else if (auto const octets6 = fromBytes<Dovel::Ip6Addr::Octets>(bytes.substr(head))) {
+    key = of(Dovel::Ip6Addr(*octets6));
   } else {
     return std::nullopt;
   }

@@ -6,30 +6,29 @@
 #include "platform/pondo/tables/codec.h"
 #include "platform/pondo/tables/format.h"
 #include "platform/pondo/tables/layout_bytes.h"
-#include "platform/pondo/tables/link_key.h"
 
 namespace Pondo {
 namespace {
 
+// Keys that begin with a link: its name, a NUL, then what tells its records apart, addresses first.
 // No name has a NUL, and no octet is less: all keys of "eth1" stand together, before those of
-// "eth10".
+// "eth10", and the bytes sort as (link, rest) does.
 constexpr char nameEnd = '\0';
 
-template <class Addr>
-void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length) {
-  checkLinkName(link);
-  if (local.isUnspecified()) {
-    throw Mav::RangeException(fmt::format("{} is no interface's address", local.stringValue()));
-  }
-  Dovel::checkedLength(length, Addr::bits);
-}
+/// The longest name of a link: IFNAMSIZ - 1 (linux/if.h). What the agent makes of a name, such as
+/// "eth0#2", has to fit a Dovel::IntfId too.
+constexpr std::size_t linkNameMax = 15;
 
-}  // namespace
+/// A key, taken apart.
+struct LinkAndRest {
+  Dovel::IntfId link;
+  std::string_view rest;  // a view of the key
+};
 
+/// Nothing when the bytes do not begin with a link's name. What the rest may be is the caller's to
+/// check.
 std::optional<LinkAndRest> takeLink(std::string_view bytes) {
   auto const end = bytes.find(nameEnd);
-  // A longer name is one that a link cannot have; what the agent makes of it would not fit an
-  // IntfId.
   if (end == bytes.npos || end > linkNameMax) return std::nullopt;
   auto const link = LinkTable::decodeKey(bytes.substr(0, end));
   if (!link) return std::nullopt;
@@ -42,6 +41,29 @@ void checkLinkName(Dovel::IntfId const& link) {
         fmt::format("interface name '{}' is longer than {} characters", link.name(), linkNameMax));
   }
 }
+
+template <class Addr>
+void checkAddress(Dovel::IntfId const& link, Addr const& local, unsigned length) {
+  checkLinkName(link);
+  if (local.isUnspecified()) {
+    throw Mav::RangeException(fmt::format("{} is no interface's address", local.stringValue()));
+  }
+  Dovel::checkedLength(length, Addr::bits);
+}
+
+template <class Addr>
+void appendAddress(std::string& bytes, Addr const& addr) {
+  bytes += toBytes(addr.octets());
+}
+
+/// Gives the address in `bytes` at `offset`; the caller has checked that it lies within.
+template <class Addr>
+Addr addressAt(std::string_view bytes, std::size_t offset) {
+  using Octets = typename Addr::Octets;
+  return Addr(*fromBytes<Octets>(bytes.substr(offset, sizeof(Octets))));
+}
+
+}  // namespace
 
 std::string addressKeysOf(Dovel::IntfId const& link) {
   return LinkTable::encodeKey(link) + nameEnd;
@@ -135,6 +157,38 @@ std::optional<Address6Table::Record> Address6Table::decodeRecord(std::string_vie
       .tentative = (layout->flags & Format::address6Tentative) != 0,
       .dadFailed = (layout->flags & Format::address6DadFailed) != 0,
       .deprecated = (layout->flags & Format::address6Deprecated) != 0,
+  };
+}
+
+std::string Neighbour4Table::encodeKey(Key const& key) {
+  checkLinkName(key.link);
+  // 0.0.0.0 is a key like others: the kernel has neighbours of that address.
+  auto bytes = addressKeysOf(key.link);
+  appendAddress(bytes, key.addr);
+  return bytes;
+}
+
+std::optional<Neighbour4Table::Key> Neighbour4Table::decodeKey(std::string_view bytes) {
+  auto const parts = takeLink(bytes);
+  if (!parts || parts->rest.size() != sizeof(Dovel::IpAddr::Octets)) return std::nullopt;
+  return Neighbour4Table::Key{parts->link, addressAt<Dovel::IpAddr>(parts->rest, 0)};
+}
+
+std::string Neighbour4Table::encodeRecord(Record const& record) {
+  Format::Neighbour4Record layout;
+  if (record.isStatic) layout.flags |= Format::neighbour4Static;
+  layout.ethAddr = record.ethAddr.octets();
+  return toBytes(layout);
+}
+
+std::optional<Neighbour4Table::Record> Neighbour4Table::decodeRecord(std::string_view bytes) {
+  auto const layout = recordFrom<Format::Neighbour4Record>(bytes);
+  if (!layout || (layout->flags & ~unsigned{Format::neighbour4Static}) != 0) {
+    return std::nullopt;
+  }
+  return Record{
+      .ethAddr = Dovel::EthAddr(layout->ethAddr),
+      .isStatic = (layout->flags & Format::neighbour4Static) != 0,
   };
 }
 
