@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 
 namespace Pondo {
 namespace {
@@ -119,14 +120,26 @@ void check(int code, std::filesystem::path const& path, std::string_view what) {
   if (code != MDB_SUCCESS) throwCode(code, path, what);
 }
 
+// No fsync: a tmpfs does not outlive the machine anyway. No slot bound to a thread, so that a
+// snapshot belongs to its object. No read-ahead of what lies in memory. No MDB_WRITEMAP: a full
+// tmpfs is an error of write(2) then, and not a SIGBUS.
 Environment::Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize)
+    : Environment(std::move(directory),
+                  MDB_NOTLS | MDB_NORDAHEAD | (mode == Mode::read ? MDB_RDONLY : MDB_NOSYNC),
+                  mapSize) {
+  bool const makes = mode == Mode::make;
+  auto txn = begin(makes ? 0 : MDB_RDONLY);
+  // Before anything is read: without a slot even the meta record could change underneath.
+  if (mode == Mode::read) requireSlot();
+  openTables(txn.get(), makes);
+  // A commit, though of nothing, keeps the handles open: LMDB closes those of a transaction that is
+  // aborted (lmdb.h, mdb_dbi_open).
+  check(mdb_txn_commit(txn.release()), directory_, makes ? "write" : "read");
+}
+
+Environment::Environment(std::filesystem::path directory, unsigned flags, std::size_t mapSize)
     : directory_(std::move(directory)) {
   refuseSecond(directory_);
-  // No fsync: a tmpfs does not outlive the machine anyway. No slot bound to a thread, so that a
-  // snapshot belongs to its object. No read-ahead of what lies in memory. No MDB_WRITEMAP: a full
-  // tmpfs is an error of write(2) then, and not a SIGBUS.
-  unsigned const flags =
-      MDB_NOTLS | MDB_NORDAHEAD | (mode == Mode::write ? MDB_NOSYNC : MDB_RDONLY);
   auto env = makeHandle(directory_, mapSize);
   // The mode is of both files where LMDB makes them; who makes tables narrows data.mdb's after that
   // (table_directory.cc).
@@ -207,7 +220,31 @@ char const* Environment::damaged() const {
   return isWhole ? nullptr : Format::lockFile;
 }
 
-TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& directory) {
+TxnPtr Environment::begin(unsigned flags) const {
+  MDB_txn* txn = nullptr;
+  check(mdb_txn_begin(env_, nullptr, flags, &txn), directory_, flags == 0 ? "write" : "read");
+  return TxnPtr(txn);
+}
+
+void Environment::requireSlot() const {
+  // On a read-only mount LMDB goes on without a lock table and says nothing (mdb.c,
+  // mdb_env_setup_locks): the publisher would reuse pages under the snapshot.
+  MDB_envinfo info{};
+  mdb_env_info(env_, &info);
+  // The caller's own transaction has a slot by now, where there is a lock table.
+  if (info.me_numreaders > 0) return;
+  struct statvfs mount {};
+  bool const readOnly =
+      ::statvfs(directory_.c_str(), &mount) == 0 && (mount.f_flag & ST_RDONLY) != 0;
+  throw EnvironmentException(
+      fmt::format("{}: {}, so readers cannot be registered and reading is not safe; {}",
+                  directory_.string(),
+                  readOnly ? "is on a read-only mount" : "has a lock file that cannot be used",
+                  readOnly ? "remount it read-write" : "restart the publisher"),
+      Reason::readOnlyMount);
+}
+
+void Environment::openTables(MDB_txn* txn, bool create) {
   auto const open = [&](char const* name) {
     MDB_dbi dbi = 0;
     int const code = mdb_dbi_open(txn, name, create ? MDB_CREATE : 0, &dbi);
@@ -215,29 +252,27 @@ TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& 
     if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
       throw EnvironmentException(
           fmt::format("{}: holds other data (no table \"{}\"); remove it and restart the publisher",
-                      (directory / Format::dataFile).string(), name),
+                      (directory_ / Format::dataFile).string(), name),
           Reason::foreign);
     }
-    check(code, directory, "open a table");
+    check(code, directory_, "open a table");
     return dbi;
   };
-  TableHandles handles;
-  handles.meta = open(Format::metaTable);
+  tables_.meta = open(Format::metaTable);
   // The version decides what other tables there are.
-  if (!create) readMeta(txn, handles.meta, directory);
-  handles.log = open(Format::logTable);
+  if (!create) meta(txn);
+  tables_.log = open(Format::logTable);
   for (auto const& table : Format::tables) {
-    handles.tables.at(static_cast<std::size_t>(table.id)) = open(table.name);
+    tables_.tables.at(static_cast<std::size_t>(table.id)) = open(table.name);
   }
-  return handles;
 }
 
-Format::MetaRecord readMeta(MDB_txn* txn, MDB_dbi meta, std::filesystem::path const& directory) {
-  auto const file = (directory / Format::dataFile).string();
+Format::MetaRecord Environment::meta(MDB_txn* txn) const {
+  auto const file = (directory_ / Format::dataFile).string();
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{};
-  int const code = mdb_get(txn, meta, &key, &value);
-  if (code != MDB_NOTFOUND) check(code, directory, "read");
+  int const code = mdb_get(txn, tables_.meta, &key, &value);
+  if (code != MDB_NOTFOUND) check(code, directory_, "read");
   std::array<std::uint32_t, 2> head{};  // magic, schema: these never move
   bool const hasHead = code == MDB_SUCCESS && value.mv_size >= sizeof head;
   if (hasHead) std::memcpy(head.data(), value.mv_data, sizeof head);

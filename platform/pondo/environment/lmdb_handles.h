@@ -46,9 +46,7 @@ inline std::string_view fromVal(MDB_val const& val) {
   return {static_cast<char const*>(val.mv_data), val.mv_size};
 }
 
-/// The handles of an environment's named tables. They serve every transaction of the environment
-/// once the one that opened them has committed; LMDB closes them with one that is aborted (lmdb.h,
-/// mdb_dbi_open).
+/// The handles of an environment's named tables. They serve every transaction of it.
 struct TableHandles {
   MDB_dbi meta = 0;
   MDB_dbi log = 0;
@@ -57,22 +55,30 @@ struct TableHandles {
   MDB_dbi operator[](TableId id) const { return tables.at(static_cast<std::size_t>(id)); }
 };
 
-/// An open environment. A process has one of a directory at most (format.h, caveats): a second one
-/// is refused with an EnvironmentException. It outlives its transactions. On one thread, that of
-/// the Reader or Writer that owns it.
+/// An open environment, with its tables. A process has one of a directory at most (format.h,
+/// caveats): a second one is refused with an EnvironmentException. It outlives its transactions. On
+/// one thread, that of the Reader or Writer that owns it.
 class Environment {
  public:
-  enum class Mode { read, write };
+  enum class Mode { read, write, make };
 
-  /// Opens `directory`. Its files have been checked before (checkFiles), or are new: LMDB itself
-  /// would crash on some of what can lie there. A `mapSize` of 0 is the one that the file tells;
-  /// less is mapped where the process may not have so much address space (RLIMIT_AS).
+  /// Opens `directory` and its tables, or makes both. Its files have been checked before
+  /// (checkFiles), or are new: LMDB itself would crash on some of what can lie there. A `mapSize`
+  /// of 0 is the one that the file tells; less is mapped where the process may not have so much
+  /// address space (RLIMIT_AS). The reason of its exception is foreign when a table is missing,
+  /// schema when the tables are of another version, readOnlyMount where a reader would have no
+  /// slot.
   Environment(std::filesystem::path directory, Mode mode, std::size_t mapSize);
   ~Environment();
   Environment(Environment const&) = delete;
   Environment& operator=(Environment const&) = delete;
 
   MDB_env* get() const { return env_; }
+  TableHandles const& tables() const { return tables_; }
+  /// Begins a transaction, one that reads (MDB_RDONLY) or one that writes (0).
+  TxnPtr begin(unsigned flags) const;
+  /// Reads and checks the meta record. The reason of its exception is foreign or schema.
+  Format::MetaRecord meta(MDB_txn* txn) const;
   std::filesystem::path const& directory() const { return directory_; }
   /// Takes note that the directory was renamed.
   void directoryIs(std::filesystem::path directory) { directory_ = std::move(directory); }
@@ -96,11 +102,16 @@ class Environment {
   static constexpr std::size_t lockHeadSize = 8;  // magic and format (mdb.c, MDB_txbody)
   using LockHead = std::array<char, lockHeadSize>;
 
+  /// Opens what LMDB opens; the flags are its own.
+  Environment(std::filesystem::path directory, unsigned flags, std::size_t mapSize);
+  void requireSlot() const;
+  void openTables(MDB_txn* txn, bool create);
   void watchLock();
   std::optional<LockHead> lockHead() const;
 
   std::filesystem::path directory_;
   MDB_env* env_ = nullptr;
+  TableHandles tables_;
   int dataFd_ = -1;
   std::int64_t size_ = 0;
   FileIdentity data_;
@@ -109,12 +120,5 @@ class Environment {
   std::int64_t lockSize_ = 0;
   LockHead lockHead_{};
 };
-
-/// Opens all tables, or makes them in a write transaction. The reason of its exception is foreign
-/// when a table is missing, schema when the tables are of another version.
-TableHandles openTables(MDB_txn* txn, bool create, std::filesystem::path const& directory);
-
-/// Reads and checks the meta record. The reason of its exception is foreign or schema.
-Format::MetaRecord readMeta(MDB_txn* txn, MDB_dbi meta, std::filesystem::path const& directory);
 
 }  // namespace Pondo

@@ -4,7 +4,6 @@
 #include <cerrno>
 
 #include <fmt/format.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "platform/pondo/environment/lmdb_handles.h"
@@ -28,7 +27,11 @@ std::filesystem::path checkedTables(std::filesystem::path const& runDir) {
 }  // namespace
 
 struct Reader::Impl {
-  explicit Impl(std::filesystem::path const& runDir);
+  explicit Impl(std::filesystem::path const& runDir)
+      : tables(checkedTables(runDir)),
+        // Asked before LMDB opens the file: where it is replaced in between, current() finds out.
+        lockFile(identityAt(tables / Format::lockFile).value_or(FileIdentity{})),
+        env(tables, Environment::Mode::read, 0) {}
   // Before transaction and environment end, which write to the lock file.
   ~Impl() { env.mend(); }
   Impl(Impl const&) = delete;
@@ -36,7 +39,6 @@ struct Reader::Impl {
 
   void begin();
   void end();
-  void requireSlot() const;
   /// A cursor of this transaction. Cursors that were left are renewed, which spares an allocation.
   struct Cursor {
     CursorPtr cursor;
@@ -49,45 +51,12 @@ struct Reader::Impl {
   std::filesystem::path const tables;
   FileIdentity const lockFile;
   Environment env;
-  TableHandles handles;
   TxnPtr txn;
   Cursors scans;
   Cursors gets;  // apart: a visitor of a scan may get
   bool reading = false;
   std::uint64_t malformed = 0;
 };
-
-Reader::Impl::Impl(std::filesystem::path const& runDir)
-    : tables(checkedTables(runDir)),
-      // Asked before LMDB opens the file: where it is replaced in between, current() finds out.
-      lockFile(identityAt(tables / Format::lockFile).value_or(FileIdentity{})),
-      env(tables, Environment::Mode::read, 0) {
-  MDB_txn* raw = nullptr;
-  check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), tables, "read");
-  txn.reset(raw);
-  // Before anything is read: without a slot even the meta record could change underneath.
-  requireSlot();
-  handles = openTables(raw, false, tables);
-  // A commit, though of nothing, keeps the handles open.
-  check(mdb_txn_commit(txn.release()), tables, "read");
-}
-
-void Reader::Impl::requireSlot() const {
-  // On a read-only mount LMDB goes on without a lock table and says nothing (mdb.c,
-  // mdb_env_setup_locks): the publisher would reuse pages under the snapshot.
-  MDB_envinfo info{};
-  mdb_env_info(env.get(), &info);
-  // The caller's own transaction has a slot by now, where there is a lock table.
-  if (info.me_numreaders > 0) return;
-  struct statvfs mount {};
-  bool const readOnly = ::statvfs(tables.c_str(), &mount) == 0 && (mount.f_flag & ST_RDONLY) != 0;
-  throw EnvironmentException(
-      fmt::format("{}: {}, so readers cannot be registered and reading is not safe; {}",
-                  tables.string(),
-                  readOnly ? "is on a read-only mount" : "has a lock file that cannot be used",
-                  readOnly ? "remount it read-write" : "restart the publisher"),
-      Reason::readOnlyMount);
-}
 
 void Reader::Impl::begin() {
   if (reading) {
@@ -106,10 +75,7 @@ void Reader::Impl::begin() {
     int const code = mdb_txn_renew(txn.get());
     if (code != MDB_SUCCESS) fail(code);
   } else {
-    MDB_txn* raw = nullptr;
-    int const code = mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw);
-    if (code != MDB_SUCCESS) fail(code);
-    txn.reset(raw);
+    txn = env.begin(MDB_RDONLY);
   }
   reading = true;
 }
@@ -143,7 +109,7 @@ Snapshot::~Snapshot() { reader_.impl_->end(); }
 Format::MetaRecord const& Snapshot::meta() const {
   auto const& impl = *reader_.impl_;
   // Once a snapshot: it cannot change within one.
-  if (!meta_) meta_ = readMeta(impl.txn.get(), impl.handles.meta, impl.tables);
+  if (!meta_) meta_ = impl.env.meta(impl.txn.get());
   return *meta_;
 }
 
@@ -160,7 +126,7 @@ void Snapshot::countMalformed() const { ++reader_.impl_->malformed; }
 std::size_t Snapshot::count(TableId table) const {
   auto const& impl = *reader_.impl_;
   MDB_stat stat{};
-  int const code = mdb_stat(impl.txn.get(), impl.handles[table], &stat);
+  int const code = mdb_stat(impl.txn.get(), impl.env.tables()[table], &stat);
   if (code != MDB_SUCCESS) impl.fail(code);
   return stat.ms_entries;
 }
@@ -174,7 +140,7 @@ std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_vi
   MDB_val keyVal = toVal(key);
   MDB_val value{};
   int const code =
-      mdb_cursor_get(impl.cursorOn(impl.gets, impl.handles[table]), &keyVal, &value, MDB_SET);
+      mdb_cursor_get(impl.cursorOn(impl.gets, impl.env.tables()[table]), &keyVal, &value, MDB_SET);
   if (code == MDB_NOTFOUND) return std::nullopt;
   if (code != MDB_SUCCESS) impl.fail(code);
   return fromVal(value);
@@ -184,7 +150,7 @@ std::optional<std::string> Snapshot::scanBytes(
     TableId table, std::string_view from, std::size_t limit,
     absl::FunctionRef<void(std::string_view, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
-  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles[table]);
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.env.tables()[table]);
   MDB_val key = toVal(from);
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
@@ -200,7 +166,7 @@ std::optional<std::string> Snapshot::scanBytes(
 std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
                                 absl::FunctionRef<bool(TableId, std::string_view)> visit) const {
   auto& impl = *reader_.impl_;
-  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.handles.log);
+  MDB_cursor* const cursor = impl.cursorOn(impl.scans, impl.env.tables().log);
   auto start = bigEndian(from);
   MDB_val key{start.size(), start.data()};
   MDB_val value{};

@@ -39,11 +39,9 @@ std::optional<std::uint64_t> oldestReader(MDB_env* env) {
   return oldest;
 }
 
-Space spaceOf(Environment const& env, TableHandles const& handles) {
-  MDB_txn* raw = nullptr;
+Space spaceOf(Environment const& env) {
   // mdb_stat() asks for a transaction; this one ends before the publisher goes on.
-  check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), env.directory(), "read");
-  TxnPtr const txn(raw);
+  auto const txn = env.begin(MDB_RDONLY);
   MDB_envinfo info{};
   MDB_stat stat{};
   mdb_env_info(env.get(), &info);
@@ -54,12 +52,12 @@ Space spaceOf(Environment const& env, TableHandles const& handles) {
   // Pages that LMDB keeps for reuse count as used and not as live.
   std::size_t pages = 2 + pagesOf(stat);  // the meta pages, the table of tables
   auto const add = [&](MDB_dbi table) {
-    check(mdb_stat(raw, table, &stat), env.directory(), "read");
+    check(mdb_stat(txn.get(), table, &stat), env.directory(), "read");
     pages += pagesOf(stat);
   };
-  add(handles.meta);
-  add(handles.log);
-  for (auto const& table : Format::tables) add(handles[table.id]);
+  add(env.tables().meta);
+  add(env.tables().log);
+  for (auto const& table : Format::tables) add(env.tables()[table.id]);
   return {(info.me_last_pgno + 1) * stat.ms_psize, pages * stat.ms_psize};
 }
 

@@ -29,7 +29,7 @@ struct Space {
 
 /// Measures the environment. EnvironmentException when LMDB refuses. It reads the statistics that
 /// LMDB keeps of each table, and walks none of them.
-Space spaceOf(Environment const& env, TableHandles const& handles);
+Space spaceOf(Environment const& env);
 
 /// Knows a reader that has stopped: the oldest transaction stays the same for stoppedAfter seconds.
 /// Also that of a reader who merely has nothing to do stays so: but such a one is outside of a

@@ -85,25 +85,19 @@ void makeSparse(Environment& env, std::size_t mapSize) {
   env.sizeIs(size);
 }
 
-void writeFirstMeta(MDB_txn* txn, TableHandles const& handles, fs::path const& directory) {
+void writeFirstMeta(Environment const& env) {
   // All else begins as the type says: generation 0, nobody's state, not complete.
   Format::MetaRecord meta;
   if (::getrandom(&meta.instance, sizeof meta.instance, 0) != sizeof meta.instance) {
-    throwCode(errno, directory, "draw an instance number for");
+    throwCode(errno, env.directory(), "draw an instance number for");
   }
   // The instance tells readers that these are other tables, even where generations and sequences
   // are those of tables before.
   meta.logFirst = meta.logNext = 1;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{sizeof meta, &meta};
-  check(mdb_put(txn, handles.meta, &key, &value, 0), directory, "write");
-}
-
-void makeTables(Environment& env) {
-  MDB_txn* raw = nullptr;
-  check(mdb_txn_begin(env.get(), nullptr, 0, &raw), env.directory(), "write");
-  TxnPtr txn(raw);
-  writeFirstMeta(raw, openTables(raw, true, env.directory()), env.directory());
+  auto txn = env.begin(0);
+  check(mdb_put(txn.get(), env.tables().meta, &key, &value, 0), env.directory(), "write");
   check(mdb_txn_commit(txn.release()), env.directory(), "write");
 }
 
@@ -145,26 +139,16 @@ std::unique_ptr<Environment> build(fs::path const& runDir, FileSettings const& s
 std::unique_ptr<Environment> makeEmpty(fs::path const& runDir, FileSettings const& settings,
                                        bool keepOld) {
   return build(runDir, settings, keepOld, [&](fs::path const& directory) {
-    auto env = std::make_unique<Environment>(directory, Environment::Mode::write, settings.mapSize);
-    makeTables(*env);
+    auto env = std::make_unique<Environment>(directory, Environment::Mode::make, settings.mapSize);
+    writeFirstMeta(*env);
     return env;
   });
-}
-
-void checkContent(Environment const& env) {
-  MDB_txn* raw = nullptr;
-  check(mdb_txn_begin(env.get(), nullptr, MDB_RDONLY, &raw), env.directory(), "read");
-  TxnPtr const txn(raw);
-  // For what it throws: the handles end with this transaction, and adopt() opens others
-  // (writer.cc).
-  openTables(raw, false, env.directory());
 }
 
 std::unique_ptr<Environment> openExisting(fs::path const& tables, FileSettings const& settings) {
   checkFiles(tables);
   openFiles(tables, settings);
   auto env = std::make_unique<Environment>(tables, Environment::Mode::write, settings.mapSize);
-  checkContent(*env);
   // Not before the content is known to be ours: a foreign file keeps its length.
   makeSparse(*env, settings.mapSize);
   return env;

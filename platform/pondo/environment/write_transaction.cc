@@ -23,27 +23,24 @@ bool isSame(TableId table, std::string_view a, std::string_view b) {
   return a.substr(0, ageAt) == b.substr(0, ageAt) && a.substr(ageEnd) == b.substr(ageEnd);
 }
 
-CursorPtr openCursor(MDB_txn* txn, MDB_dbi table, std::filesystem::path const& path) {
-  MDB_cursor* cursor = nullptr;
-  check(mdb_cursor_open(txn, table, &cursor), path, "write");
-  return CursorPtr(cursor);
-}
-
 }  // namespace
 
-WriteTransaction::WriteTransaction(Environment const& env, TableHandles const& handles)
-    : env_(env), handles_(handles) {
+WriteTransaction::WriteTransaction(Environment const& env) : env_(env) {
   // Before LMDB looks at the map: a page behind the end of the file would be SIGBUS (mmap(2)).
   if (auto const* const file = env.damaged()) {
     throw EnvironmentException((env.directory() / file).string() +
                                    ": has been cut or overwritten; the tables are made anew",
                                EnvironmentException::Reason::truncated);
   }
-  MDB_txn* raw = nullptr;
-  check(mdb_txn_begin(env.get(), nullptr, 0, &raw), env.directory(), "write");
-  txn_.reset(raw);
-  meta_ = readMeta(raw, handles.meta, env.directory());
-  logCursor_ = openCursor(raw, handles.log, env.directory());
+  txn_ = env.begin(0);
+  meta_ = env.meta(txn_.get());
+  logCursor_ = openCursor(env_.tables().log);
+}
+
+CursorPtr WriteTransaction::openCursor(MDB_dbi table) const {
+  MDB_cursor* cursor = nullptr;
+  check(mdb_cursor_open(txn_.get(), table, &cursor), env_.directory(), "write");
+  return CursorPtr(cursor);
 }
 
 void WriteTransaction::fail(int code, std::string_view what) const {
@@ -53,7 +50,7 @@ void WriteTransaction::fail(int code, std::string_view what) const {
 WriteTransaction::TableCursor& WriteTransaction::cursorOf(TableId table) {
   auto& found = tables_.at(static_cast<std::size_t>(table));
   // One for the whole transaction, which stays where it was last: what comes in order is near.
-  if (!found.cursor) found.cursor = openCursor(txn_.get(), handles_[table], env_.directory());
+  if (!found.cursor) found.cursor = openCursor(env_.tables()[table]);
   return found;
 }
 
@@ -133,7 +130,7 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
 void WriteTransaction::trimLog(std::size_t logMax) {
   auto const kept = meta_.logNext - meta_.logFirst;
   if (kept <= logMax + logMax / trimSlack) return;
-  auto const cursor = openCursor(txn_.get(), handles_.log, env_.directory());
+  auto const cursor = openCursor(env_.tables().log);
   // MDB_NEXT of a new cursor gives the first entry, and after a deletion the one that has come into
   // the place (mdb.c, mdb_cursor_next).
   for (auto left = kept - logMax; left > 0; --left) {
@@ -148,11 +145,11 @@ void WriteTransaction::trimLog(std::size_t logMax) {
 
 void WriteTransaction::dropLog() {
   logCursor_.reset();
-  int const code = mdb_drop(txn_.get(), handles_.log, 0);
+  int const code = mdb_drop(txn_.get(), env_.tables().log, 0);
   // A reader that was behind finds its place gone, and compares all.
   if (code != MDB_SUCCESS) fail(code, "drop the change log");
   meta_.logFirst = meta_.logNext;
-  logCursor_ = openCursor(txn_.get(), handles_.log, env_.directory());
+  logCursor_ = openCursor(env_.tables().log);
 }
 
 Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {
@@ -162,7 +159,7 @@ Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {
   ++meta_.generation;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{sizeof meta_, &meta_};
-  int code = mdb_put(txn_.get(), handles_.meta, &key, &value, 0);
+  int code = mdb_put(txn_.get(), env_.tables().meta, &key, &value, 0);
   if (code != MDB_SUCCESS) fail(code, "write");
   // A cursor of a write transaction ends with it (lmdb.h, mdb_cursor_open): closing one afterwards
   // would free it twice. A commit frees the transaction also where it fails.

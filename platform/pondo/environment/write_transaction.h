@@ -20,7 +20,7 @@ class WriteTransaction {
  public:
   /// Begins it, and holds the environment's one write lock until it goes. EnvironmentException
   /// where LMDB refuses, or where a file has been cut since it was opened.
-  WriteTransaction(Environment const& env, TableHandles const& handles);
+  explicit WriteTransaction(Environment const& env);
 
   /// Writes the record: unchanged, added or changed. A key behind the last one of its table is
   /// appended; another one costs a search. A route that differs in its age alone is unchanged.
@@ -62,6 +62,7 @@ class WriteTransaction {
     std::optional<std::string> last;  // greatest key of the table, when lastKnown
   };
 
+  CursorPtr openCursor(MDB_dbi table) const;
   TableCursor& cursorOf(TableId table);
   /// Asks LMDB for the table's last key once, and again after that key was erased.
   bool isBeyondLast(TableCursor& table, std::string_view key);
@@ -70,10 +71,9 @@ class WriteTransaction {
   void trimLog(std::size_t logMax);
   [[noreturn]] void fail(int code, std::string_view what) const;
 
-  // The environment, its handles and transaction outlive the cursors: LMDB frees with a
-  // transaction the cursors that are still open.
+  // The environment and its transaction outlive the cursors: LMDB frees with a transaction the
+  // cursors that are still open.
   Environment const& env_;
-  TableHandles const& handles_;
   TxnPtr txn_;
   // As this transaction found it, with what it has added to the log.
   Format::MetaRecord meta_;

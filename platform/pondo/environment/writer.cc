@@ -79,7 +79,6 @@ struct Writer::Impl {
   // publisher opens the tables.
   std::optional<PublisherLock> lock;
   std::unique_ptr<Environment> env;  // null when lost
-  TableHandles handles;
   Format::MetaRecord meta;
   FileIdentity directory;
   FileIdentity lockFile;
@@ -126,15 +125,9 @@ void Writer::Impl::takeLock() {
 }
 
 void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
-  MDB_txn* raw = nullptr;
-  check(mdb_txn_begin(environment->get(), nullptr, MDB_RDONLY, &raw), runDir, "read");
-  TxnPtr reading(raw);
   // What throws from here on leaves the old environment (copyTables) or none: neither is what
   // stands at the path, and service() makes the tables anew.
-  handles = openTables(raw, false, environment->directory());
-  meta = readMeta(raw, handles.meta, environment->directory());
-  // A commit, though of nothing, keeps the handles open.
-  check(mdb_txn_commit(reading.release()), runDir, "read");
+  meta = environment->meta(environment->begin(MDB_RDONLY).get());
   directory = identityAt(environment->directory()).value_or(FileIdentity{});
   lockFile = identityAt(environment->directory() / Format::lockFile).value_or(FileIdentity{});
   doorbell = openDoorbell(runDir, settings);
@@ -168,7 +161,7 @@ WriteTransaction& Writer::Impl::transaction() {
                                Reason::absent);
   }
   if (!txn) {
-    txn.emplace(*env, handles);
+    txn.emplace(*env);
     // A transaction that is begun amid a batch makes what an earlier one lost (attempt,
     // copyTables).
     batch.replay([this](auto table, auto key, auto value) { txn->put(table, key, value); },
@@ -227,7 +220,7 @@ bool Writer::Impl::takeRoomStep(int step) {
     return true;
   }
   // A copy helps where at most half of what is used is still live.
-  auto const space = spaceOf(*env, handles);
+  auto const space = spaceOf(*env);
   if (space.used / 2 < space.live) return false;
   copyTables();
   return true;
@@ -236,7 +229,7 @@ bool Writer::Impl::takeRoomStep(int step) {
 void Writer::Impl::dropLog() {
   // The transaction of attempt() has ended: a thread has one of them at a time (lmdb.h,
   // mdb_txn_begin).
-  WriteTransaction dropping(*env, handles);
+  WriteTransaction dropping(*env);
   dropping.dropLog();
   meta = dropping.commit(options.logMax, options.origin);
 }
@@ -316,7 +309,7 @@ bool Writer::Impl::isReadable() try {
   if (code == MDB_READERS_FULL) return true;
   check(code, runDir, "read");
   TxnPtr const reading(raw);
-  readMeta(raw, handles.meta, env->directory());
+  env->meta(raw);
   return true;
 } catch (EnvironmentException const&) {
   return false;
@@ -377,7 +370,7 @@ void Writer::Impl::moveAwayFromStoppedReader() {
   constexpr double copyPause = 60.0;
   double const now = Mav::now();
   if (!stopped.hasStopped(oldestReader(env->get()), now) || now < copyNotBefore) return;
-  auto const space = spaceOf(*env, handles);
+  auto const space = spaceOf(*env);
   // A copy costs what is live: it has to be worth that.
   if (space.used < 2 * space.live + options.pinnedMax) return;
   try {
