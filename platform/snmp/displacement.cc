@@ -10,7 +10,6 @@
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/callback.h"
 #include "platform/snmp/registrations.h"
-#include "platform/snmp/waiting_requests.h"
 
 namespace Snmp {
 
@@ -44,17 +43,14 @@ std::set<Registered> othersWithin(ObjectRoot const& place) {
   // A walk along the whole registry: for each of our places when it is registered, and when another
   // registration concerns one of them.
   std::set<Registered> others;
-  for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
-    // All that is registered under one name, by priority.
-    for (auto* entry = slice; entry; entry = entry->children) {
-      std::span<oid const> const name(entry->name_a, entry->namelen);
-      if (!isWithin(place, name) || isRegistered(name, entry->priority)) continue;
-      others.insert({{name.begin(), name.end()},
-                     entry->priority,
-                     entry->label_a ? entry->label_a : "",
-                     entry->session != nullptr});
-    }
-  }
+  forEachEntry([&](netsnmp_subtree const& entry) {
+    std::span<oid const> const name(entry.name_a, entry.namelen);
+    if (!isWithin(place, name) || isRegistered(name, entry.priority)) return;
+    others.insert({{name.begin(), name.end()},
+                   entry.priority,
+                   entry.label_a ? entry.label_a : "",
+                   entry.session != nullptr});
+  });
   return others;
 }
 
@@ -144,7 +140,7 @@ int Displacement::onRegister(int /*major*/, int /*minor*/, void* parameters, voi
     }
     auto const places = displacement.places();
     // While nothing of ours is registered, nothing is in its way.
-    bool const concerned = registrationCount() > 0 &&
+    bool const concerned = !registrations().empty() &&
                            std::any_of(places.begin(), places.end(),
                                        [&](auto const& place) { return isWithin(place, name); });
     // Whoever registers it may not be ready for its going yet.

@@ -7,7 +7,6 @@
 
 #include "platform/mav/trace_handle.h"
 #include "platform/snmp/displacement.h"
-#include "platform/snmp/waiting_requests.h"
 
 namespace Snmp {
 
@@ -54,15 +53,12 @@ void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* han
 /// registration into slices, and each has a copy of its handlers.
 template <class Call>
 void forEachSlice(netsnmp_handler_registration const& registration, Call const& call) {
-  for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
-    for (auto* entry = slice; entry; entry = entry->children) {
-      bool const isOne =
-          entry->priority == registration.priority &&
-          std::equal(entry->name_a, entry->name_a + entry->namelen, registration.rootoid,
-                     registration.rootoid + registration.rootoid_len);
-      if (isOne) call(entry->reginfo);
-    }
-  }
+  forEachEntry([&](netsnmp_subtree const& entry) {
+    bool const isOne = entry.priority == registration.priority &&
+                       std::equal(entry.name_a, entry.name_a + entry.namelen, registration.rootoid,
+                                  registration.rootoid + registration.rootoid_len);
+    if (isOne) call(entry.reginfo);
+  });
 }
 
 /// The copy that a slice has of the registration lacks what that points to
@@ -110,7 +106,18 @@ void unregisterAll() noexcept {
   }
 }
 
-std::size_t registrationCount() noexcept { return remembered().size(); }
+void endWaitingRequests() noexcept {
+  // A SET that fails has further phases, and may wait once more: for what undoes it.
+  constexpr int roundsMax = 3;
+  for (int round = 0; round < roundsMax; ++round) {
+    // What is registered in this process has no session. 0: nobody waits who points there.
+    if (netsnmp_remove_delegated_requests_for_session(nullptr) == 0) return;
+    // These names have their error by now, and wait for the others of their requests alone.
+    forEachEntry([](netsnmp_subtree const& entry) {
+      if (entry.session) netsnmp_remove_delegated_requests_for_session(entry.session);
+    });
+  }
+}
 
 std::vector<netsnmp_handler_registration const*> registrations() {
   std::vector<netsnmp_handler_registration const*> all;

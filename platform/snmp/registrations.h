@@ -2,7 +2,6 @@
 // What this module has registered with net-snmp, remembered so that it can be undone: SIGHUP
 // unmaps the module, and a registration left behind would then lead into unmapped code.
 
-#include <cstddef>
 #include <memory>
 #include <span>
 #include <vector>
@@ -24,8 +23,23 @@ int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<It
 /// Undoes everything remembered, the latest first.
 void unregisterAll() noexcept;
 
-/// How many registrations are remembered.
-std::size_t registrationCount() noexcept;
+/// Answers requests with genErr that wait for an AgentX subagent, or for whatever else answers
+/// later, and point to what this process has registered itself; and what waits for the same
+/// subagents with them, as when these had gone. A manager asks again; what comes later is dropped
+/// by net-snmp. To be called before anything is unregistered, on the daemon's thread, outside of
+/// any request: those that wait point to all that is registered for any of their names
+/// (netsnmp_request_info::subtree of 5.9.3), and net-snmp follows that when the last answer is
+/// there, or when the subagent's session ends. A registration that goes takes it away under them:
+/// the daemon reads freed memory, and ends.
+void endWaitingRequests() noexcept;
+
+/// Calls call(entry) for each entry of net-snmp's registry, those of one name by priority.
+template <class Call>
+void forEachEntry(Call const& call) {
+  for (auto* slice = netsnmp_subtree_find_first(""); slice; slice = slice->next) {
+    for (auto* entry = slice; entry; entry = entry->children) call(*entry);
+  }
+}
 
 /// All remembered, in the order in which they came.
 std::vector<netsnmp_handler_registration const*> registrations();
