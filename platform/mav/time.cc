@@ -1,7 +1,5 @@
 #include "platform/mav/time.h"
 
-#include <ctime>
-
 #include "platform/mav/exception.h"
 
 namespace Mav {
@@ -11,13 +9,13 @@ namespace {
 // One for the process: clocks are not handed around.
 SimulatedTime* simulated = nullptr;
 
+}  // namespace
+
 double secondsOf(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
-
-}  // namespace
 
 SimulatedTime::SimulatedTime(double start) : now_(start) {
   if (simulated) throw Exception("a simulated time lives already");

@@ -4,6 +4,7 @@
 // one another is told in seconds since the machine's start (CLOCK_BOOTTIME): when state changed, a
 // publisher's sign of life. No process is older than that start, and nobody can set that clock.
 
+#include <ctime>
 #include <limits>
 
 namespace Mav {
@@ -11,6 +12,9 @@ namespace Mav {
 /// Two times of a clock reactor (`timeMin`): as soon as possible, and not armed.
 inline constexpr double asap = 0.0;
 inline constexpr double never = std::numeric_limits<double>::infinity();
+
+/// Gives what the machine's own clock reads, in seconds (clock_gettime(2)).
+double secondsOf(clockid_t clock);
 
 /// Gives the seconds of the platform's clock: a vDSO call of about 25 ns.
 double now();

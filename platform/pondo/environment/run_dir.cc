@@ -5,12 +5,12 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
-#include <ctime>
 #include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/mav/time.h"
 #include "platform/pondo/environment/lmdb_handles.h"
 #include "platform/pondo/tables/format.h"
 
@@ -79,12 +79,6 @@ void asEpoch(PublisherInfo& info) {
   if (info.exactAt && *info.exactAt > 0) *info.exactAt += start;
 }
 
-double secondsOf(clockid_t clock) {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 bool isLocked(int fd, std::filesystem::path const& file) {
   struct flock lock {};
   lock.l_type = F_WRLCK;
@@ -112,9 +106,9 @@ double PublisherInfo::age(double now) const {
   return std::max(0.0, now - since);
 }
 
-double sinceMachineStart() { return secondsOf(CLOCK_BOOTTIME); }
+double sinceMachineStart() { return Mav::secondsOf(CLOCK_BOOTTIME); }
 
-double secondsSinceEpoch() { return secondsOf(CLOCK_REALTIME); }
+double secondsSinceEpoch() { return Mav::secondsOf(CLOCK_REALTIME); }
 
 double machineStart() { return secondsSinceEpoch() - sinceMachineStart(); }
 
