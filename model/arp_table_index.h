@@ -17,7 +17,6 @@ class ArpTableIndex : public Mav::Value<ArpTableIndex> {
  public:
   ArpTableIndex() = default;
   ArpTableIndex(std::uint32_t ifIndex, Dovel::IpAddr ipAddr) : ifIndex_(ifIndex), ipAddr_(ipAddr) {}
-  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   ArpTableIndex(char const*& from, char const* to)
       : ArpTableIndex(Mav::parsedStrep<ArpTableIndex>(from, to)) {}
 

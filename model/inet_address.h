@@ -22,7 +22,6 @@ class InetAddress : public Mav::Value<InetAddress> {
   /// As an instance has both. Nothing is checked: a pair that fits no address names no row.
   InetAddress(Ip::IpVersion version, Snmp::String bytes)
       : version_(version), bytes_(std::move(bytes)) {}
-  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   InetAddress(char const*& from, char const* to)
       : InetAddress(Mav::parsedStrep<InetAddress>(from, to)) {}
 

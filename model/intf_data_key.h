@@ -18,7 +18,6 @@ class IntfDataKey : public Mav::Value<IntfDataKey> {
  public:
   IntfDataKey() = default;
   IntfDataKey(AddressSource source, Dovel::IntfId intfId) : source_(source), intfId_(intfId) {}
-  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   IntfDataKey(char const*& from, char const* to)
       : IntfDataKey(Mav::parsedStrep<IntfDataKey>(from, to)) {}
 

@@ -20,7 +20,6 @@ class IpAddressPrefixKey : public Mav::Value<IpAddressPrefixKey> {
   IpAddressPrefixKey(std::uint32_t ifIndex, Ip::IpVersion version, Snmp::String bytes,
                      std::uint32_t length)
       : ifIndex_(ifIndex), version_(version), bytes_(std::move(bytes)), length_(length) {}
-  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   IpAddressPrefixKey(char const*& from, char const* to)
       : IpAddressPrefixKey(Mav::parsedStrep<IpAddressPrefixKey>(from, to)) {}
 

@@ -21,7 +21,6 @@ class IpCidrRouteTableIndex : public Mav::Value<IpCidrRouteTableIndex> {
   constexpr IpCidrRouteTableIndex(Dovel::IpAddr dest, Dovel::IpAddr mask, std::uint32_t tos,
                                   Dovel::IpAddr nextHop)
       : dest_(dest), mask_(mask), tos_(tos), nextHop_(nextHop) {}
-  /// Parses the form that it prints (Mav::Value); RangeException otherwise.
   IpCidrRouteTableIndex(char const*& from, char const* to)
       : IpCidrRouteTableIndex(Mav::parsedStrep<IpCidrRouteTableIndex>(from, to)) {}
 

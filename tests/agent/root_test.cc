@@ -73,9 +73,9 @@ void RootTest::change(std::mt19937& random) {
       dir_->intfStatusIs(id(intf), link, true);
       return;
     case 1:
-      return config_->intfIs(id(intf))->addrWithMaskIs(v4("10.0.0." + number + "/32"));
+      return config_->intfIs(id(intf))->addressIs(v4("10.0.0." + number + "/32"));
     case 2:
-      return status_->intfIs(id(intf))->activeAddrWithMaskIs(v4("10.0.0." + number + "/32"));
+      return status_->intfIs(id(intf))->addressIs(v4("10.0.0." + number + "/32"));
     case 3:
       neighbours_->arpIntfStatusIs(intf)->arpEntryIs(
           {Dovel::IpAddr("10.0.1." + number), Dovel::EthAddr("02:00:00:00:00:01"), false});

@@ -24,7 +24,6 @@ class IpIntfConfig : public State::IpIntfAddress<IpIntfConfig> {
   using IpIntfAddress::IpIntfAddress;
 
   Dovel::IpAddrWithMask const& addrWithMask() const { return address(); }
-  void addrWithMaskIs(Dovel::IpAddrWithMask const& addrWithMask) { addressIs(addrWithMask); }
 };
 
 /// In the order of the IntfIds: all of a link stand together, its own first.

@@ -26,8 +26,7 @@ class IpIntfAddress : public Mav::Entity {
   /// 0.0.0.0/0 while the interface has none. The kernel gives no interface 0.0.0.0, nor do the
   /// tables (Pondo::Address4Table).
   Dovel::IpAddrWithMask const& address() const { return address_; }
-  /// Announces a change; the same value again does nothing. The class itself calls it by the name
-  /// that its attribute has.
+  /// Announces a change; the same value again does nothing.
   void addressIs(Dovel::IpAddrWithMask const& address) {
     this->store(address_, address, addressAttributeId, Intf::onAddress);
   }

@@ -22,9 +22,6 @@ class IpIntfStatus : public State::IpIntfAddress<IpIntfStatus> {
   using IpIntfAddress::IpIntfAddress;
 
   Dovel::IpAddrWithMask const& activeAddrWithMask() const { return address(); }
-  void activeAddrWithMaskIs(Dovel::IpAddrWithMask const& activeAddrWithMask) {
-    addressIs(activeAddrWithMask);
-  }
 };
 
 /// In the order of the IntfIds, as Ip::Config.
