@@ -2,8 +2,6 @@
 // A forwarding table and interfaces in memory, the state machine on top under a clock that the test
 // turns, and what its table shows as text.
 
-#include <bit>
-
 #include "agent/ip_route_table_sm.h"
 #include "tests/agent/device_fixture.h"
 #include "tests/support/simulated_fib.h"
@@ -46,11 +44,9 @@ class RouteFixture : public DeviceFixture {
     Texts texts;
     for (auto row = std::as_const(*mib_).ipCidrRouteTableIterator(); row; ++row) {
       auto const& key = row.key();
-      Dovel::Prefix const destination(key.dest(),
-                                      static_cast<unsigned>(std::popcount(key.mask().value())));
       EXPECT_EQ(key.tos(), 0U);
-      texts.push_back(destination.stringValue() + ' ' + key.nextHop().stringValue() + ' ' +
-                      std::to_string(row->ifIndex()));
+      texts.push_back(Dovel::Prefix(key.dest(), key.length()).stringValue() + ' ' +
+                      key.nextHop().stringValue() + ' ' + std::to_string(row->ifIndex()));
     }
     return texts;
   }

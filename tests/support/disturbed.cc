@@ -1,9 +1,7 @@
-// For LD_PRELOAD: operator new fails now and then, and the clock is set. The file $DISTURBED holds
-// what the test wants, read at each call. Only C++ code calls operator new; in snmpd that is the
-// module.
+// operator new fails now and then, and the clock is set: in a program that links this, or by
+// LD_PRELOAD. Then the file $DISTURBED holds what the test wants, read at each call. Only C++ code
+// calls operator new; in snmpd that is the module.
 
-#include <atomic>
-#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <new>
@@ -11,6 +9,8 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+
+#include "tests/support/failing_allocations.h"
 
 namespace {
 
@@ -20,31 +20,33 @@ struct Wanted {
   std::atomic<std::int64_t> seconds;  // what is added to CLOCK_REALTIME
 };
 
-Wanted* mapped() {
+Wanted& mapped() {
+  static Wanted own{};
   char const* const file = std::getenv("DISTURBED");
   int const fd = file ? open(file, O_RDWR | O_CLOEXEC) : -1;
-  if (fd < 0) return nullptr;
+  if (fd < 0) return own;
   void* const at = mmap(nullptr, sizeof(Wanted), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  return at == MAP_FAILED ? nullptr : static_cast<Wanted*>(at);
+  return at == MAP_FAILED ? own : *static_cast<Wanted*>(at);
 }
 
-Wanted* wanted() {
-  static Wanted* const once = mapped();
+Wanted& wanted() {
+  static Wanted& once = mapped();
   return once;
 }
 
-bool isToFail(Wanted& wanted) {
+bool isToFail() {
   static std::atomic<unsigned> state{1};
-  unsigned const number = wanted.oneOf;
+  unsigned const number = wanted().oneOf;
   if (number != 0 && (state = state * 1664525U + 1013904223U) / 65536U % number == 0) return true;
-  return wanted.calls != 0 && --wanted.calls == 0;
+  return callsUntilFailure() != 0 && --callsUntilFailure() == 0;
 }
 
 }  // namespace
 
+std::atomic<std::uint32_t>& callsUntilFailure() { return wanted().calls; }
+
 void* operator new(std::size_t size) {
-  bool const fails = wanted() != nullptr && isToFail(*wanted());
-  void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+  void* const memory = isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (memory != nullptr) return memory;
   if (auto const handler = std::get_new_handler()) handler();
   throw std::bad_alloc();
@@ -57,6 +59,6 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
   using Function = int (*)(clockid_t, timespec*);
   static auto const real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "clock_gettime"));
   int const result = real(clock, time);
-  if (clock == CLOCK_REALTIME && wanted() != nullptr) time->tv_sec += wanted()->seconds;
+  if (clock == CLOCK_REALTIME) time->tv_sec += wanted().seconds;
   return result;
 }

@@ -228,8 +228,9 @@ class Disturbed:
     def __init__(self, router):
         directory = router.fresh_dir("disturbed", readable=True)
         library, self._file = directory / "disturbed.so", directory / "wanted"
-        source = pathlib.Path(__file__).resolve().parents[1] / "support/disturbed.cc"
-        subprocess.run(["c++", "-O1", "-shared", "-fPIC", "-o", library, source], check=True)
+        root = pathlib.Path(__file__).resolve().parents[2]
+        subprocess.run(["c++", "-O1", "-shared", "-fPIC", f"-I{root}", "-o", library,
+                        root / "tests/support/disturbed.cc"], check=True)
         self._file.write_bytes(bytes(16))
         self._file.chmod(0o666)
         self.env = {"LD_PRELOAD": library, "DISTURBED": self._file}

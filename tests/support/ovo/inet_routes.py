@@ -4,6 +4,7 @@ routes of both families."""
 from typing import NamedTuple
 
 from ovo.kernel_routes import LINK_LOCAL, in_use, is_zoned
+from ovo.routes import signed
 from ovo.tables import EVERY_TABLE, SCALARS, Tree
 
 INET_ROUTE = EVERY_TABLE["inetCidrRouteTable"]
@@ -44,10 +45,6 @@ def _index(network, zone, hop, if_index):
     return (*dest, network.prefixlen, 2, 0, 0, hop_type, *hop_octets)
 
 
-def _signed(number):
-    return number - (1 << 32) if number >= 1 << 31 else number
-
-
 def expected(routes4, routes6, nexthops, links):
     """The rows by index. `links`: index by name."""
     rows = {}
@@ -63,7 +60,7 @@ def expected(routes4, routes6, nexthops, links):
 
 def _rows(network, zone, route, kind, vias, links):
     protocol = PROTOCOLS.get(route.get("protocol", "boot"), OTHER)
-    metric = _signed(route.get("metric", 0))
+    metric = signed(route.get("metric", 0))
     if kind in REFUSED:
         yield Row(_index(network, zone, None, 0), 0, REFUSED[kind], protocol, metric)
     elif kind == "unicast":

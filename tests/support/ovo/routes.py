@@ -4,7 +4,9 @@ A million rows are compared as they are encoded: the model's rows are a stream o
 column, and so is what the agent answers. Only what differs is decoded.
 """
 
+import functools
 import ipaddress
+import itertools
 from typing import NamedTuple
 
 from ovo import ber
@@ -72,18 +74,6 @@ def expected(listed, nexthops, links):
     return [rows[key] for key in sorted(rows)]
 
 
-class _Remembering(dict):
-    """Values of a function, each computed once."""
-
-    def __init__(self, function):
-        super().__init__()
-        self._function = function
-
-    def __missing__(self, key):
-        self[key] = value = self._function(key)
-        return value
-
-
 # The columns that differ from row to row; the others are constants.
 VARYING = (5, 7, 11, 12)
 _ARC = [ber.oid_body((0, 0, number))[1:] for number in range(256)]
@@ -97,10 +87,10 @@ def tree(rows):
 def _values(row):
     """In the order of the columns."""
     return (octets(row.dest), octets(row.mask), 0, octets(row.next_hop), row.if_index, 1,
-            row.protocol, -1, (0, 0), 0, _signed(row.metric), row.preference, -1, -1, -1, 1)
+            row.protocol, -1, (0, 0), 0, signed(row.metric), row.preference, -1, -1, -1, 1)
 
 
-def _signed(number):
+def signed(number):
     return number - (1 << 32) if number >= 1 << 31 else number
 
 
@@ -109,22 +99,22 @@ def _arcs(number):
     return _ARC[a] + _ARC[b] + _ARC[c] + _ARC[d]
 
 
-_FEW = _Remembering(_arcs)  # masks and next hops
+_few = functools.cache(_arcs)  # masks and next hops
 
 
 def indexes(rows):
     """The index of each row, encoded."""
-    return [_arcs(row.dest) + _FEW[row.mask] + b"\0" + _FEW[row.next_hop] for row in rows]
+    return [_arcs(row.dest) + _few(row.mask) + b"\0" + _few(row.next_hop) for row in rows]
 
 
 def bindings(number, rows, encoded_indexes):
     """A column as the agent should answer it: one encoded binding a row."""
     head = ber.oid_body((*ROUTE.oid, 1, number))
     kind = ROUTE.columns[number - 1].kind
-    encoded = _Remembering(lambda value: ber.encode_value(kind, value))
+    encoded = functools.cache(lambda value: ber.encode_value(kind, value))
     result = []
     for row, index in zip(rows, encoded_indexes):
-        value = encoded[_values(row)[number - 1]]
+        value = encoded(_values(row)[number - 1])
         name = len(head) + len(index)
         result.append(bytes((0x30, name + 2 + len(value), 0x06, name)) + head + index + value)
     return result
@@ -173,13 +163,8 @@ class ColumnWalk:
         if shown == wanted[:len(shown)] and len(wanted) == len(shown):
             return []
         return [f"row {at + place}: {one or 'nothing'}, expected {other or 'the end'}"
-                for place, (one, other) in enumerate(_pairs(shown, wanted))
+                for place, (one, other) in enumerate(itertools.zip_longest(shown, wanted))
                 if one != other][:most]
-
-
-def _pairs(a, b):
-    longest = max(len(a), len(b))
-    return zip(a + [None] * (longest - len(a)), b + [None] * (longest - len(b)))
 
 
 def differences(client, rows, columns=range(1, 17)):
