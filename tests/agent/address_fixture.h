@@ -4,6 +4,7 @@
 #include "agent/ip6_intf_reactor.h"
 #include "agent/ip_address_reactors.h"
 #include "agent/ip_intf_reactor.h"
+#include "model/typed_inet_address.h"
 #include "tests/agent/device_fixture.h"
 
 class AddressFixture : public DeviceFixture {
@@ -55,8 +56,7 @@ class AddressFixture : public DeviceFixture {
   }
 
   static std::string addressText(Ip::IpVersion version, Snmp::String const& bytes) {
-    if (version == Ip::ipVersion4) return octets<Dovel::IpAddr>(bytes).stringValue();
-    return octets<Dovel::Ip6Addr>(bytes).stringValue();
+    return IpSnmp::TypedInetAddress(version, {bytes.data(), bytes.size()}).stringValue();
   }
 
   Mav::Activity activity_;
@@ -66,13 +66,4 @@ class AddressFixture : public DeviceFixture {
   Mav::Ptr<Ip::Status> status_ = Mav::makeObject<Ip::Status>();
   Mav::Ptr<Ip6::Config> config6_ = Mav::makeObject<Ip6::Config>();
   Mav::Ptr<Ip6::Status> status6_ = Mav::makeObject<Ip6::Status>();
-
- private:
-  template <class Addr>
-  static Addr octets(Snmp::String const& bytes) {
-    typename Addr::Octets octets{};
-    EXPECT_EQ(bytes.size(), octets.size());
-    std::copy_n(bytes.begin(), std::min(bytes.size(), octets.size()), octets.begin());
-    return Addr(octets);
-  }
 };

@@ -2,7 +2,6 @@
 // Interfaces made of plain entities, and what the state machines on top of them trace.
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -11,6 +10,7 @@
 #include "agent/trace.h"
 #include "platform/state/entities/all_intf_status_dir.h"
 #include "platform/state/entities/intf_details_provider.h"
+#include "tests/support/log_lines.h"
 
 using Texts = std::vector<std::string>;
 
@@ -34,18 +34,14 @@ class DeviceFixture : public testing::Test, public Intf::IntfDetailsProvider {
 /// The state machines' lines up to `levelMax`, without the head that names file and line.
 class AgentLines {
  public:
-  explicit AgentLines(int levelMax) : levelMax_(levelMax) {
-    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) {
-      lines_.emplace_back(line.substr(line.find(' ', line.find(' ') + 1) + 1));
-    });
-    enable(true);
-  }
-  ~AgentLines() {
-    enable(false);
-    Mav::traceSinkIs({});
-  }
+  explicit AgentLines(int levelMax) : levelMax_(levelMax) { enable(true); }
+  ~AgentLines() { enable(false); }
   /// What was written since the last call.
-  Texts take() { return std::exchange(lines_, {}); }
+  Texts take() {
+    auto texts = lines_.take();
+    for (auto& text : texts) text.erase(0, text.find(' ', text.find(' ') + 1) + 1);
+    return texts;
+  }
 
  private:
   void enable(bool on) {
@@ -54,5 +50,5 @@ class AgentLines {
     }
   }
   int const levelMax_;
-  Texts lines_;
+  LogLines lines_;
 };

@@ -11,11 +11,11 @@
 #include <gmock/gmock.h>
 
 #include "platform/mav/time.h"
-#include "platform/mav/trace_handle.h"
 #include "stats/stats_file.h"
 #include "stats/stats_scan.h"
 #include "stats/sw_fwd_stats.h"
 #include "tests/stats/stats_texts.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/scratch_dir.h"
 
 namespace Ip {
@@ -27,11 +27,9 @@ class SwFwdStatsFixture : public testing::Test {
     ::setenv("PROC_NET_NETSTAT", path("netstat").c_str(), 1);
     ::setenv("PROC_NET_SNMP6", path("snmp6").c_str(), 1);
     forgetStatsPaths();
-    Mav::traceSinkIs([this](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
   }
 
   ~SwFwdStatsFixture() override {
-    Mav::traceSinkIs({});
     for (char const* name : {"PROC_NET_SNMP", "PROC_NET_NETSTAT", "PROC_NET_SNMP6"}) {
       ::unsetenv(name);
     }
@@ -58,14 +56,13 @@ class SwFwdStatsFixture : public testing::Test {
   /// The trace lines since the last call, without handle, level, file and line: "doRead: TEXT".
   std::vector<std::string> traced() {
     std::vector<std::string> texts;
-    for (std::string const& line : lines) texts.push_back(line.substr(line.find("doRead: ")));
-    lines.clear();
+    for (auto const& line : lines.take()) texts.push_back(line.substr(line.find("doRead: ")));
     return texts;
   }
 
   ScratchDir dir;
   Mav::SimulatedTime time;
-  std::vector<std::string> lines;
+  LogLines lines;
   Mav::Ptr<SwFwdStats> v4 = swFwdStatsFactory(ipVersion4);
   Mav::Ptr<SwFwdStats> v6 = swFwdStatsFactory(ipVersion6);
 };

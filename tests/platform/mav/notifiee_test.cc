@@ -11,8 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/mav/memory_failure.h"
-#include "platform/mav/trace_handle.h"
 #include "tests/platform/mav/counter_entity.h"
+#include "tests/support/log_lines.h"
 
 namespace {
 
@@ -82,8 +82,7 @@ TEST_F(NotifieeTest, memoryThatRunsOutInAHandlerIsNoted) {
 }
 
 TEST_F(NotifieeTest, exceptionsThatNobodyTakesAreTraced) {
-  std::vector<std::string> lines;
-  Mav::traceSinkIs([&](Mav::Severity, std::string_view line) { lines.emplace_back(line); });
+  LogLines lines;
   a->throwsAgain = true;
   a->action = [] { throw std::runtime_error("first"); };
   b->action = [&] {
@@ -91,9 +90,9 @@ TEST_F(NotifieeTest, exceptionsThatNobodyTakesAreTraced) {
     throw std::runtime_error("orphan");
   };
   EXPECT_THAT(change(), ElementsAre("a", "a threw first in value", "b", "c"));
-  Mav::traceSinkIs({});
-  EXPECT_THAT(lines, ElementsAre(HasSubstr("exception in handler of attribute 258: again"),
-                                 HasSubstr("exception in handler of attribute 258: orphan")));
+  EXPECT_THAT(lines.take(),
+              ElementsAre(HasSubstr("exception in handler of attribute 258: again"),
+                          HasSubstr("exception in handler of attribute 258: orphan")));
 }
 
 TEST_F(NotifieeTest, handlersMayDestroyThemselvesAndOthers) {

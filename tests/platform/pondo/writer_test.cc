@@ -29,10 +29,8 @@ struct WriterTest : testing::Test {
   /// "NAME=IFINDEX" of every link; ends the writer, as a process may have only one of the two.
   std::vector<std::string> linksAfterwards() {
     writer.reset();
-    Reader const reader(runDir);
-    auto const snapshot = reader.snapshot();
     std::vector<std::string> found;
-    snapshot.scan<LinkTable>("", 1'000, [&](Dovel::IntfId const& id, auto const& record) {
+    Reader(runDir).snapshot().scan<LinkTable>("", 1'000, [&](auto const& id, auto const& record) {
       found.push_back(id.stringValue() + "=" + std::to_string(record.ifIndex));
     });
     return found;
