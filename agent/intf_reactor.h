@@ -9,6 +9,9 @@
 
 #include "agent/ip_address_table_sm.h"
 #include "agent/reactor.h"
+#include "agent/trace.h"
+#include "platform/blipmark/blipmark.h"
+#include "platform/state/entities/intf_details_provider.h"
 
 namespace IpSnmp {
 

@@ -17,9 +17,33 @@ class IpIntfReactor : public IntfReactor<React, Entity, source> {
   }
 
   /// Withdraws, then hands over; no effect without an interface status.
-  void handleAddr() final;
+  void handleAddr() final {
+    static auto const signature = this->signature("::handleAddr()");
+    Blipmark::Timer const blip(signature.c_str());
+    auto const& intf = this->intfId();
+    MAV_TRACE(agentTraceHandle(), 8, signature << " for " << intf);
+    // What comes meanwhile is handed over with the status.
+    if (!this->intfStatus()) {
+      MAV_TRACE(agentTraceHandle(), 8, "no intfStatus");
+      return;
+    }
+    auto* const sm = this->ipAddressTableSm();
+    // Also where it is the same address: with another interface status it may have another ifIndex.
+    if (!oldAddress_.address().isUnspecified()) sm->doDelAddr(intf, source, oldAddress_);
+    // 0.0.0.0 is passed over by the state machine: an interface may have no address.
+    auto const current = this->notifier()->address();
+    sm->doAddAddr(intf, source, Intf::ifIndex(*this->intfStatus()), current);
+    oldAddress_ = current;
+  }
   /// Withdraws what was handed over last; nothing without an interface status.
-  void handleDel() final;
+  void handleDel() final {
+    static auto const signature = this->signature("::handleDel()");
+    Blipmark::Timer const blip(signature.c_str());
+    // Meant so: without a status nothing is withdrawn. Whoever fills the entities withdraws
+    // addresses before their interface.
+    if (!this->intfStatus()) return;
+    this->ipAddressTableSm()->doDelAddr(this->intfId(), source, oldAddress_);
+  }
 
  protected:
   /// What was handed over last.

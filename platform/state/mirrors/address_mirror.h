@@ -160,7 +160,7 @@ class AddressMirror : public TableMirror<Table> {
   bool wantsStatus(Wanted const& want) const { return want.link.operUp && active(want.record); }
 
   /// Takes away what goes, while its interface is still there: state machines withdraw nothing of
-  /// one that has no status (agent/ip_intf_reactor.cc).
+  /// one that has no status (agent/ip_intf_reactor.h).
   void withdraw() {
     for (auto const& key : touched_) {
       auto const it = served_.find(key);
