@@ -19,22 +19,12 @@ void serve(Mav::Directory& directory, std::optional<Pondo::ForwardingTable::Reco
   if (!known) directory.mount(Config::path, config);
 }
 
-void serve(Mav::Directory& directory, Pondo::Family family,
-           std::optional<Pondo::ForwardingTable::Record> record) {
-  switch (family) {
-    case Pondo::Family::ipv4:
-      return serve<Routing::Config>(directory, record);
-    case Pondo::Family::ipv6:
-      return serve<Routing6::Config>(directory, record);
-  }
-}
-
 }  // namespace
 
 ForwardingMirror::~ForwardingMirror() {
   // The module has undone its registrations before it lets go of the mirrors (plugin.cc).
-  serve(directory_, Pondo::Family::ipv4, std::nullopt);
-  serve(directory_, Pondo::Family::ipv6, std::nullopt);
+  serve<Routing::Config>(directory_, std::nullopt);
+  serve<Routing6::Config>(directory_, std::nullopt);
 }
 
 bool ForwardingMirror::changesMounts() const {
@@ -45,7 +35,13 @@ bool ForwardingMirror::changesMounts() const {
 void ForwardingMirror::apply(Phase phase) {
   // A flag hangs on no interface: any phase would do.
   if (phase != Phase::announce) return;
-  for (auto const& delta : deltas()) serve(directory_, delta.key, delta.after);
+  for (auto const& [family, before, after] : deltas()) {
+    if (family == Pondo::Family::ipv4) {
+      serve<Routing::Config>(directory_, after);
+    } else {
+      serve<Routing6::Config>(directory_, after);
+    }
+  }
 }
 
 }  // namespace State
