@@ -1,6 +1,8 @@
 #include "handlers/ip_conversions.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include <absl/container/inlined_vector.h>
 
@@ -17,42 +19,26 @@ std::int32_t asnInteger(int value, unsigned char* buffer, std::int32_t size) {
   return Snmp::SnmpConvert<int, Snmp::S32ToAsnIntegerF>(value, buffer, size);
 }
 
-/// IANAipRouteProtocol (IANA-RTPROTO-MIB). The protocol map is that of ipCidrRouteProto, which
-/// knows fewer.
-int inetProtocol(Routing::Fib::RouteType routeType) {
-  using namespace Routing::Fib;
-  constexpr int dhcp = 19;  // newer than IpRouteProtocol
-  switch (routeType) {
+/// IANAipRouteProtocol (IANA-RTPROTO-MIB), of which the protocol map, that of ipCidrRouteProto,
+/// knows fewer. Any other type is other(1).
+constexpr std::pair<Routing::Fib::RouteType, int> inetProtocols[] = {
     // local(2): of the kernel itself, as the routes of an interface's own prefixes.
-    case routeTypeConnected:
-      return ipRouteProtocolLocal;
+    {Routing::Fib::routeTypeConnected, ipRouteProtocolLocal},
     // netmgmt(3): static routes (IANA-RTPROTO-MIB).
-    case routeTypeStatic:
-      return ipRouteProtocolNetmgmt;
-    case routeTypeRedirect:
-      return ipRouteProtocolIcmp;
-    case routeTypeRip:
-      return ipRouteProtocolRip;
-    case routeTypeIsIs:
-      return ipRouteProtocolIsIs;
-    case routeTypeOspf:
-    case routeTypeOspfInterArea:
-    case routeTypeOspfExternal1:
-    case routeTypeOspfExternal2:
-    case routeTypeOspfNssaExternal1:
-    case routeTypeOspfNssaExternal2:
-      return ipRouteProtocolOspf;
-    case routeTypeBgp:
-    case routeTypeInternalBgp:
-      return ipRouteProtocolBgp;
-    case routeTypeEigrp:
-      return ipRouteProtocolCiscoEigrp;
-    case routeTypeDhcp:
-      return dhcp;
-    default:
-      return ipRouteProtocolOther;
-  }
-}
+    {Routing::Fib::routeTypeStatic, ipRouteProtocolNetmgmt},
+    {Routing::Fib::routeTypeRedirect, ipRouteProtocolIcmp},
+    {Routing::Fib::routeTypeRip, ipRouteProtocolRip},
+    {Routing::Fib::routeTypeIsIs, ipRouteProtocolIsIs},
+    {Routing::Fib::routeTypeOspf, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeOspfInterArea, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeOspfExternal1, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeOspfExternal2, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeOspfNssaExternal1, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeOspfNssaExternal2, ipRouteProtocolOspf},
+    {Routing::Fib::routeTypeBgp, ipRouteProtocolBgp},
+    {Routing::Fib::routeTypeInternalBgp, ipRouteProtocolBgp},
+    {Routing::Fib::routeTypeEigrp, ipRouteProtocolCiscoEigrp},
+    {Routing::Fib::routeTypeDhcp, 19}};  // newer than IpRouteProtocol
 
 }  // namespace
 
@@ -83,7 +69,10 @@ std::int32_t RouteTypeToAsnInteger(Routing::Fib::RouteType const& routeType, uns
 
 std::int32_t RouteTypeToInetProtocol(Routing::Fib::RouteType const& routeType,
                                      unsigned char* buffer, std::int32_t size) {
-  return asnInteger(inetProtocol(routeType), buffer, size);
+  auto const* const found =
+      std::ranges::find(inetProtocols, routeType, &std::pair<Routing::Fib::RouteType, int>::first);
+  bool const isKnown = found != std::end(inetProtocols);
+  return asnInteger(isKnown ? found->second : ipRouteProtocolOther, buffer, size);
 }
 
 std::int32_t IpAddressPrefixEntryToAsnOid(Mav::Ptr<IpAddressPrefixEntry const> const& entry,

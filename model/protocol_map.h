@@ -23,12 +23,17 @@ class ProtocolMap {
       : ProtocolMap(Mav::parsedStrep<ProtocolMap>(from, to)) {}
 
   /// Nothing for a type that the map does not have: a row says other(1) then.
-  std::optional<IpRouteProtocol> protocol(Routing::Fib::RouteType routeType) const;
+  std::optional<IpRouteProtocol> protocol(Routing::Fib::RouteType routeType) const {
+    auto const found = protocol_.find(routeType);
+    return found == protocol_.end() ? std::nullopt : std::optional(found->second);
+  }
   /// All pairs.
   Map const& protocol() const { return protocol_; }
 
   /// Inserts or replaces.
-  void protocolIs(Routing::Fib::RouteType routeType, IpRouteProtocol protocol);
+  void protocolIs(Routing::Fib::RouteType routeType, IpRouteProtocol protocol) {
+    protocol_.insert_or_assign(routeType, protocol);
+  }
   /// No effect when there is none.
   void protocolDel(Routing::Fib::RouteType routeType) { protocol_.erase(routeType); }
   void protocolDelAll() { protocol_.clear(); }
@@ -49,8 +54,10 @@ class ProtocolMap {
   Map protocol_;
 };
 
-/// The process's one instance, empty until the route state machine fills it. Built while the
-/// library is loaded.
-ProtocolMap& protocolMap();
+/// The process's one instance, empty until the route state machine fills it.
+inline ProtocolMap& protocolMap() {
+  static ProtocolMap map;
+  return map;
+}
 
 }  // namespace IpSnmp
