@@ -12,10 +12,8 @@ using testing::ElementsAre;
 
 class ArpTableSmTest : public DeviceFixture {
  protected:
-  void neighbour(char const* intf, char const* addr, char const* ethAddr = "02:00:00:00:00:01",
-                 bool isStatic = false) {
-    status_->arpIntfStatusIs(intf)->arpEntryIs(
-        {Dovel::IpAddr(addr), Dovel::EthAddr(ethAddr), isStatic});
+  void neighbour(char const* intf, char const* addr) {
+    status_->arpIntfStatusIs(intf)->arpEntryIs({Dovel::IpAddr(addr), {}, false});
   }
   void neighbourGone(char const* intf, char const* addr) {
     status_->arpIntfStatus(intf)->arpEntryDel(Dovel::IpAddr(addr));
