@@ -14,8 +14,8 @@
 #include "kelbase/ctl/check/check.h"
 #include "kelbase/ctl/load.h"
 #include "kelbase/ctl/show.h"
+#include "kelbase/ctl/shown_table.h"
 #include "kelbase/ctl/status.h"
-#include "kelbase/ctl/table_view.h"
 #include "kelbase/ctl/words.h"
 #include "platform/pondo/environment/run_dir.h"
 
@@ -127,7 +127,7 @@ class CommandLine {
   void addShow() {
     CLI::App& added = addCommand("show", "Show what a table holds", showExamples, [this] {
       return table_.empty() ? showTables(context_, json_)
-                            : show(context_, runDir_, *findTableView(table_), question_, json_);
+                            : show(context_, runDir_, *findShownTable(table_), question_, json_);
     });
     added.add_option("TABLE", table_, "Table to show; without it, which tables there are")
         ->type_name("");
@@ -188,7 +188,7 @@ class CommandLine {
 
 std::vector<std::string> parsed(std::vector<std::string> arguments) {
   std::vector<std::string_view> tables;
-  for (TableView const& view : tableViews()) tables.push_back(view.name);
+  for (ShownTable const& table : shownTables()) tables.push_back(table.name);
   // Before CLI11 sees them: it takes the names of commands whole alone.
   arguments = inFull(std::move(arguments), commandNames, tables);
   std::ranges::reverse(arguments);  // CLI11 takes them from the back

@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-#include "kelbase/ctl/table_view.h"
+#include "kelbase/ctl/shown_table.h"
 
 namespace Kelbase::Ctl {
 

@@ -17,8 +17,8 @@ constexpr std::array<Column, 2> listColumns{{{"TABLE", "name"}, {"HOLDS", "holds
 
 int showTables(Context const& context, bool json) {
   std::vector<Row> rows;
-  for (TableView const& view : tableViews()) {
-    rows.push_back({std::string(view.name), std::string(view.help)});
+  for (ShownTable const& table : shownTables()) {
+    rows.push_back({std::string(table.name), std::string(table.help)});
   }
   auto const output = rowOutput(context.out, listColumns, json);
   output->write(rows);
@@ -26,10 +26,10 @@ int showTables(Context const& context, bool json) {
   return exitOk;
 }
 
-int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
+int show(Context const& context, std::filesystem::path const& runDir, ShownTable const& table,
          RouteQuestion const& question, bool json) {
   Pondo::Reader const reader(runDir);
-  auto const output = rowOutput(context.out, view.columns, json);
+  auto const output = rowOutput(context.out, table.columns, json);
   // A question that no route answers is an answer too: scripts see it by the exit code.
   bool shown = false;
   std::vector<Row> rows;
@@ -39,14 +39,14 @@ int show(Context const& context, std::filesystem::path const& runDir, TableView 
     // A snapshot for each slice: an output that stands still (a pager) must not keep the publisher
     // from using pages again.
     from = question.isAsked() ? readRoutesAsked(reader.snapshot(), question, *from, rows)
-                              : view.readSlice(reader.snapshot(), *from, rows);
+                              : table.readSlice(reader.snapshot(), *from, rows);
     shown = shown || !rows.empty();
     output->write(rows);
   }
   output->end();
   // Told last, and on the error stream: the rows stay what a script can read.
   if (reader.malformed() > 0) {
-    context.err << "kelbasectl: " << view.name << ": " << reader.malformed()
+    context.err << "kelbasectl: " << table.name << ": " << reader.malformed()
                 << (reader.malformed() == 1 ? " record" : " records")
                 << " not well-formed, left out\n";
   }

@@ -5,13 +5,13 @@
 #include <filesystem>
 
 #include "kelbase/ctl/context.h"
-#include "kelbase/ctl/route_view.h"
+#include "kelbase/ctl/shown_routes.h"
 
 namespace Kelbase::Ctl {
 
 /// Pondo::EnvironmentException when the tables cannot be read. exitError when no route answers the
 /// question.
-int show(Context const& context, std::filesystem::path const& runDir, TableView const& view,
+int show(Context const& context, std::filesystem::path const& runDir, ShownTable const& table,
          RouteQuestion const& question, bool json);
 
 /// Prints which tables there are.

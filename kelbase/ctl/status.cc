@@ -32,22 +32,22 @@ constexpr std::array<Column, 3> tableColumns{{
     {"MALFORMED", "malformed"},
 }};
 
-Status::Table countTable(Pondo::Reader const& reader, TableView const& view) {
+Status::Table countTable(Pondo::Reader const& reader, ShownTable const& table) {
   std::size_t wellFormed = 0;
   auto const malformedBefore = reader.malformed();
   std::optional<std::string> from = "";
   // A snapshot for each slice: a million records take a while, and the publisher needs the pages.
-  while (from) from = view.countSlice(reader.snapshot(), *from, wellFormed);
+  while (from) from = table.countSlice(reader.snapshot(), *from, wellFormed);
   auto const malformed = static_cast<std::size_t>(reader.malformed() - malformedBefore);
-  return {view.name, wellFormed + malformed, malformed};
+  return {table.name, wellFormed + malformed, malformed};
 }
 
 void readTables(Status& status) {
   Pondo::Reader const reader(status.runDir);
   // Of before the counting: what is counted is of this generation or of later ones.
   std::uint64_t const generation = reader.snapshot().generation();
-  for (TableView const& view : tableViews()) status.tables.push_back(countTable(reader, view));
-  // Shown as no tables of their own (TableView), and counted for `check` alone.
+  for (ShownTable const& table : shownTables()) status.tables.push_back(countTable(reader, table));
+  // Shown as no tables of their own (ShownTable), and counted for `check` alone.
   status.addresses4 = reader.snapshot().count(Pondo::TableId::address4);
   status.resolvedNeighbours = reader.snapshot().count(Pondo::TableId::neighbour4);
   // Set when all has been read: without it nothing of the tables is shown.

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "kelbase/ctl/context.h"
-#include "kelbase/ctl/table_view.h"
+#include "kelbase/ctl/shown_table.h"
 #include "platform/pondo/environment/reader_report.h"
 #include "platform/pondo/environment/run_dir.h"
 

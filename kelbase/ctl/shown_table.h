@@ -45,9 +45,9 @@ struct Column {
   std::size_t hopsMax = 128;  // that the text tells; the rest is counted
 };
 
-/// One table of an operator's; of the shared ones it may be two. Constants all: a view has no
+/// One table of an operator's; of the shared ones it may be two. Constants all: it has no
 /// state.
-struct TableView {
+struct ShownTable {
   std::string_view name;
   // For `show` without a table, and for usage errors.
   std::string_view help;
@@ -74,9 +74,9 @@ std::optional<std::string> sliceOfTwo(std::string_view from, First const& first,
 }
 
 /// All of them, by name.
-std::span<TableView const> tableViews();
+std::span<ShownTable const> shownTables();
 
 /// Null when there is none. `name` in full: words.h has done with abbreviations.
-TableView const* findTableView(std::string_view name);
+ShownTable const* findShownTable(std::string_view name);
 
 }  // namespace Kelbase::Ctl

@@ -1,4 +1,4 @@
-#include "kelbase/ctl/table_view.h"
+#include "kelbase/ctl/shown_table.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <map>
 #include <utility>
 
-#include "kelbase/ctl/route_view.h"
+#include "kelbase/ctl/shown_routes.h"
 #include "platform/pondo/tables/tables.h"
 
 namespace Kelbase::Ctl {
@@ -164,27 +164,27 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
 }
 
 // In alphabetical order, in which they are told.
-constexpr std::array views{
-    TableView{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
-              &readAddresses, &countSliceOfTwo<Address4, Address6>},
-    TableView{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
-              &countSlice<Pondo::FecTable>},
-    TableView{"forwarding", "whether the host forwards packets, by IP version", forwardingColumns,
-              &readSlice<Forwarding>, &countSlice<Forwarding>},
-    TableView{"links", "the host's interfaces", linkColumns, &readSlice<Link>, &countSlice<Link>},
-    TableView{"neighbours", "the IPv4 and IPv6 neighbours of the interfaces", neighbourColumns,
-              &readNeighbours, &countSlice<Neighbour>},
-    TableView{"routes", "the IPv4 and IPv6 routes of the main table, one a prefix", routeColumns,
-              &readRoutes, &countSliceOfTwo<Pondo::RouteTable, Pondo::Route6Table>},
+constexpr std::array tables{
+    ShownTable{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
+               &readAddresses, &countSliceOfTwo<Address4, Address6>},
+    ShownTable{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
+               &countSlice<Pondo::FecTable>},
+    ShownTable{"forwarding", "whether the host forwards packets, by IP version", forwardingColumns,
+               &readSlice<Forwarding>, &countSlice<Forwarding>},
+    ShownTable{"links", "the host's interfaces", linkColumns, &readSlice<Link>, &countSlice<Link>},
+    ShownTable{"neighbours", "the IPv4 and IPv6 neighbours of the interfaces", neighbourColumns,
+               &readNeighbours, &countSlice<Neighbour>},
+    ShownTable{"routes", "the IPv4 and IPv6 routes of the main table, one a prefix", routeColumns,
+               &readRoutes, &countSliceOfTwo<Pondo::RouteTable, Pondo::Route6Table>},
 };
 
 }  // namespace
 
-std::span<TableView const> tableViews() { return views; }
+std::span<ShownTable const> shownTables() { return tables; }
 
-TableView const* findTableView(std::string_view name) {
-  auto const found = std::ranges::find(views, name, &TableView::name);
-  return found == views.end() ? nullptr : &*found;
+ShownTable const* findShownTable(std::string_view name) {
+  auto const found = std::ranges::find(tables, name, &ShownTable::name);
+  return found == tables.end() ? nullptr : &*found;
 }
 
 }  // namespace Kelbase::Ctl

@@ -1,6 +1,6 @@
 #pragma once
 // Routes and fecs as an operator sees them: a route with its next hops, all routes or those that a
-// question is about. Slices as in table_view.h. Those of IPv4 come first.
+// question is about. Slices as in shown_table.h. Those of IPv4 come first.
 //
 // A route's next hops stand in a record of another table, and are looked up in the same snapshot:
 // row and next hops are of one moment.
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kelbase/ctl/table_view.h"
+#include "kelbase/ctl/shown_table.h"
 
 namespace Kelbase::Ctl {
 
@@ -49,7 +49,7 @@ struct RouteQuestion {
   void toIs(std::string_view address);
 };
 
-/// As TableView::readSlice, here and below.
+/// As ShownTable::readSlice, here and below.
 std::optional<std::string> readRoutes(Pondo::Snapshot const& snapshot, std::string_view from,
                                       std::vector<Row>& rows);
 std::optional<std::string> readFecs(Pondo::Snapshot const& snapshot, std::string_view from,

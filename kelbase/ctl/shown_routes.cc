@@ -1,4 +1,4 @@
-#include "kelbase/ctl/route_view.h"
+#include "kelbase/ctl/shown_routes.h"
 
 #include <algorithm>
 #include <cctype>
