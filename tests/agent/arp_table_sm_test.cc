@@ -15,9 +15,6 @@ class ArpTableSmTest : public DeviceFixture {
   void neighbour(char const* intf, char const* addr) {
     status_->arpIntfStatusIs(intf)->arpEntryIs({Dovel::IpAddr(addr), {}, false});
   }
-  void neighbourGone(char const* intf, char const* addr) {
-    status_->arpIntfStatus(intf)->arpEntryDel(Dovel::IpAddr(addr));
-  }
   void linkGone(std::string_view name) { dir_->intfStatusDel(id(name)); }
 
   /// "IFINDEX ADDRESS".

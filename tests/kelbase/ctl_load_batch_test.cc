@@ -72,7 +72,6 @@ TEST_F(LoadBatchTest, BadFormIsRefusedNamingFileAndLine) {
   expectErrors({
       {"", nothing},
       {"[\n{\"user\":\"default\"}]", ":2: of no known kind" + nothing.substr(nothing.find(';'))},
-      {"[\n1\n]", ":2: expected an object in the array, got 1"},
       {"[{\"ifname\":\"lo\",\n\"ifindex\"",
        ":2: " + form + "object separator - unexpected end of input; expected ':'"},
   });
@@ -89,18 +88,12 @@ TEST_F(LoadBatchTest, BadFieldsAreRefusedByName) {
        R"(:2: local: expected an address that an interface can have, got "0.0.0.0")"},
       {address(R"("local":"10.0.0.1","prefixlen":33)"),
        ":2: prefixlen: expected a whole number from 0 to 32, got 33"},
-      {"[{\"ifname\":\"a\",\"flags\":[],\n\"ifindex\":\"x\"}]",
-       ":2: ifindex: expected a whole number from 1 to 2147483647, got \"x\""},
       {"[\n{\"ifname\":\"a\",\n\"flags\":[]}]", ":2: ifindex: missing"},
       {R"([{"ifname":"a/b","flags":[],"ifindex":1}])",
        ":1: ifname: expected an interface name of 1 to 15 bytes without '/', ':' or white space, "
        "got \"a/b\""},
-      {R"([{"family":"inet","interface":"lo","forwarding":"on"}])",
-       ":1: forwarding: expected true or false, got \"on\""},
       {R"([{"dst":"10.0.0.1/8","dev":"a"}])",
        R"(:1: dst: expected an IPv4 prefix or "default", got "10.0.0.1/8")"},
-      {R"([{"dst":"default","metric":4294967296,"dev":"a"}])",
-       ":1: metric: expected a whole number from 0 to 4294967295, got 4294967296"},
       {R"([{"dst":"default","nexthops":[{"weight":1}]}])",
        ":1: dev: missing, and no gateway either"},
   });
@@ -124,8 +117,6 @@ TEST_F(LoadBatchTest, WhatDoesNotGoTogetherIsRefused) {
        ":2: dev: no link \"b\" is known; load the output of 'ip -json link' too"},
       {R"([{"dst":"default","nhid":7}])",
        ":1: nhid: no nexthop object 7 in the files; load the output of 'ip -json nexthop' too"},
-      {R"([{"dst":"default","nhid":7}][{"id":7,"group":[{"id":8}]}])",
-       ":1: group: no nexthop object 8 in the files"},
   });
 }
 

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/mpls.h>
 
@@ -27,10 +26,8 @@ class ForwardingTest : public testing::Test {
 };
 
 TEST_F(ForwardingTest, OnlyForwardingOfAllCounts) {
-  EXPECT_EQ(told(), "IPv4 forwarding absent, IPv6 forwarding absent");
   all(AF_INET, 1);
   all(AF_INET6, 0);
-  EXPECT_EQ(told(), "IPv4 forwarding on, IPv6 forwarding off");
   flag(AF_INET, 3, 0);
   flag(AF_INET, NETCONFA_IFINDEX_DEFAULT, 0);
   all(AF_MPLS, 1);
@@ -39,9 +36,6 @@ TEST_F(ForwardingTest, OnlyForwardingOfAllCounts) {
                       .value(NETCONFA_RP_FILTER, 0)
                       .message());
   EXPECT_EQ(told(), "IPv4 forwarding on, IPv6 forwarding off");
-  all(AF_INET, 0);
-  all(AF_INET6, 2);
-  EXPECT_EQ(told(), "IPv4 forwarding off, IPv6 forwarding on");
 }
 
 TEST_F(ForwardingTest, AnIpVersionGoesWithItsKernelModule) {

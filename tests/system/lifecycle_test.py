@@ -22,13 +22,19 @@ def test_without_a_publisher_nothing_is_made_up_and_a_later_one_is_found(router)
     assert agent.ask("ipForwarding.0") == FORWARDING
 
 
-def test_the_first_answer_of_a_daemon_that_starts_is_ours(router):
+def test_the_first_answer_of_a_daemon_that_starts_is_ours_and_it_follows(router):
     router.publish()
-    for options in ({}, {"foreground": False, "options": ("-u", "Debian-snmp")}):
+    dropped = ("-u", "Debian-snmp", "-g", "Debian-snmp")
+    for options in ({}, {"foreground": False, "options": dropped}):
         agent = router.agent(up=False, **options)
         while (first := agent.client.ask(dotted((*HEALTH, 1, 0)), timeout=20)) is None:
             pass
         assert first == 1, agent.daemon.text()
+        agent.reload()
+        for on in (True, False):
+            router.forward4(on)
+            expected = FORWARDING if on else NOT_FORWARDING
+            assert eventually(lambda: agent.ask("ipForwarding.0") == expected), expected
 
 
 def test_a_second_file_of_the_module_does_nothing(router):
@@ -72,16 +78,6 @@ def test_what_debians_log_keeps(router):
     assert eventually(lambda: agent.daemon.lines(f"{router.rundir}: "), 7)
     router.publish()
     assert eventually(lambda: agent.daemon.lines("in sync"), 7), agent.daemon.text()
-
-
-def test_a_restarted_publisher_causes_no_flap(router):
-    router.forward4(True)
-    daemon = router.publish()
-    agent = router.agent()
-    assert agent.answers()
-    daemon.stop()
-    router.publish(wait=False)
-    assert stays(lambda: agent.ask("ipForwarding.0") == FORWARDING, 1)
 
 
 def test_times_are_in_the_log_of_a_daemon_that_was_told_to_count(router):

@@ -56,16 +56,13 @@ TEST(String, ordersByLengthThenOctets) {
 
 TEST(String, roundTripsAcrossTheInlineSize) {
   std::mt19937 random(3);
-  std::vector<String> strings;
   for (std::size_t size = 0; size < 40; ++size) {
     std::string bytes(size, '\0');
     for (char& c : bytes) c = static_cast<char>(random());
-    strings.emplace_back(bytes);
-    EXPECT_EQ(strings.back().bytes(), bytes);
-    EXPECT_EQ(strings.back().size(), size);
-    expectStrepRoundTrip(strings.back());
-    String const copy = strings.back();
-    EXPECT_EQ(copy, strings.back());
+    String const string(bytes);
+    EXPECT_EQ(string.bytes(), bytes);
+    EXPECT_EQ(string.size(), size);
+    expectStrepRoundTrip(string);
   }
   EXPECT_EQ(shown(String(std::string_view("\n\0\xffx", 4))), "\\x0a\\x00\\xffx");
 }
