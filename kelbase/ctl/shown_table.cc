@@ -164,7 +164,7 @@ std::optional<std::string> readNeighbours(Pondo::Snapshot const& snapshot, std::
 }
 
 // In alphabetical order, in which they are told.
-constexpr std::array tables{
+constexpr std::array allTables{
     ShownTable{"addresses", "the IPv4 and IPv6 addresses of the interfaces", addressColumns,
                &readAddresses, &countSliceOfTwo<Address4, Address6>},
     ShownTable{"fecs", "the sets of next hops that routes share", fecColumns, &readFecs,
@@ -180,11 +180,11 @@ constexpr std::array tables{
 
 }  // namespace
 
-std::span<ShownTable const> shownTables() { return tables; }
+std::span<ShownTable const> shownTables() { return allTables; }
 
 ShownTable const* findShownTable(std::string_view name) {
-  auto const found = std::ranges::find(tables, name, &ShownTable::name);
-  return found == tables.end() ? nullptr : &*found;
+  auto const found = std::ranges::find(allTables, name, &ShownTable::name);
+  return found == allTables.end() ? nullptr : &*found;
 }
 
 }  // namespace Kelbase::Ctl

@@ -56,7 +56,7 @@ class AddressFixture : public DeviceFixture {
   }
 
   static std::string addressText(Ip::IpVersion version, Snmp::String const& bytes) {
-    return IpSnmp::TypedInetAddress(version, {bytes.data(), bytes.size()}).stringValue();
+    return IpSnmp::TypedInetAddress(unsigned(version), {bytes.data(), bytes.size()}).stringValue();
   }
 
   Mav::Activity activity_;
