@@ -38,6 +38,7 @@ void Routes<Ip>::dumpEnd(bool whole) {
 template <class Ip>
 void Routes<Ip>::replayIs(bool on) {
   isReplay_ = on;
+  replaced_.clear();
   silent_.replayIs(on);
 }
 
@@ -177,6 +178,7 @@ void Routes<Ip>::is(Listed const& listed, RouteRank rank) {
   auto& book = books_.try_emplace(listed.table, sets_).first->second;
   Rules const rules(sets_, isReplay_);
   inZones(listed, [&](Prefix const& prefix, Listed const& one) {
+    if (isReplay_ && rank == RouteRank::replaced) replaced_.insert(prefix);
     auto route = keptOf(one);
     setHops(one, route);
     // A set that is new has no reference until the book holds the route. Only a write forgets sets
@@ -197,7 +199,11 @@ void Routes<Ip>::del(Listed const& listed) {
     // which route is meant. A set that is made for the question alone is forgotten with the next
     // write.
     if constexpr (Ip::version == IpVersion::v6) setHops(one, route);
-    heard(one.table, prefix, rules.remove(book, book.place(prefix), route, one.tellsSiblings));
+    auto outcome = rules.remove(book, book.place(prefix), route, one.tellsSiblings);
+    // What the message of before the dump has replaced here may not be what it had replaced in the
+    // kernel, but another one, which stands.
+    if (isReplay_ && replaced_.contains(prefix)) outcome.mayUncover = true;
+    heard(one.table, prefix, outcome);
   });
 }
 

@@ -116,6 +116,7 @@ class Routes : private Nexthops::Observer {
   absl::flat_hash_set<std::uint32_t> zoneObjects_;
   std::vector<NextHop> hops_;  // its memory is used again
   bool isReplay_ = false;
+  absl::flat_hash_set<Prefix> replaced_;  // of which a route was replaced in this replay
 };
 
 using Routes4 = Routes<Ip4>;

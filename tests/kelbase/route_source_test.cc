@@ -126,6 +126,15 @@ TEST_F(RouteSourceTest, WhatIsReplayedAmongRivalsIsDumpedAgain) {
   EXPECT_EQ(wishes_, "IPv4 routes ");
 }
 
+TEST_F(RouteSourceTest, WhatAReplayHasReplacedAndDeletedIsLookedFor) {
+  routes_.lookWishIs([this](double) { wishes_ += "a look "; });
+  route("10.1.0.0/16", 2);
+  routes_.replayIs(true);
+  route("10.1.0.0/16", 4, 0, NLM_F_REPLACE);  // of another, which the dump did not find any more
+  gone("10.1.0.0/16", 4);
+  EXPECT_EQ(wishes_, "a look ");
+}
+
 TEST_F(RouteSourceTest, SetsMayTurnWhileTheRoutesOfOthersAreWritten) {
   constexpr int many = 30'000;
   auto const prefix = [](int i) { return fmt::format("11.{}.{}.0/24", i / 256, i % 256); };

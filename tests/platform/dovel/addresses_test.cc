@@ -19,7 +19,6 @@ namespace {
 static_assert(std::is_trivially_copyable_v<IpAddr> && sizeof(IpAddr) == 4);
 static_assert(std::is_trivially_copyable_v<Ip6Addr> && sizeof(Ip6Addr) == 16);
 static_assert(std::is_trivially_copyable_v<Prefix> && sizeof(Prefix) == 8);
-static_assert(std::is_trivially_copyable_v<EthAddr> && sizeof(EthAddr) == 6);
 static_assert(IpAddr(IpAddr::Octets{10, 1, 2, 3}) == IpAddr(0x0a010203));
 
 template <class T>
