@@ -30,6 +30,9 @@ class StreamGauge {
   static constexpr double shortDelay = 0.008;
   static constexpr double longDelay = 0.025;  // of one that lasts
   static constexpr double lastsAfter = 0.1;   // seconds
+  /// In a shorter round a routing daemon's bursts, which are 10 ms apart and more, would be missed
+  /// now and then.
+  static constexpr double roundMin = 0.03;  // seconds
   static constexpr double lastingRateMin = 500.0;
   static constexpr double lastingRateMax = 20'000.0;
 
@@ -42,8 +45,7 @@ class StreamGauge {
     at_ = now;
     round_ += static_cast<double>(notifications);
     double const time = now - roundAt_;
-    // A little less: the clock and a timer's delay are rounded.
-    if (time < 0.9 * shortDelay) return;
+    if (time < roundMin) return;
     bool const lasts =
         time < lastsAfter && round_ > lastingRateMin * time && round_ < lastingRateMax * time;
     if (!lasts) lastsSince_ = now;
@@ -56,7 +58,7 @@ class StreamGauge {
 
   double level_ = 0.0;
   double at_ = 0.0;  // when it stood there
-  // Rounds of shortDelay or more: how many came in this one, and since when they have come alike.
+  // How many came in this round, and since when they have come alike.
   double round_ = 0.0;
   double roundAt_ = 0.0;
   double lastsSince_ = 0.0;
