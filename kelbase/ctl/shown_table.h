@@ -45,8 +45,7 @@ struct Column {
   std::size_t hopsMax = 128;  // that the text tells; the rest is counted
 };
 
-/// One table of an operator's; of the shared ones it may be two. Constants all: it has no
-/// state.
+/// One table of an operator's; of the shared ones it may be two. Constants all: it has no state.
 struct ShownTable {
   std::string_view name;
   // For `show` without a table, and for usage errors.

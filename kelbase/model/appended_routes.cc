@@ -8,7 +8,8 @@ RouteOutcome AppendedRoutes::add(Book& book, Place const& place, KernelRoute con
   bool const joins = rank == RouteRank::appended || rank == RouteRank::first;
   if (rank == RouteRank::listed || (!joins && !isReplay_)) return {book.add(place, route, rank)};
   auto const rivals = book.rivals(place, route);
-  // Alone, a route ends right wherever the dump was taken: each message replaces it whole.
+  // Alone, a route that stays ends right wherever the dump was taken: each message replaces it
+  // whole.
   bool const isAmidRivals = isReplay_ && (joins || rivals.size() > 1);
   // It repeats what is there, or tells of another route that differs in what messages leave out.
   bool const isSecond = joins && lookalikes(rivals, route) > 0;

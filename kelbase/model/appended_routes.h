@@ -6,7 +6,8 @@
 // Replayed over a dump that may be newer, all ends right as long as a prefix has but one route of a
 // tos and metric. Among appended ones a replacement, say, hits the wrong one when its own had gone
 // before the dump. And a second route cannot be told from the first where they look the same.
-// isDoubtful says so: a dump tells. Asked by Routes alone. One thread.
+// isDoubtful says so: a dump tells. Where the dump has listed one alone, what messages replace and
+// delete then may be another one: Routes looks for it. Asked by Routes alone. One thread.
 
 #include "kelbase/model/route_book.h"
 
