@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "kelbase/ctl/load_batch.h"
-#include "tests/kelbase/ctl_samples.h"
 
 namespace Kelbase::Ctl {
 namespace {
@@ -44,15 +43,6 @@ class LoadBatchTest : public ::testing::Test {
   std::optional<Kernel> kernel_{std::in_place};
   std::optional<LoadBatch> batch_{std::in_place, *kernel_};
 };
-
-TEST_F(LoadBatchTest, JoinedAndAgreeingFilesAddUp) {
-  read(std::string(R"([{"family":"inet6","interface":"all","forwarding":false}])") +
-       Samples::links + "\n" + Samples::netconf4);
-  read(Samples::addressesUp);
-  finish();
-  EXPECT_EQ(kernel_->links.size(), 3U);
-  EXPECT_EQ(kernel_->forwarding.summary(), "IPv4 forwarding on, IPv6 forwarding off");
-}
 
 TEST_F(LoadBatchTest, AFileLongerThanABufferKeepsItsLines) {
   std::string text = "[";

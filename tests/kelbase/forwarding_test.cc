@@ -3,7 +3,6 @@
 
 #include "kelbase/netlink/decoders.h"
 #include "kelbase/netlink/model_source.h"
-#include "kelbase/publish/forwarding_view.h"
 #include "tests/kelbase/netlink_builder.h"
 
 namespace Kelbase {
@@ -21,7 +20,6 @@ class ForwardingTest : public testing::Test {
   std::string told() const { return source_.summary(); }
 
   Forwarding forwarding_;
-  ForwardingView view_{forwarding_};
   ModelSource<ForwardingDecoder, Forwarding> source_{forwarding_};
 };
 

@@ -20,7 +20,6 @@ std::string const oneMore = ipHeader().substr(0, 223) + " OutTransmits\n" +
 TEST(IpLines, HaveTheColumnsThatTheReaderCountsOff) {
   EXPECT_EQ(ipHeader().size(), 224U);
   EXPECT_EQ(ipLines(oneMore), ipHeader() + numbers);
-  EXPECT_EQ(ipLines(ipHeader() + numbers), ipHeader() + numbers);
   EXPECT_EQ(ipLines("Ip: New FragCreates InReceives\nIp: 7 8 18446744073709551615\n"),
             ipHeader() + "Ip: 0 0 18446744073709551615 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 8\n");
 }

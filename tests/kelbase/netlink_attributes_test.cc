@@ -60,14 +60,8 @@ TEST(NetlinkAttributes, RejectsWhatBreaksItsRule) {
   }
 }
 
-TEST(NetlinkMessage, ShortHeadersAndStrayBytesAreRejected) {
-  auto builder = newLink();
-  builder.cutTo(15);
-  EXPECT_THAT(
-      [&] { builder.message().header<ifinfomsg>(); },
-      testing::ThrowsMessage<BadMessage>("RTM_NEWLINK: header of 15 bytes, expected at least 16"));
-
-  builder = newLink();
+TEST(NetlinkMessage, StrayBytesAreRejected) {
+  auto const builder = newLink();
   std::vector<std::byte> bytes(builder.datagram().begin(), builder.datagram().end());
   bytes.resize(bytes.size() + 5);
   int seen = 0;
