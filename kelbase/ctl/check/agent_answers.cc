@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <sstream>
 
 #include <fmt/format.h>
 #include <served_objects.h>
@@ -23,15 +24,6 @@ bool isBelow(std::string_view oid, std::string_view root) {
   return oid.starts_with(root) && (oid.size() == root.size() || oid[root.size()] == '.');
 }
 
-template <class Number>
-Number numberAt(std::string_view& oid) {
-  Number number{};
-  auto const [end, error] = std::from_chars(oid.data(), oid.data() + oid.size(), number);
-  oid.remove_prefix(static_cast<std::size_t>(end - oid.data()));
-  if (oid.starts_with('.')) oid.remove_prefix(1);
-  return error == std::errc{} ? number : Number{};
-}
-
 /// An entry of nsModuleTable.
 struct Registration {
   std::string name;
@@ -42,31 +34,27 @@ struct Registration {
 /// Of a line ".1.3.6.1.4.1.8072.1.2.1.1.4.CONTEXT.OID.PRIORITY = STRING: NAME" (-On); nothing of
 /// others, and of a context with a name.
 std::optional<Registration> registrationOf(std::string_view line) {
+  // The index of nsModuleTable: a context and an OID with their lengths before them, and a priority
+  // (RFC 2578, section 7.7). A context without a name is its length alone.
+  static std::string const start = fmt::format(".{}.0.", moduleNames);
   constexpr std::string_view equals = " = STRING: ";
   auto const middle = line.find(equals);
-  if (!line.starts_with('.') || middle == line.npos) return std::nullopt;
-  // The index of nsModuleTable: a context and an OID with their lengths before them, and a priority
-  // (RFC 2578, section 7.7).
-  auto index = line.substr(1, middle - 1);
-  if (!isBelow(index, moduleNames) || index.size() == moduleNames.size()) return std::nullopt;
-  index.remove_prefix(moduleNames.size() + 1);
-  if (numberAt<std::size_t>(index) != 0) return std::nullopt;  // a context with a name
-  Registration registration;
-  for (auto left = numberAt<std::size_t>(index); left > 0 && !index.empty(); --left) {
-    if (!registration.oid.empty()) registration.oid += '.';
-    registration.oid += fmt::to_string(numberAt<std::uint64_t>(index));
-  }
-  registration.priority = numberAt<int>(index);
-  registration.name = line.substr(middle + equals.size());
+  if (!line.starts_with(start) || middle == line.npos) return std::nullopt;
+  auto const index = line.substr(start.size(), middle - start.size());
+  auto const oid = index.find('.') + 1;
+  auto const priority = index.rfind('.') + 1;
+  if (oid == priority) return std::nullopt;
+  Registration registration{.name = std::string(line.substr(middle + equals.size())),
+                            .oid = std::string(index.substr(oid, priority - 1 - oid))};
+  std::from_chars(index.data() + priority, index.data() + index.size(), registration.priority);
   std::erase(registration.name, '"');
   return registration;
 }
 
-std::vector<Registration> registrationsOf(std::string_view walked) {
+std::vector<Registration> registrationsOf(std::string const& walked) {
   std::vector<Registration> found;
-  while (!walked.empty()) {
-    auto const line = walked.substr(0, walked.find('\n'));
-    walked.remove_prefix(std::min(walked.size(), line.size() + 1));
+  std::istringstream lines(walked);
+  for (std::string line; std::getline(lines, line);) {
     if (auto registration = registrationOf(line)) found.push_back(std::move(*registration));
   }
   return found;
