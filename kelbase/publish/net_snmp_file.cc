@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
+#include <sstream>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -26,27 +28,16 @@ constexpr std::array<std::string_view, 19> columns{
     "OutDiscards",   "OutNoRoutes",     "ReasmTimeout", "ReasmReqds",  "ReasmOKs",
     "ReasmFails",    "FragOKs",         "FragFails",    "FragCreates"};
 
-std::vector<std::string_view> words(std::string_view line) {
-  std::vector<std::string_view> result;
-  while (!line.empty()) {
-    auto const word = line.substr(0, line.find(' '));
-    if (!word.empty()) result.push_back(word);
-    line.remove_prefix(std::min(line.size(), word.size() + 1));
-  }
-  return result;
+/// Those of the next line; none where it is not whole.
+std::vector<std::string> nextWords(std::istream& text) {
+  std::string line;
+  if (!std::getline(text, line) || text.eof()) return {};
+  std::istringstream words(line);
+  return {std::istream_iterator<std::string>(words), {}};
 }
 
 bool isNumber(std::string_view word) {
   return word.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
-/// Takes the first line off the text; empty when there is no whole one.
-std::string_view takeLine(std::string_view& text) {
-  auto const end = text.find('\n');
-  if (end == std::string_view::npos) return {};
-  auto const line = text.substr(0, end);
-  text.remove_prefix(end + 1);
-  return line;
 }
 
 [[noreturn]] void throwErrno(char const* what) {
@@ -80,8 +71,9 @@ std::string const& ipHeader() {
 
 // By name: a column that a kernel adds, between or behind (OutTransmits), moves no other.
 std::optional<std::string> ipLines(std::string_view text) {
-  auto const names = words(takeLine(text));
-  auto const numbers = words(takeLine(text));
+  std::istringstream lineByLine{std::string(text)};
+  auto const names = nextWords(lineByLine);
+  auto const numbers = nextWords(lineByLine);
   bool const pairs = !names.empty() && names.size() == numbers.size() && names[0] == tag &&
                      numbers[0] == tag && std::all_of(numbers.begin() + 1, numbers.end(), isNumber);
   if (!pairs) return std::nullopt;
