@@ -35,13 +35,9 @@ std::optional<ifaddrmsg> headerOf(NetlinkMessage const& message, std::uint8_t fa
 template <class Addr>
 void checkAddress(NetlinkMessage const& message, Addr const& local, unsigned length) {
   if (local.isUnspecified()) {
-    throw BadMessage(
-        fmt::format("{}: {} is no interface's address", message.name(), local.stringValue()));
+    message.fail(fmt::format("{} is no interface's address", local.stringValue()));
   }
-  if (length > Addr::bits) {
-    throw BadMessage(
-        fmt::format("{}: prefix length {}, expected 0 to {}", message.name(), length, Addr::bits));
-  }
+  checkLength(message, length, Addr::bits);
 }
 
 /// ifa_flags has room for the first eight alone. IFA_F_NOPREFIXROUTE is beyond them.

@@ -64,18 +64,16 @@ Attributes::Attributes(NetlinkMessage const& message, Bytes bytes,
     // Its size is not judged either: a newer kernel may put anything there.
     if (!rule) continue;
     if (!keepsRule(payloadOf(*attribute), rule->size)) {
-      throw BadMessage(fmt::format("{}: {}: {} bytes, expected {}", message.name(), rule->name,
-                                   payloadOf(*attribute).size(), expected(rule->size)));
+      message.fail(fmt::format("{}: {} bytes, expected {}", rule->name,
+                               payloadOf(*attribute).size(), expected(rule->size)));
     }
     // The last of several counts, as to the kernel itself (lib/nlattr.c, nla_parse).
     found_.at(type) = attribute;
   }
-  if (left > 0) {
-    throw BadMessage(fmt::format("{}: {} bytes at its end are no attribute", message.name(), left));
-  }
+  if (left > 0) message.fail(fmt::format("{} bytes at its end are no attribute", left));
   for (auto const& rule : rules) {
     if (rule.isRequired && !found_.at(rule.type)) {
-      throw BadMessage(fmt::format("{}: {} is missing", message.name(), rule.name));
+      message.fail(fmt::format("{} is missing", rule.name));
     }
   }
 }

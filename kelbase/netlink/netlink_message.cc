@@ -55,9 +55,12 @@ std::string NetlinkMessage::name() const {
   return "message type " + std::to_string(type());
 }
 
-void NetlinkMessage::throwShort(std::size_t expected) const {
-  throw BadMessage(name() + ": header of " + std::to_string(payload().size()) +
-                   " bytes, expected at least " + std::to_string(expected));
+void NetlinkMessage::fail(std::string_view problem) const {
+  throw BadMessage(fmt::format("{}: {}", name(), problem));
+}
+
+void NetlinkMessage::failShort(std::size_t expected) const {
+  fail(fmt::format("header of {} bytes, expected at least {}", payload().size(), expected));
 }
 
 std::int32_t checkedIndex(NetlinkMessage const& message, std::int64_t index, std::int32_t min) {
@@ -65,8 +68,11 @@ std::int32_t checkedIndex(NetlinkMessage const& message, std::int64_t index, std
   if (index >= min && index <= std::numeric_limits<std::int32_t>::max()) {
     return static_cast<std::int32_t>(index);
   }
-  throw BadMessage(
-      fmt::format("{}: interface index {}, expected {} or more", message.name(), index, min));
+  message.fail(fmt::format("interface index {}, expected {} or more", index, min));
+}
+
+void checkLength(NetlinkMessage const& message, unsigned length, unsigned max) {
+  if (length > max) message.fail(fmt::format("prefix length {}, expected 0 to {}", length, max));
 }
 
 int errorOf(NetlinkMessage const& message) {

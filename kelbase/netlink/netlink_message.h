@@ -10,6 +10,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include <libmnl/libmnl.h>
@@ -41,6 +42,8 @@ class NetlinkMessage {
 
   /// "RTM_NEWLINK"; "message type 99" where it has no name here.
   std::string name() const;
+  /// BadMessage "NAME: PROBLEM".
+  [[noreturn]] void fail(std::string_view problem) const;
 
   Bytes payload() const {
     return {static_cast<std::byte const*>(mnl_nlmsg_get_payload(header_)),
@@ -52,7 +55,7 @@ class NetlinkMessage {
   Header header() const {
     static_assert(std::is_trivially_copyable_v<Header>);
     Header result;
-    if (payload().size() < sizeof(Header)) throwShort(sizeof(Header));
+    if (payload().size() < sizeof(Header)) failShort(sizeof(Header));
     // The datagram's bytes are no object of that type, and the copy outlives them.
     std::memcpy(&result, payload().data(), sizeof(Header));
     return result;
@@ -66,7 +69,7 @@ class NetlinkMessage {
   }
 
  private:
-  [[noreturn]] void throwShort(std::size_t expected) const;
+  [[noreturn]] void failShort(std::size_t expected) const;
 
   nlmsghdr const* header_;
 };
@@ -93,6 +96,8 @@ constexpr std::uint8_t familyOf(IpVersion version) {
 
 /// The index of a link, at least `min`; BadMessage otherwise.
 std::int32_t checkedIndex(NetlinkMessage const& message, std::int64_t index, std::int32_t min);
+/// BadMessage for the length of a prefix that has more bits than an address of the version.
+void checkLength(NetlinkMessage const& message, unsigned length, unsigned max);
 
 /// The errno that an NLMSG_ERROR or NLMSG_DONE message carries, 0 for none (an acknowledgement, or
 /// a dump that ended well). BadMessage where an NLMSG_ERROR ends before it.

@@ -20,8 +20,8 @@ constexpr std::array nexthopRules{
 
 void readMembers(NetlinkMessage const& message, Bytes group, ListedNexthop& nexthop) {
   if (group.size() % sizeof(nexthop_grp) != 0) {
-    throw BadMessage(fmt::format("{}: NHA_GROUP: {} bytes, expected a multiple of {}",
-                                 message.name(), group.size(), sizeof(nexthop_grp)));
+    message.fail(fmt::format("NHA_GROUP: {} bytes, expected a multiple of {}", group.size(),
+                             sizeof(nexthop_grp)));
   }
   for (; !group.empty(); group = group.subspan(sizeof(nexthop_grp))) {
     nexthop_grp member;
@@ -44,7 +44,7 @@ std::optional<ListedNexthop> NexthopDecoder::read(NetlinkMessage const& message)
   ListedNexthop nexthop;
   nexthop.id = *attributes.value<std::uint32_t>(NHA_ID);
   // 0 stands for "no object" throughout the model.
-  if (nexthop.id == 0) throw BadMessage(message.name() + ": NHA_ID: 0 is no id");
+  if (nexthop.id == 0) message.fail("NHA_ID: 0 is no id");
   if (auto const group = attributes.bytes(NHA_GROUP)) readMembers(message, *group, nexthop);
   nexthop.isBlackhole = attributes.has(NHA_BLACKHOLE);
   nexthop.hop.ifIndex =
@@ -55,8 +55,8 @@ std::optional<ListedNexthop> NexthopDecoder::read(NetlinkMessage const& message)
     nexthop.hop.nextHop = *attributes.address<Dovel::IpAddr>(NHA_GATEWAY);
   } else if (gateway && header.nh_family == AF_INET6) {
     if (gateway->size() != sizeof(Dovel::Ip6Addr::Octets)) {
-      throw BadMessage(fmt::format("{}: NHA_GATEWAY: {} bytes, expected {}", message.name(),
-                                   gateway->size(), sizeof(Dovel::Ip6Addr::Octets)));
+      message.fail(fmt::format("NHA_GATEWAY: {} bytes, expected {}", gateway->size(),
+                               sizeof(Dovel::Ip6Addr::Octets)));
     }
     nexthop.hop.nextHop6 = *attributes.address<Dovel::Ip6Addr>(NHA_GATEWAY);
   }

@@ -98,8 +98,8 @@ void readVia(NetlinkMessage const& message, Bytes via, NextHop& hop) {
   if (header.rtvia_family != AF_INET6) return;
   Dovel::Ip6Addr::Octets octets;
   if (via.size() != sizeof header + octets.size()) {
-    throw BadMessage(fmt::format("{}: RTA_VIA: {} bytes, expected {}", message.name(), via.size(),
-                                 sizeof header + octets.size()));
+    message.fail(
+        fmt::format("RTA_VIA: {} bytes, expected {}", via.size(), sizeof header + octets.size()));
   }
   std::memcpy(octets.data(), via.data() + sizeof header, octets.size());
   hop.nextHop6 = Dovel::Ip6Addr(octets);
@@ -108,15 +108,11 @@ void readVia(NetlinkMessage const& message, Bytes via, NextHop& hop) {
 template <class Ip>
 typename Ip::Destination prefixOf(NetlinkMessage const& message, typename Ip::Addr const& address,
                                   unsigned length) {
-  if (length > Ip::Addr::bits) {
-    throw BadMessage(fmt::format("{}: prefix length {}, expected 0 to {}", message.name(), length,
-                                 unsigned{Ip::Addr::bits}));
-  }
+  checkLength(message, length, Ip::Addr::bits);
   if (address.masked(length) != address) {
     // The kernel has no such route: it refuses host bits in a request, or masks them (IPv6). Two
     // prefixes would mean one row of the table.
-    throw BadMessage(fmt::format("{}: RTA_DST: {}/{} has host bits set", message.name(),
-                                 address.stringValue(), length));
+    message.fail(fmt::format("RTA_DST: {}/{} has host bits set", address.stringValue(), length));
   }
   return {address, length};
 }
@@ -168,8 +164,7 @@ void readPaths(NetlinkMessage const& message, Bytes left, ListedRoute<Ip>& route
     rtnexthop path;
     if (left.size() >= sizeof path) std::memcpy(&path, left.data(), sizeof path);
     if (left.size() < sizeof path || path.rtnh_len < sizeof path || path.rtnh_len > left.size()) {
-      throw BadMessage(fmt::format("{}: RTA_MULTIPATH: {} bytes at its end are no next hop",
-                                   message.name(), left.size()));
+      message.fail(fmt::format("RTA_MULTIPATH: {} bytes at its end are no next hop", left.size()));
     }
     Bytes const nested = left.subspan(sizeof path, path.rtnh_len - sizeof path);
     // The weight less one: no table shows it, but it tells one route from another.
