@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <absl/container/btree_set.h>
+#include <boost/range/iterator_range_core.hpp>
 
 namespace Kelbase {
 
@@ -19,18 +20,7 @@ class Relation {
   using Pair = std::pair<std::uint32_t, std::uint32_t>;
 
   /// Ends with any change of the relation.
-  class Range {
-   public:
-    using Iterator = absl::btree_set<Pair>::const_iterator;
-    Range(Iterator begin, Iterator end) : begin_(begin), end_(end) {}
-    Iterator begin() const { return begin_; }
-    Iterator end() const { return end_; }
-    bool empty() const { return begin_ == end_; }
-
-   private:
-    Iterator begin_;
-    Iterator end_;
-  };
+  using Range = boost::iterator_range<absl::btree_set<Pair>::const_iterator>;
 
   /// A pair that is there already, or is not, changes nothing.
   void insert(std::uint32_t first, std::uint32_t second) { pairs_.insert({first, second}); }
