@@ -17,7 +17,7 @@
 
 #include "kelbase/ctl/load_batch.h"
 #include "kelbase/ctl/progress.h"
-#include "kelbase/publish/kernel_views.h"
+#include "kelbase/publish/table_views.h"
 #include "platform/pondo/environment/reader.h"
 #include "platform/pondo/environment/run_dir.h"
 #include "platform/pondo/environment/writer.h"

@@ -28,7 +28,7 @@
 #include "kelbase/ctl/ip_json.h"
 #include "kelbase/ctl/ip_objects.h"
 #include "kelbase/model/kernel.h"
-#include "kelbase/publish/kernel_views.h"
+#include "kelbase/publish/table_views.h"
 
 namespace Kelbase::Ctl {
 

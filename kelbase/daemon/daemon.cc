@@ -11,9 +11,9 @@
 #include "kelbase/model/trace.h"
 #include "kelbase/netlink/kernel_sources.h"
 #include "kelbase/netlink/netlink_feed.h"
-#include "kelbase/publish/kernel_views.h"
 #include "kelbase/publish/net_snmp_file.h"
 #include "kelbase/publish/publisher.h"
+#include "kelbase/publish/table_views.h"
 
 namespace Kelbase {
 namespace {

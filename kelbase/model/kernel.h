@@ -1,7 +1,7 @@
 #pragma once
 // What the kernel has, as it said last: the model that netlink's decoders or a file fill, and that
 // the published tables are views of. To have a new kind of object published: its struct here, its
-// decoder in kelbase/netlink/kernel_sources.cc, its rows in kelbase/publish/kernel_views.cc.
+// decoder in kelbase/netlink/kernel_sources.cc, its rows in kelbase/publish/table_views.cc.
 //
 // All on one thread. Nothing in it blocks, or knows where it comes from and where it goes.
 //

@@ -18,6 +18,7 @@
 
 #include <absl/functional/function_ref.h>
 
+#include "kelbase/model/kernel.h"
 #include "kelbase/publish/table_view.h"
 
 namespace Kelbase {
@@ -70,5 +71,18 @@ class TableViews {
  private:
   std::vector<std::unique_ptr<TableView>> views_;
 };
+
+/// Whose tables are written: `kelbasectl load` leaves out what its files do not speak of, since a
+/// view would make its table equal to an empty model. Forwarding's always is: its record is what
+/// tells readers that somebody has published here.
+struct KernelParts {
+  bool links = true;
+  bool addresses = true;
+  bool neighbours = true;
+  bool routes = true;  // and next hops
+};
+
+/// `kernel` must outlive them. What is in it already is written by TableViews::writeAll().
+TableViews makeTableViews(Kernel& kernel, KernelParts const& parts = {});
 
 }  // namespace Kelbase

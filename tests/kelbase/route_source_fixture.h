@@ -11,7 +11,7 @@
 #include <linux/if.h>
 
 #include "kelbase/netlink/kernel_sources.h"
-#include "kelbase/publish/kernel_views.h"
+#include "kelbase/publish/table_views.h"
 #include "tests/kelbase/netlink_builder.h"
 #include "tests/kelbase/route_text.h"
 #include "tests/support/scratch_dir.h"

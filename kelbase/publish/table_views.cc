@@ -1,4 +1,4 @@
-#include "kelbase/publish/kernel_views.h"
+#include "kelbase/publish/table_views.h"
 
 #include "kelbase/publish/forwarding_view.h"
 #include "kelbase/publish/link_view.h"
