@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <ostream>
+#include <utility>
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -19,6 +20,7 @@
 namespace Kelbase::Ctl {
 namespace {
 
+using Json = nlohmann::ordered_json;
 using Pondo::Keeping;
 
 constexpr std::array<Column, 2> counterColumns{{
@@ -170,26 +172,24 @@ void printText(Context const& context, Status const& status) {
   if (status.publisher) printCounters(context.out, status.publisher->counters);
 }
 
-nlohmann::ordered_json publisherJson(Pondo::PublisherInfo const& publisher, double now) {
-  nlohmann::ordered_json json{{"name", publisher.name},
-                              {"version", publisher.version},
-                              {"pid", publisher.pid},
-                              {"alive", publisher.alive},
-                              {"exact", publisher.keeping(now) == Keeping::exact},
-                              {"startedAt", publisher.startedAt},
-                              {"seenAt", publisher.seenAt},
-                              {"exactAt", nullptr},
-                              {"ageSeconds", publisher.age(now)},
-                              {"trouble", nullptr},
-                              {"counters", nlohmann::ordered_json::object()}};
-  if (publisher.exactAt) json["exactAt"] = *publisher.exactAt;
-  if (!publisher.trouble.empty()) json["trouble"] = publisher.trouble;
+Json publisherJson(Pondo::PublisherInfo const& publisher, double now) {
+  Json json{{"name", publisher.name},
+            {"version", publisher.version},
+            {"pid", publisher.pid},
+            {"alive", publisher.alive},
+            {"exact", publisher.keeping(now) == Keeping::exact},
+            {"startedAt", publisher.startedAt},
+            {"seenAt", publisher.seenAt},
+            {"exactAt", publisher.exactAt ? Json(*publisher.exactAt) : Json()},
+            {"ageSeconds", publisher.age(now)},
+            {"trouble", publisher.trouble.empty() ? Json() : Json(publisher.trouble)},
+            {"counters", Json::object()}};
   for (auto const& [name, count] : publisher.counters) json["counters"][name] = count;
   return json;
 }
 
-nlohmann::ordered_json readersJson(Pondo::ReaderReports const& reports) {
-  auto array = nlohmann::ordered_json::array();
+Json readersJson(Pondo::ReaderReports const& reports) {
+  auto array = Json::array();
   for (auto const& reader : reports.readers) {
     array.push_back({{"program", reader.program},
                      {"pid", reader.pid},
@@ -208,27 +208,22 @@ char const* originText(Pondo::Origin origin) {
 }
 
 void printJson(Context const& context, Status const& status) {
-  nlohmann::ordered_json json;
-  json["runDir"] = status.runDir.string();
-  json["runDirPresent"] = status.runDirPresent;
-  // Every member is there in every case: a script can tell null from a misspelt name.
-  json["publisher"] = nullptr;
-  if (status.publisher) json["publisher"] = publisherJson(*status.publisher, context.epoch());
-  json["schema"] = nullptr;
-  json["generation"] = nullptr;
-  json["origin"] = nullptr;
-  if (status.generation) {
-    json["schema"] = Pondo::Format::schemaVersion;
-    json["generation"] = *status.generation;
-    json["origin"] = originText(status.origin);
-  }
-  json["readers"] = readersJson(status.readers);
-  json["tables"] = nlohmann::ordered_json::array();
+  auto tables = Json::array();
   for (auto const& [name, records, malformed] : status.tables) {
-    json["tables"].push_back({{"name", name}, {"records", records}, {"malformed", malformed}});
+    tables.push_back({{"name", name}, {"records", records}, {"malformed", malformed}});
   }
-  json["error"] = nullptr;
-  if (!status.error.empty()) json["error"] = status.error;
+  bool const areRead = status.generation.has_value();
+  // Every member is there in every case: a script can tell null from a misspelt name.
+  Json const json{
+      {"runDir", status.runDir.string()},
+      {"runDirPresent", status.runDirPresent},
+      {"publisher", status.publisher ? publisherJson(*status.publisher, context.epoch()) : Json()},
+      {"schema", areRead ? Json(Pondo::Format::schemaVersion) : Json()},
+      {"generation", areRead ? Json(*status.generation) : Json()},
+      {"origin", areRead ? Json(originText(status.origin)) : Json()},
+      {"readers", readersJson(status.readers)},
+      {"tables", std::move(tables)},
+      {"error", status.error.empty() ? Json() : Json(status.error)}};
   context.out << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
