@@ -31,10 +31,6 @@ void Progress::at(std::uint64_t done) {
   double const now = Mav::now();
   if (now < drawNext_) return;
   drawNext_ = now + redrawAfter;
-  draw(done);
-}
-
-void Progress::draw(std::uint64_t done) {
   constexpr std::uint64_t width = 30;
   drawn_ = true;
   if (total_ == 0) {

@@ -27,8 +27,6 @@ class Progress {
   void at(std::uint64_t done);
 
  private:
-  void draw(std::uint64_t done);
-
   std::ostream& err_;
   bool const terminal_;
   std::string const label_;
