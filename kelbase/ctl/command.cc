@@ -162,7 +162,7 @@ class CommandLine {
         addCommand("load", "Load tables from the output of 'ip -json'", loadExamples, [this] {
           if (runDirOption_->count() == 0) {
             // The default is where kelbased publishes: nothing is loaded there unless it is named.
-            throw UsageException("load needs --rundir DIR");
+            throw CLI::ValidationError("load needs --rundir DIR");
           }
           load_.json = json_;
           return load(context_, runDir_, load_);
@@ -195,11 +195,6 @@ std::vector<std::string> parsed(std::vector<std::string> arguments) {
   return arguments;
 }
 
-int reportUsage(Context const& context, std::string_view what) {
-  context.err << "kelbasectl: " << what << "\nTry 'kelbasectl help'.\n";
-  return exitUsage;
-}
-
 int parseAndExecute(Context const& context, std::vector<std::string> arguments) {
   CommandLine line(context);
   try {
@@ -210,10 +205,9 @@ int parseAndExecute(Context const& context, std::vector<std::string> arguments) 
     line.app().exit(e, context.out, context.err);  // --help and --version
     return exitOk;
   } catch (CLI::ParseError const& e) {
-    // CLI11's own text names the option or word, and is told as it is.
-    return reportUsage(context, e.what());
-  } catch (UsageException const& e) {
-    return reportUsage(context, e.what());
+    // The text names the option or word, CLI11's own too, and is told as it is.
+    context.err << "kelbasectl: " << e.what() << "\nTry 'kelbasectl help'.\n";
+    return exitUsage;
   }
 }
 

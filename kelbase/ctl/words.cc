@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <CLI/Error.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -36,10 +37,10 @@ std::string_view wordMeant(std::string_view what, std::string_view given,
   if (meant.size() == 1) return meant.front();
   // An empty word begins every other: it abbreviates none.
   if (meant.empty() || given.empty()) {
-    throw UsageException(
+    throw CLI::ValidationError(
         fmt::format("no such {}: '{}'; there are {}", what, given, fmt::join(known, ", ")));
   }
-  throw UsageException(fmt::format("'{}' may be {}", given, fmt::join(meant, " or ")));
+  throw CLI::ValidationError(fmt::format("'{}' may be {}", given, fmt::join(meant, " or ")));
 }
 
 Arguments inFull(Arguments arguments, std::span<std::string_view const> commands,

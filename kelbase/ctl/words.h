@@ -10,18 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/mav/exception.h"
-
 namespace Kelbase::Ctl {
 
-/// A wrong command line; the text says what is wrong.
-class UsageException : public Mav::Exception {
- public:
-  using Exception::Exception;
-};
-
-/// The one of `known` that `given` is or abbreviates. UsageException "no such WHAT: 'GIVEN'; there
-/// are ...", or "'GIVEN' may be A or B".
+/// The one of `known` that `given` is or abbreviates. CLI::ValidationError "no such WHAT: 'GIVEN';
+/// there are ...", or "'GIVEN' may be A or B".
 std::string_view wordMeant(std::string_view what, std::string_view given,
                            std::span<std::string_view const> known);
 
