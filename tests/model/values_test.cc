@@ -10,19 +10,12 @@
 #include "model/intf_data_key.h"
 #include "model/ip_address_prefix_key.h"
 #include "model/ip_cidr_route_table_index.h"
-#include "model/protocol_map.h"
-#include "platform/state/entities/arp_entry_status.h"
 #include "tests/support/strep_checks.h"
 
 namespace IpSnmp {
 namespace {
 
 using Dovel::IpAddr;
-
-static_assert(addressTypeUnicast == 1 && addressTypeAnycast == 2 && addressTypeBroadcast == 3);
-// IANAipRouteProtocol, from its beginning to its end.
-static_assert(ipRouteProtocolOther == 1 && ipRouteProtocolNetmgmt == 3 && ipRouteProtocolRip == 8 &&
-              ipRouteProtocolOspf == 13 && ipRouteProtocolBgp == 14 && ipRouteProtocolDvmrp == 17);
 
 // How each value prints is what other versions and people's scripts read.
 
