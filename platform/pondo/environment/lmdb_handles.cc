@@ -116,8 +116,10 @@ void throwCode(int code, std::filesystem::path const& path, std::string_view wha
       known ? found->reason : Reason::other);
 }
 
-void check(int code, std::filesystem::path const& path, std::string_view what) {
-  if (code != MDB_SUCCESS) throwCode(code, path, what);
+void throwForeign(std::filesystem::path const& path, std::string_view what) {
+  throw EnvironmentException(
+      fmt::format("{}: {}; remove it and restart the publisher", path.string(), what),
+      Reason::foreign);
 }
 
 // No fsync: a tmpfs does not outlive the machine anyway. No slot bound to a thread, so that a
@@ -250,10 +252,8 @@ void Environment::openTables(MDB_txn* txn, bool create) {
     int const code = mdb_dbi_open(txn, name, create ? MDB_CREATE : 0, &dbi);
     // MDB_INCOMPATIBLE: what has this name is a record, and no table (lmdb.h).
     if (code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE) {
-      throw EnvironmentException(
-          fmt::format("{}: holds other data (no table \"{}\"); remove it and restart the publisher",
-                      (directory_ / Format::dataFile).string(), name),
-          Reason::foreign);
+      throwForeign(directory_ / Format::dataFile,
+                   fmt::format("holds other data (no table \"{}\")", name));
     }
     check(code, directory_, "open a table");
     return dbi;
@@ -268,26 +268,21 @@ void Environment::openTables(MDB_txn* txn, bool create) {
 }
 
 Format::MetaRecord Environment::meta(MDB_txn* txn) const {
-  auto const file = (directory_ / Format::dataFile).string();
+  auto const file = directory_ / Format::dataFile;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{};
-  int const code = mdb_get(txn, tables_.meta, &key, &value);
-  if (code != MDB_NOTFOUND) check(code, directory_, "read");
+  bool const isThere = isFound(mdb_get(txn, tables_.meta, &key, &value), directory_, "read");
   std::array<std::uint32_t, 2> head{};  // magic, schema: these never move
-  bool const hasHead = code == MDB_SUCCESS && value.mv_size >= sizeof head;
+  bool const hasHead = isThere && value.mv_size >= sizeof head;
   if (hasHead) std::memcpy(head.data(), value.mv_data, sizeof head);
   // Magic and version come first and never move, so that every version can tell another one.
-  if (head[0] != Format::metaMagic) {
-    throw EnvironmentException(
-        fmt::format("{}: holds other data; remove it and restart the publisher", file),
-        Reason::foreign);
-  }
+  if (head[0] != Format::metaMagic) throwForeign(file, "holds other data");
   Format::MetaRecord record;
   if (head[1] != Format::schemaVersion || value.mv_size != sizeof record) {
     throw EnvironmentException(
         fmt::format("{}: has schema version {}, this program needs {}; install publisher and "
                     "readers of one version and restart them",
-                    file, head[1], Format::schemaVersion),
+                    file.string(), head[1], Format::schemaVersion),
         Reason::schema);
   }
   std::memcpy(&record, value.mv_data, sizeof record);

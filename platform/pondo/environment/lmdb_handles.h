@@ -18,12 +18,23 @@
 
 namespace Pondo {
 
-/// Throws an EnvironmentException when `code`, of LMDB or an errno, is not 0. `what` says what was
-/// being done ("open", "read"), `path` which directory or file it was done to.
-void check(int code, std::filesystem::path const& path, std::string_view what);
-
-/// Throws the same, whatever the code.
+/// Throws an EnvironmentException for `code`, of LMDB or an errno. `what` says what was being done
+/// ("open", "read"), `path` which directory or file it was done to.
 [[noreturn]] void throwCode(int code, std::filesystem::path const& path, std::string_view what);
+
+/// Throws one of what lies at `path` and is not this program's, and says to remove it.
+[[noreturn]] void throwForeign(std::filesystem::path const& path, std::string_view what);
+
+/// Throws as throwCode() when `code` is not 0.
+inline void check(int code, std::filesystem::path const& path, std::string_view what) {
+  if (code != MDB_SUCCESS) throwCode(code, path, what);
+}
+
+/// The same of a search; false when LMDB has found nothing.
+inline bool isFound(int code, std::filesystem::path const& path, std::string_view what) {
+  if (code != MDB_NOTFOUND) check(code, path, what);
+  return code == MDB_SUCCESS;
+}
 
 /// Aborts the transaction of a TxnPtr that is dropped. Who commits releases the pointer first,
 /// because a commit frees the transaction, whether it succeeds or not.

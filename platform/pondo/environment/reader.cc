@@ -46,7 +46,6 @@ struct Reader::Impl {
   };
   using Cursors = std::array<Cursor, Format::tableIdEnd + 2>;  // by LMDB's handle
   MDB_cursor* cursorOn(Cursors& cursors, MDB_dbi table);
-  [[noreturn]] void fail(int code) const { throwCode(code, env.directory(), "read"); }
 
   std::filesystem::path const tables;
   FileIdentity const lockFile;
@@ -72,8 +71,7 @@ void Reader::Impl::begin() {
   }
   if (txn) {
     // A transaction that was reset has kept its slot: to renew it takes no lock and no search.
-    int const code = mdb_txn_renew(txn.get());
-    if (code != MDB_SUCCESS) fail(code);
+    check(mdb_txn_renew(txn.get()), env.directory(), "read");
   } else {
     txn = env.begin(MDB_RDONLY);
   }
@@ -85,7 +83,7 @@ MDB_cursor* Reader::Impl::cursorOn(Cursors& cursors, MDB_dbi table) {
   if (isOfTxn) return cursor.get();
   MDB_cursor* raw = cursor.get();
   int const code = raw ? mdb_cursor_renew(txn.get(), raw) : mdb_cursor_open(txn.get(), table, &raw);
-  if (code != MDB_SUCCESS) fail(code);
+  check(code, env.directory(), "read");
   if (!cursor) cursor.reset(raw);
   isOfTxn = true;
   return raw;
@@ -126,8 +124,7 @@ void Snapshot::countMalformed() const { ++reader_.impl_->malformed; }
 std::size_t Snapshot::count(TableId table) const {
   auto const& impl = *reader_.impl_;
   MDB_stat stat{};
-  int const code = mdb_stat(impl.txn.get(), impl.env.tables()[table], &stat);
-  if (code != MDB_SUCCESS) impl.fail(code);
+  check(mdb_stat(impl.txn.get(), impl.env.tables()[table], &stat), impl.env.directory(), "read");
   return stat.ms_entries;
 }
 
@@ -141,8 +138,7 @@ std::optional<std::string_view> Snapshot::getBytes(TableId table, std::string_vi
   MDB_val value{};
   int const code =
       mdb_cursor_get(impl.cursorOn(impl.gets, impl.env.tables()[table]), &keyVal, &value, MDB_SET);
-  if (code == MDB_NOTFOUND) return std::nullopt;
-  if (code != MDB_SUCCESS) impl.fail(code);
+  if (!isFound(code, impl.env.directory(), "read")) return std::nullopt;
   return fromVal(value);
 }
 
@@ -154,12 +150,12 @@ std::optional<std::string> Snapshot::scanBytes(
   MDB_val key = toVal(from);
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
-  for (; code == MDB_SUCCESS; code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
+  for (; isFound(code, impl.env.directory(), "read");
+       code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
     // Asked with the next key in hand: a table that ends with the limit needs no further call.
     if (limit-- == 0) return std::string(fromVal(key));
     visit(fromVal(key), fromVal(value));
   }
-  if (code != MDB_NOTFOUND) impl.fail(code);
   return std::nullopt;
 }
 
@@ -171,12 +167,12 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
   MDB_val key{start.size(), start.data()};
   MDB_val value{};
   int code = mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
-  for (; code == MDB_SUCCESS && limit > 0; --limit) {
+  for (; isFound(code, impl.env.directory(), "read") && limit > 0; --limit) {
     auto const sequence = fromBigEndian<std::uint64_t>(fromVal(key));
     auto const entry = fromVal(value);
     // A gap would be a lost change. It counts as damage: the follower lets go of the reader, and
     // asks again at its next look.
-    if (sequence != from) impl.fail(MDB_CORRUPTED);
+    if (sequence != from) throwCode(MDB_CORRUPTED, impl.env.directory(), "read");
     ++from;
     if (entry.size() > 1 && Format::isTable(static_cast<std::uint8_t>(entry[0]))) {
       if (!visit(static_cast<TableId>(entry[0]), entry.substr(1))) return from;
@@ -185,7 +181,6 @@ std::uint64_t Snapshot::scanLog(std::uint64_t from, std::size_t limit,
     }
     code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
   }
-  if (code != MDB_SUCCESS && code != MDB_NOTFOUND) impl.fail(code);
   return from;
 }
 

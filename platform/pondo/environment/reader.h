@@ -132,7 +132,6 @@ class Reader {
 
  private:
   friend class Snapshot;
-  friend class Follower;
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

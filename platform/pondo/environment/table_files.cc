@@ -43,10 +43,7 @@ void requireRegular(std::filesystem::path const& file) {
   // Not stat(2): a link would lead a publisher to somebody else's file, which it would then give
   // another mode and group (ownershipIs).
   if (::lstat(file.c_str(), &status) != 0) throwCode(errno, file, "read");
-  if (S_ISREG(status.st_mode)) return;
-  throw EnvironmentException(
-      fmt::format("{}: not a regular file; remove it and restart the publisher", file.string()),
-      Reason::foreign);
+  if (!S_ISREG(status.st_mode)) throwForeign(file, "not a regular file");
 }
 
 [[noreturn]] void throwTruncated(std::filesystem::path const& file, std::uint64_t has,
@@ -70,10 +67,8 @@ MetaPage metaPageAt(int fd, std::uint64_t offset, std::filesystem::path const& f
   // Before the place of the second page is made of it: a page size of garbage would lead anywhere.
   bool const sane = page.magic == lmdbMagic && page.pageSize >= 512 && page.pageSize <= 65536 &&
                     (page.pageSize & (page.pageSize - 1)) == 0;
-  if (sane) return page;
-  throw EnvironmentException(
-      fmt::format("{}: not a table file; remove it and restart the publisher", file.string()),
-      Reason::foreign);
+  if (!sane) throwForeign(file, "not a table file");
+  return page;
 }
 
 void requireWhole(std::filesystem::path const& file) {
@@ -98,11 +93,7 @@ void requireWhole(std::filesystem::path const& file) {
 void checkFiles(std::filesystem::path const& tables) {
   struct stat status {};
   if (::lstat(tables.c_str(), &status) != 0) throwCode(errno, tables, "open");
-  if (!S_ISDIR(status.st_mode)) {
-    throw EnvironmentException(
-        fmt::format("{}: not a directory; remove it and restart the publisher", tables.string()),
-        Reason::foreign);
-  }
+  if (!S_ISDIR(status.st_mode)) throwForeign(tables, "not a directory");
   requireRegular(tables / Format::dataFile);
   requireRegular(tables / Format::lockFile);
   requireWhole(tables / Format::dataFile);

@@ -43,10 +43,6 @@ CursorPtr WriteTransaction::openCursor(MDB_dbi table) const {
   return CursorPtr(cursor);
 }
 
-void WriteTransaction::fail(int code, std::string_view what) const {
-  throwCode(code, env_.directory(), what);
-}
-
 WriteTransaction::TableCursor& WriteTransaction::cursorOf(TableId table) {
   auto& found = tables_.at(static_cast<std::size_t>(table));
   // One for the whole transaction, which stays where it was last: what comes in order is near.
@@ -61,9 +57,8 @@ bool WriteTransaction::isBeyondLast(TableCursor& table, std::string_view key) {
     MDB_val last{};
     MDB_val value{};
     int const code = mdb_cursor_get(table.cursor.get(), &last, &value, MDB_LAST);
-    if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
     table.last.reset();
-    if (code == MDB_SUCCESS) table.last = fromVal(last);
+    if (isFound(code, env_.directory(), "read")) table.last = fromVal(last);
     table.lastKnown = true;
   }
   return !table.last || std::string_view(*table.last) < key;
@@ -73,8 +68,7 @@ void WriteTransaction::store(TableCursor& table, std::string_view key, std::stri
                              unsigned flags) {
   MDB_val keyVal = toVal(key);
   MDB_val valueVal = toVal(value);
-  int const code = mdb_cursor_put(table.cursor.get(), &keyVal, &valueVal, flags);
-  if (code != MDB_SUCCESS) fail(code, "write");
+  check(mdb_cursor_put(table.cursor.get(), &keyVal, &valueVal, flags), env_.directory(), "write");
 }
 
 Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view value) {
@@ -89,23 +83,22 @@ Outcome WriteTransaction::put(TableId id, std::string_view key, std::string_view
   MDB_val keyVal = toVal(key);
   MDB_val found{};
   int const code = mdb_cursor_get(table.cursor.get(), &keyVal, &found, MDB_SET);
-  if (code != MDB_SUCCESS && code != MDB_NOTFOUND) fail(code, "read");
+  bool const isThere = isFound(code, env_.directory(), "read");
   // What is the same is not written: each record written is one that every reader looks at again.
-  if (code == MDB_SUCCESS && isSame(id, fromVal(found), value)) return Outcome::unchanged;
+  if (isThere && isSame(id, fromVal(found), value)) return Outcome::unchanged;
   // A record that was found has the cursor on it, and is overwritten there without another search.
-  store(table, key, value, code == MDB_SUCCESS ? MDB_CURRENT : 0);
+  store(table, key, value, isThere ? MDB_CURRENT : 0);
   logChange(id, key);
-  return code == MDB_SUCCESS ? Outcome::changed : Outcome::added;
+  return isThere ? Outcome::changed : Outcome::added;
 }
 
 Outcome WriteTransaction::erase(TableId id, std::string_view key) {
   auto& table = cursorOf(id);
   MDB_val keyVal = toVal(key);
   MDB_val value{};
-  int code = mdb_cursor_get(table.cursor.get(), &keyVal, &value, MDB_SET);
-  if (code == MDB_NOTFOUND) return Outcome::unchanged;
-  if (code == MDB_SUCCESS) code = mdb_cursor_del(table.cursor.get(), 0);
-  if (code != MDB_SUCCESS) fail(code, "erase");
+  int const code = mdb_cursor_get(table.cursor.get(), &keyVal, &value, MDB_SET);
+  if (!isFound(code, env_.directory(), "erase")) return Outcome::unchanged;
+  check(mdb_cursor_del(table.cursor.get(), 0), env_.directory(), "erase");
   // Nothing may be appended behind a key that has gone without a look at what is the last one now.
   if (table.last == key) table.lastKnown = false;
   logChange(id, key);
@@ -123,7 +116,7 @@ void WriteTransaction::logChange(TableId id, std::string_view key) {
   MDB_val keyVal{sequence.size(), sequence.data()};
   MDB_val value{1 + key.size(), entry.data()};
   int const code = mdb_cursor_put(logCursor_.get(), &keyVal, &value, MDB_APPEND);
-  if (code != MDB_SUCCESS) fail(code, "write the change log");
+  check(code, env_.directory(), "write the change log");
   ++meta_.logNext;
 }
 
@@ -138,16 +131,15 @@ void WriteTransaction::trimLog(std::size_t logMax) {
     MDB_val value{};
     int code = mdb_cursor_get(cursor.get(), &key, &value, MDB_NEXT);
     if (code == MDB_SUCCESS) code = mdb_cursor_del(cursor.get(), 0);
-    if (code != MDB_SUCCESS) fail(code, "trim the change log");
+    check(code, env_.directory(), "trim the change log");
     ++meta_.logFirst;
   }
 }
 
 void WriteTransaction::dropLog() {
   logCursor_.reset();
-  int const code = mdb_drop(txn_.get(), env_.tables().log, 0);
+  check(mdb_drop(txn_.get(), env_.tables().log, 0), env_.directory(), "drop the change log");
   // A reader that was behind finds its place gone, and compares all.
-  if (code != MDB_SUCCESS) fail(code, "drop the change log");
   meta_.logFirst = meta_.logNext;
   logCursor_ = openCursor(env_.tables().log);
 }
@@ -159,14 +151,12 @@ Format::MetaRecord WriteTransaction::commit(std::size_t logMax, Origin origin) {
   ++meta_.generation;
   MDB_val key = toVal(Format::metaKey);
   MDB_val value{sizeof meta_, &meta_};
-  int code = mdb_put(txn_.get(), env_.tables().meta, &key, &value, 0);
-  if (code != MDB_SUCCESS) fail(code, "write");
+  check(mdb_put(txn_.get(), env_.tables().meta, &key, &value, 0), env_.directory(), "write");
   // A cursor of a write transaction ends with it (lmdb.h, mdb_cursor_open): closing one afterwards
   // would free it twice. A commit frees the transaction also where it fails.
   for (auto& table : tables_) table.cursor.reset();
   logCursor_.reset();
-  code = mdb_txn_commit(txn_.release());
-  if (code != MDB_SUCCESS) fail(code, "commit");
+  check(mdb_txn_commit(txn_.release()), env_.directory(), "commit");
   return meta_;
 }
 

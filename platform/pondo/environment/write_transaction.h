@@ -36,10 +36,10 @@ class WriteTransaction {
     MDB_val key{};
     MDB_val value{};
     int code = mdb_cursor_get(cursor, &key, &value, MDB_FIRST);
-    for (; code == MDB_SUCCESS; code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
+    for (; isFound(code, env_.directory(), "read");
+         code = mdb_cursor_get(cursor, &key, &value, MDB_NEXT)) {
       visit(fromVal(key), fromVal(value));
     }
-    if (code != MDB_NOTFOUND) fail(code, "read");
   }
 
   /// Marks the tables as complete: they hold everything there is. From the next commit on; nothing
@@ -69,7 +69,6 @@ class WriteTransaction {
   void store(TableCursor& table, std::string_view key, std::string_view value, unsigned flags);
   void logChange(TableId table, std::string_view key);
   void trimLog(std::size_t logMax);
-  [[noreturn]] void fail(int code, std::string_view what) const;
 
   // The environment and its transaction outlive the cursors: LMDB frees with a transaction the
   // cursors that are still open.
