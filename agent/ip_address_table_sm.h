@@ -30,10 +30,8 @@
 #include "agent/reactor_set.h"
 #include "model/ip_mib.h"
 #include "platform/mav/activity.h"
-#include "platform/state/entities/ip6_config.h"
-#include "platform/state/entities/ip6_status.h"
-#include "platform/state/entities/ip_config.h"
-#include "platform/state/entities/ip_status.h"
+#include "platform/state/entities/ip6_addresses.h"
+#include "platform/state/entities/ip_addresses.h"
 
 namespace IpSnmp {
 

@@ -17,11 +17,20 @@ class IntfDetailsProvider {
   virtual std::int32_t ifIndex(Interface::IntfStatus const& status) const = 0;
 };
 
+namespace Detail {
+// One for the process: the state machines ask by a function, and have no way to each other.
+inline IntfDetailsProvider const* provider = nullptr;
+}  // namespace Detail
+
 /// Null while nobody provides. Not owned. Whoever sets one takes it back before it goes.
-IntfDetailsProvider const* intfDetailsProvider();
-void intfDetailsProviderIs(IntfDetailsProvider const* provider);
+inline IntfDetailsProvider const* intfDetailsProvider() { return Detail::provider; }
+inline void intfDetailsProviderIs(IntfDetailsProvider const* provider) {
+  Detail::provider = provider;
+}
 
 /// The ifIndex that the provider gives; -1 when there is none.
-std::int32_t ifIndex(Interface::IntfStatus const& status);
+inline std::int32_t ifIndex(Interface::IntfStatus const& status) {
+  return Detail::provider ? Detail::provider->ifIndex(status) : -1;
+}
 
 }  // namespace Intf

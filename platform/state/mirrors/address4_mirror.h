@@ -17,8 +17,7 @@
 #include <absl/container/btree_map.h>
 
 #include "platform/dovel/addr_with_mask.h"
-#include "platform/state/entities/ip_config.h"
-#include "platform/state/entities/ip_status.h"
+#include "platform/state/entities/ip_addresses.h"
 #include "platform/state/mirrors/address_mirror.h"
 
 namespace State {

@@ -5,8 +5,7 @@
 // them. On the agent's thread.
 
 #include "platform/dovel/addr_with_mask.h"
-#include "platform/state/entities/ip6_config.h"
-#include "platform/state/entities/ip6_status.h"
+#include "platform/state/entities/ip6_addresses.h"
 #include "platform/state/mirrors/address_mirror.h"
 
 namespace State {

@@ -11,12 +11,45 @@
 
 #include "platform/mav/directory.h"
 #include "platform/pondo/follower/follower.h"
-#include "platform/state/entities/device_state.h"
+#include "platform/state/entities/all_intf_status_dir.h"
+#include "platform/state/entities/arp_neighbor_dir.h"
 #include "platform/state/entities/intf_details_provider.h"
-#include "platform/state/entities/mount_observer.h"
+#include "platform/state/entities/ip6_addresses.h"
+#include "platform/state/entities/ip_addresses.h"
 #include "platform/state/mirrors/mirror.h"
 
 namespace State {
+
+/// Stands around changes of what is mounted, for those who hold plain pointers to mounted
+/// entities (the handlers' registrations do). State::Mirrors calls it on the agent's thread, and
+/// does not own it.
+class MountObserver {
+ public:
+  virtual ~MountObserver() = default;
+
+  /// Entities are about to be unmounted or mounted: let go of every pointer to one.
+  virtual void mountsWillChange() noexcept = 0;
+  /// What is mounted stays so until the next mountsWillChange(). Not called where the slice failed
+  /// in between: the next attempt begins with mountsWillChange() again.
+  virtual void mountsHaveChanged() = 0;
+
+  /// Every table is known: there is state to serve. Called after every full comparison.
+  virtual void stateIsKnown() = 0;
+};
+
+/// The entities that the mirrors fill and that are not mounted. By counted pointers: whoever holds
+/// one keeps it, whatever becomes of the mirrors. New and empty, unless given. What fills them:
+/// intfStatusDir LinkMirror, with the further interfaces Address4Mirror; ipConfig and ipStatus
+/// Address4Mirror; ip6Config and ip6Status Address6Mirror; arpStatus Neighbour4Mirror.
+struct DeviceState {
+  Mav::Ptr<Interface::AllIntfStatusDir> intfStatusDir =
+      Mav::makeObject<Interface::AllIntfStatusDir>();
+  Mav::Ptr<Ip::Config> ipConfig = Mav::makeObject<Ip::Config>();
+  Mav::Ptr<Ip::Status> ipStatus = Mav::makeObject<Ip::Status>();
+  Mav::Ptr<Ip6::Config> ip6Config = Mav::makeObject<Ip6::Config>();
+  Mav::Ptr<Ip6::Status> ip6Status = Mav::makeObject<Ip6::Status>();
+  Mav::Ptr<Arp::NeighborDir> arpStatus = Mav::makeObject<Arp::NeighborDir>();
+};
 
 class Mirrors : public Pondo::Listener, private Intf::IntfDetailsProvider {
  public:
