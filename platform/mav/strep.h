@@ -25,6 +25,9 @@
 
 namespace Mav {
 
+/// A string of 8-bit units that claims no encoding. Its strep is quoted, with escapes.
+using String8 = std::string;
+
 /// Reads tokens from a text, which must outlive the reader. Each read skips white space first.
 class StrepReader {
  public:

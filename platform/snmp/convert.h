@@ -15,7 +15,7 @@
 #include "platform/dovel/eth_addr.h"
 #include "platform/dovel/ip_addr.h"
 #include "platform/dovel/link_addr.h"
-#include "platform/mav/string8.h"
+#include "platform/mav/strep.h"
 
 namespace Snmp {
 

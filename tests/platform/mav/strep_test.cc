@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/mav/enumeration.h"
-#include "platform/mav/string8.h"
 #include "tests/support/strep_checks.h"
 
 namespace {
