@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <malloc.h>
@@ -11,7 +12,6 @@
 #include "platform/mav/trace_handle.h"
 #include "platform/pondo/environment/run_dir.h"
 #include "platform/snmp/callback.h"
-#include "platform/snmp/snmp_log_sink.h"
 #include "plugin/plugin.h"
 #include "plugin/stock_objects.h"
 
@@ -34,6 +34,27 @@ bool isLoaded = false;
 // its own.
 constexpr char const* mark = "OvoSnmp";
 
+int priority(Mav::Severity severity) {
+  switch (severity) {
+    case Mav::Severity::error:
+      return LOG_ERR;
+    case Mav::Severity::notice:
+      return LOG_NOTICE;
+    // Traces, which someone has switched on: Debian's snmpd (-LOw) drops all below a warning.
+    case Mav::Severity::info:
+    case Mav::Severity::debug:
+    case Mav::Severity::warning:
+      return LOG_WARNING;
+  }
+  return LOG_ERR;
+}
+
+/// Writes a line to snmpd's own log. The sink until the module's code is unmapped.
+void logSink(Mav::Severity severity, std::string_view line) {
+  // The line is an argument, never a format: it may hold what a manager has sent.
+  snmp_log(priority(severity), "OvoSnmp: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
 void armStart(unsigned seconds);
 
 void startOver() {
@@ -49,7 +70,7 @@ void start() {
     // The old one first: what it has mounted, and its environment of the tables, a process has
     // once.
     delete std::exchange(plugin, nullptr);
-    Mav::traceSinkIs(Snmp::snmpLogSink);
+    Mav::traceSinkIs(logSink);
     plugin = new Plugin(Pondo::defaultRunDir(), startOver);
     startFailed = false;
   } catch (...) {
@@ -119,7 +140,7 @@ void init_OvoSnmp() noexcept {
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_STORE_DATA, OvoSnmp::onStore,
                          nullptr);
   Snmp::guarded("init_OvoSnmp", [] {
-    Mav::traceSinkIs(Snmp::snmpLogSink);
+    Mav::traceSinkIs(OvoSnmp::logSink);
     Mav::log(Mav::Severity::notice,
              std::string("version " OVO_VERSION ", reading ") + Pondo::defaultRunDir().string());
   });
