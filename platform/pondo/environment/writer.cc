@@ -42,9 +42,7 @@ struct Writer::Impl {
 
   Outcome put(TableId table, std::string_view key, std::string_view value);
   Outcome erase(TableId table, std::string_view key);
-  void commit();
-  void commitComplete();
-  void onCommitted();
+  void commit(bool isComplete);
   void abort();
   bool service();
 
@@ -63,7 +61,6 @@ struct Writer::Impl {
   void giveUp();
   void makeAnew();
   void moveAwayFromStoppedReader();
-  void copyTables();
   void ring() const;
   void watch();
   void drainNotices() const;
@@ -125,8 +122,8 @@ void Writer::Impl::takeLock() {
 }
 
 void Writer::Impl::adopt(std::unique_ptr<Environment> environment) {
-  // What throws from here on leaves the old environment (copyTables) or none: neither is what
-  // stands at the path, and service() makes the tables anew.
+  // What throws from here on leaves the old environment, where tables move, or none: neither is
+  // what stands at the path, and service() makes the tables anew.
   meta = environment->meta(environment->begin(MDB_RDONLY).get());
   directory = identityAt(environment->directory()).value_or(FileIdentity{});
   lockFile = identityAt(environment->directory() / Format::lockFile).value_or(FileIdentity{});
@@ -163,7 +160,7 @@ WriteTransaction& Writer::Impl::transaction() {
   if (!txn) {
     txn.emplace(*env);
     // A transaction that is begun amid a batch makes what an earlier one lost (attempt,
-    // copyTables).
+    // moveAwayFromStoppedReader).
     batch.replay([this](auto table, auto key, auto value) { txn->put(table, key, value); },
                  [this](auto table, auto key) { txn->erase(table, key); });
   }
@@ -222,7 +219,7 @@ bool Writer::Impl::takeRoomStep(int step) {
   // A copy helps where at most half of what is used is still live.
   auto const space = spaceOf(*env);
   if (space.used / 2 < space.live) return false;
-  copyTables();
+  adopt(makeCopiedTables(runDir, settings, *env));
   return true;
 }
 
@@ -236,7 +233,7 @@ void Writer::Impl::dropLog() {
 
 Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view value) {
   // A batch stays small: it is held in memory, and done again where room has to be made.
-  if (batch.size() >= batchMax) commit();
+  if (batch.size() >= batchMax) commit(false);
   auto const outcome = attempt([&](WriteTransaction& t) { return t.put(table, key, value); });
   // Entered last: an attempt that is repeated does the batch again, and then this.
   if (outcome != Outcome::unchanged) batch.addPut(table, key, value);
@@ -244,42 +241,32 @@ Outcome Writer::Impl::put(TableId table, std::string_view key, std::string_view 
 }
 
 Outcome Writer::Impl::erase(TableId table, std::string_view key) {
-  if (batch.size() >= batchMax) commit();
+  if (batch.size() >= batchMax) commit(false);
   auto const outcome = attempt([&](WriteTransaction& t) { return t.erase(table, key); });
   if (outcome != Outcome::unchanged) batch.addErase(table, key);
   return outcome;
 }
 
-void Writer::Impl::commit() {
-  // There may be a transaction all the same, of puts that changed nothing.
-  if (batch.empty()) {
-    lock->opened();
-    txn.reset();  // gives the write lock back
-    failsSince = Mav::never;
-    return;
+void Writer::Impl::commit(bool isComplete) {
+  // Only a commit can tell that the tables are complete, and whose state they are: one is made even
+  // where no record has changed.
+  bool const isKnown =
+      env && meta.complete != 0 && meta.origin == static_cast<std::uint64_t>(options.origin);
+  bool const commits = !batch.empty() || (isComplete && !isKnown);
+  if (commits) {
+    meta = attempt([&](WriteTransaction& t) {
+      if (isComplete) t.completeIs();
+      return t.commit(options.logMax, options.origin);
+    });
   }
-  meta = attempt([this](WriteTransaction& t) { return t.commit(options.logMax, options.origin); });
-  onCommitted();
-}
-
-void Writer::Impl::onCommitted() {
   lock->opened();
+  // There may be one that is not committed, of puts that changed nothing: gives the write lock
+  // back.
   txn.reset();
   batch.clear();
   failsSince = Mav::never;
-  ring();  // last: who looked before the commit would find nothing, and wait for the next look
-}
-
-void Writer::Impl::commitComplete() {
-  // Only a commit can tell that the tables are complete, and whose state they are: one is made even
-  // where no record has changed.
-  bool const known = meta.origin == static_cast<std::uint64_t>(options.origin);
-  if (env && meta.complete != 0 && known) return commit();
-  meta = attempt([this](WriteTransaction& t) {
-    t.completeIs();
-    return t.commit(options.logMax, options.origin);
-  });
-  onCommitted();
+  // Last: who looked before the commit would find nothing, and wait for the next look.
+  if (commits) ring();
 }
 
 void Writer::Impl::abort() {
@@ -375,7 +362,7 @@ void Writer::Impl::moveAwayFromStoppedReader() {
   if (space.used < 2 * space.live + options.pinnedMax) return;
   try {
     txn.reset();  // what is in the batch is done again in the copy
-    copyTables();
+    adopt(makeCopiedTables(runDir, settings, *env));
     Mav::log(Mav::Severity::warning,
              fmt::format("{}: a stopped reader pinned {} bytes; the tables moved to a new "
                          "environment; end that reader",
@@ -385,8 +372,6 @@ void Writer::Impl::moveAwayFromStoppedReader() {
     Mav::log(Mav::Severity::warning, e.what());
   }
 }
-
-void Writer::Impl::copyTables() { adopt(makeCopiedTables(runDir, settings, *env)); }
 
 Writer::Writer(std::filesystem::path runDir, Options options)
     : impl_(std::make_unique<Impl>(runDir, std::move(options))) {}
@@ -440,8 +425,8 @@ Writer::SyncCounts Writer::syncBytes(TableId table,
   return counts;
 }
 
-void Writer::commit() { impl_->commit(); }
-void Writer::commitComplete() { impl_->commitComplete(); }
+void Writer::commit() { impl_->commit(false); }
+void Writer::commitComplete() { impl_->commit(true); }
 void Writer::abort() { impl_->abort(); }
 void Writer::giveUp() { impl_->giveUp(); }
 std::uint64_t Writer::generation() const { return impl_->meta.generation; }

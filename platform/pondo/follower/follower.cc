@@ -55,7 +55,6 @@ struct Follower::Impl {
   void onNotice();
   void onTurn();
   void look();
-  void open();
   void lookAtPublisher();
 
   Snapshot const& snapshot();
@@ -170,13 +169,11 @@ void Follower::Impl::look() {
   // Watched first, looked at then: what happens in between is announced.
   if (!reader || changed) paths.arm();
   if (report) report->look();
-  if (!reader) open();
+  if (!reader) {
+    reader.emplace(runDir);
+    backOff = backOffMin;
+  }
   lookAtPublisher();
-}
-
-void Follower::Impl::open() {
-  reader.emplace(runDir);
-  backOff = backOffMin;
 }
 
 void Follower::Impl::closeReader() {
