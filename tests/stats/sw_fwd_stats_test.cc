@@ -6,7 +6,6 @@ namespace Ip {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class SwFwdStatsTest : public SwFwdStatsFixture {};
 

@@ -10,9 +10,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/mav/clock.h"
+#include "platform/mav/directory.h"
 #include "platform/mav/memory_failure.h"
 #include "tests/platform/mav/counter_entity.h"
 #include "tests/support/log_lines.h"
+#include "tests/support/strep_checks.h"
 
 namespace {
 
@@ -159,6 +162,23 @@ TEST_F(AnnouncedMapTest, aHandlerThatUndoesAChangeLeavesTheCallerItsMember) {
   EXPECT_EQ(entity->partIs(5, 9)->weight(), 9);
   EXPECT_THAT(listener.heard, ElementsAre("+5", "-5"));
   EXPECT_EQ(entity->part(5), nullptr);
+}
+
+TEST(Directory, mountsByPathWithATypeTest) {
+  Mav::Directory directory;
+  auto const entity = Mav::makeObject<CounterEntity>();
+  directory.mount("Kelbase/counter", entity);
+  directory.mount("Kelbase/counter", entity);
+  EXPECT_EQ(directory.entityAs<CounterEntity>("Kelbase/counter"), entity);
+  EXPECT_EQ(directory.entityAs<Mav::Clock>("Kelbase/counter"), nullptr);
+  EXPECT_EQ(directory.entity("Kelbase"), nullptr);
+  EXPECT_THROW(directory.mount("Kelbase/counter", Mav::makeObject<CounterEntity>()),
+               Mav::NameInUseException);
+  EXPECT_EQ(rangeError([&] { directory.mount("null", nullptr); }), "null ValidPtr");
+  directory.unmount("Kelbase/counter");
+  directory.unmount("Kelbase/counter");
+  EXPECT_EQ(directory.entity("Kelbase/counter"), nullptr);
+  EXPECT_EQ(entity->use_count(), 1U);
 }
 
 }  // namespace

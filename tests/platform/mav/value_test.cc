@@ -111,13 +111,5 @@ TEST(Value, parseErrorsSayWhatAndWhere) {
             "expected \"None\" at column 33");
 }
 
-TEST(Value, referencesAreEqualByIdentity) {
-  auto const cage = Mav::makeObject<Cage const>(fish3);
-  auto const twin = Mav::makeObject<Cage const>(fish3);
-  Animal const carp(fish3, "carp", Weight(9), cage);
-  EXPECT_EQ(carp, Animal(fish3, "carp", Weight(9), cage));
-  EXPECT_NE(carp, Animal(fish3, "carp", Weight(9), twin));
-}
-
 }  // namespace
 }  // namespace Zoo
