@@ -76,6 +76,8 @@ void start() {
   } catch (...) {
     if (!startFailed) Snmp::logFault("cannot start, trying again every 5 s");
     startFailed = true;
+    // What a half-made plugin has mounted would stand in the way of the next one.
+    Mav::Directory::root().unmountAll();
     return armStart(retrySeconds);
   }
   // Outside: a plugin that stands takes in the rest in the daemon's loop.
