@@ -1,10 +1,9 @@
 #include "handlers/unit_registration.h"
 
 #include <array>
-#include <string>
+#include <new>
 
 #include "handlers/trace.h"
-#include "platform/mav/exception.h"
 #include "platform/snmp/registrations.h"
 
 namespace IpSnmp {
@@ -21,7 +20,7 @@ netsnmp_handler_registration* newRegistration(char const* name, Netsnmp_Node_Han
                                               std::span<oid const> objectId, int modes) {
   auto* const registration =
       netsnmp_create_handler_registration(name, handler, objectId.data(), objectId.size(), modes);
-  if (!registration) throw Mav::Exception(std::string("no memory for ") + name);
+  if (!registration) throw std::bad_alloc();
   // Below net-snmp's default of 127: these objects come before those of any other module. Among
   // equal identifiers alone: a longer one wins whatever its priority, which is why such
   // registrations are taken out (platform/snmp/displacement.h). Set before it is handed over:

@@ -11,15 +11,15 @@ namespace IpSnmp {
 /// has the MIB.
 void traceInitializing(char const* function, std::span<oid const> objectId);
 
-/// A registration, not handed to net-snmp yet. `modes` are net-snmp's. Mav::Exception for want of
-/// memory.
+/// A registration, not handed to net-snmp yet. `modes` are net-snmp's. std::bad_alloc where
+/// net-snmp has no memory.
 netsnmp_handler_registration* newRegistration(char const* name, Netsnmp_Node_Handler* handler,
                                               std::span<oid const> objectId, int modes);
 
 /// Registers a scalar. `entity` may be null; the mount keeps it alive, and whoever unmounts it has
 /// the registrations undone first. What `scalar` points to outlives the registration, and reaches
-/// the callback as `handler->myvoid`. Mav::Exception for want of memory; what net-snmp refuses is
-/// told in the log, and not served.
+/// the callback as `handler->myvoid`. std::bad_alloc where net-snmp has no memory; what it refuses
+/// is told in the log, and not served.
 void registerScalar(char const* name, Netsnmp_Node_Handler* handler, std::span<oid const> objectId,
                     int modes, void* entity, void const* scalar = nullptr);
 

@@ -1,6 +1,7 @@
 #include "platform/snmp/registrations.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,9 +43,10 @@ int registerAndRemember(netsnmp_handler_registration* registration,
   return status;
 }
 
-/// In front of the handlers that it has.
+/// In front of the handlers that it has. A null handler is one that net-snmp had no memory for.
 void inject(netsnmp_handler_registration* registration, netsnmp_mib_handler* handler) {
-  if (handler && netsnmp_inject_handler(registration, handler) == SNMPERR_SUCCESS) return;
+  if (!handler) throw std::bad_alloc();
+  if (netsnmp_inject_handler(registration, handler) == SNMPERR_SUCCESS) return;
   Mav::log(Mav::Severity::error,
            std::string("net-snmp takes no further handler of ") + registration->handlerName);
 }

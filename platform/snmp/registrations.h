@@ -12,12 +12,13 @@
 namespace Snmp {
 
 /// As netsnmp_register_scalar, and remembers it. net-snmp owns `registration` from here on, and
-/// frees it when it refuses. Returns net-snmp's status; a refusal is logged.
+/// frees it when it refuses. Returns net-snmp's status; a refusal is logged. std::bad_alloc where
+/// net-snmp has no memory for a handler.
 int registerScalar(netsnmp_handler_registration* registration);
 
-/// As netsnmp_register_table_iterator, and remembers it together with `table`. Requests that come
-/// down meet the row server, which calls the handler of `registration`, and go
-/// on to net-snmp's own: serialize, bulk to next, table, iterator.
+/// The same by netsnmp_register_table_iterator, remembered together with `table`. Requests that
+/// come down meet the row server, which calls the handler of `registration`, and go on to
+/// net-snmp's own: serialize, bulk to next, table, iterator.
 int registerTable(netsnmp_handler_registration* registration, std::unique_ptr<IteratorTable> table);
 
 /// Undoes everything remembered, the latest first.
