@@ -47,6 +47,9 @@ class Fields {
 
   bool empty() const { return object_.children.empty(); }
   bool has(std::string_view name) const { return object_.member(name) != nullptr; }
+  bool beginWith(std::string_view name) const {
+    return !empty() && object_.children.front().name == name;
+  }
   bool hasNumber(std::string_view name) const {
     auto const* node = object_.member(name);
     return node && node->type == Node::Type::number;

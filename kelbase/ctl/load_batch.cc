@@ -36,6 +36,9 @@ std::string LoadBatch::kindList() {
 
 /// By one field: what else an object has to have, its own reader checks.
 LoadBatch::Kind const* LoadBatch::kindOf(Fields const& fields) {
+  // A nexthop object begins with it (iproute2, print_nexthop), and its encapsulation may have a
+  // "dst".
+  if (fields.beginWith("id")) return std::prev(std::end(kinds));
   auto const* const found =
       std::ranges::find_if(kinds, [&](Kind const& kind) { return fields.has(kind.marker); });
   return found == std::end(kinds) ? nullptr : found;

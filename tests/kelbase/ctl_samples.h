@@ -50,7 +50,7 @@ inline constexpr char const* routes =
 )";
 
 inline constexpr char const* nexthops =
-    R"([{"id":7,"gateway":"10.0.0.3","dev":"eth0","scope":"link","flags":[]},{"id":8,"dev":"eth1","scope":"host","flags":[]},{"id":9,"group":[{"id":7},{"id":8,"weight":5}],"flags":[]},{"id":10,"blackhole":null,"flags":[]},{"id":11,"gateway":"fe80::1","dev":"eth0","scope":"link","flags":[]},{"id":12,"gateway":"fe80::2","dev":"eth1","scope":"link","flags":[]},{"id":13,"group":[{"id":11},{"id":12}],"flags":[]}]
+    R"([{"id":7,"encap":"mpls","dst":"100","gateway":"10.0.0.3","dev":"eth0","scope":"link","flags":[]},{"id":8,"dev":"eth1","scope":"host","flags":[]},{"id":9,"group":[{"id":7},{"id":8,"weight":5}],"flags":[]},{"id":10,"blackhole":null,"flags":[]},{"id":11,"gateway":"fe80::1","dev":"eth0","scope":"link","flags":[]},{"id":12,"gateway":"fe80::2","dev":"eth1","scope":"link","flags":[]},{"id":13,"group":[{"id":11},{"id":12}],"flags":[]}]
 )";
 
 inline constexpr char const* routeLinks =
