@@ -43,13 +43,15 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
 }
 
 /// One link's setting, or that of all: either turns it on (IN_DEV_IGNORE_ROUTES_WITH_LINKDOWN). Of
-/// IPv6 that of all sets each one's (net/ipv6/addrconf.c, addrconf_fixup_linkdown).
+/// IPv6 that of all sets each one's (net/ipv6/addrconf.c, addrconf_fixup_linkdown). Which links
+/// newLinks has reached the kernel does not tell.
 template <class Ip>
 void SilentChanges<Ip>::ignoresLinkdownIs(std::int32_t link, bool on) {
   // The first word on a setting counts as a change: what it was before is not known.
   auto const [entry, isNew] = ignores_.try_emplace(link, on);
   if (std::exchange(entry->second, on) == on && !isNew) return;
-  hintIf(link == allLinks ? sets_.size() > 0 || !dead_.empty() : usesLink(link));
+  bool const isOfMany = link == allLinks || link == newLinks;
+  hintIf(isOfMany ? sets_.size() > 0 || !dead_.empty() : usesLink(link));
 }
 
 template <class Ip>

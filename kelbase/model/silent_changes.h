@@ -46,8 +46,10 @@
 
 namespace Kelbase {
 
-/// In the place of a link's index.
+/// In the place of a link's index: all of them, and those to come, whose settings IPv4 gives as
+/// well to each link that has never had an address (net/ipv4/devinet.c, devinet_copy_dflt_conf).
 inline constexpr std::int32_t allLinks = -1;
+inline constexpr std::int32_t newLinks = -2;
 
 /// `Ip`: Ip4 or Ip6.
 template <class Ip>
@@ -67,7 +69,7 @@ class SilentChanges : private Links::Observer,
                 Hint hint);
 
   /// Whether next hops through the link count while it has no carrier: its
-  /// ignore_routes_with_linkdown, or that of all links (allLinks). A change is a hint.
+  /// ignore_routes_with_linkdown, or that of allLinks or newLinks. A change is a hint.
   void ignoresLinkdownIs(std::int32_t link, bool on);
 
   /// IPv6 has come to the link, or has left it.

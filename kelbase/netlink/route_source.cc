@@ -31,7 +31,7 @@ constexpr std::array settingRules{
     AttributeRule{NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN, "NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN",
                   exactly(sizeof(std::int32_t))},
 };
-static_assert(allLinks == NETCONFA_IFINDEX_ALL);
+static_assert(allLinks == NETCONFA_IFINDEX_ALL && newLinks == NETCONFA_IFINDEX_DEFAULT);
 
 /// Heeded by kernels from 4.20 on; others list every table.
 rtmsg routeHeader(IpVersion version) {
@@ -41,17 +41,16 @@ rtmsg routeHeader(IpVersion version) {
   return header;
 }
 
-/// A link, or allLinks, and whether its next hops of the version count without carrier. Nothing for
-/// another setting or another version of IP.
+/// A link, allLinks or newLinks, and whether its next hops of the version count without carrier.
+/// Nothing for another setting or another version of IP.
 std::optional<std::pair<std::int32_t, bool>> readIgnoresLinkdown(NetlinkMessage const& message,
                                                                  IpVersion version) {
   if (message.header<netconfmsg>().ncm_family != familyOf(version)) return std::nullopt;
   Attributes const attributes(message, message.attributes<netconfmsg>(), settingRules);
   auto const link = *attributes.value<std::int32_t>(NETCONFA_IFINDEX);
   auto const setting = attributes.value<std::int32_t>(NETCONFA_IGNORE_ROUTES_WITH_LINKDOWN);
-  // What is set for links to come is no matter yet. A message tells all settings or the one that
-  // changed.
-  if (!setting || link == NETCONFA_IFINDEX_DEFAULT) return std::nullopt;
+  // A message tells all settings or the one that changed.
+  if (!setting) return std::nullopt;
   return std::pair(link, *setting != 0);
 }
 

@@ -19,6 +19,7 @@ START = ("link add name eth1 type veth peer name eth1-far", "link set dev eth1-f
          "link set dev eth1 up", "addr add 10.1.0.1/24 dev eth1",
          "link add name eth2 type veth peer name eth2-far", "link set dev eth2-far up",
          "link set dev eth2 up", "addr add 10.2.0.1/24 dev eth2",
+         "link add name eth3 type veth peer name eth3-far", "link set dev eth3 up",
          "nexthop add id 7 via 10.1.0.7 dev eth1", "nexthop add id 8 via 10.2.0.8 dev eth2",
          "nexthop add id 70 group 7/8")
 
@@ -48,7 +49,7 @@ class History:
                                check=False)
 
     def _via(self):
-        link, net = self._one((self._name, 1), ("eth2", 2))
+        link, net = self._one((self._name, 1), ("eth2", 2), ("eth3", 3))
         return self._one(f"via 10.{net}.0.{self._random.randint(2, 5)} dev {link}",
                          f"via 10.{net}.0.{self._random.randint(2, 5)} dev {link} onlink",
                          f"dev {link}")
@@ -109,6 +110,7 @@ class History:
         self._ip(*self._random.sample((
             "link set dev eth1-far down", "link set dev eth1-far up", "link set dev eth2-far down",
             "link set dev eth2-far up", f"link set dev {self._name} up", "link set dev eth2 up",
+            "link set dev eth3-far down", "link set dev eth3-far up",
             f"link set dev {self._one(self._name, 'eth2')} down",
             f"addr del 10.1.0.1/24 dev {self._name}", f"addr add 10.1.0.1/24 dev {self._name}",
             f"addr add 10.1.0.6/24 dev {self._name}", f"addr del 10.1.0.6/24 dev {self._name}",
@@ -123,7 +125,7 @@ class History:
         self._name = name
 
     def _turned_setting(self):
-        where = self._one("all", self._name, "eth2")
+        where = self._one("all", "default", self._name, "eth2")
         path = self._one(f"/proc/sys/net/ipv4/conf/{where}/ignore_routes_with_linkdown",
                          f"/proc/sys/net/ipv4/conf/{where}/promote_secondaries",
                          "/proc/sys/net/ipv4/nexthop_compat_mode")
