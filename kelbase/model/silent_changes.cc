@@ -34,7 +34,10 @@ void SilentChanges<Ip>::onLink(Link const* before, Link const& now) {
   // Whether the master is a VRF or a bridge is not looked up: a hint too many costs a dump, and one
   // too few leaves a route that is gone.
   bool const joined = (before ? before->master : 0) != now.master;
-  if (wentDown || lostCarrier || tooSmall || joined) return hintIf(usesLink(now.index));
+  if (wentDown || lostCarrier || tooSmall || joined) return fell(now.index);
+  if (isReplay_ && !(now.isUp && hasCarrier(now)) && (hasReplayedObject_ || usesLink(now.index))) {
+    hint_(false);
+  }
   // A link that is told as it was may have had no carrier for a moment in between: a next hop that
   // was made then is dead until the kernel has looked (net/core/link_watch.c), and tells nothing
   // else.
@@ -87,6 +90,7 @@ template <class Ip>
 void SilentChanges<Ip>::routeIs(ListedRoute<Ip> const& route) {
   // Stays until a dump leaves it out, whatever messages say: a link too many is a dump too many.
   for (auto const link : route.deadLinks) dead_[link] = dump_;
+  if (isReplay_ && route.object != 0) hasReplayedObject_ = true;
   if constexpr (Ip::version == IpVersion::v4) sources_.routeIs(route);
 }
 

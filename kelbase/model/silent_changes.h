@@ -29,9 +29,10 @@
 // The message comes first, the change after it, or the other way around (disable_ipv6), both under
 // the kernel's RTNL lock: who has waited for that lock sees the end of it.
 //
-// The model's addresses may be ahead of the message that is taken: while messages are replayed over
-// a newer dump, one that is gone may hide behind one that came after it. Then any that goes casts
-// doubt. Asked by Routes alone. One thread.
+// The model may be ahead of the message that is taken: while messages are replayed over a newer
+// dump, an address that is gone may hide behind one that came after it, a link that fell may be
+// known as fallen, and a nexthop object as what it became after its routes had gone with it. Then
+// any of these casts doubt. Asked by Routes alone. One thread.
 
 #include <cstdint>
 #include <functional>
@@ -83,13 +84,16 @@ class SilentChanges : private Links::Observer,
   /// `whole`: nothing was left out.
   void dumpEnd(bool whole);
   /// From here on the messages may be older than what the model has, or are not any more.
-  void replayIs(bool on) { isReplay_ = on; }
+  void replayIs(bool on) {
+    isReplay_ = on;
+    hasReplayedObject_ = false;
+  }
 
  private:
   void onLink(Link const* before, Link const& now) override;
   void onLinkGone(std::int32_t link) override {
     limited_.erase(link);
-    hintIf(usesLink(link));
+    fell(link);
   }
   void onObject(Address const& address) override;
   void onObjectGone(Address const& address) override;
@@ -98,6 +102,10 @@ class SilentChanges : private Links::Observer,
 
   void hintIf(bool changed) const {
     if (changed) hint_(true);
+  }
+  void fell(std::int32_t link) const {
+    if (usesLink(link)) return hint_(true);
+    if (hasReplayedObject_) hint_(false);
   }
   /// IPv6 routes that refuse hang on the loopback (net/ipv6/route.c, ip6_route_info_create).
   bool usesLink(std::int32_t link) const {
@@ -114,6 +122,7 @@ class SilentChanges : private Links::Observer,
   absl::flat_hash_set<std::int32_t> limited_;  // links that have had IPv6 addresses with an end
   std::uint64_t dump_ = 0;
   bool isReplay_ = false;
+  bool hasReplayedObject_ = false;  // in this replay a route over one was told
 };
 
 extern template class SilentChanges<Ip4>;

@@ -217,6 +217,11 @@ TEST_F(RouteSourceTest, AHintIsWhatALinkOrAnObjectIsUsedByNow) {
   EXPECT_FALSE(hinted());
   blackhole(7);
   EXPECT_FALSE(falls(6));
+  routes_.replayIs(true);
+  overObject("10.2.0.0/16", 7, RTN_UNICAST, NLM_F_REPLACE);
+  EXPECT_TRUE(falls(6)) << "the object may have been another when the message was made";
+  routes_.replayIs(false);
+  EXPECT_FALSE(falls(6));
 }
 
 TEST_F(RouteSourceTest, AHintIsWhatMayHaveTurnedUnheard) {
