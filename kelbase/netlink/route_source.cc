@@ -97,8 +97,9 @@ void RouteSource<Ip>::dumpEnd(bool whole) {
   pieces_.dumpEnd();
   wasWhole_ = whole;
   // One that is listed as it ends has 0 left, in hundredths, which else means that it has no end
-  // (net/core/rtnetlink.c, rtnl_put_cacheinfo).
-  if (lifetimes_ < listedBefore_) lookAtLifetimes(expiredDelay);
+  // (net/core/rtnetlink.c, rtnl_put_cacheinfo). How many have one the first dump cannot tell.
+  bool const isFirst = std::exchange(isFirst_, false) && Ip::version == IpVersion::v6;
+  if (isFirst || lifetimes_ < listedBefore_) lookAtLifetimes(expiredDelay);
   routes_.dumpEnd(whole);
 }
 

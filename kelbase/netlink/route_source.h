@@ -72,6 +72,7 @@ class RouteSource : public KernelSource {
   unsigned lifetimes_ = 0;        // heard of since the last dump began
   unsigned listedBefore_ = 0;     // when that began
   bool isDumping_ = false;
+  bool isFirst_ = true;
   bool isReplay_ = false;
 
   DumpPieces<Ip> pieces_;
