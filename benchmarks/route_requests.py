@@ -19,7 +19,7 @@ def rows_of_a_route_walk():
             rows = generated(router, size)
             agents = [filled(router.agent(), len(rows)), *stubs(router, rows)]
             ours, *others = costs[size] = in_turns(
-                3 if size > 100_000 else 5, *(RouteCost(agent, rows).walk for agent in agents))
+                3, *(RouteCost(agent, rows).walk for agent in agents))
             yield (f"{len(rows):,}", microseconds(ours),
                    *(text for stub in others for text in (microseconds(stub), f"{ours / stub:.2f}")))
     small, full = costs[SIZES[0]], costs[FULL]
