@@ -35,7 +35,8 @@ HEAD = """# Benchmarks
 
 Written by `./bench`. Times are the daemon's own processor time (`/proc/PID/schedstat`), each the
 least of several measures that took turns; wall-clock times say so. What counts are the ratios:
-both sides of each were measured in one run.
+both sides of each were measured in one run. Where others share the machine, as this one, even they
+differ by a tenth or two from run to run.
 
 What profiles led to:
 
